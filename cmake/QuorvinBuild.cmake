@@ -1,0 +1,38 @@
+# Language level, warnings and sanitizers that every target of this project shares.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+
+find_program(QUORVIN_CCACHE ccache)
+if(QUORVIN_CCACHE)
+  set(CMAKE_C_COMPILER_LAUNCHER "${QUORVIN_CCACHE}")
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${QUORVIN_CCACHE}")
+endif()
+
+set(QUORVIN_SANITIZE "" CACHE STRING "Sanitizers for every target, as given to -fsanitize=")
+
+add_compile_options(-Wall -Wextra -Wpedantic -Werror -Wconversion -Wsign-conversion
+                    -Wnon-virtual-dtor -Woverloaded-virtual -Wundef)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # GCC 12 reports uses of uninitialised or out-of-range storage inside its own library headers
+  # once sanitizers keep it from folding them; clang and the sanitizers themselves watch these.
+  add_compile_options(-Wno-maybe-uninitialized -Wno-restrict)
+  # Constructor parameters named like the member they set are the house style; clang allows them.
+  add_compile_options(-Wshadow=local)
+else()
+  add_compile_options(-Wshadow)
+endif()
+
+if(QUORVIN_SANITIZE)
+  add_compile_options("-fsanitize=${QUORVIN_SANITIZE}" -fno-omit-frame-pointer -g)
+  add_link_options("-fsanitize=${QUORVIN_SANITIZE}")
+  if(QUORVIN_SANITIZE MATCHES "undefined")
+    add_compile_options(-fno-sanitize-recover=undefined)
+  endif()
+endif()
+
+# Where the application bundle of this build is put together; the layout is the same on every
+# system, only the folder of the executables differs.
+set(QUORVIN_BUNDLE "${CMAKE_BINARY_DIR}/Quorvin Support.app")
+set(QUORVIN_BUNDLE_EXECUTABLES "${QUORVIN_BUNDLE}/Contents/Linux")

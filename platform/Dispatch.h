@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace quorvin {
+
+using Task = std::function<void()>;
+
+enum class QualityOfService { unspecified, userInitiated, userInteractive };
+
+// Tasks handed to a queue run asynchronously, never inside `async` itself. The main queue and
+// serial queues run them one at a time, in the order given.
+class DispatchQueue {
+ public:
+  DispatchQueue(const DispatchQueue&) = delete;
+  DispatchQueue& operator=(const DispatchQueue&) = delete;
+  virtual ~DispatchQueue() = default;
+
+  virtual void async(Task task) = 0;  // any thread
+  // True inside a task of this queue; for assertions.
+  [[nodiscard]] virtual bool isCurrent() const = 0;
+
+ protected:
+  DispatchQueue() = default;
+};
+
+// A timer whose handler runs on the queue it was made for. Configured once, then resumed. After
+// cancel, called on that queue, the handler does not run again; destruction cancels.
+class DispatchTimer {
+ public:
+  DispatchTimer(const DispatchTimer&) = delete;
+  DispatchTimer& operator=(const DispatchTimer&) = delete;
+  virtual ~DispatchTimer() = default;
+
+  // The deadline is on the uptime clock. Later fires come at deadline + n * repeating without
+  // drift, each at most `leewayNs` late; missed ones are folded into one.
+  virtual void schedule(std::uint64_t deadlineNs, std::uint64_t repeatingNs,
+                        std::uint64_t leewayNs) = 0;
+  virtual void setEventHandler(Task handler) = 0;
+  virtual void resume() = 0;
+  virtual void cancel() = 0;
+
+ protected:
+  DispatchTimer() = default;
+};
+
+// Queues, timers and the clock. Every member may be called on any thread.
+class Dispatch {
+ public:
+  Dispatch(const Dispatch&) = delete;
+  Dispatch& operator=(const Dispatch&) = delete;
+  virtual ~Dispatch() = default;
+
+  [[nodiscard]] virtual std::shared_ptr<DispatchQueue> mainQueue() = 0;
+  // A concurrent queue that the whole process shares.
+  [[nodiscard]] virtual std::shared_ptr<DispatchQueue> globalQueue(QualityOfService qos) = 0;
+  // Tasks already queued still run after the last reference to the queue is gone.
+  [[nodiscard]] virtual std::shared_ptr<DispatchQueue> makeSerialQueue(const std::string& label,
+                                                                       QualityOfService qos) = 0;
+  [[nodiscard]] virtual std::unique_ptr<DispatchTimer> makeTimer(
+      std::shared_ptr<DispatchQueue> queue) = 0;
+  // Monotonic nanoseconds; stands still while the machine sleeps.
+  [[nodiscard]] virtual std::uint64_t uptimeNanoseconds() = 0;
+
+ protected:
+  Dispatch() = default;
+};
+
+}  // namespace quorvin

@@ -1,0 +1,125 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "platform/Value.h"
+
+namespace quorvin {
+
+// The channels between the host and its user interface, as Flutter defines them
+// (https://docs.flutter.dev/platform-integration/platform-channels). Everything here belongs to
+// the main thread.
+
+struct FlutterError {
+  std::string code;
+  std::optional<std::string> message;
+  Value details;
+
+  friend bool operator==(const FlutterError&, const FlutterError&) = default;
+};
+
+struct FlutterMethodNotImplemented {
+  friend bool operator==(FlutterMethodNotImplemented, FlutterMethodNotImplemented) = default;
+};
+
+struct FlutterMethodCall {
+  std::string method;
+  Value arguments;  // null when the call brought none
+};
+
+using FlutterReply = std::variant<Value, FlutterError, FlutterMethodNotImplemented>;
+
+// Answers one call; must be called exactly once.
+using FlutterResult = std::function<void(FlutterReply)>;
+using FlutterMethodCallHandler = std::function<void(const FlutterMethodCall&, FlutterResult)>;
+
+using FlutterEvent = std::variant<Value, FlutterError>;
+using FlutterEventSink = std::function<void(FlutterEvent)>;
+
+// Carries the messages of one engine; only handed on.
+class FlutterBinaryMessenger {
+ public:
+  FlutterBinaryMessenger(const FlutterBinaryMessenger&) = delete;
+  FlutterBinaryMessenger& operator=(const FlutterBinaryMessenger&) = delete;
+  virtual ~FlutterBinaryMessenger() = default;
+
+ protected:
+  FlutterBinaryMessenger() = default;
+};
+
+class FlutterMethodChannel {
+ public:
+  FlutterMethodChannel(const FlutterMethodChannel&) = delete;
+  FlutterMethodChannel& operator=(const FlutterMethodChannel&) = delete;
+  virtual ~FlutterMethodChannel() = default;
+
+  // The messenger keeps the handler until it is replaced or removed (an empty one removes).
+  virtual void setMethodCallHandler(FlutterMethodCallHandler handler) = 0;
+
+ protected:
+  FlutterMethodChannel() = default;
+};
+
+class FlutterStreamHandler {
+ public:
+  FlutterStreamHandler(const FlutterStreamHandler&) = delete;
+  FlutterStreamHandler& operator=(const FlutterStreamHandler&) = delete;
+  virtual ~FlutterStreamHandler() = default;
+
+  virtual std::optional<FlutterError> onListen(const Value& arguments, FlutterEventSink sink) = 0;
+  virtual std::optional<FlutterError> onCancel(const Value& arguments) = 0;
+
+ protected:
+  FlutterStreamHandler() = default;
+};
+
+class FlutterEventChannel {
+ public:
+  FlutterEventChannel(const FlutterEventChannel&) = delete;
+  FlutterEventChannel& operator=(const FlutterEventChannel&) = delete;
+  virtual ~FlutterEventChannel() = default;
+
+  // The messenger keeps the handler until it is replaced or removed (a null one removes, without
+  // cancelling the listener).
+  virtual void setStreamHandler(std::shared_ptr<FlutterStreamHandler> handler) = 0;
+
+ protected:
+  FlutterEventChannel() = default;
+};
+
+// Holds the user interface's view and, with it, the engine that runs it.
+class FlutterViewController {
+ public:
+  FlutterViewController(const FlutterViewController&) = delete;
+  FlutterViewController& operator=(const FlutterViewController&) = delete;
+  virtual ~FlutterViewController() = default;
+
+  // The messenger of this controller's engine; usable at once.
+  [[nodiscard]] virtual std::shared_ptr<FlutterBinaryMessenger> binaryMessenger() = 0;
+
+ protected:
+  FlutterViewController() = default;
+};
+
+class Flutter {
+ public:
+  Flutter(const Flutter&) = delete;
+  Flutter& operator=(const Flutter&) = delete;
+  virtual ~Flutter() = default;
+
+  [[nodiscard]] virtual std::shared_ptr<FlutterViewController> makeViewController() = 0;
+  // Both with the standard method codec.
+  [[nodiscard]] virtual std::unique_ptr<FlutterMethodChannel> makeMethodChannel(
+      const std::string& name, std::shared_ptr<FlutterBinaryMessenger> messenger) = 0;
+  [[nodiscard]] virtual std::unique_ptr<FlutterEventChannel> makeEventChannel(
+      const std::string& name, std::shared_ptr<FlutterBinaryMessenger> messenger) = 0;
+
+ protected:
+  Flutter() = default;
+};
+
+}  // namespace quorvin

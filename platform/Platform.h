@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/Application.h"
+#include "platform/Dispatch.h"
+#include "platform/Flutter.h"
+#include "platform/ImageEncoder.h"
+#include "platform/Permissions.h"
+#include "platform/Process.h"
+#include "platform/ScreenCapture.h"
+#include "platform/Text.h"
+#include "platform/UserDefaults.h"
+
+namespace quorvin {
+
+// Everything the program needs from the system it runs on. Made once by the back end that is
+// linked in, and handed down through constructors.
+struct Platform {
+  Application& application;
+  Dispatch& dispatch;
+  Flutter& flutter;
+  ImageEncoder& imageEncoder;
+  Permissions& permissions;
+  Process& process;
+  ScreenCapture& screenCapture;
+  Text& text;
+  UserDefaults& userDefaults;
+};
+
+// Defined by the linked back end. Main thread; the same object at every call.
+Platform& hostPlatform();
+
+}  // namespace quorvin

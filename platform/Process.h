@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quorvin {
+
+// Options of an activity, combined with |. The values are those of NSActivityOptions.
+inline constexpr std::uint64_t activityUserInitiated = 0x00FFFFFF;
+inline constexpr std::uint64_t activityLatencyCritical = 0xFF00000000;
+
+// Stands for one running activity between beginActivity and endActivity.
+class ActivityToken {
+ public:
+  ActivityToken(const ActivityToken&) = delete;
+  ActivityToken& operator=(const ActivityToken&) = delete;
+  virtual ~ActivityToken() = default;
+
+ protected:
+  ActivityToken() = default;
+};
+
+// The running process and what it tells the system about itself. Main thread.
+class Process {
+ public:
+  Process(const Process&) = delete;
+  Process& operator=(const Process&) = delete;
+  virtual ~Process() = default;
+
+  // The whole list, the executable path included.
+  [[nodiscard]] virtual std::vector<std::string> arguments() = 0;
+  [[noreturn]] virtual void exit(int status) = 0;
+  // One write of these bytes to standard error; a failure is not reported.
+  virtual void writeToStandardError(std::string_view utf8) = 0;
+
+  // While an activity lasts the machine neither sleeps nor blanks the screen by itself, and the
+  // process is not slowed down.
+  [[nodiscard]] virtual std::shared_ptr<ActivityToken> beginActivity(std::uint64_t options,
+                                                                     const std::string& reason) = 0;
+  virtual void endActivity(const std::shared_ptr<ActivityToken>& token) = 0;
+
+  // Whether the system is macOS of at least this version.
+  [[nodiscard]] virtual bool isMacOSAtLeast(int major, int minor) = 0;
+
+ protected:
+  Process() = default;
+};
+
+}  // namespace quorvin

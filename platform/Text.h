@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace quorvin {
+
+// What the system knows about written language. Any thread.
+class Text {
+ public:
+  Text(const Text&) = delete;
+  Text& operator=(const Text&) = delete;
+  virtual ~Text() = default;
+
+  // The first `count` user-perceived characters (extended grapheme clusters, Unicode UAX #29) of
+  // a UTF-8 text, or all of it when it has no more.
+  [[nodiscard]] virtual std::string prefix(std::string_view utf8, std::size_t count) = 0;
+
+ protected:
+  Text() = default;
+};
+
+}  // namespace quorvin

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace quorvin {
+
+// The settings that outlive the process, in the application's own domain. Read afresh at every
+// call, since another process may have written them. Main thread.
+class UserDefaults {
+ public:
+  UserDefaults(const UserDefaults&) = delete;
+  UserDefaults& operator=(const UserDefaults&) = delete;
+  virtual ~UserDefaults() = default;
+
+  // False when the key is absent.
+  [[nodiscard]] virtual bool boolForKey(const std::string& key) = 0;
+  // Nothing when the key is absent or holds neither text nor a number.
+  [[nodiscard]] virtual std::optional<std::string> stringForKey(const std::string& key) = 0;
+
+ protected:
+  UserDefaults() = default;
+};
+
+}  // namespace quorvin
