@@ -56,22 +56,22 @@ class Value {
                                std::vector<float>, std::vector<double>, List, Map>;
 
   Value() = default;
-  Value(std::nullptr_t) {}                                                    // NOLINT: implicit
-  Value(std::same_as<bool> auto value) : storage(value) {}                    // NOLINT: implicit
+  Value(std::nullptr_t) {}                                  // NOLINT: implicit
+  Value(std::same_as<bool> auto value) : storage(value) {}  // NOLINT: implicit
   template <typename T>
-    requires(std::integral<T> && !std::same_as<T, bool>)
-  Value(T value) : storage(static_cast<std::int64_t>(value)) {}               // NOLINT: implicit
+  requires(std::integral<T> && !std::same_as<T, bool>) Value(T value)
+      : storage(static_cast<std::int64_t>(value)) {}  // NOLINT: implicit
   Value(std::floating_point auto value) : storage(static_cast<double>(value)) {}  // NOLINT
-  Value(const char* value) : storage(std::string(value)) {}                   // NOLINT: implicit
-  Value(std::string_view value) : storage(std::string(value)) {}              // NOLINT: implicit
-  Value(std::string value) : storage(std::move(value)) {}                     // NOLINT: implicit
-  Value(Data value) : storage(std::move(value)) {}                            // NOLINT: implicit
-  Value(List value) : storage(std::move(value)) {}                            // NOLINT: implicit
-  Value(Map value) : storage(std::move(value)) {}                             // NOLINT: implicit
-  Value(std::vector<std::int32_t> value) : storage(std::move(value)) {}       // NOLINT: implicit
-  Value(std::vector<std::int64_t> value) : storage(std::move(value)) {}       // NOLINT: implicit
-  Value(std::vector<float> value) : storage(std::move(value)) {}              // NOLINT: implicit
-  Value(std::vector<double> value) : storage(std::move(value)) {}             // NOLINT: implicit
+  Value(const char* value) : storage(std::string(value)) {}              // NOLINT: implicit
+  Value(std::string_view value) : storage(std::string(value)) {}         // NOLINT: implicit
+  Value(std::string value) : storage(std::move(value)) {}                // NOLINT: implicit
+  Value(Data value) : storage(std::move(value)) {}                       // NOLINT: implicit
+  Value(List value) : storage(std::move(value)) {}                       // NOLINT: implicit
+  Value(Map value) : storage(std::move(value)) {}                        // NOLINT: implicit
+  Value(std::vector<std::int32_t> value) : storage(std::move(value)) {}  // NOLINT: implicit
+  Value(std::vector<std::int64_t> value) : storage(std::move(value)) {}  // NOLINT: implicit
+  Value(std::vector<float> value) : storage(std::move(value)) {}         // NOLINT: implicit
+  Value(std::vector<double> value) : storage(std::move(value)) {}        // NOLINT: implicit
 
   [[nodiscard]] bool isNull() const { return std::holds_alternative<std::monostate>(storage); }
   // The alternative asked for, or nullptr when the value is of another type.
@@ -122,8 +122,12 @@ inline bool Map::hasOnlyStringKeys() const {
   return true;
 }
 
-inline std::size_t Map::size() const { return storage.size(); }
+inline std::size_t Map::size() const {
+  return storage.size();
+}
 
-inline bool operator==(const Map& a, const Map& b) { return a.storage == b.storage; }
+inline bool operator==(const Map& a, const Map& b) {
+  return a.storage == b.storage;
+}
 
 }  // namespace quorvin

@@ -64,7 +64,6 @@ class LinkFrameReader {
   [[nodiscard]] std::optional<LinkFrame> next();
 
  private:
-  [[nodiscard]] LinkFrame parse(std::span<const std::uint8_t> body);
   void discardConsumed();
 
   Bytes buffer;

@@ -19,6 +19,11 @@ namespace quorvin {
 // is what keeps a hostile message from using up the stack.
 inline constexpr int messageNestingMax = 64;
 
+// How many values the lists and maps of a message may hold in all (an entry of a map is two). A
+// value takes some forty times the memory of its smallest form on the wire, so that without a
+// limit a message of the largest size could claim gigabytes.
+inline constexpr std::size_t messageValuesMax = std::size_t{1} << 20;
+
 // A message that breaks the format, or a value that the format cannot say.
 class CodecError : public std::runtime_error {
  public:
@@ -29,8 +34,8 @@ class CodecError : public std::runtime_error {
 };
 
 // An integer takes 32 bits where it fits and 64 elsewhere. Throws CodecError when lists and maps
-// lie deeper than messageNestingMax, when a size does not fit 32 bits, or when a text is not
-// UTF-8.
+// lie deeper than messageNestingMax or hold more than messageValuesMax values, when a size does not
+// fit 32 bits, or when a text is not UTF-8.
 [[nodiscard]] Bytes encodeMessage(const Value& value);
 
 // Reads exactly one value that fills the whole message. Integers of both widths become

@@ -1,0 +1,274 @@
+#include "Runner/QuorvinScreenCapture.h"
+
+#include <algorithm>
+#include <cassert>
+#include <utility>
+
+#include "Runner/CaptureError.h"
+#include "Runner/StreamGeometry.h"
+#include "Runner/UnimplementedInitializer.h"
+
+namespace quorvin {
+
+namespace {
+
+constexpr std::uint64_t nanosecondsPerSecond = 1'000'000'000;
+constexpr std::uint64_t stallLimitNs = 6 * nanosecondsPerSecond;
+constexpr std::uint64_t watchdogIntervalNs = 2 * nanosecondsPerSecond;
+constexpr std::uint64_t watchdogLeewayNs = 250'000'000;
+
+std::shared_ptr<ShareableDisplay> preferredOrFirst(const ShareableContent& content,
+                                                   std::optional<DisplayID> preferred) {
+  const auto match = std::ranges::find_if(content.displays, [&](const auto& display) {
+    return preferred && display->displayID() == *preferred;
+  });
+  return match == content.displays.end() ? content.displays.front() : *match;
+}
+
+// Whether the sample's own description says that it carries a complete picture.
+bool isComplete(const CaptureSample& sample) {
+  const auto attachments = sample.attachments();
+  return attachments && !attachments->empty() &&
+         attachments->front().frameStatus == frameStatusComplete;
+}
+
+}  // namespace
+
+QuorvinScreenCapture::QuorvinScreenCapture()
+    : platform(unimplementedInitializer("Quorvin_Support.QuorvinScreenCapture")) {}
+
+QuorvinScreenCapture::QuorvinScreenCapture(Platform& platform, OnStop onStop, EmitFrame emitFrame)
+    : platform(platform),
+      emitFrame(std::move(emitFrame)),
+      captureQueue(platform.dispatch.makeSerialQueue("com.quorvin.support.capture",
+                                                     QualityOfService::userInteractive)),
+      imageContext(platform.imageEncoder.makeContext(/*cacheIntermediates=*/false)),
+      lastSampleAt(platform.dispatch.uptimeNanoseconds()),
+      onStop(std::move(onStop)) {}
+
+void QuorvinScreenCapture::start(Completion completion) {
+  const auto preferredDisplay = platform.screenCapture.mainScreenNumber();
+  platform.screenCapture.getShareableContent(
+      /*excludingDesktopWindows=*/true, /*onScreenWindowsOnly=*/true,
+      [weak = weak_from_this(), mainQueue = platform.dispatch.mainQueue(), preferredDisplay,
+       completion = std::move(completion)](std::shared_ptr<const ShareableContent> content,
+                                           const std::optional<Error>& error) {
+        mainQueue->async([weak, preferredDisplay, completion, content = std::move(content), error] {
+          if (auto self = weak.lock()) {
+            self->startWithContent(preferredDisplay, content.get(), error, completion);
+          }
+        });
+      });
+}
+
+void QuorvinScreenCapture::startWithContent(std::optional<DisplayID> preferredDisplay,
+                                            const ShareableContent* content,
+                                            const std::optional<Error>& error,
+                                            const Completion& completion) {
+  if (isStopped()) return completion(captureStoppedError());
+  if (error) return completion(error);
+  if (content == nullptr || content->displays.empty()) return completion(noDisplayError());
+
+  const auto display = preferredOrFirst(*content, preferredDisplay);
+  chooseDisplay(display);
+  startStream(display, completion);
+}
+
+void QuorvinScreenCapture::chooseDisplay(const std::shared_ptr<ShareableDisplay>& display) {
+  capturedDisplayID = display->displayID();
+  displayWidth = display->widthPt();
+  displayHeight = display->heightPt();
+}
+
+void QuorvinScreenCapture::startStream(const std::shared_ptr<ShareableDisplay>& display,
+                                       const Completion& completion) {
+  const auto newStream = platform.screenCapture.makeStream(
+      ContentFilter{display},
+      makeStreamConfiguration(currentSettings(), displayWidth, displayHeight), weak_from_this());
+  if (const auto error =
+          newStream->addStreamOutput(weak_from_this(), StreamOutputType::screen, captureQueue)) {
+    return completion(error);
+  }
+  {
+    // A stream held before is released here without being stopped, after the lock is gone.
+    auto replaced = newStream;
+    const std::lock_guard lock(sharedLock);
+    std::swap(stream, replaced);
+  }
+  newStream->startCapture([weak = weak_from_this(), completion](const std::optional<Error>& error) {
+    if (const auto self = weak.lock(); self && !error) {
+      self->captureQueue->async([weak] {
+        if (auto capture = weak.lock()) capture->startSampleWatchdog();
+      });
+    }
+    completion(error);
+  });
+}
+
+void QuorvinScreenCapture::configure(const PictureSettings& newSettings, Completion completion) {
+  if (isStopped()) return completion(captureStoppedError());
+
+  captureQueue->async([weak = weak_from_this(), newSettings] {
+    if (auto self = weak.lock()) {
+      const std::lock_guard lock(self->sharedLock);
+      self->settings = newSettings;
+    }
+  });
+  const auto running = heldStream();
+  if (running == nullptr) return completion(std::nullopt);
+
+  // From the arguments, not from the fields: those may not have been written yet.
+  running->updateConfiguration(
+      makeStreamConfiguration(newSettings, displayWidth, displayHeight),
+      [weak = weak_from_this(), jpegQuality = newSettings.jpegQuality,
+       completion = std::move(completion)](const std::optional<Error>& error) {
+        if (const auto self = weak.lock(); self && !error) {
+          self->captureQueue->async([weak, jpegQuality] {
+            if (auto capture = weak.lock()) {
+              const std::lock_guard lock(capture->sharedLock);
+              capture->settings.jpegQuality = jpegQuality;
+            }
+          });
+        }
+        completion(error);
+      });
+}
+
+void QuorvinScreenCapture::stop() {
+  markStopped();
+  // Held strongly: the timer belongs to the capture queue and must be taken down there, even when
+  // the owner lets go of the capture right after this call.
+  captureQueue->async([self = shared_from_this()] { self->cancelSampleWatchdog(); });
+  if (const auto running = takeStream()) running->stopCapture({});
+}
+
+void QuorvinScreenCapture::streamDidStopWithError(const Error& error) {
+  platform.dispatch.mainQueue()->async([weak = weak_from_this(), error] {
+    if (auto self = weak.lock()) self->endAfterSystemStop(error);
+  });
+}
+
+void QuorvinScreenCapture::endAfterSystemStop(const Error& error) {
+  const auto ended = takeStream();
+  const bool endedHere = markStopped();
+  captureQueue->async([weak = weak_from_this()] {
+    if (auto self = weak.lock()) self->cancelSampleWatchdog();
+  });
+  if (endedHere) onStop(error);
+}
+
+void QuorvinScreenCapture::startSampleWatchdog() {
+  cancelSampleWatchdog();
+  lastSampleAt = platform.dispatch.uptimeNanoseconds();
+  sampleWatchdog = platform.dispatch.makeTimer(captureQueue);
+  sampleWatchdog->schedule(lastSampleAt + stallLimitNs, watchdogIntervalNs, watchdogLeewayNs);
+  sampleWatchdog->setEventHandler([weak = weak_from_this()] {
+    if (auto self = weak.lock()) self->watchdogTick();
+  });
+  sampleWatchdog->resume();
+}
+
+void QuorvinScreenCapture::cancelSampleWatchdog() {
+  assert(captureQueue->isCurrent());
+  if (sampleWatchdog == nullptr) return;
+  sampleWatchdog->cancel();
+  sampleWatchdog.reset();
+}
+
+bool QuorvinScreenCapture::stalled() {
+  if (isStopped()) return false;
+  const auto now = platform.dispatch.uptimeNanoseconds();
+  return heldStream() != nullptr && lastSampleAt <= now && now - lastSampleAt >= stallLimitNs;
+}
+
+void QuorvinScreenCapture::watchdogTick() {
+  // Another ending may come between the two; whoever sets the flag reports.
+  if (!stalled() || !markStopped()) return;
+  const auto silent = takeStream();
+  cancelSampleWatchdog();
+  if (silent != nullptr) silent->stopCapture({});
+  onStop(captureStalledError());
+}
+
+void QuorvinScreenCapture::streamDidOutputSample(const CaptureSample& sample,
+                                                 StreamOutputType type) {
+  assert(captureQueue->isCurrent());
+  // First of all, since any sample at all proves that the stream is alive.
+  lastSampleAt = platform.dispatch.uptimeNanoseconds();
+  if (isStopped() || type != StreamOutputType::screen || !sample.isValid() || !isComplete(sample)) {
+    return;
+  }
+  const auto picture = sample.imageBuffer();
+  if (picture == nullptr) return;
+
+  if (requestedCodec() == "h264") {
+    // No H.264 encoder can be made: JPEG it is, until the next configure.
+    const std::lock_guard lock(sharedLock);
+    settings.codec = "jpeg";
+  }
+  encodeJPEG(*picture);
+}
+
+void QuorvinScreenCapture::encodeJPEG(const PixelBuffer& picture) {
+  const double factor = static_cast<double>(currentSettings().jpegQuality) / 100.0;
+  if (auto file = imageContext->jpegRepresentation(picture, factor)) {
+    deliverLatest(std::move(*file));
+  }
+}
+
+void QuorvinScreenCapture::deliverLatest(Data payload) {
+  {
+    const std::lock_guard lock(frameLock);
+    if (stopped) return;
+    pendingFrame = std::move(payload);
+    if (deliveryScheduled) return;  // the delivery under way picks up this newer one
+    deliveryScheduled = true;
+  }
+  platform.dispatch.mainQueue()->async([weak = weak_from_this()] {
+    if (auto self = weak.lock()) self->deliverPendingFrame();
+  });
+}
+
+void QuorvinScreenCapture::deliverPendingFrame() {
+  std::optional<Data> payload;
+  {
+    const std::lock_guard lock(frameLock);
+    std::swap(payload, pendingFrame);
+    deliveryScheduled = false;
+    if (stopped) payload.reset();
+  }
+  if (payload) emitFrame(std::move(*payload));
+}
+
+bool QuorvinScreenCapture::isStopped() {
+  const std::lock_guard lock(frameLock);
+  return stopped;
+}
+
+bool QuorvinScreenCapture::markStopped() {
+  const std::lock_guard lock(frameLock);
+  pendingFrame.reset();
+  return !std::exchange(stopped, true);
+}
+
+std::shared_ptr<ScreenStream> QuorvinScreenCapture::heldStream() {
+  const std::lock_guard lock(sharedLock);
+  return stream;
+}
+
+std::shared_ptr<ScreenStream> QuorvinScreenCapture::takeStream() {
+  const std::lock_guard lock(sharedLock);
+  return std::exchange(stream, nullptr);
+}
+
+PictureSettings QuorvinScreenCapture::currentSettings() {
+  const std::lock_guard lock(sharedLock);
+  return settings;
+}
+
+std::string QuorvinScreenCapture::requestedCodec() {
+  const std::lock_guard lock(sharedLock);
+  return settings.codec;
+}
+
+}  // namespace quorvin

@@ -1,0 +1,100 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "Runner/PictureSettings.h"
+#include "platform/Platform.h"
+
+namespace quorvin {
+
+// One capture of one whole display, for one support session. Picks the display, runs the stream,
+// turns each complete sample into a payload and hands on only the newest; ends by itself when the
+// system stops the stream or no sample arrives for six seconds.
+//
+// Owned by the host bridge through a shared_ptr; everything deferred holds the capture weakly,
+// except where a comment says why not. Once it has ended it cannot be started again.
+class QuorvinScreenCapture final : public StreamOutput,
+                                   public StreamDelegate,
+                                   public std::enable_shared_from_this<QuorvinScreenCapture> {
+ public:
+  // Reports, at most once, that the capture ended without having been asked to. Main thread or
+  // capture queue.
+  using OnStop = std::function<void(const Error&)>;
+  // Receives each delivered payload. Main thread.
+  using EmitFrame = std::function<void(Data)>;
+
+  QuorvinScreenCapture();  // not available: stops the process
+  QuorvinScreenCapture(Platform& platform, OnStop onStop, EmitFrame emitFrame);
+
+  // Main thread. The completion comes on the main thread or on one of the system's.
+  void start(Completion completion);
+  // Main thread. Stores the settings and applies them to a running stream. The completion comes at
+  // once or on a thread of the system's.
+  void configure(const PictureSettings& settings, Completion completion);
+  // Main thread. Ends the capture quietly; may be called any number of times.
+  void stop();
+  // Main thread. The display being captured; empty before the first successful choice.
+  [[nodiscard]] std::optional<DisplayID> displayID() const { return capturedDisplayID; }
+
+  // From the stream: samples on the capture queue, a stop on any thread.
+  void streamDidOutputSample(const CaptureSample& sample, StreamOutputType type) override;
+  void streamDidStopWithError(const Error& error) override;
+
+  // The codec that the next sample will be encoded with. Any thread.
+  [[nodiscard]] std::string requestedCodec();
+
+ private:
+  // Main thread.
+  void startWithContent(std::optional<DisplayID> preferredDisplay, const ShareableContent* content,
+                        const std::optional<Error>& error, const Completion& completion);
+  void chooseDisplay(const std::shared_ptr<ShareableDisplay>& display);
+  void startStream(const std::shared_ptr<ShareableDisplay>& display, const Completion& completion);
+  void endAfterSystemStop(const Error& error);
+  void deliverPendingFrame();
+
+  // Capture queue.
+  void startSampleWatchdog();
+  void watchdogTick();
+  void cancelSampleWatchdog();
+  [[nodiscard]] bool stalled();
+  void encodeJPEG(const PixelBuffer& picture);
+
+  // Any thread.
+  void deliverLatest(Data payload);
+  [[nodiscard]] bool isStopped();
+  // Sets the stopped flag and drops the pending frame; true when the flag was not set before.
+  bool markStopped();
+  [[nodiscard]] std::shared_ptr<ScreenStream> heldStream();
+  [[nodiscard]] std::shared_ptr<ScreenStream> takeStream();
+  [[nodiscard]] PictureSettings currentSettings();
+
+  Platform& platform;
+  EmitFrame emitFrame;
+  std::shared_ptr<DispatchQueue> captureQueue;
+  std::unique_ptr<ImageContext> imageContext;  // capture queue
+
+  std::mutex sharedLock;  // guards `stream` and `settings`; never held across a call out
+  std::shared_ptr<ScreenStream> stream;
+  PictureSettings settings;  // written on the capture queue only
+
+  std::unique_ptr<DispatchTimer> sampleWatchdog;  // capture queue
+  std::uint64_t lastSampleAt = 0;                 // uptime nanoseconds; capture queue
+
+  std::optional<DisplayID> capturedDisplayID;  // main thread, like the two sizes, in points
+  std::int64_t displayWidth = 0;
+  std::int64_t displayHeight = 0;
+
+  OnStop onStop;
+
+  std::mutex frameLock;  // guards the three below; never held across a call out
+  bool stopped = false;
+  std::optional<Data> pendingFrame;
+  bool deliveryScheduled = false;
+};
+
+}  // namespace quorvin
