@@ -1,0 +1,46 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/Permissions.h"
+#include "platform/Process.h"
+
+namespace quorvin {
+
+class PermissionsDisplay;
+
+struct PermissionsEnvironment {
+  std::string display;  // an X display name, as in DISPLAY; empty for none
+  bool isWaylandSession = false;
+  std::string machineInfoPath = "/etc/machine-info";  // machine-info(5)
+
+  [[nodiscard]] static PermissionsEnvironment fromEnvironment();
+};
+
+// On X11 whoever may connect to the display may see it, so Screen Recording stands for a display
+// that can be opened and read, and Accessibility for one that takes synthetic input (XTEST). The
+// display is asked once and the connection kept: later calls only look whether it still stands, and
+// open a new one when it does not. No call waits longer than a second for an unresponsive display.
+// What the user has to do about a missing permission goes to standard error.
+class LinuxPermissions final : public Permissions {
+ public:
+  LinuxPermissions(Process& process, PermissionsEnvironment environment);
+  ~LinuxPermissions() override;
+
+  [[nodiscard]] bool preflightScreenCaptureAccess() override;
+  bool requestScreenCaptureAccess() override;
+  [[nodiscard]] bool isProcessTrusted() override;
+  bool isProcessTrustedWithOptions(bool prompt) override;
+
+  // The pretty host name, or else the host name.
+  [[nodiscard]] std::optional<std::string> copyComputerName() override;
+
+ private:
+  Process& process;
+  PermissionsEnvironment environment;
+  std::unique_ptr<PermissionsDisplay> display;
+};
+
+}  // namespace quorvin

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Process.h"
+
+namespace quorvin {
+
+// Where activities take effect. An empty text means that there is no such service.
+struct ActivityServices {
+  std::string display;     // an X display name, as in DISPLAY
+  std::string busAddress;  // a D-Bus address, as in DBUS_SESSION_BUS_ADDRESS
+
+  // The display and the running session bus of this process' environment; no bus is started.
+  [[nodiscard]] static ActivityServices fromEnvironment();
+};
+
+// The process as its environment made it. An activity keeps the X server's screen saver and the
+// desktop's idle handling away for as long as its token exists and has not been ended; it needs the
+// default GLib main context to be iterated, and never waits for the display or the bus.
+class LinuxProcess final : public Process {
+ public:
+  LinuxProcess(std::vector<std::string> arguments, ActivityServices services);
+
+  [[nodiscard]] std::vector<std::string> arguments() override;
+  // std::exit: buffered output is written and static objects are destroyed.
+  [[noreturn]] void exit(int status) override;
+  // Any thread. A reader that has gone away raises no signal.
+  void writeToStandardError(std::string_view utf8) override;
+  [[nodiscard]] std::shared_ptr<ActivityToken> beginActivity(std::uint64_t options,
+                                                             const std::string& reason) override;
+  void endActivity(const std::shared_ptr<ActivityToken>& token) override;
+  [[nodiscard]] bool isMacOSAtLeast(int major, int minor) override;
+
+ private:
+  std::vector<std::string> argumentList;
+  ActivityServices services;
+};
+
+}  // namespace quorvin
