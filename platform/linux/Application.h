@@ -1,0 +1,61 @@
+#pragma once
+
+#include <glib.h>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/Application.h"
+#include "platform/linux/DisplayGuard.h"
+#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/MainLoopSource.h"
+#include "platform/linux/UiProgram.h"
+#include "platform/linux/Window.h"
+
+namespace quorvin {
+
+class LinuxDispatch;
+
+// The application over GTK 3 and the UI link, on the default GLib main context. Main thread.
+//
+// What it cannot start without (a display, the UI link) it reports with one line on standard error
+// and status 1. It ends when the delegate lets its window's closing end it, when the other side
+// closes the UI link, and on SIGTERM, SIGINT and SIGHUP. The status is 0, except for a link that
+// was closed under an application which outlives its windows: that is 1, so that whoever
+// supervises it starts it, and with it the user interface, again.
+class LinuxApplication final : public Application {
+ public:
+  explicit LinuxApplication(LinuxDispatch& dispatch);
+  ~LinuxApplication() override;
+
+  // When this returns everything made for the run is gone: listeners are cancelled, handlers
+  // forgotten, queued tasks run, the user-interface program has left. To be called once.
+  int run(int argc, char** argv, ApplicationFactories factories) override;
+
+  // An accessory's window has no entry in the task bar.
+  void setActivationPolicy(ActivationPolicy policy) override;
+  [[nodiscard]] std::vector<Window*> windows() override;
+
+ private:
+  void openDisplay();
+  [[nodiscard]] FileDescriptor connectUserInterface();
+  void load(const ApplicationFactories& factories, FileDescriptor uiSocket);
+  void runLoop();
+  void finish();
+  void runQueuedTasks();
+  void windowClosed();
+  void linkClosed();
+  void end(int status);
+
+  LinuxDispatch& dispatch;
+  std::optional<DisplayGuard> displayGuard;
+  std::unique_ptr<UiProgram> uiProgram;  // unless it was there first and started this process
+  std::unique_ptr<ApplicationDelegate> delegate;
+  std::unique_ptr<LinuxWindow> window;
+  std::unique_ptr<MainWindow> mainWindow;
+  GMainLoop* loop = nullptr;  // while it runs
+  std::optional<int> exitStatus;
+};
+
+}  // namespace quorvin

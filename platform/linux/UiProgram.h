@@ -1,0 +1,50 @@
+#pragma once
+
+#include <gio/gio.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+#include "platform/linux/FileDescriptor.h"
+
+namespace quorvin {
+
+// The environment variable that names the descriptor of the UI link to the program that has
+// inherited it.
+inline constexpr auto uiDescriptorVariable = "QUORVIN_UI_FD";
+
+// Takes over the inherited, connected stream socket whose number `text` is, and keeps it from
+// being inherited further. Throws StartUpError when it is anything else.
+[[nodiscard]] FileDescriptor takeInheritedUiSocket(const std::string& text);
+
+// The user-interface program that this process has started, connected by a UI link. Main thread.
+class UiProgram {
+ public:
+  // Throws StartUpError when the program cannot be started. A name without a slash is looked up
+  // in PATH.
+  explicit UiProgram(const std::string& program);
+  UiProgram(const UiProgram&) = delete;
+  UiProgram& operator=(const UiProgram&) = delete;
+  // Makes sure that the program has ended: see `end`.
+  ~UiProgram();
+
+  // This side of the link; to be taken once.
+  [[nodiscard]] FileDescriptor takeSocket() { return std::move(socket); }
+
+  // Waits for the program to leave, as it does when its link is closed; one that stays is asked
+  // to with SIGTERM after `patience`, and killed after as long again.
+  void end(std::chrono::milliseconds patience);
+
+ private:
+  struct Unreference {
+    void operator()(GSubprocess* object) const { g_object_unref(object); }
+  };
+
+  [[nodiscard]] bool hasEndedWithin(std::chrono::milliseconds patience);
+
+  FileDescriptor socket;
+  std::unique_ptr<GSubprocess, Unreference> process;
+};
+
+}  // namespace quorvin
