@@ -58,7 +58,7 @@ class LinuxDispatch final : public Dispatch {
   std::shared_ptr<DispatchQueue> main;
   std::shared_ptr<DispatchPool> pool;
   std::mutex mutex;  // guards `threads`
-  std::vector<std::shared_ptr<SerialQueueThread>> threads;
+  std::vector<std::unique_ptr<SerialQueueThread>> threads;
 };
 
 }  // namespace quorvin

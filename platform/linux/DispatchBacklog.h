@@ -1,0 +1,77 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "platform/Dispatch.h"
+
+namespace quorvin {
+
+// CLOCK_MONOTONIC, which stands still while the machine sleeps.
+[[nodiscard]] std::uint64_t monotonicNanoseconds();
+
+// The first of dueNs + n * repeatingNs after `nowNs`, which is not before dueNs: whatever was
+// missed is one fire. UINT64_MAX, which stands for never, when there is no interval.
+[[nodiscard]] std::uint64_t nextFireNs(std::uint64_t dueNs, std::uint64_t repeatingNs,
+                                       std::uint64_t nowNs);
+
+// What one thread, the runner, still has to do: the tasks given to it, in order, and the timers
+// that fire on it. Everything but the runner's members may be called on any thread. Tasks and
+// handlers are run and released without a lock held.
+class DispatchBacklog {
+ public:
+  // One timer; its fields belong to the backlog that made it.
+  class Timer;
+
+  // `wakeRunner` tells a runner that sleeps elsewhere than in waitForWork to look again.
+  explicit DispatchBacklog(Task wakeRunner = {});
+  DispatchBacklog(const DispatchBacklog&) = delete;
+  DispatchBacklog& operator=(const DispatchBacklog&) = delete;
+  ~DispatchBacklog();
+
+  // Drops the task once the backlog is closed.
+  void push(Task task);
+
+  [[nodiscard]] static std::shared_ptr<Timer> makeTimer();
+  void schedule(Timer& timer, std::uint64_t deadlineNs, std::uint64_t repeatingNs);
+  void setHandler(Timer& timer, Task handler);
+  void resume(const std::shared_ptr<Timer>& timer);
+  void cancel(const std::shared_ptr<Timer>& timer);
+
+  // From now on takes no tasks and fires no timers; the tasks it holds are still run.
+  void close();
+  // Closes, and drops the tasks as well.
+  void discard();
+
+  // Runner. Sleeps until there is something to run; false when closed and out of tasks.
+  [[nodiscard]] bool waitForWork();
+  // Runner. When there is something to run: a time that has passed, one to come, or nothing.
+  [[nodiscard]] std::optional<std::uint64_t> nextDueNs();
+  // Runner. Runs the tasks that are there now and then the timers that are due by now. So a task
+  // that was queued before a timer was due runs before it: a timer that watches over the arrival
+  // of tasks finds none late that only had to wait, be it for a slow task or for a process that
+  // stood still as a whole.
+  void runTurn();
+
+ private:
+  using Timers = std::vector<std::shared_ptr<Timer>>;
+
+  void wake();
+  [[nodiscard]] std::optional<std::uint64_t> nextDueLocked() const;
+  [[nodiscard]] std::shared_ptr<const Task> takeDueHandler(std::uint64_t turnNs);
+
+  const Task wakeRunner;
+  std::condition_variable changed;
+  std::mutex mutex;  // guards everything below and the fields of the timers
+  std::deque<Task> tasks;
+  // Those resumed and not cancelled. A queue has one or two, so they are searched, not sorted.
+  Timers timers;
+  bool isClosed = false;
+};
+
+}  // namespace quorvin

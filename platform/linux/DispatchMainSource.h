@@ -1,0 +1,30 @@
+#pragma once
+
+#include <glib.h>
+
+#include <memory>
+
+#include "platform/linux/DispatchBacklog.h"
+
+namespace quorvin {
+
+// Runs a backlog on the default GLib main context for as long as this object exists. Main thread.
+//
+// After each turn the source sits out one iteration of the context, so that tasks which keep
+// bringing further tasks leave every other source its turn, those of lower priority included (GTK
+// draws at one).
+class DispatchMainSource {
+ public:
+  explicit DispatchMainSource(DispatchBacklog& backlog);
+  DispatchMainSource(const DispatchMainSource&) = delete;
+  DispatchMainSource& operator=(const DispatchMainSource&) = delete;
+  ~DispatchMainSource();
+
+  // What makes a sleeping context look at its sources again; any thread.
+  [[nodiscard]] static Task wakeContext();
+
+ private:
+  GSource* source;
+};
+
+}  // namespace quorvin
