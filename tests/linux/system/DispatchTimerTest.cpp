@@ -29,11 +29,11 @@ class DispatchTimerTest : public testing::Test {
     }
   }
 
+  Latch fired;  // outlives the threads that hit it
   LinuxDispatch dispatch;
   std::shared_ptr<DispatchQueue> queue =
       dispatch.makeSerialQueue("test.timer", QualityOfService::unspecified);
   std::unique_ptr<DispatchTimer> timer = dispatch.makeTimer(queue);
-  Latch fired;
 };
 
 TEST_F(DispatchTimerTest, FiresOnItsQueueAndNotBeforeTheDeadline) {
@@ -64,6 +64,7 @@ TEST_F(DispatchTimerTest, StaysSilentUntilItIsResumed) {
   EXPECT_EQ(fired.count(), 0);
   timer->resume();
   EXPECT_TRUE(fired.waitForHits(1));
+  dispatch.finish();
 }
 
 TEST_F(DispatchTimerTest, FiresOnceWithoutAnInterval) {
@@ -78,6 +79,7 @@ TEST_F(DispatchTimerTest, FiresOnceWithoutAnInterval) {
   other->resume();
   ASSERT_TRUE(otherFired.waitForHits(20));
   EXPECT_EQ(fired.count(), 1);
+  dispatch.finish();
 }
 
 TEST_F(DispatchTimerTest, NeverFiresWithADeadlineBeyondAllTime) {
@@ -182,6 +184,7 @@ TEST_F(DispatchTimerTest, NeverFiresAgainOnceCancelledOnItsQueue) {
   other->schedule(0, 1, 0);
   other->resume();
   ASSERT_TRUE(after.waitForHits(100));
+  dispatch.finish();
   EXPECT_TRUE(cancelled);
   EXPECT_FALSE(firedLater);
 }
