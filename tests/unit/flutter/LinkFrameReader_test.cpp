@@ -1,0 +1,187 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/flutter/LinkFrame.h"
+#include "tests/unit/flutter/HexBytes.h"
+
+namespace quorvin {
+namespace {
+
+using testing::HasSubstr;
+using testing::ThrowsMessage;
+
+std::vector<LinkFrame> sampleFrames() {
+  return {{LinkFrameType::message, 0, "flutter/lifecycle", {1, 2, 3}},
+          {LinkFrameType::message, 0xFFFFFFFF, "", {}},
+          {LinkFrameType::reply, 1, "", {9, 8, 7, 6}},
+          {LinkFrameType::reply, 2, "", {}},
+          {LinkFrameType::emptyReply, 3, "", {}},
+          {LinkFrameType::message, 4, "gr\xC3\xBC\xC3\x9F", Bytes(300, 0xAA)}};
+}
+
+Bytes encoded(const std::vector<LinkFrame>& frames) {
+  Bytes stream;
+  for (const auto& frame : frames) {
+    const Bytes bytes = encodeLinkFrame(frame);
+    stream.insert(stream.end(), bytes.begin(), bytes.end());
+  }
+  return stream;
+}
+
+std::vector<LinkFrame> takeAll(LinkFrameReader& reader) {
+  std::vector<LinkFrame> frames;
+  while (auto frame = reader.next()) frames.push_back(*std::move(frame));
+  return frames;
+}
+
+void expectRefused(const Bytes& stream, const char* what) {
+  LinkFrameReader reader;
+  reader.append(stream);
+  EXPECT_THAT([&] { static_cast<void>(reader.next()); }, ThrowsMessage<LinkError>(HasSubstr(what)));
+}
+
+TEST(LinkFrameReader, HasNothingToGiveAtFirst) {
+  LinkFrameReader reader;
+  EXPECT_EQ(reader.next(), std::nullopt);
+  reader.append({});
+  EXPECT_EQ(reader.next(), std::nullopt);
+}
+
+TEST(LinkFrameReader, GivesFramesThatCameTogetherOneByOne) {
+  LinkFrameReader reader;
+  reader.append(encoded(sampleFrames()));
+  EXPECT_EQ(takeAll(reader), sampleFrames());
+  EXPECT_EQ(reader.next(), std::nullopt);
+}
+
+TEST(LinkFrameReader, PutsFramesTogetherWhereverTheStreamIsSplit) {
+  const Bytes stream = encoded(sampleFrames());
+  for (std::size_t split = 0; split <= stream.size(); ++split) {
+    LinkFrameReader reader;
+    reader.append(std::span(stream).first(split));
+    std::vector<LinkFrame> frames = takeAll(reader);
+    reader.append(std::span(stream).subspan(split));
+    for (auto& frame : takeAll(reader)) frames.push_back(std::move(frame));
+    EXPECT_EQ(frames, sampleFrames()) << split;
+  }
+}
+
+TEST(LinkFrameReader, GivesAFrameWithItsLastByteAndNoSooner) {
+  const Bytes stream = encoded(sampleFrames());
+  std::vector<std::size_t> ends;
+  std::size_t end = 0;
+  for (const auto& frame : sampleFrames()) ends.push_back(end += encodeLinkFrame(frame).size());
+
+  LinkFrameReader reader;
+  std::vector<std::size_t> givenAt;
+  for (std::size_t i = 0; i < stream.size(); ++i) {
+    reader.append(std::span(stream).subspan(i, 1));
+    for (std::size_t left = takeAll(reader).size(); left > 0; --left) givenAt.push_back(i + 1);
+  }
+  EXPECT_EQ(givenAt, ends);
+}
+
+TEST(LinkFrameReader, KeepsGoingThroughManyFrames) {
+  // Enough for the stored bytes to be discarded in every way: all at once and in part.
+  const Bytes two = encoded({{LinkFrameType::reply, 5, "", Bytes(700'000, 1)},
+                             {LinkFrameType::reply, 6, "", Bytes(3, 2)}});
+  LinkFrameReader reader;
+  std::size_t frames = 0;
+  for (int round = 0; round < 20; ++round) {
+    for (std::size_t i = 0; i < two.size(); i += 64'000) {
+      reader.append(std::span(two).subspan(i, std::min<std::size_t>(64'000, two.size() - i)));
+      while (const auto frame = reader.next()) {
+        EXPECT_EQ(frame->id, frames % 2 == 0 ? 5U : 6U);
+        EXPECT_EQ(frame->payload, frames % 2 == 0 ? Bytes(700'000, 1) : Bytes(3, 2));
+        ++frames;
+      }
+    }
+  }
+  EXPECT_EQ(frames, 40U);
+}
+
+TEST(LinkFrameReader, RefusesALengthOutOfRangeAtOnce) {
+  expectRefused(hex("00 00 00 00"), "length out of range: 0");
+  expectRefused(hex("04 00 00 00"), "length out of range: 4");
+  expectRefused(hex("01 00 00 04"), "length out of range: 67108865");
+  expectRefused(hex("FF FF FF FF"), "length out of range");
+}
+
+TEST(LinkFrameReader, TakesTheLargestLength) {
+  const LinkFrame largest{LinkFrameType::reply, 1, "", Bytes(linkFrameLengthMax - 5, 0x5A)};
+  LinkFrameReader reader;
+  reader.append(encodeLinkFrame(largest));
+  EXPECT_TRUE(reader.next() == largest);
+  EXPECT_EQ(reader.next(), std::nullopt);
+}
+
+TEST(LinkFrameReader, WaitsForTheRestOfALargeFrame) {
+  LinkFrameReader reader;
+  reader.append(hex("00 00 00 04 01 00 00 00 00"));
+  EXPECT_EQ(reader.next(), std::nullopt);
+}
+
+TEST(LinkFrameReader, RefusesAnUnknownTypeBeforeTheFrameIsThere) {
+  for (int type = 3; type <= 255; ++type) {
+    Bytes start = hex("00 00 01 00");
+    start.push_back(static_cast<std::uint8_t>(type));
+    expectRefused(start, "unknown frame type");
+  }
+}
+
+TEST(LinkFrameReader, RefusesAMessageTooShortForItsHead) {
+  expectRefused(hex("05 00 00 00 00 00 00 00 00"), "without a channel name");
+  expectRefused(hex("06 00 00 00 00 00 00 00 00 00"), "without a channel name");
+}
+
+TEST(LinkFrameReader, RefusesAChannelNameThatRunsPastTheFrame) {
+  expectRefused(hex("07 00 00 00 00 00 00 00 00 01 00"), "runs past the frame");
+  expectRefused(hex("09 00 00 00 00 00 00 00 00 03 00 61 62"), "runs past the frame");
+  // What follows belongs to the next frame and must not be taken for the name.
+  expectRefused(hex("09 00 00 00 00 00 00 00 00 FF FF 61 62 00 00 00 00 00"),
+                "runs past the frame");
+}
+
+TEST(LinkFrameReader, TakesAChannelNameThatFillsTheFrame) {
+  LinkFrameReader reader;
+  reader.append(hex("09 00 00 00 00 00 00 00 00 02 00 61 62"));
+  EXPECT_EQ(reader.next(), (LinkFrame{LinkFrameType::message, 0, "ab", {}}));
+}
+
+TEST(LinkFrameReader, RefusesAChannelNameThatIsNotUtf8) {
+  expectRefused(hex("08 00 00 00 00 00 00 00 00 01 00 FF"), "not UTF-8");
+  // Well formed only together with the payload.
+  expectRefused(hex("09 00 00 00 00 00 00 00 00 01 00 C3 BC"), "not UTF-8");
+}
+
+TEST(LinkFrameReader, RefusesAnEmptyReplyWithAPayload) {
+  expectRefused(hex("06 00 00 00 02 00 00 00 00 00"), "empty reply with a payload");
+}
+
+TEST(LinkFrameReader, GivesTheGoodFramesInFrontOfABadOne) {
+  Bytes stream = encoded(sampleFrames());
+  stream.insert(stream.end(), {4, 0, 0, 0});
+  LinkFrameReader reader;
+  reader.append(stream);
+  for (const auto& frame : sampleFrames()) EXPECT_EQ(reader.next(), frame);
+  EXPECT_THROW(static_cast<void>(reader.next()), LinkError);
+}
+
+TEST(LinkFrameReader, StaysInErrorWhateverFollows) {
+  LinkFrameReader reader;
+  reader.append(hex("00 00 00 00"));
+  EXPECT_THROW(static_cast<void>(reader.next()), LinkError);
+  reader.append(encoded(sampleFrames()));
+  EXPECT_THAT([&] { static_cast<void>(reader.next()); },
+              ThrowsMessage<LinkError>(HasSubstr("length out of range: 0")));
+}
+
+}  // namespace
+}  // namespace quorvin
