@@ -1,0 +1,93 @@
+// Writes the inputs that the fuzzers start from: one file per idea, made by the encoders
+// themselves so that they can never be out of date. Usage: make_corpus <folder>
+
+#include <cstdint>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/flutter/LinkFrame.h"
+#include "platform/flutter/StandardMethodCodec.h"
+
+namespace {
+
+using namespace quorvin;  // NOLINT: a program of one file
+
+void write(const std::filesystem::path& folder, const std::string& name, const Bytes& bytes) {
+  std::filesystem::create_directories(folder);
+  std::ofstream file(folder / name, std::ios::binary);
+  file.exceptions(std::ios::failbit | std::ios::badbit);
+  file.write(reinterpret_cast<const char*>(bytes.data()),
+             static_cast<std::streamsize>(bytes.size()));
+  file.close();
+}
+
+Value everyType() {
+  return List{nullptr,
+              true,
+              false,
+              -1,
+              std::int64_t{1} << 40,
+              0.5,
+              "gr\xC3\xBC\xC3\x9F \xF0\x9F\x98\x80",
+              Data({1, 2, 3}),
+              std::vector<std::int32_t>{1, 2},
+              std::vector<std::int64_t>{3},
+              std::vector<double>{4.0},
+              std::vector<float>{5.0F},
+              Map{{"key", List{1.0, Map{}}}, {2, nullptr}}};
+}
+
+void writeMessages(const std::filesystem::path& folder) {
+  write(folder, "every-type", encodeMessage(everyType()));
+  write(folder, "big-integer", {5, 2, 'F', 'F'});
+  write(folder, "16-bit-size", encodeMessage(std::string(300, 'x')));
+  write(folder, "32-bit-size", {7, 255, 1, 0, 0, 0, 'x'});
+  Value nested;
+  for (int i = 0; i < messageNestingMax; ++i) nested = List{nested};
+  write(folder, "deepest", encodeMessage(nested));
+}
+
+void writeCallsAndEnvelopes(const std::filesystem::path& folder) {
+  write(folder, "call", encodeMethodCall({"method", everyType()}));
+  write(folder, "success", encodeSuccessEnvelope(everyType()));
+  write(folder, "error", encodeErrorEnvelope({"code", "message", everyType()}));
+  write(folder, "error-with-stack-trace", {1, 7, 1, 'c', 0, 0, 7, 1, 's'});
+}
+
+void writeStreams(const std::filesystem::path& folder) {
+  const std::vector<LinkFrame> frames = {{LinkFrameType::message, 0, "flutter/lifecycle", {1, 2}},
+                                         {LinkFrameType::reply, 1, "", {3, 4, 5}},
+                                         {LinkFrameType::emptyReply, 2, "", {}},
+                                         {LinkFrameType::message, 3, "", {}}};
+  Bytes stream = {2, 1, 5};  // two lengths: pieces of one and of five bytes
+  for (const auto& frame : frames) {
+    const Bytes bytes = encodeLinkFrame(frame);
+    stream.insert(stream.end(), bytes.begin(), bytes.end());
+  }
+  write(folder, "every-frame", stream);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::span<char*> arguments(argv, static_cast<std::size_t>(argc));
+  if (arguments.size() != 2) {
+    std::fputs("usage: make_corpus <folder>\n", stderr);
+    return 2;
+  }
+  try {
+    const std::filesystem::path folder(arguments[1]);
+    writeMessages(folder / "message_codec");
+    writeCallsAndEnvelopes(folder / "method_codec");
+    writeStreams(folder / "link_frame");
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "make_corpus: %s\n", error.what());
+    return 1;
+  }
+  return 0;
+}
