@@ -1,0 +1,70 @@
+import { spawn } from 'node:child_process';
+import { once } from 'node:events';
+import { mkdtempSync, rmSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+
+import { until } from './until.mjs';
+
+const addressLine = /^Quorvin Support: open (http:\/\/127\.0\.0\.1:\d+\/[0-9a-f]+\/) in a browser$/m;
+
+// The program under test, in a process group of its own and with an empty home.
+export class Host {
+  static async start(program, environment) {
+    const home = mkdtempSync(join(tmpdir(), 'quorvin-e2e-'));
+    const host = new Host(program, home, {
+      ...environment,
+      HOME: home,
+      XDG_CONFIG_HOME: join(home, 'config'),
+      XDG_RUNTIME_DIR: home,
+      QUORVIN_WEBUI_OPEN: '0',
+    });
+    host.address = await until('the address line', () => host.addressOrFailure());
+    return host;
+  }
+
+  constructor(program, home, environment) {
+    this.home = home;
+    this.output = '';
+    this.process = spawn(program, [], {
+      env: environment,
+      detached: true,
+      stdio: ['ignore', 'pipe', 'pipe'],
+    });
+    this.ended = once(this.process, 'exit');
+    for (const stream of [this.process.stdout, this.process.stderr]) {
+      stream.on('data', (chunk) => {
+        this.output += chunk;
+      });
+    }
+  }
+
+  addressOrFailure() {
+    if (this.process.exitCode !== null) throw new Error(`the host ended at once: ${this.output}`);
+    return addressLine.exec(this.output)?.[1];
+  }
+
+  // Whether anything that the host started, or it itself, is still running.
+  leftProcesses() {
+    try {
+      process.kill(-this.process.pid, 0);
+      return true;
+    } catch {
+      return false;
+    }
+  }
+
+  // As Ctrl-C in a terminal does. Returns the exit status.
+  async interrupt() {
+    process.kill(-this.process.pid, 'SIGINT');
+    const [status] = await this.ended;
+    return status;
+  }
+
+  // For the end of a test run that may have failed anywhere.
+  async destroy() {
+    if (this.leftProcesses()) process.kill(-this.process.pid, 'SIGKILL');
+    await this.ended;
+    rmSync(this.home, { recursive: true, force: true });
+  }
+}

@@ -1,0 +1,87 @@
+import { chromium } from 'playwright-core';
+
+import { until } from './until.mjs';
+
+const browserArguments = [
+  '--no-sandbox',
+  '--disable-gpu',
+  '--disable-quic',
+  '--no-first-run',
+  '--disable-background-networking',
+  '--disable-component-update',
+  '--disable-sync',
+];
+
+// The page of the program under test, in a real browser.
+export class HostPage {
+  static async open(address) {
+    const browser = await chromium.launch({
+      executablePath: process.env.QUORVIN_CHROMIUM ?? '/usr/bin/chromium',
+      args: browserArguments,
+    });
+    const context = await browser.newContext({ viewport: { width: 1280, height: 900 } });
+    const page = await context.newPage();
+    const hostPage = new HostPage(browser, page);
+    await page.goto(address);
+    return hostPage;
+  }
+
+  constructor(browser, page) {
+    this.browser = browser;
+    this.page = page;
+    this.complaints = [];
+    page.on('pageerror', (error) => this.complaints.push(String(error)));
+    page.on('console', (message) => {
+      if (message.type() === 'error') this.complaints.push(message.text());
+    });
+  }
+
+  sessionState() {
+    return this.page.getAttribute('#session-state', 'data-state');
+  }
+
+  awaitState(wanted) {
+    return until(`the session to be ${wanted}`, async () => (await this.sessionState()) === wanted);
+  }
+
+  // Size of the picture itself, whatever the size at which it is shown.
+  pictureSize() {
+    return this.page.$eval('#picture', (canvas) => [canvas.width, canvas.height]);
+  }
+
+  // The colour of the picture at a place given as fractions of its size, as [red, green, blue].
+  colourAt(x, y) {
+    return this.page.$eval(
+      '#picture',
+      (canvas, [x, y]) => {
+        const left = Math.floor(canvas.width * x);
+        const top = Math.floor(canvas.height * y);
+        return [...canvas.getContext('2d').getImageData(left, top, 1, 1).data.slice(0, 3)];
+      },
+      [x, y],
+    );
+  }
+
+  // JPEG alters colours slightly.
+  async awaitColour(x, y, wanted, tolerance = 12) {
+    let last;
+    await until(`the colour ${wanted}`, async () => {
+      last = await this.colourAt(x, y);
+      return last.every((part, index) => Math.abs(part - wanted[index]) <= tolerance);
+    }).catch((error) => {
+      throw new Error(`${error.message} (saw ${last})`);
+    });
+  }
+
+  text(selector) {
+    return this.page.$eval(selector, (element) => element.textContent.trim());
+  }
+
+  async screenshot(path) {
+    await this.page.screenshot({ path });
+  }
+
+  close() {
+    return this.browser.close();
+  }
+}
