@@ -1,0 +1,66 @@
+#include "platform/linux/DisplayAttempt.h"
+
+#include <condition_variable>
+#include <mutex>
+#include <utility>
+
+#include "platform/Error.h"
+
+namespace quorvin {
+
+struct DisplayAttempt::Outcome {
+  std::condition_variable changed;
+  std::mutex mutex;  // guards everything below
+  bool isOver = false;
+  bool isWanted = true;
+  std::unique_ptr<X11Connection> connection;
+};
+
+DisplayAttempt::DisplayAttempt(const std::string& display, Prepare prepare)
+    : outcome(std::make_shared<Outcome>()),
+      thread([outcome = outcome, display, prepare = std::move(prepare)] {
+        make(outcome, display, prepare);
+      }) {}
+
+DisplayAttempt::~DisplayAttempt() {
+  bool isOver = false;
+  {
+    const std::lock_guard lock(outcome->mutex);
+    outcome->isWanted = false;
+    isOver = outcome->isOver;
+  }
+  if (isOver) {
+    thread.join();
+  } else {
+    // Nothing ends the wait inside libxcb; the thread holds nothing but its own attempt.
+    thread.detach();
+  }
+}
+
+void DisplayAttempt::make(const std::shared_ptr<Outcome>& outcome, const std::string& display,
+                          const Prepare& prepare) {
+  std::unique_ptr<X11Connection> connection;
+  try {
+    connection = std::make_unique<X11Connection>(display);
+    if (!prepare(*connection)) connection.reset();
+  } catch (const Error&) {
+    // That there is no connection is all there is to know about it.
+  }
+  const std::lock_guard lock(outcome->mutex);
+  outcome->isOver = true;
+  if (outcome->isWanted) outcome->connection = std::move(connection);
+  outcome->changed.notify_all();
+}
+
+bool DisplayAttempt::isOverWithin(std::chrono::milliseconds limit) {
+  std::unique_lock lock(outcome->mutex);
+  return outcome->changed.wait_until(lock, std::chrono::steady_clock::now() + limit,
+                                     [this] { return outcome->isOver; });
+}
+
+X11Connection* DisplayAttempt::connection() {
+  const std::lock_guard lock(outcome->mutex);
+  return outcome->connection.get();
+}
+
+}  // namespace quorvin

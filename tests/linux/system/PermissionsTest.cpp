@@ -1,0 +1,162 @@
+#include <gtest/gtest.h>
+#include <limits.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/linux/Permissions.h"
+#include "platform/linux/PermissionsComputerName.h"
+#include "tests/linux/system/MainLoop.h"
+#include "tests/linux/system/TemporaryFolder.h"
+#include "tests/linux/system/XServer.h"
+
+namespace quorvin {
+namespace {
+
+using namespace std::chrono_literals;
+
+// Keeps what is said on standard error.
+class RecordingProcess final : public Process {
+ public:
+  std::vector<std::string> arguments() override { return {}; }
+  [[noreturn]] void exit(int status) override { std::exit(status); }
+  void writeToStandardError(std::string_view utf8) override { said += utf8; }
+  std::shared_ptr<ActivityToken> beginActivity(std::uint64_t /*options*/,
+                                               const std::string& /*reason*/) override {
+    return nullptr;
+  }
+  void endActivity(const std::shared_ptr<ActivityToken>& /*token*/) override {}
+  bool isMacOSAtLeast(int /*major*/, int /*minor*/) override { return false; }
+
+  std::string said;
+};
+
+class PermissionsTest : public testing::Test {
+ protected:
+  std::unique_ptr<LinuxPermissions> on(const std::string& display, bool isWaylandSession = false) {
+    PermissionsEnvironment environment;
+    environment.display = display;
+    environment.isWaylandSession = isWaylandSession;
+    return std::make_unique<LinuxPermissions>(process, environment);
+  }
+
+  RecordingProcess process;
+};
+
+TEST_F(PermissionsTest, AreGrantedOnAnOrdinaryDisplayWithoutAWord) {
+  const XServer server;
+  auto permissions = on(server.display());
+  EXPECT_TRUE(permissions->preflightScreenCaptureAccess());
+  EXPECT_TRUE(permissions->requestScreenCaptureAccess());
+  EXPECT_TRUE(permissions->isProcessTrusted());
+  EXPECT_TRUE(permissions->isProcessTrustedWithOptions(true));
+  EXPECT_EQ(process.said, "");
+}
+
+TEST_F(PermissionsTest, AllowCaptureOnlyWhereTheDisplayTakesNoSyntheticInput) {
+  const XServer server({"-extension", "XTEST"});
+  auto permissions = on(server.display());
+  EXPECT_TRUE(permissions->requestScreenCaptureAccess());
+  EXPECT_FALSE(permissions->isProcessTrusted());
+  EXPECT_FALSE(permissions->isProcessTrustedWithOptions(false));
+  EXPECT_EQ(process.said, "");
+  EXPECT_FALSE(permissions->isProcessTrustedWithOptions(true));
+  EXPECT_NE(process.said.find("XTEST"), std::string::npos);
+}
+
+TEST_F(PermissionsTest, SayWhatToDoWithoutADisplay) {
+  auto permissions = on("");
+  EXPECT_FALSE(permissions->preflightScreenCaptureAccess());
+  EXPECT_FALSE(permissions->isProcessTrusted());
+  EXPECT_EQ(process.said, "");
+  EXPECT_FALSE(permissions->requestScreenCaptureAccess());
+  EXPECT_NE(process.said.find("DISPLAY is not set"), std::string::npos);
+  EXPECT_EQ(process.said.find("Wayland"), std::string::npos);
+}
+
+TEST_F(PermissionsTest, NameWaylandWhereItIsTheReason) {
+  EXPECT_FALSE(on("", true)->isProcessTrustedWithOptions(true));
+  EXPECT_NE(process.said.find("Wayland"), std::string::npos);
+}
+
+TEST_F(PermissionsTest, NameTheDisplayThatCannotBeOpened) {
+  EXPECT_FALSE(on("/nowhere/display")->requestScreenCaptureAccess());
+  EXPECT_NE(process.said.find("/nowhere/display"), std::string::npos);
+}
+
+TEST_F(PermissionsTest, EndWithTheDisplayAndComeBackWithANewOne) {
+  auto server = std::make_unique<XServer>();
+  const auto display = server->display();
+  auto permissions = on(display);
+  ASSERT_TRUE(permissions->isProcessTrusted());
+  server->end();
+  EXPECT_TRUE(runMainLoopUntil([&] { return !permissions->isProcessTrusted(); }));
+  EXPECT_FALSE(permissions->preflightScreenCaptureAccess());
+  server = std::make_unique<XServer>(std::vector<std::string>{display});
+  EXPECT_TRUE(runMainLoopUntil([&] { return permissions->isProcessTrusted(); }));
+  EXPECT_TRUE(permissions->preflightScreenCaptureAccess());
+}
+
+// Called for every input event. A display that is asked would not answer here at all.
+TEST_F(PermissionsTest, AreReadWithoutAskingTheDisplayAgain) {
+  const XServer server;
+  auto permissions = on(server.display());
+  ASSERT_TRUE(permissions->isProcessTrusted());
+  server.freeze();
+  for (int event = 0; event < 1000; ++event) EXPECT_TRUE(permissions->isProcessTrusted());
+  server.thaw();
+}
+
+TEST_F(PermissionsTest, WaitForADisplayThatHangsOnceAndNotForLong) {
+  const XServer server;
+  server.freeze();
+  auto permissions = on(server.display());
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(permissions->preflightScreenCaptureAccess());
+  const auto first = std::chrono::steady_clock::now();
+  EXPECT_GE(first - start, 500ms);
+  EXPECT_LT(first - start, 10s);
+  for (int call = 0; call < 100; ++call) EXPECT_FALSE(permissions->isProcessTrusted());
+  EXPECT_LT(std::chrono::steady_clock::now() - first, 10s);
+}
+
+TEST_F(PermissionsTest, AreGrantedOnceADisplayThatHungAnswers) {
+  const XServer server;
+  server.freeze();
+  auto permissions = on(server.display());
+  EXPECT_FALSE(permissions->isProcessTrusted());
+  server.thaw();
+  EXPECT_TRUE(runMainLoopUntil([&] { return permissions->isProcessTrusted(); }));
+}
+
+TEST(PrettyHostName, IsReadInAllItsQuotings) {
+  EXPECT_EQ(prettyHostName("PRETTY_HOSTNAME=\"Büro \\\"1\\\"\"\n"), "Büro \"1\"");
+  EXPECT_EQ(prettyHostName("ICON_NAME=computer\nPRETTY_HOSTNAME='Front Desk'"), "Front Desk");
+  EXPECT_EQ(prettyHostName("PRETTY_HOSTNAME=desk\nCHASSIS=desktop\n"), "desk");
+  EXPECT_EQ(prettyHostName("PRETTY_HOSTNAME=old\nPRETTY_HOSTNAME=new\n"), "new");
+}
+
+TEST(PrettyHostName, IsNothingWhenAbsentEmptyOrBroken) {
+  for (const char* machineInfo :
+       {"", "\n\n", "CHASSIS=desktop\n", "PRETTY_HOSTNAME=", "PRETTY_HOSTNAME=\"\"\n",
+        "PRETTY_HOSTNAME=\"open\n", "PRETTY_HOSTNAME=\xFF\n", "#PRETTY_HOSTNAME=desk\n"}) {
+    EXPECT_EQ(prettyHostName(machineInfo), std::nullopt) << machineInfo;
+  }
+}
+
+TEST(ComputerName, IsThePrettyNameOrElseTheHostName) {
+  const TemporaryFolder folder;
+  std::array<char, HOST_NAME_MAX + 1> hostName{};
+  ASSERT_EQ(gethostname(hostName.data(), hostName.size()), 0);
+  EXPECT_EQ(computerName(folder.write("pretty", "PRETTY_HOSTNAME=\"Front Desk\"\n")), "Front Desk");
+  EXPECT_EQ(computerName(folder.write("plain", "CHASSIS=desktop\n")), hostName.data());
+  EXPECT_EQ(computerName(folder.path("missing")), hostName.data());
+}
+
+}  // namespace
+}  // namespace quorvin

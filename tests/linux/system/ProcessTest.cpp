@@ -1,0 +1,101 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "platform/linux/Process.h"
+
+namespace quorvin {
+namespace {
+
+// Standard error as a pipe, for as long as this exists.
+class StandardErrorPipe {
+ public:
+  StandardErrorPipe() : original(dup(STDERR_FILENO)) {
+    std::array<int, 2> pipe{};
+    EXPECT_EQ(pipe2(pipe.data(), O_CLOEXEC), 0);
+    reader = pipe[0];
+    dup2(pipe[1], STDERR_FILENO);
+    close(pipe[1]);
+  }
+  StandardErrorPipe(const StandardErrorPipe&) = delete;
+  StandardErrorPipe& operator=(const StandardErrorPipe&) = delete;
+  ~StandardErrorPipe() {
+    dup2(original, STDERR_FILENO);
+    close(original);
+    closeReader();
+  }
+
+  // What one write brought.
+  std::string readOnce() const {
+    std::array<char, 256> bytes{};
+    const ssize_t count = read(reader, bytes.data(), bytes.size());
+    return count > 0 ? std::string(bytes.data(), static_cast<std::size_t>(count)) : "";
+  }
+  void closeReader() {
+    if (reader >= 0) close(reader);
+    reader = -1;
+  }
+
+ private:
+  int original;
+  int reader = -1;
+};
+
+LinuxProcess plainProcess() {
+  return LinuxProcess({"program", "--flag", ""}, {});
+}
+
+TEST(LinuxProcess, HasTheArgumentsItWasGiven) {
+  EXPECT_EQ(plainProcess().arguments(), (std::vector<std::string>{"program", "--flag", ""}));
+}
+
+TEST(LinuxProcess, IsNoMacOS) {
+  EXPECT_FALSE(plainProcess().isMacOSAtLeast(0, 0));
+}
+
+TEST(LinuxProcess, WritesTheBytesToStandardErrorAtOnce) {
+  const StandardErrorPipe standardError;
+  const std::string bytes("Büro\0\n", 7);
+  plainProcess().writeToStandardError(bytes);
+  EXPECT_EQ(standardError.readOnce(), bytes);
+}
+
+TEST(LinuxProcess, SurvivesAStandardErrorThatNobodyReads) {
+  StandardErrorPipe standardError;
+  standardError.closeReader();
+  sigset_t before;
+  pthread_sigmask(SIG_SETMASK, nullptr, &before);
+  plainProcess().writeToStandardError("lost\n");
+  sigset_t pending;
+  sigpending(&pending);
+  EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
+  sigset_t after;
+  pthread_sigmask(SIG_SETMASK, nullptr, &after);
+  EXPECT_EQ(sigismember(&after, SIGPIPE), sigismember(&before, SIGPIPE));
+}
+
+TEST(LinuxProcess, SurvivesAClosedStandardError) {
+  const StandardErrorPipe standardError;
+  close(STDERR_FILENO);
+  plainProcess().writeToStandardError("lost\n");
+  EXPECT_EQ(fcntl(STDERR_FILENO, F_GETFD), -1);
+}
+
+TEST(LinuxProcessDeathTest, ExitsWithTheStatusAfterTheLastWorkOfTheProgram) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_EXIT(
+      {
+        std::atexit([] { plainProcess().writeToStandardError("put away\n"); });
+        plainProcess().exit(3);
+      },
+      testing::ExitedWithCode(3), "put away");
+}
+
+}  // namespace
+}  // namespace quorvin
