@@ -128,7 +128,8 @@ struct ContentFilter {
 
 // A running or stopped capture of one display. Main thread, except stopCapture, which any thread
 // may call. Completions and the delegate come on a thread of the system's choosing. Holding the
-// stream keeps it; a stream that is released while it runs stops by itself.
+// stream keeps it; a stream that is released while it runs stops by itself, and still runs every
+// completion it was given.
 class ScreenStream {
  public:
   ScreenStream(const ScreenStream&) = delete;

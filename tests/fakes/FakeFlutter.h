@@ -1,0 +1,118 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/Flutter.h"
+
+namespace quorvin::fakes {
+
+// The user interface's end: calls methods, listens, and remembers what came back.
+class FakeMessenger final : public FlutterBinaryMessenger {
+ public:
+  struct Call {
+    int replies = 0;
+    FlutterReply reply;  // the last one
+  };
+
+  std::map<std::string, FlutterMethodCallHandler> methodHandlers;
+  std::map<std::string, std::shared_ptr<FlutterStreamHandler>> streamHandlers;
+  std::vector<FlutterEvent> events;
+
+  std::shared_ptr<Call> invoke(const std::string& channel, const std::string& method,
+                               Value arguments = {}) {
+    auto call = std::make_shared<Call>();
+    const auto handler = methodHandlers.find(channel);
+    if (handler == methodHandlers.end()) return call;
+    handler->second({method, std::move(arguments)}, [call](FlutterReply reply) {
+      ++call->replies;
+      call->reply = std::move(reply);
+    });
+    return call;
+  }
+
+  std::optional<FlutterError> listen(const std::string& channel) {
+    return streamHandlers.at(channel)->onListen(
+        {}, [this](FlutterEvent event) { events.push_back(std::move(event)); });
+  }
+  std::optional<FlutterError> cancel(const std::string& channel) {
+    return streamHandlers.at(channel)->onCancel({});
+  }
+
+  // What an engine does when it shuts down. The handlers go one after the other, as what they
+  // hold may come back to remove itself.
+  void shutDown() {
+    std::exchange(methodHandlers, {}).clear();
+    std::exchange(streamHandlers, {}).clear();
+  }
+};
+
+class FakeFlutter final : public Flutter {
+ public:
+  std::shared_ptr<FakeMessenger> messenger = std::make_shared<FakeMessenger>();
+  int viewControllersMade = 0;
+
+  std::shared_ptr<FlutterViewController> makeViewController() override {
+    ++viewControllersMade;
+    return std::make_shared<Controller>(messenger);
+  }
+  std::unique_ptr<FlutterMethodChannel> makeMethodChannel(
+      const std::string& name, std::shared_ptr<FlutterBinaryMessenger> carrier) override {
+    return std::make_unique<MethodChannel>(name, std::static_pointer_cast<FakeMessenger>(carrier));
+  }
+  std::unique_ptr<FlutterEventChannel> makeEventChannel(
+      const std::string& name, std::shared_ptr<FlutterBinaryMessenger> carrier) override {
+    return std::make_unique<EventChannel>(name, std::static_pointer_cast<FakeMessenger>(carrier));
+  }
+
+ private:
+  class Controller final : public FlutterViewController {
+   public:
+    explicit Controller(std::shared_ptr<FakeMessenger> messenger)
+        : messenger(std::move(messenger)) {}
+    std::shared_ptr<FlutterBinaryMessenger> binaryMessenger() override { return messenger; }
+
+   private:
+    std::shared_ptr<FakeMessenger> messenger;
+  };
+
+  class MethodChannel final : public FlutterMethodChannel {
+   public:
+    MethodChannel(std::string name, std::shared_ptr<FakeMessenger> messenger)
+        : name(std::move(name)), messenger(std::move(messenger)) {}
+    void setMethodCallHandler(FlutterMethodCallHandler handler) override {
+      if (handler) {
+        messenger->methodHandlers[name] = std::move(handler);
+      } else {
+        messenger->methodHandlers.erase(name);
+      }
+    }
+
+   private:
+    std::string name;
+    std::shared_ptr<FakeMessenger> messenger;
+  };
+
+  class EventChannel final : public FlutterEventChannel {
+   public:
+    EventChannel(std::string name, std::shared_ptr<FakeMessenger> messenger)
+        : name(std::move(name)), messenger(std::move(messenger)) {}
+    void setStreamHandler(std::shared_ptr<FlutterStreamHandler> handler) override {
+      if (handler) {
+        messenger->streamHandlers[name] = std::move(handler);
+      } else {
+        messenger->streamHandlers.erase(name);
+      }
+    }
+
+   private:
+    std::string name;
+    std::shared_ptr<FakeMessenger> messenger;
+  };
+};
+
+}  // namespace quorvin::fakes

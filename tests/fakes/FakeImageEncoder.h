@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/ImageEncoder.h"
+#include "tests/fakes/FakeScreenCapture.h"
+
+namespace quorvin::fakes {
+
+// Writes files that say which picture they show: FF D8, the content number, FF D9.
+class FakeImageEncoder final : public ImageEncoder {
+ public:
+  bool fails = false;
+  std::size_t paddingBytes = 0;  // makes files larger
+  std::vector<double> factors;   // of every request
+  std::vector<bool> contexts;    // cacheIntermediates of every context made
+
+  static Data file(std::uint32_t content, std::size_t paddingBytes = 0) {
+    Bytes bytes = {0xFF, 0xD8};
+    for (const int shift : {24, 16, 8, 0}) {
+      bytes.push_back(static_cast<std::uint8_t>(content >> shift));
+    }
+    bytes.resize(bytes.size() + paddingBytes);
+    bytes.insert(bytes.end(), {0xFF, 0xD9});
+    return Data(std::move(bytes));
+  }
+
+  static std::uint32_t contentOf(const Data& file) {
+    std::uint32_t content = 0;
+    for (std::size_t index = 2; index < 6; ++index) {
+      content = (content << 8U) | file.bytes()[index];
+    }
+    return content;
+  }
+
+  std::unique_ptr<ImageContext> makeContext(bool cacheIntermediates) override {
+    contexts.push_back(cacheIntermediates);
+    return std::make_unique<Context>(*this);
+  }
+
+ private:
+  class Context final : public ImageContext {
+   public:
+    explicit Context(FakeImageEncoder& owner) : owner(owner) {}
+    std::optional<Data> jpegRepresentation(const PixelBuffer& picture,
+                                           double compressionFactor) override {
+      owner.factors.push_back(compressionFactor);
+      if (owner.fails) return std::nullopt;
+      return file(static_cast<const FakePixelBuffer&>(picture).content, owner.paddingBytes);
+    }
+
+   private:
+    FakeImageEncoder& owner;
+  };
+};
+
+}  // namespace quorvin::fakes

@@ -1,0 +1,114 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Runner/AppDelegate.h"
+#include "Runner/MainFlutterWindow.h"
+#include "tests/fakes/FakeMachine.h"
+
+namespace quorvin {
+namespace {
+
+using fakes::FakeMachine;
+using fakes::FakeWindow;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST(AppDelegate, RunsInteractivelyWithoutArguments) {
+  FakeMachine machine;
+  AppDelegate delegate(machine.platform);
+  FakeWindow window;
+  machine.application.windowList = {&window};
+  delegate.applicationDidFinishLaunching();
+  machine.dispatch.runUntilIdle();
+  EXPECT_EQ(machine.application.policy, std::nullopt);
+  EXPECT_THAT(window.calls, IsEmpty());
+  EXPECT_TRUE(delegate.applicationShouldTerminateAfterLastWindowClosed());
+  EXPECT_TRUE(delegate.applicationSupportsSecureRestorableState());
+}
+
+TEST(AppDelegate, RefusesAnUnattendedRunThatIsNotEnabled) {
+  FakeMachine machine;
+  machine.process.argumentList.emplace_back("--unattended");
+  int status = -1;
+  try {
+    AppDelegate delegate(machine.platform);
+  } catch (const fakes::ProcessExited& exited) {
+    status = exited.status;
+  }
+  EXPECT_EQ(status, 2);
+  EXPECT_EQ(machine.process.standardError,
+            "Quorvin unattended access is not enabled. Run --install-unattended first.\n");
+  EXPECT_EQ(machine.process.standardErrorWrites, 1);
+}
+
+TEST(AppDelegate, HidesAnUnattendedRunAndKeepsItRunning) {
+  FakeMachine machine;
+  machine.authorizeUnattended("Workshop");
+  AppDelegate delegate(machine.platform);
+  FakeWindow first;
+  FakeWindow second;
+  delegate.applicationDidFinishLaunching();
+  EXPECT_EQ(machine.application.policy, ActivationPolicy::accessory);
+  machine.application.windowList = {&first, &second};  // made while launching finishes
+  machine.dispatch.runUntilIdle();
+  EXPECT_THAT(first.calls, ElementsAre("orderOut"));
+  EXPECT_THAT(second.calls, ElementsAre("orderOut"));
+  EXPECT_FALSE(delegate.applicationShouldTerminateAfterLastWindowClosed());
+  EXPECT_TRUE(delegate.applicationSupportsSecureRestorableState());
+}
+
+TEST(AppDelegate, HidesNothingWhenThereAreNoWindows) {
+  FakeMachine machine;
+  machine.authorizeUnattended("Workshop");
+  AppDelegate delegate(machine.platform);
+  delegate.applicationDidFinishLaunching();
+  machine.dispatch.runUntilIdle();
+  EXPECT_FALSE(delegate.applicationShouldTerminateAfterLastWindowClosed());
+}
+
+TEST(MainFlutterWindow, SetsTheWindowUpInOrder) {
+  FakeMachine machine;
+  FakeWindow window;
+  MainFlutterWindow mainWindow(machine.platform, window);
+  EXPECT_THAT(window.calls, IsEmpty());
+  mainWindow.awakeFromNib();
+  EXPECT_THAT(window.calls, ElementsAre("setContentViewController", "setContentSize", "center",
+                                        "setContentMinSize", "setTitle"));
+  EXPECT_EQ(window.contentSize, (Size{720, 640}));
+  EXPECT_EQ(window.contentMinSize, (Size{720, 640}));
+  EXPECT_EQ(window.title, "Quorvin Support");
+  EXPECT_NE(window.controller, nullptr);
+}
+
+TEST(MainFlutterWindow, MakesTheBridgeOnTheEnginesMessenger) {
+  FakeMachine machine;
+  FakeWindow window;
+  MainFlutterWindow mainWindow(machine.platform, window);
+  mainWindow.awakeFromNib();
+  EXPECT_EQ(machine.flutter.messenger->methodHandlers.count("com.quorvin.support/host"), 1U);
+}
+
+TEST(MainFlutterWindow, HidesItselfInAnUnattendedRun) {
+  FakeMachine machine;
+  machine.process.argumentList.emplace_back("--unattended");
+  FakeWindow window;
+  MainFlutterWindow mainWindow(machine.platform, window);
+  mainWindow.awakeFromNib();
+  EXPECT_EQ(window.alpha, 0);
+  EXPECT_EQ(window.calls.back(), "orderOut");
+}
+
+TEST(MainFlutterWindow, StaysVisibleForAnArgumentThatOnlyLooksAlike) {
+  for (const auto* argument : {"--Unattended", "--unattended=yes"}) {
+    FakeMachine machine;
+    machine.process.argumentList.emplace_back(argument);
+    FakeWindow window;
+    MainFlutterWindow mainWindow(machine.platform, window);
+    mainWindow.awakeFromNib();
+    EXPECT_EQ(window.alpha, 1);
+    EXPECT_EQ(window.calls.back(), "setTitle");
+  }
+}
+
+}  // namespace
+}  // namespace quorvin
