@@ -1,0 +1,81 @@
+#include "webui/AccessRules.h"
+
+#include <sys/random.h>
+
+#include <array>
+#include <stdexcept>
+#include <utility>
+
+namespace quorvin::webui {
+
+namespace {
+
+constexpr std::size_t tokenBytes = 16;
+constexpr std::string_view scheme = "http://";
+
+bool isWithScheme(std::string_view origin, std::string_view host) {
+  return origin.starts_with(scheme) && origin.substr(scheme.size()) == host;
+}
+
+}  // namespace
+
+std::string makeToken() {
+  std::array<unsigned char, tokenBytes> random{};
+  // Requests of up to 256 bytes are never cut short
+  // (https://man7.org/linux/man-pages/man2/getrandom.2.html).
+  if (getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size())) {
+    throw std::runtime_error("the system has no random numbers");
+  }
+  constexpr std::string_view digits = "0123456789abcdef";
+  std::string token;
+  for (const auto byte : random) {
+    token += digits[byte >> 4U];
+    token += digits[byte & 0x0FU];
+  }
+  return token;
+}
+
+bool equalInConstantTime(std::string_view given, std::string_view expected) {
+  if (given.size() != expected.size()) return false;
+  unsigned difference = 0;
+  for (std::size_t index = 0; index < given.size(); ++index) {
+    difference |= static_cast<unsigned char>(given[index]) ^
+                  static_cast<unsigned>(static_cast<unsigned char>(expected[index]));
+  }
+  return difference == 0;
+}
+
+AccessRules::AccessRules(std::uint16_t port, std::string token)
+    : numericHost("127.0.0.1:" + std::to_string(port)),
+      namedHost("localhost:" + std::to_string(port)),
+      token(std::move(token)) {}
+
+bool AccessRules::hostAllowed(std::string_view hostHeader) const {
+  return hostHeader == numericHost || hostHeader == namedHost;
+}
+
+bool AccessRules::originAllowed(std::string_view originHeader) const {
+  return isWithScheme(originHeader, numericHost) || isWithScheme(originHeader, namedHost);
+}
+
+std::optional<std::string> AccessRules::resourceOf(std::string_view path) const {
+  if (!path.starts_with('/')) return std::nullopt;
+  path.remove_prefix(1);
+  const auto slash = path.find('/');
+  if (slash == std::string_view::npos) return std::nullopt;
+  if (!equalInConstantTime(path.substr(0, slash), token)) return std::nullopt;
+  return std::string(path.substr(slash + 1));
+}
+
+std::string AccessRules::address() const {
+  return std::string(scheme) + numericHost + "/" + token + "/";
+}
+
+std::string AccessRules::contentPolicy() const {
+  return "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' blob: data:; "
+         "connect-src 'self' ws://" +
+         numericHost + " ws://" + namedHost +
+         "; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
+}
+
+}  // namespace quorvin::webui

@@ -1,0 +1,28 @@
+#include "webui/FrameGate.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace quorvin::webui {
+
+namespace {
+constexpr std::int64_t unacknowledgedMax = 1;
+}  // namespace
+
+std::optional<Frame> FrameGate::offer(const Frame& frame) {
+  if (unacknowledged >= unacknowledgedMax) {
+    waiting = frame;
+    return std::nullopt;
+  }
+  ++unacknowledged;
+  return frame;
+}
+
+std::optional<Frame> FrameGate::acknowledge(std::int64_t count) {
+  unacknowledged = std::max<std::int64_t>(0, unacknowledged - count);
+  if (!waiting || unacknowledged >= unacknowledgedMax) return std::nullopt;
+  ++unacknowledged;
+  return std::exchange(waiting, std::nullopt);
+}
+
+}  // namespace quorvin::webui

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+
+#include "platform/Data.h"
+
+namespace quorvin::webui {
+
+using FrameClock = std::chrono::steady_clock;
+
+struct Frame {
+  Data payload;
+  FrameClock::time_point arrivedAt;
+};
+
+// Decides which pictures go to one page: at most one that the page has not acknowledged, and
+// behind it at most one, always the newest.
+class FrameGate {
+ public:
+  // The frame to send now, if any. A frame that must wait replaces the one that waits.
+  [[nodiscard]] std::optional<Frame> offer(const Frame& frame);
+  // The waiting frame, if the page may have it now.
+  [[nodiscard]] std::optional<Frame> acknowledge(std::int64_t count);
+  void dropWaiting() { waiting.reset(); }
+
+ private:
+  std::int64_t unacknowledged = 0;
+  std::optional<Frame> waiting;
+};
+
+}  // namespace quorvin::webui

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <gio/gio.h>
+#include <glib-object.h>
+#include <unistd.h>
+
+#include <memory>
+#include <utility>
+
+namespace quorvin::webui {
+
+struct ObjectUnref {
+  void operator()(gpointer object) const { g_object_unref(object); }
+};
+template <typename T>
+using ObjectPointer = std::unique_ptr<T, ObjectUnref>;
+
+// A second reference to an object that somebody else holds as well.
+template <typename T>
+ObjectPointer<T> referTo(T* object) {
+  return ObjectPointer<T>(static_cast<T*>(g_object_ref(object)));
+}
+
+struct ErrorFree {
+  void operator()(GError* error) const { g_error_free(error); }
+};
+using ErrorPointer = std::unique_ptr<GError, ErrorFree>;
+
+struct BytesUnref {
+  void operator()(GBytes* bytes) const { g_bytes_unref(bytes); }
+};
+using BytesPointer = std::unique_ptr<GBytes, BytesUnref>;
+
+// Owns one descriptor.
+class FileDescriptor {
+ public:
+  FileDescriptor() = default;
+  explicit FileDescriptor(int number) : number(number) {}
+  FileDescriptor(FileDescriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
+  FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+    std::swap(number, other.number);
+    return *this;
+  }
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+  ~FileDescriptor() { reset(); }
+
+  [[nodiscard]] int get() const { return number; }
+  void reset() {
+    if (number >= 0) close(std::exchange(number, -1));
+  }
+
+ private:
+  int number = -1;
+};
+
+}  // namespace quorvin::webui

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+
+#include "platform/Flutter.h"
+#include "webui/SessionTracker.h"
+
+namespace quorvin::webui {
+
+// The protocol between a page and this program, over one WebSocket per page.
+//
+// From the page, JSON texts:
+//
+//   {"id":n,"method":"...","arguments":...}        calls the host; n is an integer of the page's
+//   own
+//   {"ack":n}                                      n pictures (1 or more) were drawn or given up
+//   {"show":{"customer":bool,"picture":bool}}      which sides of the session the page shows: the
+//                                                  customer's with its Stop button, the picture
+//
+// To the page, JSON texts:
+//
+//   {"id":n,"result":...}                          the answers to a call: one of the three
+//   {"id":n,"error":{"code","message","details"}}
+//   {"id":n,"notImplemented":true}
+//   {"id":null,"error":{...}}                      the last text was none of the above
+//   {"event":"state","session":"idle"|"starting"|"live"|"ended","error":{...}|null,
+//    "settings":{...}|null}                        sent first of all and on every change; `error`
+//                                                  says why a session ended by itself or never
+//                                                  began, `settings` are the ones in force or null
+//                                                  for the host's own defaults
+//   {"event":"error","code","message","details"}   an error of the frame stream
+//   {"event":"frame","ageMs":n}                    the next binary message is a picture that came
+//                                                  from the host n milliseconds ago
+//
+// and binary messages: pictures as the host sent them. A page gets the next picture when it has
+// acknowledged the last one; pictures that come meanwhile replace each other, so that a slow page
+// sees the newest and never a backlog.
+
+// The largest message a page may send.
+inline constexpr std::size_t pageMessageBytesMax = std::size_t{64} * 1024;
+
+struct PageCall {
+  std::int64_t id = 0;
+  FlutterMethodCall call;
+};
+struct PageAcknowledgement {
+  std::int64_t count = 0;
+};
+struct PageShows {
+  bool customer = false;
+  bool picture = false;
+};
+// Why a text was refused, and the id of the call if it is one.
+struct PageMistake {
+  std::optional<std::int64_t> id;
+  std::string message;
+};
+using PageMessage = std::variant<PageCall, PageAcknowledgement, PageShows, PageMistake>;
+
+// Never throws. Calls of methods that the host does not offer come back as PageMistake.
+[[nodiscard]] PageMessage parsePageMessage(std::string_view text);
+
+[[nodiscard]] bool isCallableMethod(std::string_view method);
+
+[[nodiscard]] std::string replyText(std::int64_t id, const FlutterReply& reply);
+[[nodiscard]] std::string mistakeText(const PageMistake& mistake);
+[[nodiscard]] std::string stateText(const SessionTracker& session);
+[[nodiscard]] std::string streamErrorText(const FlutterError& error);
+[[nodiscard]] std::string frameText(std::int64_t ageMs);
+
+}  // namespace quorvin::webui

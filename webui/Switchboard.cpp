@@ -1,0 +1,222 @@
+#include "webui/Switchboard.h"
+
+#include <algorithm>
+#include <utility>
+#include <variant>
+
+namespace quorvin::webui {
+
+namespace {
+
+constexpr std::size_t pagesMax = 8;
+constexpr std::size_t unansweredCallsMax = 64;
+
+std::int64_t ageMsOf(const Frame& frame) {
+  const auto age = FrameClock::now() - frame.arrivedAt;
+  return std::chrono::duration_cast<std::chrono::milliseconds>(age).count();
+}
+
+}  // namespace
+
+Switchboard::Switchboard(FileDescriptor linkSocket, LinkClient::CloseHandler onLinkClosed,
+                         std::chrono::milliseconds absenceMax)
+    : absenceLimit(absenceMax),
+      announcedState(stateText(session)),
+      host(std::move(linkSocket), {[this](Data payload) { handleFrame(std::move(payload)); },
+                                   [this](const FlutterError& error) { handleStreamError(error); },
+                                   std::move(onLinkClosed)}) {}
+
+void Switchboard::askWhetherUnattended(std::function<void(bool)> onAnswer) {
+  host.call({"capabilities", {}}, [onAnswer = std::move(onAnswer)](const FlutterReply& reply) {
+    const auto* value = std::get_if<Value>(&reply);
+    const auto* capabilities = value != nullptr ? value->as<Map>() : nullptr;
+    const auto* entry = capabilities != nullptr ? capabilities->find("unattended") : nullptr;
+    const auto* unattended = entry != nullptr ? entry->as<bool>() : nullptr;
+    onAnswer(unattended != nullptr && *unattended);
+  });
+}
+
+// --- Pages
+
+void Switchboard::addPage(SoupWebsocketConnection* socket) {
+  if (pages.size() >= pagesMax) {
+    soup_websocket_connection_close(socket, SOUP_WEBSOCKET_CLOSE_POLICY_VIOLATION,
+                                    "too many pages");
+    return;
+  }
+  const auto id = ++lastPageId;
+  auto& page = pages[id];
+  page.connection = std::make_unique<PageConnection>(
+      socket, pageMessageBytesMax,
+      PageConnection::Handlers{[this, id](std::string_view text) { handleText(id, text); },
+                               [this, id] {
+                                 handle(id, PageMistake{std::nullopt, "A message is text."});
+                               },
+                               [this, id] {
+                                 removePage(id);
+                               }});
+  page.connection->sendText(announcedState);
+  reviewListening();
+}
+
+void Switchboard::removePage(PageId id) {
+  pages.erase(id);
+  reviewListening();
+  reviewAbsence();
+}
+
+void Switchboard::handleText(PageId id, std::string_view text) {
+  if (!pages.contains(id)) return;
+  std::visit([&](const auto& message) { handle(id, message); }, parsePageMessage(text));
+}
+
+void Switchboard::handle(PageId id, const PageMistake& message) {
+  pages.at(id).connection->sendText(mistakeText(message));
+}
+
+void Switchboard::handle(PageId id, const PageAcknowledgement& message) {
+  auto& page = pages.at(id);
+  if (const auto frame = page.gate.acknowledge(message.count)) sendFrame(page, *frame);
+}
+
+void Switchboard::handle(PageId id, const PageShows& message) {
+  auto& page = pages.at(id);
+  const bool pictureAppears = message.picture && !page.shows.picture;
+  page.shows = message;
+  if (!message.picture) page.gate.dropWaiting();
+  if (pictureAppears && newestFrame) {
+    if (const auto frame = page.gate.offer(*newestFrame)) sendFrame(page, *frame);
+  }
+  reviewAbsence();
+}
+
+// --- Calls
+
+void Switchboard::handle(PageId id, const PageCall& message) {
+  auto& page = pages.at(id);
+  if (page.unansweredCalls >= unansweredCallsMax) {
+    handle(id, PageMistake{message.id, "Too many calls wait for their answers."});
+    return;
+  }
+  ++page.unansweredCalls;
+  callHost(message.call, [this, id, callId = message.id](const FlutterReply& reply) {
+    answer(id, callId, reply);
+  });
+}
+
+void Switchboard::answer(PageId id, std::int64_t callId, const FlutterReply& reply) {
+  const auto page = pages.find(id);
+  if (page == pages.end()) return;
+  --page->second.unansweredCalls;
+  page->second.connection->sendText(replyText(callId, reply));
+}
+
+void Switchboard::callHost(const FlutterMethodCall& call, FlutterResult onReply) {
+  if (call.method == "startCapture") {
+    start(call, std::move(onReply));
+  } else if (call.method == "stopCapture") {
+    stop(std::nullopt, std::move(onReply));
+  } else if (call.method == "configureStream") {
+    configure(call, std::move(onReply));
+  } else {
+    host.call(call, std::move(onReply));
+  }
+}
+
+void Switchboard::start(const FlutterMethodCall& call, FlutterResult onReply) {
+  const auto number = session.startSent();
+  host.call(call, [this, number, onReply = std::move(onReply)](const FlutterReply& reply) {
+    session.startReplied(number, reply);
+    onReply(reply);
+    sessionChanged();
+  });
+  sessionChanged();
+}
+
+void Switchboard::stop(std::optional<FlutterError> why, FlutterResult onReply) {
+  const auto number = session.stopSent();
+  host.call({"stopCapture", {}}, [this, number, why = std::move(why),
+                                  onReply = std::move(onReply)](const FlutterReply& reply) {
+    if (std::holds_alternative<Value>(reply)) session.stopReplied(number, why);
+    onReply(reply);
+    sessionChanged();
+  });
+}
+
+void Switchboard::configure(const FlutterMethodCall& call, FlutterResult onReply) {
+  host.call(call, [this, number = session.sessionNumber(), settings = call.arguments,
+                   onReply = std::move(onReply)](const FlutterReply& reply) {
+    if (std::holds_alternative<Value>(reply)) session.settingsAccepted(number, settings);
+    onReply(reply);
+    sessionChanged();
+  });
+}
+
+// --- Pictures
+
+void Switchboard::handleFrame(Data payload) {
+  if (!session.active()) return;
+  newestFrame = Frame{std::move(payload), FrameClock::now()};
+  for (auto& [id, page] : pages) {
+    if (!page.shows.picture) continue;
+    if (const auto frame = page.gate.offer(*newestFrame)) sendFrame(page, *frame);
+  }
+}
+
+void Switchboard::sendFrame(const Page& page, const Frame& frame) {
+  page.connection->sendText(frameText(ageMsOf(frame)));
+  page.connection->sendBinary(frame.payload);
+}
+
+void Switchboard::handleStreamError(const FlutterError& error) {
+  session.streamFailed(error);
+  for (const auto& [id, page] : pages) page.connection->sendText(streamErrorText(error));
+  sessionChanged();
+}
+
+// --- The session
+
+void Switchboard::sessionChanged() {
+  if (!session.active()) {
+    // A picture of a session that is over must not turn up in a page.
+    newestFrame.reset();
+    for (auto& [id, page] : pages) page.gate.dropWaiting();
+  }
+  auto state = stateText(session);
+  if (state != announcedState) {
+    announcedState = std::move(state);
+    for (const auto& [id, page] : pages) page.connection->sendText(announcedState);
+  }
+  reviewListening();
+  reviewAbsence();
+}
+
+// Without a listener the host forgets why a session ended, so that this program listens for as
+// long as one may be running, even with no page to show it.
+void Switchboard::reviewListening() {
+  const bool wanted = !pages.empty() || session.active();
+  if (wanted == listening) return;
+  listening = wanted;
+  if (wanted) {
+    host.listen([this](bool heard) { listening = listening && heard; });
+  } else {
+    host.cancel();
+  }
+}
+
+bool Switchboard::stopButtonShown() const {
+  return std::ranges::any_of(pages, [](const auto& entry) { return entry.second.shows.customer; });
+}
+
+void Switchboard::reviewAbsence() {
+  if (!session.active() || stopButtonShown()) {
+    absence.cancel();
+  } else if (!absence.pending()) {
+    absence = EventSource::once(absenceLimit, [this] {
+      stop(FlutterError{"customer_absent", "No page was open to stop the session from.", {}},
+           [](const FlutterReply&) {});
+    });
+  }
+}
+
+}  // namespace quorvin::webui

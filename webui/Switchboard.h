@@ -1,0 +1,83 @@
+#pragma once
+
+#include <libsoup/soup.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/Flutter.h"
+#include "webui/EventSource.h"
+#include "webui/FrameGate.h"
+#include "webui/HostClient.h"
+#include "webui/PageConnection.h"
+#include "webui/PageMessage.h"
+#include "webui/SessionTracker.h"
+
+namespace quorvin::webui {
+
+// Connects the pages with the host: passes calls and answers on, shares pictures and the state of
+// the session out to every page, and ends a session whose customer can no longer press Stop. On
+// the main loop's thread.
+class Switchboard {
+ public:
+  // A session goes on for so long with no page that offers its Stop button: enough to reload one.
+  static constexpr std::chrono::milliseconds absenceMax{10'000};
+
+  // Takes over the UI link. `onLinkClosed` as in LinkClient.
+  Switchboard(FileDescriptor linkSocket, LinkClient::CloseHandler onLinkClosed,
+              std::chrono::milliseconds absenceMax = Switchboard::absenceMax);
+
+  void addPage(SoupWebsocketConnection* socket);
+
+  // Asks the host whether it runs unattended; `onAnswer` gets false as well when it cannot say.
+  void askWhetherUnattended(std::function<void(bool)> onAnswer);
+
+ private:
+  struct Page {
+    std::unique_ptr<PageConnection> connection;
+    FrameGate gate;
+    PageShows shows;
+    std::size_t unansweredCalls = 0;
+  };
+  using PageId = std::uint64_t;
+
+  void removePage(PageId id);
+  void handleText(PageId id, std::string_view text);
+  void handle(PageId id, const PageCall& message);
+  void handle(PageId id, const PageAcknowledgement& message);
+  void handle(PageId id, const PageShows& message);
+  void handle(PageId id, const PageMistake& message);
+
+  void callHost(const FlutterMethodCall& call, FlutterResult onReply);
+  void start(const FlutterMethodCall& call, FlutterResult onReply);
+  void stop(std::optional<FlutterError> why, FlutterResult onReply);
+  void configure(const FlutterMethodCall& call, FlutterResult onReply);
+  void answer(PageId id, std::int64_t callId, const FlutterReply& reply);
+
+  void handleFrame(Data payload);
+  void handleStreamError(const FlutterError& error);
+  static void sendFrame(const Page& page, const Frame& frame);
+
+  void sessionChanged();
+  void reviewListening();
+  void reviewAbsence();
+  [[nodiscard]] bool stopButtonShown() const;
+
+  std::chrono::milliseconds absenceLimit;
+  SessionTracker session;
+  std::map<PageId, Page> pages;
+  PageId lastPageId = 0;
+  std::optional<Frame> newestFrame;  // of the running session, for pages that come later
+  std::string announcedState;
+  bool listening = false;
+  EventSource absence;
+  HostClient host;  // last, so that nothing it calls has gone before it
+};
+
+}  // namespace quorvin::webui

@@ -1,0 +1,117 @@
+#include <fcntl.h>
+#include <glib.h>
+#include <sys/socket.h>
+
+#include <charconv>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "webui/Browser.h"
+#include "webui/EventSource.h"
+#include "webui/Switchboard.h"
+#include "webui/WebServer.h"
+
+// The user interface's stand-in on Linux: a page in the user's own browser, served from this
+// program, which the host starts with one end of the UI link.
+
+namespace {
+
+using namespace quorvin::webui;
+
+constexpr const char* linkVariable = "QUORVIN_UI_FD";
+
+// After an interrupt from the terminal, which reaches the host as well, the host may take this
+// long to end in its own order.
+constexpr std::chrono::seconds interruptGrace{3};
+
+FileDescriptor takeLink() {
+  const char* text = std::getenv(linkVariable);
+  if (text == nullptr) {
+    throw std::runtime_error(std::string(linkVariable) +
+                             " is not set; start quorvin-support, which starts this program");
+  }
+  const std::string_view digits(text);
+  int number = -1;
+  const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  const bool whole = parsed.ec == std::errc() && parsed.ptr == digits.data() + digits.size();
+  sockaddr_storage peer{};
+  socklen_t peerSize = sizeof(peer);
+  int type = 0;
+  socklen_t typeSize = sizeof(type);
+  if (!whole || number < 0 || getsockopt(number, SOL_SOCKET, SO_TYPE, &type, &typeSize) != 0 ||
+      type != SOCK_STREAM ||
+      getpeername(number, reinterpret_cast<sockaddr*>(&peer), &peerSize) != 0) {
+    throw std::runtime_error(std::string(linkVariable) + " is not a connected stream socket");
+  }
+  // Neither the link nor its number is for the browser that this program may start.
+  fcntl(number, F_SETFD, FD_CLOEXEC);
+  unsetenv(linkVariable);
+  return FileDescriptor(number);
+}
+
+void announce(const std::string& address) {
+  std::printf("Quorvin Support: open %s in a browser\n", address.c_str());
+  std::fflush(stdout);
+}
+
+// Returns the exit status.
+int serve(FileDescriptor link) {
+  struct LoopUnref {
+    void operator()(GMainLoop* loop) const { g_main_loop_unref(loop); }
+  };
+  const std::unique_ptr<GMainLoop, LoopUnref> loop(g_main_loop_new(nullptr, FALSE));
+  const auto quit = [&] {
+    g_main_loop_quit(loop.get());
+  };
+
+  int status = 0;
+  Switchboard switchboard(std::move(link), [&](const std::string& reason) {
+    if (!reason.empty()) {
+      std::fprintf(stderr, "quorvin-webui: the link to the host failed: %s\n", reason.c_str());
+      status = 1;
+    }
+    quit();
+  });
+  const WebServer server(
+      [&](SoupWebsocketConnection* connection) { switchboard.addPage(connection); });
+
+  EventSource grace;
+  const auto interrupts = EventSource::onSignal(SIGINT, [&] {
+    if (grace.pending()) quit();
+    grace = EventSource::once(interruptGrace, quit);
+    return true;
+  });
+  const auto endOnRequest = [&] {
+    quit();
+    return true;
+  };
+  const auto terminations = EventSource::onSignal(SIGTERM, endOnRequest);
+  const auto hangUps = EventSource::onSignal(SIGHUP, endOnRequest);
+
+  announce(server.access().address());
+  // At a login nobody asked for a browser window.
+  switchboard.askWhetherUnattended([&](bool unattended) {
+    if (!unattended) openInBrowser(server.access().address());
+  });
+  g_main_loop_run(loop.get());
+  return status;
+}
+
+}  // namespace
+
+int main() {
+  std::signal(SIGPIPE, SIG_IGN);
+  try {
+    return serve(takeLink());
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "quorvin-webui: %s\n", error.what());
+    return 1;
+  }
+}

@@ -1,0 +1,158 @@
+// The customer's side: who can see the screen, the permissions, and the buttons that allow and
+// stop a session.
+
+import {explain, sentence} from './texts.js';
+
+const permissionsPollMs = 4000;
+
+const headlines = {
+  idle: {
+    what: 'Nobody can see your screen.',
+    next: 'Allow the session when your supporter asks you to. You can stop it at any time.',
+  },
+  starting: {what: 'Starting the session…', next: 'Your screen will be visible in a moment.'},
+  live: {
+    what: 'Your screen is being shared.',
+    next: 'Your supporter can see it and use the mouse and keyboard. Stop whenever you like.',
+  },
+  ended: {
+    what: 'Sharing has stopped.',
+    next: 'Nobody can see your screen any more.',
+  },
+  unknown: {
+    what: 'Quorvin Support cannot be reached.',
+    next: 'If your screen was being shared, that stops by itself within ten seconds.',
+  },
+};
+
+const byId = (id) => document.getElementById(id);
+
+export class CustomerSide {
+  #connection;
+  #unattended = false;
+  #permissionsAsked = false;
+  #allGranted = false;
+
+  constructor(connection) {
+    this.#connection = connection;
+    byId('allow-button').onclick = () => this.#allow();
+    byId('stop-button').onclick = () => this.#stop();
+    byId('request-permissions').onclick = () => this.#askForPermissions();
+    byId('create-shortcut').onclick = () => this.#createShortcut();
+    document.addEventListener('visibilitychange', () => this.#refreshPermissions());
+    window.addEventListener('focus', () => this.#refreshPermissions());
+    setInterval(() => {
+      if (!this.#allGranted) this.#refreshPermissions();
+    }, permissionsPollMs);
+  }
+
+  async connected() {
+    this.#refreshPermissions();
+    try {
+      const capabilities = await this.#connection.call('capabilities');
+      this.#unattended = capabilities.unattended === true;
+      byId('device-name').textContent = capabilities.deviceName;
+    } catch {
+      byId('device-name').textContent = 'this computer';
+    }
+  }
+
+  disconnected() {
+    this.#show('unknown', headlines.unknown, false);
+    byId('allow-button').disabled = true;
+    byId('stop-button').disabled = true;
+  }
+
+  // `session` is one of the server's states, `error` why it ended, or null.
+  showSession(session, error) {
+    this.#show(session, error ? explain(error) : headlines[session], Boolean(error));
+    const running = session === 'starting' || session === 'live';
+    const allow = byId('allow-button');
+    const stop = byId('stop-button');
+    const focused = document.activeElement;
+    allow.hidden = running;
+    allow.disabled = false;
+    stop.hidden = !running;
+    stop.disabled = false;
+    // Whoever works with the keyboard keeps their place when one button takes the other's.
+    if (running && focused === allow) stop.focus();
+    if (!running && focused === stop) allow.focus();
+  }
+
+  #show(state, {what, next, detail}, isError) {
+    const headline = byId('session-state');
+    headline.textContent = what;
+    headline.dataset.state = state;
+    byId('session-advice').textContent = [detail, next].filter(Boolean).join(' ');
+    const section = byId('session');
+    section.dataset.state = state;
+    section.classList.toggle('failed', isError);
+    byId('session-note').textContent =
+      state === 'starting' || state === 'live'
+        ? 'Keep this page open: ten seconds after it is closed, sharing stops.'
+        : '';
+  }
+
+  async #allow() {
+    // The outcome reaches every page as the session's state, this one included.
+    const consent = this.#unattended ? {unattended: true} : {locallyAuthorized: true};
+    await this.#connection.call('startCapture', consent).catch(() => {});
+    this.#refreshPermissions();
+  }
+
+  async #stop() {
+    await this.#connection.call('stopCapture').catch(() => {});
+  }
+
+  async #askForPermissions() {
+    this.#permissionsAsked = true;
+    try {
+      this.#showPermissions(await this.#connection.call('requestPermissions'));
+    } catch (error) {
+      byId('permissions-advice').textContent = sentence(error);
+    }
+  }
+
+  async #refreshPermissions() {
+    if (document.hidden || !this.#connection.isOpen) return;
+    try {
+      this.#showPermissions(await this.#connection.call('permissions'));
+    } catch {
+      // The state of the connection is shown elsewhere.
+    }
+  }
+
+  #showPermissions({screenRecording, accessibility}) {
+    showPermission('permission-screen', screenRecording);
+    showPermission('permission-input', accessibility);
+    this.#allGranted = screenRecording && accessibility;
+    byId('request-permissions').hidden = this.#allGranted;
+    byId('permissions-advice').textContent = this.#permissionsAdvice();
+  }
+
+  #permissionsAdvice() {
+    if (this.#allGranted) return '';
+    return this.#permissionsAsked
+      ? 'Turn on Quorvin Support in your system’s privacy settings, then come back to this page.'
+      : 'A session needs both. Your system will ask you to confirm.';
+  }
+
+  async #createShortcut() {
+    const result = byId('shortcut-result');
+    result.textContent = '';
+    try {
+      await this.#connection.call('createDesktopShortcut');
+      result.textContent = 'The shortcut is on your Desktop.';
+    } catch (error) {
+      result.textContent = sentence(error);
+    }
+  }
+}
+
+function showPermission(id, granted) {
+  const row = byId(id);
+  row.dataset.granted = String(granted);
+  const verdict = row.querySelector('.verdict');
+  const text = granted ? 'Granted' : 'Not granted';
+  if (verdict.textContent !== text) verdict.textContent = text;
+}

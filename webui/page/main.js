@@ -1,0 +1,52 @@
+// Puts the page together: one connection, the customer's side and the supporter's side.
+
+import {Connection} from './connection.js';
+import {CustomerSide} from './customer.js';
+import {Picture} from './picture.js';
+import {Settings} from './settings.js';
+
+const connection = new Connection();
+const customer = new CustomerSide(connection);
+const picture = new Picture();
+const settings = new Settings(connection);
+
+const connectionState = document.getElementById('connection-state');
+
+function showConnection(state, text) {
+  connectionState.dataset.state = state;
+  connectionState.textContent = text;
+}
+
+// A page in the background needs no pictures, but can still be brought back to press Stop.
+function showSides() {
+  connection.show({customer: true, picture: !document.hidden});
+}
+
+connection.addEventListener('open', () => {
+  showConnection('connected', 'Connected');
+  customer.connected();
+  picture.connected();
+});
+
+connection.addEventListener('closed', ({detail}) => {
+  const seconds = Math.ceil(detail.retryMs / 1000);
+  showConnection('disconnected', `Not connected, trying again in ${seconds} s`);
+  customer.disconnected();
+  picture.disconnected();
+  settings.disconnected();
+});
+
+connection.addEventListener('state', ({detail}) => {
+  customer.showSession(detail.session, detail.error);
+  picture.showSession(detail.session);
+  settings.showSession(detail.session, detail.settings);
+});
+
+connection.addEventListener('picture', async ({detail}) => {
+  await picture.draw(detail.bytes, detail.arrivedAt);
+  connection.acknowledgePicture();
+});
+
+document.addEventListener('visibilitychange', showSides);
+showSides();
+connection.open();

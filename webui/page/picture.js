@@ -1,0 +1,166 @@
+// The supporter's picture. A picture is called live only while new ones arrive: the host sends
+// one when the screen changes, so that a still screen and a stuck one look the same from here.
+
+const staleAfterMs = 2000;
+const rateWindowMs = 3000;
+const reviewEveryMs = 250;
+
+const byId = (id) => document.getElementById(id);
+
+const badges = {
+  off: 'No session',
+  starting: 'Starting',
+  live: 'Live',
+  waiting: 'Waiting',
+  disconnected: 'Not connected',
+};
+
+const emptyTexts = {
+  off: 'The picture appears here once the customer allows the session.',
+  starting: 'Waiting for the first picture…',
+  live: '',
+  waiting: '',
+  disconnected: 'Not connected. The picture returns with the connection.',
+};
+
+export class Picture {
+  #canvas = byId('picture');
+  #context = this.#canvas.getContext('2d', {alpha: false});
+  #session = 'idle';
+  #connected = false;
+  #period = 0; // counts sessions and connections; what was decoded for an older one is not drawn
+  #liveSince = 0;
+  #shownSince = null; // when the picture on show came from the host
+  #recent = []; // {at, size} of the pictures drawn lately
+  #problem = '';
+
+  constructor() {
+    byId('toggle-stats').onclick = () => this.#toggleStats();
+    byId('full-screen').onclick = () => toggleFullScreen();
+    byId('full-screen').hidden = !document.fullscreenEnabled;
+    setInterval(() => this.#review(), reviewEveryMs);
+    this.#review();
+  }
+
+  connected() {
+    this.#connected = true;
+    this.#review();
+  }
+
+  disconnected() {
+    this.#connected = false;
+    this.#clear();
+  }
+
+  showSession(session) {
+    if (session === this.#session) return;
+    this.#session = session;
+    if (session === 'live') this.#liveSince = performance.now();
+    if (session !== 'live') this.#clear();
+    this.#review();
+  }
+
+  // Resolves when the picture is on show or has been given up.
+  async draw(bytes, arrivedAt) {
+    const period = this.#period;
+    if (!isJpeg(bytes)) {
+      this.#problem = 'The picture comes as H.264, which this page cannot show. Choose JPEG.';
+      return;
+    }
+    const image = await createImageBitmap(new Blob([bytes], {type: 'image/jpeg'})).catch(() => null);
+    if (image === null || period !== this.#period) return;
+    this.#put(image);
+    this.#problem = '';
+    this.#shownSince = arrivedAt;
+    this.#recent.push({at: performance.now(), size: bytes.byteLength});
+    this.#review();
+  }
+
+  #put(image) {
+    const {width, height} = image;
+    if (this.#canvas.width !== width || this.#canvas.height !== height) {
+      this.#canvas.width = width;
+      this.#canvas.height = height;
+      byId('stage').style.setProperty('--picture-ratio', `${width} / ${height}`);
+    }
+    this.#context.drawImage(image, 0, 0);
+    image.close();
+  }
+
+  #clear() {
+    ++this.#period;
+    this.#shownSince = null;
+    this.#recent = [];
+    this.#problem = '';
+    this.#context.clearRect(0, 0, this.#canvas.width, this.#canvas.height);
+    this.#review();
+  }
+
+  #state(now) {
+    if (!this.#connected) return 'disconnected';
+    if (this.#session === 'starting') return 'starting';
+    if (this.#session !== 'live') return 'off';
+    const newest = this.#shownSince ?? this.#liveSince;
+    if (this.#problem || now - newest > staleAfterMs) return 'waiting';
+    return this.#shownSince === null ? 'starting' : 'live';
+  }
+
+  #review() {
+    const now = performance.now();
+    const state = this.#state(now);
+    const stage = byId('stage');
+    stage.dataset.state = state;
+    stage.dataset.picture = this.#shownSince === null ? 'none' : 'shown';
+    setText('picture-badge', badges[state]);
+    byId('picture-badge').dataset.state = state;
+    setText('empty', emptyTexts[state]);
+    setText('notice', state === 'waiting' ? this.#notice(now) : '');
+    byId('notice').hidden = state !== 'waiting';
+    this.#showStats(now);
+  }
+
+  #notice(now) {
+    if (this.#problem) return this.#problem;
+    const seconds = Math.floor((now - (this.#shownSince ?? this.#liveSince)) / 1000);
+    return this.#shownSince === null
+      ? `No picture for ${seconds} s — the screen may be still`
+      : `No new picture for ${seconds} s — the screen may be still`;
+  }
+
+  #toggleStats() {
+    const button = byId('toggle-stats');
+    const shown = button.getAttribute('aria-pressed') !== 'true';
+    button.setAttribute('aria-pressed', String(shown));
+    byId('stats').hidden = !shown;
+  }
+
+  #showStats(now) {
+    this.#recent = this.#recent.filter(({at}) => now - at < rateWindowMs);
+    const count = this.#recent.length;
+    const total = this.#recent.reduce((sum, {size}) => sum + size, 0);
+    const seen = this.#shownSince !== null;
+    setText('stats-rate', seen ? (count / (rateWindowMs / 1000)).toFixed(1) : '–');
+    setText('stats-size', count > 0 ? (total / count / 1000).toFixed(0) : '–');
+    setText('stats-age', seen ? `${((now - this.#shownSince) / 1000).toFixed(1)} s` : '–');
+    setText('stats-extent', seen ? `${this.#canvas.width} × ${this.#canvas.height}` : '–');
+  }
+}
+
+function isJpeg(bytes) {
+  const head = new Uint8Array(bytes, 0, Math.min(2, bytes.byteLength));
+  return head[0] === 0xff && head[1] === 0xd8;
+}
+
+// Text that stays the same is not set again, so that screen readers do not repeat it.
+function setText(id, text) {
+  const element = byId(id);
+  if (element.textContent !== text) element.textContent = text;
+}
+
+function toggleFullScreen() {
+  if (document.fullscreenElement) {
+    document.exitFullscreen();
+  } else {
+    byId('stage').requestFullscreen().catch(() => {});
+  }
+}

@@ -1,0 +1,136 @@
+// The supporter's picture settings: three profiles that fill in every setting, and the form that
+// sends them to the host.
+
+import {sentence} from './texts.js';
+
+const profiles = {
+  fast: {
+    hint: 'Small pictures that arrive quickly, for slow connections.',
+    values: {max_width: 1280, max_height: 800, fps: 30, bitrate_mbps: 3, jpeg_quality: 55, queue_depth: 2},
+  },
+  balanced: {
+    hint: 'Good for most sessions.',
+    values: {max_width: 1920, max_height: 1200, fps: 30, bitrate_mbps: 7, jpeg_quality: 72, queue_depth: 3},
+  },
+  sharp: {
+    hint: 'Fine text and detail, for fast connections.',
+    values: {max_width: 3840, max_height: 2160, fps: 24, bitrate_mbps: 16, jpeg_quality: 90, queue_depth: 3},
+  },
+};
+const common = {show_cursor: true, codec: 'jpeg'};
+// What a new session begins with; the host does not say.
+const hostDefaults = {profile: 'balanced', ...common, ...profiles.balanced.values};
+
+const byId = (id) => document.getElementById(id);
+
+export class Settings {
+  #connection;
+  #form = byId('settings-form');
+  #live = false;
+  #inForce = null; // the settings the host works with, or null without a session
+  #accepted = false; // whether those are settings that a page has applied
+
+  constructor(connection) {
+    this.#connection = connection;
+    this.#fill(hostDefaults);
+    this.#form.addEventListener('submit', (event) => {
+      event.preventDefault();
+      this.#apply();
+    });
+    this.#form.addEventListener('input', ({target}) => this.#changed(target));
+    this.#review();
+  }
+
+  // `settings` are those that the host accepted during this session, or null for its defaults.
+  showSession(session, settings) {
+    const wasLive = this.#live;
+    this.#live = session === 'live';
+    this.#inForce = this.#live ? {...hostDefaults, ...settings} : null;
+    this.#accepted = this.#live && settings !== null;
+    if (this.#live && !wasLive && settings) this.#fill(this.#inForce);
+    this.#review();
+  }
+
+  disconnected() {
+    this.showSession('unknown', null);
+  }
+
+  #changed(input) {
+    if (input.name === 'profile') this.#fill({...this.#read(), ...profiles[input.value].values});
+    this.#check(input);
+    this.#review();
+  }
+
+  #fill(values) {
+    for (const [name, value] of Object.entries(values)) {
+      const input = this.#form.elements[name];
+      if (!input) continue;
+      if (input.type === 'checkbox') input.checked = value;
+      else input.value = value;
+      if (input.type === 'number') this.#check(input);
+    }
+  }
+
+  #read() {
+    const values = {};
+    for (const name of Object.keys(hostDefaults)) {
+      const input = this.#form.elements[name];
+      if (input.type === 'checkbox') values[name] = input.checked;
+      else values[name] = input.type === 'number' ? input.valueAsNumber : input.value;
+    }
+    return values;
+  }
+
+  // Says under the field what is wrong with it. Returns whether all is well.
+  #check(input) {
+    if (input.type !== 'number') return true;
+    const valid = !Number.isNaN(input.valueAsNumber) && input.checkValidity();
+    input.setAttribute('aria-invalid', String(!valid));
+    const hint = byId(input.getAttribute('aria-describedby'));
+    hint.dataset.range ??= hint.textContent;
+    hint.textContent = valid
+      ? hint.dataset.range
+      : `Enter a whole number from ${input.min} to ${input.max}.`;
+    return valid;
+  }
+
+  #numbers() {
+    return [...this.#form.elements].filter((input) => input.type === 'number');
+  }
+
+  #review() {
+    byId('profile-hint').textContent = profiles[this.#form.elements.profile.value].hint;
+    byId('apply-settings').disabled = !this.#live;
+    this.#say(this.#status(), 'neutral');
+  }
+
+  #status() {
+    if (!this.#live) return 'Settings can be applied during a session.';
+    const values = this.#read();
+    const same = Object.keys(values).every((name) => values[name] === this.#inForce[name]);
+    if (!same) return 'Not applied yet.';
+    return this.#accepted ? 'Applied. These settings are in force.' : 'These settings are in force.';
+  }
+
+  #say(text, kind) {
+    const result = byId('settings-result');
+    if (result.textContent !== text) result.textContent = text;
+    result.dataset.kind = kind;
+  }
+
+  async #apply() {
+    const wrong = this.#numbers().filter((input) => !this.#check(input));
+    if (wrong.length > 0) {
+      wrong[0].focus();
+      this.#say('Nothing was applied: correct the marked settings first.', 'bad');
+      return;
+    }
+    this.#say('Applying…', 'neutral');
+    try {
+      await this.#connection.call('configureStream', this.#read());
+      this.#say('Applied. These settings are in force.', 'neutral');
+    } catch (error) {
+      this.#say(sentence(error), 'bad');
+    }
+  }
+}

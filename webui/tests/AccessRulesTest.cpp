@@ -1,0 +1,71 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "webui/AccessRules.h"
+
+namespace quorvin::webui {
+namespace {
+
+const std::string token = "0123456789abcdef0123456789abcdef";
+
+AccessRules rules() {
+  return {8765, token};
+}
+
+TEST(AccessRules, TokenIs128RandomBitsInHexadecimal) {
+  const auto first = makeToken();
+  EXPECT_EQ(first.size(), 32U);
+  EXPECT_EQ(first.find_first_not_of("0123456789abcdef"), std::string::npos);
+  EXPECT_NE(first, makeToken());
+}
+
+TEST(AccessRules, ComparisonSeesEveryDifference) {
+  EXPECT_TRUE(equalInConstantTime(token, token));
+  EXPECT_FALSE(equalInConstantTime("", token));
+  EXPECT_FALSE(equalInConstantTime(token + "0", token));
+  for (std::size_t index = 0; index < token.size(); ++index) {
+    auto other = token;
+    other[index] = 'g';
+    EXPECT_FALSE(equalInConstantTime(other, token)) << index;
+  }
+}
+
+TEST(AccessRules, OnlyThisServerIsAHost) {
+  EXPECT_TRUE(rules().hostAllowed("127.0.0.1:8765"));
+  EXPECT_TRUE(rules().hostAllowed("localhost:8765"));
+  for (const auto* host : {"", "127.0.0.1", "localhost", "127.0.0.1:8766", "example.com:8765",
+                           "localhost:8765.example.com", "127.0.0.1:8765, 127.0.0.1:8765"}) {
+    EXPECT_FALSE(rules().hostAllowed(host)) << host;
+  }
+}
+
+TEST(AccessRules, OnlyOwnPagesAreAnOrigin) {
+  EXPECT_TRUE(rules().originAllowed("http://127.0.0.1:8765"));
+  EXPECT_TRUE(rules().originAllowed("http://localhost:8765"));
+  for (const auto* origin : {"", "null", "https://127.0.0.1:8765", "http://127.0.0.1",
+                             "http://example.com:8765", "http://127.0.0.1:8765/"}) {
+    EXPECT_FALSE(rules().originAllowed(origin)) << origin;
+  }
+}
+
+TEST(AccessRules, OnlyPathsBehindTheTokenLeadSomewhere) {
+  EXPECT_EQ(rules().resourceOf("/" + token + "/"), "");
+  EXPECT_EQ(rules().resourceOf("/" + token + "/app.css"), "app.css");
+  for (const auto& path : {std::string(), std::string("/"), std::string("/app.css"), "/" + token,
+                           token + "/", "//" + token + "/", "/" + token + "0/",
+                           "/0" + token.substr(1, 30) + "0/", "/" + token.substr(1) + "/"}) {
+    EXPECT_FALSE(rules().resourceOf(path)) << path;
+  }
+}
+
+TEST(AccessRules, PolicyLetsNothingInFromElsewhere) {
+  const auto policy = rules().contentPolicy();
+  EXPECT_TRUE(policy.starts_with("default-src 'none'; "));
+  EXPECT_NE(policy.find("frame-ancestors 'none'"), std::string::npos);
+  EXPECT_EQ(policy.find("unsafe"), std::string::npos);
+  EXPECT_EQ(policy.find('*'), std::string::npos);
+}
+
+}  // namespace
+}  // namespace quorvin::webui

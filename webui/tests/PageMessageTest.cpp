@@ -1,0 +1,87 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "webui/PageMessage.h"
+
+namespace quorvin::webui {
+namespace {
+
+template <typename T>
+T parsedAs(std::string_view text) {
+  const auto message = parsePageMessage(text);
+  EXPECT_TRUE(std::holds_alternative<T>(message)) << text;
+  return std::holds_alternative<T>(message) ? std::get<T>(message) : T{};
+}
+
+TEST(PageMessage, PassesOnTheNineMethodsOfTheHostAndNoOther) {
+  for (const auto* method :
+       {"capabilities", "permissions", "requestPermissions", "startCapture", "stopCapture",
+        "releaseInput", "createDesktopShortcut", "configureStream", "injectInput"}) {
+    EXPECT_TRUE(isCallableMethod(method)) << method;
+  }
+  for (const auto* method : {"", "listen", "cancel", "Capabilities", "startCapture ", "exit"}) {
+    EXPECT_FALSE(isCallableMethod(method)) << method;
+  }
+  const auto mistake = parsedAs<PageMistake>(R"({"id":3,"method":"listen"})");
+  EXPECT_EQ(mistake.id, 3);
+}
+
+TEST(PageMessage, CallCarriesItsArguments) {
+  const auto call = parsedAs<PageCall>(
+      R"({"id":12,"method":"startCapture","arguments":{"locallyAuthorized":true}})");
+  EXPECT_EQ(call.id, 12);
+  EXPECT_EQ(call.call.method, "startCapture");
+  EXPECT_EQ(call.call.arguments, Value(Map{{"locallyAuthorized", true}}));
+}
+
+TEST(PageMessage, CallWithoutArgumentsHasNullOnes) {
+  EXPECT_TRUE(parsedAs<PageCall>(R"({"id":1,"method":"permissions"})").call.arguments.isNull());
+}
+
+TEST(PageMessage, CallNeedsAnIntegerId) {
+  for (const auto* id : {"null", "1.5", "\"1\"", "[]", "18446744073709551615"}) {
+    const auto text = std::string(R"({"method":"permissions","id":)") + id + "}";
+    EXPECT_FALSE(parsedAs<PageMistake>(text).id) << text;
+  }
+  parsedAs<PageMistake>(R"({"method":"permissions"})");
+}
+
+TEST(PageMessage, ReadsAcknowledgementsAndWhatIsShown) {
+  EXPECT_EQ(parsedAs<PageAcknowledgement>(R"({"ack":2})").count, 2);
+  const auto shows = parsedAs<PageShows>(R"({"show":{"customer":true,"picture":false}})");
+  EXPECT_TRUE(shows.customer);
+  EXPECT_FALSE(shows.picture);
+  EXPECT_FALSE(parsedAs<PageShows>(R"({"show":{"customer":1}})").customer);
+}
+
+TEST(PageMessage, RefusesEverythingElse) {
+  for (const auto* text : {"", "null", "[]", "{}", "7", "{\"ack\":0}", "{\"ack\":-1}",
+                           "{\"ack\":1.0}", "{\"ack\":9223372036854775807}", "{\"show\":true}",
+                           "{\"id\":1,\"method\":7}", "{\"id\":1"}) {
+    parsedAs<PageMistake>(text);
+  }
+}
+
+TEST(PageMessage, WritesTheThreeKindsOfAnswers) {
+  EXPECT_EQ(replyText(1, Value(true)), R"({"id":1,"result":true})");
+  EXPECT_EQ(replyText(2, FlutterError{"bad_input", "Invalid input event.", {}}),
+            R"({"error":{"code":"bad_input","details":null,"message":"Invalid input event."},)"
+            R"("id":2})");
+  EXPECT_EQ(replyText(3, FlutterMethodNotImplemented{}), R"({"id":3,"notImplemented":true})");
+}
+
+TEST(PageMessage, WritesStreamErrorsWithTheirDetails) {
+  EXPECT_EQ(streamErrorText({"capture_stopped", std::nullopt, Map{{"code", -3821}}}),
+            R"({"code":"capture_stopped","details":{"code":-3821},"event":"error",)"
+            R"("message":null})");
+}
+
+TEST(PageMessage, WritesTheStateOfTheSession) {
+  SessionTracker session;
+  EXPECT_EQ(stateText(session),
+            R"({"error":null,"event":"state","session":"idle","settings":null})");
+}
+
+}  // namespace
+}  // namespace quorvin::webui

@@ -1,0 +1,398 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "webui/Switchboard.h"
+#include "webui/WebServer.h"
+#include "webui/tests/FakeHost.h"
+#include "webui/tests/TestPage.h"
+
+namespace quorvin::webui {
+namespace {
+
+using nlohmann::json;
+
+constexpr const char* startCall =
+    R"({"id":1,"method":"startCapture","arguments":{"locallyAuthorized":true}})";
+constexpr const char* stopCall = R"({"id":2,"method":"stopCapture"})";
+constexpr const char* showsBoth = R"({"show":{"customer":true,"picture":true}})";
+
+// The whole program but its entry: a fake host on one side, real WebSockets on the other.
+class SwitchboardTest : public testing::Test {
+ protected:
+  explicit SwitchboardTest(std::chrono::milliseconds absenceMax = Switchboard::absenceMax)
+      : switchboard(
+            host.takeClientEnd(), [this](const std::string& reason) { linkClosed = reason; },
+            absenceMax) {
+    host.answer("listen", Value());
+    host.answer("cancel", Value());
+    host.answer("stopCapture", Value());
+  }
+
+  std::unique_ptr<TestPage> openPage() {
+    const auto address = server.access().address();
+    const auto origin = address.substr(0, address.find('/', std::string("http://").size()));
+    auto page = std::make_unique<TestPage>(address, origin.c_str());
+    EXPECT_TRUE(page->connected());
+    return page;
+  }
+
+  std::unique_ptr<TestPage> openLivePage() {
+    host.answer("startCapture", Value());
+    auto page = openPage();
+    page->send(showsBoth);
+    page->send(startCall);
+    EXPECT_FALSE(page->waitForSession("live").is_null());
+    return page;
+  }
+
+  // Whatever the page sent before has been handled once this is answered.
+  static void settle(const TestPage& page) {
+    static int lastId = 1000;
+    const auto id = ++lastId;
+    page.send(R"({"id":)" + std::to_string(id) + R"(,"method":"nothing"})");
+    EXPECT_FALSE(page.waitFor({{"id", id}}).is_null());
+  }
+
+  FakeHost host;
+  std::optional<std::string> linkClosed;
+  Switchboard switchboard;
+  WebServer server{[this](SoupWebsocketConnection* socket) {
+    switchboard.addPage(socket);
+  }};
+};
+
+TEST_F(SwitchboardTest, GreetsAPageWithTheStateOfTheSession) {
+  const auto page = openPage();
+  EXPECT_FALSE(page->waitForSession("idle").is_null());
+}
+
+TEST_F(SwitchboardTest, RefusesAPageFromElsewhere) {
+  const TestPage page(server.access().address(), "http://example.com");
+  EXPECT_FALSE(page.connected());
+}
+
+TEST_F(SwitchboardTest, CarriesACallToTheHostAndItsAnswerBack) {
+  host.answer("permissions", Map{{"screenRecording", true}, {"accessibility", false}});
+  const auto page = openPage();
+  page->send(R"({"id":7,"method":"permissions"})");
+  EXPECT_EQ(page->waitFor({{"id", 7}}),
+            json::parse(R"({"id":7,"result":{"accessibility":false,"screenRecording":true}})"));
+  EXPECT_EQ(host.last("permissions")->channel, "com.quorvin.support/host");
+}
+
+TEST_F(SwitchboardTest, KeepsTheTypesOfArguments) {
+  const auto page = openPage();
+  page->send(R"({"id":7,"method":"injectInput","arguments":)"
+             R"({"action":"scroll","dx":2,"dy":-0.5,"deep":[true,null]}})");
+  ASSERT_TRUE(runUntil([&] { return host.count("injectInput") == 1; }));
+  EXPECT_EQ(
+      host.last("injectInput")->call.arguments,
+      Value(Map{{"action", "scroll"}, {"deep", List{true, nullptr}}, {"dx", 2}, {"dy", -0.5}}));
+}
+
+TEST_F(SwitchboardTest, CarriesErrorsAndUnknownMethodsBack) {
+  host.answer("injectInput", FlutterError{"bad_input", "Invalid input event.", Map{{"code", 3}}});
+  host.answer("createDesktopShortcut", FlutterMethodNotImplemented{});
+  const auto page = openPage();
+  page->send(R"({"id":1,"method":"injectInput"})");
+  page->send(R"({"id":2,"method":"createDesktopShortcut"})");
+  const auto error = page->waitFor({{"id", 1}})["error"];
+  EXPECT_EQ(error["code"], "bad_input");
+  EXPECT_EQ(error["message"], "Invalid input event.");
+  EXPECT_EQ(error["details"]["code"], 3);
+  EXPECT_EQ(page->waitFor({{"id", 2}})["notImplemented"], true);
+}
+
+TEST_F(SwitchboardTest, AnswersGoToThePageThatAsked) {
+  const auto first = openPage();
+  const auto second = openPage();
+  first->send(R"({"id":5,"method":"permissions"})");
+  ASSERT_TRUE(runUntil([&] { return host.count("permissions") == 1; }));
+  host.reply(*host.last("permissions"), Value("for the first"));
+  EXPECT_EQ(first->waitFor({{"id", 5}})["result"], "for the first");
+  settle(*second);
+  EXPECT_TRUE(second->find({{"id", 5}}).is_null());
+}
+
+TEST_F(SwitchboardTest, PageThatLeavesWithACallOpenHarmsNothing) {
+  auto page = openPage();
+  page->send(R"({"id":5,"method":"permissions"})");
+  ASSERT_TRUE(runUntil([&] { return host.count("permissions") == 1; }));
+  page->vanish();
+  ASSERT_TRUE(runUntil([&] { return host.count("cancel") == 1; }));
+  host.reply(*host.last("permissions"), Value());
+  const auto next = openPage();
+  settle(*next);
+}
+
+TEST_F(SwitchboardTest, HostilePagesGetErrorsAndNothingReachesTheHost) {
+  const auto page = openPage();
+  ASSERT_TRUE(runUntil([&] { return host.count("listen") == 1; }));
+  const std::string deep(50'000, '[');
+  for (const auto& text : {std::string("{"), std::string("[]"), std::string(R"({"ack":-5})"), deep,
+                           std::string(R"({"id":1,"method":"listen"})")}) {
+    page->texts.clear();
+    page->send(text);
+    ASSERT_TRUE(runUntil([&] { return !page->texts.empty(); })) << text.substr(0, 50);
+    EXPECT_EQ(page->texts.back()["error"]["code"], "bad_message");
+  }
+  page->texts.clear();
+  page->sendBinary({1, 2, 3});
+  ASSERT_TRUE(runUntil([&] { return !page->texts.empty(); }));
+  EXPECT_EQ(page->texts.back()["error"]["code"], "bad_message");
+  EXPECT_EQ(host.calls().size(), 1U);
+}
+
+TEST_F(SwitchboardTest, HugeMessageClosesOnlyThePageThatSentIt) {
+  const auto page = openPage();
+  const auto other = openPage();
+  page->send("\"" + std::string(pageMessageBytesMax, 'x') + "\"");
+  EXPECT_TRUE(runUntil([&] { return page->closed; }));
+  settle(*other);
+}
+
+TEST_F(SwitchboardTest, CallsThatAreNeverAnsweredDoNotPileUp) {
+  const auto page = openPage();
+  for (int id = 0; id < 100; ++id) {
+    page->send(R"({"id":)" + std::to_string(id) + R"(,"method":"permissions"})");
+  }
+  settle(*page);
+  ASSERT_TRUE(runUntil([&] { return host.count("permissions") >= 64; }));
+  EXPECT_EQ(host.count("permissions"), 64U);
+  EXPECT_EQ(page->find({{"id", 99}})["error"]["code"], "bad_message");
+}
+
+TEST_F(SwitchboardTest, EveryPageSeesTheSameSession) {
+  const auto customer = openPage();
+  const auto supporter = openPage();
+  customer->send(startCall);
+  EXPECT_FALSE(supporter->waitForSession("starting").is_null());
+  ASSERT_TRUE(runUntil([&] { return host.count("startCapture") == 1; }));
+  EXPECT_EQ(host.last("startCapture")->call.arguments, Value(Map{{"locallyAuthorized", true}}));
+  host.reply(*host.last("startCapture"), Value());
+  EXPECT_FALSE(supporter->waitForSession("live").is_null());
+  const auto late = openPage();
+  EXPECT_FALSE(late->waitForSession("live").is_null());
+  supporter->send(stopCall);
+  EXPECT_TRUE(customer->waitForSession("ended")["error"].is_null());
+}
+
+TEST_F(SwitchboardTest, FailedStartTellsEveryPageWhy) {
+  host.answer("startCapture", FlutterError{"capture_failed", "The display is gone.", {}});
+  const auto page = openPage();
+  const auto other = openPage();
+  page->send(startCall);
+  EXPECT_EQ(page->waitFor({{"id", 1}})["error"]["code"], "capture_failed");
+  EXPECT_EQ(other->waitForSession("ended")["error"]["message"], "The display is gone.");
+}
+
+TEST_F(SwitchboardTest, StreamErrorEndsTheSessionOnEveryPage) {
+  const auto page = openLivePage();
+  host.sendStreamError({"capture_stopped", "No more pictures.", Map{{"code", -1}}});
+  const auto error = page->waitFor({{"event", "error"}});
+  EXPECT_EQ(error["code"], "capture_stopped");
+  EXPECT_EQ(error["details"]["code"], -1);
+  EXPECT_EQ(page->waitForSession("ended")["error"]["code"], "capture_stopped");
+}
+
+TEST_F(SwitchboardTest, AcceptedSettingsAreShownToEveryPage) {
+  const auto page = openLivePage();
+  const auto other = openPage();
+  host.answer("configureStream", Value());
+  page->send(R"({"id":9,"method":"configureStream","arguments":{"fps":10}})");
+  EXPECT_EQ(other->waitFor({{"event", "state"}, {"settings", {{"fps", 10}}}})["session"], "live");
+}
+
+TEST_F(SwitchboardTest, RefusedSettingsChangeNothing) {
+  const auto page = openLivePage();
+  host.answer("configureStream", FlutterError{"bad_stream_settings", "Invalid.", {}});
+  page->send(R"({"id":9,"method":"configureStream","arguments":{"fps":1000}})");
+  EXPECT_EQ(page->waitFor({{"id", 9}})["error"]["code"], "bad_stream_settings");
+  EXPECT_TRUE(page->find({{"event", "state"}})["settings"].is_null());
+}
+
+TEST_F(SwitchboardTest, PageThatDoesNotAcknowledgeGetsTheFirstPictureThenTheNewest) {
+  const auto page = openLivePage();
+  for (std::uint8_t number = 1; number <= 100; ++number) host.sendFrame({0xFF, 0xD8, number});
+  ASSERT_TRUE(runUntil([&] { return !page->pictures.empty(); }));
+  EXPECT_EQ(page->pictures.back(), (Bytes{0xFF, 0xD8, 1}));
+  // The answer to a call overtakes the pictures that wait.
+  host.answer("permissions", Value());
+  page->send(R"({"id":50,"method":"permissions"})");
+  EXPECT_FALSE(page->waitFor({{"id", 50}}).is_null());
+  EXPECT_EQ(page->pictures.size(), 1U);
+  page->send(R"({"ack":1})");
+  ASSERT_TRUE(runUntil([&] { return page->pictures.size() > 1; }));
+  EXPECT_EQ(page->pictures.back(), (Bytes{0xFF, 0xD8, 100}));
+  settle(*page);
+  EXPECT_EQ(page->pictures.size(), 2U);
+}
+
+TEST_F(SwitchboardTest, LargePictureArrivesUnchangedAndAnnounced) {
+  const auto page = openLivePage();
+  Bytes picture(3'000'000);
+  for (std::size_t index = 0; index < picture.size(); ++index) {
+    picture[index] = static_cast<std::uint8_t>(index * 31 / 7);
+  }
+  // More than the socket holds: the main loop must read while the host writes.
+  const auto frame = encodeEventLinkFrame("com.quorvin.support/frames", Data(Bytes(picture)));
+  constexpr std::size_t piece = 60'000;
+  for (std::size_t start = 0; start < frame.size(); start += piece) {
+    host.sendBytes(std::span(frame).subspan(start, std::min(piece, frame.size() - start)));
+    while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
+    }
+  }
+  ASSERT_TRUE(runUntil([&] { return !page->pictures.empty(); }));
+  EXPECT_EQ(page->pictures.back(), picture);
+  EXPECT_GE(page->find({{"event", "frame"}})["ageMs"], 0);
+}
+
+TEST_F(SwitchboardTest, SlowPageDoesNotHoldUpAQuickOne) {
+  const auto slow = openLivePage();
+  const auto quick = openPage();
+  quick->send(showsBoth);
+  settle(*quick);
+  for (std::uint8_t number = 1; number <= 20; ++number) {
+    host.sendFrame({number});
+    ASSERT_TRUE(runUntil([&] { return quick->pictures.size() == number; }));
+    quick->send(R"({"ack":1})");
+    settle(*quick);
+  }
+  EXPECT_EQ(slow->pictures.size(), 1U);
+}
+
+TEST_F(SwitchboardTest, PageThatComesLateGetsTheNewestPictureWithItsAge) {
+  const auto first = openLivePage();
+  host.sendFrame({1});
+  host.sendFrame({2});
+  ASSERT_TRUE(runUntil([&] { return !first->pictures.empty(); }));
+  settle(*first);
+  const auto late = openPage();
+  late->send(showsBoth);
+  ASSERT_TRUE(runUntil([&] { return !late->pictures.empty(); }));
+  EXPECT_EQ(late->pictures.back(), (Bytes{2}));
+  EXPECT_FALSE(late->find({{"event", "frame"}}).is_null());
+}
+
+TEST_F(SwitchboardTest, PageThatShowsNoPictureGetsNone) {
+  const auto page = openLivePage();
+  const auto other = openPage();
+  host.sendFrame({1});
+  ASSERT_TRUE(runUntil([&] { return !page->pictures.empty(); }));
+  settle(*other);
+  EXPECT_TRUE(other->pictures.empty());
+}
+
+TEST_F(SwitchboardTest, NoPictureOutlivesItsSession) {
+  const auto page = openLivePage();
+  host.sendFrame({1});
+  host.sendFrame({2});
+  ASSERT_TRUE(runUntil([&] { return !page->pictures.empty(); }));
+  page->send(stopCall);
+  ASSERT_FALSE(page->waitForSession("ended").is_null());
+  page->send(R"({"ack":1})");
+  settle(*page);
+  EXPECT_EQ(page->pictures.size(), 1U);
+}
+
+TEST_F(SwitchboardTest, ListensWhileAPageIsOpenOrASessionRuns) {
+  EXPECT_EQ(host.calls().size(), 0U);
+  auto page = openLivePage();
+  EXPECT_EQ(host.count("listen"), 1U);
+  EXPECT_EQ(host.last("listen")->channel, "com.quorvin.support/frames");
+  page->close();
+  ASSERT_TRUE(runUntil([&] { return page->closed; }));
+  page = openPage();
+  page->send(stopCall);
+  ASSERT_FALSE(page->waitForSession("ended").is_null());
+  EXPECT_EQ(host.count("listen"), 1U);
+  EXPECT_EQ(host.count("cancel"), 0U);
+  page->close();
+  ASSERT_TRUE(runUntil([&] { return host.count("cancel") == 1; }));
+}
+
+TEST_F(SwitchboardTest, AsksWhetherTheHostRunsUnattended) {
+  host.answer("capabilities", Map{{"unattended", true}});
+  std::optional<bool> answer;
+  switchboard.askWhetherUnattended([&](bool unattended) { answer = unattended; });
+  ASSERT_TRUE(runUntil([&] { return answer.has_value(); }));
+  EXPECT_TRUE(*answer);
+  host.answer("capabilities", FlutterMethodNotImplemented{});
+  answer.reset();
+  switchboard.askWhetherUnattended([&](bool unattended) { answer = unattended; });
+  ASSERT_TRUE(runUntil([&] { return answer.has_value(); }));
+  EXPECT_FALSE(*answer);
+}
+
+TEST_F(SwitchboardTest, ClosedLinkIsReportedOnceWithoutAReason) {
+  const auto page = openPage();
+  host.closeLink();
+  ASSERT_TRUE(runUntil([&] { return linkClosed.has_value(); }));
+  EXPECT_EQ(*linkClosed, "");
+  linkClosed.reset();
+  page->send(R"({"id":5,"method":"permissions"})");
+  settle(*page);
+  EXPECT_FALSE(linkClosed);
+}
+
+TEST_F(SwitchboardTest, BrokenLinkIsReportedWithItsReason) {
+  host.sendBytes(Bytes{1, 0, 0, 0, 0});
+  ASSERT_TRUE(runUntil([&] { return linkClosed.has_value(); }));
+  EXPECT_NE(*linkClosed, "");
+}
+
+TEST_F(SwitchboardTest, ReplyToNothingBreaksTheLink) {
+  host.send({LinkFrameType::reply, 99, {}, {}});
+  ASSERT_TRUE(runUntil([&] { return linkClosed.has_value(); }));
+  EXPECT_NE(*linkClosed, "");
+}
+
+TEST_F(SwitchboardTest, UnreadableEventsAndOtherChannelsHarmNothing) {
+  const auto page = openLivePage();
+  host.send({LinkFrameType::message, 0, "com.quorvin.support/frames", {0xFF}});
+  host.send({LinkFrameType::message, 0, "com.quorvin.support/frames", {}});
+  host.send({LinkFrameType::message, 0, "flutter/lifecycle", {'x'}});
+  host.sendFrame({1});
+  EXPECT_TRUE(runUntil([&] { return !page->pictures.empty(); }));
+  EXPECT_FALSE(linkClosed);
+}
+
+class QuickAbsenceTest : public SwitchboardTest {
+ protected:
+  QuickAbsenceTest() : SwitchboardTest(std::chrono::milliseconds(1)) {}
+};
+
+TEST_F(QuickAbsenceTest, SessionThatNobodyCanStopIsStopped) {
+  auto page = openLivePage();
+  const auto supporter = openPage();
+  supporter->send(R"({"show":{"customer":false,"picture":true}})");
+  settle(*supporter);
+  EXPECT_EQ(host.count("stopCapture"), 0U);
+  page->vanish();
+  EXPECT_EQ(supporter->waitForSession("ended")["error"]["code"], "customer_absent");
+  EXPECT_EQ(host.count("stopCapture"), 1U);
+}
+
+TEST_F(QuickAbsenceTest, SessionIsStoppedWhenTheLastPageIsClosed) {
+  auto page = openLivePage();
+  page->close();
+  EXPECT_TRUE(runUntil([&] { return host.count("stopCapture") == 1; }));
+  EXPECT_TRUE(runUntil([&] { return host.count("cancel") == 1; }));
+}
+
+TEST_F(SwitchboardTest, ReloadedPageKeepsTheSession) {
+  auto page = openLivePage();
+  page->close();
+  ASSERT_TRUE(runUntil([&] { return page->closed; }));
+  page = openPage();
+  page->send(showsBoth);
+  settle(*page);
+  EXPECT_FALSE(page->waitForSession("live").is_null());
+  EXPECT_EQ(host.count("stopCapture"), 0U);
+}
+
+}  // namespace
+}  // namespace quorvin::webui

@@ -1,0 +1,141 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "webui/WebServer.h"
+#include "webui/tests/RawRequest.h"
+
+namespace quorvin::webui {
+namespace {
+
+class WebServerTest : public testing::Test {
+ protected:
+  [[nodiscard]] std::string address() const { return server.access().address(); }
+  [[nodiscard]] std::string authority() const {
+    const auto start = std::string("http://").size();
+    return address().substr(start, address().find('/', start) - start);
+  }
+  [[nodiscard]] std::uint16_t port() const {
+    return static_cast<std::uint16_t>(
+        std::stoi(authority().substr(std::string("127.0.0.1:").size())));
+  }
+  // The path of the page with its token.
+  [[nodiscard]] std::string root() const {
+    return address().substr(address().find('/', std::string("http://").size()));
+  }
+  [[nodiscard]] std::string request(const std::string& method, const std::string& path,
+                                    const std::string& host, const std::string& more = "") const {
+    return rawRequest(port(), method + " " + path + " HTTP/1.1\r\nHost: " + host + "\r\n" + more);
+  }
+  [[nodiscard]] std::string get(const std::string& path) const {
+    return request("GET", path, authority());
+  }
+  // The answer's head to a well-formed WebSocket handshake from this origin.
+  [[nodiscard]] std::string handshake(const std::string& path,
+                                      const std::string& originLine) const {
+    const auto socket = connectTo(port());
+    sendAll(socket, "GET " + path + " HTTP/1.1\r\nHost: " + authority() + "\r\n" + originLine +
+                        "Upgrade: websocket\r\nConnection: Upgrade\r\n"
+                        "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n"
+                        "Sec-WebSocket-Version: 13\r\n\r\n");
+    return readAnswer(socket, "\r\n\r\n");
+  }
+
+  int pagesOpened = 0;
+  WebServer server{[this](SoupWebsocketConnection*) {
+    ++pagesOpened;
+  }};
+};
+
+TEST_F(WebServerTest, ServesThePageAndItsAssetsBehindTheToken) {
+  const auto page = get(root());
+  EXPECT_EQ(statusOf(page), 200);
+  EXPECT_NE(page.find("Content-Type: text/html; charset=utf-8"), std::string::npos);
+  EXPECT_NE(page.find("<title>Quorvin Support</title>"), std::string::npos);
+  EXPECT_NE(get(root() + "main.js").find("Content-Type: text/javascript"), std::string::npos);
+  EXPECT_NE(get(root() + "app.css").find("Content-Type: text/css"), std::string::npos);
+  EXPECT_NE(get(root() + "icon.svg").find("Content-Type: image/svg+xml"), std::string::npos);
+}
+
+TEST_F(WebServerTest, AnswersToItsNameAsWellAsItsNumber) {
+  EXPECT_EQ(statusOf(request("GET", root(), "localhost:" + std::to_string(port()))), 200);
+}
+
+TEST_F(WebServerTest, SendsTheHeadersThatKeepOthersOutWithEveryAnswer) {
+  for (const auto& answer : {get(root()), get("/"), request("GET", root(), "example.com")}) {
+    for (const auto* header :
+         {"Content-Security-Policy: default-src 'none'", "X-Content-Type-Options: nosniff",
+          "X-Frame-Options: DENY", "Referrer-Policy: no-referrer", "Cache-Control: no-store"}) {
+      EXPECT_NE(answer.find(header), std::string::npos) << header << " in\n" << answer;
+    }
+  }
+}
+
+TEST_F(WebServerTest, ShowsNothingWithoutTheRightToken) {
+  const auto wrong = "/" + std::string(32, '0') + "/";
+  for (const auto& path : {std::string("/"), std::string("/index.html"), wrong, wrong + "app.css",
+                           root() + "../" + "x/", root().substr(0, root().size() - 1)}) {
+    const auto answer = get(path);
+    EXPECT_EQ(statusOf(answer), 404) << path;
+    EXPECT_EQ(answer.find("<html"), std::string::npos) << path;
+  }
+}
+
+TEST_F(WebServerTest, HasNoOtherFiles) {
+  EXPECT_EQ(statusOf(get(root() + "nothing.js")), 404);
+  EXPECT_EQ(statusOf(get(root() + "../../../etc/passwd")), 404);
+  EXPECT_EQ(statusOf(get(root() + "%2e%2e/app.css")), 404);
+}
+
+TEST_F(WebServerTest, RefusesNamesThatOnlyResolveToThisMachine) {
+  for (const auto& host : {std::string("example.com:8765"), std::string("127.0.0.1"),
+                           "rebind.example:" + std::to_string(port())}) {
+    EXPECT_EQ(statusOf(request("GET", root(), host)), 403) << host;
+  }
+}
+
+TEST_F(WebServerTest, CanOnlyBeRead) {
+  EXPECT_EQ(statusOf(request("POST", root(), authority(), "Content-Length: 0\r\n")), 405);
+  EXPECT_EQ(statusOf(request("DELETE", root(), authority())), 405);
+  const auto head = request("HEAD", root(), authority());
+  EXPECT_EQ(statusOf(head), 200);
+  EXPECT_EQ(head.find("<title>"), std::string::npos);
+}
+
+TEST_F(WebServerTest, OpensWebSocketsForItsOwnPages) {
+  EXPECT_EQ(statusOf(handshake(root() + "ws", "Origin: http://" + authority() + "\r\n")), 101);
+  EXPECT_EQ(pagesOpened, 1);
+}
+
+TEST_F(WebServerTest, RefusesWebSocketsOfOtherPages) {
+  for (const auto* origin :
+       {"", "Origin: null\r\n", "Origin: http://example.com\r\n", "Origin: http://127.0.0.1\r\n"}) {
+    EXPECT_EQ(statusOf(handshake(root() + "ws", origin)), 403) << origin;
+  }
+  const auto own = "Origin: http://" + authority() + "\r\n";
+  EXPECT_EQ(statusOf(handshake("/ws", own)), 404);
+  EXPECT_EQ(statusOf(handshake("/" + std::string(32, 'a') + "/ws", own)), 404);
+  EXPECT_EQ(pagesOpened, 0);
+}
+
+TEST_F(WebServerTest, OpensNoWebSocketWhereThePageIs) {
+  EXPECT_EQ(statusOf(handshake(root(), "Origin: http://" + authority() + "\r\n")), 200);
+  EXPECT_EQ(pagesOpened, 0);
+}
+
+TEST_F(WebServerTest, PlainRequestForTheWebSocketIsRefused) {
+  const auto answer =
+      request("GET", root() + "ws", authority(), "Origin: http://" + authority() + "\r\n");
+  EXPECT_GE(statusOf(answer), 400);
+  EXPECT_EQ(pagesOpened, 0);
+}
+
+TEST_F(WebServerTest, SecondServerTakesTheNextFreePort) {
+  const WebServer second([](SoupWebsocketConnection*) {});
+  EXPECT_NE(second.access().address().substr(0, 22), address().substr(0, 22));
+  EXPECT_EQ(statusOf(get(root())), 200);
+}
+
+}  // namespace
+}  // namespace quorvin::webui
