@@ -20,7 +20,7 @@ FORBIDDEN = [
     (r"\b(?:sleep_for|sleep_until|nanosleep|usleep)\b|(?<![\w.>])sleep\s*\(", "sleeps"),
     (r"\bwait_(?:for|until)\b", "waits for time to pass"),
     (r"(?<![\w.>])(?:s?rand(?:om)?|[a-z]?rand48)\s*\(|\barc4random\w*", "asks for randomness"),
-    (r"\b(?:random_device|mt19937\w*|minstd_rand0?|default_random_engine)\b", "asks for randomness"),
+    (r"\b(?:random_device|mt19937\w*|minstd_rand0?|\w+_random_engine)\b", "asks for randomness"),
     (r"\bstd\s*::\s*(?:jthread|thread|async|this_thread)\b", "uses a thread of its own"),
     (r"\bpthread_\w+", "uses a thread of its own"),
     (r"#\s*include\s*<(?:ctime|chrono|random|thread|future)>", "includes time, chance or threads"),

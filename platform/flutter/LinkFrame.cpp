@@ -24,8 +24,7 @@ constexpr std::size_t keptCapacityMax = std::size_t{1} * 1024 * 1024;
 
 template <typename T>
 void appendNumber(Bytes& out, T value) {
-  const auto bytes = toLittleEndian(value);
-  out.insert(out.end(), bytes.begin(), bytes.end());
+  for (const auto byte : toLittleEndian(value)) out.push_back(byte);
 }
 
 std::string_view asText(std::span<const std::uint8_t> bytes) {
