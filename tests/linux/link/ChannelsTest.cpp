@@ -1,0 +1,440 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/flutter/StandardMethodCodec.h"
+#include "platform/linux/Channels.h"
+#include "platform/linux/Flutter.h"
+#include "tests/linux/link/LinkPeer.h"
+#include "tests/linux/link/TestLoop.h"
+
+namespace quorvin {
+namespace {
+
+constexpr auto methods = "test/methods";
+constexpr auto events = "test/events";
+
+// Notes what the channel asks of it.
+class RecordingStream final : public FlutterStreamHandler {
+ public:
+  std::optional<FlutterError> onListen(const Value& arguments, FlutterEventSink sink) override {
+    record("listen", arguments);
+    sinks.push_back(std::move(sink));
+    if (sendsInListen) sinks.back()(Value("first"));
+    return listenError;
+  }
+
+  std::optional<FlutterError> onCancel(const Value& arguments) override {
+    record("cancel", arguments);
+    return cancelError;
+  }
+
+  std::vector<std::string> calls;
+  std::vector<FlutterEventSink> sinks;
+  std::optional<FlutterError> listenError;
+  std::optional<FlutterError> cancelError;
+  bool sendsInListen = false;
+
+ private:
+  void record(const std::string& call, const Value& arguments) {
+    const auto* text = arguments.as<std::string>();
+    calls.push_back(text == nullptr ? call : call + " " + *text);
+  }
+};
+
+class ChannelsTest : public testing::Test {
+ protected:
+  ChannelsTest() {
+    controller.runEngine(loop.context(), peer.takeHostsEnd(), [this] {
+      ++closings;
+      if (onClosed) onClosed();
+    });
+  }
+  ~ChannelsTest() override { controller.shutDownEngine(); }
+
+  void listenWith(const std::shared_ptr<RecordingStream>& stream) {
+    eventChannel->setStreamHandler(stream);
+  }
+
+  LinkFrame ask(const char* channel, Bytes payload) {
+    const auto id = nextId++;
+    const auto before = peer.frames.size();
+    EXPECT_TRUE(peer.sendMessage(channel, id, std::move(payload)));
+    EXPECT_TRUE(loop.runUntil([&] {
+      peer.receive();
+      return peer.frames.size() > before && peer.frames.back().id == id;
+    })) << "no reply";
+    return peer.frames.back();
+  }
+
+  LinkFrame call(const char* channel, const std::string& method, Value arguments = {}) {
+    return ask(channel, encodeMethodCall({method, std::move(arguments)}));
+  }
+
+  // Events and stream errors received so far.
+  std::vector<FlutterEvent> received() {
+    loop.settle();
+    peer.receive();
+    std::vector<FlutterEvent> all;
+    for (const auto& frame : peer.frames) {
+      if (frame.type == LinkFrameType::message) all.push_back(decodeEnvelope(frame.payload));
+    }
+    return all;
+  }
+
+  static void expectSuccess(const LinkFrame& reply, const Value& value) {
+    ASSERT_EQ(reply.type, LinkFrameType::reply);
+    EXPECT_EQ(decodeEnvelope(reply.payload), FlutterEvent(value));
+  }
+
+  static void expectError(const LinkFrame& reply, const FlutterError& error) {
+    ASSERT_EQ(reply.type, LinkFrameType::reply);
+    EXPECT_EQ(decodeEnvelope(reply.payload), FlutterEvent(error));
+  }
+
+  TestLoop loop;
+  LinkPeer peer;
+  LinuxFlutterViewController controller;
+  LinuxFlutter flutter;
+  std::unique_ptr<FlutterMethodChannel> methodChannel =
+      flutter.makeMethodChannel(methods, controller.binaryMessenger());
+  std::unique_ptr<FlutterEventChannel> eventChannel =
+      flutter.makeEventChannel(events, controller.binaryMessenger());
+  std::function<void()> onClosed;
+  int closings = 0;
+  std::uint32_t nextId = 1;
+};
+
+using Calls = std::vector<std::string>;
+using Events = std::vector<FlutterEvent>;
+
+TEST_F(ChannelsTest, GiveTheNullReplyWhenNobodyHandlesTheChannel) {
+  EXPECT_EQ(call("test/unknown", "anything").type, LinkFrameType::emptyReply);
+  EXPECT_EQ(call(methods, "anything").type, LinkFrameType::emptyReply);
+  EXPECT_EQ(call(events, "listen").type, LinkFrameType::emptyReply);
+}
+
+TEST_F(ChannelsTest, BringACallAndItsReply) {
+  FlutterMethodCall seen;
+  methodChannel->setMethodCallHandler([&](const FlutterMethodCall& call, FlutterResult result) {
+    seen = call;
+    result(Value("done"));
+  });
+  expectSuccess(call(methods, "work", Value(List{1, "two"})), Value("done"));
+  EXPECT_EQ(seen.method, "work");
+  EXPECT_EQ(seen.arguments, Value(List{1, "two"}));
+}
+
+TEST_F(ChannelsTest, BringErrorsAndUnknownMethods) {
+  methodChannel->setMethodCallHandler([](const FlutterMethodCall& call, FlutterResult result) {
+    if (call.method == "fail") return result(FlutterError{"code", "Message.", Value(7)});
+    result(FlutterMethodNotImplemented());
+  });
+  expectError(call(methods, "fail"), {"code", "Message.", Value(7)});
+  EXPECT_EQ(call(methods, "unknown").type, LinkFrameType::emptyReply);
+}
+
+TEST_F(ChannelsTest, AnswerPayloadsTheyCannotDecodeLikeUnknownMethods) {
+  int calls = 0;
+  methodChannel->setMethodCallHandler(
+      [&](const FlutterMethodCall&, const FlutterResult&) { ++calls; });
+  listenWith(std::make_shared<RecordingStream>());
+  for (const auto& payload : {Bytes{}, Bytes{99}, Bytes{7, 200, 'x'}, Bytes{3, 1, 0, 0, 0, 0}}) {
+    EXPECT_EQ(ask(methods, payload).type, LinkFrameType::emptyReply);
+    EXPECT_EQ(ask(events, payload).type, LinkFrameType::emptyReply);
+  }
+  EXPECT_EQ(calls, 0);
+  EXPECT_EQ(closings, 0);
+}
+
+TEST_F(ChannelsTest, HandleACallThatWantsNoReply) {
+  int calls = 0;
+  methodChannel->setMethodCallHandler([&](const FlutterMethodCall&, const FlutterResult& result) {
+    ++calls;
+    result(Value());
+  });
+  ASSERT_TRUE(peer.sendMessage(methods, 0, encodeMethodCall({"work", {}})));
+  EXPECT_TRUE(loop.runUntil([&] { return calls == 1; }));
+  loop.settle();
+  peer.receive();
+  EXPECT_TRUE(peer.frames.empty());
+}
+
+TEST_F(ChannelsTest, TakeAnswersLaterAndInAnyOrderButEachOnce) {
+  std::vector<FlutterResult> pending;
+  methodChannel->setMethodCallHandler([&](const FlutterMethodCall&, FlutterResult result) {
+    pending.push_back(std::move(result));
+  });
+  for (const std::uint32_t id : {11U, 12U, 13U}) {
+    ASSERT_TRUE(peer.sendMessage(methods, id, encodeMethodCall({"work", {}})));
+  }
+  ASSERT_TRUE(loop.runUntil([&] { return pending.size() == 3; }));
+  const auto second = pending[1];
+  pending[2](Value(13));
+  second(Value(12));
+  pending[0](Value(11));
+  pending[1](Value("again"));
+  ASSERT_TRUE(loop.runUntil([&] {
+    peer.receive();
+    return peer.frames.size() == 3;
+  }));
+  expectSuccess(peer.frames[0], Value(13));
+  expectSuccess(peer.frames[1], Value(12));
+  expectSuccess(peer.frames[2], Value(11));
+  loop.settle();
+  peer.receive();
+  EXPECT_EQ(peer.frames.size(), 3U);
+}
+
+TEST_F(ChannelsTest, DoNotGiveALateSecondAnswerToAnotherCall) {
+  std::vector<FlutterResult> pending;
+  methodChannel->setMethodCallHandler([&](const FlutterMethodCall&, FlutterResult result) {
+    pending.push_back(std::move(result));
+  });
+  const auto sendCall = [&] {
+    const auto before = pending.size();
+    EXPECT_TRUE(peer.sendMessage(methods, 5, encodeMethodCall({"work", {}})));
+    EXPECT_TRUE(loop.runUntil([&] { return pending.size() > before; }));
+  };
+  sendCall();
+  pending[0](Value("first"));
+  sendCall();
+  pending[0](Value("first again"));
+  pending[1](Value("second"));
+  loop.settle();
+  peer.receive();
+  ASSERT_EQ(peer.frames.size(), 2U);
+  expectSuccess(peer.frames[1], Value("second"));
+}
+
+TEST_F(ChannelsTest, GiveTheNullReplyForAnAnswerTheCodecCannotSay) {
+  methodChannel->setMethodCallHandler([](const FlutterMethodCall&, const FlutterResult& result) {
+    result(Value("\xC3 is not UTF-8"));
+  });
+  EXPECT_EQ(call(methods, "work").type, LinkFrameType::emptyReply);
+}
+
+TEST_F(ChannelsTest, IgnoreAnswersAfterTheLinkClosed) {
+  FlutterResult pending;
+  methodChannel->setMethodCallHandler(
+      [&](const FlutterMethodCall&, FlutterResult result) { pending = std::move(result); });
+  ASSERT_TRUE(peer.sendMessage(methods, 5, encodeMethodCall({"work", {}})));
+  ASSERT_TRUE(loop.runUntil([&] { return static_cast<bool>(pending); }));
+  peer.close();
+  ASSERT_TRUE(loop.runUntil([&] { return closings == 1; }));
+  pending(Value(1));
+  loop.settle();
+  EXPECT_EQ(closings, 1);
+}
+
+TEST_F(ChannelsTest, RemoveAMethodHandler) {
+  methodChannel->setMethodCallHandler(
+      [](const FlutterMethodCall&, const FlutterResult& result) { result(Value()); });
+  methodChannel->setMethodCallHandler({});
+  EXPECT_EQ(call(methods, "work").type, LinkFrameType::emptyReply);
+  methodChannel->setMethodCallHandler({});
+}
+
+TEST_F(ChannelsTest, LeaveAnotherChannelsHandlerInItsPlace) {
+  const auto other = flutter.makeMethodChannel(methods, controller.binaryMessenger());
+  const auto answering = [](const char* text) {
+    return [text](const FlutterMethodCall&, const FlutterResult& result) {
+      result(Value(text));
+    };
+  };
+  methodChannel->setMethodCallHandler(answering("old"));
+  other->setMethodCallHandler(answering("new"));
+  methodChannel->setMethodCallHandler({});
+  expectSuccess(call(methods, "work"), Value("new"));
+}
+
+TEST_F(ChannelsTest, KeepTheHandlerOfADestroyedChannel) {
+  methodChannel->setMethodCallHandler(
+      [](const FlutterMethodCall&, const FlutterResult& result) { result(Value("still here")); });
+  methodChannel.reset();
+  expectSuccess(call(methods, "work"), Value("still here"));
+}
+
+TEST_F(ChannelsTest, LetAHandlerRemoveItselfWhileItRuns) {
+  auto kept = std::make_shared<std::string>("kept");
+  methodChannel->setMethodCallHandler(
+      [this, kept](const FlutterMethodCall&, const FlutterResult& result) {
+        methodChannel->setMethodCallHandler({});
+        result(Value(*kept));
+      });
+  expectSuccess(call(methods, "work"), Value("kept"));
+  EXPECT_EQ(kept.use_count(), 1);
+}
+
+TEST_F(ChannelsTest, StreamEventsAndErrorsToAListener) {
+  const auto stream = std::make_shared<RecordingStream>();
+  listenWith(stream);
+  expectSuccess(call(events, "listen", "wide"), Value());
+  stream->sinks[0](Value(1));
+  loop.settle();
+  stream->sinks[0](FlutterError{"gone", "The stream ended.", {}});
+  EXPECT_EQ(received(), (Events{Value(1), FlutterError{"gone", "The stream ended.", {}}}));
+  expectSuccess(call(events, "cancel", "wide"), Value());
+  EXPECT_EQ(stream->calls, (Calls{"listen wide", "cancel wide"}));
+}
+
+TEST_F(ChannelsTest, BringEventsThatAreSentDuringListen) {
+  const auto stream = std::make_shared<RecordingStream>();
+  stream->sendsInListen = true;
+  listenWith(stream);
+  expectSuccess(call(events, "listen"), Value());
+  EXPECT_EQ(received(), Events{Value("first")});
+}
+
+TEST_F(ChannelsTest, CancelTheFormerListenerBeforeAnotherListen) {
+  const auto stream = std::make_shared<RecordingStream>();
+  stream->cancelError = FlutterError{"ignored", {}, {}};
+  listenWith(stream);
+  call(events, "listen", "a");
+  expectSuccess(call(events, "listen", "b"), Value());
+  EXPECT_EQ(stream->calls, (Calls{"listen a", "cancel", "listen b"}));
+  stream->sinks[0](Value("old"));
+  stream->sinks[1](Value("new"));
+  EXPECT_EQ(received(), Events{Value("new")});
+}
+
+TEST_F(ChannelsTest, RefuseToCancelWhatNobodyListensTo) {
+  const auto stream = std::make_shared<RecordingStream>();
+  listenWith(stream);
+  const FlutterError error{"error", "No active stream to cancel", {}};
+  expectError(call(events, "cancel"), error);
+  call(events, "listen");
+  call(events, "cancel");
+  expectError(call(events, "cancel"), error);
+  EXPECT_EQ(stream->calls, (Calls{"listen", "cancel"}));
+}
+
+TEST_F(ChannelsTest, ReportErrorsOfListenAndCancelButCountAsListening) {
+  const auto stream = std::make_shared<RecordingStream>();
+  stream->listenError = FlutterError{"deaf", "No.", {}};
+  stream->cancelError = FlutterError{"stuck", "No.", {}};
+  listenWith(stream);
+  expectError(call(events, "listen"), *stream->listenError);
+  expectError(call(events, "cancel"), *stream->cancelError);
+  EXPECT_EQ(stream->calls, (Calls{"listen", "cancel"}));
+}
+
+TEST_F(ChannelsTest, GiveTheNullReplyToUnknownMethodsOfAnEventChannel) {
+  listenWith(std::make_shared<RecordingStream>());
+  EXPECT_EQ(call(events, "pause").type, LinkFrameType::emptyReply);
+}
+
+TEST_F(ChannelsTest, SendNothingAfterCancel) {
+  const auto stream = std::make_shared<RecordingStream>();
+  listenWith(stream);
+  call(events, "listen");
+  call(events, "cancel");
+  stream->sinks[0](Value(1));
+  EXPECT_TRUE(received().empty());
+}
+
+TEST_F(ChannelsTest, ForgetAWaitingEventWhenItsListenerCancels) {
+  const auto stream = std::make_shared<RecordingStream>();
+  listenWith(stream);
+  call(events, "listen");
+  const Value large(Data(Bytes(std::size_t{4} * 1024 * 1024, 1)));
+  stream->sinks[0](large);
+  stream->sinks[0](Value("stale"));
+  call(events, "cancel");
+  EXPECT_EQ(received(), Events{large});
+}
+
+TEST_F(ChannelsTest, RemoveAStreamHandlerWithoutCancelling) {
+  const auto stream = std::make_shared<RecordingStream>();
+  listenWith(stream);
+  call(events, "listen");
+  eventChannel->setStreamHandler(nullptr);
+  EXPECT_EQ(call(events, "cancel").type, LinkFrameType::emptyReply);
+  EXPECT_EQ(stream->calls, Calls{"listen"});
+  stream->sinks[0](Value(1));
+  EXPECT_TRUE(received().empty());
+  EXPECT_EQ(stream.use_count(), 1);
+}
+
+TEST_F(ChannelsTest, StartAReplacedStreamHandlerWithoutAListener) {
+  const auto former = std::make_shared<RecordingStream>();
+  const auto stream = std::make_shared<RecordingStream>();
+  listenWith(former);
+  call(events, "listen");
+  listenWith(stream);
+  expectError(call(events, "cancel"), {"error", "No active stream to cancel", {}});
+  EXPECT_TRUE(stream->calls.empty());
+}
+
+TEST_F(ChannelsTest, CancelListenersBeforeTellingThatTheLinkClosed) {
+  const auto stream = std::make_shared<RecordingStream>();
+  Calls atClose;
+  onClosed = [&] {
+    atClose = stream->calls;
+  };
+  listenWith(stream);
+  call(events, "listen");
+  peer.close();
+  ASSERT_TRUE(loop.runUntil([&] { return closings == 1; }));
+  EXPECT_EQ(atClose, (Calls{"listen", "cancel"}));
+  stream->sinks[0](Value(1));
+}
+
+TEST_F(ChannelsTest, CancelListenersAndForgetHandlersWhenShutDown) {
+  const auto stream = std::make_shared<RecordingStream>();
+  auto held = std::make_shared<int>(1);
+  methodChannel->setMethodCallHandler(
+      [held](const FlutterMethodCall&, const FlutterResult& result) { result(Value(*held)); });
+  listenWith(stream);
+  call(events, "listen");
+  controller.shutDownEngine();
+  EXPECT_EQ(stream->calls, (Calls{"listen", "cancel"}));
+  EXPECT_EQ(stream.use_count(), 1);
+  EXPECT_EQ(held.use_count(), 1);
+  peer.receive();
+  EXPECT_TRUE(peer.sawClose());
+  loop.settle();
+  EXPECT_EQ(closings, 0);
+}
+
+TEST_F(ChannelsTest, LetSinksAndAnswersOutliveTheMessenger) {
+  FlutterEventSink sink;
+  FlutterResult result;
+  {
+    TestLoop ownLoop;
+    LinkPeer ownPeer;
+    LinuxFlutterViewController owner;
+    const auto stream = std::make_shared<RecordingStream>();
+    flutter.makeEventChannel(events, owner.binaryMessenger())->setStreamHandler(stream);
+    flutter.makeMethodChannel(methods, owner.binaryMessenger())
+        ->setMethodCallHandler(
+            [&](const FlutterMethodCall&, FlutterResult given) { result = std::move(given); });
+    owner.runEngine(ownLoop.context(), ownPeer.takeHostsEnd(), [] {});
+    ASSERT_TRUE(ownPeer.sendMessage(events, 1, encodeMethodCall({"listen", {}})));
+    ASSERT_TRUE(ownPeer.sendMessage(methods, 2, encodeMethodCall({"work", {}})));
+    ASSERT_TRUE(ownLoop.runUntil([&] { return static_cast<bool>(result); }));
+    sink = stream->sinks[0];
+  }
+  sink(Value(1));
+  sink(FlutterError{"code", {}, {}});
+  result(Value(1));
+}
+
+TEST_F(ChannelsTest, TakeHandlersBeforeTheEngineRuns) {
+  LinkPeer latePeer;
+  LinuxFlutterViewController late;
+  flutter.makeMethodChannel(methods, late.binaryMessenger())
+      ->setMethodCallHandler(
+          [](const FlutterMethodCall&, const FlutterResult& result) { result(Value(1)); });
+  ASSERT_TRUE(latePeer.sendMessage(methods, 1, encodeMethodCall({"work", {}})));
+  late.runEngine(loop.context(), latePeer.takeHostsEnd(), [] {});
+  EXPECT_TRUE(loop.runUntil([&] {
+    latePeer.receive();
+    return latePeer.frames.size() == 1;
+  }));
+  late.shutDownEngine();
+}
+
+}  // namespace
+}  // namespace quorvin

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <glib.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+#include "platform/linux/MainLoopSource.h"
+
+namespace quorvin {
+
+// A main context of the test's own.
+class TestLoop {
+ public:
+  TestLoop() : owned(g_main_context_new(), &g_main_context_unref) {}
+
+  [[nodiscard]] GMainContext* context() const { return owned.get(); }
+
+  // Iterates until the condition holds; false when it does not within `patience`.
+  bool runUntil(const std::function<bool()>& condition,
+                std::chrono::milliseconds patience = std::chrono::seconds(10)) const {
+    bool expired = false;
+    const auto deadline = MainLoopSource::onTimeout(context(), patience, [&expired] {
+      expired = true;
+      return MainLoopSource::Next::finished;
+    });
+    // The condition may itself move things on, by reading what the loop has written.
+    const auto beat = MainLoopSource::onTimeout(context(), std::chrono::milliseconds(1),
+                                                [] { return MainLoopSource::Next::again; });
+    while (!condition()) {
+      if (expired) return false;
+      g_main_context_iteration(context(), TRUE);
+    }
+    return true;
+  }
+
+  // Iterates until nothing is ready any more.
+  void settle() const {
+    while (g_main_context_iteration(context(), FALSE) != FALSE) {
+    }
+  }
+
+ private:
+  std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> owned;
+};
+
+}  // namespace quorvin
