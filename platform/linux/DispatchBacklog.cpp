@@ -1,9 +1,8 @@
 #include "platform/linux/DispatchBacklog.h"
 
-#include <time.h>
-
 #include <algorithm>
 #include <chrono>
+#include <ctime>
 #include <limits>
 #include <utility>
 

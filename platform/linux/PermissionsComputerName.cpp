@@ -1,11 +1,11 @@
 #include "platform/linux/PermissionsComputerName.h"
 
 #include <glib.h>
-#include <limits.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <memory>
 
 #include "platform/linux/TextFile.h"

@@ -2,10 +2,10 @@
 
 #include <gio/gio.h>
 #include <glib.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>

@@ -1,12 +1,13 @@
 #pragma once
 
 #include <fcntl.h>
-#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <csignal>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -43,9 +44,8 @@ class ChildProcess {
 
  private:
   void spawn(std::vector<std::string>& command, int ready) {
-    std::vector<char*> arguments;
-    for (auto& argument : command) arguments.push_back(argument.data());
-    arguments.push_back(nullptr);
+    std::vector<char*> arguments(command.size() + 1, nullptr);
+    std::ranges::transform(command, arguments.begin(), [](auto& word) { return word.data(); });
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, ready, readyDescriptor);

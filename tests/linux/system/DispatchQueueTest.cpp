@@ -122,9 +122,9 @@ TEST(SerialQueue, RunsTheTasksOfManyThreads) {
   LinuxDispatch dispatch;
   auto queue = dispatch.makeSerialQueue("test.many", qos);
   int sum = 0;
-  std::vector<std::thread> senders;
-  for (int sender = 0; sender < 4; ++sender) {
-    senders.emplace_back([&] {
+  std::array<std::thread, 4> senders;
+  for (auto& sender : senders) {
+    sender = std::thread([&] {
       for (int round = 0; round < 1000; ++round) queue->async([&sum] { ++sum; });
     });
   }

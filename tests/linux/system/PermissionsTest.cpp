@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
-#include <limits.h>
 #include <unistd.h>
 
 #include <array>
 #include <chrono>
+#include <climits>
 #include <memory>
 #include <string>
 #include <string_view>

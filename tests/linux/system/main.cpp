@@ -1,0 +1,10 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/linux/DisplayAuthority.h"
+
+int main(int argc, char** argv) {
+  quorvin::nameDisplayAuthority();
+  testing::InitGoogleMock(&argc, argv);
+  return RUN_ALL_TESTS();
+}
