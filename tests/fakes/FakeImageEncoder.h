@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -15,9 +16,10 @@ namespace quorvin::fakes {
 class FakeImageEncoder final : public ImageEncoder {
  public:
   bool fails = false;
-  std::size_t paddingBytes = 0;  // makes files larger
-  std::vector<double> factors;   // of every request
-  std::vector<bool> contexts;    // cacheIntermediates of every context made
+  std::function<void()> whileEncoding;  // what another thread does meanwhile
+  std::size_t paddingBytes = 0;         // makes files larger
+  std::vector<double> factors;          // of every request
+  std::vector<bool> contexts;           // cacheIntermediates of every context made
 
   static Data file(std::uint32_t content, std::size_t paddingBytes = 0) {
     Bytes bytes = {0xFF, 0xD8};
@@ -49,6 +51,7 @@ class FakeImageEncoder final : public ImageEncoder {
     std::optional<Data> jpegRepresentation(const PixelBuffer& picture,
                                            double compressionFactor) override {
       owner.factors.push_back(compressionFactor);
+      if (owner.whileEncoding) owner.whileEncoding();
       if (owner.fails) return std::nullopt;
       return file(static_cast<const FakePixelBuffer&>(picture).content, owner.paddingBytes);
     }

@@ -108,6 +108,11 @@ std::unique_ptr<DispatchTimer> SimulatedDispatch::makeTimer(std::shared_ptr<Disp
   return std::make_unique<SimulatedTimer>(*this, std::move(state));
 }
 
+std::size_t SimulatedDispatch::runningTimers() const {
+  return static_cast<std::size_t>(
+      std::ranges::count_if(timers, [](const auto& timer) { return timer->running; }));
+}
+
 std::uint64_t SimulatedDispatch::random(std::uint64_t below) {
   return std::uniform_int_distribution<std::uint64_t>(0, below - 1)(generator);
 }

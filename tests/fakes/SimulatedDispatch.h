@@ -57,7 +57,11 @@ class SimulatedDispatch final : public Dispatch {
   std::shared_ptr<DispatchQueue> makeSerialQueue(const std::string& label,
                                                  QualityOfService qos) override;
   std::unique_ptr<DispatchTimer> makeTimer(std::shared_ptr<DispatchQueue> queue) override;
-  std::uint64_t uptimeNanoseconds() override { return clockNs; }
+  std::uint64_t uptimeNanoseconds() override {
+    if (whileReadingClock) whileReadingClock();
+    return clockNs;
+  }
+  std::function<void()> whileReadingClock;  // what another thread does meanwhile
 
   // Stands for the threads of the system that nobody here owns.
   [[nodiscard]] SimulatedQueue& systemThreads() { return *system; }
@@ -69,6 +73,8 @@ class SimulatedDispatch final : public Dispatch {
   };
   std::vector<Request> serialQueueRequests;
   std::vector<QualityOfService> globalQueueRequests;
+  // Timers that may still fire.
+  [[nodiscard]] std::size_t runningTimers() const;
   // The serial queue made last that is still alive, or null.
   [[nodiscard]] std::shared_ptr<SimulatedQueue> newestSerialQueue() const;
 

@@ -241,13 +241,42 @@ TEST_F(ScreenCaptureTest, StopsTheStreamQuietlyAndOnce) {
   EXPECT_THAT(stops, IsEmpty());
 }
 
-TEST_F(ScreenCaptureTest, TakesDownItsTimerEvenWhenItIsLetGoRightAfterTheStop) {
+TEST_F(ScreenCaptureTest, TakesDownTheWatchdogAtAStop) {
   start();
+  EXPECT_EQ(machine.dispatch.runningTimers(), 1U);
+  capture->stop();
+  machine.dispatch.runUntilIdle();
+  EXPECT_EQ(machine.dispatch.runningTimers(), 0U);
+}
+
+TEST_F(ScreenCaptureTest, TakesDownTheWatchdogAfterAStopOfTheSystem) {
+  start();
+  stream()->stopWithError({fakes::fakeStreamErrorDomain, -3821, "Stopped."});
+  machine.dispatch.runUntilIdle();
+  EXPECT_EQ(machine.dispatch.runningTimers(), 0U);
+}
+
+TEST_F(ScreenCaptureTest, TakesDownTheWatchdogAfterAStall) {
+  start();
+  machine.dispatch.advanceAndRun(6 * second);
+  EXPECT_EQ(machine.dispatch.runningTimers(), 0U);
+}
+
+TEST_F(ScreenCaptureTest, ANewStartReplacesTheWatchdog) {
+  start();
+  start();
+  EXPECT_EQ(machine.dispatch.runningTimers(), 1U);
+}
+
+TEST_F(ScreenCaptureTest, LivesOnAfterAStopUntilItsTimerIsTakenDown) {
+  start();
+  const std::weak_ptr<QuorvinScreenCapture> weak = capture;
   capture->stop();
   capture.reset();
+  EXPECT_FALSE(weak.expired());
   machine.dispatch.runUntilIdle();
-  machine.dispatch.advanceAndRun(60 * second);
-  EXPECT_THAT(stops, IsEmpty());
+  EXPECT_TRUE(weak.expired());
+  EXPECT_EQ(machine.dispatch.runningTimers(), 0U);
 }
 
 TEST_F(ScreenCaptureTest, ReportsAStopOfTheSystemUnchanged) {
@@ -313,6 +342,18 @@ TEST_F(ScreenCaptureTest, AStopBeforeTheStallReportsNothing) {
   capture->stop();
   machine.dispatch.advanceAndRun(10 * second);
   EXPECT_THAT(stops, IsEmpty());
+}
+
+TEST_F(ScreenCaptureTest, AStopWhileTheWatchdogLooksWins) {
+  start();
+  const auto running = stream();
+  machine.dispatch.whileReadingClock = [this] {
+    machine.dispatch.whileReadingClock = {};
+    capture->stop();
+  };
+  machine.dispatch.advanceAndRun(6 * second);
+  EXPECT_THAT(stops, IsEmpty());
+  EXPECT_EQ(running->stopCalls, 1);
 }
 
 TEST_F(ScreenCaptureTest, AStopOfTheSystemAfterAStallReportsNothingMore) {
@@ -436,6 +477,16 @@ TEST_F(ScreenCaptureTest, AQueuedDeliveryFindsNothingAfterAStop) {
   capture->stop();
   machine.dispatch.runUntilIdle();
   EXPECT_THAT(emitted, IsEmpty());
+}
+
+TEST_F(ScreenCaptureTest, AFrameThatIsBeingEncodedAtTheStopIsDropped) {
+  start();
+  machine.imageEncoder.whileEncoding = [this] {
+    capture->stop();
+  };
+  send(FakeSample::complete(1));
+  EXPECT_THAT(emitted, IsEmpty());
+  EXPECT_EQ(machine.imageEncoder.factors.size(), 1U);
 }
 
 TEST_F(ScreenCaptureTest, SamplesAfterAStopAreDropped) {

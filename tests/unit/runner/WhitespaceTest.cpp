@@ -1,9 +1,9 @@
-#include "Runner/Whitespace.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
+
+#include "Runner/Whitespace.h"
 
 namespace quorvin {
 namespace {
