@@ -1,0 +1,149 @@
+// The whole program from outside: the host on an X server of its own, worked through its page in a
+// real browser. The tests build on one another, as a customer's session does.
+
+import assert from 'node:assert/strict';
+import { existsSync, mkdirSync, readFileSync } from 'node:fs';
+import { hostname } from 'node:os';
+import { fileURLToPath } from 'node:url';
+import { after, before, test } from 'node:test';
+
+import { Host } from './support/Host.mjs';
+import { HostPage } from './support/HostPage.mjs';
+import { VirtualScreen } from './support/VirtualScreen.mjs';
+import { until } from './support/until.mjs';
+
+const program =
+  process.env.QUORVIN_HOST ??
+  fileURLToPath(
+    new URL(
+      '../../../build/release/Quorvin Support.app/Contents/Linux/quorvin-support',
+      import.meta.url,
+    ),
+  );
+const artifacts = fileURLToPath(new URL('../artifacts/', import.meta.url));
+
+const screenSize = [1600, 1000];
+const black = [0, 0, 0];
+const navy = [0, 0, 128];
+const orange = [255, 165, 0];
+const white = [255, 255, 255];
+
+function computerName() {
+  const machineInfo = '/etc/machine-info';
+  const text = existsSync(machineInfo) ? readFileSync(machineInfo, 'utf8') : '';
+  return /^PRETTY_HOSTNAME="?(.+?)"?$/m.exec(text)?.[1] ?? hostname();
+}
+
+let screen;
+let host;
+let page;
+
+before(async () => {
+  mkdirSync(artifacts, { recursive: true });
+  screen = await VirtualScreen.start(...screenSize);
+  screen.paint('navy');
+  host = await Host.start(program, screen.environment);
+  page = await HostPage.open(host.address);
+});
+
+after(async () => {
+  await page?.close();
+  await host?.destroy();
+  await screen?.stop();
+});
+
+test('an address without the right token is refused', async () => {
+  const wrong = new URL(host.address);
+  wrong.pathname = `/${'0'.repeat(32)}/`;
+  assert.equal((await fetch(wrong)).status, 404);
+  assert.equal((await fetch(new URL('/', wrong))).status, 404);
+  assert.equal((await fetch(host.address)).status, 200);
+});
+
+test('the page shows the device, its permissions and that nothing is shared', async () => {
+  await until('the device name', async () => (await page.text('#device-name')) === computerName());
+  await page.page.waitForSelector('#permission-screen[data-granted=true]');
+  await page.page.waitForSelector('#permission-input[data-granted=true]');
+  await page.awaitState('idle');
+  assert.equal(await page.page.isVisible('#stop-button'), false);
+  await page.screenshot(`${artifacts}idle.png`);
+});
+
+test('Allow makes the session live and shows the screen', async () => {
+  await page.page.click('#allow-button');
+  await page.awaitState('live');
+  await until('the picture', async () => (await page.pictureSize())[0] === screenSize[0]);
+  assert.deepEqual(await page.pictureSize(), screenSize);
+  await page.awaitColour(0.2, 0.8, navy);
+});
+
+test('a change of the screen arrives', async () => {
+  screen.paint('orange');
+  await page.awaitColour(0.2, 0.8, orange);
+  await page.awaitColour(0.9, 0.9, orange);
+});
+
+test('a window is seen where it is', async () => {
+  screen.open('xlogo', '-geometry', '400x300+1100+100', '-fg', 'darkred', '-bg', 'white');
+  await page.awaitColour(1300 / screenSize[0], 115 / screenSize[1], white);
+  await page.awaitColour(1050 / screenSize[0], 150 / screenSize[1], orange);
+});
+
+test('smaller settings make the picture smaller', async () => {
+  await page.page.fill('#settings-form [name=max_width]', '800');
+  await page.page.click('#apply-settings');
+  await until('the smaller picture', async () => (await page.pictureSize())[0] === 800);
+  assert.deepEqual(await page.pictureSize(), [800, 500]);
+  await page.awaitColour(0.2, 0.8, orange);
+});
+
+test('settings out of range are refused and change nothing', async () => {
+  await page.page.fill('#settings-form [name=max_width]', '100');
+  await page.page.click('#apply-settings');
+  await until('the refusal', async () =>
+    /invalid picture settings/i.test(await page.text('#settings-result')),
+  );
+  screen.paint('navy');
+  await page.awaitColour(0.2, 0.8, navy);
+  assert.deepEqual(await page.pictureSize(), [800, 500]);
+  await page.page.fill('#settings-form [name=max_width]', '800');
+});
+
+test('a screen that stays the same is said to', async () => {
+  await until('the notice', () => page.page.isVisible('#notice'));
+});
+
+test('Stop ends the session and takes the picture away', async () => {
+  await page.page.click('#stop-button');
+  await page.awaitState('ended');
+  await page.page.waitForSelector('#picture-badge[data-state=off]');
+  await page.awaitColour(0.2, 0.8, black);
+  assert.equal(await page.page.isVisible('#stop-button'), false);
+  await page.screenshot(`${artifacts}ended.png`);
+});
+
+test('a new session starts with settings of its own', async () => {
+  screen.paint('steelblue');
+  screen.open('xclock', '-update', '1', '-geometry', '340x340+90+90');
+  screen.open('xeyes', '-geometry', '360x220+80+620');
+  await page.page.click('#allow-button');
+  await page.awaitState('live');
+  await page.awaitColour(0.02, 0.98, [70, 130, 180]);
+  assert.deepEqual(await page.pictureSize(), screenSize);
+  await page.page.waitForSelector('#picture-badge[data-state=live]');
+  await page.page.evaluate(() => window.scrollTo(0, 0));
+  await page.screenshot(`${artifacts}page.png`);
+});
+
+test('the page had nothing to complain about', () => {
+  assert.deepEqual(page.complaints, []);
+});
+
+test('an interrupt ends everything and leaves nothing behind', async () => {
+  assert.equal(await host.interrupt(), 0, host.output);
+  await until('the last process to end', () => !host.leftProcesses());
+  await assert.rejects(fetch(host.address));
+  await until('the page to notice', async () =>
+    /closed|lost|ended|disconnected|gone/i.test(await page.text('#connection-state')),
+  );
+});
