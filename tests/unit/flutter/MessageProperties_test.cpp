@@ -34,8 +34,11 @@ TEST(MessageProperties, EveryCallAndEnvelopeIsReadBackAsItWas) {
 
 TEST(MessageProperties, EveryMessageIsAllocatedInItsExactSize) {
   for (std::uint64_t seed = 0; seed < seeds; ++seed) {
-    const Bytes message = encodeMessage(RandomValue(seed).next());
-    EXPECT_EQ(message.capacity(), message.size()) << "seed " << seed;
+    const Value value = RandomValue(seed).next();
+    for (const Bytes& message : {encodeMessage(value), encodeMethodCall({"method", value}),
+                                 encodeSuccessEnvelope(value)}) {
+      EXPECT_EQ(message.capacity(), message.size()) << "seed " << seed;
+    }
   }
 }
 
