@@ -27,11 +27,11 @@ namespace quorvin::webui {
 class Switchboard {
  public:
   // A session goes on for so long with no page that offers its Stop button: enough to reload one.
-  static constexpr std::chrono::milliseconds absenceMax{10'000};
+  static constexpr std::chrono::milliseconds customerAbsenceMax{10'000};
 
   // Takes over the UI link. `onLinkClosed` as in LinkClient.
   Switchboard(FileDescriptor linkSocket, LinkClient::CloseHandler onLinkClosed,
-              std::chrono::milliseconds absenceMax = Switchboard::absenceMax);
+              std::chrono::milliseconds absenceMax = customerAbsenceMax);
 
   void addPage(SoupWebsocketConnection* socket);
 

@@ -89,7 +89,7 @@ export class CustomerSide {
     section.classList.toggle('failed', isError);
     byId('session-note').textContent =
       state === 'starting' || state === 'live'
-        ? 'Keep this page open: ten seconds after it is closed, sharing stops.'
+        ? 'Closing this page stops sharing after ten seconds.'
         : '';
   }
 

@@ -30,7 +30,7 @@ connection.addEventListener('open', () => {
 
 connection.addEventListener('closed', ({detail}) => {
   const seconds = Math.ceil(detail.retryMs / 1000);
-  showConnection('disconnected', `Not connected, trying again in ${seconds} s`);
+  showConnection('disconnected', `Connection lost, trying again in ${seconds} s`);
   customer.disconnected();
   picture.disconnected();
   settings.disconnected();

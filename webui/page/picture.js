@@ -31,6 +31,7 @@ export class Picture {
   #period = 0; // counts sessions and connections; what was decoded for an older one is not drawn
   #liveSince = 0;
   #shownSince = null; // when the picture on show came from the host
+  #firstDrawnAt = 0;
   #recent = []; // {at, size} of the pictures drawn lately
   #problem = '';
 
@@ -71,6 +72,7 @@ export class Picture {
     if (image === null || period !== this.#period) return;
     this.#put(image);
     this.#problem = '';
+    if (this.#shownSince === null) this.#firstDrawnAt = performance.now();
     this.#shownSince = arrivedAt;
     this.#recent.push({at: performance.now(), size: bytes.byteLength});
     this.#review();
@@ -134,12 +136,18 @@ export class Picture {
     byId('stats').hidden = !shown;
   }
 
+  // Pictures a second since the first of a session, or in the last few seconds.
+  #rate(now) {
+    const spanMs = Math.min(rateWindowMs, Math.max(now - this.#firstDrawnAt, reviewEveryMs));
+    return (this.#recent.length * 1000) / spanMs;
+  }
+
   #showStats(now) {
     this.#recent = this.#recent.filter(({at}) => now - at < rateWindowMs);
     const count = this.#recent.length;
     const total = this.#recent.reduce((sum, {size}) => sum + size, 0);
     const seen = this.#shownSince !== null;
-    setText('stats-rate', seen ? (count / (rateWindowMs / 1000)).toFixed(1) : '–');
+    setText('stats-rate', seen ? this.#rate(now).toFixed(1) : '–');
     setText('stats-size', count > 0 ? (total / count / 1000).toFixed(0) : '–');
     setText('stats-age', seen ? `${((now - this.#shownSince) / 1000).toFixed(1)} s` : '–');
     setText('stats-extent', seen ? `${this.#canvas.width} × ${this.#canvas.height}` : '–');

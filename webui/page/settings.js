@@ -122,7 +122,7 @@ export class Settings {
     const wrong = this.#numbers().filter((input) => !this.#check(input));
     if (wrong.length > 0) {
       wrong[0].focus();
-      this.#say('Nothing was applied: correct the marked settings first.', 'bad');
+      this.#say('Invalid picture settings. Correct the marked ones first.', 'bad');
       return;
     }
     this.#say('Applying…', 'neutral');

@@ -22,7 +22,7 @@ constexpr const char* showsBoth = R"({"show":{"customer":true,"picture":true}})"
 // The whole program but its entry: a fake host on one side, real WebSockets on the other.
 class SwitchboardTest : public testing::Test {
  protected:
-  explicit SwitchboardTest(std::chrono::milliseconds absenceMax = Switchboard::absenceMax)
+  explicit SwitchboardTest(std::chrono::milliseconds absenceMax = Switchboard::customerAbsenceMax)
       : switchboard(
             host.takeClientEnd(), [this](const std::string& reason) { linkClosed = reason; },
             absenceMax) {

@@ -1,0 +1,150 @@
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <string>
+#include <utility>
+
+#include "webui/Glib.h"
+
+namespace quorvin::webui {
+namespace {
+
+constexpr int deadlineMs = 10'000;
+constexpr const char* goodLink = "QUORVIN_UI_FD=3";
+
+std::array<FileDescriptor, 2> socketPair() {
+  std::array<int, 2> ends{};
+  EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+  return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+}
+
+// The program as a host starts it: its end of the link as descriptor 3, its standard output and
+// standard error in one stream that the test reads.
+class Program {
+ public:
+  // `linkVariable` is an entry of its environment, or null for none.
+  explicit Program(const char* linkVariable) {
+    auto link = socketPair();
+    auto out = socketPair();
+    host = std::move(link[0]);
+    output = std::move(out[0]);
+    process = fork();
+    if (process == 0) run(link[1].get(), out[1].get(), linkVariable);
+  }
+  Program(const Program&) = delete;
+  Program& operator=(const Program&) = delete;
+  ~Program() {
+    if (process <= 0) return;
+    kill(process, SIGKILL);
+    waitpid(process, nullptr, 0);
+  }
+
+  void closeLink() { host.reset(); }
+  void interrupt() const { kill(process, SIGINT); }
+  void terminate() const { kill(process, SIGTERM); }
+
+  // The next line it prints, without its end; empty at the end of the output.
+  std::string readLine() {
+    std::string line;
+    char character = 0;
+    while (readCharacter(character) && character != '\n') line += character;
+    return line;
+  }
+
+  // Waits for the end of the program; -1 if it did not exit by itself in time.
+  int exitStatus() {
+    char character = 0;
+    while (readCharacter(character)) rest += character;
+    if (!ended) return -1;
+    int status = 0;
+    waitpid(std::exchange(process, 0), &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  // Whether the program asked something of its host, which it does once it is up.
+  [[nodiscard]] bool speaks() const {
+    pollfd waiting{host.get(), POLLIN, 0};
+    return poll(&waiting, 1, deadlineMs) == 1 && (waiting.revents & POLLIN) != 0;
+  }
+
+  std::string rest;  // what was printed after the lines read
+
+ private:
+  // In the forked child, where nothing may allocate: other tests may have left threads behind.
+  [[noreturn]] static void run(int link, int out, const char* linkVariable) {
+    dup2(out, STDOUT_FILENO);
+    dup2(out, STDERR_FILENO);
+    dup2(link, 3);
+    std::array<const char*, 3> environment{"QUORVIN_WEBUI_OPEN=0", linkVariable, nullptr};
+    execle(QUORVIN_WEBUI_PROGRAM, "quorvin-webui", nullptr, environment.data());
+    _exit(127);
+  }
+
+  bool readCharacter(char& character) {
+    pollfd waiting{output.get(), POLLIN, 0};
+    if (poll(&waiting, 1, deadlineMs) != 1) return false;
+    ended = read(output.get(), &character, 1) != 1;
+    return !ended;
+  }
+
+  FileDescriptor host;
+  FileDescriptor output;
+  pid_t process = 0;
+  bool ended = false;
+};
+
+TEST(Program, NeedsALinkToAHost) {
+  for (const char* variable :
+       {static_cast<const char*>(nullptr), "QUORVIN_UI_FD=", "QUORVIN_UI_FD=x", "QUORVIN_UI_FD=3x",
+        "QUORVIN_UI_FD=-1", "QUORVIN_UI_FD=1000"}) {
+    Program program(variable);
+    const auto line = program.readLine();
+    EXPECT_TRUE(line.starts_with("quorvin-webui: QUORVIN_UI_FD is not ")) << line;
+    EXPECT_EQ(program.exitStatus(), 1);
+    EXPECT_EQ(program.rest, "");
+  }
+}
+
+TEST(Program, PrintsItsAddressAndEndsWithTheHost) {
+  Program program(goodLink);
+  const auto line = program.readLine();
+  EXPECT_TRUE(line.starts_with("Quorvin Support: open http://127.0.0.1:")) << line;
+  EXPECT_TRUE(line.ends_with("/ in a browser")) << line;
+  program.closeLink();
+  EXPECT_EQ(program.exitStatus(), 0);
+  EXPECT_EQ(program.rest, "");
+}
+
+TEST(Program, LetsTheHostEndFirstAfterAnInterrupt) {
+  Program program(goodLink);
+  program.readLine();
+  ASSERT_TRUE(program.speaks());
+  program.interrupt();
+  program.closeLink();
+  EXPECT_EQ(program.exitStatus(), 0);
+  EXPECT_EQ(program.rest, "");
+}
+
+TEST(Program, EndsAfterAnInterruptEvenIfTheHostDoesNot) {
+  Program program(goodLink);
+  program.readLine();
+  ASSERT_TRUE(program.speaks());
+  program.interrupt();
+  EXPECT_EQ(program.exitStatus(), 0);
+}
+
+TEST(Program, EndsWhenAskedTo) {
+  Program program(goodLink);
+  program.readLine();
+  ASSERT_TRUE(program.speaks());
+  program.terminate();
+  EXPECT_EQ(program.exitStatus(), 0);
+}
+
+}  // namespace
+}  // namespace quorvin::webui
