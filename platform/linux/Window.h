@@ -39,7 +39,7 @@ class LinuxWindow final : public Window {
 
  private:
   struct Destroy {
-    void operator()(GtkWidget* widget) const { gtk_widget_destroy(widget); }
+    void operator()(GtkWidget* owned) const { gtk_widget_destroy(owned); }
   };
 
   static gboolean onDeleteEvent(GtkWidget* widget, GdkEvent* event, gpointer window) noexcept;
