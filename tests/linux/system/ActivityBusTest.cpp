@@ -118,7 +118,9 @@ TEST_F(ActivityBusTest, DoesWithoutServicesAndStartsNone) {
   // Its own connection comes, and nobody else.
   EXPECT_TRUE(runMainLoopUntil([&] { return namesOnBus(observer).size() == namesAtFirst + 1; }));
   token.reset();
+  // The connection goes once every request has been answered.
   EXPECT_TRUE(runMainLoopUntil([&] { return isAlone(); }));
+  EXPECT_FALSE(bus.hasStartedService());
 }
 
 TEST_F(ActivityBusTest, SurvivesTheEndOfTheBus) {

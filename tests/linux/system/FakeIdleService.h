@@ -2,24 +2,46 @@
 
 #include <gio/gio.h>
 
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "tests/linux/system/ChildProcess.h"
+#include "tests/linux/system/TemporaryFolder.h"
 
 namespace quorvin {
 
-// A session bus of this test's own.
+// A session bus of this test's own, which can start org.freedesktop.ScreenSaver: a program that
+// only leaves a file behind.
 class SessionBus {
  public:
+  [[nodiscard]] bool hasStartedService() const {
+    return std::filesystem::exists(folder.path("started"));
+  }
   [[nodiscard]] const std::string& address() const { return daemon.readyLine(); }
-  void freeze() const { daemon.send(SIGSTOP); }
   void end() { daemon.end(); }
 
  private:
-  ChildProcess daemon{{"dbus-daemon", "--session", "--nofork", "--nosyslog",
-                       "--print-address=" + std::to_string(ChildProcess::readyDescriptor)}};
+  static void writeServiceFile(const TemporaryFolder& folder) {
+    std::filesystem::create_directories(folder.path("dbus-1/services"));
+    (void)folder.write("dbus-1/services/saver.service",
+                       "[D-BUS Service]\nName=org.freedesktop.ScreenSaver\nExec=/usr/bin/touch " +
+                           folder.path("started").string() + "\n");
+  }
+  static std::vector<std::string> command(const TemporaryFolder& folder) {
+    writeServiceFile(folder);
+    return {"env",
+            "XDG_DATA_HOME=" + folder.path("").string(),
+            "dbus-daemon",
+            "--session",
+            "--nofork",
+            "--nosyslog",
+            "--print-address=" + std::to_string(ChildProcess::readyDescriptor)};
+  }
+
+  TemporaryFolder folder;
+  ChildProcess daemon{command(folder)};
 };
 
 struct UnrefObject {
