@@ -1,0 +1,13 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace quorvin {
+
+// A picture that encodes like a desktop full of windows with text: plain areas, title bars and rows
+// of glyph-like marks. The same seed gives the same picture. Rows of 0xRRGGBB pixels.
+[[nodiscard]] std::vector<std::uint32_t> desktopPicture(int widthPx, int heightPx,
+                                                        std::uint32_t seed);
+
+}  // namespace quorvin

@@ -1,0 +1,162 @@
+// The whole host, as a user interface sees it: how long an isolated change on a screen of
+// 1920 x 1080 takes to be readable as a payload at the UI link, how fast calls are answered, and
+// what an unchanged screen costs. Beside the first, in the same run, what fetching the same screen
+// through shared memory and encoding it takes with nothing around it.
+
+#include <benchmark/benchmark.h>
+#include <turbojpeg.h>
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include "bench/Desktop.h"
+#include "platform/linux/X11Extensions.h"
+#include "platform/linux/X11ScreenReader.h"
+#include "platform/linux/X11SharedMemory.h"
+#include "tests/e2e/link/HostStand.h"
+#include "tests/linux/capture/ScreenPainter.h"
+
+namespace quorvin {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr int widthPx = 1920;
+constexpr int heightPx = 1080;
+constexpr int quality = 72;
+constexpr auto quietTime = 120ms;  // longer than a frame interval, so that each change is isolated
+constexpr auto idleTime = 5s;
+
+double seconds(Clock::duration duration) {
+  return std::chrono::duration<double>(duration).count();
+}
+
+// A screen with a desktop on it, and a host that shares it.
+class SharedDesktop {
+ public:
+  SharedDesktop() : stand({widthPx, heightPx}), painter(stand.server.display()), host(stand) {
+    painter.draw(wholeOf(painter.screenSize()), desktopPicture(widthPx, heightPx, 1));
+    host.client->listen();
+    if (!host.startCapture() || !host.nextPicture()) throw std::runtime_error("no picture");
+  }
+
+  void paintCaret() {
+    isCaretShown = !isCaretShown;
+    painter.fill({600, 500, 2, 18}, isCaretShown ? 0x202428 : 0xFCFCFA);
+  }
+
+  HostStand stand;
+  ScreenPainter painter;
+  ConnectedHost host;
+
+ private:
+  bool isCaretShown = false;
+};
+
+SharedDesktop& desktop() {
+  static SharedDesktop shared;
+  return shared;
+}
+
+void bareFetchAndEncode(benchmark::State& state) {
+  X11Connection connection(desktop().stand.server.display());
+  const auto extensions = X11Extensions::negotiate(connection);
+  X11ScreenReader reader(connection, chooseTransport(connection, extensions),
+                         std::make_shared<CaptureCounters>());
+  auto image = reader.makeImage({widthPx, heightPx});
+  const std::unique_ptr<void, decltype(&tjDestroy)> compressor(tjInitCompress(), &tjDestroy);
+  std::vector<unsigned char> file(tjBufSize(widthPx, heightPx, TJSAMP_420));
+  for (auto _ : state) {
+    if (!reader.read(PixelRegion(wholeOf(image.size)), image)) state.SkipWithError("no pixels");
+    auto* bytes = file.data();
+    auto size = static_cast<unsigned long>(file.size());  // NOLINT: the library's own type
+    tjCompress2(compressor.get(), image.memory.get(), widthPx,
+                static_cast<int>(image.strideBytes()), heightPx, TJPF_BGRX, &bytes, &size,
+                TJSAMP_420, quality, TJFLAG_FASTDCT | TJFLAG_NOREALLOC);
+    benchmark::DoNotOptimize(size);
+  }
+}
+BENCHMARK(bareFetchAndEncode)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(1)
+    ->Repetitions(60)
+    ->ReportAggregatesOnly();
+
+void changeToPayloadAtLink(benchmark::State& state) {
+  auto& shared = desktop();
+  for (auto _ : state) {
+    std::this_thread::sleep_for(quietTime);
+    shared.host.client->discardEvents();
+    const auto changed = Clock::now();
+    shared.paintCaret();
+    if (!shared.host.nextPicture()) state.SkipWithError("no picture");
+    state.SetIterationTime(seconds(Clock::now() - changed));
+  }
+}
+BENCHMARK(changeToPayloadAtLink)
+    ->Unit(benchmark::kMillisecond)
+    ->UseManualTime()
+    ->Iterations(1)
+    ->Repetitions(60)
+    ->ReportAggregatesOnly();
+
+void callAndReply(benchmark::State& state) {
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(desktop().host.client->call("releaseInput"));
+  }
+}
+BENCHMARK(callAndReply)->Unit(benchmark::kMicrosecond)->UseRealTime();
+
+// The user interface stops reading while the whole screen changes all the time; the first call
+// after it reads again also waits for the pictures that were under way.
+void callAndReplyAfterAPause(benchmark::State& state) {
+  auto& shared = desktop();
+  const auto other = desktopPicture(widthPx, heightPx, 2);
+  for (auto _ : state) {
+    const auto resume = Clock::now() + 1s;
+    while (Clock::now() < resume) shared.painter.draw({0, 0, widthPx, heightPx}, other);
+    const auto sent = Clock::now();
+    benchmark::DoNotOptimize(shared.host.client->call("releaseInput"));
+    state.SetIterationTime(seconds(Clock::now() - sent));
+  }
+}
+BENCHMARK(callAndReplyAfterAPause)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
+
+// Nanoseconds that all threads of a process have run.
+std::uint64_t processorTime(pid_t process) {
+  std::uint64_t total = 0;
+  const auto tasks = std::filesystem::path("/proc") / std::to_string(process) / "task";
+  for (const auto& task : std::filesystem::directory_iterator(tasks)) {
+    std::uint64_t ran = 0;
+    std::ifstream(task.path() / "schedstat") >> ran;
+    total += ran;
+  }
+  return total;
+}
+
+// The time given is the processor's in one second of wall time.
+void idleSecond(benchmark::State& state) {
+  auto& shared = desktop();
+  std::this_thread::sleep_for(quietTime);
+  shared.host.client->discardEvents();
+  for (auto _ : state) {
+    const auto before = processorTime(shared.host.process->processId());
+    std::this_thread::sleep_for(idleTime);
+    const auto ran = processorTime(shared.host.process->processId()) - before;
+    state.SetIterationTime(static_cast<double>(ran) * 1e-9 / seconds(idleTime));
+  }
+}
+BENCHMARK(idleSecond)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(1);
+
+}  // namespace
+}  // namespace quorvin
+
+BENCHMARK_MAIN();

@@ -1,0 +1,85 @@
+#include "tests/e2e/link/HostProcess.h"
+
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <fstream>
+#include <system_error>
+#include <thread>
+
+namespace quorvin {
+namespace {
+
+std::vector<char*> asArray(std::vector<std::string>& words) {
+  std::vector<char*> pointers(words.size() + 1, nullptr);
+  std::ranges::transform(words, pointers.begin(), [](auto& word) { return word.data(); });
+  return pointers;
+}
+
+}  // namespace
+
+HostProcess::HostProcess(Launch launch) : errors(::memfd_create("standard error", MFD_CLOEXEC)) {
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, errors.get(), STDERR_FILENO);
+  if (launch.link.isOpen()) posix_spawn_file_actions_adddup2(&actions, launch.link.get(), 3);
+  launch.arguments.insert(launch.arguments.begin(), launch.program);
+  std::ranges::reverse(launch.environment);  // the first of a name is what a program finds
+  const int error =
+      ::posix_spawn(&process, launch.program.c_str(), &actions, nullptr,
+                    asArray(launch.arguments).data(), asArray(launch.environment).data());
+  posix_spawn_file_actions_destroy(&actions);
+  if (error != 0) throw std::system_error(error, std::generic_category(), launch.program);
+}
+
+HostProcess::~HostProcess() {
+  if (status) return;
+  send(SIGKILL);
+  ::waitpid(process, nullptr, 0);
+}
+
+void HostProcess::send(int signal) const {
+  ::kill(process, signal);
+}
+
+std::optional<int> HostProcess::statusWithin(std::chrono::milliseconds within) {
+  const auto deadline = std::chrono::steady_clock::now() + within;
+  while (!status) {
+    int ended = 0;
+    if (::waitpid(process, &ended, WNOHANG) == process) {
+      status = WIFEXITED(ended) ? WEXITSTATUS(ended) : 128 + WTERMSIG(ended);
+    } else if (std::chrono::steady_clock::now() > deadline) {
+      return std::nullopt;
+    } else {
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+  }
+  return status;
+}
+
+std::string HostProcess::errorOutput() const {
+  std::string output;
+  std::array<char, 4096> chunk{};
+  ssize_t count = 0;
+  while ((count = ::pread(errors.get(), chunk.data(), chunk.size(),
+                          static_cast<off_t>(output.size()))) > 0) {
+    output.append(chunk.data(), static_cast<std::size_t>(count));
+  }
+  return output;
+}
+
+std::size_t HostProcess::residentBytes() const {
+  std::ifstream file("/proc/" + std::to_string(process) + "/statm");
+  std::size_t total = 0;
+  std::size_t resident = 0;
+  file >> total >> resident;
+  return resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
+
+}  // namespace quorvin

@@ -1,0 +1,96 @@
+#include "tests/e2e/link/HostStand.h"
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <system_error>
+
+namespace quorvin {
+namespace {
+
+std::string withSuppressions(const char* name, const std::string& options) {
+  const char* given = std::getenv(name);
+  return std::string(name) + "=" + (given == nullptr ? "" : std::string(given) + ":") + options;
+}
+
+}  // namespace
+
+ScratchFolder::ScratchFolder() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "host-stand-XXXXXX").string();
+  if (::mkdtemp(pattern.data()) == nullptr) {
+    throw std::system_error(errno, std::generic_category(), pattern);
+  }
+  folder = pattern;
+}
+
+std::string ScratchFolder::writeScript(const std::string& name, const std::string& text) const {
+  const auto path = folder / name;
+  std::ofstream(path) << "#!/bin/sh\n" << text;
+  std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+  return path;
+}
+
+std::pair<FileDescriptor, FileDescriptor> makeLinkPair() {
+  std::array<int, 2> ends{};
+  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+    throw std::system_error(errno, std::generic_category(), "socketpair");
+  }
+  return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+}
+
+HostStand::HostStand(JpegSize screen)
+    : server({"-screen", "0",
+              std::to_string(screen.widthPx) + "x" + std::to_string(screen.heightPx) + "x24",
+              "-noreset"}) {}
+
+std::vector<std::string> HostStand::environment() const {
+  return {"PATH=/usr/bin:/bin",
+          "DISPLAY=" + server.display(),
+          "HOME=" + home.path().string(),
+          "XDG_CONFIG_HOME=" + (home.path() / "config").string(),
+          "DBUS_SESSION_BUS_ADDRESS=disabled:",
+          "NO_AT_BRIDGE=1",
+          "GSETTINGS_BACKEND=memory",
+          withSuppressions("LSAN_OPTIONS",
+                           "print_suppressions=0:suppressions=" QUORVIN_LSAN_SUPPRESSIONS),
+          withSuppressions("ASAN_OPTIONS", "fast_unwind_on_malloc=0")};
+}
+
+std::unique_ptr<HostProcess> HostStand::startHost(FileDescriptor link,
+                                                  std::vector<std::string> arguments) {
+  auto variables = environment();
+  variables.emplace_back("QUORVIN_UI_FD=3");
+  return std::make_unique<HostProcess>(HostProcess::Launch{.program = QUORVIN_HOST,
+                                                           .arguments = std::move(arguments),
+                                                           .environment = std::move(variables),
+                                                           .link = std::move(link)});
+}
+
+ConnectedHost::ConnectedHost(HostStand& stand, std::vector<std::string> arguments) {
+  auto [ownEnd, hostsEnd] = makeLinkPair();
+  client = std::make_unique<LinkClient>(std::move(ownEnd));
+  process = stand.startHost(std::move(hostsEnd), std::move(arguments));
+}
+
+bool ConnectedHost::startCapture() {
+  return client->call("startCapture", Map{{"locallyAuthorized", true}}) == FlutterReply(Value());
+}
+
+std::optional<JpegSize> ConnectedHost::nextPicture(LinkClient::Milliseconds within) {
+  const auto event = client->nextEvent(within);
+  const auto* value = event ? std::get_if<Value>(&*event) : nullptr;
+  const auto* data = value == nullptr ? nullptr : value->as<Data>();
+  return data == nullptr ? std::nullopt : jpegSize(data->bytes());
+}
+
+Map pictureSettings(int maxWidth, int maxHeight) {
+  return {{"profile", "balanced"}, {"show_cursor", true},     {"codec", "jpeg"},
+          {"max_width", maxWidth}, {"max_height", maxHeight}, {"fps", 30},
+          {"bitrate_mbps", 8},     {"jpeg_quality", 80},      {"queue_depth", 3}};
+}
+
+}  // namespace quorvin

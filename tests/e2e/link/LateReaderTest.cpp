@@ -1,0 +1,61 @@
+// A user interface that stops reading while the screen changes all the time.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <string>
+#include <thread>
+
+#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/ScreenNoise.h"
+
+namespace quorvin {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t growthBytesMax = std::size_t{32} * 1024 * 1024;
+
+// How long the reader stops, in seconds: QUORVIN_LATE_READER_S, or a few.
+std::chrono::seconds stoppedFor() {
+  const char* given = std::getenv("QUORVIN_LATE_READER_S");
+  return given == nullptr ? 4s : std::chrono::seconds(std::stoi(given));
+}
+
+TEST(LateReader, CostsBoundedMemoryAndNoLatency) {
+  HostStand stand;
+  ConnectedHost host(stand);
+  const ScreenNoise noise(stand.server.display());
+  host.client->listen();
+  ASSERT_TRUE(host.startCapture());
+  // Everything that is made once is there after some pictures.
+  for (int frame = 0; frame < 30; ++frame) ASSERT_TRUE(host.nextPicture());
+
+  const auto before = host.process->residentBytes();
+  auto highest = before;
+  const auto resume = Clock::now() + stoppedFor();
+  while (Clock::now() < resume) {
+    highest = std::max(highest, host.process->residentBytes());
+    std::this_thread::sleep_for(20ms);
+  }
+  RecordProperty("growth_kib", static_cast<int>((highest - before) / 1024));
+  EXPECT_LE(highest - before, growthBytesMax);
+
+  // The pictures that were under way come first, so the first call is not measured.
+  host.client->call("permissions");
+  auto slowest = Clock::duration::zero();
+  for (int call = 0; call < 50; ++call) {
+    const auto sent = Clock::now();
+    host.client->call("permissions");
+    slowest = std::max(slowest, Clock::now() - sent);
+  }
+  const auto slowestMs = std::chrono::duration_cast<std::chrono::milliseconds>(slowest).count();
+  RecordProperty("slowest_reply_ms", static_cast<int>(slowestMs));
+  EXPECT_LT(slowestMs, 50);
+  EXPECT_TRUE(host.nextPicture());
+}
+
+}  // namespace
+}  // namespace quorvin

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+
+#include "platform/Data.h"
+#include "platform/Flutter.h"
+#include "platform/flutter/LinkFrame.h"
+#include "platform/linux/FileDescriptor.h"
+
+namespace quorvin {
+
+// A user interface that speaks the UI link (see LinkFrame.h) and blocks where it waits. One
+// thread.
+class LinkClient {
+ public:
+  using Milliseconds = std::chrono::milliseconds;
+  static constexpr Milliseconds patience = std::chrono::seconds(20);
+  static constexpr auto methodChannel = "com.quorvin.support/host";
+  static constexpr auto frameChannel = "com.quorvin.support/frames";
+
+  // The host did not answer in time, or closed the link where an answer was due.
+  class NoAnswer : public std::runtime_error {
+   public:
+    using std::runtime_error::runtime_error;
+  };
+
+  // Takes over a connected stream socket.
+  explicit LinkClient(FileDescriptor socket);
+
+  // Calls a method of the host and waits for the reply; events that come first are kept.
+  FlutterReply call(const std::string& method, const Value& arguments = {});
+  FlutterReply callOn(const std::string& channel, const std::string& method,
+                      const Value& arguments = {});
+  FlutterReply listen() { return callOn(frameChannel, "listen"); }
+  FlutterReply cancel() { return callOn(frameChannel, "cancel"); }
+
+  // The two halves of a call, for those who want several under way.
+  std::uint32_t send(const std::string& channel, const std::string& method,
+                     const Value& arguments = {});
+  FlutterReply waitForReply(std::uint32_t id);
+
+  // The next event or stream error, nothing when none comes within the time.
+  std::optional<FlutterEvent> nextEvent(Milliseconds within = patience);
+  // Forgets the events that have arrived so far, and reads all that have.
+  void discardEvents();
+
+  // Whether the host closes the link within the time; reads on until then.
+  bool isClosedWithin(Milliseconds within = patience);
+  void sendBytes(std::span<const std::uint8_t> bytes);
+  void close() { socket.reset(); }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  // Reads what has arrived; waits until something does or the deadline has passed. False in the
+  // latter case and when the link is closed.
+  bool receive(Clock::time_point deadline);
+  void sort(const LinkFrame& frame);
+
+  FileDescriptor socket;
+  LinkFrameReader reader;
+  std::uint32_t lastId = 0;
+  std::map<std::uint32_t, FlutterReply> replies;
+  std::deque<FlutterEvent> events;
+  bool isClosed = false;
+};
+
+}  // namespace quorvin
