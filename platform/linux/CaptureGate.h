@@ -1,0 +1,46 @@
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace quorvin {
+
+// Lets the samples of one run of a stream through to their handler until it is closed. Any thread.
+class CaptureGate {
+ public:
+  // Held while a handler runs; false when the gate was closed already.
+  class Pass {
+   public:
+    explicit Pass(CaptureGate& gate) : gate(gate), entered(gate.enter()) {}
+    Pass(const Pass&) = delete;
+    Pass& operator=(const Pass&) = delete;
+    ~Pass() {
+      if (entered) gate.leave();
+    }
+    explicit operator bool() const { return entered; }
+
+   private:
+    CaptureGate& gate;
+    bool entered;
+  };
+
+  // False when it was closed before.
+  bool close();
+  // Returns once no handler is running any more; afterwards none will. A handler that closed the
+  // gate itself is not waited for, so that it may in turn wait for what follows.
+  void waitUntilQuiet();
+
+ private:
+  bool enter();
+  void leave();
+  void forgetCurrentThread();
+
+  std::mutex mutex;
+  std::condition_variable quiet;
+  std::vector<std::thread::id> inside;
+  bool closed = false;
+};
+
+}  // namespace quorvin

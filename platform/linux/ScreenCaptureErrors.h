@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/Error.h"
+
+namespace quorvin {
+
+inline constexpr std::string_view screenCaptureErrorDomain = "com.quorvin.support.x11";
+
+enum class ScreenCaptureErrorCode : std::int64_t {
+  noServer = 1,           // no X display can be opened
+  serverLost = 2,         // the connection to the X server broke
+  displayGone = 3,        // the captured display is no longer there
+  unreadableScreen = 4,   // the server does not hand out the pixels
+  unsupportedScreen = 5,  // the screen's pixels are of a kind that is not understood
+  invalidParameter = 6,   // an argument makes no sense or is not supported
+  alreadyStarted = 7,
+  notStarted = 8,
+  noResources = 9,  // the system has no memory, thread or descriptor left
+};
+
+[[nodiscard]] inline Error screenCaptureError(ScreenCaptureErrorCode code, std::string sentence) {
+  return Error{std::string(screenCaptureErrorDomain), static_cast<std::int64_t>(code),
+               std::move(sentence)};
+}
+
+}  // namespace quorvin

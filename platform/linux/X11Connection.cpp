@@ -1,0 +1,36 @@
+#include "platform/linux/X11Connection.h"
+
+#include <sys/socket.h>
+
+#include "platform/linux/ScreenCaptureErrors.h"
+
+namespace quorvin {
+
+namespace {
+
+const xcb_screen_t* screenNumbered(xcb_connection_t* connection, int number) {
+  auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
+  for (; number > 0 && screens.rem > 1; --number) xcb_screen_next(&screens);
+  return screens.rem > 0 ? screens.data : nullptr;
+}
+
+}  // namespace
+
+X11Connection::X11Connection(const std::string& displayName) {
+  int screenNumber = 0;
+  connection.reset(xcb_connect(displayName.empty() ? nullptr : displayName.c_str(), &screenNumber));
+  if (!isBroken()) defaultScreen = screenNumbered(get(), screenNumber);
+  if (defaultScreen == nullptr) {
+    throw screenCaptureError(ScreenCaptureErrorCode::noServer,
+                             "No X display can be opened. Start a desktop session or set DISPLAY.");
+  }
+}
+
+bool X11Connection::isLocal() const {
+  sockaddr_storage address{};
+  socklen_t length = sizeof address;
+  return getsockname(descriptor(), reinterpret_cast<sockaddr*>(&address), &length) == 0 &&
+         address.ss_family == AF_UNIX;
+}
+
+}  // namespace quorvin
