@@ -1,0 +1,59 @@
+#include "tests/linux/capture/CaptureStand.h"
+
+#include <future>
+
+namespace quorvin {
+
+namespace {
+
+std::vector<std::string> withoutReset(std::vector<std::string> options) {
+  // Otherwise the server forgets everything whenever its last client leaves.
+  options.emplace_back("-noreset");
+  return options;
+}
+
+}  // namespace
+
+CaptureStand::CaptureStand(std::vector<std::string> options)
+    : server(withoutReset(std::move(options))),
+      painter(server.display()),
+      capture(server.display(), counters) {}
+
+StreamConfiguration CaptureStand::usualConfiguration() {
+  return {320, 240, {1, 30}, 3, false, pixelFormat32BGRA};
+}
+
+std::vector<std::shared_ptr<ShareableDisplay>> CaptureStand::displays() {
+  std::promise<std::shared_ptr<const ShareableContent>> answer;
+  capture.getShareableContent(true, true, [&](auto content, const auto& /*error*/) {
+    answer.set_value(std::move(content));
+  });
+  const auto content = answer.get_future().get();
+  return content ? content->displays : std::vector<std::shared_ptr<ShareableDisplay>>{};
+}
+
+void CaptureStand::makeStream(const StreamConfiguration& configuration) {
+  stream = capture.makeStream({displays().front()}, configuration, delegate);
+  static_cast<void>(stream->addStreamOutput(recorder, StreamOutputType::screen, queue));
+}
+
+bool CaptureStand::start(const StreamConfiguration& configuration) {
+  makeStream(configuration);
+  Answer started;
+  stream->startCapture(started.completion());
+  return started.wait() && !started.error();
+}
+
+bool CaptureStand::stop() {
+  Answer stopped;
+  stream->stopCapture(stopped.completion());
+  return stopped.wait() && !stopped.error();
+}
+
+void CaptureStand::drainQueue() {
+  std::promise<void> reached;
+  queue->async([&reached] { reached.set_value(); });
+  reached.get_future().wait();
+}
+
+}  // namespace quorvin

@@ -1,0 +1,106 @@
+#include <gtest/gtest.h>
+
+#include "platform/linux/CursorOverlay.h"
+#include "platform/linux/CursorPlacer.h"
+#include "tests/linux/capture/TestImages.h"
+
+namespace quorvin {
+namespace {
+
+CursorImage squareCursor(int side, std::uint32_t pixel, int hotSpot = 0) {
+  const auto count = static_cast<std::size_t>(side) * static_cast<std::size_t>(side);
+  return {{side, side}, hotSpot, hotSpot, std::vector<std::uint32_t>(count, pixel)};
+}
+
+TEST(CursorOverlay, DrawsOpaquePixelsAsTheyAre) {
+  PixelImage picture = makeTestImage({10, 10}, 0x112233);
+  blendCursor(squareCursor(2, 0xffabcdef), {4, 4, 2, 2}, picture);
+  EXPECT_EQ(pixelOf(picture, 4, 4), 0xabcdefU);
+  EXPECT_EQ(pixelOf(picture, 5, 5), 0xabcdefU);
+  EXPECT_EQ(pixelOf(picture, 3, 4), 0x112233U);
+  EXPECT_EQ(pixelOf(picture, 6, 5), 0x112233U);
+}
+
+TEST(CursorOverlay, LeavesTransparentPixelsAlone) {
+  PixelImage picture = makeTestImage({4, 4}, 0x112233);
+  blendCursor(squareCursor(4, 0), {0, 0, 4, 4}, picture);
+  EXPECT_EQ(pixelOf(picture, 2, 2), 0x112233U);
+}
+
+TEST(CursorOverlay, MixesHalfTransparentPixels) {
+  PixelImage picture = makeTestImage({1, 1}, 0xc86400);
+  // Half of 0x64c800, its colours already halved.
+  blendCursor(squareCursor(1, 0x80326400), {0, 0, 1, 1}, picture);
+  EXPECT_NEAR(static_cast<int>(pixelOf(picture, 0, 0) >> 16), 0x32 + 0x64, 1);
+  EXPECT_NEAR(static_cast<int>(pixelOf(picture, 0, 0) >> 8 & 0xff), 0x64 + 0x32, 1);
+}
+
+TEST(CursorOverlay, IsClippedAtEveryEdge) {
+  for (const PixelRect& area : {PixelRect{-3, -3, 4, 4}, PixelRect{9, 9, 4, 4},
+                                PixelRect{-3, 9, 4, 4}, PixelRect{9, -3, 4, 4}}) {
+    PixelImage picture = makeTestImage({10, 10}, 0x112233);
+    blendCursor(squareCursor(4, 0xffffffff), area, picture);
+    const int x = area.x < 0 ? 0 : 9;
+    const int y = area.y < 0 ? 0 : 9;
+    EXPECT_EQ(pixelOf(picture, x, y), 0xffffffU);
+    EXPECT_EQ(pixelOf(picture, 5, 5), 0x112233U);
+  }
+}
+
+TEST(CursorOverlay, OutsideOfThePictureDrawsNothing) {
+  PixelImage picture = makeTestImage({10, 10}, 0x112233);
+  blendCursor(squareCursor(4, 0xffffffff), {10, 0, 4, 4}, picture);
+  blendCursor(squareCursor(4, 0xffffffff), {-400, -400, 4, 4}, picture);
+  EXPECT_EQ(pixelOf(picture, 9, 0), 0x112233U);
+}
+
+TEST(CursorOverlay, ShrinksWithThePicture) {
+  const CursorImage half = scaledCursor(squareCursor(16, 0xff00ff00, 8), {640, 480}, {320, 240});
+  EXPECT_EQ(half.size, (PixelSize{8, 8}));
+  EXPECT_EQ(half.hotSpotX, 4);
+  EXPECT_EQ(half.pixels.at(0), 0xff00ff00U);
+}
+
+TEST(CursorOverlay, NeverShrinksToNothing) {
+  const CursorImage tiny = scaledCursor(squareCursor(4, 0xff00ff00), {4000, 4000}, {40, 40});
+  EXPECT_EQ(tiny.size, (PixelSize{1, 1}));
+}
+
+TEST(CursorPlacer, PutsTheHotSpotWhereThePointerIs) {
+  CursorPlacer placer({640, 480}, {640, 480});
+  const auto cursor = std::make_shared<const CursorImage>(squareCursor(10, 0xffffffff, 3));
+  EXPECT_EQ(placer.place(cursor, 100, 50)->area, (PixelRect{97, 47, 10, 10}));
+}
+
+TEST(CursorPlacer, ScalesThePlace) {
+  CursorPlacer placer({640, 480}, {320, 240});
+  const auto cursor = std::make_shared<const CursorImage>(squareCursor(10, 0xffffffff));
+  EXPECT_EQ(placer.place(cursor, 101, 51)->area, (PixelRect{50, 25, 5, 5}));
+}
+
+TEST(CursorPlacer, SeesNothingOfACursorOnAnotherDisplay) {
+  CursorPlacer placer({640, 480}, {640, 480});
+  const auto cursor = std::make_shared<const CursorImage>(squareCursor(10, 0xffffffff));
+  EXPECT_FALSE(placer.place(cursor, 640, 100));
+  EXPECT_FALSE(placer.place(cursor, -10, 100));
+  EXPECT_TRUE(placer.place(cursor, -9, 100));
+  EXPECT_FALSE(placer.place(nullptr, 100, 100));
+}
+
+TEST(CursorPlacer, GivesEqualPlacementsOnlyForTheSameLook) {
+  CursorPlacer placer({640, 480}, {320, 240});
+  const auto arrow = std::make_shared<const CursorImage>(squareCursor(10, 0xffffffff));
+  const auto beam = std::make_shared<const CursorImage>(squareCursor(10, 0xff000000));
+  const auto first = placer.place(arrow, 20, 20);
+  EXPECT_EQ(placer.place(arrow, 20, 20), first);
+  EXPECT_NE(placer.place(arrow, 24, 20), first);
+  EXPECT_NE(placer.place(beam, 20, 20), first);
+}
+
+TEST(CursorPlacer, AnEmptyCursorIsNowhere) {
+  CursorPlacer placer({640, 480}, {320, 240});
+  EXPECT_FALSE(placer.place(std::make_shared<const CursorImage>(), 20, 20));
+}
+
+}  // namespace
+}  // namespace quorvin

@@ -1,0 +1,166 @@
+#include <gtest/gtest.h>
+#include <turbojpeg.h>
+
+#include <cmath>
+#include <limits>
+#include <thread>
+#include <vector>
+
+#include "platform/linux/CapturedPixelBuffer.h"
+#include "platform/linux/FrameBufferPool.h"
+#include "platform/linux/ImageEncoder.h"
+#include "tests/linux/capture/TestImages.h"
+
+namespace quorvin {
+namespace {
+
+class ForeignPixelBuffer final : public PixelBuffer {
+ public:
+  [[nodiscard]] std::size_t widthPx() const override { return 8; }
+  [[nodiscard]] std::size_t heightPx() const override { return 8; }
+};
+
+CapturedPixelBuffer bufferOf(const PixelImage& image) {
+  return {image.memory, image.memory.get(), static_cast<std::size_t>(image.size.width),
+          static_cast<std::size_t>(image.size.height), image.strideBytes()};
+}
+
+PixelImage gradient(PixelSize size) {
+  PixelImage image = makeTestImage(size);
+  for (int y = 0; y < size.height; ++y) {
+    for (int x = 0; x < size.width; ++x) {
+      setPixel(
+          image, x, y,
+          static_cast<std::uint32_t>((x * 7 % 256) << 16 | (y * 5 % 256) << 8 | (x * y % 256)));
+    }
+  }
+  return image;
+}
+
+struct Decoded {
+  int width = 0;
+  int height = 0;
+  int subsampling = -1;
+  std::vector<std::uint8_t> pixels;  // blue, green, red, undefined
+};
+
+Decoded decode(const Data& jpeg) {
+  Decoded decoded;
+  int colourSpace = 0;
+  const std::unique_ptr<void, int (*)(void*)> decompressor(tjInitDecompress(), tjDestroy);
+  EXPECT_EQ(tjDecompressHeader3(decompressor.get(), jpeg.data(), jpeg.size(), &decoded.width,
+                                &decoded.height, &decoded.subsampling, &colourSpace),
+            0);
+  decoded.pixels.resize(static_cast<std::size_t>(decoded.width) *
+                        static_cast<std::size_t>(decoded.height) * 4);
+  EXPECT_EQ(tjDecompress2(decompressor.get(), jpeg.data(), jpeg.size(), decoded.pixels.data(),
+                          decoded.width, 0, decoded.height, TJPF_BGRX, 0),
+            0);
+  return decoded;
+}
+
+class ImageEncoderTest : public testing::Test {
+ protected:
+  LinuxImageEncoder encoder;
+  std::unique_ptr<ImageContext> context = encoder.makeContext(false);
+};
+
+TEST_F(ImageEncoderTest, WritesOneCompleteJpegFileOfThePicturesSize) {
+  const auto jpeg = context->jpegRepresentation(bufferOf(gradient({101, 67})), 0.72);
+  ASSERT_TRUE(jpeg);
+  const auto bytes = jpeg->bytes();
+  EXPECT_EQ(bytes[0], 0xff);
+  EXPECT_EQ(bytes[1], 0xd8);
+  EXPECT_EQ(bytes[bytes.size() - 2], 0xff);
+  EXPECT_EQ(bytes[bytes.size() - 1], 0xd9);
+  const Decoded decoded = decode(*jpeg);
+  EXPECT_EQ(decoded.width, 101);
+  EXPECT_EQ(decoded.height, 67);
+  EXPECT_EQ(decoded.subsampling, TJSAMP_420);
+}
+
+TEST_F(ImageEncoderTest, KeepsTheColours) {
+  const auto jpeg = context->jpegRepresentation(bufferOf(makeTestImage({64, 64}, 0xc04020)), 0.9);
+  const Decoded decoded = decode(jpeg.value());
+  const std::size_t middle = (32 * 64 + 32) * 4;
+  EXPECT_NEAR(decoded.pixels[middle], 0x20, 4);
+  EXPECT_NEAR(decoded.pixels[middle + 1], 0x40, 4);
+  EXPECT_NEAR(decoded.pixels[middle + 2], 0xc0, 4);
+}
+
+TEST_F(ImageEncoderTest, WritesLargerFilesForAHigherFactor) {
+  const PixelImage image = gradient({256, 256});
+  std::size_t previous = 0;
+  for (const double factor : {0.1, 0.4, 0.72, 0.95}) {
+    const auto jpeg = context->jpegRepresentation(bufferOf(image), factor);
+    EXPECT_GT(jpeg.value().size(), previous);
+    previous = jpeg->size();
+  }
+}
+
+TEST_F(ImageEncoderTest, ClampsFactorsOutOfRange) {
+  const PixelImage image = gradient({64, 64});
+  const auto worst = context->jpegRepresentation(bufferOf(image), 0.01);
+  const auto best = context->jpegRepresentation(bufferOf(image), 1.0);
+  EXPECT_EQ(context->jpegRepresentation(bufferOf(image), 0.0), worst);
+  EXPECT_EQ(context->jpegRepresentation(bufferOf(image), -3.0), worst);
+  EXPECT_EQ(context->jpegRepresentation(bufferOf(image), std::nan("")), worst);
+  EXPECT_EQ(context->jpegRepresentation(bufferOf(image), 7.0), best);
+  EXPECT_EQ(context->jpegRepresentation(bufferOf(image), std::numeric_limits<double>::infinity()),
+            best);
+}
+
+TEST_F(ImageEncoderTest, CannotRenderAPictureOfAnotherOrigin) {
+  EXPECT_FALSE(context->jpegRepresentation(ForeignPixelBuffer(), 0.72));
+}
+
+TEST_F(ImageEncoderTest, CannotRenderAPictureWithoutPixels) {
+  const CapturedPixelBuffer empty(nullptr, nullptr, 0, 0, 0);
+  EXPECT_FALSE(context->jpegRepresentation(empty, 0.72));
+}
+
+TEST_F(ImageEncoderTest, PayloadsDoNotDisturbEachOther) {
+  const auto red = context->jpegRepresentation(bufferOf(makeTestImage({32, 32}, 0xff0000)), 0.9);
+  const auto blue = context->jpegRepresentation(bufferOf(makeTestImage({32, 32}, 0x0000ff)), 0.9);
+  EXPECT_GT(decode(red.value()).pixels[2], 0xf0);
+  EXPECT_GT(decode(blue.value()).pixels[0], 0xf0);
+}
+
+TEST_F(ImageEncoderTest, PayloadsOutliveTheContextAndEndOnAnyThread) {
+  std::vector<Data> payloads;
+  for (int i = 0; i < 8; ++i) {
+    payloads.push_back(context->jpegRepresentation(bufferOf(gradient({64, 64})), 0.72).value());
+  }
+  context.reset();
+  EXPECT_EQ(payloads.front(), payloads.back());
+  std::thread([held = std::move(payloads)]() mutable { held.clear(); }).join();
+}
+
+TEST_F(ImageEncoderTest, ReusesTheMemoryOfAReleasedPayload) {
+  const PixelImage image = gradient({64, 64});
+  auto first = context->jpegRepresentation(bufferOf(image), 0.72);
+  const std::uint8_t* memory = first.value().data();
+  first.reset();
+  EXPECT_EQ(context->jpegRepresentation(bufferOf(image), 0.72).value().data(), memory);
+}
+
+TEST(FrameBufferPool, KeepsNoMoreThanAFewBuffers) {
+  const auto pool = std::make_shared<FrameBufferPool>();
+  std::vector<std::shared_ptr<std::uint8_t>> taken;
+  for (std::size_t i = 0; i < FrameBufferPool::maximumKept + 3; ++i) {
+    taken.push_back(pool->take(1 << 16));
+  }
+  taken.clear();
+  EXPECT_EQ(pool->keptCount(), FrameBufferPool::maximumKept);
+}
+
+TEST(FrameBufferPool, DropsBuffersThatHaveBecomeTooSmall) {
+  const auto pool = std::make_shared<FrameBufferPool>();
+  static_cast<void>(pool->take(100));
+  const auto large = pool->take(1000);
+  large.get()[999] = 1;
+  EXPECT_EQ(pool->keptCount(), 0U);
+}
+
+}  // namespace
+}  // namespace quorvin

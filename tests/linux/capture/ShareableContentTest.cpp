@@ -1,0 +1,81 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <future>
+
+#include "tests/linux/capture/CaptureStand.h"
+
+namespace quorvin {
+namespace {
+
+TEST(ShareableContent, ListsTheWholeScreenOfAPlainServer) {
+  CaptureStand stand;
+  const auto displays = stand.displays();
+  ASSERT_EQ(displays.size(), 1U);
+  EXPECT_EQ(displays[0]->widthPt(), 320);
+  EXPECT_EQ(displays[0]->heightPt(), 240);
+}
+
+TEST(ShareableContent, ListsTheRootWindowOfAServerWithoutMonitors) {
+  CaptureStand stand({"-extension", "RANDR"});
+  const auto displays = stand.displays();
+  ASSERT_EQ(displays.size(), 1U);
+  EXPECT_EQ(displays[0]->widthPt(), 320);
+  EXPECT_EQ(stand.capture.mainScreenNumber(), displays[0]->displayID());
+}
+
+TEST(ShareableContent, ListsMonitorsInTheServersOrderWithStableIdentifiers) {
+  CaptureStand stand;
+  const DisplayID whole = stand.displays().at(0)->displayID();
+  stand.painter.defineMonitor("left", {0, 0, 160, 240});
+  stand.painter.defineMonitor("right", {160, 0, 120, 200});
+  const auto displays = stand.displays();
+  ASSERT_EQ(displays.size(), 3U);
+  // The server lists those first that a user defined.
+  EXPECT_EQ(displays[0]->widthPt(), 160);
+  EXPECT_EQ(displays[1]->widthPt(), 120);
+  EXPECT_EQ(displays[1]->heightPt(), 200);
+  EXPECT_EQ(displays[2]->displayID(), whole);
+  EXPECT_NE(displays[0]->displayID(), displays[1]->displayID());
+  EXPECT_EQ(stand.displays().at(1)->displayID(), displays[1]->displayID());
+}
+
+TEST(ShareableContent, CutsMonitorsOffAtTheEdgeOfTheScreen) {
+  CaptureStand stand;
+  stand.painter.defineMonitor("wide", {200, 100, 500, 500});
+  const auto displays = stand.displays();
+  ASSERT_EQ(displays.size(), 2U);
+  EXPECT_EQ(displays[0]->widthPt(), 120);
+  EXPECT_EQ(displays[0]->heightPt(), 140);
+}
+
+TEST(ShareableContent, NamesThePrimaryMonitorAsTheMainScreen) {
+  CaptureStand stand;
+  EXPECT_FALSE(stand.capture.mainScreenNumber());
+  stand.painter.defineMonitor("left", {0, 0, 160, 240});
+  stand.painter.defineMonitor("main", {160, 0, 160, 240}, true);
+  const auto mainScreen = stand.capture.mainScreenNumber();
+  ASSERT_TRUE(mainScreen);
+  const auto displays = stand.displays();
+  const auto main = std::ranges::find(displays, *mainScreen, &ShareableDisplay::displayID);
+  ASSERT_NE(main, displays.end());
+  EXPECT_EQ(std::ranges::count(displays, *mainScreen, &ShareableDisplay::displayID), 1);
+}
+
+TEST(ShareableContent, IsAnErrorThatSaysWhatToDoWhenThereIsNoServer) {
+  LinuxScreenCapture capture(":9999");
+  EXPECT_FALSE(capture.mainScreenNumber());
+  std::promise<std::optional<Error>> answer;
+  capture.getShareableContent(true, true, [&answer](const auto& content, const auto& error) {
+    EXPECT_EQ(content, nullptr);
+    answer.set_value(error);
+  });
+  const auto error = answer.get_future().get();
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->domain, "com.quorvin.support.x11");
+  EXPECT_EQ(error->localizedDescription,
+            "No X display can be opened. Start a desktop session or set DISPLAY.");
+}
+
+}  // namespace
+}  // namespace quorvin

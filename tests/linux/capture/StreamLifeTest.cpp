@@ -1,0 +1,360 @@
+#include <gtest/gtest.h>
+
+#include <future>
+
+#include "tests/linux/capture/CaptureStand.h"
+
+namespace quorvin {
+namespace {
+
+std::optional<Error> startError(ScreenStream& stream) {
+  Answer started;
+  stream.startCapture(started.completion());
+  EXPECT_TRUE(started.wait());
+  return started.error();
+}
+
+std::int64_t number(std::optional<Error> error) {
+  return error ? error->code : 0;
+}
+
+TEST(StreamLife, NoSampleFollowsTheCompletionOfStop) {
+  CaptureStand stand;
+  auto configuration = CaptureStand::usualConfiguration();
+  configuration.minimumFrameInterval = {1, 1000};
+  for (std::uint32_t round = 0; round < 20; ++round) {
+    ASSERT_TRUE(stand.start(configuration));
+    for (std::uint32_t i = 0; i < round; ++i) stand.painter.fillAll(round * 1000 + i);
+    ASSERT_TRUE(stand.stop());
+    const auto count = stand.recorder->samples().size();
+    stand.painter.fillAll(round);
+    stand.drainQueue();
+    EXPECT_EQ(stand.recorder->samples().size(), count);
+  }
+  EXPECT_TRUE(stand.delegate->errors().empty());
+}
+
+TEST(StreamLife, SamplesThatWaitInTheQueueAreDroppedByStop) {
+  CaptureStand stand;
+  stand.queue->halt();
+  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+  ASSERT_TRUE(stand.stop());
+  stand.queue->resume();
+  stand.drainQueue();
+  EXPECT_TRUE(stand.recorder->samples().empty());
+}
+
+TEST(StreamLife, StopsFromInsideTheHandler) {
+  CaptureStand stand;
+  Answer stopped;
+  stand.recorder->onSample([&] { stand.stream->stopCapture(stopped.completion()); });
+  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+  ASSERT_TRUE(stopped.wait());
+  EXPECT_FALSE(stopped.error());
+  stand.painter.fillAll(0xffffff);
+  stand.drainQueue();
+  EXPECT_EQ(stand.recorder->samples().size(), 1U);
+}
+
+TEST(StreamLife, AHandlerMayWaitForTheStopItAskedFor) {
+  CaptureStand stand;
+  std::promise<bool> answered;
+  stand.recorder->onSample([&] {
+    Answer stopped;
+    stand.stream->stopCapture(stopped.completion());
+    answered.set_value(stopped.wait());
+  });
+  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+  EXPECT_TRUE(answered.get_future().get());
+}
+
+TEST(StreamLife, StopsWithoutACompletion) {
+  CaptureStand stand;
+  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  stand.stream->stopCapture({});
+  EXPECT_EQ(startError(*stand.stream), std::nullopt);
+}
+
+TEST(StreamLife, ReleasingTheStreamStopsIt) {
+  CaptureStand stand;
+  auto configuration = CaptureStand::usualConfiguration();
+  configuration.minimumFrameInterval = {1, 1000};
+  for (int round = 0; round < 20; ++round) {
+    ASSERT_TRUE(stand.start(configuration));
+    stand.painter.fillAll(0x010101);
+    stand.stream.reset();
+    // What had begun before may end, but nothing new comes.
+    stand.drainQueue();
+    const auto count = stand.recorder->samples().size();
+    stand.painter.fillAll(0x020202);
+    stand.drainQueue();
+    EXPECT_EQ(stand.recorder->samples().size(), count);
+  }
+}
+
+TEST(StreamLife, TheHandlerMayReleaseTheStream) {
+  CaptureStand stand;
+  std::promise<void> released;
+  stand.recorder->onSample([&] {
+    stand.stream.reset();
+    released.set_value();
+  });
+  stand.makeStream(CaptureStand::usualConfiguration());
+  Answer started;
+  stand.stream->startCapture(started.completion());
+  released.get_future().wait();
+  stand.drainQueue();
+  EXPECT_EQ(stand.recorder->samples().size(), 1U);
+}
+
+TEST(StreamLife, ACompletionMayReleaseTheStream) {
+  CaptureStand stand;
+  stand.makeStream(CaptureStand::usualConfiguration());
+  std::promise<void> released;
+  stand.stream->startCapture([&](const auto& /*error*/) {
+    stand.stream.reset();
+    released.set_value();
+  });
+  released.get_future().wait();
+}
+
+TEST(StreamLife, PicturesOutliveTheStreamAndTheServer) {
+  CaptureStand stand;
+  stand.painter.fillAll(0x123456);
+  stand.recorder->holdPictures();
+  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  stand.stream.reset();
+  stand.server.end();
+  stand.recorder->letPicturesGo();
+}
+
+TEST(StreamLife, CanBeStartedAgainAfterAStop) {
+  CaptureStand stand;
+  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  ASSERT_TRUE(stand.stop());
+  EXPECT_EQ(startError(*stand.stream), std::nullopt);
+  EXPECT_TRUE(stand.recorder->waitForPictures(2));
+}
+
+TEST(StreamLife, CannotBeStartedTwice) {
+  CaptureStand stand;
+  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+  const auto error = startError(*stand.stream);
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->domain, stand.capture.streamErrorDomain());
+  EXPECT_EQ(error->localizedDescription, "The capture is running already.");
+  EXPECT_TRUE(stand.recorder->waitForPictures(1));
+}
+
+TEST(StreamLife, CannotBeStoppedBeforeItStarted) {
+  CaptureStand stand;
+  stand.makeStream(CaptureStand::usualConfiguration());
+  Answer stopped;
+  stand.stream->stopCapture(stopped.completion());
+  ASSERT_TRUE(stopped.wait());
+  EXPECT_TRUE(stopped.error());
+}
+
+TEST(StreamLife, TakesOneOutputOfTheScreenOnly) {
+  CaptureStand stand;
+  stand.makeStream(CaptureStand::usualConfiguration());
+  const auto other = std::make_shared<SampleRecorder>();
+  auto& stream = *stand.stream;
+  EXPECT_TRUE(stream.addStreamOutput(stand.recorder, StreamOutputType::screen, stand.queue));
+  EXPECT_TRUE(stream.addStreamOutput(other, StreamOutputType::screen, stand.queue));
+  stand.stream = stand.capture.makeStream({}, CaptureStand::usualConfiguration(), {});
+  auto& fresh = *stand.stream;
+  EXPECT_TRUE(fresh.addStreamOutput(other, StreamOutputType::audio, stand.queue));
+  EXPECT_TRUE(fresh.addStreamOutput(other, StreamOutputType::screen, nullptr));
+  EXPECT_TRUE(fresh.addStreamOutput({}, StreamOutputType::screen, stand.queue));
+  EXPECT_FALSE(fresh.addStreamOutput(other, StreamOutputType::screen, stand.queue));
+}
+
+TEST(StreamLife, NeedsADisplay) {
+  CaptureStand stand;
+  const auto stream = stand.capture.makeStream({}, CaptureStand::usualConfiguration(), {});
+  EXPECT_TRUE(startError(*stream));
+}
+
+TEST(StreamLife, RefusesToStartWithAnUnsoundConfiguration) {
+  CaptureStand stand;
+  auto configuration = CaptureStand::usualConfiguration();
+  configuration.width = 0;
+  stand.makeStream(configuration);
+  EXPECT_TRUE(startError(*stand.stream));
+}
+
+TEST(StreamLife, RefusesToStartWithoutAServer) {
+  CaptureStand stand;
+  stand.makeStream(CaptureStand::usualConfiguration());
+  stand.server.end();
+  EXPECT_EQ(number(startError(*stand.stream)), 1);
+}
+
+TEST(StreamLife, RefusesToStartOnADisplayThatHasGone) {
+  CaptureStand stand;
+  stand.painter.defineMonitor("cinema", {0, 0, 100, 100});
+  stand.makeStream(CaptureStand::usualConfiguration());
+  stand.painter.deleteMonitor("cinema");
+  EXPECT_EQ(number(startError(*stand.stream)), 3);
+}
+
+TEST(StreamLife, ANewSizeAppliesWhileItRuns) {
+  CaptureStand stand;
+  stand.painter.fillAll(0x123456);
+  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  auto configuration = CaptureStand::usualConfiguration();
+  configuration.width = 160;
+  configuration.height = 120;
+  Answer updated;
+  stand.stream->updateConfiguration(configuration, updated.completion());
+  ASSERT_TRUE(updated.wait());
+  EXPECT_FALSE(updated.error());
+  ASSERT_TRUE(stand.recorder->waitForPictures(2));
+  const auto picture = stand.recorder->pictures().back();
+  EXPECT_EQ(picture.size, (PixelSize{160, 120}));
+  EXPECT_TRUE(picture.isAbout(159, 119, 0x123456));
+  EXPECT_EQ(updated.count(), 1);
+}
+
+TEST(StreamLife, ANewConfigurationBringsAPictureEvenIfItIsTheSame) {
+  CaptureStand stand;
+  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  stand.stream->updateConfiguration(CaptureStand::usualConfiguration(), {});
+  EXPECT_TRUE(stand.recorder->waitForPictures(2));
+}
+
+TEST(StreamLife, AnUnsoundNewConfigurationChangesNothing) {
+  CaptureStand stand;
+  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  auto configuration = CaptureStand::usualConfiguration();
+  configuration.height = -4;
+  Answer updated;
+  stand.stream->updateConfiguration(configuration, updated.completion());
+  ASSERT_TRUE(updated.wait());
+  EXPECT_TRUE(updated.error());
+  stand.painter.fillAll(0x654321);
+  ASSERT_TRUE(stand.recorder->waitForColour(0, 0, 0x654321));
+  EXPECT_EQ(stand.recorder->pictures().back().size, (PixelSize{320, 240}));
+}
+
+TEST(StreamLife, AConfigurationGivenBeforeTheStartCounts) {
+  CaptureStand stand;
+  stand.makeStream(CaptureStand::usualConfiguration());
+  auto configuration = CaptureStand::usualConfiguration();
+  configuration.width = 32;
+  configuration.height = 24;
+  Answer updated;
+  stand.stream->updateConfiguration(configuration, updated.completion());
+  EXPECT_EQ(startError(*stand.stream), std::nullopt);
+  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  EXPECT_EQ(stand.recorder->pictures().front().size, (PixelSize{32, 24}));
+  EXPECT_EQ(updated.count(), 1);
+}
+
+TEST(StreamLife, EndsWithOneErrorWhenTheServerDies) {
+  CaptureStand stand;
+  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  stand.server.end();
+  ASSERT_TRUE(stand.delegate->waitForStop());
+  Answer stopped;
+  stand.stream->stopCapture(stopped.completion());
+  ASSERT_TRUE(stopped.wait());
+  const auto errors = stand.delegate->errors();
+  ASSERT_EQ(errors.size(), 1U);
+  EXPECT_EQ(errors[0].domain, stand.capture.streamErrorDomain());
+  EXPECT_EQ(errors[0].localizedDescription, "The connection to the X server was lost.");
+}
+
+TEST(StreamLife, ReportsNoErrorOnceItHasBeenToldToStop) {
+  for (int round = 0; round < 5; ++round) {
+    CaptureStand stand;
+    ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+    Answer stopped;
+    stand.stream->stopCapture(stopped.completion());
+    stand.server.end();
+    ASSERT_TRUE(stopped.wait());
+    EXPECT_FALSE(stopped.error());
+    EXPECT_TRUE(stand.delegate->errors().empty());
+  }
+}
+
+TEST(StreamLife, EndsWithOneErrorWhenTheDisplayIsRemoved) {
+  CaptureStand stand;
+  stand.painter.defineMonitor("cinema", {0, 0, 100, 100});
+  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  stand.painter.deleteMonitor("cinema");
+  ASSERT_TRUE(stand.delegate->waitForStop());
+  const auto errors = stand.delegate->errors();
+  ASSERT_EQ(errors.size(), 1U);
+  EXPECT_EQ(errors[0].code, 3);
+  EXPECT_EQ(errors[0].localizedDescription,
+            "The display that was being captured is no longer connected.");
+}
+
+TEST(StreamLife, AResizedDisplayIsScaledToTheConfiguredSize) {
+  CaptureStand stand;
+  stand.painter.fillAll(0x112233);
+  stand.painter.fill({160, 0, 160, 240}, 0xff0000);
+  stand.painter.defineMonitor("cinema", {0, 0, 160, 120});
+  auto configuration = CaptureStand::usualConfiguration();
+  configuration.width = 160;
+  configuration.height = 120;
+  ASSERT_TRUE(stand.start(configuration));
+  ASSERT_TRUE(stand.recorder->waitForColour(159, 119, 0x112233));
+  // As while a mode is set, the display is away for a moment.
+  stand.painter.deleteMonitor("cinema");
+  stand.painter.defineMonitor("cinema", {0, 0, 320, 240});
+  ASSERT_TRUE(stand.recorder->waitForColour(159, 119, 0xff0000));
+  EXPECT_EQ(stand.recorder->pictures().back().size, (PixelSize{160, 120}));
+  EXPECT_TRUE(stand.recorder->pictures().back().isAbout(10, 10, 0x112233U));
+  EXPECT_TRUE(stand.delegate->errors().empty());
+}
+
+TEST(StreamLife, AMovedDisplayIsFollowed) {
+  CaptureStand stand;
+  stand.painter.fillAll(0x112233);
+  stand.painter.fill({200, 0, 120, 240}, 0x00ff00);
+  stand.painter.defineMonitor("cinema", {0, 0, 100, 100});
+  auto configuration = CaptureStand::usualConfiguration();
+  configuration.width = 100;
+  configuration.height = 100;
+  ASSERT_TRUE(stand.start(configuration));
+  ASSERT_TRUE(stand.recorder->waitForColour(50, 50, 0x112233));
+  stand.painter.deleteMonitor("cinema");
+  stand.painter.defineMonitor("cinema", {210, 60, 100, 100});
+  ASSERT_TRUE(stand.recorder->waitForColour(50, 50, 0x00ff00));
+}
+
+TEST(StreamLife, SurvivesStartsAndStopsFromManyThreads) {
+  CaptureStand stand;
+  stand.makeStream(CaptureStand::usualConfiguration());
+  std::vector<std::future<void>> users;
+  for (int user = 0; user < 4; ++user) {
+    users.push_back(std::async(std::launch::async, [&stand] {
+      for (int i = 0; i < 10; ++i) {
+        Answer stopped;
+        stand.stream->stopCapture(stopped.completion());
+        EXPECT_TRUE(stopped.wait());
+      }
+    }));
+  }
+  for (int i = 0; i < 10; ++i) {
+    Answer started;
+    stand.stream->startCapture(started.completion());
+    EXPECT_TRUE(started.wait());
+    stand.painter.fillAll(static_cast<std::uint32_t>(i));
+  }
+  for (auto& user : users) user.get();
+}
+
+}  // namespace
+}  // namespace quorvin

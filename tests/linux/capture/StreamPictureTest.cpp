@@ -1,0 +1,230 @@
+#include <gtest/gtest.h>
+
+#include "tests/linux/capture/CaptureStand.h"
+
+namespace quorvin {
+namespace {
+
+constexpr std::uint32_t red = 0xff0000;
+constexpr std::uint32_t green = 0x00ff00;
+constexpr std::uint32_t blue = 0x0000ff;
+constexpr std::uint32_t amber = 0xc08040;
+
+// The ways in which servers can differ; each must give the same pictures.
+class StreamPictureTest : public testing::TestWithParam<std::vector<std::string>> {
+ protected:
+  CaptureStand stand{GetParam()};
+};
+
+TEST_P(StreamPictureTest, ShowsTheScreenInItsColours) {
+  stand.painter.fillAll(amber);
+  stand.painter.fill({10, 20, 30, 40}, red);
+  stand.painter.fill({300, 200, 20, 40}, blue);
+  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  const auto picture = stand.recorder->pictures().front();
+  EXPECT_EQ(picture.size, (PixelSize{320, 240}));
+  EXPECT_EQ(picture.colourAt(9, 20), amber);
+  EXPECT_EQ(picture.colourAt(10, 20), red);
+  EXPECT_EQ(picture.colourAt(39, 59), red);
+  EXPECT_EQ(picture.colourAt(40, 59), amber);
+  EXPECT_EQ(picture.colourAt(319, 239), blue);
+}
+
+TEST_P(StreamPictureTest, FollowsChangesOfAnySize) {
+  stand.painter.fillAll(amber);
+  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+  ASSERT_TRUE(stand.recorder->waitForColour(0, 0, amber));
+  stand.painter.fill({100, 100, 7, 5}, red);
+  ASSERT_TRUE(stand.recorder->waitForColour(106, 104, red));
+  stand.painter.fill({0, 50, 320, 3}, green);
+  ASSERT_TRUE(stand.recorder->waitForColour(319, 52, green));
+  stand.painter.fill({200, 0, 120, 240}, blue);
+  ASSERT_TRUE(stand.recorder->waitForColour(250, 51, blue));
+  const auto picture = stand.recorder->pictures().back();
+  EXPECT_EQ(picture.colourAt(106, 104), red);
+  EXPECT_EQ(picture.colourAt(107, 104), amber);
+  EXPECT_EQ(picture.colourAt(106, 105), amber);
+  EXPECT_EQ(picture.colourAt(199, 52), green);
+  EXPECT_EQ(picture.colourAt(199, 53), amber);
+}
+
+TEST_P(StreamPictureTest, EveryPictureIsTheWholeScreenWhateverSurfaceItUses) {
+  stand.painter.fillAll(amber);
+  auto configuration = CaptureStand::usualConfiguration();
+  configuration.minimumFrameInterval = {1, 200};
+  ASSERT_TRUE(stand.start(configuration));
+  stand.recorder->holdPictures();
+  for (int i = 0; i < 12; ++i) {
+    stand.painter.fill({i * 20, 60, 10, 10}, red);
+    ASSERT_TRUE(stand.recorder->waitForColour(i * 20, 60, red));
+    // Now and then all surfaces come back, so that old ones are used again.
+    if (i % 2 == 1) {
+      stand.recorder->letPicturesGo();
+      stand.recorder->holdPictures();
+    }
+    const auto picture = stand.recorder->pictures().back();
+    for (int j = 0; j < 12; ++j) EXPECT_EQ(picture.colourAt(j * 20, 60), j <= i ? red : amber);
+  }
+}
+
+TEST_P(StreamPictureTest, ScalesTheScreenToTheConfiguredSize) {
+  stand.painter.fillAll(amber);
+  stand.painter.fill({160, 120, 160, 120}, green);
+  auto configuration = CaptureStand::usualConfiguration();
+  configuration.width = 200;
+  configuration.height = 150;
+  ASSERT_TRUE(stand.start(configuration));
+  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  const auto picture = stand.recorder->pictures().front();
+  EXPECT_EQ(picture.size, (PixelSize{200, 150}));
+  EXPECT_TRUE(picture.isAbout(10, 10, amber));
+  EXPECT_TRUE(picture.isAbout(190, 140, green));
+  stand.painter.fill({0, 0, 32, 32}, red);
+  ASSERT_TRUE(stand.recorder->waitForColour(10, 10, red));
+  EXPECT_TRUE(stand.recorder->pictures().back().isAbout(190, 140, green));
+}
+
+TEST_P(StreamPictureTest, ShowsThePartOfTheScreenThatTheMonitorCovers) {
+  if (stand.displays().size() != 1) FAIL() << "a plain server has one display";
+  stand.painter.defineMonitor("right", {160, 40, 160, 200});
+  if (stand.displays().size() == 1) return;  // a server without monitors has no parts
+  stand.painter.fillAll(amber);
+  stand.painter.fill({160, 40, 8, 8}, red);
+  auto configuration = CaptureStand::usualConfiguration();
+  configuration.width = 160;
+  configuration.height = 200;
+  ASSERT_TRUE(stand.start(configuration));
+  ASSERT_TRUE(stand.recorder->waitForColour(0, 0, red));
+  stand.painter.fill({318, 238, 2, 2}, green);
+  ASSERT_TRUE(stand.recorder->waitForColour(159, 199, green));
+  EXPECT_EQ(stand.recorder->pictures().back().colourAt(157, 199), amber);
+}
+
+TEST_P(StreamPictureTest, ShowsTheCursorOnlyIfAsked) {
+  stand.painter.fillAll(amber);
+  stand.painter.setCursor(16, green, 8);
+  stand.painter.movePointer(100, 100);
+  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  EXPECT_EQ(stand.recorder->pictures().front().colourAt(100, 100), amber);
+
+  auto configuration = CaptureStand::usualConfiguration();
+  configuration.showsCursor = true;
+  Answer updated;
+  stand.stream->updateConfiguration(configuration, updated.completion());
+  ASSERT_TRUE(stand.recorder->waitForColour(100, 100, green));
+  const auto picture = stand.recorder->pictures().back();
+  EXPECT_EQ(picture.colourAt(92, 92), green);
+  EXPECT_EQ(picture.colourAt(107, 107), green);
+  EXPECT_EQ(picture.colourAt(91, 100), amber);
+  EXPECT_EQ(picture.colourAt(108, 100), amber);
+}
+
+TEST_P(StreamPictureTest, TheCursorLeavesNoTrail) {
+  stand.painter.fillAll(amber);
+  stand.painter.setCursor(16, green, 8);
+  stand.painter.movePointer(50, 50);
+  auto configuration = CaptureStand::usualConfiguration();
+  configuration.showsCursor = true;
+  ASSERT_TRUE(stand.start(configuration));
+  ASSERT_TRUE(stand.recorder->waitForColour(50, 50, green));
+  for (int x = 60; x <= 260; x += 40) {
+    stand.painter.movePointer(x, 100);
+    ASSERT_TRUE(stand.recorder->waitForColour(x, 100, green));
+    const auto picture = stand.recorder->pictures().back();
+    EXPECT_EQ(picture.colourAt(50, 50), amber);
+    EXPECT_EQ(picture.colourAt(x - 20, 100), amber);
+  }
+}
+
+TEST_P(StreamPictureTest, NoticesThatThePointerWasPutElsewhere) {
+  stand.painter.fillAll(amber);
+  stand.painter.setCursor(16, green, 8);
+  stand.painter.movePointer(50, 50);
+  auto configuration = CaptureStand::usualConfiguration();
+  configuration.showsCursor = true;
+  ASSERT_TRUE(stand.start(configuration));
+  ASSERT_TRUE(stand.recorder->waitForColour(50, 50, green));
+  stand.painter.warpPointer(200, 150);
+  ASSERT_TRUE(stand.recorder->waitForColour(200, 150, green));
+  EXPECT_EQ(stand.recorder->pictures().back().colourAt(50, 50), amber);
+}
+
+TEST_P(StreamPictureTest, NoticesThatTheCursorChangedItsLook) {
+  stand.painter.fillAll(amber);
+  stand.painter.setCursor(16, green, 8);
+  stand.painter.movePointer(50, 50);
+  auto configuration = CaptureStand::usualConfiguration();
+  configuration.showsCursor = true;
+  ASSERT_TRUE(stand.start(configuration));
+  ASSERT_TRUE(stand.recorder->waitForColour(50, 50, green));
+  stand.painter.setCursor(8, blue, 4);
+  ASSERT_TRUE(stand.recorder->waitForColour(50, 50, blue));
+  EXPECT_EQ(stand.recorder->pictures().back().colourAt(43, 43), amber);
+}
+
+TEST_P(StreamPictureTest, ClipsTheCursorAtTheEdge) {
+  stand.painter.fillAll(amber);
+  stand.painter.setCursor(16, green, 8);
+  stand.painter.movePointer(319, 239);
+  auto configuration = CaptureStand::usualConfiguration();
+  configuration.showsCursor = true;
+  ASSERT_TRUE(stand.start(configuration));
+  ASSERT_TRUE(stand.recorder->waitForColour(319, 239, green));
+  stand.painter.movePointer(0, 0);
+  ASSERT_TRUE(stand.recorder->waitForColour(0, 0, green));
+  EXPECT_EQ(stand.recorder->pictures().back().colourAt(319, 239), amber);
+}
+
+TEST_P(StreamPictureTest, ScalesTheCursorWithTheScreen) {
+  stand.painter.fillAll(amber);
+  stand.painter.setCursor(32, green, 16);
+  stand.painter.movePointer(100, 100);
+  auto configuration = CaptureStand::usualConfiguration();
+  configuration.width = 160;
+  configuration.height = 120;
+  configuration.showsCursor = true;
+  ASSERT_TRUE(stand.start(configuration));
+  ASSERT_TRUE(stand.recorder->waitForColour(50, 50, green));
+  const auto picture = stand.recorder->pictures().back();
+  EXPECT_TRUE(picture.isAbout(43, 50, green));
+  EXPECT_TRUE(picture.isAbout(41, 50, amber));
+  EXPECT_TRUE(picture.isAbout(58, 50, amber));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Servers, StreamPictureTest,
+    testing::Values(std::vector<std::string>{}, std::vector<std::string>{"-extension", "MIT-SHM"},
+                    std::vector<std::string>{"-extension", "DAMAGE"},
+                    std::vector<std::string>{"-extension", "RANDR"},
+                    std::vector<std::string>{"-extension", "MIT-SHM", "-extension", "DAMAGE"}));
+
+TEST(StreamPicture, ConvertsTenBitsAColourToEight) {
+  CaptureStand stand({"-screen", "0", "320x240x30"});
+  const std::uint32_t ones = 0x3ff;
+  stand.painter.fill({0, 0, 100, 240}, ones << 20);
+  stand.painter.fill({100, 0, 100, 240}, ones << 10);
+  stand.painter.fill({200, 0, 120, 240}, ones);
+  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  const auto picture = stand.recorder->pictures().front();
+  EXPECT_EQ(picture.colourAt(50, 100), red);
+  EXPECT_EQ(picture.colourAt(150, 100), green);
+  EXPECT_EQ(picture.colourAt(250, 100), blue);
+  stand.painter.fill({0, 0, 320, 240}, ones << 10);
+  EXPECT_TRUE(stand.recorder->waitForColour(250, 100, green));
+}
+
+TEST(StreamPicture, RefusesAScreenWithTooFewColours) {
+  CaptureStand stand({"-screen", "0", "320x240x16"});
+  stand.makeStream(CaptureStand::usualConfiguration());
+  Answer started;
+  stand.stream->startCapture(started.completion());
+  ASSERT_TRUE(started.wait());
+  ASSERT_TRUE(started.error());
+  EXPECT_NE(started.error()->localizedDescription.find("depth of 16 bits"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace quorvin
