@@ -2,13 +2,13 @@
 
 #include <gtk/gtk.h>
 
-#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <system_error>
 #include <utility>
 
 #include "platform/linux/Dispatch.h"
@@ -32,7 +32,9 @@ std::optional<std::string> environmentValue(const char* name) {
 std::string uiProgramName() {
   auto name = environmentValue(programVariable).value_or(std::string());
   if (!name.empty()) return name;
-  return std::filesystem::read_symlink("/proc/self/exe").replace_filename(programBesideHost);
+  std::error_code unknown;
+  return std::filesystem::read_symlink("/proc/self/exe", unknown)
+      .replace_filename(programBesideHost);
 }
 
 // One line, whatever the environment put into the message.
@@ -53,17 +55,29 @@ LinuxApplication::~LinuxApplication() = default;
 
 int LinuxApplication::run(int /*argc*/, char** /*argv*/, ApplicationFactories factories) {
   delegate = factories.makeDelegate();
+  handleSignals();
   try {
     openDisplay();
     load(factories, connectUserInterface());
   } catch (const StartUpError& error) {
     report(error);
-    delegate.reset();
-    return startUpErrorStatus;
+    end(startUpErrorStatus);
   }
-  runLoop();
+  if (!exitStatus) runLoop();
   finish();
   return exitStatus.value_or(EXIT_SUCCESS);
+}
+
+// Before there is anything to wind up: a signal that comes while the application starts waits for
+// the loop.
+void LinuxApplication::handleSignals() {
+  std::size_t next = 0;
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    signals.at(next++) = MainLoopSource::onSignal(g_main_context_default(), signal, [this] {
+      end(EXIT_SUCCESS);
+      return MainLoopSource::Next::again;
+    });
+  }
 }
 
 void LinuxApplication::openDisplay() {
@@ -102,14 +116,6 @@ void LinuxApplication::runLoop() {
   const std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> running(
       g_main_loop_new(g_main_context_default(), FALSE), &g_main_loop_unref);
   loop = running.get();
-  std::array<MainLoopSource, 3> signals;
-  std::size_t next = 0;
-  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
-    signals.at(next++) = MainLoopSource::onSignal(g_main_context_default(), signal, [this] {
-      end(EXIT_SUCCESS);
-      return MainLoopSource::Next::again;
-    });
-  }
   g_main_loop_run(loop);
   loop = nullptr;
 }
@@ -125,18 +131,20 @@ void LinuxApplication::linkClosed() {
 void LinuxApplication::end(int status) {
   if (exitStatus) return;
   exitStatus = status;
-  g_main_loop_quit(loop);
+  if (loop != nullptr) g_main_loop_quit(loop);
 }
 
 void LinuxApplication::finish() {
   // The handlers hold the program's objects, so they go before the objects can.
-  if (const auto controller = window->engineController()) controller->shutDownEngine();
+  const auto controller = window == nullptr ? nullptr : window->engineController();
+  if (controller != nullptr) controller->shutDownEngine();
   mainWindow.reset();
   dispatch.finish();
   runQueuedTasks();
   window.reset();
   if (uiProgram != nullptr) uiProgram->end(programPatience);
   uiProgram.reset();
+  for (auto& signal : signals) signal.cancel();
   delegate.reset();
 }
 

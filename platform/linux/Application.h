@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include <array>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -38,6 +39,7 @@ class LinuxApplication final : public Application {
   [[nodiscard]] std::vector<Window*> windows() override;
 
  private:
+  void handleSignals();
   void openDisplay();
   [[nodiscard]] FileDescriptor connectUserInterface();
   void load(const ApplicationFactories& factories, FileDescriptor uiSocket);
@@ -49,6 +51,7 @@ class LinuxApplication final : public Application {
   void end(int status);
 
   LinuxDispatch& dispatch;
+  std::array<MainLoopSource, 3> signals;
   std::optional<DisplayGuard> displayGuard;
   std::unique_ptr<UiProgram> uiProgram;  // unless it was there first and started this process
   std::unique_ptr<ApplicationDelegate> delegate;

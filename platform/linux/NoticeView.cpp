@@ -26,7 +26,7 @@ constexpr auto style = R"(
   border-radius: 8px;
   background-color: alpha(@theme_fg_color, 0.07);
 }
-.notice-picture { color: @theme_selected_bg_color; }
+.notice-picture { color: mix(@theme_selected_bg_color, @theme_fg_color, 0.3); }
 )";
 
 void outlineRounded(cairo_t* cairo, double x, double y, double width, double height,

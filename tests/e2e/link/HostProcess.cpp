@@ -1,5 +1,6 @@
 #include "tests/e2e/link/HostProcess.h"
 
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -27,6 +28,7 @@ std::vector<char*> asArray(std::vector<std::string>& words) {
 HostProcess::HostProcess(Launch launch) : errors(::memfd_create("standard error", MFD_CLOEXEC)) {
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   posix_spawn_file_actions_adddup2(&actions, errors.get(), STDERR_FILENO);
   if (launch.link.isOpen()) posix_spawn_file_actions_adddup2(&actions, launch.link.get(), 3);
   launch.arguments.insert(launch.arguments.begin(), launch.program);

@@ -5,10 +5,12 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <csignal>
 #include <fstream>
 #include <string>
 
 #include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/WindowProbe.h"
 
 namespace quorvin {
 namespace {
@@ -59,15 +61,56 @@ TEST_F(StartUp, RefusesAnUnattendedRunThatIsNotEnabled) {
   EXPECT_EQ(host->statusWithin(), 2);
 }
 
-TEST_F(StartUp, EndsWithStatusOneWhenAnUnattendedRunLosesItsUserInterface) {
-  const auto folder = stand.home.path() / "config" / "com.quorvin.support";
-  std::filesystem::create_directories(folder);
-  std::ofstream(folder / "defaults.ini") << "[defaults]\nunattendedAccessEnabled=true\n";
+// A run that the account's owner has enabled before.
+class UnattendedRun : public testing::Test {
+ protected:
+  UnattendedRun() {
+    const auto folder = stand.home.path() / "config" / "com.quorvin.support";
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / "defaults.ini") << "[defaults]\nunattendedAccessEnabled=true\n"
+                                              "unattendedAccessDeviceName=Till 4\n";
+  }
+
+  HostStand stand;
+};
+
+TEST_F(UnattendedRun, EndsWithStatusOneWhenTheLinkCloses) {
   ConnectedHost host(stand, {"--unattended"});
   const auto reply = host.client->call("capabilities");
-  EXPECT_EQ(*std::get<Value>(reply).as<Map>()->find("unattended"), Value(true));
+  const auto* capabilities = std::get<Value>(reply).as<Map>();
+  ASSERT_NE(capabilities, nullptr);
+  EXPECT_EQ(*capabilities->find("unattended"), Value(true));
+  EXPECT_EQ(*capabilities->find("unattendedName"), Value("Till 4"));
   host.client->close();
   EXPECT_EQ(host.process->statusWithin(), 1) << host.process->errorOutput();
+}
+
+TEST_F(UnattendedRun, EndsWithStatusZeroWhenAskedTo) {
+  ConnectedHost host(stand, {"--unattended"});
+  host.client->call("permissions");
+  host.process->send(SIGTERM);
+  EXPECT_EQ(host.process->statusWithin(), 0) << host.process->errorOutput();
+}
+
+TEST_F(UnattendedRun, NeverShowsItsWindow) {
+  const WindowProbe probe(stand.server.display());
+  ConnectedHost host(stand, {"--unattended"});
+  host.client->call("permissions");
+  EXPECT_TRUE(probe.shownWindows().empty());
+  host.client->call("startCapture", Map{{"unattended", true}});
+  EXPECT_TRUE(probe.shownWindows().empty());
+}
+
+TEST(InteractiveRun, ShowsItsWindowAndEndsWhenThatIsClosed) {
+  HostStand stand;
+  const WindowProbe probe(stand.server.display());
+  ConnectedHost host(stand);
+  const auto window = probe.waitForWindow("Quorvin Support");
+  ASSERT_TRUE(window.has_value());
+  EXPECT_EQ(probe.sizeOf(*window), (JpegSize{720, 640}));
+  probe.askToClose(*window);
+  EXPECT_EQ(host.process->statusWithin(), 0) << host.process->errorOutput();
+  EXPECT_TRUE(host.client->isClosedWithin());
 }
 
 }  // namespace

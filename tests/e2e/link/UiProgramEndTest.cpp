@@ -65,8 +65,8 @@ TEST_F(UiProgramOfHost, LeavesWithTheHost) {
 }
 
 TEST_F(UiProgramOfHost, IsKilledWhenItStays) {
-  const auto host =
-      startWith("trap '' TERM\n" + std::string(announce) + "while :; do sleep 0.1; done\n");
+  const auto host = startWith("trap '' TERM\n" + std::string(announce) +
+                              "for beat in $(seq 300); do sleep 0.1; done\n");
   const auto program = waitForProgram();
   host->send(SIGTERM);
   EXPECT_EQ(host->statusWithin(), 0) << host->errorOutput();
