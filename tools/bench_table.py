@@ -9,6 +9,7 @@ holds no result or a benchmark reported an error.
 """
 
 import json
+import re
 import sys
 
 # What each benchmark is held against: the cost that no implementation could avoid. Benchmarks
@@ -18,6 +19,7 @@ FLOORS = {
     "decodeFrameEvent": "copyIntoFreshMemory",
     "readFrameFromStream": "copyIntoFreshMemory",
     "deliverOneFrame": "twoLocksAndOneTask",
+    "changeToPayloadAtLink": "bareFetchAndEncode",
 }
 
 NANOSECONDS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
@@ -37,12 +39,13 @@ def read_results(path):
     for entry in entries:
         if entry.get("error_occurred"):
             raise BenchmarkFailed(f"{entry['name']}: {entry.get('error_message')}")
-    medians = [entry for entry in entries if entry.get("aggregate_name") == "median"]
-    plain = [entry for entry in entries if entry["run_type"] == "iteration"]
     results = {}
-    for entry in medians or plain:
+    for entry in entries:
         name = entry.get("run_name", entry["name"])
-        clock = "real_time" if "/real_time" in name else "cpu_time"
+        is_median = entry.get("aggregate_name") == "median"
+        if not is_median and (entry["run_type"] == "aggregate" or name in results):
+            continue
+        clock = "real_time" if re.search("/(real|manual)_time", name) else "cpu_time"
         time = entry[clock] * NANOSECONDS[entry["time_unit"]]
         results[name] = (time, entry.get("bytes_per_second"))
     if not results:
@@ -50,14 +53,19 @@ def read_results(path):
     return results
 
 
+def split_name(name):
+    """What the benchmark is called, and its arguments without how it was run."""
+    base, *arguments = name.split("/")
+    options = re.compile(r"(iterations|repeats|min_time|threads):|(real|manual|process)_time")
+    return base, tuple(part for part in arguments if not options.match(part))
+
+
 def floor_of(name, results):
-    """The floor's name: the one with the same arguments, or else the one without any."""
-    base, slash, arguments = name.partition("/")
+    """The name of the floor's result: with the same arguments, or else one without any."""
+    base, arguments = split_name(name)
+    by_name = {split_name(other): other for other in results}
     floor = FLOORS.get(base)
-    for candidate in (f"{floor}{slash}{arguments}", floor):
-        if candidate in results:
-            return candidate
-    return None
+    return by_name.get((floor, arguments)) or by_name.get((floor, ()))
 
 
 def time_text(nanoseconds):
@@ -69,10 +77,12 @@ def time_text(nanoseconds):
 
 def rows(results):
     for name, (time, rate) in results.items():
+        base, arguments = split_name(name)
         floor = floor_of(name, results)
         ratio = f"{time / results[floor][0]:.2f}" if floor else ""
         rate_text = f"{rate / 1e9:.2f} GB/s" if rate else ""
-        yield f"`{name}`", time_text(time), rate_text, f"`{floor}`" if floor else "", ratio
+        floor_text = f"`{split_name(floor)[0]}`" if floor else ""
+        yield f"`{'/'.join([base, *arguments])}`", time_text(time), rate_text, floor_text, ratio
 
 
 def main(paths):
