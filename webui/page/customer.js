@@ -38,7 +38,6 @@ export class CustomerSide {
     byId('allow-button').onclick = () => this.#allow();
     byId('stop-button').onclick = () => this.#stop();
     byId('request-permissions').onclick = () => this.#askForPermissions();
-    byId('create-shortcut').onclick = () => this.#createShortcut();
     document.addEventListener('visibilitychange', () => this.#refreshPermissions());
     window.addEventListener('focus', () => this.#refreshPermissions());
     setInterval(() => {
@@ -135,17 +134,6 @@ export class CustomerSide {
     return this.#permissionsAsked
       ? 'Turn on Quorvin Support in your system’s privacy settings, then come back to this page.'
       : 'A session needs both. Your system will ask you to confirm.';
-  }
-
-  async #createShortcut() {
-    const result = byId('shortcut-result');
-    result.textContent = '';
-    try {
-      await this.#connection.call('createDesktopShortcut');
-      result.textContent = 'The shortcut is on your Desktop.';
-    } catch (error) {
-      result.textContent = sentence(error);
-    }
   }
 }
 

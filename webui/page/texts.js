@@ -50,18 +50,6 @@ const texts = {
     what: 'The computer did not accept that input.',
     next: 'Try again.',
   },
-  install_first: {
-    what: 'Quorvin Support is not installed yet.',
-    next: 'Move it to Applications, open it there, then create the shortcut.',
-  },
-  desktop_unavailable: {
-    what: 'The Desktop folder is not available.',
-    next: 'Check that your account has one, then try again.',
-  },
-  shortcut_failed: {
-    what: 'The shortcut could not be created.',
-    next: 'Look for another item named Quorvin Support on the Desktop.',
-  },
   not_available: {
     what: 'This version of Quorvin Support cannot do that.',
     next: 'Update it, then try again.',
@@ -80,7 +68,7 @@ const unknown = {
 // {what, next, detail}: `detail` is what the host itself said, where that may tell more.
 export function explain(error) {
   const text = texts[error.code] ?? unknown;
-  const saysMore = ['capture_failed', 'capture_stopped', 'stream_settings_failed', 'shortcut_failed'];
+  const saysMore = ['capture_failed', 'capture_stopped', 'stream_settings_failed'];
   const detail = text === unknown || saysMore.includes(error.code) ? error.message ?? '' : '';
   return {...text, detail};
 }
