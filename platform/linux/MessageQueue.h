@@ -22,7 +22,7 @@ namespace quorvin {
 class MessageQueue {
  public:
   // Bytes of messages that may wait: a reader who asks on without taking the answers is broken.
-  static constexpr std::size_t waitingBytesMax = 64 * 1024 * 1024;
+  static constexpr std::size_t waitingBytesMax = std::size_t{64} * 1024 * 1024;
 
   // `frame` is a whole frame of the link. False, and nothing is queued, when more than
   // waitingBytesMax would wait.
