@@ -2,6 +2,8 @@
 
 #include <sys/socket.h>
 
+#include <mutex>
+
 #include "platform/linux/ScreenCaptureErrors.h"
 
 namespace quorvin {
@@ -14,11 +16,19 @@ const xcb_screen_t* screenNumbered(xcb_connection_t* connection, int number) {
   return screens.rem > 0 ? screens.data : nullptr;
 }
 
+// Looking up the authorization goes through one buffer that libXau shares between all threads
+// (XauFileName, https://gitlab.freedesktop.org/xorg/lib/libxau), so only one may connect at a time.
+xcb_connection_t* connectAlone(const std::string& displayName, int& screenNumber) {
+  static std::mutex libXauMutex;
+  const std::scoped_lock lock(libXauMutex);
+  return xcb_connect(displayName.empty() ? nullptr : displayName.c_str(), &screenNumber);
+}
+
 }  // namespace
 
 X11Connection::X11Connection(const std::string& displayName) {
   int screenNumber = 0;
-  connection.reset(xcb_connect(displayName.empty() ? nullptr : displayName.c_str(), &screenNumber));
+  connection.reset(connectAlone(displayName, screenNumber));
   if (!isBroken()) defaultScreen = screenNumbered(get(), screenNumber);
   if (defaultScreen == nullptr) {
     throw screenCaptureError(ScreenCaptureErrorCode::noServer,
