@@ -46,16 +46,17 @@ void CaptureWorker::addOutput(CaptureOutput newOutput) {
   post([this, newOutput = std::move(newOutput)] { output = newOutput; }, {});
 }
 
-void CaptureWorker::start(Completion completion) {
+void CaptureWorker::start(const Completion& completion) {
   post([this, completion] { startNow(completion); }, completion);
 }
 
-void CaptureWorker::stop(Completion completion) {
+void CaptureWorker::stop(const Completion& completion) {
   closeGate();
   post([this, completion] { stopNow(completion); }, completion);
 }
 
-void CaptureWorker::update(const StreamConfiguration& newConfiguration, Completion completion) {
+void CaptureWorker::update(const StreamConfiguration& newConfiguration,
+                           const Completion& completion) {
   post([this, newConfiguration, completion] { updateNow(newConfiguration, completion); },
        completion);
 }

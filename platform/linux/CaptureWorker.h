@@ -23,10 +23,10 @@ class CaptureWorker : public std::enable_shared_from_this<CaptureWorker> {
   // Any thread may call these. Completions run on the worker's thread, or at once if the system
   // has no thread left.
   void addOutput(CaptureOutput output);
-  void start(Completion completion);
+  void start(const Completion& completion);
   // No sample is handed out from now on, the ones in the queue included.
-  void stop(Completion completion);
-  void update(const StreamConfiguration& newConfiguration, Completion completion);
+  void stop(const Completion& completion);
+  void update(const StreamConfiguration& newConfiguration, const Completion& completion);
   // Stops everything and ends the thread. Nothing may be asked afterwards.
   void quit();
 

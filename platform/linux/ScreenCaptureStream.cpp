@@ -42,19 +42,19 @@ std::optional<Error> LinuxScreenStream::addStreamOutput(
 
 void LinuxScreenStream::startCapture(Completion completion) {
   if (hasTarget) {
-    worker->start(std::move(completion));
+    worker->start(completion);
   } else if (completion) {
     completion(invalid("A capture needs a display to capture."));
   }
 }
 
 void LinuxScreenStream::stopCapture(Completion completion) {
-  worker->stop(std::move(completion));
+  worker->stop(completion);
 }
 
 void LinuxScreenStream::updateConfiguration(const StreamConfiguration& configuration,
                                             Completion completion) {
-  worker->update(configuration, std::move(completion));
+  worker->update(configuration, completion);
 }
 
 }  // namespace quorvin

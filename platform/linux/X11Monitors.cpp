@@ -28,7 +28,7 @@ DisplayID identify(const xcb_randr_monitor_info_t& monitor) {
 
 std::vector<X11Monitor> listMonitors(X11Connection& connection, const X11Extensions& extensions) {
   const PixelRect root = rootArea(connection);
-  const std::vector<X11Monitor> rootOnly{{connection.root(), root, true}};
+  std::vector<X11Monitor> rootOnly{{connection.root(), root, true}};
   if (!extensions.randr) return rootOnly;
   const auto reply = x11Reply(xcb_randr_get_monitors_reply, connection.get(),
                               xcb_randr_get_monitors(connection.get(), connection.root(), 1));

@@ -82,7 +82,7 @@ TEST_F(ImageEncoderTest, WritesOneCompleteJpegFileOfThePicturesSize) {
 TEST_F(ImageEncoderTest, KeepsTheColours) {
   const auto jpeg = context->jpegRepresentation(bufferOf(makeTestImage({64, 64}, 0xc04020)), 0.9);
   const Decoded decoded = decode(jpeg.value());
-  const std::size_t middle = (32 * 64 + 32) * 4;
+  constexpr std::size_t middle = (std::size_t{32} * 64 + 32) * 4;
   EXPECT_NEAR(decoded.pixels[middle], 0x20, 4);
   EXPECT_NEAR(decoded.pixels[middle + 1], 0x40, 4);
   EXPECT_NEAR(decoded.pixels[middle + 2], 0xc0, 4);
@@ -128,6 +128,7 @@ TEST_F(ImageEncoderTest, PayloadsDoNotDisturbEachOther) {
 
 TEST_F(ImageEncoderTest, PayloadsOutliveTheContextAndEndOnAnyThread) {
   std::vector<Data> payloads;
+  payloads.reserve(8);
   for (int i = 0; i < 8; ++i) {
     payloads.push_back(context->jpegRepresentation(bufferOf(gradient({64, 64})), 0.72).value());
   }

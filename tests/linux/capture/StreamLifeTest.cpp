@@ -338,6 +338,7 @@ TEST(StreamLife, SurvivesStartsAndStopsFromManyThreads) {
   CaptureStand stand;
   stand.makeStream(CaptureStand::usualConfiguration());
   std::vector<std::future<void>> users;
+  users.reserve(4);
   for (int user = 0; user < 4; ++user) {
     users.push_back(std::async(std::launch::async, [&stand] {
       for (int i = 0; i < 10; ++i) {
