@@ -1,7 +1,5 @@
 #include "platform/linux/Application.h"
 
-#include <gtk/gtk.h>
-
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -22,7 +20,6 @@ constexpr auto programBesideHost = "quorvin-webui";
 constexpr int startUpErrorStatus = 1;
 constexpr int restartStatus = 1;
 constexpr auto programPatience = std::chrono::seconds(2);
-constexpr auto queuedTasksPatience = std::chrono::seconds(1);
 
 std::optional<std::string> environmentValue(const char* name) {
   const char* value = std::getenv(name);
@@ -49,7 +46,8 @@ void report(const StartUpError& error) {
 
 }  // namespace
 
-LinuxApplication::LinuxApplication(LinuxDispatch& dispatch) : dispatch(dispatch) {}
+LinuxApplication::LinuxApplication(GMainContext* context, LinuxDispatch& dispatch)
+    : context(context), dispatch(dispatch) {}
 
 LinuxApplication::~LinuxApplication() = default;
 
@@ -57,7 +55,7 @@ int LinuxApplication::run(int /*argc*/, char** /*argv*/, ApplicationFactories fa
   delegate = factories.makeDelegate();
   handleSignals();
   try {
-    openDisplay();
+    gtk = std::make_unique<GtkThread>();
     load(factories, connectUserInterface());
   } catch (const StartUpError& error) {
     report(error);
@@ -73,24 +71,11 @@ int LinuxApplication::run(int /*argc*/, char** /*argv*/, ApplicationFactories fa
 void LinuxApplication::handleSignals() {
   std::size_t next = 0;
   for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
-    signals.at(next++) = MainLoopSource::onSignal(g_main_context_default(), signal, [this] {
+    signals.at(next++) = MainLoopSource::onSignal(context, signal, [this] {
       end(EXIT_SUCCESS);
       return MainLoopSource::Next::again;
     });
   }
-}
-
-void LinuxApplication::openDisplay() {
-  // Capture and input need an X server, so the window is on that one too.
-  gdk_set_allowed_backends("x11");
-  // The program's numbers and messages do not follow the user's locale.
-  gtk_disable_setlocale();
-  // GTK gets no arguments: it would understand some of them itself.
-  g_set_prgname("quorvin-support");
-  if (gtk_init_check(nullptr, nullptr) == FALSE) {
-    throw StartUpError("A display that can be opened is needed; DISPLAY names none.");
-  }
-  displayGuard.emplace(gdk_display_get_default());
 }
 
 FileDescriptor LinuxApplication::connectUserInterface() {
@@ -102,25 +87,26 @@ FileDescriptor LinuxApplication::connectUserInterface() {
 }
 
 void LinuxApplication::load(const ApplicationFactories& factories, FileDescriptor uiSocket) {
-  window = std::make_unique<LinuxWindow>([this] { windowClosed(); });
+  window = std::make_unique<LinuxWindow>(*gtk, dispatch.mainQueue(), [this] { windowClosed(); });
   mainWindow = factories.makeMainWindow(*window);
   mainWindow->awakeFromNib();
   delegate->applicationDidFinishLaunching();
   window->showAfterLoading();
   if (const auto controller = window->engineController()) {
-    controller->runEngine(g_main_context_default(), std::move(uiSocket), [this] { linkClosed(); });
+    controller->runEngine(context, std::move(uiSocket), [this] { linkClosed(); });
   }
 }
 
 void LinuxApplication::runLoop() {
   const std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> running(
-      g_main_loop_new(g_main_context_default(), FALSE), &g_main_loop_unref);
+      g_main_loop_new(context, FALSE), &g_main_loop_unref);
   loop = running.get();
   g_main_loop_run(loop);
   loop = nullptr;
 }
 
 void LinuxApplication::windowClosed() {
+  window->orderOut();
   if (delegate->applicationShouldTerminateAfterLastWindowClosed()) end(EXIT_SUCCESS);
 }
 
@@ -135,29 +121,37 @@ void LinuxApplication::end(int status) {
 }
 
 void LinuxApplication::finish() {
-  // The handlers hold the program's objects, so they go before the objects can.
-  const auto controller = window == nullptr ? nullptr : window->engineController();
-  if (controller != nullptr) controller->shutDownEngine();
-  mainWindow.reset();
+  // What is under way on other threads, a start of the capture say, holds parts of the program
+  // until it has reported back. All of it winds up on this thread, and before anything it needs.
+  const auto used = letGoOfProgram();
+  runUntil([&used] { return used.expired(); });
   dispatch.finish();
-  runQueuedTasks();
-  window.reset();
+  gtk.reset();
   if (uiProgram != nullptr) uiProgram->end(programPatience);
   uiProgram.reset();
   for (auto& signal : signals) signal.cancel();
   delegate.reset();
 }
 
-// Tasks of the main queue may hold the last parts of the program, which must not outlive the run.
-void LinuxApplication::runQueuedTasks() {
-  const auto deadline = std::chrono::steady_clock::now() + queuedTasksPatience;
-  // The main queue rests for one turn between two, so that one idle turn does not prove it empty.
-  constexpr int idleTurnsThatProve = 2;
-  int idleTurns = 0;
-  while (idleTurns < idleTurnsThatProve && std::chrono::steady_clock::now() < deadline) {
-    const bool hadWork = g_main_context_iteration(g_main_context_default(), FALSE) != FALSE;
-    idleTurns = hadWork ? 0 : idleTurns + 1;
-  }
+// Returns what expires with the last of the program's channels.
+std::weak_ptr<const LinuxMessenger> LinuxApplication::letGoOfProgram() {
+  auto controller = window == nullptr ? nullptr : window->engineController();
+  // The handlers hold the program's objects, so they go before the objects can.
+  if (controller != nullptr) controller->shutDownEngine();
+  mainWindow.reset();
+  window.reset();
+  return controller == nullptr ? std::weak_ptr<const LinuxMessenger>()
+                               : controller->usedMessenger();
+}
+
+// Goes on serving the main queue for as long as that takes, within reason.
+void LinuxApplication::runUntil(const std::function<bool()>& condition) {
+  bool isOverdue = false;
+  const auto deadline = MainLoopSource::onTimeout(context, programPatience, [&isOverdue] {
+    isOverdue = true;
+    return MainLoopSource::Next::finished;
+  });
+  while (!condition() && !isOverdue) g_main_context_iteration(context, TRUE);
 }
 
 void LinuxApplication::setActivationPolicy(ActivationPolicy policy) {

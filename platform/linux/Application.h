@@ -3,13 +3,14 @@
 #include <glib.h>
 
 #include <array>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
 
 #include "platform/Application.h"
-#include "platform/linux/DisplayGuard.h"
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/GtkThread.h"
 #include "platform/linux/MainLoopSource.h"
 #include "platform/linux/UiProgram.h"
 #include "platform/linux/Window.h"
@@ -18,7 +19,8 @@ namespace quorvin {
 
 class LinuxDispatch;
 
-// The application over GTK 3 and the UI link, on the default GLib main context. Main thread.
+// The application over a GTK window and the UI link. Runs on the main thread, whose GLib main
+// context must not be the process's default one: that is the GTK thread's.
 //
 // What it cannot start without (a display, the UI link) it reports with one line on standard error
 // and status 1. It ends when the delegate lets its window's closing end it, when the other side
@@ -27,7 +29,7 @@ class LinuxDispatch;
 // supervises it starts it, and with it the user interface, again.
 class LinuxApplication final : public Application {
  public:
-  explicit LinuxApplication(LinuxDispatch& dispatch);
+  LinuxApplication(GMainContext* context, LinuxDispatch& dispatch);
   ~LinuxApplication() override;
 
   // When this returns everything made for the run is gone: listeners are cancelled, handlers
@@ -40,19 +42,20 @@ class LinuxApplication final : public Application {
 
  private:
   void handleSignals();
-  void openDisplay();
   [[nodiscard]] FileDescriptor connectUserInterface();
   void load(const ApplicationFactories& factories, FileDescriptor uiSocket);
   void runLoop();
   void finish();
-  void runQueuedTasks();
+  [[nodiscard]] std::weak_ptr<const LinuxMessenger> letGoOfProgram();
+  void runUntil(const std::function<bool()>& condition);
   void windowClosed();
   void linkClosed();
   void end(int status);
 
+  GMainContext* context;
   LinuxDispatch& dispatch;
   std::array<MainLoopSource, 3> signals;
-  std::optional<DisplayGuard> displayGuard;
+  std::unique_ptr<GtkThread> gtk;
   std::unique_ptr<UiProgram> uiProgram;  // unless it was there first and started this process
   std::unique_ptr<ApplicationDelegate> delegate;
   std::unique_ptr<LinuxWindow> window;

@@ -16,11 +16,11 @@ class SerialQueueThread;
 
 // Queues and timers over GLib and plain threads.
 //
-// The main queue is served by the default GLib main context; its tasks and timers run while the
-// thread that made this object iterates that context, and `isCurrent` is true on all of that
-// thread, since every event handler there is main-queue work. A serial queue is a thread of its
-// own, named after the last part of the label. The global queue is one small pool of threads,
-// whatever the quality of service.
+// The main queue is served by the GLib main context that is thread-default where this object is
+// made; its tasks and timers run while that thread iterates that context, and `isCurrent` is true
+// on all of that thread, since every event handler there is main-queue work. A serial queue is a
+// thread of its own, named after the last part of the label. The global queue is one small pool of
+// threads, whatever the quality of service.
 //
 // A thread of userInteractive quality asks for a better nice value; systems that do not allow that
 // (RLIMIT_NICE) leave it as it is. Other qualities change nothing.

@@ -49,6 +49,10 @@ gboolean dispatch(GSource* source, GSourceFunc /*callback*/, gpointer /*data*/) 
   return G_SOURCE_CONTINUE;
 }
 
+std::shared_ptr<GMainContext> threadDefaultContext() {
+  return {g_main_context_ref_thread_default(), &g_main_context_unref};
+}
+
 }  // namespace
 
 DispatchMainSource::DispatchMainSource(DispatchBacklog& backlog) {
@@ -57,7 +61,8 @@ DispatchMainSource::DispatchMainSource(DispatchBacklog& backlog) {
   of(source).backlog = &backlog;
   of(source).isResting = false;
   g_source_set_static_name(source, "main queue");
-  g_source_attach(source, g_main_context_default());
+  const auto context = threadDefaultContext();
+  g_source_attach(source, context.get());
 }
 
 DispatchMainSource::~DispatchMainSource() {
@@ -66,8 +71,8 @@ DispatchMainSource::~DispatchMainSource() {
 }
 
 Task DispatchMainSource::wakeContext() {
-  return [context = g_main_context_default()] {
-    g_main_context_wakeup(context);
+  return [context = threadDefaultContext()] {
+    g_main_context_wakeup(context.get());
   };
 }
 

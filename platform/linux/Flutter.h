@@ -27,6 +27,8 @@ class LinuxFlutterViewController final : public FlutterViewController {
     messenger->run(context, std::move(socket), std::move(onClosed));
   }
   void shutDownEngine() { messenger->shutDown(); }
+  // Expires once the program has let go of every channel, and this controller is gone.
+  [[nodiscard]] std::weak_ptr<const LinuxMessenger> usedMessenger() const { return messenger; }
 
  private:
   std::shared_ptr<LinuxMessenger> messenger;

@@ -7,6 +7,7 @@
 #include "platform/linux/Dispatch.h"
 #include "platform/linux/Flutter.h"
 #include "platform/linux/ImageEncoder.h"
+#include "platform/linux/MainContext.h"
 #include "platform/linux/Permissions.h"
 #include "platform/linux/Process.h"
 #include "platform/linux/ScreenCapture.h"
@@ -24,18 +25,18 @@ std::vector<std::string> processArguments() {
   return arguments;
 }
 
-// Destroyed in the reverse order: whoever may still have a task to give goes before the queues.
 class LinuxPlatform {
  public:
   LinuxPlatform()
       : process(processArguments(), ActivityServices::fromEnvironment()),
         userDefaults(LinuxUserDefaults::pathFromEnvironment()),
         permissions(process, PermissionsEnvironment::fromEnvironment()),
-        application(dispatch) {}
+        application(mainContext.get(), dispatch) {}
 
   Platform& platform() { return all; }
 
  private:
+  MainContext mainContext;
   LinuxDispatch dispatch;
   LinuxProcess process;
   LinuxText text;
@@ -59,7 +60,9 @@ class LinuxPlatform {
 }  // namespace
 
 Platform& hostPlatform() {
-  static LinuxPlatform host;
+  // Never destroyed: a thread that is stuck in a call of the system when the process ends may still
+  // report back to any part of it.
+  static auto& host = *new LinuxPlatform;
   return host.platform();
 }
 

@@ -20,7 +20,7 @@ struct ActivityServices {
 
 // The process as its environment made it. An activity keeps the X server's screen saver and the
 // desktop's idle handling away for as long as its token exists and has not been ended; it needs the
-// default GLib main context to be iterated, and never waits for the display or the bus.
+// thread-default GLib main context to be iterated, and never waits for the display or the bus.
 class LinuxProcess final : public Process {
  public:
   LinuxProcess(std::vector<std::string> arguments, ActivityServices services);

@@ -14,9 +14,9 @@ constexpr int messagesPerTurn = 64;
 constexpr std::size_t bytesReadPerTurn = std::size_t{1} * 1024 * 1024;
 constexpr std::size_t bytesWrittenPerTurn = std::size_t{1} * 1024 * 1024;
 
-// GTK resizes and draws at up to G_PRIORITY_HIGH_IDLE + 20. Who used up a turn's ration reads on
-// behind that, so that the window stays alive whatever comes in.
-constexpr int afterDrawing = G_PRIORITY_HIGH_IDLE + 30;
+// Who used up a turn's ration reads on when nothing else is ready any more, so that everything else
+// gets its turn whatever comes in.
+constexpr int afterEverythingElse = G_PRIORITY_DEFAULT_IDLE;
 
 bool isTemporary(int error) {
   return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
@@ -47,7 +47,7 @@ MainLoopSource::Next UiLink::onReadable() {
   // A handler of a message may let go of the link.
   const auto self = shared_from_this();
   if (readSome() == Reading::moreToCome) {
-    inputSource = MainLoopSource::onTurn(context, afterDrawing, [this] {
+    inputSource = MainLoopSource::onTurn(context, afterEverythingElse, [this] {
       watchForInput();
       return onReadable();
     });

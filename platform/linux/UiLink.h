@@ -23,7 +23,7 @@ namespace quorvin {
 // The host's end of the connection to the user interface: cuts messages out of the socket's bytes
 // and hands them on in order, and writes answers and events in the order that MessageQueue gives.
 // Reading and writing never block and are rationed per turn of the loop, so that neither a flood
-// of messages nor a large frame keeps the other, or the window, waiting.
+// of messages nor a large frame keeps the other, or anything else, waiting.
 //
 // Everything belongs to the thread of the main context. Callbacks run in the loop, never inside
 // one of the functions below, so that whoever sends need not expect the link to close under it.

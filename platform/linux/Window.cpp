@@ -1,80 +1,75 @@
 #include "platform/linux/Window.h"
 
-#include <cmath>
 #include <utility>
 
 #include "platform/Fatal.h"
-#include "platform/linux/NoticeView.h"
+#include "platform/linux/GtkThread.h"
+#include "platform/linux/WindowView.h"
 
 namespace quorvin {
-namespace {
 
-// GTK's units are points: it scales them for dense displays itself.
-int wholePoints(double points) {
-  return static_cast<int>(std::lround(points));
+LinuxWindow::LinuxWindow(const GtkThread& thread, const std::shared_ptr<DispatchQueue>& mainQueue,
+                         std::function<void()> onClose)
+    : thread(thread),
+      onClose(std::make_shared<const std::function<void()>>(std::move(onClose))),
+      // By the time the news is on the main thread the window may be gone.
+      view(std::make_shared<WindowView>([mainQueue, weak = std::weak_ptr(this->onClose)] {
+        mainQueue->async([weak] {
+          if (const auto closed = weak.lock()) (*closed)();
+        });
+      })) {
+  onViewThread([](WindowView& view) { view.create(); });
 }
 
-}  // namespace
-
-LinuxWindow::LinuxWindow(std::function<void()> onClose)
-    : onClose(std::move(onClose)), widget(gtk_window_new(GTK_WINDOW_TOPLEVEL)) {
-  g_signal_connect(widget.get(), "delete-event", G_CALLBACK(&LinuxWindow::onDeleteEvent), this);
+LinuxWindow::~LinuxWindow() {
+  onViewThread([](WindowView& view) { view.destroy(); });
 }
 
-// The window is not GTK's to destroy: it stays alive, only hidden.
-gboolean LinuxWindow::onDeleteEvent(GtkWidget* /*widget*/, GdkEvent* /*event*/,
-                                    gpointer window) noexcept {
-  auto& closed = *static_cast<LinuxWindow*>(window);
-  closed.orderOut();
-  closed.onClose();
-  return TRUE;
+void LinuxWindow::onViewThread(std::function<void(WindowView&)> task) {
+  thread.post([view = view, task = std::move(task)] { task(*view); });
 }
 
 void LinuxWindow::setContentViewController(std::shared_ptr<FlutterViewController> controller) {
   auto own = std::dynamic_pointer_cast<LinuxFlutterViewController>(std::move(controller));
   if (own == nullptr) fatalError("A window needs a view controller of this system.");
-  if (content == nullptr) gtk_container_add(GTK_CONTAINER(widget.get()), makeNoticeView());
+  if (content == nullptr) {
+    onViewThread([](WindowView& view) { view.addNotice(); });
+  }
   content = std::move(own);
 }
 
 void LinuxWindow::setContentSize(Size size) {
-  auto* window = GTK_WINDOW(widget.get());
-  gtk_window_set_default_size(window, wholePoints(size.width), wholePoints(size.height));
-  gtk_window_resize(window, wholePoints(size.width), wholePoints(size.height));
+  onViewThread([size](WindowView& view) { view.setContentSize(size); });
 }
 
 void LinuxWindow::center() {
-  gtk_window_set_position(GTK_WINDOW(widget.get()), GTK_WIN_POS_CENTER);
+  onViewThread([](WindowView& view) { view.center(); });
 }
 
 void LinuxWindow::setContentMinSize(Size size) {
-  GdkGeometry geometry{};
-  geometry.min_width = wholePoints(size.width);
-  geometry.min_height = wholePoints(size.height);
-  gtk_window_set_geometry_hints(GTK_WINDOW(widget.get()), nullptr, &geometry, GDK_HINT_MIN_SIZE);
+  onViewThread([size](WindowView& view) { view.setContentMinSize(size); });
 }
 
 void LinuxWindow::setTitle(const std::string& title) {
-  gtk_window_set_title(GTK_WINDOW(widget.get()), title.c_str());
+  onViewThread([title](WindowView& view) { view.setTitle(title); });
 }
 
 void LinuxWindow::setAlphaValue(double alpha) {
-  gtk_widget_set_opacity(widget.get(), alpha);
+  onViewThread([alpha](WindowView& view) { view.setOpacity(alpha); });
 }
 
 void LinuxWindow::orderOut() {
   wasOrderedOut = true;
-  gtk_widget_hide(widget.get());
+  onViewThread([](WindowView& view) { view.hide(); });
 }
 
 void LinuxWindow::showAfterLoading() {
-  if (!wasOrderedOut) gtk_window_present(GTK_WINDOW(widget.get()));
+  if (wasOrderedOut) return;
+  onViewThread([](WindowView& view) { view.show(); });
 }
 
 void LinuxWindow::setInTaskbar(bool isInTaskbar) {
-  auto* window = GTK_WINDOW(widget.get());
-  gtk_window_set_skip_taskbar_hint(window, isInTaskbar ? FALSE : TRUE);
-  gtk_window_set_skip_pager_hint(window, isInTaskbar ? FALSE : TRUE);
+  onViewThread([isInTaskbar](WindowView& view) { view.setInTaskbar(isInTaskbar); });
 }
 
 }  // namespace quorvin

@@ -1,23 +1,26 @@
 #pragma once
 
-#include <gtk/gtk.h>
-
 #include <functional>
 #include <memory>
 #include <string>
 
 #include "platform/Application.h"
+#include "platform/Dispatch.h"
 #include "platform/linux/Flutter.h"
 
 namespace quorvin {
 
-// A GTK window. It shows a notice instead of its content, which lives in another program. Main
-// thread.
+class GtkThread;
+class WindowView;
+
+// A window on the GTK thread, in the hands of the main thread; nothing here waits for it.
 class LinuxWindow final : public Window {
  public:
-  // `onClose` is called when the user closes the window, which is ordered out by then.
-  explicit LinuxWindow(std::function<void()> onClose);
-  ~LinuxWindow() override = default;
+  // `onClose` is called on the main queue when the user has closed the window, which is ordered out
+  // then. The thread outlives this object.
+  LinuxWindow(const GtkThread& thread, const std::shared_ptr<DispatchQueue>& mainQueue,
+              std::function<void()> onClose);
+  ~LinuxWindow() override;
 
   void setContentViewController(std::shared_ptr<FlutterViewController> controller) override;
   void setContentSize(Size size) override;
@@ -38,14 +41,11 @@ class LinuxWindow final : public Window {
   }
 
  private:
-  struct Destroy {
-    void operator()(GtkWidget* owned) const { gtk_widget_destroy(owned); }
-  };
+  void onViewThread(std::function<void(WindowView&)> task);
 
-  static gboolean onDeleteEvent(GtkWidget* widget, GdkEvent* event, gpointer window) noexcept;
-
-  std::function<void()> onClose;
-  std::unique_ptr<GtkWidget, Destroy> widget;
+  const GtkThread& thread;
+  std::shared_ptr<const std::function<void()>> onClose;
+  std::shared_ptr<WindowView> view;
   std::shared_ptr<LinuxFlutterViewController> content;
   bool wasOrderedOut = false;
 };

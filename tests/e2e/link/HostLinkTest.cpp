@@ -36,6 +36,16 @@ class HostLink : public testing::Test {
     return error == nullptr ? "no error" : error->code;
   }
 
+  // Whether the host has nothing to do any more at some time soon.
+  bool comesToRest() {
+    for (int attempt = 0; attempt < 40; ++attempt) {
+      const auto before = host.process->processorTime();
+      EXPECT_EQ(client().nextEvent(500ms), std::nullopt);
+      if (host.process->processorTime() - before < 100ms) return true;
+    }
+    return false;
+  }
+
   void expectOrderlyEnd(int status) {
     EXPECT_EQ(host.process->statusWithin(), status) << host.process->errorOutput();
     EXPECT_EQ(host.process->errorOutput(), "");
@@ -217,6 +227,7 @@ TEST_F(HostLink, ReportsALostScreenAndStillAnswers) {
   EXPECT_EQ(entry(client().call("permissions"), "screenRecording"), Value(false));
   EXPECT_EQ(errorCode(client().call("startCapture", Map{{"locallyAuthorized", true}})),
             "screen_recording_required");
+  EXPECT_TRUE(comesToRest());
   client().close();
   EXPECT_EQ(host.process->statusWithin(), 0) << host.process->errorOutput();
 }

@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <ctime>
 #include <fstream>
 #include <system_error>
 #include <thread>
@@ -82,6 +83,14 @@ std::size_t HostProcess::residentBytes() const {
   std::size_t resident = 0;
   file >> total >> resident;
   return resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
+
+std::chrono::milliseconds HostProcess::processorTime() const {
+  clockid_t clock = 0;
+  timespec time{};
+  if (::clock_getcpuclockid(process, &clock) != 0 || ::clock_gettime(clock, &time) != 0) return {};
+  return std::chrono::duration_cast<std::chrono::milliseconds>(
+      std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec));
 }
 
 }  // namespace quorvin

@@ -36,6 +36,8 @@ class HostProcess {
   // What it wrote to standard error, once it has ended.
   [[nodiscard]] std::string errorOutput() const;
   [[nodiscard]] std::size_t residentBytes() const;
+  // All the time that its threads have spent on a processor.
+  [[nodiscard]] std::chrono::milliseconds processorTime() const;
   [[nodiscard]] pid_t processId() const { return process; }
 
  private:

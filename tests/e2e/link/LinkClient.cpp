@@ -19,7 +19,7 @@ constexpr std::size_t chunkSize = std::size_t{256} * 1024;
 
 FlutterReply replyOf(const LinkFrame& frame) {
   if (frame.type == LinkFrameType::emptyReply) return FlutterMethodNotImplemented();
-  return std::visit([](auto&& outcome) { return FlutterReply(std::move(outcome)); },
+  return std::visit([](const auto& outcome) { return FlutterReply(outcome); },
                     decodeEnvelope(frame.payload));
 }
 

@@ -51,8 +51,11 @@ class ChannelsTest : public testing::Test {
       if (onClosed) onClosed();
     });
   }
+
+ public:
   ~ChannelsTest() override { controller.shutDownEngine(); }
 
+ protected:
   void listenWith(const std::shared_ptr<RecordingStream>& stream) {
     eventChannel->setStreamHandler(stream);
   }
@@ -117,20 +120,22 @@ TEST_F(ChannelsTest, GiveTheNullReplyWhenNobodyHandlesTheChannel) {
 
 TEST_F(ChannelsTest, BringACallAndItsReply) {
   FlutterMethodCall seen;
-  methodChannel->setMethodCallHandler([&](const FlutterMethodCall& call, FlutterResult result) {
-    seen = call;
-    result(Value("done"));
-  });
+  methodChannel->setMethodCallHandler(
+      [&](const FlutterMethodCall& call, const FlutterResult& result) {
+        seen = call;
+        result(Value("done"));
+      });
   expectSuccess(call(methods, "work", Value(List{1, "two"})), Value("done"));
   EXPECT_EQ(seen.method, "work");
   EXPECT_EQ(seen.arguments, Value(List{1, "two"}));
 }
 
 TEST_F(ChannelsTest, BringErrorsAndUnknownMethods) {
-  methodChannel->setMethodCallHandler([](const FlutterMethodCall& call, FlutterResult result) {
-    if (call.method == "fail") return result(FlutterError{"code", "Message.", Value(7)});
-    result(FlutterMethodNotImplemented());
-  });
+  methodChannel->setMethodCallHandler(
+      [](const FlutterMethodCall& call, const FlutterResult& result) {
+        if (call.method == "fail") return result(FlutterError{"code", "Message.", Value(7)});
+        result(FlutterMethodNotImplemented());
+      });
   expectError(call(methods, "fail"), {"code", "Message.", Value(7)});
   EXPECT_EQ(call(methods, "unknown").type, LinkFrameType::emptyReply);
 }

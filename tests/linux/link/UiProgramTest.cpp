@@ -104,8 +104,11 @@ class UiProgramTest : public testing::Test {
     std::string pattern = testing::TempDir() + "ui-program-XXXXXX";
     folder = ::mkdtemp(pattern.data());
   }
+
+ public:
   ~UiProgramTest() override { std::filesystem::remove_all(folder); }
 
+ protected:
   std::string script(const std::string& text) const {
     const auto path = folder / "program";
     std::ofstream(path) << "#!/bin/sh\n" << text;
