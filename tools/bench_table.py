@@ -11,6 +11,7 @@ holds no result or a benchmark reported an error.
 import json
 import re
 import sys
+from typing import NamedTuple, Optional
 
 # What each benchmark is held against: the cost that no implementation could avoid. Benchmarks
 # that are such a floor themselves, or have none, are not listed.
@@ -29,11 +30,16 @@ class BenchmarkFailed(Exception):
     pass
 
 
-def read_results(path):
-    """Time in nanoseconds and bytes per second (or None) by benchmark name, in file order.
+class Result(NamedTuple):
+    """The time is the processor's, except for benchmarks that say by their name that they wait."""
 
-    Processor time, except for benchmarks that say by their name that they also wait.
-    """
+    nanoseconds: float
+    bytes_per_second: Optional[float]
+    ratio: Optional[float]  # of a benchmark that measures its floor itself, turn by turn
+
+
+def read_results(path):
+    """Results by benchmark name, in file order."""
     with open(path, encoding="utf-8") as file:
         entries = json.load(file)["benchmarks"]
     for entry in entries:
@@ -47,7 +53,7 @@ def read_results(path):
             continue
         clock = "real_time" if re.search("/(real|manual)_time", name) else "cpu_time"
         time = entry[clock] * NANOSECONDS[entry["time_unit"]]
-        results[name] = (time, entry.get("bytes_per_second"))
+        results[name] = Result(time, entry.get("bytes_per_second"), entry.get("ratio"))
     if not results:
         raise BenchmarkFailed(f"{path}: no results")
     return results
@@ -75,14 +81,27 @@ def time_text(nanoseconds):
     return f"{nanoseconds:.3g} ns"
 
 
+def comparison(name, results):
+    """What the benchmark is held against, and how many times as long it takes."""
+    own = results[name]
+    if own.ratio is not None:
+        return "the same calls bare", f"{own.ratio:.2f}"
+    floor = floor_of(name, results)
+    if floor is None:
+        return "", ""
+    return f"`{split_name(floor)[0]}`", f"{own.nanoseconds / results[floor].nanoseconds:.2f}"
+
+
 def rows(results):
-    for name, (time, rate) in results.items():
+    for name, result in results.items():
         base, arguments = split_name(name)
-        floor = floor_of(name, results)
-        ratio = f"{time / results[floor][0]:.2f}" if floor else ""
-        rate_text = f"{rate / 1e9:.2f} GB/s" if rate else ""
-        floor_text = f"`{split_name(floor)[0]}`" if floor else ""
-        yield f"`{'/'.join([base, *arguments])}`", time_text(time), rate_text, floor_text, ratio
+        rate = f"{result.bytes_per_second / 1e9:.2f} GB/s" if result.bytes_per_second else ""
+        yield (
+            f"`{'/'.join([base, *arguments])}`",
+            time_text(result.nanoseconds),
+            rate,
+            *comparison(name, results),
+        )
 
 
 def main(paths):
