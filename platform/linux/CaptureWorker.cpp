@@ -173,12 +173,20 @@ void CaptureWorker::stopNow(const Completion& completion) {
 
 void CaptureWorker::updateNow(const StreamConfiguration& newConfiguration,
                               const Completion& completion) {
+  std::optional<CaptureSettings> settings;
   try {
-    const CaptureSettings settings = checkedSettings(newConfiguration);
+    settings = checkedSettings(newConfiguration);
     configuration = newConfiguration;
-    if (session) session->configure(settings);
   } catch (const Error& error) {
     answer(completion, error);
+    return;
+  }
+  try {
+    if (session) session->configure(*settings);
+  } catch (const Error& error) {
+    // What could not be made is missing for the next picture too.
+    answer(completion, error);
+    fail(error);
     return;
   }
   answer(completion);
