@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
+#include <chrono>
 #include <csignal>
 #include <string>
 #include <vector>
@@ -230,6 +231,20 @@ TEST_F(HostLink, ReportsALostScreenAndStillAnswers) {
   EXPECT_TRUE(comesToRest());
   client().close();
   EXPECT_EQ(host.process->statusWithin(), 0) << host.process->errorOutput();
+}
+
+TEST_F(HostLink, AnswersAndEndsWhileTheScreenHangs) {
+  client().listen();
+  ASSERT_TRUE(host.startCapture());
+  ASSERT_TRUE(host.nextPicture());
+  stand.server.freeze();
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(client().call("unknown"), FlutterReply(FlutterMethodNotImplemented()));
+  EXPECT_EQ(client().call("stopCapture"), nothing);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
+  client().close();
+  EXPECT_EQ(host.process->statusWithin(), 0) << host.process->errorOutput();
+  stand.server.thaw();
 }
 
 }  // namespace
