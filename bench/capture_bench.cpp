@@ -22,11 +22,11 @@
 #include <vector>
 
 #include "bench/Desktop.h"
-#include "platform/linux/ImageEncoder.h"
-#include "platform/linux/PixelMemory.h"
-#include "platform/linux/PixelRegion.h"
-#include "platform/linux/ScreenCapture.h"
 #include "platform/linux/X11Connection.h"
+#include "platform/linux/capture/ImageEncoder.h"
+#include "platform/linux/capture/PixelMemory.h"
+#include "platform/linux/capture/PixelRegion.h"
+#include "platform/linux/capture/ScreenCapture.h"
 #include "tests/linux/capture/ThreadQueue.h"
 #include "tests/linux/system/XServer.h"
 

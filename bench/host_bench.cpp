@@ -16,9 +16,9 @@
 #include <vector>
 
 #include "bench/Desktop.h"
-#include "platform/linux/X11Extensions.h"
-#include "platform/linux/X11ScreenReader.h"
-#include "platform/linux/X11SharedMemory.h"
+#include "platform/linux/capture/X11Extensions.h"
+#include "platform/linux/capture/X11ScreenReader.h"
+#include "platform/linux/capture/X11SharedMemory.h"
 #include "tests/e2e/link/HostStand.h"
 #include "tests/linux/capture/ScreenPainter.h"
 

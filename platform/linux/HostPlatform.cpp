@@ -3,16 +3,16 @@
 #include <vector>
 
 #include "platform/Platform.h"
-#include "platform/linux/Application.h"
-#include "platform/linux/Dispatch.h"
-#include "platform/linux/Flutter.h"
-#include "platform/linux/ImageEncoder.h"
-#include "platform/linux/MainContext.h"
-#include "platform/linux/Permissions.h"
-#include "platform/linux/Process.h"
-#include "platform/linux/ScreenCapture.h"
-#include "platform/linux/Text.h"
-#include "platform/linux/UserDefaults.h"
+#include "platform/linux/capture/ImageEncoder.h"
+#include "platform/linux/capture/ScreenCapture.h"
+#include "platform/linux/dispatch/Dispatch.h"
+#include "platform/linux/system/Permissions.h"
+#include "platform/linux/system/Process.h"
+#include "platform/linux/system/Text.h"
+#include "platform/linux/system/UserDefaults.h"
+#include "platform/linux/ui/Application.h"
+#include "platform/linux/ui/Flutter.h"
+#include "platform/linux/ui/MainContext.h"
 
 namespace quorvin {
 namespace {

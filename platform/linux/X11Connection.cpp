@@ -4,7 +4,7 @@
 
 #include <mutex>
 
-#include "platform/linux/ScreenCaptureErrors.h"
+#include "platform/linux/capture/ScreenCaptureErrors.h"
 
 namespace quorvin {
 

@@ -23,14 +23,14 @@ class CheckWalls(StyleCheckCase):
 
     def test_decisions_may_not_know_a_back_end_the_codecs_or_the_user_interface(self):
         for header in (
-            '"platform/linux/Dispatch.h"',
+            '"platform/linux/dispatch/Dispatch.h"',
             '"platform/macos/Dispatch.h"',
             '"platform/flutter/LinkFrame.h"',
             '"webui/Page.h"',
             '"tests/fakes/FakeMachine.h"',
         ):
             self.assert_crosses("Runner/A.cpp", header)
-        self.assert_crosses("Runner/parts/A.h", "<platform/linux/Dispatch.h>")
+        self.assert_crosses("Runner/parts/A.h", "<platform/linux/dispatch/Dispatch.h>")
 
     def test_the_seam_may_know_only_itself_and_the_standard_library(self):
         self.assert_allowed("platform/A.h", '"platform/B.h"', "<span>")

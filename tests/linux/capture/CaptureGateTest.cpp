@@ -2,7 +2,7 @@
 
 #include <future>
 
-#include "platform/linux/CaptureGate.h"
+#include "platform/linux/capture/CaptureGate.h"
 
 namespace quorvin {
 namespace {

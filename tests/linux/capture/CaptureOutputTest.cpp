@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "platform/linux/CaptureOutput.h"
+#include "platform/linux/capture/CaptureOutput.h"
 
 namespace quorvin {
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/linux/CapturePacer.h"
+#include "platform/linux/capture/CapturePacer.h"
 
 namespace quorvin {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "platform/linux/CaptureSettings.h"
+#include "platform/linux/capture/CaptureSettings.h"
 
 namespace quorvin {
 namespace {

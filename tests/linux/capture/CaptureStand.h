@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/ScreenCapture.h"
+#include "platform/linux/capture/ScreenCapture.h"
 #include "tests/linux/capture/SampleRecorder.h"
 #include "tests/linux/capture/ScreenPainter.h"
 #include "tests/linux/capture/ThreadQueue.h"

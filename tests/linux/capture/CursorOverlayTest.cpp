@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "platform/linux/CursorOverlay.h"
-#include "platform/linux/CursorPlacer.h"
+#include "platform/linux/capture/CursorOverlay.h"
+#include "platform/linux/capture/CursorPlacer.h"
 #include "tests/linux/capture/TestImages.h"
 
 namespace quorvin {

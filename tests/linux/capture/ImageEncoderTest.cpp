@@ -6,9 +6,9 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/CapturedPixelBuffer.h"
-#include "platform/linux/FrameBufferPool.h"
-#include "platform/linux/ImageEncoder.h"
+#include "platform/linux/capture/CapturedPixelBuffer.h"
+#include "platform/linux/capture/FrameBufferPool.h"
+#include "platform/linux/capture/ImageEncoder.h"
 #include "tests/linux/capture/TestImages.h"
 
 namespace quorvin {

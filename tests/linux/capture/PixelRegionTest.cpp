@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <random>
 
-#include "platform/linux/PixelRegion.h"
+#include "platform/linux/capture/PixelRegion.h"
 
 namespace quorvin {
 namespace {

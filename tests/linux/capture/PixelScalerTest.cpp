@@ -3,7 +3,7 @@
 #include <cstring>
 #include <random>
 
-#include "platform/linux/PixelScaler.h"
+#include "platform/linux/capture/PixelScaler.h"
 #include "tests/linux/capture/TestImages.h"
 
 namespace quorvin {

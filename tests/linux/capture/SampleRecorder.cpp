@@ -5,7 +5,7 @@
 #include <cstring>
 #include <iterator>
 
-#include "platform/linux/CapturedPixelBuffer.h"
+#include "platform/linux/capture/CapturedPixelBuffer.h"
 
 namespace quorvin {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/PixelRegion.h"
 #include "platform/linux/X11Connection.h"
+#include "platform/linux/capture/PixelRegion.h"
 
 namespace quorvin {
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <memory>
 
-#include "platform/linux/PixelImage.h"
+#include "platform/linux/capture/PixelImage.h"
 
 namespace quorvin {
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "platform/linux/X11ScreenReader.h"
-#include "platform/linux/X11SharedMemory.h"
+#include "platform/linux/capture/X11ScreenReader.h"
+#include "platform/linux/capture/X11SharedMemory.h"
 #include "tests/linux/capture/ScreenPainter.h"
 #include "tests/linux/capture/TestImages.h"
 #include "tests/linux/system/XServer.h"

@@ -5,7 +5,7 @@
 
 #include "platform/flutter/LinkFrame.h"
 #include "platform/flutter/StandardMethodCodec.h"
-#include "platform/linux/MessageQueue.h"
+#include "platform/linux/ui/MessageQueue.h"
 
 namespace quorvin {
 namespace {

@@ -6,7 +6,7 @@
 #include <functional>
 #include <memory>
 
-#include "platform/linux/MainLoopSource.h"
+#include "platform/linux/ui/MainLoopSource.h"
 
 namespace quorvin {
 

@@ -14,8 +14,8 @@
 #include <fstream>
 #include <string>
 
-#include "platform/linux/StartUpError.h"
-#include "platform/linux/UiProgram.h"
+#include "platform/linux/ui/StartUpError.h"
+#include "platform/linux/ui/UiProgram.h"
 
 namespace quorvin {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/Process.h"
+#include "platform/linux/system/Process.h"
 #include "tests/linux/system/FakeIdleService.h"
 #include "tests/linux/system/MainLoop.h"
 #include "tests/linux/system/SilentServer.h"

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "platform/linux/Process.h"
+#include "platform/linux/system/Process.h"
 #include "tests/linux/system/MainLoop.h"
 #include "tests/linux/system/XServer.h"
 

@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/Dispatch.h"
+#include "platform/linux/dispatch/Dispatch.h"
 #include "tests/linux/system/Latch.h"
 #include "tests/linux/system/MainLoop.h"
 

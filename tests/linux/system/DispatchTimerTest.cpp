@@ -8,8 +8,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/Dispatch.h"
-#include "platform/linux/DispatchBacklog.h"
+#include "platform/linux/dispatch/Dispatch.h"
+#include "platform/linux/dispatch/DispatchBacklog.h"
 #include "tests/linux/system/Latch.h"
 #include "tests/linux/system/MainLoop.h"
 

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/linux/Permissions.h"
-#include "platform/linux/PermissionsComputerName.h"
+#include "platform/linux/system/Permissions.h"
+#include "platform/linux/system/PermissionsComputerName.h"
 #include "tests/linux/system/MainLoop.h"
 #include "tests/linux/system/TemporaryFolder.h"
 #include "tests/linux/system/XServer.h"

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/Process.h"
+#include "platform/linux/system/Process.h"
 
 namespace quorvin {
 namespace {

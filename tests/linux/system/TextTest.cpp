@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/linux/Text.h"
+#include "platform/linux/system/Text.h"
 
 namespace quorvin {
 namespace {

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/linux/UserDefaults.h"
+#include "platform/linux/system/UserDefaults.h"
 #include "tests/linux/system/TemporaryFolder.h"
 
 namespace quorvin {

@@ -1,0 +1,160 @@
+#include "platform/linux/capture/CaptureSession.h"
+
+#include <algorithm>
+
+#include "platform/linux/capture/ScreenCaptureErrors.h"
+
+namespace quorvin {
+
+namespace {
+
+// Programs may put the pointer elsewhere without any device having moved, which nobody announces.
+constexpr std::chrono::nanoseconds warpPollInterval = std::chrono::milliseconds(100);
+
+// For so long a screen may refuse to be read, as it does while its size changes.
+constexpr std::chrono::nanoseconds unreadablePatience = std::chrono::seconds(2);
+
+}  // namespace
+
+CaptureSession::CaptureSession(const CaptureTarget& target, const CaptureSettings& settings,
+                               std::shared_ptr<CaptureWakeup> wakeup,
+                               std::shared_ptr<CaptureCounters> counters, CaptureTime now)
+    : connection(target.server),
+      extensions(X11Extensions::negotiate(connection)),
+      counters(std::move(counters)),
+      display(connection, extensions, target.display),
+      reader(connection, chooseTransport(connection, extensions), this->counters),
+      composer(reader, !extensions.damage.has_value(), std::move(wakeup)),
+      pacer(now, settings.frameInterval) {
+  if (extensions.damage) damage.emplace(connection, extensions);
+  configure(settings);
+}
+
+void CaptureSession::configure(const CaptureSettings& newSettings) {
+  settings = newSettings;
+  if (!settings.showsCursor) {
+    pointer.reset();
+  } else if (!pointer) {
+    pointer.emplace(connection, extensions);
+  }
+  pacer.setFrameInterval(settings.frameInterval);
+  pacer.setPollInterval(pollInterval());
+  applyDisplay();
+}
+
+CaptureStep CaptureSession::step(CaptureTime now) {
+  handleEvents();
+  followDisplay(now);
+  const bool canCapture = display.isPresent() && composer.canCompose();
+  const auto decision = pacer.decide(now, hasNews(), canCapture);
+  CaptureStep result{CaptureStep::Outcome::nothing, {}, now, now};
+  switch (decision.action) {
+    case CapturePacer::Action::look:
+      result.picture = look(now);
+      if (result.picture) result.outcome = CaptureStep::Outcome::picture;
+      break;
+    case CapturePacer::Action::idle:
+      pacer.idled(now);
+      result.outcome = CaptureStep::Outcome::idle;
+      break;
+    case CapturePacer::Action::wait:
+      // Waiting for a reply may have read further events off the connection, which then no longer
+      // makes its descriptor readable.
+      if (!drainEvents()) result.wakeAt = std::min(decision.wakeAt, display.deadline());
+      break;
+  }
+  xcb_flush(connection.get());
+  return result;
+}
+
+void CaptureSession::handleEvents() {
+  static_cast<void>(drainEvents());
+  if (connection.isBroken()) {
+    throw screenCaptureError(ScreenCaptureErrorCode::serverLost,
+                             "The connection to the X server was lost.");
+  }
+}
+
+bool CaptureSession::drainEvents() {
+  bool any = false;
+  while (const auto event = connection.pollEvent()) {
+    any = true;
+    display.handle(*event);
+    if (damage) damage->handle(*event);
+    if (pointer) pointer->handle(*event);
+  }
+  return any;
+}
+
+void CaptureSession::followDisplay(CaptureTime now) {
+  if (display.update(now)) applyDisplay();
+}
+
+void CaptureSession::applyDisplay() {
+  const PixelRect& area = display.area();
+  reader.setOrigin(area.x, area.y);
+  composer.configure(area.size(), settings.picture, settings.queueDepth);
+  composer.screenChanged(PixelRegion(wholeOf(area.size())));
+  placer.emplace(area.size(), settings.picture);
+  pictureDue = true;
+}
+
+bool CaptureSession::hasNews() const {
+  return pictureDue || (damage && damage->isPending()) || (pointer && pointer->isPending());
+}
+
+std::optional<std::chrono::nanoseconds> CaptureSession::pollInterval() const {
+  if (!damage) return settings.frameInterval;
+  if (!pointer) return {};
+  return pointer->hearsMotion() ? std::max(warpPollInterval, settings.frameInterval)
+                                : settings.frameInterval;
+}
+
+std::shared_ptr<CapturedPixelBuffer> CaptureSession::look(CaptureTime now) {
+  ++counters->looks;
+  // Both are asked in any case, since asking also takes note of the answer.
+  const bool isScreenNew = screenChanged();
+  const bool isCursorNew = cursorChanged();
+  if (!isScreenNew && !isCursorNew && !pictureDue) {
+    pacer.lookedInVain(now);
+    return {};
+  }
+  auto picture = composer.compose(cursor);
+  pacer.captured(now);
+  pictureDue = !picture;
+  if (picture) {
+    unreadableSince.reset();
+  } else {
+    pictureFailed(now);
+  }
+  return picture;
+}
+
+bool CaptureSession::screenChanged() {
+  if (!damage) return composer.findChanges().value_or(true);
+  if (!damage->isPending()) return false;
+  const PixelRegion changes = damage->take(display.area());
+  composer.screenChanged(changes);
+  return !changes.isEmpty();
+}
+
+bool CaptureSession::cursorChanged() {
+  std::optional<CursorPlacement> placement;
+  if (pointer) {
+    if (const auto now = pointer->current()) {
+      placement = placer->place(now->image, now->x - display.area().x, now->y - display.area().y);
+    }
+  }
+  const bool changed = placement != cursor;
+  cursor = std::move(placement);
+  return changed;
+}
+
+void CaptureSession::pictureFailed(CaptureTime now) {
+  if (!unreadableSince) unreadableSince = now;
+  if (now - *unreadableSince < unreadablePatience) return;
+  throw screenCaptureError(ScreenCaptureErrorCode::unreadableScreen,
+                           "The X server does not let this program read the screen.");
+}
+
+}  // namespace quorvin

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/linux/capture/CaptureCounters.h"
+#include "platform/linux/capture/CapturePacer.h"
+#include "platform/linux/capture/CaptureSettings.h"
+#include "platform/linux/capture/FrameComposer.h"
+#include "platform/linux/capture/X11CursorMonitor.h"
+#include "platform/linux/capture/X11DamageMonitor.h"
+#include "platform/linux/capture/X11DisplayFollower.h"
+
+namespace quorvin {
+
+// Which display of which X server to capture.
+struct CaptureTarget {
+  std::string server;  // as in DISPLAY, which counts when this is empty
+  DisplayID display = 0;
+};
+
+// What came of one step of a session.
+struct CaptureStep {
+  enum class Outcome { nothing, idle, picture };
+
+  Outcome outcome = Outcome::nothing;
+  std::shared_ptr<CapturedPixelBuffer> picture;  // only of that outcome
+  CaptureTime at;                                // when the step was taken
+  CaptureTime wakeAt;                            // when the next one is due at the latest
+};
+
+// One running capture over one connection of its own. It has no thread: whoever owns it calls
+// `step` when the connection's descriptor becomes readable, when the wake-up is signalled and when
+// the last step said so. Everything on one thread; what goes wrong for good is thrown as Error.
+class CaptureSession {
+ public:
+  CaptureSession(const CaptureTarget& target, const CaptureSettings& settings,
+                 std::shared_ptr<CaptureWakeup> wakeup, std::shared_ptr<CaptureCounters> counters,
+                 CaptureTime now);
+
+  // The next picture comes even if the screen does not change.
+  void configure(const CaptureSettings& newSettings);
+  [[nodiscard]] CaptureStep step(CaptureTime now);
+  [[nodiscard]] int descriptor() const { return connection.descriptor(); }
+
+ private:
+  void handleEvents();
+  // As `handleEvents`; true if there was any.
+  [[nodiscard]] bool drainEvents();
+  void followDisplay(CaptureTime now);
+  void applyDisplay();
+  [[nodiscard]] bool hasNews() const;
+  [[nodiscard]] std::optional<std::chrono::nanoseconds> pollInterval() const;
+  [[nodiscard]] std::shared_ptr<CapturedPixelBuffer> look(CaptureTime now);
+  [[nodiscard]] bool screenChanged();
+  [[nodiscard]] bool cursorChanged();
+  void pictureFailed(CaptureTime now);
+
+  X11Connection connection;
+  X11Extensions extensions;
+  std::shared_ptr<CaptureCounters> counters;
+  CaptureSettings settings;
+  X11DisplayFollower display;
+  std::optional<X11DamageMonitor> damage;   // empty: compare pixels instead
+  std::optional<X11CursorMonitor> pointer;  // empty: the cursor is not shown
+  X11ScreenReader reader;
+  FrameComposer composer;
+  CapturePacer pacer;
+  std::optional<CursorPlacer> placer;
+  std::optional<CursorPlacement> cursor;  // as last drawn
+  bool pictureDue = true;
+  std::optional<CaptureTime> unreadableSince;
+};
+
+}  // namespace quorvin

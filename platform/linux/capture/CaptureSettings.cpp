@@ -1,0 +1,57 @@
+#include "platform/linux/capture/CaptureSettings.h"
+
+#include <algorithm>
+
+#include "platform/linux/capture/ScreenCaptureErrors.h"
+
+namespace quorvin {
+
+namespace {
+
+// Beyond any display, and small enough that a picture's bytes can be counted in 32 bits.
+constexpr std::int64_t longestSidePx = 16'384;
+// X11 does not say how often a display shows a new picture; most do so this often.
+constexpr MediaTime usualRefreshInterval{1, 60};
+constexpr double longestIntervalSeconds = 3600;
+
+Error invalid(const char* sentence) {
+  return screenCaptureError(ScreenCaptureErrorCode::invalidParameter, sentence);
+}
+
+bool isSide(std::int64_t px) {
+  return px >= 1 && px <= longestSidePx;
+}
+
+std::chrono::nanoseconds durationOf(MediaTime time) {
+  if (time.value < 0 || time.timescale <= 0) {
+    throw invalid("The frame interval of a capture must be a duration.");
+  }
+  if (time.value == 0) time = usualRefreshInterval;
+  const double seconds =
+      std::min(static_cast<double>(time.value) / time.timescale, longestIntervalSeconds);
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(
+      std::chrono::duration<double>(seconds));
+}
+
+}  // namespace
+
+CaptureSettings checkedSettings(const StreamConfiguration& configuration) {
+  if (!isSide(configuration.width) || !isSide(configuration.height)) {
+    throw invalid("The picture of a capture must measure 1 to 16384 pixels each way.");
+  }
+  if (configuration.pixelFormat != pixelFormat32BGRA) {
+    throw invalid("The only pixel format that a capture can deliver is BGRA.");
+  }
+  if (configuration.queueDepth < 1) {
+    throw invalid("The queue of a capture must hold at least one picture.");
+  }
+  CaptureSettings settings;
+  settings.picture = {static_cast<int>(configuration.width),
+                      static_cast<int>(configuration.height)};
+  settings.frameInterval = durationOf(configuration.minimumFrameInterval);
+  settings.queueDepth = static_cast<std::size_t>(configuration.queueDepth);
+  settings.showsCursor = configuration.showsCursor;
+  return settings;
+}
+
+}  // namespace quorvin

@@ -1,0 +1,213 @@
+#include "platform/linux/capture/CaptureWorker.h"
+
+#include <poll.h>
+#include <pthread.h>
+
+#include <array>
+#include <chrono>
+#include <ctime>
+#include <exception>
+#include <thread>
+#include <utility>
+
+#include "platform/linux/capture/ScreenCaptureErrors.h"
+
+namespace quorvin {
+
+namespace {
+
+void answer(const Completion& completion, const std::optional<Error>& error = {}) {
+  if (completion) completion(error);
+}
+
+Error outOfResources(const std::exception& cause) {
+  return screenCaptureError(
+      ScreenCaptureErrorCode::noResources,
+      std::string("The system has too little left to capture the screen: ") + cause.what());
+}
+
+timespec timespecOf(std::chrono::nanoseconds duration) {
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(duration);
+  return {static_cast<std::time_t>(seconds.count()),
+          static_cast<long>((duration - seconds).count())};  // NOLINT: the member's own type
+}
+
+}  // namespace
+
+CaptureWorker::CaptureWorker(CaptureTarget target, const StreamConfiguration& configuration,
+                             std::weak_ptr<StreamDelegate> delegate,
+                             std::shared_ptr<CaptureCounters> counters)
+    : target(std::move(target)),
+      delegate(std::move(delegate)),
+      counters(std::move(counters)),
+      configuration(configuration) {}
+
+void CaptureWorker::addOutput(CaptureOutput newOutput) {
+  post([this, newOutput = std::move(newOutput)] { output = newOutput; }, {});
+}
+
+void CaptureWorker::start(const Completion& completion) {
+  post([this, completion] { startNow(completion); }, completion);
+}
+
+void CaptureWorker::stop(const Completion& completion) {
+  closeGate();
+  post([this, completion] { stopNow(completion); }, completion);
+}
+
+void CaptureWorker::update(const StreamConfiguration& newConfiguration,
+                           const Completion& completion) {
+  post([this, newConfiguration, completion] { updateNow(newConfiguration, completion); },
+       completion);
+}
+
+void CaptureWorker::quit() {
+  closeGate();
+  const std::scoped_lock lock(mutex);
+  if (!wakeup) return;
+  commands.emplace_back([this] { quitting = true; });
+  wakeup->signal();
+}
+
+void CaptureWorker::post(Command command, const Completion& completion) {
+  try {
+    const std::scoped_lock lock(mutex);
+    if (!wakeup) launch();
+    commands.push_back(std::move(command));
+    wakeup->signal();
+    return;
+  } catch (const Error& error) {
+    answer(completion, error);
+  }
+}
+
+void CaptureWorker::launch() {
+  auto made = std::make_shared<CaptureWakeup>();
+  try {
+    std::thread([self = shared_from_this()] { self->run(); }).detach();
+  } catch (const std::system_error& error) {
+    throw outOfResources(error);
+  }
+  wakeup = std::move(made);
+}
+
+void CaptureWorker::run() {
+  pthread_setname_np(pthread_self(), "ScreenCapture");
+  while (!quitting) {
+    runCommands();
+    if (!quitting) wait(advance());
+  }
+  session.reset();
+  output.reset();
+}
+
+void CaptureWorker::runCommands() {
+  std::vector<Command> batch;
+  {
+    const std::scoped_lock lock(mutex);
+    wakeup->clear();
+    batch.swap(commands);
+  }
+  for (const Command& command : batch) command();
+}
+
+CaptureTime CaptureWorker::advance() {
+  if (!session) return CaptureTime::max();
+  try {
+    CaptureStep step = session->step(CaptureClock::now());
+    const CaptureTime wakeAt = step.wakeAt;
+    if (output) output->deliver(std::move(step), gate);
+    return wakeAt;
+  } catch (const Error& error) {
+    fail(error);
+  } catch (const std::exception& error) {
+    fail(outOfResources(error));
+  }
+  return CaptureTime::max();
+}
+
+void CaptureWorker::wait(CaptureTime until) {
+  std::array<pollfd, 2> sources{pollfd{wakeup->descriptor(), POLLIN, 0}, pollfd{-1, POLLIN, 0}};
+  if (session) sources[1].fd = session->descriptor();
+  if (until == CaptureTime::max()) {
+    ppoll(sources.data(), sources.size(), nullptr, nullptr);
+    return;
+  }
+  const auto left = until - CaptureClock::now();
+  if (left <= left.zero()) return;
+  const timespec timeout = timespecOf(left);
+  ppoll(sources.data(), sources.size(), &timeout, nullptr);
+}
+
+void CaptureWorker::startNow(const Completion& completion) {
+  if (session) {
+    answer(completion, screenCaptureError(ScreenCaptureErrorCode::alreadyStarted,
+                                          "The capture is running already."));
+    return;
+  }
+  try {
+    session.emplace(target, checkedSettings(configuration), wakeup, counters, CaptureClock::now());
+    setGate(std::make_shared<CaptureGate>());
+  } catch (const Error& error) {
+    answer(completion, error);
+    return;
+  } catch (const std::exception& error) {
+    answer(completion, outOfResources(error));
+    return;
+  }
+  answer(completion);
+}
+
+void CaptureWorker::stopNow(const Completion& completion) {
+  if (!gate) {
+    answer(completion,
+           screenCaptureError(ScreenCaptureErrorCode::notStarted, "The capture is not running."));
+    return;
+  }
+  session.reset();
+  closeGate();
+  gate->waitUntilQuiet();
+  setGate(nullptr);
+  answer(completion);
+}
+
+void CaptureWorker::updateNow(const StreamConfiguration& newConfiguration,
+                              const Completion& completion) {
+  std::optional<CaptureSettings> settings;
+  try {
+    settings = checkedSettings(newConfiguration);
+    configuration = newConfiguration;
+  } catch (const Error& error) {
+    answer(completion, error);
+    return;
+  }
+  try {
+    if (session) session->configure(*settings);
+  } catch (const Error& error) {
+    // What could not be made is missing for the next picture too.
+    answer(completion, error);
+    fail(error);
+    return;
+  }
+  answer(completion);
+}
+
+// A run whose gate was closed before has been asked to stop, which answers for its end.
+void CaptureWorker::fail(const Error& error) {
+  session.reset();
+  if (!closeGate()) return;
+  setGate(nullptr);
+  if (const auto listener = delegate.lock()) listener->streamDidStopWithError(error);
+}
+
+void CaptureWorker::setGate(std::shared_ptr<CaptureGate> newGate) {
+  const std::scoped_lock lock(mutex);
+  gate = std::move(newGate);
+}
+
+bool CaptureWorker::closeGate() {
+  const std::scoped_lock lock(mutex);
+  return gate && gate->close();
+}
+
+}  // namespace quorvin

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "platform/ScreenCapture.h"
+#include "platform/linux/capture/CaptureOutput.h"
+#include "platform/linux/capture/CaptureSession.h"
+
+namespace quorvin {
+
+// The thread of one stream: it runs the capture and, between two steps of it, what other threads
+// ask for, in the order asked. The thread keeps the worker, so nobody ever waits for it to end,
+// and a completion or delegate called on it may do anything, even release the stream.
+class CaptureWorker : public std::enable_shared_from_this<CaptureWorker> {
+ public:
+  CaptureWorker(CaptureTarget target, const StreamConfiguration& configuration,
+                std::weak_ptr<StreamDelegate> delegate, std::shared_ptr<CaptureCounters> counters);
+
+  // Any thread may call these. Completions run on the worker's thread, or at once if the system
+  // has no thread left.
+  void addOutput(CaptureOutput output);
+  void start(const Completion& completion);
+  // No sample is handed out from now on, the ones in the queue included.
+  void stop(const Completion& completion);
+  void update(const StreamConfiguration& newConfiguration, const Completion& completion);
+  // Stops everything and ends the thread. Nothing may be asked afterwards.
+  void quit();
+
+ private:
+  using Command = std::function<void()>;
+
+  void launch();
+  void post(Command command, const Completion& completion);
+  void run();
+  void runCommands();
+  [[nodiscard]] CaptureTime advance();
+  void wait(CaptureTime until);
+
+  void startNow(const Completion& completion);
+  void stopNow(const Completion& completion);
+  void updateNow(const StreamConfiguration& newConfiguration, const Completion& completion);
+  void fail(const Error& error);
+  void setGate(std::shared_ptr<CaptureGate> newGate);
+  // True if this ended a run.
+  bool closeGate();
+
+  const CaptureTarget target;
+  const std::weak_ptr<StreamDelegate> delegate;
+  const std::shared_ptr<CaptureCounters> counters;
+
+  std::mutex mutex;  // guards the members up to the blank line
+  std::vector<Command> commands;
+  std::shared_ptr<CaptureWakeup> wakeup;  // made when the thread is, unchanged from then on
+  std::shared_ptr<CaptureGate> gate;      // of the present run; changed by the worker's thread only
+
+  // Of the worker's thread alone.
+  StreamConfiguration configuration;
+  std::optional<CaptureOutput> output;
+  std::optional<CaptureSession> session;
+  bool quitting = false;
+};
+
+}  // namespace quorvin

@@ -1,0 +1,56 @@
+#include "platform/linux/capture/CursorOverlay.h"
+
+#include <libyuv/planar_functions.h>
+#include <libyuv/scale_argb.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace quorvin {
+
+namespace {
+
+int scaled(int length, int from, int to) {
+  return static_cast<int>(std::lround(static_cast<double>(length) * to / from));
+}
+
+const std::uint8_t* bytesAt(const CursorImage& cursor, int x, int y) {
+  const auto index = static_cast<std::size_t>(y) * static_cast<std::size_t>(cursor.size.width) +
+                     static_cast<std::size_t>(x);
+  return reinterpret_cast<const std::uint8_t*>(&cursor.pixels[index]);
+}
+
+int strideOf(const CursorImage& cursor) {
+  return cursor.size.width * static_cast<int>(bytesPerPixel);
+}
+
+}  // namespace
+
+CursorImage scaledCursor(const CursorImage& cursor, PixelSize display, PixelSize picture) {
+  if (display == picture || cursor.pixels.empty()) return cursor;
+  CursorImage result;
+  result.size = {std::max(1, scaled(cursor.size.width, display.width, picture.width)),
+                 std::max(1, scaled(cursor.size.height, display.height, picture.height))};
+  result.hotSpotX = scaled(cursor.hotSpotX, display.width, picture.width);
+  result.hotSpotY = scaled(cursor.hotSpotY, display.height, picture.height);
+  result.pixels.resize(static_cast<std::size_t>(wholeOf(result.size).area()));
+  libyuv::ARGBScale(bytesAt(cursor, 0, 0), strideOf(cursor), cursor.size.width, cursor.size.height,
+                    reinterpret_cast<std::uint8_t*>(result.pixels.data()), strideOf(result),
+                    result.size.width, result.size.height, libyuv::kFilterBilinear);
+  return result;
+}
+
+PixelRect cursorArea(const CursorImage& cursor, int x, int y) {
+  return {x - cursor.hotSpotX, y - cursor.hotSpotY, cursor.size.width, cursor.size.height};
+}
+
+void blendCursor(const CursorImage& cursor, const PixelRect& area, PixelImage& picture) {
+  const PixelRect visible = intersectionOf(area, wholeOf(picture.size));
+  if (visible.isEmpty()) return;
+  std::uint8_t* target = picture.at(visible.x, visible.y);
+  const int stride = static_cast<int>(picture.strideBytes());
+  libyuv::ARGBBlend(bytesAt(cursor, visible.x - area.x, visible.y - area.y), strideOf(cursor),
+                    target, stride, target, stride, visible.width, visible.height);
+}
+
+}  // namespace quorvin

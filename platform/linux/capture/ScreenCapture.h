@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/ScreenCapture.h"
+#include "platform/linux/capture/CaptureCounters.h"
+
+namespace quorvin {
+
+// Captures the monitors of an X11 screen. A display is a monitor as RANDR 1.5 defines it, or the
+// whole screen on a server without it; a point is a pixel. Needs a screen of depth 24 or 30; makes
+// use of MIT-SHM, DAMAGE, XFIXES and XInput where the server has them. A stream holds a connection
+// and a thread of its own, so streams and this object need not outlive each other.
+class LinuxScreenCapture final : public ScreenCapture {
+ public:
+  // `server` as in DISPLAY, which counts when it is empty. It is looked up at each use, so a server
+  // that starts later is found.
+  explicit LinuxScreenCapture(std::string server = {}, std::shared_ptr<CaptureCounters> counters =
+                                                           std::make_shared<CaptureCounters>());
+
+  // The monitor that the user made the primary one; most virtual servers have none.
+  [[nodiscard]] std::optional<DisplayID> mainScreenNumber() override;
+  // X11 lists neither desktops nor windows apart from the displays, so the two flags change
+  // nothing.
+  void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly,
+                           ShareableContentHandler handler) override;
+  [[nodiscard]] std::string streamErrorDomain() override;
+  [[nodiscard]] std::shared_ptr<ScreenStream> makeStream(
+      const ContentFilter& filter, const StreamConfiguration& configuration,
+      std::weak_ptr<StreamDelegate> delegate) override;
+
+ private:
+  const std::string server;
+  const std::shared_ptr<CaptureCounters> counters;
+};
+
+}  // namespace quorvin

@@ -1,0 +1,71 @@
+#include "platform/linux/capture/SurfacePool.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace quorvin {
+
+SurfacePool::SurfacePool(PixelImageFactory makeImage, std::shared_ptr<CaptureWakeup> wakeup)
+    : makeImage(std::move(makeImage)), wakeup(std::move(wakeup)) {}
+
+void SurfacePool::configure(PixelSize newSize, std::size_t newDepth) {
+  depth = newDepth;
+  if (newSize != size) {
+    std::ranges::move(surfaces, std::back_inserter(retired));
+    surfaces.clear();
+  }
+  size = newSize;
+  while (surfaces.size() > depth) {
+    const auto spare = std::ranges::find_if_not(surfaces, isLent);
+    if (spare == surfaces.end()) break;
+    surfaces.erase(spare);
+  }
+}
+
+bool SurfacePool::hasFree() const {
+  const auto lent =
+      std::ranges::count_if(surfaces, isLent) + std::ranges::count_if(retired, isLent);
+  return static_cast<std::size_t>(lent) < depth;
+}
+
+SurfacePool::Surface& SurfacePool::mostRecentFree() {
+  Surface* best = nullptr;
+  for (Surface& surface : surfaces) {
+    if (isLent(surface)) continue;
+    if (best == nullptr || surface.lastUse > best->lastUse) best = &surface;
+  }
+  return best != nullptr ? *best : makeSurface();
+}
+
+void SurfacePool::markStale(const PixelRegion& region) {
+  for (Surface& surface : surfaces) surface.stale.add(region);
+}
+
+std::shared_ptr<CapturedPixelBuffer> SurfacePool::lend(Surface& surface) {
+  std::erase_if(retired, [](const Surface& old) { return !isLent(old); });
+  surface.lastUse = ++uses;
+  surface.lent->store(true);
+  const PixelImage& image = surface.image;
+  std::shared_ptr<const void> loan(image.memory.get(), [memory = image.memory, lent = surface.lent,
+                                                        wakeup = wakeup](const void*) {
+    lent->store(false);
+    wakeup->signal();
+  });
+  return std::make_shared<CapturedPixelBuffer>(
+      std::move(loan), image.memory.get(), static_cast<std::size_t>(image.size.width),
+      static_cast<std::size_t>(image.size.height), image.strideBytes());
+}
+
+bool SurfacePool::isLent(const Surface& surface) {
+  return surface.lent->load();
+}
+
+SurfacePool::Surface& SurfacePool::makeSurface() {
+  Surface surface;
+  surface.image = makeImage(size);
+  surface.stale.add(wholeOf(size));
+  surface.lent = std::make_shared<std::atomic<bool>>(false);
+  return surfaces.emplace_back(std::move(surface));
+}
+
+}  // namespace quorvin

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "platform/linux/capture/CaptureWakeup.h"
+#include "platform/linux/capture/CapturedPixelBuffer.h"
+#include "platform/linux/capture/PixelImage.h"
+
+namespace quorvin {
+
+// The pictures of a stream. Each is either free or lent out, and at most `depth` are lent at a
+// time, those of an earlier size included. A free one remembers which of its pixels have become
+// stale since it was last drawn. Used by the capturing thread; what it lends may be released on
+// any thread and may outlive the pool.
+class SurfacePool {
+ public:
+  struct Surface {
+    PixelImage image;
+    PixelRegion stale;
+    std::uint64_t lastUse = 0;
+    std::shared_ptr<std::atomic<bool>> lent;
+  };
+
+  // `makeImage` is called when a surface is needed that was never there; `wakeup` is signalled
+  // whenever one comes back.
+  SurfacePool(PixelImageFactory makeImage, std::shared_ptr<CaptureWakeup> wakeup);
+
+  // Surfaces of another size are dropped, once they have come back.
+  void configure(PixelSize size, std::size_t depth);
+
+  [[nodiscard]] bool hasFree() const;
+  // The free surface that was used last, since it has the least stale pixels; made if need be.
+  // Only if there is one. It stays free until it is lent, and is valid until the pool changes.
+  [[nodiscard]] Surface& mostRecentFree();
+  // Tells that this region of all pictures must be drawn anew.
+  void markStale(const PixelRegion& region);
+  [[nodiscard]] std::shared_ptr<CapturedPixelBuffer> lend(Surface& surface);
+
+ private:
+  [[nodiscard]] static bool isLent(const Surface& surface);
+  Surface& makeSurface();
+
+  PixelImageFactory makeImage;
+  std::shared_ptr<CaptureWakeup> wakeup;
+  PixelSize size;
+  std::size_t depth = 0;
+  std::vector<Surface> surfaces;
+  std::vector<Surface> retired;  // of another size, still lent
+  std::uint64_t uses = 0;
+};
+
+}  // namespace quorvin

@@ -1,0 +1,67 @@
+#include "platform/linux/capture/X11CursorMonitor.h"
+
+#include <xcb/xfixes.h>
+#include <xcb/xinput.h>
+
+namespace quorvin {
+
+X11CursorMonitor::X11CursorMonitor(X11Connection& connection, const X11Extensions& extensions)
+    : connection(connection), fixes(extensions.fixes), input(extensions.input) {
+  select(true);
+}
+
+X11CursorMonitor::~X11CursorMonitor() {
+  select(false);
+}
+
+void X11CursorMonitor::select(bool wanted) {
+  if (fixes) {
+    xcb_xfixes_select_cursor_input(connection.get(), connection.root(),
+                                   wanted ? XCB_XFIXES_CURSOR_NOTIFY_MASK_DISPLAY_CURSOR : 0);
+  }
+  if (!input) return;
+  // Ordinary motion events stop at the first window that wants them; raw ones reach everybody.
+  const std::uint32_t mask = XCB_INPUT_XI_EVENT_MASK_RAW_MOTION;
+  struct {
+    xcb_input_event_mask_t head;
+    std::uint32_t mask;
+  } const selection{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, wanted ? mask : 0};
+  xcb_input_xi_select_events(connection.get(), connection.root(), 1, &selection.head);
+}
+
+void X11CursorMonitor::handle(const xcb_generic_event_t& event) {
+  const int type = event.response_type & 0x7f;
+  if (fixes && type == fixes->first + XCB_XFIXES_CURSOR_NOTIFY) reshaped = true;
+  if (!input || type != XCB_GE_GENERIC) return;
+  const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
+  if (generic.extension == input->major && generic.event_type == XCB_INPUT_RAW_MOTION) {
+    moved = true;
+  }
+}
+
+std::optional<X11Cursor> X11CursorMonitor::current() {
+  moved = false;
+  if (reshaped) image = fetchImage();
+  reshaped = false;
+  const auto pointer = x11Reply(xcb_query_pointer_reply, connection.get(),
+                                xcb_query_pointer(connection.get(), connection.root()));
+  if (!pointer || pointer->same_screen == 0) return {};
+  return X11Cursor{pointer->root_x, pointer->root_y, image};
+}
+
+std::shared_ptr<const CursorImage> X11CursorMonitor::fetchImage() {
+  if (!fixes) return {};
+  const auto reply = x11Reply(xcb_xfixes_get_cursor_image_reply, connection.get(),
+                              xcb_xfixes_get_cursor_image(connection.get()));
+  if (!reply) return {};
+  auto fetched = std::make_shared<CursorImage>();
+  fetched->size = {reply->width, reply->height};
+  fetched->hotSpotX = reply->xhot;
+  fetched->hotSpotY = reply->yhot;
+  const std::uint32_t* pixels = xcb_xfixes_get_cursor_image_cursor_image(reply.get());
+  fetched->pixels.assign(pixels,
+                         pixels + xcb_xfixes_get_cursor_image_cursor_image_length(reply.get()));
+  return fetched;
+}
+
+}  // namespace quorvin

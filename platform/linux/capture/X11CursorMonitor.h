@@ -1,0 +1,50 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "platform/linux/X11Connection.h"
+#include "platform/linux/capture/CursorOverlay.h"
+#include "platform/linux/capture/X11Extensions.h"
+
+namespace quorvin {
+
+// Where the pointer is, in coordinates of the root window, and what it looks like.
+struct X11Cursor {
+  int x = 0;
+  int y = 0;
+  std::shared_ptr<const CursorImage> image;  // a new object for each new look; null if unknown
+
+  friend bool operator==(const X11Cursor&, const X11Cursor&) = default;
+};
+
+// Notices that the pointer moved or changed its look. Used by the connection's thread; the
+// connection must outlive it.
+class X11CursorMonitor {
+ public:
+  X11CursorMonitor(X11Connection& connection, const X11Extensions& extensions);
+  X11CursorMonitor(const X11CursorMonitor&) = delete;
+  X11CursorMonitor& operator=(const X11CursorMonitor&) = delete;
+  ~X11CursorMonitor();
+
+  void handle(const xcb_generic_event_t& event);
+  // True when an event said that the answer of `current` may differ from the last one.
+  [[nodiscard]] bool isPending() const { return moved || reshaped; }
+  // False when the server has no means to tell of motion, so that one has to look now and then.
+  [[nodiscard]] bool hearsMotion() const { return input.has_value(); }
+  // Asks the server; empty while the pointer is on another screen or the connection broke.
+  [[nodiscard]] std::optional<X11Cursor> current();
+
+ private:
+  void select(bool wanted);
+  [[nodiscard]] std::shared_ptr<const CursorImage> fetchImage();
+
+  X11Connection& connection;
+  std::optional<X11Extensions::Events> fixes;
+  std::optional<X11Extensions::Requests> input;
+  std::shared_ptr<const CursorImage> image;
+  bool moved = true;
+  bool reshaped = true;
+};
+
+}  // namespace quorvin

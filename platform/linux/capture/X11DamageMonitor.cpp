@@ -1,0 +1,47 @@
+#include "platform/linux/capture/X11DamageMonitor.h"
+
+#include <span>
+
+namespace quorvin {
+
+X11DamageMonitor::X11DamageMonitor(X11Connection& connection, const X11Extensions& extensions)
+    : connection(connection),
+      events(extensions.damage.value()),
+      damage(xcb_generate_id(connection.get())),
+      parts(xcb_generate_id(connection.get())) {
+  xcb_damage_create(connection.get(), damage, connection.root(), XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
+  xcb_xfixes_create_region(connection.get(), parts, 0, nullptr);
+  // A new monitor holds the whole window to have changed.
+  takenAt = xcb_damage_subtract(connection.get(), damage, XCB_NONE, XCB_NONE).sequence;
+}
+
+X11DamageMonitor::~X11DamageMonitor() {
+  xcb_damage_destroy(connection.get(), damage);
+  xcb_xfixes_destroy_region(connection.get(), parts);
+}
+
+void X11DamageMonitor::handle(const xcb_generic_event_t& event) {
+  if ((event.response_type & 0x7f) != events.first + XCB_DAMAGE_NOTIFY) return;
+  // An event that was on its way while the changes were taken tells of nothing new. The numbers
+  // wrap around.
+  if (static_cast<std::int32_t>(event.full_sequence - takenAt) >= 0) pending = true;
+}
+
+PixelRegion X11DamageMonitor::take(const PixelRect& area) {
+  pending = false;
+  takenAt = xcb_damage_subtract(connection.get(), damage, XCB_NONE, parts).sequence;
+  const auto reply = x11Reply(xcb_xfixes_fetch_region_reply, connection.get(),
+                              xcb_xfixes_fetch_region(connection.get(), parts));
+  PixelRegion changes;
+  if (!reply) return changes;
+  const std::span rects(
+      xcb_xfixes_fetch_region_rectangles(reply.get()),
+      static_cast<std::size_t>(xcb_xfixes_fetch_region_rectangles_length(reply.get())));
+  for (const auto& rect : rects) {
+    const PixelRect changed{rect.x, rect.y, rect.width, rect.height};
+    changes.add(intersectionOf(changed, area).movedBy(-area.x, -area.y));
+  }
+  return changes;
+}
+
+}  // namespace quorvin

@@ -1,0 +1,82 @@
+#include "platform/linux/capture/X11SharedMemory.h"
+
+#include <xcb/shm.h>
+
+#include "platform/linux/capture/PixelMemory.h"
+#include "platform/linux/capture/ScreenCaptureErrors.h"
+
+namespace quorvin {
+
+namespace {
+
+constexpr std::uint8_t writable = 0;
+
+void attach(X11Connection& connection, PixelImage& image, xcb_void_cookie_t request,
+            xcb_shm_seg_t segment) {
+  if (!connection.succeeded(request)) {
+    throw screenCaptureError(ScreenCaptureErrorCode::noResources,
+                             "The X server does not share memory with this program.");
+  }
+  image.segment = segment;
+  image.attachment = std::shared_ptr<const void>(
+      &connection, [segment](X11Connection* server) { xcb_shm_detach(server->get(), segment); });
+}
+
+void shareByDescriptor(X11Connection& connection, PixelImage& image, std::size_t sizeBytes) {
+  SharedPixelMemory shared = allocateSharedPixelMemory(sizeBytes);
+  image.memory = std::move(shared.memory);
+  const xcb_shm_seg_t segment = xcb_generate_id(connection.get());
+  // libxcb closes the descriptor once it has been sent.
+  attach(
+      connection, image,
+      xcb_shm_attach_fd_checked(connection.get(), segment, shared.descriptor.release(), writable),
+      segment);
+}
+
+void shareBySystemV(X11Connection& connection, PixelImage& image, std::size_t sizeBytes) {
+  const SystemVPixelMemory shared(sizeBytes);
+  image.memory = shared.memory();
+  const xcb_shm_seg_t segment = xcb_generate_id(connection.get());
+  attach(connection, image,
+         xcb_shm_attach_checked(connection.get(), segment, shared.identifier(), writable), segment);
+}
+
+bool works(X11Connection& connection, X11Transport transport) {
+  try {
+    [[maybe_unused]] const PixelImage trial = makeSharedImage(connection, transport, {16, 16});
+    return true;
+  } catch (const Error&) {
+    return false;
+  }
+}
+
+}  // namespace
+
+X11Transport chooseTransport(X11Connection& connection, const X11Extensions& extensions) {
+  // A segment number means something else, or nothing, to a server on another machine.
+  if (!extensions.sharedMemory || !connection.isLocal()) return X11Transport::replies;
+  if (extensions.sharedMemoryByDescriptor && works(connection, X11Transport::descriptor)) {
+    return X11Transport::descriptor;
+  }
+  return works(connection, X11Transport::systemV) ? X11Transport::systemV : X11Transport::replies;
+}
+
+PixelImage makeSharedImage(X11Connection& connection, X11Transport transport, PixelSize size) {
+  PixelImage image;
+  image.size = size;
+  const std::size_t sizeBytes = image.offsetBytes(0, size.height);
+  switch (transport) {
+    case X11Transport::descriptor:
+      shareByDescriptor(connection, image, sizeBytes);
+      break;
+    case X11Transport::systemV:
+      shareBySystemV(connection, image, sizeBytes);
+      break;
+    case X11Transport::replies:
+      image.memory = allocatePixelMemory(sizeBytes);
+      break;
+  }
+  return image;
+}
+
+}  // namespace quorvin

@@ -1,0 +1,63 @@
+#include "platform/linux/dispatch/DispatchPool.h"
+
+#include <pthread.h>
+
+#include <utility>
+
+namespace quorvin {
+namespace {
+
+constexpr std::size_t threadsMax = 4;
+
+thread_local const DispatchPool* poolOfThisThread = nullptr;
+
+}  // namespace
+
+DispatchPool::~DispatchPool() {
+  finish();
+}
+
+void DispatchPool::async(Task task) {
+  const std::lock_guard lock(mutex);
+  if (isFinished) return;
+  tasks.push_back(std::move(task));
+  if (tasks.size() > idleThreads && threads.size() < threadsMax) {
+    threads.emplace_back([this] { run(); });
+  }
+  changed.notify_one();
+}
+
+bool DispatchPool::isCurrent() const {
+  return poolOfThisThread == this;
+}
+
+void DispatchPool::finish() {
+  std::vector<std::thread> ending;
+  {
+    const std::lock_guard lock(mutex);
+    isFinished = true;
+    threads.swap(ending);
+  }
+  changed.notify_all();
+  for (auto& thread : ending) thread.join();
+}
+
+void DispatchPool::run() {
+  pthread_setname_np(pthread_self(), "global");
+  poolOfThisThread = this;
+  std::unique_lock lock(mutex);
+  while (true) {
+    ++idleThreads;
+    changed.wait(lock, [this] { return isFinished || !tasks.empty(); });
+    --idleThreads;
+    if (tasks.empty()) return;
+    Task task = std::move(tasks.front());
+    tasks.pop_front();
+    lock.unlock();
+    task();
+    task = nullptr;
+    lock.lock();
+  }
+}
+
+}  // namespace quorvin

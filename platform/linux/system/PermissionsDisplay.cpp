@@ -1,0 +1,60 @@
+#include "platform/linux/system/PermissionsDisplay.h"
+
+#include <xcb/xtest.h>
+
+#include <chrono>
+#include <cstdint>
+#include <utility>
+
+#include "platform/linux/X11Connection.h"
+
+namespace quorvin {
+namespace {
+
+constexpr std::chrono::milliseconds none{0};
+constexpr std::chrono::milliseconds patience{1000};
+
+// A display may let clients in and still keep its screen from them (the untrusted clients of the
+// SECURITY extension), so one pixel is read.
+bool canRead(X11Connection& display) {
+  constexpr std::uint32_t allPlanes = 0xFFFFFFFF;
+  const auto request = xcb_get_image(display.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, display.root(), 0, 0,
+                                     1, 1, allPlanes);
+  return x11Reply(xcb_get_image_reply, display.get(), request) != nullptr;
+}
+
+bool canInject(X11Connection& display) {
+  const auto* extension = xcb_get_extension_data(display.get(), &xcb_test_id);
+  return extension != nullptr && extension->present != 0;
+}
+
+}  // namespace
+
+PermissionsDisplay::PermissionsDisplay(std::string name) : name(std::move(name)) {}
+
+DisplayAccess PermissionsDisplay::access() {
+  if (name.empty()) return {};
+  const bool isGoingOn = attempt != nullptr && !attempt->isOverWithin(none);
+  if (isGoingOn) return {};
+  if (!isConnected()) start();
+  return attempt->isOverWithin(patience) && isConnected() ? *answer : DisplayAccess{};
+}
+
+void PermissionsDisplay::start() {
+  answer = std::make_shared<DisplayAccess>();
+  attempt = std::make_unique<DisplayAttempt>(name, [answer = answer](X11Connection& display) {
+    *answer = {canRead(display), canInject(display)};
+    return true;
+  });
+}
+
+// Reading what has arrived, without waiting, is how libxcb comes to see the end of a connection.
+bool PermissionsDisplay::isConnected() {
+  auto* connection = attempt != nullptr ? attempt->connection() : nullptr;
+  if (connection == nullptr) return false;
+  while (connection->pollEvent() != nullptr) {
+  }
+  return !connection->isBroken();
+}
+
+}  // namespace quorvin

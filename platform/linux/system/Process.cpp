@@ -1,0 +1,102 @@
+#include "platform/linux/system/Process.h"
+
+#include <gio/gio.h>
+#include <glib.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <utility>
+
+#include "platform/linux/system/Activity.h"
+
+namespace quorvin {
+namespace {
+
+std::string variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value != nullptr ? value : "";
+}
+
+// The user's bus where systemd or its like put it, unless the environment names another.
+std::string sessionBusAddress() {
+  auto address = variable("DBUS_SESSION_BUS_ADDRESS");
+  const auto runtimeFolder = variable("XDG_RUNTIME_DIR");
+  if (!address.empty() || runtimeFolder.empty()) return address;
+  const auto socket = runtimeFolder + "/bus";
+  std::error_code ignored;
+  if (!std::filesystem::is_socket(socket, ignored)) return {};
+  char* escaped = g_dbus_address_escape_value(socket.c_str());
+  address = std::string("unix:path=") + escaped;
+  g_free(escaped);
+  return address;
+}
+
+// Keeps this thread's writes from raising SIGPIPE, and takes back the one that they caused. The
+// signal's handling is left alone, since it belongs to the whole process.
+class PipeSignalBlock {
+ public:
+  PipeSignalBlock() {
+    sigset_t pending;
+    sigpending(&pending);
+    wasPending = sigismember(&pending, SIGPIPE) == 1;
+    sigemptyset(&pipeOnly);
+    sigaddset(&pipeOnly, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &pipeOnly, &before);
+  }
+  PipeSignalBlock(const PipeSignalBlock&) = delete;
+  PipeSignalBlock& operator=(const PipeSignalBlock&) = delete;
+  ~PipeSignalBlock() {
+    constexpr timespec atOnce{};
+    while (!wasPending && sigtimedwait(&pipeOnly, nullptr, &atOnce) < 0 && errno == EINTR) {
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  }
+
+ private:
+  sigset_t pipeOnly{};
+  sigset_t before{};
+  bool wasPending = false;
+};
+
+}  // namespace
+
+ActivityServices ActivityServices::fromEnvironment() {
+  return {.display = variable("DISPLAY"), .busAddress = sessionBusAddress()};
+}
+
+LinuxProcess::LinuxProcess(std::vector<std::string> arguments, ActivityServices services)
+    : argumentList(std::move(arguments)), services(std::move(services)) {}
+
+std::vector<std::string> LinuxProcess::arguments() {
+  return argumentList;
+}
+
+void LinuxProcess::exit(int status) {
+  std::exit(status);
+}
+
+void LinuxProcess::writeToStandardError(std::string_view utf8) {
+  const PipeSignalBlock noSignal;
+  while (write(STDERR_FILENO, utf8.data(), utf8.size()) < 0 && errno == EINTR) {
+  }
+}
+
+// Linux slows no process down for being in the background, so the options change nothing.
+std::shared_ptr<ActivityToken> LinuxProcess::beginActivity(std::uint64_t /*options*/,
+                                                           const std::string& reason) {
+  return std::make_shared<Activity>(services, reason);
+}
+
+void LinuxProcess::endActivity(const std::shared_ptr<ActivityToken>& token) {
+  if (const auto activity = std::dynamic_pointer_cast<Activity>(token)) activity->end();
+}
+
+bool LinuxProcess::isMacOSAtLeast(int /*major*/, int /*minor*/) {
+  return false;
+}
+
+}  // namespace quorvin

@@ -1,0 +1,166 @@
+#include "platform/linux/ui/Application.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "platform/linux/dispatch/Dispatch.h"
+#include "platform/linux/ui/StartUpError.h"
+
+namespace quorvin {
+namespace {
+
+constexpr auto programVariable = "QUORVIN_UI";
+constexpr auto programBesideHost = "quorvin-webui";
+constexpr int startUpErrorStatus = 1;
+constexpr int restartStatus = 1;
+constexpr auto programPatience = std::chrono::seconds(2);
+
+std::optional<std::string> environmentValue(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? std::nullopt : std::optional<std::string>(value);
+}
+
+std::string uiProgramName() {
+  auto name = environmentValue(programVariable).value_or(std::string());
+  if (!name.empty()) return name;
+  std::error_code unknown;
+  return std::filesystem::read_symlink("/proc/self/exe", unknown)
+      .replace_filename(programBesideHost);
+}
+
+// One line, whatever the environment put into the message.
+void report(const StartUpError& error) {
+  std::string line = error.what();
+  for (auto& character : line) {
+    if (g_ascii_iscntrl(character) != FALSE) character = ' ';
+  }
+  line = "quorvin-support: " + line + "\n";
+  std::fputs(line.c_str(), stderr);
+}
+
+}  // namespace
+
+LinuxApplication::LinuxApplication(GMainContext* context, LinuxDispatch& dispatch)
+    : context(context), dispatch(dispatch) {}
+
+LinuxApplication::~LinuxApplication() = default;
+
+int LinuxApplication::run(int /*argc*/, char** /*argv*/, ApplicationFactories factories) {
+  delegate = factories.makeDelegate();
+  handleSignals();
+  try {
+    gtk = std::make_unique<GtkThread>();
+    load(factories, connectUserInterface());
+  } catch (const StartUpError& error) {
+    report(error);
+    end(startUpErrorStatus);
+  }
+  if (!exitStatus) runLoop();
+  finish();
+  return exitStatus.value_or(EXIT_SUCCESS);
+}
+
+// Before there is anything to wind up: a signal that comes while the application starts waits for
+// the loop.
+void LinuxApplication::handleSignals() {
+  std::size_t next = 0;
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    signals.at(next++) = MainLoopSource::onSignal(context, signal, [this] {
+      end(EXIT_SUCCESS);
+      return MainLoopSource::Next::again;
+    });
+  }
+}
+
+FileDescriptor LinuxApplication::connectUserInterface() {
+  if (const auto inherited = environmentValue(uiDescriptorVariable)) {
+    return takeInheritedUiSocket(*inherited);
+  }
+  uiProgram = std::make_unique<UiProgram>(uiProgramName());
+  return uiProgram->takeSocket();
+}
+
+void LinuxApplication::load(const ApplicationFactories& factories, FileDescriptor uiSocket) {
+  window = std::make_unique<LinuxWindow>(*gtk, dispatch.mainQueue(), [this] { windowClosed(); });
+  mainWindow = factories.makeMainWindow(*window);
+  mainWindow->awakeFromNib();
+  delegate->applicationDidFinishLaunching();
+  window->showAfterLoading();
+  if (const auto controller = window->engineController()) {
+    controller->runEngine(context, std::move(uiSocket), [this] { linkClosed(); });
+  }
+}
+
+void LinuxApplication::runLoop() {
+  const std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> running(
+      g_main_loop_new(context, FALSE), &g_main_loop_unref);
+  loop = running.get();
+  g_main_loop_run(loop);
+  loop = nullptr;
+}
+
+void LinuxApplication::windowClosed() {
+  window->orderOut();
+  if (delegate->applicationShouldTerminateAfterLastWindowClosed()) end(EXIT_SUCCESS);
+}
+
+void LinuxApplication::linkClosed() {
+  end(delegate->applicationShouldTerminateAfterLastWindowClosed() ? EXIT_SUCCESS : restartStatus);
+}
+
+void LinuxApplication::end(int status) {
+  if (exitStatus) return;
+  exitStatus = status;
+  if (loop != nullptr) g_main_loop_quit(loop);
+}
+
+void LinuxApplication::finish() {
+  // What is under way on other threads, a start of the capture say, holds parts of the program
+  // until it has reported back. All of it winds up on this thread, and before anything it needs.
+  const auto used = letGoOfProgram();
+  runUntil([&used] { return used.expired(); });
+  dispatch.finish();
+  gtk.reset();
+  if (uiProgram != nullptr) uiProgram->end(programPatience);
+  uiProgram.reset();
+  for (auto& signal : signals) signal.cancel();
+  delegate.reset();
+}
+
+// Returns what expires with the last of the program's channels.
+std::weak_ptr<const LinuxMessenger> LinuxApplication::letGoOfProgram() {
+  auto controller = window == nullptr ? nullptr : window->engineController();
+  // The handlers hold the program's objects, so they go before the objects can.
+  if (controller != nullptr) controller->shutDownEngine();
+  mainWindow.reset();
+  window.reset();
+  return controller == nullptr ? std::weak_ptr<const LinuxMessenger>()
+                               : controller->usedMessenger();
+}
+
+// Goes on serving the main queue for as long as that takes, within reason.
+void LinuxApplication::runUntil(const std::function<bool()>& condition) {
+  bool isOverdue = false;
+  const auto deadline = MainLoopSource::onTimeout(context, programPatience, [&isOverdue] {
+    isOverdue = true;
+    return MainLoopSource::Next::finished;
+  });
+  while (!condition() && !isOverdue) g_main_context_iteration(context, TRUE);
+}
+
+void LinuxApplication::setActivationPolicy(ActivationPolicy policy) {
+  if (window != nullptr) window->setInTaskbar(policy == ActivationPolicy::regular);
+}
+
+std::vector<Window*> LinuxApplication::windows() {
+  if (window == nullptr) return {};
+  return {window.get()};
+}
+
+}  // namespace quorvin

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <glib.h>
+
+#include <array>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/Application.h"
+#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/ui/GtkThread.h"
+#include "platform/linux/ui/MainLoopSource.h"
+#include "platform/linux/ui/UiProgram.h"
+#include "platform/linux/ui/Window.h"
+
+namespace quorvin {
+
+class LinuxDispatch;
+
+// The application over a GTK window and the UI link. Runs on the main thread, whose GLib main
+// context must not be the process's default one: that is the GTK thread's.
+//
+// What it cannot start without (a display, the UI link) it reports with one line on standard error
+// and status 1. It ends when the delegate lets its window's closing end it, when the other side
+// closes the UI link, and on SIGTERM, SIGINT and SIGHUP. The status is 0, except for a link that
+// was closed under an application which outlives its windows: that is 1, so that whoever
+// supervises it starts it, and with it the user interface, again.
+class LinuxApplication final : public Application {
+ public:
+  LinuxApplication(GMainContext* context, LinuxDispatch& dispatch);
+  ~LinuxApplication() override;
+
+  // When this returns everything made for the run is gone: listeners are cancelled, handlers
+  // forgotten, queued tasks run, the user-interface program has left. To be called once.
+  int run(int argc, char** argv, ApplicationFactories factories) override;
+
+  // An accessory's window has no entry in the task bar.
+  void setActivationPolicy(ActivationPolicy policy) override;
+  [[nodiscard]] std::vector<Window*> windows() override;
+
+ private:
+  void handleSignals();
+  [[nodiscard]] FileDescriptor connectUserInterface();
+  void load(const ApplicationFactories& factories, FileDescriptor uiSocket);
+  void runLoop();
+  void finish();
+  [[nodiscard]] std::weak_ptr<const LinuxMessenger> letGoOfProgram();
+  void runUntil(const std::function<bool()>& condition);
+  void windowClosed();
+  void linkClosed();
+  void end(int status);
+
+  GMainContext* context;
+  LinuxDispatch& dispatch;
+  std::array<MainLoopSource, 3> signals;
+  std::unique_ptr<GtkThread> gtk;
+  std::unique_ptr<UiProgram> uiProgram;  // unless it was there first and started this process
+  std::unique_ptr<ApplicationDelegate> delegate;
+  std::unique_ptr<LinuxWindow> window;
+  std::unique_ptr<MainWindow> mainWindow;
+  GMainLoop* loop = nullptr;  // while it runs
+  std::optional<int> exitStatus;
+};
+
+}  // namespace quorvin

@@ -1,0 +1,124 @@
+#include "platform/linux/ui/GtkThread.h"
+
+#include <gdk/gdkx.h>
+#include <gtk/gtk.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <utility>
+
+#include "platform/linux/ui/StartUpError.h"
+
+namespace quorvin {
+namespace {
+
+constexpr auto startPatience = std::chrono::seconds(10);
+constexpr auto endPatience = std::chrono::seconds(2);
+
+using Task = std::function<void()>;
+
+// An exception has no way through GLib's C frames, hence noexcept.
+gboolean runTask(gpointer task) noexcept {
+  (*static_cast<Task*>(task))();
+  return G_SOURCE_REMOVE;
+}
+
+void discardTask(gpointer task) noexcept {
+  delete static_cast<Task*>(task);
+}
+
+// What GDK does at this point is end the process.
+int stayAlive(Display* /*display*/) {
+  return 0;
+}
+
+bool openDisplay() {
+  // Capture and input need an X server, so the window is on that one too.
+  gdk_set_allowed_backends("x11");
+  // The program's numbers and messages do not follow the user's locale.
+  gtk_disable_setlocale();
+  // Names the windows' class, by which desktops find the entry of an application.
+  g_set_prgname("quorvin-support");
+  // GTK gets no arguments: it would understand some of them itself.
+  return gtk_init_check(nullptr, nullptr) != FALSE;
+}
+
+}  // namespace
+
+// Shared with the thread, which may have to be left behind.
+class GtkThread::State {
+ public:
+  enum class Phase { starting, failed, running, stuck, ended };
+
+  void enter(Phase next) {
+    const std::lock_guard lock(mutex);
+    phase = next;
+    changed.notify_all();
+  }
+
+  // The first phase that is not `former`, or `former` when the time is over.
+  Phase waitWhile(Phase former, std::chrono::milliseconds patience) {
+    std::unique_lock lock(mutex);
+    changed.wait_for(lock, patience, [&] { return phase != former; });
+    return phase;
+  }
+
+ private:
+  std::mutex mutex;
+  std::condition_variable changed;
+  Phase phase = Phase::starting;  // guarded by mutex
+};
+
+// Xlib must not return into GDK, which would work on with answers it never got.
+[[noreturn]] void GtkThread::stopForGood(State& state) {
+  state.enter(State::Phase::stuck);
+  while (true) std::this_thread::sleep_for(std::chrono::hours(24));
+}
+
+GtkThread::GtkThread() : state(std::make_shared<State>()), thread(&GtkThread::run, state) {
+  const auto phase = state->waitWhile(State::Phase::starting, startPatience);
+  if (phase == State::Phase::running) return;
+  if (phase == State::Phase::failed) {
+    thread.join();
+    throw StartUpError("A display that can be opened is needed; DISPLAY names none.");
+  }
+  thread.detach();
+  throw StartUpError("The display that DISPLAY names does not answer.");
+}
+
+void GtkThread::run(const std::shared_ptr<State>& state) {
+  if (!openDisplay()) return state->enter(State::Phase::failed);
+  XSetIOErrorHandler(&stayAlive);
+  XSetIOErrorExitHandler(
+      gdk_x11_get_default_xdisplay(),
+      [](Display* display, void* lost) {
+        // Xlib holds it on behalf of this thread's exit handlers; others will need it in theirs.
+        XUnlockDisplay(display);
+        stopForGood(*static_cast<State*>(lost));
+      },
+      state.get());
+  state->enter(State::Phase::running);
+  gtk_main();
+  state->enter(State::Phase::ended);
+}
+
+GtkThread::~GtkThread() {
+  post([] { gtk_main_quit(); });
+  if (state->waitWhile(State::Phase::running, endPatience) == State::Phase::ended) {
+    thread.join();
+  } else {
+    thread.detach();
+  }
+}
+
+void GtkThread::post(std::function<void()> task) const {
+  auto* source = g_idle_source_new();
+  g_source_set_priority(source, G_PRIORITY_DEFAULT);
+  g_source_set_callback(source, &runTask, std::make_unique<Task>(std::move(task)).release(),
+                        &discardTask);
+  g_source_attach(source, nullptr);
+  g_source_unref(source);
+}
+
+}  // namespace quorvin
