@@ -1,10 +1,9 @@
-#include "platform/flutter/LinkFrame.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <string>
 
+#include "platform/flutter/LinkFrame.h"
 #include "platform/flutter/StandardMethodCodec.h"
 #include "tests/unit/flutter/HexBytes.h"
 

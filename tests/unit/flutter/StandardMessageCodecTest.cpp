@@ -1,5 +1,3 @@
-#include "platform/flutter/StandardMessageCodec.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -9,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/flutter/StandardMessageCodec.h"
 #include "tests/unit/flutter/HexBytes.h"
 
 namespace quorvin {

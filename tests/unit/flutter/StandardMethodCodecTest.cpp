@@ -1,5 +1,3 @@
-#include "platform/flutter/StandardMethodCodec.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -7,6 +5,7 @@
 #include <variant>
 #include <vector>
 
+#include "platform/flutter/StandardMethodCodec.h"
 #include "tests/unit/flutter/HexBytes.h"
 
 namespace quorvin {

@@ -1,8 +1,8 @@
-#include "platform/flutter/Utf8.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
+
+#include "platform/flutter/Utf8.h"
 
 namespace quorvin {
 namespace {
