@@ -13,7 +13,7 @@ const headlines = {
   starting: {what: 'Starting the session…', next: 'Your screen will be visible in a moment.'},
   live: {
     what: 'Your screen is being shared.',
-    next: 'Your supporter can see it and use the mouse and keyboard. Stop whenever you like.',
+    next: 'Your supporter sees everything on it. Stop whenever you like.',
   },
   ended: {
     what: 'Sharing has stopped.',
