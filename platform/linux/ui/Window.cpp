@@ -13,7 +13,7 @@ LinuxWindow::LinuxWindow(const GtkThread& thread, const std::shared_ptr<Dispatch
     : thread(thread),
       onClose(std::make_shared<const std::function<void()>>(std::move(onClose))),
       // By the time the news is on the main thread the window may be gone.
-      view(std::make_shared<WindowView>([mainQueue, weak = std::weak_ptr(this->onClose)] {
+      windowView(std::make_shared<WindowView>([mainQueue, weak = std::weak_ptr(this->onClose)] {
         mainQueue->async([weak] {
           if (const auto closed = weak.lock()) (*closed)();
         });
@@ -26,7 +26,7 @@ LinuxWindow::~LinuxWindow() {
 }
 
 void LinuxWindow::onViewThread(std::function<void(WindowView&)> task) {
-  thread.post([view = view, task = std::move(task)] { task(*view); });
+  thread.post([kept = windowView, task = std::move(task)] { task(*kept); });
 }
 
 void LinuxWindow::setContentViewController(std::shared_ptr<FlutterViewController> controller) {

@@ -45,7 +45,7 @@ class LinuxWindow final : public Window {
 
   const GtkThread& thread;
   std::shared_ptr<const std::function<void()>> onClose;
-  std::shared_ptr<WindowView> view;
+  std::shared_ptr<WindowView> windowView;
   std::shared_ptr<LinuxFlutterViewController> content;
   bool wasOrderedOut = false;
 };
