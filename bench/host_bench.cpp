@@ -80,7 +80,7 @@ void bareFetchAndEncode(benchmark::State& state) {
   auto image = reader.makeImage({widthPx, heightPx});
   const std::unique_ptr<void, decltype(&tjDestroy)> compressor(tjInitCompress(), &tjDestroy);
   std::vector<unsigned char> file(tjBufSize(widthPx, heightPx, TJSAMP_420));
-  for (auto _ : state) {
+  const auto fetchAndEncode = [&] {
     if (!reader.read(PixelRegion(wholeOf(image.size)), image)) state.SkipWithError("no pixels");
     auto* bytes = file.data();
     auto size = static_cast<unsigned long>(file.size());  // NOLINT: the library's own type
@@ -88,7 +88,10 @@ void bareFetchAndEncode(benchmark::State& state) {
                 static_cast<int>(image.strideBytes()), heightPx, TJPF_BGRX, &bytes, &size,
                 TJSAMP_420, quality, TJFLAG_FASTDCT | TJFLAG_NOREALLOC);
     benchmark::DoNotOptimize(size);
-  }
+  };
+  // The host's memory has been touched before, so this must have been as well.
+  fetchAndEncode();
+  for (auto _ : state) fetchAndEncode();
 }
 BENCHMARK(bareFetchAndEncode)
     ->Unit(benchmark::kMillisecond)
