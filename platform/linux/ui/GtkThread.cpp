@@ -2,9 +2,12 @@
 
 #include <gdk/gdkx.h>
 #include <gtk/gtk.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
 #include <mutex>
 #include <utility>
 
@@ -31,6 +34,18 @@ void discardTask(gpointer task) noexcept {
 // What GDK does at this point is end the process.
 int stayAlive(Display* /*display*/) {
   return 0;
+}
+
+// Makes the process end without its libraries' exit handlers: those would destroy what a thread
+// that was left behind still uses, and wait for locks that it holds.
+void skipExitHandlers() {
+  // Of all handlers the one that was added last runs first.
+  ::on_exit(
+      [](int status, void* /*data*/) {
+        std::fflush(nullptr);
+        ::_exit(status);
+      },
+      nullptr);
 }
 
 bool openDisplay() {
@@ -83,7 +98,7 @@ GtkThread::GtkThread() : state(std::make_shared<State>()), thread(&GtkThread::ru
     thread.join();
     throw StartUpError("A display that can be opened is needed; DISPLAY names none.");
   }
-  thread.detach();
+  leaveBehind();
   throw StartUpError("The display that DISPLAY names does not answer.");
 }
 
@@ -92,11 +107,7 @@ void GtkThread::run(const std::shared_ptr<State>& state) {
   XSetIOErrorHandler(&stayAlive);
   XSetIOErrorExitHandler(
       gdk_x11_get_default_xdisplay(),
-      [](Display* display, void* lost) {
-        // Xlib holds it on behalf of this thread's exit handlers; others will need it in theirs.
-        XUnlockDisplay(display);
-        stopForGood(*static_cast<State*>(lost));
-      },
+      [](Display* /*display*/, void* lost) { stopForGood(*static_cast<State*>(lost)); },
       state.get());
   state->enter(State::Phase::running);
   gtk_main();
@@ -108,8 +119,13 @@ GtkThread::~GtkThread() {
   if (state->waitWhile(State::Phase::running, endPatience) == State::Phase::ended) {
     thread.join();
   } else {
-    thread.detach();
+    leaveBehind();
   }
+}
+
+void GtkThread::leaveBehind() {
+  thread.detach();
+  skipExitHandlers();
 }
 
 void GtkThread::post(std::function<void()> task) const {

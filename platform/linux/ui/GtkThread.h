@@ -16,7 +16,8 @@ class GtkThread {
   GtkThread();
   GtkThread(const GtkThread&) = delete;
   GtkThread& operator=(const GtkThread&) = delete;
-  // Runs what was posted before and ends the thread; one that is stuck is left behind.
+  // Runs what was posted before and ends the thread. One that is stuck is left behind; the process
+  // then ends without the exit handlers of its libraries.
   ~GtkThread();
 
   // Runs the task on the thread, after those posted before; not at all when the display is gone.
@@ -28,6 +29,8 @@ class GtkThread {
 
   [[noreturn]] static void stopForGood(State& state);
   static void run(const std::shared_ptr<State>& state);
+
+  void leaveBehind();
 
   std::shared_ptr<State> state;
   std::thread thread;

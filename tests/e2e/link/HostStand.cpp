@@ -17,6 +17,17 @@ std::string withSuppressions(const char* name, const std::string& options) {
   return std::string(name) + "=" + (given == nullptr ? "" : std::string(given) + ":") + options;
 }
 
+// A number that no other test is given for a long time: a server that finds one by itself takes
+// that of a server which a test has just killed, and the killed one's host would find the new one
+// there.
+std::string unusedDisplay() {
+  constexpr int first = 1000;
+  constexpr int span = 50'000;
+  constexpr int perProcess = 64;
+  static int made = 0;
+  return ":" + std::to_string(first + (::getpid() * perProcess + made++ % perProcess) % span);
+}
+
 }  // namespace
 
 ScratchFolder::ScratchFolder() {
@@ -43,7 +54,7 @@ std::pair<FileDescriptor, FileDescriptor> makeLinkPair() {
 }
 
 HostStand::HostStand(JpegSize screen)
-    : server({"-screen", "0",
+    : server({unusedDisplay(), "-screen", "0",
               std::to_string(screen.widthPx) + "x" + std::to_string(screen.heightPx) + "x24",
               "-noreset"}) {}
 
