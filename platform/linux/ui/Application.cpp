@@ -151,6 +151,9 @@ void LinuxApplication::runUntil(const std::function<bool()>& condition) {
     isOverdue = true;
     return MainLoopSource::Next::finished;
   });
+  // What the condition waits for may happen on another thread, which wakes nobody here.
+  const auto beat = MainLoopSource::onTimeout(context, std::chrono::milliseconds(5),
+                                              [] { return MainLoopSource::Next::again; });
   while (!condition() && !isOverdue) g_main_context_iteration(context, TRUE);
 }
 
