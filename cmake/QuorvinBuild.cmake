@@ -3,11 +3,15 @@
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_OBJCXX_STANDARD 20)
+set(CMAKE_OBJCXX_STANDARD_REQUIRED ON)
+set(CMAKE_OBJCXX_EXTENSIONS OFF)
 
 find_program(QUORVIN_CCACHE ccache)
 if(QUORVIN_CCACHE)
   set(CMAKE_C_COMPILER_LAUNCHER "${QUORVIN_CCACHE}")
   set(CMAKE_CXX_COMPILER_LAUNCHER "${QUORVIN_CCACHE}")
+  set(CMAKE_OBJCXX_COMPILER_LAUNCHER "${QUORVIN_CCACHE}")
 endif()
 
 set(QUORVIN_SANITIZE "" CACHE STRING "Sanitizers for every target, as given to -fsanitize=")
@@ -32,7 +36,17 @@ if(QUORVIN_SANITIZE)
   endif()
 endif()
 
+option(QUORVIN_COVERAGE "Record which lines run (clang only)" OFF)
+if(QUORVIN_COVERAGE)
+  add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
+  add_link_options(-fprofile-instr-generate)
+endif()
+
 # Where the application bundle of this build is put together; the layout is the same on every
 # system, only the folder of the executables differs.
 set(QUORVIN_BUNDLE "${CMAKE_BINARY_DIR}/Quorvin Support.app")
-set(QUORVIN_BUNDLE_EXECUTABLES "${QUORVIN_BUNDLE}/Contents/Linux")
+if(QUORVIN_BACK_END STREQUAL "macos")
+  set(QUORVIN_BUNDLE_EXECUTABLES "${QUORVIN_BUNDLE}/Contents/MacOS")
+else()
+  set(QUORVIN_BUNDLE_EXECUTABLES "${QUORVIN_BUNDLE}/Contents/Linux")
+endif()
