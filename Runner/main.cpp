@@ -12,7 +12,7 @@ int main(int argc, char** argv) {
       {.makeDelegate = [&platform] { return std::make_unique<AppDelegate>(platform); },
        .makeMainWindow =
            [&platform](Window& window) {
-             return std::make_unique<MainFlutterWindow>(platform, window);
+             return MainFlutterWindow::make(platform, window);
            }});
   platform.process.exit(status);
 }

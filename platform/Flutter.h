@@ -91,6 +91,20 @@ class FlutterEventChannel {
   FlutterEventChannel() = default;
 };
 
+// Plain text messages on a channel of their own, as UTF-8 without an envelope.
+class FlutterBasicMessageChannel {
+ public:
+  FlutterBasicMessageChannel(const FlutterBasicMessageChannel&) = delete;
+  FlutterBasicMessageChannel& operator=(const FlutterBasicMessageChannel&) = delete;
+  virtual ~FlutterBasicMessageChannel() = default;
+
+  // No answer is asked for.
+  virtual void sendMessage(const std::string& message) = 0;
+
+ protected:
+  FlutterBasicMessageChannel() = default;
+};
+
 // Holds the user interface's view and, with it, the engine that runs it.
 class FlutterViewController {
  public:
@@ -100,6 +114,9 @@ class FlutterViewController {
 
   // The messenger of this controller's engine; usable at once.
   [[nodiscard]] virtual std::shared_ptr<FlutterBinaryMessenger> binaryMessenger() = 0;
+  // Registers the plug-in of that registrar key with this controller as registry. Nothing happens
+  // on a system whose user interface brings no such plug-in.
+  virtual void registerPlugin(const std::string& key) = 0;
 
  protected:
   FlutterViewController() = default;
@@ -116,6 +133,9 @@ class Flutter {
   [[nodiscard]] virtual std::unique_ptr<FlutterMethodChannel> makeMethodChannel(
       const std::string& name, std::shared_ptr<FlutterBinaryMessenger> messenger) = 0;
   [[nodiscard]] virtual std::unique_ptr<FlutterEventChannel> makeEventChannel(
+      const std::string& name, std::shared_ptr<FlutterBinaryMessenger> messenger) = 0;
+  // With the string codec.
+  [[nodiscard]] virtual std::unique_ptr<FlutterBasicMessageChannel> makeBasicMessageChannel(
       const std::string& name, std::shared_ptr<FlutterBinaryMessenger> messenger) = 0;
 
  protected:

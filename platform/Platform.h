@@ -19,6 +19,7 @@ struct Platform {
   Dispatch& dispatch;
   Flutter& flutter;
   ImageEncoder& imageEncoder;
+  NotificationCenter& notificationCenter;
   Permissions& permissions;
   Process& process;
   ScreenCapture& screenCapture;

@@ -22,6 +22,7 @@ class FakeMessenger final : public FlutterBinaryMessenger {
   std::map<std::string, FlutterMethodCallHandler> methodHandlers;
   std::map<std::string, std::shared_ptr<FlutterStreamHandler>> streamHandlers;
   std::vector<FlutterEvent> events;
+  std::vector<std::pair<std::string, std::string>> messages;  // channel and text, as sent
 
   std::shared_ptr<Call> invoke(const std::string& channel, const std::string& method,
                                Value arguments = {}) {
@@ -55,10 +56,11 @@ class FakeFlutter final : public Flutter {
  public:
   std::shared_ptr<FakeMessenger> messenger = std::make_shared<FakeMessenger>();
   int viewControllersMade = 0;
+  std::vector<std::string> plugins;  // registrar keys, in order
 
   std::shared_ptr<FlutterViewController> makeViewController() override {
     ++viewControllersMade;
-    return std::make_shared<Controller>(messenger);
+    return std::make_shared<Controller>(*this);
   }
   std::unique_ptr<FlutterMethodChannel> makeMethodChannel(
       const std::string& name, std::shared_ptr<FlutterBinaryMessenger> carrier) override {
@@ -68,15 +70,33 @@ class FakeFlutter final : public Flutter {
       const std::string& name, std::shared_ptr<FlutterBinaryMessenger> carrier) override {
     return std::make_unique<EventChannel>(name, std::static_pointer_cast<FakeMessenger>(carrier));
   }
+  std::unique_ptr<FlutterBasicMessageChannel> makeBasicMessageChannel(
+      const std::string& name, std::shared_ptr<FlutterBinaryMessenger> carrier) override {
+    return std::make_unique<BasicMessageChannel>(name,
+                                                 std::static_pointer_cast<FakeMessenger>(carrier));
+  }
 
  private:
   class Controller final : public FlutterViewController {
    public:
-    explicit Controller(std::shared_ptr<FakeMessenger> messenger)
-        : messenger(std::move(messenger)) {}
-    std::shared_ptr<FlutterBinaryMessenger> binaryMessenger() override { return messenger; }
+    explicit Controller(FakeFlutter& flutter) : flutter(flutter) {}
+    std::shared_ptr<FlutterBinaryMessenger> binaryMessenger() override { return flutter.messenger; }
+    void registerPlugin(const std::string& key) override { flutter.plugins.push_back(key); }
 
    private:
+    FakeFlutter& flutter;
+  };
+
+  class BasicMessageChannel final : public FlutterBasicMessageChannel {
+   public:
+    BasicMessageChannel(std::string name, std::shared_ptr<FakeMessenger> messenger)
+        : name(std::move(name)), messenger(std::move(messenger)) {}
+    void sendMessage(const std::string& message) override {
+      messenger->messages.emplace_back(name, message);
+    }
+
+   private:
+    std::string name;
     std::shared_ptr<FakeMessenger> messenger;
   };
 

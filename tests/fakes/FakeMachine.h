@@ -34,13 +34,22 @@ struct FakeMachine {
   FakeApplication application;
   FakeFlutter flutter;
   FakeImageEncoder imageEncoder;
+  FakeNotificationCenter notificationCenter;
   FakePermissions permissions;
   FakeProcess process;
   FakeScreenCapture screenCapture;
   FakeText text;
   FakeUserDefaults userDefaults;
-  Platform platform{application, dispatch,      flutter, imageEncoder, permissions,
-                    process,     screenCapture, text,    userDefaults};
+  Platform platform{.application = application,
+                    .dispatch = dispatch,
+                    .flutter = flutter,
+                    .imageEncoder = imageEncoder,
+                    .notificationCenter = notificationCenter,
+                    .permissions = permissions,
+                    .process = process,
+                    .screenCapture = screenCapture,
+                    .text = text,
+                    .userDefaults = userDefaults};
 
   // Everything that was done against the contract of a fake.
   [[nodiscard]] std::vector<std::string> violations() const {

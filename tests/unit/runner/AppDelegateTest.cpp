@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "Runner/AppDelegate.h"
-#include "Runner/MainFlutterWindow.h"
 #include "tests/fakes/FakeMachine.h"
 
 namespace quorvin {
@@ -64,50 +63,6 @@ TEST(AppDelegate, HidesNothingWhenThereAreNoWindows) {
   delegate.applicationDidFinishLaunching();
   machine.dispatch.runUntilIdle();
   EXPECT_FALSE(delegate.applicationShouldTerminateAfterLastWindowClosed());
-}
-
-TEST(MainFlutterWindow, SetsTheWindowUpInOrder) {
-  FakeMachine machine;
-  FakeWindow window;
-  MainFlutterWindow mainWindow(machine.platform, window);
-  EXPECT_THAT(window.calls, IsEmpty());
-  mainWindow.awakeFromNib();
-  EXPECT_THAT(window.calls, ElementsAre("setContentViewController", "setContentSize", "center",
-                                        "setContentMinSize", "setTitle"));
-  EXPECT_EQ(window.contentSize, (Size{720, 640}));
-  EXPECT_EQ(window.contentMinSize, (Size{720, 640}));
-  EXPECT_EQ(window.title, "Quorvin Support");
-  EXPECT_NE(window.controller, nullptr);
-}
-
-TEST(MainFlutterWindow, MakesTheBridgeOnTheEnginesMessenger) {
-  FakeMachine machine;
-  FakeWindow window;
-  MainFlutterWindow mainWindow(machine.platform, window);
-  mainWindow.awakeFromNib();
-  EXPECT_EQ(machine.flutter.messenger->methodHandlers.count("com.quorvin.support/host"), 1U);
-}
-
-TEST(MainFlutterWindow, HidesItselfInAnUnattendedRun) {
-  FakeMachine machine;
-  machine.process.argumentList.emplace_back("--unattended");
-  FakeWindow window;
-  MainFlutterWindow mainWindow(machine.platform, window);
-  mainWindow.awakeFromNib();
-  EXPECT_EQ(window.alpha, 0);
-  EXPECT_EQ(window.calls.back(), "orderOut");
-}
-
-TEST(MainFlutterWindow, StaysVisibleForAnArgumentThatOnlyLooksAlike) {
-  for (const auto* argument : {"--Unattended", "--unattended=yes"}) {
-    FakeMachine machine;
-    machine.process.argumentList.emplace_back(argument);
-    FakeWindow window;
-    MainFlutterWindow mainWindow(machine.platform, window);
-    mainWindow.awakeFromNib();
-    EXPECT_EQ(window.alpha, 1);
-    EXPECT_EQ(window.calls.back(), "setTitle");
-  }
 }
 
 }  // namespace

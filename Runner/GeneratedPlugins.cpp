@@ -1,0 +1,10 @@
+#include "Runner/GeneratedPlugins.h"
+
+namespace quorvin {
+
+void registerGeneratedPlugins(FlutterViewController& registry) {
+  registry.registerPlugin("FileSelectorPlugin");
+  registry.registerPlugin("SharedPreferencesPlugin");
+}
+
+}  // namespace quorvin
