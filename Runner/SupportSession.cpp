@@ -1,6 +1,7 @@
 // The session half of the host bridge: how a session starts, runs and ends.
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -39,11 +40,19 @@ void QuorvinHostBridge::startCapture(const FlutterResult& result) {
   // A capture that was there before is let go without being stopped: its callbacks carry an older
   // generation, and its own start, if still under way, will find that out and stop it.
   capture = started;
-  // Bridge and capture are held strongly here: the pending call must get its answer.
-  started->start([bridge = shared_from_this(), mainQueue = platform.dispatch.mainQueue(),
-                  generation, started, result](const std::optional<Error>& error) {
-    mainQueue->async([bridge, generation, started, error, result] {
-      bridge->startCompleted(generation, started, error, result);
+  // Bridge and capture are held strongly here: the pending call must get its answer. The main
+  // thread empties the box, so that neither ends on whichever thread drops the completion last.
+  struct PendingStart {
+    std::shared_ptr<QuorvinHostBridge> bridge;
+    std::shared_ptr<QuorvinScreenCapture> capture;
+    FlutterResult result;
+  };
+  auto pending = std::make_shared<PendingStart>(PendingStart{shared_from_this(), started, result});
+  started->start([pending, mainQueue = platform.dispatch.mainQueue(),
+                  generation](const std::optional<Error>& error) {
+    mainQueue->async([pending, generation, error] {
+      const auto start = std::exchange(*pending, {});
+      start.bridge->startCompleted(generation, start.capture, error, start.result);
     });
   });
 }

@@ -55,8 +55,8 @@ void FakeStream::updateConfiguration(const StreamConfiguration& newConfiguration
 
 void FakeStream::completeStart(std::optional<Error> error) {
   if (!std::exchange(startPending, false)) return;
-  dispatch.systemThreads().async(
-      [completion = std::exchange(startCompletion, {}), error] { completion(error); });
+  answeredStart = std::exchange(startCompletion, {});
+  dispatch.systemThreads().async([completion = answeredStart, error] { completion(error); });
 }
 
 void FakeStream::completeUpdate(std::optional<Error> error) {

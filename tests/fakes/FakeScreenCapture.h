@@ -103,6 +103,7 @@ class FakeStream final : public ScreenStream {
   int startCalls = 0;
   int stopCalls = 0;
   bool startPending = false;
+  Completion answeredStart;  // a system may drop a completion long after it ran
 
  private:
   FakeScreenCapture& owner;

@@ -151,6 +151,19 @@ TEST_F(SupportSessionTest, ARestartLetsTheRunningCaptureGo) {
   EXPECT_TRUE(bridge->hasSession());
 }
 
+TEST_F(SupportSessionTest, APendingStartEndsOnTheMainThreadWhoeverDropsItsCompletion) {
+  machine.screenCapture.completesStarts = false;
+  const auto start = startSession();
+  const auto starting = stream();
+  const std::weak_ptr<QuorvinHostBridge> pendingBridge = std::exchange(bridge, nullptr);
+  messenger().shutDown();
+  EXPECT_FALSE(pendingBridge.expired()) << "the call must get its answer";
+  starting->completeStart();
+  machine.dispatch.runUntilIdle();
+  EXPECT_EQ(start->replies, 1);
+  EXPECT_TRUE(pendingBridge.expired()) << "the system still holds the completion";
+}
+
 // ---- frames ----
 
 TEST_F(SupportSessionTest, SendsFramesToTheListener) {
