@@ -21,10 +21,12 @@ AppDelegate::AppDelegate(Platform& platform) : platform(platform) {
   platform.process.exit(unattendedRefusedStatus);
 }
 
-void AppDelegate::applicationDidFinishLaunching() {
+void AppDelegate::applicationDidFinishLaunching(
+    const std::function<void()>& superApplicationDidFinishLaunching) {
   if (UnattendedAccess::unattendedRequested(platform)) {
     platform.application.setActivationPolicy(ActivationPolicy::accessory);
   }
+  superApplicationDidFinishLaunching();
   if (!UnattendedAccess::authorizedRun(platform)) return;
   // Later, so that it sees the windows that are made while launching finishes.
   platform.dispatch.mainQueue()->async([&platform = platform] {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include "platform/Platform.h"
 
 namespace quorvin {
@@ -11,7 +13,8 @@ class AppDelegate final : public ApplicationDelegate {
   // Ends the process with status 2 when it was started for unattended use without being allowed.
   explicit AppDelegate(Platform& platform);
 
-  void applicationDidFinishLaunching() override;
+  void applicationDidFinishLaunching(
+      const std::function<void()>& superApplicationDidFinishLaunching) override;
   bool applicationShouldTerminateAfterLastWindowClosed() override;
   bool applicationSupportsSecureRestorableState() override;
 

@@ -60,7 +60,10 @@ class ApplicationDelegate {
   ApplicationDelegate& operator=(const ApplicationDelegate&) = delete;
   virtual ~ApplicationDelegate() = default;
 
-  virtual void applicationDidFinishLaunching() = 0;
+  // `superApplicationDidFinishLaunching` is what the framework's own delegate does then; to be
+  // called exactly once.
+  virtual void applicationDidFinishLaunching(
+      const std::function<void()>& superApplicationDidFinishLaunching) = 0;
   virtual bool applicationShouldTerminateAfterLastWindowClosed() = 0;
   virtual bool applicationSupportsSecureRestorableState() = 0;
 
@@ -143,7 +146,7 @@ class Application : public NotificationSender {
   [[nodiscard]] virtual bool isHidden() = 0;
   [[nodiscard]] virtual bool isActive() = 0;
   virtual void setActivationPolicy(ActivationPolicy policy) = 0;
-  // The application's windows, in its own order.
+  // The application's windows, in its own order; valid until this is called again.
   [[nodiscard]] virtual std::vector<Window*> windows() = 0;
 
  protected:

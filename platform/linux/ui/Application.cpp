@@ -90,7 +90,7 @@ void LinuxApplication::load(const ApplicationFactories& factories, FileDescripto
   window = std::make_unique<LinuxWindow>(*gtk, dispatch.mainQueue(), [this] { windowClosed(); });
   mainWindow = factories.makeMainWindow(*window);
   mainWindow->awakeFromNib();
-  delegate->applicationDidFinishLaunching();
+  delegate->applicationDidFinishLaunching([] {});  // GTK has no part of its own in it
   window->showAfterLoading();
   if (const auto controller = window->engineController()) {
     controller->runEngine(context, std::move(uiSocket), [this] { linkClosed(); });

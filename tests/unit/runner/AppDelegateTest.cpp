@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "Runner/AppDelegate.h"
 #include "tests/fakes/FakeMachine.h"
 
@@ -17,7 +19,9 @@ TEST(AppDelegate, RunsInteractivelyWithoutArguments) {
   AppDelegate delegate(machine.platform);
   FakeWindow window;
   machine.application.windowList = {&window};
-  delegate.applicationDidFinishLaunching();
+  int superCalls = 0;
+  delegate.applicationDidFinishLaunching([&] { ++superCalls; });
+  EXPECT_EQ(superCalls, 1);
   machine.dispatch.runUntilIdle();
   EXPECT_EQ(machine.application.policy, std::nullopt);
   EXPECT_THAT(window.calls, IsEmpty());
@@ -46,8 +50,14 @@ TEST(AppDelegate, HidesAnUnattendedRunAndKeepsItRunning) {
   AppDelegate delegate(machine.platform);
   FakeWindow first;
   FakeWindow second;
-  delegate.applicationDidFinishLaunching();
-  EXPECT_EQ(machine.application.policy, ActivationPolicy::accessory);
+  std::optional<ActivationPolicy> policyAtSuper;
+  delegate.applicationDidFinishLaunching([&] {
+    policyAtSuper = machine.application.policy;
+    machine.application.windowList = {&first};
+    machine.dispatch.runUntilIdle();  // nothing has been deferred yet
+  });
+  EXPECT_EQ(policyAtSuper, ActivationPolicy::accessory);
+  EXPECT_THAT(first.calls, IsEmpty());
   machine.application.windowList = {&first, &second};  // made while launching finishes
   machine.dispatch.runUntilIdle();
   EXPECT_THAT(first.calls, ElementsAre("orderOut"));
@@ -60,7 +70,7 @@ TEST(AppDelegate, HidesNothingWhenThereAreNoWindows) {
   FakeMachine machine;
   machine.authorizeUnattended("Workshop");
   AppDelegate delegate(machine.platform);
-  delegate.applicationDidFinishLaunching();
+  delegate.applicationDidFinishLaunching([] {});
   machine.dispatch.runUntilIdle();
   EXPECT_FALSE(delegate.applicationShouldTerminateAfterLastWindowClosed());
 }
