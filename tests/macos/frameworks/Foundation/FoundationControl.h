@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace standin {
+
+// What a test says about the machine and the process that Foundation describes, and what it can ask
+// afterwards. Main thread, except where a function reads.
+
+// Brings everything below back to what it was at the start, and empties the user defaults and the
+// notification centre.
+void resetFoundation();
+
+// -[NSProcessInfo operatingSystemVersion]; 13.0.0 at the start.
+void setSystemVersion(long major, long minor, long patch = 0);
+// -[NSProcessInfo arguments]; one made-up executable path at the start.
+void setProcessArguments(std::vector<std::string> arguments);
+// The home folder, without a slash at the end; a made-up one at the start.
+void setHomeFolder(std::string path);
+// +[NSBundle mainBundle]; made-up paths at the start.
+void setMainBundle(std::string bundlePath, std::string executablePath);
+
+struct Activity {
+  std::uint64_t options = 0;
+  std::string reason;
+
+  friend bool operator==(const Activity&, const Activity&) = default;
+};
+
+// Activities that are running now, oldest first.
+[[nodiscard]] std::vector<Activity> runningActivities();
+
+// A stored value of the standard user defaults, or of a suite; nil removes it.
+void presetUserDefault(const std::string& key, id _Nullable value, const std::string& suite = "");
+
+// Everything that was written to the standard error handle. Nothing of it reaches the terminal.
+[[nodiscard]] std::string writtenToStandardError();
+// Lets every following write to a file handle fail with this errno; 0 lets it succeed again.
+void failFileHandleWrites(int errnoValue);
+
+// Observers that are registered in the default notification centre.
+[[nodiscard]] std::size_t notificationObserverCount();
+
+}  // namespace standin

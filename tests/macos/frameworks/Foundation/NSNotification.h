@@ -1,0 +1,50 @@
+#pragma once
+
+#import <Foundation/NSObject.h>
+
+NS_ASSUME_NONNULL_BEGIN
+
+@class NSDictionary<KeyType, ObjectType>, NSOperationQueue, NSString;
+
+typedef NSString* NSNotificationName NS_TYPED_EXTENSIBLE_ENUM;
+
+@interface NSNotification : NSObject <NSCopying>
+
+@property(readonly, copy) NSNotificationName name;
+@property(nullable, readonly, strong) id object;
+@property(nullable, readonly, copy) NSDictionary* userInfo;
+
+@end
+
+@interface NSNotification (NSNotificationCreation)
+
++ (instancetype)notificationWithName:(NSNotificationName)aName object:(nullable id)anObject;
++ (instancetype)notificationWithName:(NSNotificationName)aName
+                              object:(nullable id)anObject
+                            userInfo:(nullable NSDictionary*)aUserInfo;
+
+@end
+
+// Any thread.
+@interface NSNotificationCenter : NSObject
+
+@property(class, readonly, strong) NSNotificationCenter* defaultCenter;
+
+- (void)addObserver:(id)observer
+           selector:(SEL)aSelector
+               name:(nullable NSNotificationName)aName
+             object:(nullable id)anObject;
+- (void)postNotification:(NSNotification*)notification;
+- (void)postNotificationName:(NSNotificationName)aName object:(nullable id)anObject;
+- (void)postNotificationName:(NSNotificationName)aName
+                      object:(nullable id)anObject
+                    userInfo:(nullable NSDictionary*)aUserInfo;
+- (void)removeObserver:(id)observer;
+- (id<NSObject>)addObserverForName:(nullable NSNotificationName)name
+                            object:(nullable id)obj
+                             queue:(nullable NSOperationQueue*)queue
+                        usingBlock:(void (^)(NSNotification* notification))block;
+
+@end
+
+NS_ASSUME_NONNULL_END

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <stdbool.h>
+#include <stddef.h>
+#include <stdint.h>
+
+// The language's own names. `id`, `Class` and `SEL` are known to the compiler.
+#if defined(__cplusplus)
+#define OBJC_EXPORT extern "C"
+#else
+#define OBJC_EXPORT extern
+#endif
+
+// As on Apple silicon, where a BOOL is a bool.
+typedef bool BOOL;
+#define YES __objc_yes
+#define NO __objc_no
+
+#if defined(__cplusplus)
+#define nil nullptr
+#define Nil nullptr
+#else
+#define nil ((void*)0)
+#define Nil ((void*)0)
+#endif
+
+typedef void (*IMP)(void);
+
+OBJC_EXPORT const char* _Nonnull sel_getName(SEL _Nonnull selector);
+OBJC_EXPORT SEL _Nonnull sel_registerName(const char* _Nonnull name);
