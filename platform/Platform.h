@@ -2,6 +2,7 @@
 
 #include "platform/Application.h"
 #include "platform/Dispatch.h"
+#include "platform/Files.h"
 #include "platform/Flutter.h"
 #include "platform/ImageEncoder.h"
 #include "platform/Permissions.h"
@@ -17,6 +18,7 @@ namespace quorvin {
 struct Platform {
   Application& application;
   Dispatch& dispatch;
+  Files& files;
   Flutter& flutter;
   ImageEncoder& imageEncoder;
   NotificationCenter& notificationCenter;

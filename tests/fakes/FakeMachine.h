@@ -5,6 +5,7 @@
 
 #include "platform/Platform.h"
 #include "tests/fakes/FakeApplication.h"
+#include "tests/fakes/FakeFiles.h"
 #include "tests/fakes/FakeFlutter.h"
 #include "tests/fakes/FakeImageEncoder.h"
 #include "tests/fakes/FakeProcess.h"
@@ -32,6 +33,7 @@ struct FakeMachine {
 
   SimulatedDispatch dispatch;
   FakeApplication application;
+  FakeFiles files;
   FakeFlutter flutter;
   FakeImageEncoder imageEncoder;
   FakeNotificationCenter notificationCenter;
@@ -42,6 +44,7 @@ struct FakeMachine {
   FakeUserDefaults userDefaults;
   Platform platform{.application = application,
                     .dispatch = dispatch,
+                    .files = files,
                     .flutter = flutter,
                     .imageEncoder = imageEncoder,
                     .notificationCenter = notificationCenter,

@@ -1,0 +1,138 @@
+#include "platform/linux/system/Files.h"
+
+#include <fcntl.h>
+#include <glib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "platform/Error.h"
+#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/system/AtomicWrite.h"
+
+namespace quorvin {
+namespace {
+
+namespace fs = std::filesystem;
+
+// As in "/home/me/notes.txt could not be removed: Permission denied."
+[[noreturn]] void fail(const fs::path& path, const std::string& what, const std::error_code& code) {
+  throw Error("com.quorvin.support.posix", code.value(),
+              path.string() + " could not be " + what + ": " + code.message() + ".");
+}
+
+void requireSuccess(const fs::path& path, const std::string& what, const std::error_code& code) {
+  if (code) fail(path, what, code);
+}
+
+std::optional<Bytes> readToEnd(int descriptor) {
+  Bytes content;
+  std::array<std::uint8_t, 16 * 1024> part{};
+  while (true) {
+    const auto count = read(descriptor, part.data(), part.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return {};
+    if (count == 0) return content;
+    content.insert(content.end(), part.begin(), part.begin() + count);
+  }
+}
+
+}  // namespace
+
+LinuxFiles::LinuxFiles(std::optional<fs::path> executable) : executable(std::move(executable)) {}
+
+std::optional<fs::path> LinuxFiles::executableOfProcess() {
+  std::error_code error;
+  auto path = fs::read_symlink("/proc/self/exe", error);
+  if (error) return {};
+  return path;
+}
+
+fs::path LinuxFiles::bundlePath() {
+  if (!executable) return {};
+  const auto folder = executable->parent_path();
+  if (folder.filename() != "Linux" || folder.parent_path().filename() != "Contents") return folder;
+  return folder.parent_path().parent_path();
+}
+
+std::optional<fs::path> LinuxFiles::executablePath() {
+  return executable;
+}
+
+fs::path LinuxFiles::homeDirectoryForCurrentUser() {
+  return homeDirectory();
+}
+
+fs::path LinuxFiles::homeDirectory() {
+  const char* home = std::getenv("HOME");
+  return home != nullptr && g_path_is_absolute(home) != FALSE ? home : g_get_home_dir();
+}
+
+std::optional<fs::path> LinuxFiles::desktopDirectory() {
+  const char* folder = g_get_user_special_dir(G_USER_DIRECTORY_DESKTOP);
+  if (folder == nullptr) return {};
+  return folder;
+}
+
+fs::path LinuxFiles::standardized(const fs::path& path) {
+  const auto normal = path.lexically_normal();
+  return normal.has_filename() ? normal : normal.parent_path();
+}
+
+void LinuxFiles::createDirectory(const fs::path& path) {
+  std::error_code error;
+  fs::create_directories(path, error);
+  requireSuccess(path, "created", error);
+}
+
+std::optional<Data> LinuxFiles::contents(const fs::path& path) {
+  // Without O_NONBLOCK a named pipe would hold up the open.
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  struct stat status {};
+  if (!file.isOpen() || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
+  auto content = readToEnd(file.get());
+  if (!content) return {};
+  return Data(std::move(*content));
+}
+
+void LinuxFiles::writeAtomically(std::span<const std::uint8_t> bytes, const fs::path& path) {
+  try {
+    replaceFile(path, bytes);
+  } catch (const std::system_error& error) {
+    fail(path, "written", error.code());
+  }
+}
+
+void LinuxFiles::removeItem(const fs::path& path) {
+  std::error_code error;
+  if (fs::remove_all(path, error) == 0 && !error) {
+    error = std::make_error_code(std::errc::no_such_file_or_directory);
+  }
+  requireSuccess(path, "removed", error);
+}
+
+bool LinuxFiles::fileExists(const fs::path& path) {
+  std::error_code error;
+  return fs::exists(path, error);
+}
+
+void LinuxFiles::createSymbolicLink(const fs::path& link, const fs::path& destination) {
+  std::error_code error;
+  fs::create_symlink(destination, link, error);
+  requireSuccess(link, "created", error);
+}
+
+fs::path LinuxFiles::destinationOfSymbolicLink(const fs::path& link) {
+  std::error_code error;
+  auto destination = fs::read_symlink(link, error);
+  requireSuccess(link, "read as a link", error);
+  return destination;
+}
+
+}  // namespace quorvin
