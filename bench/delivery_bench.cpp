@@ -68,9 +68,17 @@ void deliverOneFrame(benchmark::State& state) {
   fakes::FakeMachine machine;
   PlainDispatch dispatch;
   ReadyEncoder encoder;
-  Platform platform{machine.application, dispatch,        machine.flutter,       encoder,
-                    machine.permissions, machine.process, machine.screenCapture, machine.text,
-                    machine.userDefaults};
+  Platform platform{.application = machine.application,
+                    .dispatch = dispatch,
+                    .files = machine.files,
+                    .flutter = machine.flutter,
+                    .imageEncoder = encoder,
+                    .notificationCenter = machine.notificationCenter,
+                    .permissions = machine.permissions,
+                    .process = machine.process,
+                    .screenCapture = machine.screenCapture,
+                    .text = machine.text,
+                    .userDefaults = machine.userDefaults};
   std::size_t delivered = 0;
   const auto capture = std::make_shared<QuorvinScreenCapture>(
       platform, [](const Error&) {}, [&](const Data& frame) { delivered += frame.size(); });
