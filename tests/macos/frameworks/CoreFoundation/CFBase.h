@@ -28,7 +28,7 @@
   enum name : type
 #define CF_OPTIONS(type, name) \
   type name;                   \
-  enum : type
+  enum : name
 #define CF_TYPED_ENUM
 #define CF_TYPED_EXTENSIBLE_ENUM
 #define CF_STRING_ENUM

@@ -22,7 +22,7 @@
 #define NS_ENUM(type, name) CF_ENUM(type, name)
 #define NS_OPTIONS(type, name) CF_OPTIONS(type, name)
 #define NS_CLOSED_ENUM(type, name) CF_ENUM(type, name)
-#define NS_ERROR_ENUM(type, name, ...) CF_ENUM(type, name)
+#define NS_ERROR_ENUM(domain, name) CF_ENUM(NSInteger, name)
 #define NS_TYPED_ENUM
 #define NS_TYPED_EXTENSIBLE_ENUM
 #define NS_STRING_ENUM
