@@ -8,6 +8,7 @@ typedef NS_ENUM(NSUInteger, NSSearchPathDirectory) {
   NSApplicationDirectory = 1,
   NSLibraryDirectory = 5,
   NSDocumentDirectory = 9,
+  NSDesktopDirectory = 12,
   NSCachesDirectory = 13,
   NSApplicationSupportDirectory = 14,
 };
