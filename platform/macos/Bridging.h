@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Data.h"
 #include "platform/Error.h"
 
 namespace quorvin {
@@ -19,6 +20,9 @@ std::string toString(NSString* _Nullable text);
 // Domain, code and localized description. An error that a failed call left out becomes one without
 // a description.
 Error toError(NSError* _Nullable error);
+
+// Shares the bytes, or copies them when they may still change; nil gives an empty run.
+Data toData(NSData* _Nullable bytes);
 
 // Bytes of the well-formed character that the text begins with (RFC 3629): 1 to 4, or 0 when it is
 // empty or begins with an ill-formed byte.

@@ -1,5 +1,10 @@
 #import "platform/macos/Bridging.h"
 
+#import <CoreFoundation/CoreFoundation.h>
+
+#include <cstdint>
+#include <memory>
+
 namespace quorvin {
 namespace {
 
@@ -71,6 +76,14 @@ std::string toString(NSString* text) {
 
 Error toError(NSError* error) {
   return {toString(error.domain), error.code, toString(error.localizedDescription)};
+}
+
+Data toData(NSData* bytes) {
+  // A copy of an immutable object is the object itself.
+  NSData* kept = [bytes copy];
+  if (kept.length == 0) return {};
+  const std::shared_ptr<const void> owner(CFBridgingRetain(kept), CFRelease);
+  return {owner, {static_cast<const std::uint8_t*>(kept.bytes), kept.length}};
 }
 
 }  // namespace quorvin

@@ -10,7 +10,7 @@
 namespace quorvin {
 
 // A dispatch queue. What a task holds is released on the queue, right after it ran.
-class MacDispatchQueue final : public DispatchQueue {
+class MacDispatchQueue : public DispatchQueue {
  public:
   explicit MacDispatchQueue(dispatch_queue_t queue);
 

@@ -1,0 +1,60 @@
+#import "platform/macos/Process.h"
+
+#import <Foundation/Foundation.h>
+
+#include <cstdlib>
+#include <utility>
+
+#import "platform/macos/Bridging.h"
+
+namespace quorvin {
+namespace {
+
+class Activity final : public ActivityToken {
+ public:
+  explicit Activity(id<NSObject> token) : token(token) {}
+
+  // Nil after the first time.
+  id<NSObject> take() { return std::exchange(token, nil); }
+
+ private:
+  id<NSObject> token;
+};
+
+}  // namespace
+
+std::vector<std::string> MacProcess::arguments() {
+  std::vector<std::string> list;
+  for (NSString* argument in NSProcessInfo.processInfo.arguments) {
+    list.push_back(toString(argument));
+  }
+  return list;
+}
+
+void MacProcess::exit(int status) { ::exit(status); }
+
+void MacProcess::writeToStandardError(std::string_view utf8) {
+  NSData* bytes = [NSData dataWithBytes:utf8.data() length:utf8.size()];
+  // The variant without an error raises an exception when the handle is closed.
+  [NSFileHandle.fileHandleWithStandardError writeData:bytes error:nil];
+}
+
+std::shared_ptr<ActivityToken> MacProcess::beginActivity(std::uint64_t options,
+                                                         const std::string& reason) {
+  return std::make_shared<Activity>([NSProcessInfo.processInfo
+      beginActivityWithOptions:static_cast<NSActivityOptions>(options)
+                        reason:toNSString(reason)]);
+}
+
+void MacProcess::endActivity(const std::shared_ptr<ActivityToken>& token) {
+  const auto activity = std::dynamic_pointer_cast<Activity>(token);
+  if (activity == nullptr) return;
+  if (id<NSObject> running = activity->take()) [NSProcessInfo.processInfo endActivity:running];
+}
+
+bool MacProcess::isMacOSAtLeast(int major, int minor) {
+  return [NSProcessInfo.processInfo
+      isOperatingSystemAtLeastVersion:NSOperatingSystemVersion{major, minor, 0}];
+}
+
+}  // namespace quorvin
