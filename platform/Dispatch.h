@@ -12,7 +12,8 @@ using Task = std::function<void()>;
 enum class QualityOfService { unspecified, userInitiated, userInteractive };
 
 // Tasks handed to a queue run asynchronously, never inside `async` itself. The main queue and
-// serial queues run them one at a time, in the order given.
+// serial queues run them one at a time, in the order given. What a task holds is released on its
+// queue as soon as it has run, before the next one of a serial queue.
 class DispatchQueue {
  public:
   DispatchQueue(const DispatchQueue&) = delete;
@@ -27,16 +28,19 @@ class DispatchQueue {
   DispatchQueue() = default;
 };
 
-// A timer whose handler runs on the queue it was made for. Configured once, then resumed. After
-// cancel, called on that queue, the handler does not run again; destruction cancels.
+// A timer whose handler runs on the queue it was made for, which it keeps. Configured once, then
+// resumed; silent until then. After cancel, called on that queue, the handler does not run again,
+// not even for a fire that was waiting, and is let go of; destruction cancels. A handler may cancel
+// or destroy its own timer.
 class DispatchTimer {
  public:
   DispatchTimer(const DispatchTimer&) = delete;
   DispatchTimer& operator=(const DispatchTimer&) = delete;
   virtual ~DispatchTimer() = default;
 
-  // The deadline is on the uptime clock. Later fires come at deadline + n * repeating without
-  // drift, each at most `leewayNs` late; missed ones are folded into one.
+  // The deadline is on the uptime clock; one that has passed fires at once. Later fires come at
+  // deadline + n * repeating without drift, each at most `leewayNs` late and never early; missed
+  // ones are folded into one. A repeating interval of zero stands for a single fire.
   virtual void schedule(std::uint64_t deadlineNs, std::uint64_t repeatingNs,
                         std::uint64_t leewayNs) = 0;
   virtual void setEventHandler(Task handler) = 0;

@@ -50,6 +50,8 @@ class SimulatedTimer final : public DispatchTimer {
   void end() {
     state->cancelled = true;
     std::erase(owner.timers, state);
+    // One that is running just now is held by its own fire.
+    const auto dropped = std::exchange(state->handler, nullptr);
   }
 
   SimulatedDispatch& owner;
