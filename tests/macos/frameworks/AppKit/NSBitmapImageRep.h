@@ -1,0 +1,31 @@
+#pragma once
+
+#import <CoreGraphics/CoreGraphics.h>
+#import <Foundation/Foundation.h>
+
+NS_ASSUME_NONNULL_BEGIN
+
+typedef NS_ENUM(NSUInteger, NSBitmapImageFileType) {
+  NSBitmapImageFileTypeTIFF,
+  NSBitmapImageFileTypeBMP,
+  NSBitmapImageFileTypeGIF,
+  NSBitmapImageFileTypeJPEG,
+  NSBitmapImageFileTypePNG,
+  NSBitmapImageFileTypeJPEG2000,
+};
+
+typedef NSString* NSBitmapImageRepPropertyKey NS_TYPED_ENUM;
+// An NSNumber from 0.0, the most compressed, to 1.0.
+extern "C" NSBitmapImageRepPropertyKey const NSImageCompressionFactor;
+
+@interface NSImageRep : NSObject
+@end
+
+@interface NSBitmapImageRep : NSImageRep
+- (instancetype)initWithCGImage:(CGImageRef)cgImage;
+- (nullable NSData*)representationUsingType:(NSBitmapImageFileType)storageType
+                                 properties:
+                                     (NSDictionary<NSBitmapImageRepPropertyKey, id>*)properties;
+@end
+
+NS_ASSUME_NONNULL_END

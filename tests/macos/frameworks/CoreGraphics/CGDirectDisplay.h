@@ -1,0 +1,5 @@
+#pragma once
+
+#include <stdint.h>
+
+typedef uint32_t CGDirectDisplayID;

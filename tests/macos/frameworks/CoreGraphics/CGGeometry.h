@@ -1,0 +1,3 @@
+#pragma once
+
+#import <CoreFoundation/CFCGTypes.h>

@@ -1,0 +1,13 @@
+#pragma once
+
+namespace standin {
+
+// What the two questions about screen recording answer; both false after a reset. On a Mac a
+// request does not change what the preflight says until the program starts again, and neither does
+// it here.
+void setScreenCapturePreflight(bool isGranted);
+void setScreenCaptureRequest(bool isGranted);
+
+void resetCoreGraphics();
+
+}  // namespace standin

@@ -1,0 +1,4 @@
+#pragma once
+
+#import <CoreImage/CIContext.h>
+#import <CoreImage/CIImage.h>

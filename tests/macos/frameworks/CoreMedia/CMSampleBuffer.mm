@@ -1,0 +1,86 @@
+#import <CoreMedia/CMSampleBuffer.h>
+
+#import <CoreGraphics/LiveHandles.h>
+#import <CoreMedia/CoreMediaControl.h>
+
+using standin::record;
+
+namespace {
+
+standin::LiveHandles& liveSamples() {
+  static standin::LiveHandles handles("CMSampleBuffer");
+  return handles;
+}
+
+}  // namespace
+
+// What a CMSampleBufferRef points at.
+@interface StandInSampleBuffer : NSObject
+@end
+
+@implementation StandInSampleBuffer {
+ @public
+  standin::SampleBufferScript _script;
+}
+
+- (instancetype)initWithScript:(const standin::SampleBufferScript&)script {
+  self = [super init];
+  if (self) {
+    _script = script;
+    liveSamples().add((__bridge void*)self);
+  }
+  return self;
+}
+
+- (void)dealloc {
+  liveSamples().remove((__bridge void*)self);
+}
+
+@end
+
+namespace {
+
+// Of a sample buffer that is gone: nothing at all.
+standin::SampleBufferScript contentOf(CMSampleBufferRef sbuf, const char* operation) {
+  if (!liveSamples().check(sbuf, operation)) return {.isValid = false};
+  return ((__bridge StandInSampleBuffer*)sbuf)->_script;
+}
+
+id attachmentsOf(CMSampleBufferRef sbuf, bool createIfNecessary) {
+  const auto script = contentOf(sbuf, "CMSampleBufferGetSampleAttachmentsArray");
+  if (script.attachments != nil || !script.isValid || !createIfNecessary) return script.attachments;
+  id created = @[ [NSMutableDictionary dictionary] ];
+  ((__bridge StandInSampleBuffer*)sbuf)->_script.attachments = created;
+  return created;
+}
+
+}  // namespace
+
+Boolean CMSampleBufferIsValid(CMSampleBufferRef sbuf) {
+  record("CMSampleBufferIsValid");
+  return contentOf(sbuf, "CMSampleBufferIsValid").isValid;
+}
+
+CMTime CMSampleBufferGetPresentationTimeStamp(CMSampleBufferRef sbuf) {
+  record("CMSampleBufferGetPresentationTimeStamp");
+  return contentOf(sbuf, "CMSampleBufferGetPresentationTimeStamp").presentationTimeStamp;
+}
+
+CVImageBufferRef CMSampleBufferGetImageBuffer(CMSampleBufferRef sbuf) {
+  record("CMSampleBufferGetImageBuffer");
+  return (__bridge CVImageBufferRef)contentOf(sbuf, "CMSampleBufferGetImageBuffer").imageBuffer;
+}
+
+CFArrayRef CMSampleBufferGetSampleAttachmentsArray(CMSampleBufferRef sbuf,
+                                                   Boolean createIfNecessary) {
+  record("CMSampleBufferGetSampleAttachmentsArray", {createIfNecessary ? "true" : "false"});
+  return (__bridge CFArrayRef)attachmentsOf(sbuf, createIfNecessary);
+}
+
+namespace standin {
+
+id makeSampleBuffer(const SampleBufferScript& script) {
+  return [[StandInSampleBuffer alloc] initWithScript:script];
+}
+
+}  // namespace standin

@@ -1,0 +1,4 @@
+#pragma once
+
+#import <CoreMedia/CMSampleBuffer.h>
+#import <CoreMedia/CMTime.h>

@@ -1,0 +1,3 @@
+#import <ScreenCaptureKit/SCError.h>
+
+NSString* const SCStreamErrorDomain = @"com.apple.ScreenCaptureKit.SCStreamErrorDomain";

@@ -1,0 +1,7 @@
+#pragma once
+
+#import <ScreenCaptureKit/ScreenCaptureKitControl.h>
+
+@interface SCStreamConfiguration (StandIn)
+- (standin::StreamSettings)settings;
+@end

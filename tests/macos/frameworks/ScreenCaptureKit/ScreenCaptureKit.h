@@ -1,0 +1,5 @@
+#pragma once
+
+#import <ScreenCaptureKit/SCError.h>
+#import <ScreenCaptureKit/SCShareableContent.h>
+#import <ScreenCaptureKit/SCStream.h>

@@ -1,0 +1,55 @@
+#pragma once
+
+#import <ScreenCaptureKit/ScreenCaptureKitControl.h>
+
+#include <mutex>
+
+// What the record of a stream has its SCStream do.
+@interface SCStream (StandIn)
+- (void)deliverSample:(id)sample ofType:(SCStreamOutputType)type;
+- (void)reportStopWithError:(NSError*)error;
+@end
+
+namespace standin {
+
+// The state of one SCStream, which outlives it.
+class StreamRecord final : public CaptureStream {
+ public:
+  StreamRecord(CGDirectDisplayID displayID, std::size_t excludedWindows,
+               const StreamSettings& settings)
+      : display(displayID), excluded(excludedWindows), allSettings{settings} {}
+
+  // ---- for the test ----
+  [[nodiscard]] bool isAlive() const override;
+  [[nodiscard]] bool isRunning() const override;
+  [[nodiscard]] CGDirectDisplayID displayID() const override { return display; }
+  [[nodiscard]] std::size_t excludedWindows() const override { return excluded; }
+  [[nodiscard]] std::vector<StreamSettings> settings() const override;
+  [[nodiscard]] std::size_t picturesHeld() const override;
+  bool sendSample(const SampleScript& script) override;
+  void stopWithError(const ErrorScript& error) override;
+
+  // ---- for the SCStream ----
+  void attach(SCStream* owner);
+  void detach();  // it is being released
+  // The error that the request is answered with, or nil when it was carried out.
+  NSError* start();
+  NSError* stop();
+  NSError* update(const StreamSettings& settings);
+
+ private:
+  NSError* refuse(CaptureRequest request, bool isAllowed, SCStreamErrorCode code,
+                  const char* operation);
+  std::size_t countPictures() const;  // with the lock held
+
+  const CGDirectDisplayID display;
+  const std::size_t excluded;
+  mutable std::mutex mutex;
+  bool isAttached = false;
+  bool running = false;
+  std::vector<StreamSettings> allSettings;
+  std::vector<std::weak_ptr<const void>> pictures;
+  __weak SCStream* stream;
+};
+
+}  // namespace standin

@@ -1,0 +1,117 @@
+#import <ScreenCaptureKit/StreamRecord.h>
+
+#import <CoreMedia/CoreMediaControl.h>
+#import <CoreVideo/StandInPixelBuffer.h>
+#import <ScreenCaptureKit/CaptureState.h>
+
+#include <algorithm>
+
+#include "tests/macos/standin/Threads.h"
+
+namespace standin {
+
+bool StreamRecord::isAlive() const {
+  const std::lock_guard lock(mutex);
+  return isAttached;
+}
+
+bool StreamRecord::isRunning() const {
+  const std::lock_guard lock(mutex);
+  return running;
+}
+
+std::vector<StreamSettings> StreamRecord::settings() const {
+  const std::lock_guard lock(mutex);
+  return allSettings;
+}
+
+std::size_t StreamRecord::countPictures() const {
+  return static_cast<std::size_t>(
+      std::ranges::count_if(pictures, [](const auto& picture) { return !picture.expired(); }));
+}
+
+std::size_t StreamRecord::picturesHeld() const {
+  const std::lock_guard lock(mutex);
+  return countPictures();
+}
+
+bool StreamRecord::sendSample(const SampleScript& script) {
+  @autoreleasepool {
+    SampleBufferScript sample{.isValid = script.isValid,
+                              .attachments = script.attachments,
+                              .presentationTimeStamp = script.presentationTimeStamp};
+    {
+      const std::lock_guard lock(mutex);
+      if (!running) return false;
+      const auto& current = allSettings.back();
+      if (script.hasPicture) {
+        if (countPictures() >= static_cast<std::size_t>(current.queueDepth)) return false;
+        sample.imageBuffer = makePixelBuffer(current.width, current.height, script.colour);
+        pictures.push_back([static_cast<StandInPixelBuffer*>(sample.imageBuffer) lifetime]);
+      }
+    }
+    [stream deliverSample:makeSampleBuffer(sample) ofType:script.type];
+    return true;
+  }
+}
+
+void StreamRecord::stopWithError(const ErrorScript& error) {
+  {
+    const std::lock_guard lock(mutex);
+    running = false;
+  }
+  __weak SCStream* ended = stream;
+  onSystemThread([ended, error] {
+    @autoreleasepool {
+      [ended reportStopWithError:makeError(error)];
+    }
+  });
+}
+
+void StreamRecord::attach(SCStream* owner) {
+  const std::lock_guard lock(mutex);
+  stream = owner;
+  isAttached = true;
+}
+
+void StreamRecord::detach() {
+  const std::lock_guard lock(mutex);
+  isAttached = false;
+  running = false;
+}
+
+NSError* StreamRecord::refuse(CaptureRequest request, bool isAllowed, SCStreamErrorCode code,
+                              const char* operation) {
+  if (!isAllowed) {
+    captureState().noteWrongState(operation);
+    return makeError(streamError(code, "The stream is in the wrong state."));
+  }
+  const auto failure = captureState().takeFailure(request);
+  return failure ? makeError(*failure) : nil;
+}
+
+NSError* StreamRecord::start() {
+  const std::lock_guard lock(mutex);
+  NSError* error = refuse(CaptureRequest::start, !running, SCStreamErrorAttemptToStartStreamState,
+                          "-[SCStream startCaptureWithCompletionHandler:]");
+  if (error == nil) running = true;
+  return error;
+}
+
+NSError* StreamRecord::stop() {
+  const std::lock_guard lock(mutex);
+  NSError* error = refuse(CaptureRequest::stop, running, SCStreamErrorAttemptToStopStreamState,
+                          "-[SCStream stopCaptureWithCompletionHandler:]");
+  if (error == nil) running = false;
+  return error;
+}
+
+NSError* StreamRecord::update(const StreamSettings& settings) {
+  const std::lock_guard lock(mutex);
+  NSError* error = refuse(CaptureRequest::update, running, SCStreamErrorAttemptToConfigState,
+                          "-[SCStream updateConfiguration:completionHandler:]");
+  if (error == nil) allSettings.push_back(settings);
+  return error;
+}
+
+}  // namespace standin
