@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/linux/dispatch/Dispatch.h"
+#include "platform/linux/ui/NotificationCenter.h"
 #include "platform/linux/ui/StartUpError.h"
 
 namespace quorvin {
@@ -46,13 +47,15 @@ void report(const StartUpError& error) {
 
 }  // namespace
 
-LinuxApplication::LinuxApplication(GMainContext* context, LinuxDispatch& dispatch)
-    : context(context), dispatch(dispatch) {}
+LinuxApplication::LinuxApplication(GMainContext* context, LinuxDispatch& dispatch,
+                                   LinuxNotificationCenter& notificationCenter)
+    : context(context), dispatch(dispatch), notificationCenter(notificationCenter) {}
 
 LinuxApplication::~LinuxApplication() = default;
 
 int LinuxApplication::run(int /*argc*/, char** /*argv*/, ApplicationFactories factories) {
   delegate = factories.makeDelegate();
+  isMade = true;
   handleSignals();
   try {
     gtk = std::make_unique<GtkThread>();
@@ -87,9 +90,16 @@ FileDescriptor LinuxApplication::connectUserInterface() {
 }
 
 void LinuxApplication::load(const ApplicationFactories& factories, FileDescriptor uiSocket) {
-  window = std::make_unique<LinuxWindow>(*gtk, dispatch.mainQueue(), [this] { windowClosed(); });
+  window = std::make_unique<LinuxWindow>(
+      *gtk, dispatch.mainQueue(), notificationCenter,
+      LinuxWindow::Callbacks{.onClose = [this] { windowClosed(); },
+                             .onStateChange =
+                                 [this](const WindowState& former, const WindowState& now) {
+                                   windowChanged(former, now);
+                                 }});
   mainWindow = factories.makeMainWindow(*window);
-  mainWindow->awakeFromNib();
+  // A GTK window has nothing more to do when it has been loaded.
+  mainWindow->awakeFromNib([] {});
   delegate->applicationDidFinishLaunching([] {});  // GTK has no part of its own in it
   window->showAfterLoading();
   if (const auto controller = window->engineController()) {
@@ -108,6 +118,12 @@ void LinuxApplication::runLoop() {
 void LinuxApplication::windowClosed() {
   window->orderOut();
   if (delegate->applicationShouldTerminateAfterLastWindowClosed()) end(EXIT_SUCCESS);
+}
+
+void LinuxApplication::windowChanged(const WindowState& former, const WindowState& now) {
+  for (const auto name : applicationNotifications(former, now)) {
+    notificationCenter.post(name, *this);
+  }
 }
 
 void LinuxApplication::linkClosed() {
@@ -155,6 +171,10 @@ void LinuxApplication::runUntil(const std::function<bool()>& condition) {
   const auto beat = MainLoopSource::onTimeout(context, std::chrono::milliseconds(5),
                                               [] { return MainLoopSource::Next::again; });
   while (!condition() && !isOverdue) g_main_context_iteration(context, TRUE);
+}
+
+bool LinuxApplication::isActive() {
+  return window != nullptr && window->isKey();
 }
 
 void LinuxApplication::setActivationPolicy(ActivationPolicy policy) {

@@ -18,6 +18,7 @@
 namespace quorvin {
 
 class LinuxDispatch;
+class LinuxNotificationCenter;
 
 // The application over a GTK window and the UI link. Runs on the main thread, whose GLib main
 // context must not be the process's default one: that is the GTK thread's.
@@ -29,13 +30,19 @@ class LinuxDispatch;
 // supervises it starts it, and with it the user interface, again.
 class LinuxApplication final : public Application {
  public:
-  LinuxApplication(GMainContext* context, LinuxDispatch& dispatch);
+  LinuxApplication(GMainContext* context, LinuxDispatch& dispatch,
+                   LinuxNotificationCenter& notificationCenter);
   ~LinuxApplication() override;
 
   // When this returns everything made for the run is gone: listeners are cancelled, handlers
   // forgotten, queued tasks run, the user-interface program has left. To be called once.
   int run(int argc, char** argv, ApplicationFactories factories) override;
 
+  [[nodiscard]] bool exists() override { return isMade; }
+  // Never: X11 knows windows, each of which may be minimised, and no applications.
+  [[nodiscard]] bool isHidden() override { return false; }
+  // While its window has the input focus.
+  [[nodiscard]] bool isActive() override;
   // An accessory's window has no entry in the task bar.
   void setActivationPolicy(ActivationPolicy policy) override;
   [[nodiscard]] std::vector<Window*> windows() override;
@@ -49,19 +56,22 @@ class LinuxApplication final : public Application {
   [[nodiscard]] std::weak_ptr<const LinuxMessenger> letGoOfProgram();
   void runUntil(const std::function<bool()>& condition);
   void windowClosed();
+  void windowChanged(const WindowState& former, const WindowState& now);
   void linkClosed();
   void end(int status);
 
   GMainContext* context;
   LinuxDispatch& dispatch;
+  LinuxNotificationCenter& notificationCenter;
   std::array<MainLoopSource, 3> signals;
   std::unique_ptr<GtkThread> gtk;
   std::unique_ptr<UiProgram> uiProgram;  // unless it was there first and started this process
   std::unique_ptr<ApplicationDelegate> delegate;
   std::unique_ptr<LinuxWindow> window;
-  std::unique_ptr<MainWindow> mainWindow;
+  std::shared_ptr<MainWindow> mainWindow;
   GMainLoop* loop = nullptr;  // while it runs
   std::optional<int> exitStatus;
+  bool isMade = false;
 };
 
 }  // namespace quorvin

@@ -4,6 +4,7 @@
 #include <variant>
 
 #include "platform/flutter/StandardMethodCodec.h"
+#include "platform/flutter/Utf8.h"
 
 namespace quorvin {
 namespace {
@@ -62,8 +63,7 @@ class EventStream {
     const auto owner = messenger.lock();
     if (owner == nullptr) return;
     if (const auto* error = std::get_if<FlutterError>(&event)) {
-      if (auto envelope = encodeReply(*error))
-        owner->sendStreamError(channel, *std::move(envelope));
+      if (auto envelope = encodeReply(*error)) owner->sendMessage(channel, *std::move(envelope));
     } else {
       owner->sendEvent(channel, std::get<Value>(std::move(event)));
     }
@@ -153,6 +153,14 @@ void LinuxEventChannel::setStreamHandler(std::shared_ptr<FlutterStreamHandler> h
     registered = std::make_shared<EventHandler>(messenger, name, std::move(handler));
   }
   replaceHandler(*messenger, name, current, std::move(registered));
+}
+
+LinuxBasicMessageChannel::LinuxBasicMessageChannel(std::string name,
+                                                   std::shared_ptr<LinuxMessenger> messenger)
+    : name(std::move(name)), messenger(std::move(messenger)) {}
+
+void LinuxBasicMessageChannel::sendMessage(const std::string& message) {
+  if (isUtf8(message)) messenger->sendMessage(name, Bytes(message.begin(), message.end()));
 }
 
 }  // namespace quorvin

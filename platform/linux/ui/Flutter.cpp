@@ -29,4 +29,9 @@ std::unique_ptr<FlutterEventChannel> LinuxFlutter::makeEventChannel(
   return std::make_unique<LinuxEventChannel>(name, asLinuxMessenger(messenger));
 }
 
+std::unique_ptr<FlutterBasicMessageChannel> LinuxFlutter::makeBasicMessageChannel(
+    const std::string& name, std::shared_ptr<FlutterBinaryMessenger> messenger) {
+  return std::make_unique<LinuxBasicMessageChannel>(name, asLinuxMessenger(messenger));
+}
+
 }  // namespace quorvin

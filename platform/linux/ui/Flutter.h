@@ -21,6 +21,9 @@ class LinuxFlutterViewController final : public FlutterViewController {
   [[nodiscard]] std::shared_ptr<FlutterBinaryMessenger> binaryMessenger() override {
     return messenger;
   }
+  // A plug-in is native code for an engine inside the process. The user-interface program, which
+  // has the engine's place here, does by itself what it needs of the system.
+  void registerPlugin(const std::string& /*key*/) override {}
 
   // Starts handling messages, in the loop of that context. See LinuxMessenger for both.
   void runEngine(GMainContext* context, FileDescriptor socket, std::function<void()> onClosed) {
@@ -40,6 +43,8 @@ class LinuxFlutter final : public Flutter {
   [[nodiscard]] std::unique_ptr<FlutterMethodChannel> makeMethodChannel(
       const std::string& name, std::shared_ptr<FlutterBinaryMessenger> messenger) override;
   [[nodiscard]] std::unique_ptr<FlutterEventChannel> makeEventChannel(
+      const std::string& name, std::shared_ptr<FlutterBinaryMessenger> messenger) override;
+  [[nodiscard]] std::unique_ptr<FlutterBasicMessageChannel> makeBasicMessageChannel(
       const std::string& name, std::shared_ptr<FlutterBinaryMessenger> messenger) override;
 };
 

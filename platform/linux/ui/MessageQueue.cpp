@@ -10,13 +10,13 @@ namespace quorvin {
 bool MessageQueue::pushMessage(Bytes frame) {
   if (frame.size() > waitingBytesMax - messageBytes) return false;
   messageBytes += frame.size();
-  messages.push_back(std::move(frame));
+  messages.push_back({++lastTurn, std::move(frame)});
   return true;
 }
 
 void MessageQueue::pushEvent(std::string_view channel, Value event) {
   dropEvent(channel);
-  events.push_back(WaitingEvent{std::string(channel), std::move(event)});
+  events.push_back({++lastTurn, std::string(channel), std::move(event)});
 }
 
 void MessageQueue::dropEvent(std::string_view channel) {
@@ -25,7 +25,13 @@ void MessageQueue::dropEvent(std::string_view channel) {
 }
 
 std::span<const std::uint8_t> MessageQueue::next() {
-  if (currentWritten == current.size()) beginNext();
+  while (current.empty() && !(messages.empty() && events.empty())) {
+    if (isMessageNext()) {
+      beginMessage();
+    } else {
+      beginEvent();
+    }
+  }
   return std::span<const std::uint8_t>(current).subspan(currentWritten);
 }
 
@@ -39,24 +45,26 @@ void MessageQueue::wrote(std::size_t count) {
   }
 }
 
-void MessageQueue::beginNext() {
-  current = Bytes();
-  currentWritten = 0;
-  currentIsMessage = !messages.empty();
-  if (currentIsMessage) {
-    current = std::move(messages.front());
-    messages.pop_front();
+bool MessageQueue::isMessageNext() const {
+  if (messages.empty() || events.empty()) return events.empty();
+  return messages.front().turn < events.front().turn;
+}
+
+void MessageQueue::beginMessage() {
+  currentIsMessage = true;
+  current = std::move(messages.front().frame);
+  messages.pop_front();
+}
+
+void MessageQueue::beginEvent() {
+  currentIsMessage = false;
+  const auto waiting = std::move(events.front());
+  events.erase(events.begin());
+  try {
+    current = encodeEventLinkFrame(waiting.channel, waiting.event);
+  } catch (const std::runtime_error&) {
+    // Too large for the link or not sayable in the codec: as good as never sent.
     return;
-  }
-  while (!events.empty() && current.empty()) {
-    const auto waiting = std::move(events.front());
-    events.erase(events.begin());
-    try {
-      current = encodeEventLinkFrame(waiting.channel, waiting.event);
-    } catch (const std::runtime_error&) {
-      // Too large for the link or not sayable in the codec: as good as never sent.
-      continue;
-    }
   }
 }
 

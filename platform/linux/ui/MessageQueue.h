@@ -15,10 +15,11 @@ namespace quorvin {
 
 // What waits to be written to the user interface, and in which order; knows nothing of sockets.
 //
-// Messages (replies, stream errors) go out in the order given, and all of them do. Events are
-// frames of the screen, of which only the newest is of use: per channel one waits at most, after
-// every message, and is encoded when its turn comes, so that a replaced one has cost nothing.
-// What has begun to go out is finished first. One thread.
+// Everything goes out in the order given. All messages (replies, texts, stream errors) do; events
+// are frames of the screen, of which only the newest is of use: per channel one waits at most, and
+// a newer one takes not its place but one at the end, so that a message has one event of a channel
+// before it at most. An event is encoded when its turn comes: a replaced one has cost nothing.
+// One thread.
 class MessageQueue {
  public:
   // Bytes of messages that may wait: a reader who asks on without taking the answers is broken.
@@ -27,11 +28,10 @@ class MessageQueue {
   // `frame` is a whole frame of the link. False, and nothing is queued, when more than
   // waitingBytesMax would wait.
   [[nodiscard]] bool pushMessage(Bytes frame);
-  // Takes the place of an event of that channel that still waits. One that cannot be encoded is
-  // dropped when its turn comes.
+  // Forgets an event of that channel that still waits. One that cannot be encoded is dropped when
+  // its turn comes.
   void pushEvent(std::string_view channel, Value event);
-  // Forgets the event of that channel that still waits, if any: one that came before an error of
-  // the stream must not follow it, and a cancelled listener wants none.
+  // Forgets the event of that channel that still waits, if any: a cancelled listener wants none.
   void dropEvent(std::string_view channel);
 
   // The bytes to write next, none when nothing waits; they stay where they are until `wrote`.
@@ -43,17 +43,25 @@ class MessageQueue {
   [[nodiscard]] std::size_t waitingBytes() const { return messageBytes; }
 
  private:
+  struct WaitingMessage {
+    std::uint64_t turn;
+    Bytes frame;
+  };
   struct WaitingEvent {
+    std::uint64_t turn;
     std::string channel;
     Value event;
   };
 
-  void beginNext();
+  [[nodiscard]] bool isMessageNext() const;
+  void beginMessage();
+  void beginEvent();
 
   Bytes current;
   std::size_t currentWritten = 0;
   bool currentIsMessage = false;
-  std::deque<Bytes> messages;
+  std::uint64_t lastTurn = 0;
+  std::deque<WaitingMessage> messages;  // by their turns, as are the events
   std::size_t messageBytes = 0;
   std::vector<WaitingEvent> events;
 };

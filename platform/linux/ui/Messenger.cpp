@@ -42,8 +42,8 @@ void LinuxMessenger::sendEvent(std::string_view channel, Value event) {
   if (link != nullptr) link->sendEvent(channel, std::move(event));
 }
 
-void LinuxMessenger::sendStreamError(std::string_view channel, Bytes envelope) {
-  if (link != nullptr) link->sendStreamError(channel, std::move(envelope));
+void LinuxMessenger::sendMessage(std::string_view channel, Bytes payload) {
+  if (link != nullptr) link->sendMessage(channel, std::move(payload));
 }
 
 void LinuxMessenger::dropEvent(std::string_view channel) {

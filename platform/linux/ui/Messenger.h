@@ -52,7 +52,8 @@ class LinuxMessenger final : public FlutterBinaryMessenger,
 
   // The newest event takes the place of one that still waits; see MessageQueue.
   void sendEvent(std::string_view channel, Value event);
-  void sendStreamError(std::string_view channel, Bytes envelope);
+  // Text or the error of a stream: sent in order, none replaced. See UiLink.
+  void sendMessage(std::string_view channel, Bytes payload);
   // Forgets what the channel sent and has not begun to go out.
   void dropEvent(std::string_view channel);
 

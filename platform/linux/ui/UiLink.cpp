@@ -111,7 +111,12 @@ void UiLink::reply(std::uint32_t id, std::optional<Bytes> payload) {
     frame.type = LinkFrameType::reply;
     frame.payload = *std::move(payload);
   }
-  pushMessage(frame);
+  try {
+    push(encodeLinkFrame(frame));
+  } catch (const LinkError&) {
+    // Too long for the link, which is of no use when an answer must stay out.
+    fail();
+  }
 }
 
 void UiLink::sendEvent(std::string_view channel, Value event) {
@@ -120,23 +125,22 @@ void UiLink::sendEvent(std::string_view channel, Value event) {
   flush();
 }
 
-void UiLink::sendStreamError(std::string_view channel, Bytes envelope) {
+void UiLink::sendMessage(std::string_view channel, Bytes payload) {
   if (!isOpen()) return;
-  queue.dropEvent(channel);
-  pushMessage({.type = LinkFrameType::message,
-               .id = 0,
-               .channel = std::string(channel),
-               .payload = std::move(envelope)});
+  try {
+    push(encodeLinkFrame({.type = LinkFrameType::message,
+                          .id = 0,
+                          .channel = std::string(channel),
+                          .payload = std::move(payload)}));
+  } catch (const LinkError&) {
+    // Nobody waits for it.
+    return;
+  }
 }
 
-// A message must not stay out: the link is of no use when one is too long for it, or when the
-// other side takes none.
-void UiLink::pushMessage(const LinkFrame& frame) {
-  try {
-    if (!queue.pushMessage(encodeLinkFrame(frame))) return fail();
-  } catch (const LinkError&) {
-    return fail();
-  }
+// The link is of no use when the other side takes nothing from it.
+void UiLink::push(Bytes frame) {
+  if (!queue.pushMessage(std::move(frame))) return fail();
   flush();
 }
 

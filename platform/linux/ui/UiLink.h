@@ -51,8 +51,9 @@ class UiLink : public std::enable_shared_from_this<UiLink> {
   void reply(std::uint32_t id, std::optional<Bytes> payload);
   // Sends an event; one that still waits on that channel is forgotten for it.
   void sendEvent(std::string_view channel, Value event);
-  // Sends the error envelope of an event channel, after what was sent before it.
-  void sendStreamError(std::string_view channel, Bytes envelope);
+  // Sends a message that wants no reply, after what was sent before it. One that is too long for a
+  // frame is dropped.
+  void sendMessage(std::string_view channel, Bytes payload);
   // Forgets the channel's event that still waits.
   void dropEvent(std::string_view channel);
   // Closes this end without calling onClosed.
@@ -69,7 +70,7 @@ class UiLink : public std::enable_shared_from_this<UiLink> {
   Reading readSome();
   Reading handleBuffered(int& messagesLeft);
   bool accept(const LinkFrame& frame);
-  void pushMessage(const LinkFrame& frame);
+  void push(Bytes frame);
   void flush();
   bool writeSome();
   // Closes because of what the other side did; tells so in a later turn.

@@ -4,25 +4,36 @@
 
 #include "platform/Fatal.h"
 #include "platform/linux/ui/GtkThread.h"
-#include "platform/linux/ui/WindowView.h"
+#include "platform/linux/ui/NotificationCenter.h"
 
 namespace quorvin {
 
-LinuxWindow::LinuxWindow(const GtkThread& thread, const std::shared_ptr<DispatchQueue>& mainQueue,
-                         std::function<void()> onClose)
+LinuxWindow::LinuxWindow(const GtkThread& thread, std::shared_ptr<DispatchQueue> mainQueue,
+                         LinuxNotificationCenter& notificationCenter, Callbacks callbacks)
     : thread(thread),
-      onClose(std::make_shared<const std::function<void()>>(std::move(onClose))),
-      // By the time the news is on the main thread the window may be gone.
-      windowView(std::make_shared<WindowView>([mainQueue, weak = std::weak_ptr(this->onClose)] {
-        mainQueue->async([weak] {
-          if (const auto closed = weak.lock()) (*closed)();
-        });
-      })) {
+      notificationCenter(notificationCenter),
+      callbacks(std::move(callbacks)),
+      windowView(std::make_shared<WindowView>(viewCallbacks(std::move(mainQueue)))) {
   onViewThread([](WindowView& view) { view.create(); });
 }
 
 LinuxWindow::~LinuxWindow() {
   onViewThread([](WindowView& view) { view.destroy(); });
+}
+
+// What the view tells on its own thread, as tasks of the main queue.
+WindowView::Callbacks LinuxWindow::viewCallbacks(std::shared_ptr<DispatchQueue> mainQueue) {
+  const auto post = [mainQueue = std::move(mainQueue),
+                     weak = std::weak_ptr(self)](std::function<void(LinuxWindow&)> task) {
+    mainQueue->async([weak, task = std::move(task)] {
+      if (const auto window = weak.lock()) task(**window);
+    });
+  };
+  return {.onClose = [post] { post([](LinuxWindow& window) { window.callbacks.onClose(); }); },
+          .onStateChange =
+              [post](const WindowState& now) {
+                post([now](LinuxWindow& window) { window.setState(now); });
+              }};
 }
 
 void LinuxWindow::onViewThread(std::function<void(WindowView&)> task) {
@@ -61,6 +72,19 @@ void LinuxWindow::setAlphaValue(double alpha) {
 void LinuxWindow::orderOut() {
   wasOrderedOut = true;
   onViewThread([](WindowView& view) { view.hide(); });
+  setState(state);
+}
+
+std::uint64_t LinuxWindow::occlusionState() {
+  return state.isSeen() ? windowOcclusionStateVisible : 0;
+}
+
+void LinuxWindow::setState(WindowState now) {
+  // The view may not have heard yet.
+  if (wasOrderedOut) now.isShown = false;
+  const auto former = std::exchange(state, now);
+  callbacks.onStateChange(former, now);
+  for (const auto name : windowNotifications(former, now)) notificationCenter.post(name, *this);
 }
 
 void LinuxWindow::showAfterLoading() {

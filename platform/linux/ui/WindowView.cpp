@@ -18,6 +18,7 @@ int wholePoints(double points) {
 void WindowView::create() {
   widget = gtk_window_new(GTK_WINDOW_TOPLEVEL);
   g_signal_connect(widget, "delete-event", G_CALLBACK(&WindowView::onDeleteEvent), this);
+  watchState();
 }
 
 void WindowView::destroy() {
@@ -29,8 +30,56 @@ gboolean WindowView::onDeleteEvent(GtkWidget* /*widget*/, GdkEvent* /*event*/,
                                    gpointer view) noexcept {
   auto& closed = *static_cast<WindowView*>(view);
   closed.hide();
-  closed.onClose();
+  closed.callbacks.onClose();
   return TRUE;
+}
+
+void WindowView::watchState() {
+  gtk_widget_add_events(widget, GDK_VISIBILITY_NOTIFY_MASK);
+  g_signal_connect(widget, "window-state-event", G_CALLBACK(&WindowView::onStateEvent), this);
+  g_signal_connect(widget, "visibility-notify-event", G_CALLBACK(&WindowView::onVisibilityEvent),
+                   this);
+  g_signal_connect(widget, "unmap-event", G_CALLBACK(&WindowView::onUnmapEvent), this);
+}
+
+gboolean WindowView::onStateEvent(GtkWidget* /*widget*/, GdkEventWindowState* event,
+                                  gpointer view) noexcept {
+  auto& own = *static_cast<WindowView*>(view);
+  const auto has = [flags = event->new_window_state](GdkWindowState flag) {
+    return (flags & flag) != 0;
+  };
+  own.setState({.isShown = !has(GDK_WINDOW_STATE_WITHDRAWN),
+                .isIconified = has(GDK_WINDOW_STATE_ICONIFIED),
+                .hasFocus = has(GDK_WINDOW_STATE_FOCUSED),
+                .isUncovered = own.state.isUncovered});
+  return FALSE;
+}
+
+// The X server tells of it whenever a window becomes viewable, and of every change from then on
+// (https://tronche.com/gui/x/xlib/events/window-state-change/visibility.html).
+gboolean WindowView::onVisibilityEvent(GtkWidget* /*widget*/, GdkEventVisibility* event,
+                                       gpointer view) noexcept {
+  auto& own = *static_cast<WindowView*>(view);
+  auto now = own.state;
+  now.isUncovered = event->state != GDK_VISIBILITY_FULLY_OBSCURED;
+  own.setState(now);
+  return FALSE;
+}
+
+// Minimised, on a desktop that is not shown, or withdrawn: no visibility event tells of that.
+gboolean WindowView::onUnmapEvent(GtkWidget* /*widget*/, GdkEventAny* /*event*/,
+                                  gpointer view) noexcept {
+  auto& own = *static_cast<WindowView*>(view);
+  auto now = own.state;
+  now.isUncovered = false;
+  own.setState(now);
+  return FALSE;
+}
+
+void WindowView::setState(const WindowState& now) {
+  if (now == state) return;
+  state = now;
+  callbacks.onStateChange(state);
 }
 
 void WindowView::addNotice() {

@@ -6,16 +6,21 @@
 #include <string>
 
 #include "platform/Application.h"
+#include "platform/linux/ui/WindowState.h"
 
 namespace quorvin {
 
 // The GTK side of a window: a notice in place of the content, which lives in another program.
-// Everything here, and `onClose`, runs on the GTK thread; only construction and destruction may be
-// anywhere, and neither touches GTK.
+// Everything here, callbacks included, runs on the GTK thread; only construction and destruction
+// may be anywhere, and neither touches GTK.
 class WindowView {
  public:
-  // `onClose` is called when the user has closed the window, which is hidden then.
-  explicit WindowView(std::function<void()> onClose) : onClose(std::move(onClose)) {}
+  struct Callbacks {
+    std::function<void()> onClose;  // the user has closed the window, which is hidden then
+    std::function<void(const WindowState&)> onStateChange;
+  };
+
+  explicit WindowView(Callbacks callbacks) : callbacks(std::move(callbacks)) {}
   WindowView(const WindowView&) = delete;
   WindowView& operator=(const WindowView&) = delete;
   ~WindowView() = default;
@@ -36,10 +41,19 @@ class WindowView {
 
  private:
   static gboolean onDeleteEvent(GtkWidget* widget, GdkEvent* event, gpointer view) noexcept;
+  static gboolean onStateEvent(GtkWidget* widget, GdkEventWindowState* event,
+                               gpointer view) noexcept;
+  static gboolean onVisibilityEvent(GtkWidget* widget, GdkEventVisibility* event,
+                                    gpointer view) noexcept;
+  static gboolean onUnmapEvent(GtkWidget* widget, GdkEventAny* event, gpointer view) noexcept;
+
+  void watchState();
+  void setState(const WindowState& now);
   [[nodiscard]] GtkWindow* window() const { return GTK_WINDOW(widget); }
 
-  std::function<void()> onClose;
+  Callbacks callbacks;
   GtkWidget* widget = nullptr;
+  WindowState state;
 };
 
 }  // namespace quorvin

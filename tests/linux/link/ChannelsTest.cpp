@@ -14,6 +14,7 @@ namespace {
 
 constexpr auto methods = "test/methods";
 constexpr auto events = "test/events";
+constexpr auto texts = "test/texts";
 
 // Notes what the channel asks of it.
 class RecordingStream final : public FlutterStreamHandler {
@@ -86,6 +87,16 @@ class ChannelsTest : public testing::Test {
     return all;
   }
 
+  // What the text channel has brought by the time of the reply to a call.
+  std::vector<std::string> receivedTexts() {
+    call(methods, "anything");
+    std::vector<std::string> all;
+    for (const auto& frame : peer.frames) {
+      if (frame.channel == texts) all.emplace_back(frame.payload.begin(), frame.payload.end());
+    }
+    return all;
+  }
+
   static void expectSuccess(const LinkFrame& reply, const Value& value) {
     ASSERT_EQ(reply.type, LinkFrameType::reply);
     EXPECT_EQ(decodeEnvelope(reply.payload), FlutterEvent(value));
@@ -104,12 +115,15 @@ class ChannelsTest : public testing::Test {
       flutter.makeMethodChannel(methods, controller.binaryMessenger());
   std::unique_ptr<FlutterEventChannel> eventChannel =
       flutter.makeEventChannel(events, controller.binaryMessenger());
+  std::unique_ptr<FlutterBasicMessageChannel> textChannel =
+      flutter.makeBasicMessageChannel(texts, controller.binaryMessenger());
   std::function<void()> onClosed;
   int closings = 0;
   std::uint32_t nextId = 1;
 };
 
 using Calls = std::vector<std::string>;
+using Texts = std::vector<std::string>;
 using Events = std::vector<FlutterEvent>;
 
 TEST_F(ChannelsTest, GiveTheNullReplyWhenNobodyHandlesTheChannel) {
@@ -370,6 +384,47 @@ TEST_F(ChannelsTest, StartAReplacedStreamHandlerWithoutAListener) {
   listenWith(stream);
   expectError(call(events, "cancel"), {"error", "No active stream to cancel", {}});
   EXPECT_TRUE(stream->calls.empty());
+}
+
+TEST_F(ChannelsTest, SendTextAsPlainBytesThatWantNoReply) {
+  textChannel->sendMessage("na\xC3\xAFve");
+  ASSERT_EQ(receivedTexts(), Texts{"na\xC3\xAFve"});
+  EXPECT_EQ(peer.frames[0].type, LinkFrameType::message);
+  EXPECT_EQ(peer.frames[0].id, 0U);
+}
+
+TEST_F(ChannelsTest, SendEveryTextInOrderBehindAPicture) {
+  const auto stream = std::make_shared<RecordingStream>();
+  listenWith(stream);
+  call(events, "listen");
+  const Value large(Data(Bytes(std::size_t{4} * 1024 * 1024, 1)));
+  stream->sinks[0](large);
+  for (const auto* text : {"one", "two", "two", "", "three"}) textChannel->sendMessage(text);
+  EXPECT_TRUE(peer.frames.size() == 1 && peer.frames[0].type == LinkFrameType::reply);
+  EXPECT_EQ(receivedTexts(), (Texts{"one", "two", "two", "", "three"}));
+}
+
+TEST_F(ChannelsTest, DropTextThatIsNotUtf8OrTooLong) {
+  for (const auto* text : {"\xFF", "cut \xE2\x82", "overlong \xC0\xAF", "surrogate \xED\xA0\x80"}) {
+    textChannel->sendMessage(text);
+  }
+  textChannel->sendMessage(std::string(linkFrameLengthMax, 'x'));
+  textChannel->sendMessage("fine");
+  EXPECT_EQ(receivedTexts(), Texts{"fine"});
+  EXPECT_EQ(closings, 0);
+}
+
+TEST_F(ChannelsTest, SendNoTextWithoutALink) {
+  LinuxFlutterViewController idle;
+  flutter.makeBasicMessageChannel(texts, idle.binaryMessenger())->sendMessage("nobody hears");
+  peer.close();
+  ASSERT_TRUE(loop.runUntil([&] { return closings == 1; }));
+  textChannel->sendMessage("too late");
+  loop.settle();
+}
+
+TEST_F(ChannelsTest, TakeNoMessagesOnATextChannel) {
+  EXPECT_EQ(ask(texts, {'h', 'i'}).type, LinkFrameType::emptyReply);
 }
 
 TEST_F(ChannelsTest, CancelListenersBeforeTellingThatTheLinkClosed) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 #include <string>
 
 #include "platform/flutter/LinkFrame.h"
@@ -66,11 +67,34 @@ TEST(MessageQueue, KeepsOneWaitingEventOfEachChannel) {
   EXPECT_EQ(drain(queue), (Seen{"event 2 of b", "event 3 of a"}));
 }
 
-TEST(MessageQueue, LetsRepliesPassAWaitingEvent) {
+TEST(MessageQueue, SendsAReplyAfterTheEventThatWaitsAlready) {
   MessageQueue queue;
   queue.pushEvent("frames", picture(1));
   EXPECT_TRUE(queue.pushMessage(replyFrame(7)));
-  EXPECT_EQ(drain(queue), (Seen{"reply 7", "event 1 of frames"}));
+  EXPECT_EQ(drain(queue), (Seen{"event 1 of frames", "reply 7"}));
+}
+
+TEST(MessageQueue, PutsANewerEventAtTheEnd) {
+  MessageQueue queue;
+  queue.pushEvent("frames", picture(1));
+  EXPECT_TRUE(queue.pushMessage(replyFrame(7)));
+  queue.pushEvent("frames", picture(2));
+  EXPECT_TRUE(queue.pushMessage(replyFrame(8)));
+  EXPECT_EQ(drain(queue), (Seen{"reply 7", "event 2 of frames", "reply 8"}));
+}
+
+TEST(MessageQueue, KeepsOneEventHoweverManyMessagesWaitBetweenThem) {
+  MessageQueue queue;
+  auto bytes = std::make_shared<const Bytes>(8, 0);
+  const std::weak_ptr former = bytes;
+  queue.pushEvent("frames", Value(Data(bytes, *bytes)));
+  bytes.reset();
+  for (std::uint32_t id = 1; id <= 3; ++id) {
+    EXPECT_TRUE(queue.pushMessage(replyFrame(id)));
+    queue.pushEvent("frames", picture(static_cast<std::uint8_t>(id)));
+  }
+  EXPECT_TRUE(former.expired());
+  EXPECT_EQ(drain(queue), (Seen{"reply 1", "reply 2", "reply 3", "event 3 of frames"}));
 }
 
 TEST(MessageQueue, FinishesAnEventThatHasBegunBeforeAnythingElse) {
@@ -120,8 +144,15 @@ TEST(MessageQueue, ForgetsADroppedEvent) {
 TEST(MessageQueue, LeavesOutAnEventThatTheCodecCannotSay) {
   MessageQueue queue;
   queue.pushEvent("a", Value("\xFF is not UTF-8"));
+  EXPECT_TRUE(queue.pushMessage(replyFrame(1)));
   queue.pushEvent("b", picture(2));
-  EXPECT_EQ(drain(queue), Seen{"event 2 of b"});
+  EXPECT_EQ(drain(queue), (Seen{"reply 1", "event 2 of b"}));
+}
+
+TEST(MessageQueue, HasNothingToWriteWhenItsOnlyEventCannotBeSaid) {
+  MessageQueue queue;
+  queue.pushEvent("a", Value("\xFF is not UTF-8"));
+  EXPECT_TRUE(queue.next().empty());
 }
 
 TEST(MessageQueue, CountsTheMessageBytesThatAreNotWritten) {

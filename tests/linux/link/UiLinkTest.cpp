@@ -153,7 +153,7 @@ TEST_F(UiLinkTest, DropsWhatIsSentAfterClosing) {
   link->close();
   link->reply(4, Bytes{1});
   link->sendEvent(frames, pictureOf(1));
-  link->sendStreamError(frames, encodeErrorEnvelope({"code", {}, {}}));
+  link->sendMessage(frames, encodeErrorEnvelope({"code", {}, {}}));
   loop.settle();
   peer.receive();
   EXPECT_TRUE(peer.sawClose());
@@ -242,26 +242,33 @@ TEST_F(UiLinkTest, SendsTheBegunAndTheNewestEventToALateReader) {
   EXPECT_EQ(markOf(peer.frames[1]), 50);
 }
 
-TEST_F(UiLinkTest, LetsAReplyPassTheWaitingEvent) {
+TEST_F(UiLinkTest, SendsAReplyAfterTheEventThatWaitsAlready) {
   ASSERT_TRUE(peer.sendMessage("channel", 4, {}));
   ASSERT_TRUE(runUntilMessages(1));
   clogWithEvents();
   link->reply(4, Bytes{1});
   ASSERT_TRUE(runUntilFrames(3));
   EXPECT_EQ(markOf(peer.frames[0]), 1);
-  EXPECT_EQ(peer.frames[1].type, LinkFrameType::reply);
-  EXPECT_EQ(markOf(peer.frames[2]), 3);
+  EXPECT_EQ(markOf(peer.frames[1]), 3);
+  EXPECT_EQ(peer.frames[2].type, LinkFrameType::reply);
 }
 
-TEST_F(UiLinkTest, SendsNoEventFromBeforeAStreamErrorAfterIt) {
-  const FlutterError error{"code", "message", Value(1)};
+TEST_F(UiLinkTest, SendsNoEventFromBeforeAMessageAfterIt) {
   clogWithEvents();
-  link->sendStreamError(frames, encodeErrorEnvelope(error));
+  link->sendMessage("text", {1, 2});
   link->sendEvent(frames, pictureOf(9));
   ASSERT_TRUE(runUntilFrames(3));
   EXPECT_EQ(markOf(peer.frames[0]), 1);
-  EXPECT_EQ(std::get<FlutterError>(decodeEnvelope(peer.frames[1].payload)), error);
+  EXPECT_EQ(peer.frames[1], (LinkFrame{LinkFrameType::message, 0, "text", {1, 2}}));
   EXPECT_EQ(markOf(peer.frames[2]), 9);
+}
+
+TEST_F(UiLinkTest, DropsAMessageThatIsTooLongForAFrame) {
+  link->sendMessage("text", Bytes(linkFrameLengthMax, 'x'));
+  link->sendMessage("text", {1});
+  ASSERT_TRUE(runUntilFrames(1));
+  EXPECT_EQ(peer.frames[0].payload, Bytes{1});
+  EXPECT_TRUE(link->isOpen());
 }
 
 TEST_F(UiLinkTest, ReadsMessagesWhileWritingIsClogged) {
