@@ -6,6 +6,7 @@
 #include "platform/linux/capture/ImageEncoder.h"
 #include "platform/linux/capture/ScreenCapture.h"
 #include "platform/linux/dispatch/Dispatch.h"
+#include "platform/linux/system/Files.h"
 #include "platform/linux/system/Permissions.h"
 #include "platform/linux/system/Process.h"
 #include "platform/linux/system/Text.h"
@@ -13,6 +14,7 @@
 #include "platform/linux/ui/Application.h"
 #include "platform/linux/ui/Flutter.h"
 #include "platform/linux/ui/MainContext.h"
+#include "platform/linux/ui/NotificationCenter.h"
 
 namespace quorvin {
 namespace {
@@ -31,7 +33,7 @@ class LinuxPlatform {
       : process(processArguments(), ActivityServices::fromEnvironment()),
         userDefaults(LinuxUserDefaults::pathFromEnvironment()),
         permissions(process, PermissionsEnvironment::fromEnvironment()),
-        application(mainContext.get(), dispatch) {}
+        application(mainContext.get(), dispatch, notificationCenter) {}
 
   Platform& platform() { return all; }
 
@@ -44,12 +46,16 @@ class LinuxPlatform {
   LinuxPermissions permissions;
   LinuxImageEncoder imageEncoder;
   LinuxScreenCapture screenCapture;
+  LinuxFiles files{LinuxFiles::executableOfProcess()};
   LinuxFlutter flutter;
+  LinuxNotificationCenter notificationCenter;
   LinuxApplication application;
   Platform all{.application = application,
                .dispatch = dispatch,
+               .files = files,
                .flutter = flutter,
                .imageEncoder = imageEncoder,
+               .notificationCenter = notificationCenter,
                .permissions = permissions,
                .process = process,
                .screenCapture = screenCapture,
