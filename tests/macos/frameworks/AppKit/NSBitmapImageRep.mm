@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cmath>
 #include <memory>
+#include <sstream>
 #include <string>
 
 #include "tests/macos/standin/CallLog.h"
@@ -37,6 +38,12 @@ NSNumber* compressionFactorOf(NSDictionary<NSBitmapImageRepPropertyKey, id>* pro
     return nil;
   }
   return number;
+}
+
+std::string describe(double factor) {
+  std::ostringstream text;
+  text << factor;
+  return text.str();
 }
 
 int qualityFrom(double factor) { return std::max(1, static_cast<int>(std::lround(factor * 100))); }
@@ -85,9 +92,9 @@ NSData* encodedJpeg(StandInImage* image, int quality) {
 - (NSData*)representationUsingType:(NSBitmapImageFileType)storageType
                         properties:(NSDictionary<NSBitmapImageRepPropertyKey, id>*)properties {
   NSNumber* factor = compressionFactorOf(properties);
-  standin::record("-[NSBitmapImageRep representationUsingType:properties:]",
-                  {std::to_string(storageType),
-                   "NSImageCompressionFactor=" + std::to_string(factor.doubleValue)});
+  standin::record(
+      "-[NSBitmapImageRep representationUsingType:properties:]",
+      {std::to_string(storageType), "NSImageCompressionFactor=" + describe(factor.doubleValue)});
   if (storageType != NSBitmapImageFileTypeJPEG) {
     standin::violation("this stand-in writes JPEG files only");
     return nil;

@@ -4,7 +4,7 @@
 #import <CoreImage/CoreImageState.h>
 #import <CoreImage/StandInCIImage.h>
 
-#include <cstdio>
+#include <sstream>
 #include <utility>
 
 #include "tests/macos/standin/CallLog.h"
@@ -35,8 +35,10 @@ std::vector<std::string> describe(NSDictionary<CIContextOption, id>* options) {
 }
 
 std::string describe(CGRect rect) {
-  return std::to_string(rect.origin.x) + " " + std::to_string(rect.origin.y) + " " +
-         std::to_string(rect.size.width) + " " + std::to_string(rect.size.height);
+  std::ostringstream text;
+  text << rect.origin.x << ' ' << rect.origin.y << ' ' << rect.size.width << ' '
+       << rect.size.height;
+  return text.str();
 }
 
 bool isPartOf(CGRect rect, CGRect whole) {
