@@ -1,0 +1,20 @@
+#pragma once
+
+#import <FlutterMacOS/FlutterBinaryMessenger.h>
+#import <FlutterMacOS/FlutterPluginRegistrarMacOS.h>
+
+@class FlutterDartProject, FlutterViewController;
+
+@interface FlutterEngine : NSObject <FlutterPluginRegistry>
+- (nonnull instancetype)initWithName:(nonnull NSString*)labelPrefix
+                             project:(nullable FlutterDartProject*)project
+              allowHeadlessExecution:(BOOL)allowHeadlessExecution NS_DESIGNATED_INITIALIZER;
+- (nonnull instancetype)init NS_UNAVAILABLE;
+
+- (BOOL)runWithEntrypoint:(nullable NSString*)entrypoint;
+- (void)shutDownEngine;
+
+@property(nonatomic, nullable, weak) FlutterViewController* viewController;
+// Usable before the engine runs, and after it has gone, when it does nothing.
+@property(nonatomic, nonnull, readonly) id<FlutterBinaryMessenger> binaryMessenger;
+@end
