@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <glib.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -71,7 +72,9 @@ fs::path LinuxFiles::homeDirectoryForCurrentUser() {
 
 fs::path LinuxFiles::homeDirectory() {
   const char* home = std::getenv("HOME");
-  return home != nullptr && g_path_is_absolute(home) != FALSE ? home : g_get_home_dir();
+  if (home != nullptr && fs::path(home).is_absolute()) return home;
+  const auto* account = getpwuid(getuid());
+  return account != nullptr ? account->pw_dir : "/";
 }
 
 std::optional<fs::path> LinuxFiles::desktopDirectory() {

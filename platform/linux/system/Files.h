@@ -22,7 +22,7 @@ class LinuxFiles final : public Files {
   // The folder whose "Contents/Linux" the executable is in, or else the executable's own folder.
   [[nodiscard]] std::filesystem::path bundlePath() override;
   [[nodiscard]] std::optional<std::filesystem::path> executablePath() override;
-  // Both are HOME, or what the user database says when there is no HOME.
+  // Both are HOME, or what the user database says when HOME holds no absolute path.
   [[nodiscard]] std::filesystem::path homeDirectoryForCurrentUser() override;
   [[nodiscard]] std::filesystem::path homeDirectory() override;
   // XDG_DESKTOP_DIR of the user's folder list, or else "Desktop" in the home folder

@@ -1,0 +1,345 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Error.h"
+#include "platform/linux/system/Files.h"
+#include "tests/fakes/FakeFiles.h"
+#include "tests/linux/system/TemporaryFolder.h"
+
+namespace quorvin {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::uint8_t> bytesOf(std::string_view text) {
+  return {text.begin(), text.end()};
+}
+
+std::optional<std::string> textOf(Files& files, const fs::path& path) {
+  const auto data = files.contents(path);
+  if (!data) return {};
+  return std::string(data->bytes().begin(), data->bytes().end());
+}
+
+// Of the failure that the work ends in; 0 when it ends in none.
+std::int64_t failureCode(const std::function<void()>& work) {
+  try {
+    work();
+  } catch (const Error& error) {
+    EXPECT_FALSE(error.domain.empty());
+    EXPECT_FALSE(error.localizedDescription.empty());
+    return error.code;
+  }
+  return 0;
+}
+
+// What every Files must do, tried on the system's own and on the fake.
+struct RealTree {
+  TemporaryFolder folder;
+  LinuxFiles files{fs::path("/opt/x/program")};
+  fs::path root = folder.path("");
+};
+struct FakeTree {
+  FakeTree() { files.addDirectory(root); }
+  fakes::FakeFiles files;
+  fs::path root = "/tree";
+};
+
+template <typename Tree>
+class FilesContract : public testing::Test {
+ protected:
+  fs::path at(std::string_view name) { return tree.root / name; }
+  void write(std::string_view name, std::string_view text) {
+    tree.files.writeAtomically(bytesOf(text), at(name));
+  }
+
+  Tree tree;
+  Files& files = tree.files;
+};
+using Trees = testing::Types<RealTree, FakeTree>;
+TYPED_TEST_SUITE(FilesContract, Trees);
+
+TYPED_TEST(FilesContract, MakesAFolderWithThoseOnTheWayToIt) {
+  this->files.createDirectory(this->at("a/b/c"));
+  EXPECT_TRUE(this->files.fileExists(this->at("a/b/c")));
+  this->files.createDirectory(this->at("a/b/c"));
+  this->write("file", "x");
+  EXPECT_NE(failureCode([&] { this->files.createDirectory(this->at("file")); }), 0);
+  EXPECT_NE(failureCode([&] { this->files.createDirectory(this->at("file/below")); }), 0);
+  EXPECT_EQ(textOf(this->files, this->at("file")), "x");
+}
+
+TYPED_TEST(FilesContract, ReadsWhatItWrote) {
+  this->write("file", "one");
+  EXPECT_EQ(textOf(this->files, this->at("file")), "one");
+  this->write("file", "");
+  EXPECT_EQ(textOf(this->files, this->at("file")), "");
+  this->write("file", std::string(100'000, 'x'));
+  EXPECT_EQ(textOf(this->files, this->at("file")), std::string(100'000, 'x'));
+}
+
+TYPED_TEST(FilesContract, ReadsNothingFromWhatIsNoFile) {
+  EXPECT_EQ(this->files.contents(this->at("missing")), std::nullopt);
+  this->files.createDirectory(this->at("folder"));
+  EXPECT_EQ(this->files.contents(this->at("folder")), std::nullopt);
+  this->files.createSymbolicLink(this->at("dangling"), this->at("missing"));
+  EXPECT_EQ(this->files.contents(this->at("dangling")), std::nullopt);
+  this->files.createSymbolicLink(this->at("loop"), this->at("loop"));
+  EXPECT_EQ(this->files.contents(this->at("loop")), std::nullopt);
+}
+
+TYPED_TEST(FilesContract, RefusesToWriteWhereNoFileCanBe) {
+  EXPECT_NE(failureCode([&] { this->write("missing/file", "x"); }), 0);
+  this->files.createDirectory(this->at("folder"));
+  EXPECT_NE(failureCode([&] { this->write("folder", "x"); }), 0);
+  EXPECT_EQ(this->files.contents(this->at("folder")), std::nullopt);
+}
+
+TYPED_TEST(FilesContract, ReplacesALinkAndNotWhatItLeadsTo) {
+  this->write("target", "old");
+  this->files.createSymbolicLink(this->at("link"), this->at("target"));
+  this->write("link", "new");
+  EXPECT_EQ(textOf(this->files, this->at("link")), "new");
+  EXPECT_EQ(textOf(this->files, this->at("target")), "old");
+  EXPECT_NE(failureCode([&] { (void)this->files.destinationOfSymbolicLink(this->at("link")); }), 0);
+}
+
+TYPED_TEST(FilesContract, RemovesAFolderWithAllThatIsInIt) {
+  this->files.createDirectory(this->at("folder/inner"));
+  this->write("folder/inner/file", "x");
+  this->write("folder2", "stays");
+  this->files.removeItem(this->at("folder"));
+  EXPECT_FALSE(this->files.fileExists(this->at("folder/inner/file")));
+  EXPECT_FALSE(this->files.fileExists(this->at("folder")));
+  EXPECT_TRUE(this->files.fileExists(this->at("folder2")));
+  EXPECT_NE(failureCode([&] { this->files.removeItem(this->at("folder")); }), 0);
+}
+
+TYPED_TEST(FilesContract, RemovesALinkAndNotWhatItLeadsTo) {
+  this->write("target", "stays");
+  this->files.createSymbolicLink(this->at("link"), this->at("target"));
+  this->files.removeItem(this->at("link"));
+  EXPECT_FALSE(this->files.fileExists(this->at("link")));
+  EXPECT_EQ(textOf(this->files, this->at("target")), "stays");
+  this->files.createSymbolicLink(this->at("dangling"), this->at("missing"));
+  this->files.removeItem(this->at("dangling"));
+  this->files.createSymbolicLink(this->at("dangling"), this->at("missing"));
+}
+
+TYPED_TEST(FilesContract, FollowsLinksToTellWhetherSomethingExists) {
+  this->files.createSymbolicLink(this->at("link"), "target");
+  EXPECT_FALSE(this->files.fileExists(this->at("link")));
+  this->write("target", "x");
+  EXPECT_TRUE(this->files.fileExists(this->at("link")));
+  EXPECT_EQ(textOf(this->files, this->at("link")), "x");
+}
+
+TYPED_TEST(FilesContract, MakesNoLinkWhereTheNameIsTaken) {
+  this->files.createSymbolicLink(this->at("link"), "nowhere");
+  EXPECT_EQ(this->files.destinationOfSymbolicLink(this->at("link")), "nowhere");
+  EXPECT_NE(failureCode([&] { this->files.createSymbolicLink(this->at("link"), "other"); }), 0);
+  EXPECT_EQ(this->files.destinationOfSymbolicLink(this->at("link")), "nowhere");
+  EXPECT_NE(failureCode([&] { this->files.createSymbolicLink(this->at("no/link"), "x"); }), 0);
+}
+
+TYPED_TEST(FilesContract, SaysWhatALinkSaysAndNothingElse) {
+  this->write("file", "x");
+  EXPECT_NE(failureCode([&] { (void)this->files.destinationOfSymbolicLink(this->at("file")); }), 0);
+  EXPECT_NE(failureCode([&] { (void)this->files.destinationOfSymbolicLink(this->at("gone")); }), 0);
+  this->files.createSymbolicLink(this->at("link"), "../a/./b/");
+  EXPECT_EQ(this->files.destinationOfSymbolicLink(this->at("link")).native(), "../a/./b/");
+}
+
+TYPED_TEST(FilesContract, StandardizesAPathWithoutLookingAtIt) {
+  EXPECT_EQ(this->files.standardized("/a/./b//c/../d/"), "/a/b/d");
+  EXPECT_EQ(this->files.standardized("/a/b"), "/a/b");
+  EXPECT_EQ(this->files.standardized("/../a/.."), "/");
+}
+
+TEST(FakeFiles, FailsWhereItIsTold) {
+  fakes::FakeFiles files;
+  files.addFile("/a/file", "old");
+  files.addLink("/a/link", "file");
+  for (const auto* operation : {"createDirectory", "writeAtomically", "removeItem", "contents",
+                                "createSymbolicLink", "destinationOfSymbolicLink"}) {
+    files.failures.emplace(operation, Error("scripted", 7, "No."));
+  }
+  EXPECT_EQ(failureCode([&] { files.createDirectory("/a/b"); }), 7);
+  EXPECT_EQ(failureCode([&] { files.writeAtomically(bytesOf("new"), "/a/file"); }), 7);
+  EXPECT_EQ(failureCode([&] { files.removeItem("/a/file"); }), 7);
+  EXPECT_EQ(failureCode([&] { files.createSymbolicLink("/a/other", "file"); }), 7);
+  EXPECT_EQ(failureCode([&] { (void)files.destinationOfSymbolicLink("/a/link"); }), 7);
+  EXPECT_EQ(files.contents("/a/file"), std::nullopt);
+  EXPECT_EQ(files.textAt("/a/file"), "old");
+  EXPECT_EQ(files.textAt("/a/link"), std::nullopt);
+  EXPECT_FALSE(files.isDirectory("/a/b"));
+  EXPECT_FALSE(files.hasItem("/a/other"));
+  EXPECT_THAT(files.changes,
+              testing::ElementsAre("createDirectory /a/b", "writeAtomically /a/file",
+                                   "removeItem /a/file", "createSymbolicLink /a/other"));
+}
+
+class LinuxFilesTest : public testing::Test {
+ protected:
+  static mode_t modeOf(const fs::path& path) {
+    struct stat status {};
+    EXPECT_EQ(lstat(path.c_str(), &status), 0);
+    return status.st_mode & 07777U;
+  }
+  [[nodiscard]] std::vector<std::string> names() const {
+    std::vector<std::string> all;
+    for (const auto& entry : fs::directory_iterator(folder.path(""))) {
+      all.push_back(entry.path().filename());
+    }
+    return all;
+  }
+  // The work's exit status in a process of its own, whose limits and folders may be spoilt.
+  static int inChild(const std::function<bool()>& work) {
+    const auto child = fork();
+    if (child == 0) _exit(work() ? 0 : 1);
+    int status = -1;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  TemporaryFolder folder;
+  LinuxFiles files{fs::path("/opt/x/program")};
+};
+
+TEST_F(LinuxFilesTest, FindsTheBundleThatTheExecutableIsIn) {
+  LinuxFiles bundled(fs::path("/home/me/Applications/A.app/Contents/Linux/program"));
+  EXPECT_EQ(bundled.bundlePath(), "/home/me/Applications/A.app");
+  EXPECT_EQ(bundled.executablePath(), "/home/me/Applications/A.app/Contents/Linux/program");
+  EXPECT_EQ(files.bundlePath(), "/opt/x");
+  EXPECT_EQ(LinuxFiles(fs::path("/opt/Contents/program")).bundlePath(), "/opt/Contents");
+  EXPECT_EQ(LinuxFiles(fs::path("/opt/Linux/program")).bundlePath(), "/opt/Linux");
+}
+
+TEST_F(LinuxFilesTest, HasNoBundleWithoutAnExecutable) {
+  LinuxFiles lost(std::nullopt);
+  EXPECT_EQ(lost.bundlePath(), fs::path());
+  EXPECT_EQ(lost.executablePath(), std::nullopt);
+}
+
+TEST_F(LinuxFilesTest, KnowsTheExecutableOfTheProcess) {
+  const auto executable = LinuxFiles::executableOfProcess();
+  ASSERT_TRUE(executable.has_value());
+  EXPECT_EQ(executable->filename(), "system_tests");
+  EXPECT_TRUE(executable->is_absolute());
+}
+
+TEST_F(LinuxFilesTest, TakesTheHomeFolderFromTheEnvironmentOrTheUserDatabase) {
+  EXPECT_EQ(inChild([&] {
+              setenv("HOME", "/home/told", 1);
+              return files.homeDirectory() == "/home/told" &&
+                     files.homeDirectoryForCurrentUser() == "/home/told";
+            }),
+            0);
+  EXPECT_EQ(inChild([&] {
+              unsetenv("HOME");
+              return files.homeDirectory().is_absolute();
+            }),
+            0);
+  EXPECT_EQ(inChild([&] {
+              setenv("HOME", "not absolute", 1);
+              return files.homeDirectory().is_absolute();
+            }),
+            0);
+}
+
+TEST_F(LinuxFilesTest, TakesTheDesktopFromTheUsersFolderList) {
+  const auto config = folder.path("config");
+  fs::create_directory(config);
+  const auto desktopIs = [&](const fs::path& expected) {
+    return inChild([&] {
+      setenv("HOME", folder.path("").c_str(), 1);
+      setenv("XDG_CONFIG_HOME", config.c_str(), 1);
+      return files.desktopDirectory() == expected;
+    });
+  };
+  EXPECT_EQ(desktopIs(folder.path("Desktop")), 0);
+  (void)folder.write("config/user-dirs.dirs", "XDG_DESKTOP_DIR=\"$HOME/Schreibtisch\"\n");
+  EXPECT_EQ(desktopIs(folder.path("Schreibtisch")), 0);
+}
+
+TEST_F(LinuxFilesTest, GivesANewFileTheProcessUsualPermissions) {
+  const auto path = folder.path("file");
+  EXPECT_EQ(inChild([&] {
+              umask(027);
+              files.writeAtomically(bytesOf("x"), path);
+              return true;
+            }),
+            0);
+  EXPECT_EQ(modeOf(path), 0640U);
+}
+
+TEST_F(LinuxFilesTest, KeepsThePermissionsOfAnExistingFile) {
+  const auto path = folder.write("file", "old");
+  for (const mode_t mode : {0600U, 0666U, 0400U}) {
+    ASSERT_EQ(chmod(path.c_str(), mode), 0);
+    files.writeAtomically(bytesOf("new"), path);
+    EXPECT_EQ(modeOf(path), mode);
+  }
+}
+
+TEST_F(LinuxFilesTest, LeavesNothingBesideTheFile) {
+  files.writeAtomically(bytesOf("x"), folder.path("file"));
+  files.writeAtomically(bytesOf("y"), folder.path("file"));
+  EXPECT_THAT(names(), testing::ElementsAre("file"));
+}
+
+TEST_F(LinuxFilesTest, LeavesTheOldFileWhenTheNameCannotBeTaken) {
+  fs::create_directory(folder.path("folder"));
+  EXPECT_EQ(failureCode([&] { files.writeAtomically(bytesOf("x"), folder.path("folder")); }),
+            EISDIR);
+  EXPECT_THAT(names(), testing::ElementsAre("folder"));
+}
+
+TEST_F(LinuxFilesTest, LeavesTheOldFileWhenTheBytesCannotBeWritten) {
+  const auto path = folder.write("file", "old");
+  const std::vector<std::uint8_t> tooMany(100'000, 'x');
+  EXPECT_EQ(inChild([&] {
+              std::signal(SIGXFSZ, SIG_IGN);
+              const rlimit limit{1000, 1000};
+              setrlimit(RLIMIT_FSIZE, &limit);
+              return failureCode([&] { files.writeAtomically(tooMany, path); }) == EFBIG;
+            }),
+            0);
+  EXPECT_EQ(textOf(files, path), "old");
+  EXPECT_THAT(names(), testing::ElementsAre("file"));
+}
+
+TEST_F(LinuxFilesTest, NamesThePathAndTheReasonInItsErrors) {
+  const auto path = folder.path("missing/file");
+  try {
+    files.writeAtomically(bytesOf("x"), path);
+    FAIL() << "no error";
+  } catch (const Error& error) {
+    EXPECT_EQ(error, Error("com.quorvin.support.posix", ENOENT,
+                           path.string() + " could not be written: No such file or directory."));
+  }
+  EXPECT_EQ(failureCode([&] { files.removeItem(path); }), ENOENT);
+  EXPECT_EQ(failureCode([&] { files.createSymbolicLink(folder.path(""), "x"); }), EEXIST);
+  EXPECT_EQ(failureCode([&] { (void)files.destinationOfSymbolicLink(folder.path("")); }), EINVAL);
+}
+
+TEST_F(LinuxFilesTest, DoesNotWaitForAPipe) {
+  ASSERT_EQ(mkfifo(folder.path("pipe").c_str(), 0600), 0);
+  EXPECT_EQ(files.contents(folder.path("pipe")), std::nullopt);
+}
+
+}  // namespace
+}  // namespace quorvin
