@@ -34,7 +34,7 @@ void requireSuccess(const fs::path& path, const std::string& what, const std::er
 
 std::optional<Bytes> readToEnd(int descriptor) {
   Bytes content;
-  std::array<std::uint8_t, 16 * 1024> part{};
+  std::array<std::uint8_t, 16'384> part{};
   while (true) {
     const auto count = read(descriptor, part.data(), part.size());
     if (count < 0 && errno == EINTR) continue;
@@ -57,7 +57,7 @@ std::optional<fs::path> LinuxFiles::executableOfProcess() {
 
 fs::path LinuxFiles::bundlePath() {
   if (!executable) return {};
-  const auto folder = executable->parent_path();
+  auto folder = executable->parent_path();
   if (folder.filename() != "Linux" || folder.parent_path().filename() != "Contents") return folder;
   return folder.parent_path().parent_path();
 }
