@@ -31,8 +31,8 @@ ErrorScript streamError(SCStreamErrorCode code, std::string description = "The s
 
 struct ShareableContentScript {
   bool hasContent = true;
-  std::vector<DisplayScript> displays;
-  std::optional<ErrorScript> error;
+  std::vector<DisplayScript> displays{};
+  std::optional<ErrorScript> error{};
 };
 
 // The answer to every question for shareable content; after a reset there is content without a
@@ -75,7 +75,7 @@ struct SampleScript {
   bool isValid = true;
   id attachments = attachmentsWithStatus(@(SCFrameStatusComplete));
   bool hasPicture = true;
-  Colour colour;
+  Colour colour{};
   CMTime presentationTimeStamp = kCMTimeZero;
   SCStreamOutputType type = SCStreamOutputTypeScreen;
 };
