@@ -1,4 +1,5 @@
 #pragma once
 
+#import <CoreMedia/CMFormatDescription.h>
 #import <CoreMedia/CMSampleBuffer.h>
 #import <CoreMedia/CMTime.h>
