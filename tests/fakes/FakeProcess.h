@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -21,7 +21,7 @@ class FakeProcess final : public Process {
   int macOSMajor = 14;
   int macOSMinor = 0;
   std::string standardError;
-  int standardErrorWrites = 0;
+  std::vector<std::string> standardErrorWrites;  // the same, each write for itself
 
   struct Activity {
     std::uint64_t options;
@@ -31,18 +31,23 @@ class FakeProcess final : public Process {
   std::vector<std::string> violations;
 
   [[nodiscard]] std::size_t runningActivities() const { return running.size(); }
+  [[nodiscard]] std::vector<std::string> runningReasons() const {
+    std::vector<std::string> reasons;
+    for (const auto& entry : running) reasons.push_back(entry.second);
+    return reasons;
+  }
 
   std::vector<std::string> arguments() override { return argumentList; }
   [[noreturn]] void exit(int status) override { throw ProcessExited{status}; }
   void writeToStandardError(std::string_view utf8) override {
     standardError += utf8;
-    ++standardErrorWrites;
+    standardErrorWrites.emplace_back(utf8);
   }
   std::shared_ptr<ActivityToken> beginActivity(std::uint64_t options,
                                                const std::string& reason) override {
     begunActivities.push_back({options, reason});
     auto token = std::make_shared<Token>();
-    running.insert(token.get());
+    running[token.get()] = reason;
     return token;
   }
   void endActivity(const std::shared_ptr<ActivityToken>& token) override {
@@ -54,7 +59,7 @@ class FakeProcess final : public Process {
 
  private:
   class Token final : public ActivityToken {};
-  std::set<const ActivityToken*> running;
+  std::map<const ActivityToken*, std::string> running;  // with their reasons
 };
 
 }  // namespace quorvin::fakes

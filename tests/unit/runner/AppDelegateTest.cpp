@@ -41,7 +41,7 @@ TEST(AppDelegate, RefusesAnUnattendedRunThatIsNotEnabled) {
   EXPECT_EQ(status, 2);
   EXPECT_EQ(machine.process.standardError,
             "Quorvin unattended access is not enabled. Run --install-unattended first.\n");
-  EXPECT_EQ(machine.process.standardErrorWrites, 1);
+  EXPECT_EQ(machine.process.standardErrorWrites.size(), 1U);
 }
 
 TEST(AppDelegate, HidesAnUnattendedRunAndKeepsItRunning) {
