@@ -7,6 +7,7 @@
 #include "platform/ImageEncoder.h"
 #include "platform/Permissions.h"
 #include "platform/Process.h"
+#include "platform/PropertyList.h"
 #include "platform/ScreenCapture.h"
 #include "platform/Text.h"
 #include "platform/UserDefaults.h"
@@ -24,6 +25,7 @@ struct Platform {
   NotificationCenter& notificationCenter;
   Permissions& permissions;
   Process& process;
+  PropertyList& propertyList;
   ScreenCapture& screenCapture;
   Text& text;
   UserDefaults& userDefaults;

@@ -9,6 +9,7 @@
 #include "platform/linux/system/Files.h"
 #include "platform/linux/system/Permissions.h"
 #include "platform/linux/system/Process.h"
+#include "platform/linux/system/PropertyList.h"
 #include "platform/linux/system/Text.h"
 #include "platform/linux/system/UserDefaults.h"
 #include "platform/linux/ui/Application.h"
@@ -27,10 +28,15 @@ std::vector<std::string> processArguments() {
   return arguments;
 }
 
+std::string executable() {
+  return LinuxFiles::executableOfProcess().value_or("/usr/bin/quorvin-support").string();
+}
+
 class LinuxPlatform {
  public:
   LinuxPlatform()
-      : process(processArguments(), ActivityServices::fromEnvironment()),
+      : process(processArguments(), ActivityServices::fromEnvironment(),
+                LinuxProcess::launchctlFromEnvironment(executable())),
         userDefaults(LinuxUserDefaults::pathFromEnvironment()),
         permissions(process, PermissionsEnvironment::fromEnvironment()),
         application(mainContext.get(), dispatch, notificationCenter) {}
@@ -41,6 +47,7 @@ class LinuxPlatform {
   MainContext mainContext;
   LinuxDispatch dispatch;
   LinuxProcess process;
+  LinuxPropertyList propertyList;
   LinuxText text;
   LinuxUserDefaults userDefaults;
   LinuxPermissions permissions;
@@ -58,6 +65,7 @@ class LinuxPlatform {
                .notificationCenter = notificationCenter,
                .permissions = permissions,
                .process = process,
+               .propertyList = propertyList,
                .screenCapture = screenCapture,
                .text = text,
                .userDefaults = userDefaults};

@@ -12,6 +12,7 @@
 
 #include "platform/Error.h"
 #include "platform/Files.h"
+#include "tests/fakes/FailurePlan.h"
 
 namespace quorvin::fakes {
 
@@ -27,6 +28,7 @@ class FakeFiles final : public Files {
   Path home = "/Users/someone";
   std::optional<Path> desktop = "/Users/someone/Desktop";
   std::map<std::string, Error> failures;
+  FailurePlan* plan = nullptr;
   std::vector<std::string> changes;  // "createDirectory /a/b" and so on, also of failed ones
 
   void addDirectory(const Path& path) {
@@ -75,7 +77,11 @@ class FakeFiles final : public Files {
     addDirectory(path);
   }
   std::optional<Data> contents(const Path& path) override {
-    if (failures.contains("contents")) return {};
+    try {
+      failIfAsked("contents");
+    } catch (const Error&) {
+      return {};
+    }
     const auto* bytes = nodeAs<Bytes>(resolved(path));
     return bytes == nullptr ? std::nullopt : std::optional(Data(*bytes));
   }
@@ -125,12 +131,12 @@ class FakeFiles final : public Files {
     return {"fake", 1, path.string() + " " + what + "."};
   }
   // Follows the link at the path itself; those on the way are not modelled.
-  [[nodiscard]] Path resolved(Path path) const {
+  [[nodiscard]] Path resolved(Path path) {
     constexpr int linksMax = 40;
     for (int count = 0; count < linksMax; ++count) {
       const auto* link = nodeAs<Link>(path);
       if (link == nullptr) return path;
-      path = (path.parent_path() / link->destination).lexically_normal();
+      path = standardized(path.parent_path() / link->destination);
     }
     return {};
   }
@@ -142,6 +148,7 @@ class FakeFiles final : public Files {
     if (const auto failure = failures.find(operation); failure != failures.end()) {
       throw failure->second;
     }
+    if (plan != nullptr) plan->step(operation);
   }
 
   std::map<Path, Node> tree = {{"/", Directory{}}};

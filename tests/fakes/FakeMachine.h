@@ -39,6 +39,7 @@ struct FakeMachine {
   FakeNotificationCenter notificationCenter;
   FakePermissions permissions;
   FakeProcess process;
+  FakePropertyList propertyList;
   FakeScreenCapture screenCapture;
   FakeText text;
   FakeUserDefaults userDefaults;
@@ -50,6 +51,7 @@ struct FakeMachine {
                     .notificationCenter = notificationCenter,
                     .permissions = permissions,
                     .process = process,
+                    .propertyList = propertyList,
                     .screenCapture = screenCapture,
                     .text = text,
                     .userDefaults = userDefaults};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -20,8 +21,23 @@ class FakeProcess final : public Process {
   std::vector<std::string> argumentList = {"/Applications/Quorvin Support.app/quorvin-support"};
   int macOSMajor = 14;
   int macOSMinor = 0;
+  std::string standardOutput;
+  std::vector<std::string> standardOutputWrites;  // the same, each write for itself
   std::string standardError;
-  std::vector<std::string> standardErrorWrites;  // the same, each write for itself
+  std::vector<std::string> standardErrorWrites;
+  std::uint32_t user = 501;
+
+  struct Task {
+    std::string executablePath;
+    std::vector<std::string> arguments;
+
+    friend bool operator==(const Task&, const Task&) = default;
+  };
+  std::vector<Task> tasks;
+  // What a task ends with; throws an Error if it cannot be launched.
+  std::function<std::int32_t(const Task&)> runsTask = [](const Task&) {
+    return 0;
+  };
 
   struct Activity {
     std::uint64_t options;
@@ -39,6 +55,16 @@ class FakeProcess final : public Process {
 
   std::vector<std::string> arguments() override { return argumentList; }
   [[noreturn]] void exit(int status) override { throw ProcessExited{status}; }
+  void writeToStandardOutput(std::string_view utf8) override {
+    standardOutput += utf8;
+    standardOutputWrites.emplace_back(utf8);
+  }
+  std::uint32_t userID() override { return user; }
+  std::int32_t runTask(const std::string& executablePath,
+                       const std::vector<std::string>& taskArguments) override {
+    tasks.push_back({executablePath, taskArguments});
+    return runsTask(tasks.back());
+  }
   void writeToStandardError(std::string_view utf8) override {
     standardError += utf8;
     standardErrorWrites.emplace_back(utf8);

@@ -1,13 +1,16 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/Permissions.h"
+#include "platform/PropertyList.h"
 #include "platform/Text.h"
 #include "platform/UserDefaults.h"
+#include "tests/fakes/FailurePlan.h"
 
 namespace quorvin::fakes {
 
@@ -15,6 +18,31 @@ class FakeUserDefaults final : public UserDefaults {
  public:
   std::map<std::string, bool> booleans;
   std::map<std::string, std::string> strings;
+  // What another process would read.
+  std::map<std::string, bool> storedBooleans;
+  std::map<std::string, std::string> storedStrings;
+  std::vector<std::string> changes;
+  FailurePlan* plan = nullptr;
+
+  void setBool(bool value, const std::string& key) override {
+    changes.push_back("setBool " + key);
+    booleans[key] = value;
+  }
+  void setString(const std::string& value, const std::string& key) override {
+    changes.push_back("setString " + key);
+    strings[key] = value;
+  }
+  void removeObject(const std::string& key) override {
+    changes.push_back("removeObject " + key);
+    booleans.erase(key);
+    strings.erase(key);
+  }
+  void synchronize() override {
+    changes.emplace_back("synchronize");
+    if (plan != nullptr) plan->step("synchronize");
+    storedBooleans = booleans;
+    storedStrings = strings;
+  }
 
   bool boolForKey(const std::string& key) override {
     const auto entry = booleans.find(key);
@@ -51,6 +79,19 @@ class FakePermissions final : public Permissions {
     return accessibility;
   }
   std::optional<std::string> copyComputerName() override { return name; }
+};
+
+// Remembers what it was given; what it writes only says that it wrote.
+class FakePropertyList final : public PropertyList {
+ public:
+  std::vector<Value> written;
+  FailurePlan* plan = nullptr;
+
+  Data xmlData(const Value& propertyList) override {
+    if (plan != nullptr) plan->step("xmlData");
+    written.push_back(propertyList);
+    return Data(Bytes{'l', 'i', 's', 't', static_cast<std::uint8_t>('0' + written.size())});
+  }
 };
 
 // Takes every code point for a character of its own.

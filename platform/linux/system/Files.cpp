@@ -13,19 +13,17 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/Error.h"
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/system/AtomicWrite.h"
+#include "platform/linux/system/PosixError.h"
 
 namespace quorvin {
 namespace {
 
 namespace fs = std::filesystem;
 
-// As in "/home/me/notes.txt could not be removed: Permission denied."
 [[noreturn]] void fail(const fs::path& path, const std::string& what, const std::error_code& code) {
-  throw Error("com.quorvin.support.posix", code.value(),
-              path.string() + " could not be " + what + ": " + code.message() + ".");
+  throw posixError(path.string(), what, code);
 }
 
 void requireSuccess(const fs::path& path, const std::string& what, const std::error_code& code) {

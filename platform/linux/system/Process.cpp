@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "platform/linux/system/Activity.h"
+#include "platform/linux/system/ProcessTask.h"
 
 namespace quorvin {
 namespace {
@@ -62,14 +63,29 @@ class PipeSignalBlock {
   bool wasPending = false;
 };
 
+void writeOnce(int descriptor, std::string_view bytes) {
+  const PipeSignalBlock noSignal;
+  while (write(descriptor, bytes.data(), bytes.size()) < 0 && errno == EINTR) {
+  }
+}
+
 }  // namespace
 
 ActivityServices ActivityServices::fromEnvironment() {
   return {.display = variable("DISPLAY"), .busAddress = sessionBusAddress()};
 }
 
-LinuxProcess::LinuxProcess(std::vector<std::string> arguments, ActivityServices services)
-    : argumentList(std::move(arguments)), services(std::move(services)) {}
+LinuxProcess::LinuxProcess(std::vector<std::string> arguments, ActivityServices services,
+                           std::string launchctlProgram)
+    : argumentList(std::move(arguments)),
+      services(std::move(services)),
+      launchctlProgram(std::move(launchctlProgram)) {}
+
+std::string LinuxProcess::launchctlFromEnvironment(const std::string& executable) {
+  auto named = variable("QUORVIN_LAUNCHCTL");
+  if (!named.empty()) return named;
+  return std::filesystem::path(executable).replace_filename("quorvin-launchctl");
+}
 
 std::vector<std::string> LinuxProcess::arguments() {
   return argumentList;
@@ -79,10 +95,22 @@ void LinuxProcess::exit(int status) {
   std::exit(status);
 }
 
+void LinuxProcess::writeToStandardOutput(std::string_view utf8) {
+  writeOnce(STDOUT_FILENO, utf8);
+}
+
 void LinuxProcess::writeToStandardError(std::string_view utf8) {
-  const PipeSignalBlock noSignal;
-  while (write(STDERR_FILENO, utf8.data(), utf8.size()) < 0 && errno == EINTR) {
-  }
+  writeOnce(STDERR_FILENO, utf8);
+}
+
+std::uint32_t LinuxProcess::userID() {
+  return getuid();
+}
+
+std::int32_t LinuxProcess::runTask(const std::string& executablePath,
+                                   const std::vector<std::string>& arguments) {
+  return runProgram(executablePath == "/bin/launchctl" ? launchctlProgram : executablePath,
+                    arguments);
 }
 
 // Linux slows no process down for being in the background, so the options change nothing.

@@ -23,13 +23,22 @@ struct ActivityServices {
 // thread-default GLib main context to be iterated, and never waits for the display or the bus.
 class LinuxProcess final : public Process {
  public:
-  LinuxProcess(std::vector<std::string> arguments, ActivityServices services);
+  // Tasks of "/bin/launchctl", which no Linux has, run the program of the other name instead.
+  LinuxProcess(std::vector<std::string> arguments, ActivityServices services,
+               std::string launchctlProgram = "/bin/launchctl");
+
+  // What QUORVIN_LAUNCHCTL names, or else quorvin-launchctl beside the executable.
+  [[nodiscard]] static std::string launchctlFromEnvironment(const std::string& executable);
 
   [[nodiscard]] std::vector<std::string> arguments() override;
   // std::exit: buffered output is written and static objects are destroyed.
   [[noreturn]] void exit(int status) override;
   // Any thread. A reader that has gone away raises no signal.
+  void writeToStandardOutput(std::string_view utf8) override;
   void writeToStandardError(std::string_view utf8) override;
+  [[nodiscard]] std::uint32_t userID() override;
+  std::int32_t runTask(const std::string& executablePath,
+                       const std::vector<std::string>& arguments) override;
   [[nodiscard]] std::shared_ptr<ActivityToken> beginActivity(std::uint64_t options,
                                                              const std::string& reason) override;
   void endActivity(const std::shared_ptr<ActivityToken>& token) override;
@@ -38,6 +47,7 @@ class LinuxProcess final : public Process {
  private:
   std::vector<std::string> argumentList;
   ActivityServices services;
+  std::string launchctlProgram;
 };
 
 }  // namespace quorvin

@@ -6,17 +6,10 @@
 #include <memory>
 #include <utility>
 
-#include "platform/linux/system/TextFile.h"
+#include "platform/linux/system/DefaultsFile.h"
 
 namespace quorvin {
 namespace {
-
-constexpr std::size_t fileBytesMax = 1 << 20;
-
-struct FreeKeyFile {
-  void operator()(GKeyFile* file) const { g_key_file_free(file); }
-};
-using KeyFile = std::unique_ptr<GKeyFile, FreeKeyFile>;
 
 struct Free {
   void operator()(char* text) const { g_free(text); }
@@ -50,23 +43,28 @@ bool LinuxUserDefaults::boolForKey(const std::string& key) {
 }
 
 std::optional<std::string> LinuxUserDefaults::stringForKey(const std::string& key) {
-  const auto content = readTextFile(path, fileBytesMax);
-  // GLib would take a key only up to an embedded NUL.
-  if (!content || key.find('\0') != std::string::npos) return {};
-  const KeyFile file(g_key_file_new());
-  if (g_key_file_load_from_data(file.get(), content->data(), content->size(), G_KEY_FILE_NONE,
-                                nullptr) == FALSE) {
-    return {};
-  }
-  GError* error = nullptr;
-  const std::unique_ptr<char, Free> text(
-      g_key_file_get_string(file.get(), "defaults", key.c_str(), &error));
-  // A value with a broken escape comes together with an error.
-  if (error != nullptr) {
-    g_error_free(error);
-    return {};
-  }
-  return text.get();
+  if (const auto change = changes.find(key); change != changes.end()) return change->second;
+  return DefaultsFile::readString(path, key);
+}
+
+void LinuxUserDefaults::setBool(bool value, const std::string& key) {
+  changes[key] = value ? "true" : "false";
+}
+
+void LinuxUserDefaults::setString(const std::string& value, const std::string& key) {
+  const std::unique_ptr<char, Free> valid(
+      g_utf8_make_valid(value.data(), static_cast<gssize>(value.size())));
+  changes[key] = valid.get();
+}
+
+void LinuxUserDefaults::removeObject(const std::string& key) {
+  changes[key] = std::nullopt;
+}
+
+void LinuxUserDefaults::synchronize() {
+  if (changes.empty()) return;
+  DefaultsFile::store(path, changes);
+  changes.clear();
 }
 
 }  // namespace quorvin

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 
@@ -10,6 +11,9 @@ namespace quorvin {
 // Settings in the group [defaults] of a key file (the format of GLib's GKeyFile). Every value is
 // text there: numbers read as they are written, and "YES", "true" and "1" in any case are true. A
 // file that is missing, unreadable, malformed or larger than a mebibyte holds no keys.
+//
+// Storing is durable and all or nothing, and leaves alone what another process stored meanwhile. A
+// file that cannot be understood is put aside under another name, and said so on standard error.
 class LinuxUserDefaults final : public UserDefaults {
  public:
   explicit LinuxUserDefaults(std::string path);
@@ -20,9 +24,15 @@ class LinuxUserDefaults final : public UserDefaults {
 
   [[nodiscard]] bool boolForKey(const std::string& key) override;
   [[nodiscard]] std::optional<std::string> stringForKey(const std::string& key) override;
+  // Bytes that are no UTF-8 are replaced by U+FFFD, as the file can hold none.
+  void setBool(bool value, const std::string& key) override;
+  void setString(const std::string& value, const std::string& key) override;
+  void removeObject(const std::string& key) override;
+  void synchronize() override;
 
  private:
   std::string path;
+  std::map<std::string, std::optional<std::string>> changes;  // not yet stored; empty: removed
 };
 
 }  // namespace quorvin

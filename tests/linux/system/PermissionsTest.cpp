@@ -11,6 +11,7 @@
 
 #include "platform/linux/system/Permissions.h"
 #include "platform/linux/system/PermissionsComputerName.h"
+#include "tests/fakes/FakeProcess.h"
 #include "tests/linux/system/MainLoop.h"
 #include "tests/linux/system/TemporaryFolder.h"
 #include "tests/linux/system/XServer.h"
@@ -19,22 +20,6 @@ namespace quorvin {
 namespace {
 
 using namespace std::chrono_literals;
-
-// Keeps what is said on standard error.
-class RecordingProcess final : public Process {
- public:
-  std::vector<std::string> arguments() override { return {}; }
-  [[noreturn]] void exit(int status) override { std::exit(status); }
-  void writeToStandardError(std::string_view utf8) override { said += utf8; }
-  std::shared_ptr<ActivityToken> beginActivity(std::uint64_t /*options*/,
-                                               const std::string& /*reason*/) override {
-    return nullptr;
-  }
-  void endActivity(const std::shared_ptr<ActivityToken>& /*token*/) override {}
-  bool isMacOSAtLeast(int /*major*/, int /*minor*/) override { return false; }
-
-  std::string said;
-};
 
 class PermissionsTest : public testing::Test {
  protected:
@@ -45,7 +30,7 @@ class PermissionsTest : public testing::Test {
     return std::make_unique<LinuxPermissions>(process, environment);
   }
 
-  RecordingProcess process;
+  fakes::FakeProcess process;
 };
 
 TEST_F(PermissionsTest, AreGrantedOnAnOrdinaryDisplayWithoutAWord) {
@@ -55,7 +40,7 @@ TEST_F(PermissionsTest, AreGrantedOnAnOrdinaryDisplayWithoutAWord) {
   EXPECT_TRUE(permissions->requestScreenCaptureAccess());
   EXPECT_TRUE(permissions->isProcessTrusted());
   EXPECT_TRUE(permissions->isProcessTrustedWithOptions(true));
-  EXPECT_EQ(process.said, "");
+  EXPECT_EQ(process.standardError, "");
 }
 
 TEST_F(PermissionsTest, AllowCaptureOnlyWhereTheDisplayTakesNoSyntheticInput) {
@@ -64,29 +49,29 @@ TEST_F(PermissionsTest, AllowCaptureOnlyWhereTheDisplayTakesNoSyntheticInput) {
   EXPECT_TRUE(permissions->requestScreenCaptureAccess());
   EXPECT_FALSE(permissions->isProcessTrusted());
   EXPECT_FALSE(permissions->isProcessTrustedWithOptions(false));
-  EXPECT_EQ(process.said, "");
+  EXPECT_EQ(process.standardError, "");
   EXPECT_FALSE(permissions->isProcessTrustedWithOptions(true));
-  EXPECT_NE(process.said.find("XTEST"), std::string::npos);
+  EXPECT_NE(process.standardError.find("XTEST"), std::string::npos);
 }
 
 TEST_F(PermissionsTest, SayWhatToDoWithoutADisplay) {
   auto permissions = on("");
   EXPECT_FALSE(permissions->preflightScreenCaptureAccess());
   EXPECT_FALSE(permissions->isProcessTrusted());
-  EXPECT_EQ(process.said, "");
+  EXPECT_EQ(process.standardError, "");
   EXPECT_FALSE(permissions->requestScreenCaptureAccess());
-  EXPECT_NE(process.said.find("DISPLAY is not set"), std::string::npos);
-  EXPECT_EQ(process.said.find("Wayland"), std::string::npos);
+  EXPECT_NE(process.standardError.find("DISPLAY is not set"), std::string::npos);
+  EXPECT_EQ(process.standardError.find("Wayland"), std::string::npos);
 }
 
 TEST_F(PermissionsTest, NameWaylandWhereItIsTheReason) {
   EXPECT_FALSE(on("", true)->isProcessTrustedWithOptions(true));
-  EXPECT_NE(process.said.find("Wayland"), std::string::npos);
+  EXPECT_NE(process.standardError.find("Wayland"), std::string::npos);
 }
 
 TEST_F(PermissionsTest, NameTheDisplayThatCannotBeOpened) {
   EXPECT_FALSE(on("/nowhere/display")->requestScreenCaptureAccess());
-  EXPECT_NE(process.said.find("/nowhere/display"), std::string::npos);
+  EXPECT_NE(process.standardError.find("/nowhere/display"), std::string::npos);
 }
 
 TEST_F(PermissionsTest, EndWithTheDisplayAndComeBackWithANewOne) {

@@ -1,0 +1,141 @@
+#include "platform/linux/system/DefaultsFile.h"
+
+#include <fcntl.h>
+#include <glib.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <string_view>
+
+#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/system/AtomicWrite.h"
+#include "platform/linux/system/PosixError.h"
+#include "platform/linux/system/TextFile.h"
+
+namespace quorvin {
+namespace {
+
+constexpr std::size_t fileBytesMax = 1 << 20;
+constexpr auto group = "defaults";
+
+struct FreeKeyFile {
+  void operator()(GKeyFile* file) const { g_key_file_free(file); }
+};
+using KeyFile = std::unique_ptr<GKeyFile, FreeKeyFile>;
+
+struct Free {
+  void operator()(char* text) const { g_free(text); }
+};
+using Text = std::unique_ptr<char, Free>;
+
+// Null when it is not in the format.
+KeyFile parse(const std::string& content) {
+  KeyFile file(g_key_file_new());
+  if (g_key_file_load_from_data(file.get(), content.data(), content.size(),
+                                G_KEY_FILE_KEEP_COMMENTS, nullptr) == FALSE) {
+    return nullptr;
+  }
+  return file;
+}
+
+// Keeps other processes from storing meanwhile. The lock lies beside the file, since the file
+// itself is replaced.
+class Lock {
+ public:
+  explicit Lock(const std::string& path)
+      : file(open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
+    if (!file.isOpen()) throw posixError(path + ".lock", "opened", errno);
+    while (flock(file.get(), LOCK_EX) != 0) {
+      if (errno != EINTR) throw posixError(path + ".lock", "locked", errno);
+    }
+  }
+
+ private:
+  FileDescriptor file;
+};
+
+void createFolder(const std::filesystem::path& folder) {
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  if (error) throw posixError(folder.string(), "created", error);
+}
+
+// Out of the way, but not lost: somebody may want to see what was in it.
+void putAside(const std::string& path) {
+  const auto aside = path + ".damaged-" + std::to_string(g_get_real_time());
+  if (std::rename(path.c_str(), aside.c_str()) != 0) throw posixError(path, "put aside", errno);
+  std::fprintf(stderr,
+               "quorvin-support: the settings in %s could not be understood; they start afresh, "
+               "and the old file is now %s.\n",
+               path.c_str(), aside.c_str());
+}
+
+// What the file holds now; empty when there is none.
+KeyFile load(const std::string& path) {
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!file.isOpen()) {
+    if (errno == ENOENT) return parse({});
+    throw posixError(path, "read", errno);
+  }
+  if (const auto content = readTextFile(path, fileBytesMax)) {
+    if (auto parsed = parse(*content)) return parsed;
+  }
+  putAside(path);
+  return parse({});
+}
+
+void change(GKeyFile* file, const std::string& key, const std::optional<std::string>& value) {
+  if (value) {
+    g_key_file_set_string(file, group, key.c_str(), value->c_str());
+  } else {
+    g_key_file_remove_key(file, group, key.c_str(), nullptr);
+  }
+}
+
+void write(const std::string& path, GKeyFile* file) {
+  gsize length = 0;
+  const Text text(g_key_file_to_data(file, &length, nullptr));
+  if (length > fileBytesMax) throw posixError(path, "written", EFBIG);
+  try {
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): a text is bytes on the disk
+    replaceFile(path, std::span(reinterpret_cast<const std::uint8_t*>(text.get()), length));
+  } catch (const std::system_error& error) {
+    throw posixError(path, "written", error.code());
+  }
+}
+
+}  // namespace
+
+std::optional<std::string> DefaultsFile::readString(const std::string& path,
+                                                    const std::string& key) {
+  const auto content = readTextFile(path, fileBytesMax);
+  // GLib would take a key only up to an embedded NUL.
+  if (!content || key.find('\0') != std::string::npos) return {};
+  const auto file = parse(*content);
+  if (file == nullptr) return {};
+  GError* error = nullptr;
+  const Text text(g_key_file_get_string(file.get(), group, key.c_str(), &error));
+  // A value with a broken escape comes together with an error.
+  if (error != nullptr) {
+    g_error_free(error);
+    return {};
+  }
+  return text.get();
+}
+
+void DefaultsFile::store(const std::string& path,
+                         const std::map<std::string, std::optional<std::string>>& changes) {
+  createFolder(std::filesystem::path(path).parent_path());
+  const Lock lock(path);
+  const auto file = load(path);
+  for (const auto& [key, value] : changes) change(file.get(), key, value);
+  write(path, file.get());
+}
+
+}  // namespace quorvin
