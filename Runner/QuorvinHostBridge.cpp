@@ -3,6 +3,7 @@
 #include <string>
 #include <utility>
 
+#include "Runner/DesktopShortcut.h"
 #include "Runner/UnattendedAccess.h"
 #include "Runner/UnimplementedInitializer.h"
 #include "Runner/Whitespace.h"
@@ -79,6 +80,8 @@ void QuorvinHostBridge::handle(const FlutterMethodCall& call, FlutterResult resu
     result(Value());
   } else if (method == "releaseInput") {
     result(Value());  // nothing can be held: this host does not inject input
+  } else if (method == "createDesktopShortcut") {
+    result(createDesktopShortcut(platform.files));
   } else if (method == "configureStream") {
     configureStream(call.arguments, std::move(result));
   } else {

@@ -41,7 +41,12 @@ TEST_F(HostBridgeTest, AnswersWhatItDoesNotOfferAsNotImplemented) {
   startSession();
   expectReply(invoke("injectInput", Map{{"action", "keyDown"}, {"keyCode", 0}}),
               FlutterMethodNotImplemented());
-  expectReply(invoke("createDesktopShortcut"), FlutterMethodNotImplemented());
+}
+
+TEST_F(HostBridgeTest, PutsALinkOnTheDesktopAtOnce) {
+  machine.files.addDirectory("/Users/someone/Desktop");
+  expectReply(invoke("createDesktopShortcut", List{"ignored"}), nothing());
+  EXPECT_TRUE(machine.files.hasItem("/Users/someone/Desktop/Quorvin Support.app"));
 }
 
 // ---- capabilities ----
