@@ -13,6 +13,9 @@ constexpr int unattendedRefusedStatus = 2;
 }  // namespace
 
 AppDelegate::AppDelegate(Platform& platform) : platform(platform) {
+  if (const auto status = UnattendedAccess::handleCommandIfPresent(platform)) {
+    platform.process.exit(*status);
+  }
   if (!UnattendedAccess::unattendedRequested(platform) ||
       UnattendedAccess::authorizedRun(platform)) {
     return;
@@ -23,7 +26,8 @@ AppDelegate::AppDelegate(Platform& platform) : platform(platform) {
 
 void AppDelegate::applicationDidFinishLaunching(
     const std::function<void()>& superApplicationDidFinishLaunching) {
-  if (UnattendedAccess::unattendedRequested(platform)) {
+  if (UnattendedAccess::unattendedRequested(platform) ||
+      UnattendedAccess::managementCommandRequested(platform)) {
     platform.application.setActivationPolicy(ActivationPolicy::accessory);
   }
   superApplicationDidFinishLaunching();

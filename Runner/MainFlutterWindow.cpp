@@ -56,7 +56,8 @@ void MainFlutterWindow::setUpWindow(const std::shared_ptr<FlutterViewController>
   window.center();
   window.setContentMinSize(contentSize);
   window.setTitle("Quorvin Support");
-  if (UnattendedAccess::unattendedRequested(platform)) {
+  if (UnattendedAccess::unattendedRequested(platform) ||
+      UnattendedAccess::managementCommandRequested(platform)) {
     window.setAlphaValue(0);
     window.orderOut();
   }

@@ -10,8 +10,6 @@ namespace quorvin {
 namespace {
 
 constexpr auto unattendedArgument = "--unattended";
-constexpr auto enabledKey = "unattendedAccessEnabled";
-constexpr auto deviceNameKey = "unattendedAccessDeviceName";
 constexpr std::size_t deviceNameCharactersMax = 80;
 
 }  // namespace
@@ -21,8 +19,11 @@ bool UnattendedAccess::unattendedRequested(Platform& platform) {
 }
 
 bool UnattendedAccess::authorizedRun(Platform& platform) {
-  return unattendedRequested(platform) && platform.userDefaults.boolForKey(enabledKey) &&
-         !deviceName(platform).empty();
+  return unattendedRequested(platform) && isEnabled(platform);
+}
+
+bool UnattendedAccess::isEnabled(Platform& platform) {
+  return platform.userDefaults.boolForKey(enabledKey) && !deviceName(platform).empty();
 }
 
 std::string UnattendedAccess::deviceName(Platform& platform) {

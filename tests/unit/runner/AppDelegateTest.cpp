@@ -14,6 +14,16 @@ using fakes::FakeWindow;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+// With which the process exits while the delegate is made; nothing when it goes on.
+std::optional<int> exitStatusOfDelegate(FakeMachine& machine) {
+  try {
+    const AppDelegate delegate(machine.platform);
+  } catch (const fakes::ProcessExited& exited) {
+    return exited.status;
+  }
+  return std::nullopt;
+}
+
 TEST(AppDelegate, RunsInteractivelyWithoutArguments) {
   FakeMachine machine;
   AppDelegate delegate(machine.platform);
@@ -29,16 +39,21 @@ TEST(AppDelegate, RunsInteractivelyWithoutArguments) {
   EXPECT_TRUE(delegate.applicationSupportsSecureRestorableState());
 }
 
+TEST(AppDelegate, RunsAManagementCommandAndExitsWithItsStatus) {
+  FakeMachine machine;
+  machine.process.argumentList.emplace_back("--unattended");  // not enabled, and not asked
+  machine.process.argumentList.emplace_back("--help-unattended");
+  EXPECT_EQ(exitStatusOfDelegate(machine), 0);
+  EXPECT_EQ(machine.process.standardError, "");
+  machine.process.argumentList.emplace_back("--install-unattended");
+  machine.files.bundle = "/Volumes/Quorvin Support.app";
+  EXPECT_EQ(exitStatusOfDelegate(machine), 1);
+}
+
 TEST(AppDelegate, RefusesAnUnattendedRunThatIsNotEnabled) {
   FakeMachine machine;
   machine.process.argumentList.emplace_back("--unattended");
-  int status = -1;
-  try {
-    AppDelegate delegate(machine.platform);
-  } catch (const fakes::ProcessExited& exited) {
-    status = exited.status;
-  }
-  EXPECT_EQ(status, 2);
+  EXPECT_EQ(exitStatusOfDelegate(machine), 2);
   EXPECT_EQ(machine.process.standardError,
             "Quorvin unattended access is not enabled. Run --install-unattended first.\n");
   EXPECT_EQ(machine.process.standardErrorWrites.size(), 1U);

@@ -68,6 +68,13 @@ TEST_F(MainFlutterWindowTest, HidesItselfInAnUnattendedRun) {
   EXPECT_THAT(told(), ElementsAre("AppLifecycleState.hidden"));
 }
 
+TEST_F(MainFlutterWindowTest, HidesItselfInAManagementRun) {
+  machine.process.argumentList.emplace_back("--status-unattended");
+  awake();
+  EXPECT_EQ(window.alpha, 0);
+  EXPECT_FALSE(window.visible);
+}
+
 TEST_F(MainFlutterWindowTest, StaysVisibleForAnArgumentThatDiffersInLetterCase) {
   machine.process.argumentList.emplace_back("--Unattended");
   awake();
