@@ -69,6 +69,7 @@ std::size_t utf8CharacterLength(std::string_view text) {
 // Decoded here, since Foundation gives nothing for a text with an ill-formed byte and leaves out a
 // byte order mark.
 NSString* toNSString(std::string_view utf8) {
+  if (utf8.empty()) return @"";
   std::vector<unichar> units;
   units.reserve(utf8.size());
   while (!utf8.empty()) {
