@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace quorvin {
 namespace {
@@ -28,20 +29,25 @@ CharacterForm formOf(unsigned char first) {
   return {4, 0x80, 0xBF};
 }
 
-std::string repaired(std::string_view utf8) {
-  std::string text;
-  while (!utf8.empty()) {
-    const auto length = utf8CharacterLength(utf8);
-    text += length == 0 ? "\uFFFD" : utf8.substr(0, length);
-    utf8.remove_prefix(length == 0 ? 1 : length);
+char32_t codePointOf(std::string_view character) {
+  const auto byteAt = [character](std::size_t index) {
+    return static_cast<unsigned char>(character[index]);
+  };
+  if (character.size() == 1) return byteAt(0);
+  char32_t point = byteAt(0) & (0xFFU >> (character.size() + 1));
+  for (std::size_t index = 1; index < character.size(); ++index) {
+    point = (point << 6U) | (byteAt(index) & 0x3FU);
   }
-  return text;
+  return point;
 }
 
-NSString* _Nullable decoded(std::string_view utf8) {
-  return [[NSString alloc] initWithBytes:utf8.data()
-                                  length:utf8.size()
-                                encoding:NSUTF8StringEncoding];
+void appendUtf16(std::vector<unichar>& units, char32_t point) {
+  if (point < 0x10000) {
+    units.push_back(static_cast<unichar>(point));
+    return;
+  }
+  units.push_back(static_cast<unichar>(0xD7C0 + (point >> 10U)));
+  units.push_back(static_cast<unichar>(0xDC00 + (point & 0x3FFU)));
 }
 
 }  // namespace
@@ -60,11 +66,18 @@ std::size_t utf8CharacterLength(std::string_view text) {
   return form.length;
 }
 
+// Decoded here, since Foundation gives nothing for a text with an ill-formed byte and leaves out a
+// byte order mark.
 NSString* toNSString(std::string_view utf8) {
-  // An empty view may have no address, which Foundation does not take.
   if (utf8.empty()) return @"";
-  if (NSString* text = decoded(utf8)) return text;
-  return decoded(repaired(utf8));
+  std::vector<unichar> units;
+  units.reserve(utf8.size());
+  while (!utf8.empty()) {
+    const auto length = utf8CharacterLength(utf8);
+    appendUtf16(units, length == 0 ? 0xFFFD : codePointOf(utf8.substr(0, length)));
+    utf8.remove_prefix(length == 0 ? 1 : length);
+  }
+  return [NSString stringWithCharacters:units.data() length:units.size()];
 }
 
 std::string toString(NSString* text) {

@@ -37,6 +37,7 @@ gboolean WindowView::onDeleteEvent(GtkWidget* /*widget*/, GdkEvent* /*event*/,
 void WindowView::watchState() {
   gtk_widget_add_events(widget, GDK_VISIBILITY_NOTIFY_MASK);
   g_signal_connect(widget, "window-state-event", G_CALLBACK(&WindowView::onStateEvent), this);
+  g_signal_connect(widget, "notify::is-active", G_CALLBACK(&WindowView::onActiveChange), this);
   g_signal_connect(widget, "visibility-notify-event", G_CALLBACK(&WindowView::onVisibilityEvent),
                    this);
   g_signal_connect(widget, "unmap-event", G_CALLBACK(&WindowView::onUnmapEvent), this);
@@ -48,11 +49,20 @@ gboolean WindowView::onStateEvent(GtkWidget* /*widget*/, GdkEventWindowState* ev
   const auto has = [flags = event->new_window_state](GdkWindowState flag) {
     return (flags & flag) != 0;
   };
-  own.setState({.isShown = !has(GDK_WINDOW_STATE_WITHDRAWN),
-                .isIconified = has(GDK_WINDOW_STATE_ICONIFIED),
-                .hasFocus = has(GDK_WINDOW_STATE_FOCUSED),
-                .isUncovered = own.state.isUncovered});
+  auto now = own.state;
+  now.isShown = !has(GDK_WINDOW_STATE_WITHDRAWN);
+  now.isIconified = has(GDK_WINDOW_STATE_ICONIFIED);
+  own.setState(now);
   return FALSE;
+}
+
+// Whether it is "focused" by the state above depends on what the window manager supports.
+void WindowView::onActiveChange(GtkWindow* window, GParamSpec* /*property*/,
+                                gpointer view) noexcept {
+  auto& own = *static_cast<WindowView*>(view);
+  auto now = own.state;
+  now.hasFocus = gtk_window_is_active(window) != FALSE;
+  own.setState(now);
 }
 
 // The X server tells of it whenever a window becomes viewable, and of every change from then on

@@ -43,6 +43,7 @@ class WindowView {
   static gboolean onDeleteEvent(GtkWidget* widget, GdkEvent* event, gpointer view) noexcept;
   static gboolean onStateEvent(GtkWidget* widget, GdkEventWindowState* event,
                                gpointer view) noexcept;
+  static void onActiveChange(GtkWindow* window, GParamSpec* property, gpointer view) noexcept;
   static gboolean onVisibilityEvent(GtkWidget* widget, GdkEventVisibility* event,
                                     gpointer view) noexcept;
   static gboolean onUnmapEvent(GtkWidget* widget, GdkEventAny* event, gpointer view) noexcept;

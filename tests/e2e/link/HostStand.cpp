@@ -81,6 +81,14 @@ std::unique_ptr<HostProcess> HostStand::startHost(FileDescriptor link,
                                                            .link = std::move(link)});
 }
 
+void HostStand::enableUnattendedAccess(const std::string& deviceName) const {
+  const auto folder = home.path() / "config" / "com.quorvin.support";
+  std::filesystem::create_directories(folder);
+  std::ofstream(folder / "defaults.ini") << "[defaults]\nunattendedAccessEnabled=true\n"
+                                            "unattendedAccessDeviceName="
+                                         << deviceName << "\n";
+}
+
 ConnectedHost::ConnectedHost(HostStand& stand, std::vector<std::string> arguments) {
   auto [ownEnd, hostsEnd] = makeLinkPair();
   client = std::make_unique<LinkClient>(std::move(ownEnd));

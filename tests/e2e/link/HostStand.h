@@ -46,6 +46,9 @@ class HostStand {
   [[nodiscard]] std::unique_ptr<HostProcess> startHost(FileDescriptor link,
                                                        std::vector<std::string> arguments = {});
 
+  // Lets the account's hosts run unattended, under that name.
+  void enableUnattendedAccess(const std::string& deviceName) const;
+
   ScratchFolder home;
   XServer server;
 };

@@ -64,6 +64,25 @@ std::optional<FlutterEvent> LinkClient::nextEvent(Milliseconds within) {
   return event;
 }
 
+std::optional<std::string> LinkClient::nextLifecycleState(Milliseconds within) {
+  const auto deadline = Clock::now() + within;
+  while (lifecycleStates.empty()) {
+    if (!receive(deadline)) return std::nullopt;
+  }
+  auto state = std::move(lifecycleStates.front());
+  lifecycleStates.pop_front();
+  return state;
+}
+
+bool LinkClient::waitForLifecycleState(const std::string& state) {
+  const auto deadline = Clock::now() + patience;
+  while (true) {
+    const auto left = std::chrono::floor<Milliseconds>(deadline - Clock::now());
+    const auto next = nextLifecycleState(left);
+    if (!next || *next == state) return next.has_value();
+  }
+}
+
 void LinkClient::discardEvents() {
   while (receive(Clock::now())) {
   }
@@ -107,6 +126,9 @@ bool LinkClient::receive(Clock::time_point deadline) {
 void LinkClient::sort(const LinkFrame& frame) {
   if (frame.type == LinkFrameType::message) {
     if (frame.channel == frameChannel) events.push_back(decodeEnvelope(frame.payload));
+    if (frame.channel == lifecycleChannel) {
+      lifecycleStates.emplace_back(frame.payload.begin(), frame.payload.end());
+    }
   } else {
     replies.insert_or_assign(frame.id, replyOf(frame));
   }

@@ -24,6 +24,7 @@ class LinkClient {
   static constexpr Milliseconds patience = std::chrono::seconds(20);
   static constexpr auto methodChannel = "com.quorvin.support/host";
   static constexpr auto frameChannel = "com.quorvin.support/frames";
+  static constexpr auto lifecycleChannel = "flutter/lifecycle";
 
   // The host did not answer in time, or closed the link where an answer was due.
   class NoAnswer : public std::runtime_error {
@@ -48,6 +49,10 @@ class LinkClient {
 
   // The next event or stream error, nothing when none comes within the time.
   std::optional<FlutterEvent> nextEvent(Milliseconds within = patience);
+  // The next text of the lifecycle channel, nothing when none comes within the time.
+  std::optional<std::string> nextLifecycleState(Milliseconds within = patience);
+  // Takes texts of the lifecycle channel up to the first of this kind; whether that came in time.
+  bool waitForLifecycleState(const std::string& state);
   // Forgets the events that have arrived so far, and reads all that have.
   void discardEvents();
 
@@ -69,6 +74,7 @@ class LinkClient {
   std::uint32_t lastId = 0;
   std::map<std::uint32_t, FlutterReply> replies;
   std::deque<FlutterEvent> events;
+  std::deque<std::string> lifecycleStates;
   bool isClosed = false;
 };
 

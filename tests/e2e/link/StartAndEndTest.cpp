@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <fstream>
 #include <string>
 
 #include "tests/e2e/link/HostStand.h"
@@ -64,12 +63,7 @@ TEST_F(StartUp, RefusesAnUnattendedRunThatIsNotEnabled) {
 // A run that the account's owner has enabled before.
 class UnattendedRun : public testing::Test {
  protected:
-  UnattendedRun() {
-    const auto folder = stand.home.path() / "config" / "com.quorvin.support";
-    std::filesystem::create_directories(folder);
-    std::ofstream(folder / "defaults.ini") << "[defaults]\nunattendedAccessEnabled=true\n"
-                                              "unattendedAccessDeviceName=Till 4\n";
-  }
+  UnattendedRun() { stand.enableUnattendedAccess("Till 4"); }
 
   HostStand stand;
 };

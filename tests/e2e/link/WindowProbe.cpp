@@ -1,38 +1,19 @@
 #include "tests/e2e/link/WindowProbe.h"
 
+#include <algorithm>
 #include <chrono>
-#include <cstdlib>
-#include <stdexcept>
 #include <thread>
 
 namespace quorvin {
 namespace {
 
-struct Free {
-  void operator()(void* reply) const { std::free(reply); }
-};
-
-template <typename T>
-std::unique_ptr<T, Free> owned(T* reply) {
-  return std::unique_ptr<T, Free>(reply);
-}
+constexpr std::uint32_t wordsMax = 64;  // of a property
 
 }  // namespace
 
-WindowProbe::WindowProbe(const std::string& display)
-    : connection(xcb_connect(display.c_str(), nullptr), &xcb_disconnect) {
-  if (xcb_connection_has_error(connection.get()) != 0) {
-    throw std::runtime_error("cannot look at " + display);
-  }
-}
-
-xcb_window_t WindowProbe::root() const {
-  return xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
-}
-
 std::vector<xcb_window_t> WindowProbe::shownWindows() const {
-  const auto tree = owned(
-      xcb_query_tree_reply(connection.get(), xcb_query_tree(connection.get(), root()), nullptr));
+  const auto tree = ownedReply(xcb_query_tree_reply(
+      connection.get(), xcb_query_tree(connection.get(), connection.screen().root), nullptr));
   if (tree == nullptr) return {};
   const auto* children = xcb_query_tree_children(tree.get());
   std::vector<xcb_window_t> shown;
@@ -43,34 +24,70 @@ std::vector<xcb_window_t> WindowProbe::shownWindows() const {
 }
 
 std::optional<xcb_window_t> WindowProbe::waitForWindow(const std::string& title) const {
+  return waitFor([&] { return findTitle(shownWindows(), title); });
+}
+
+std::optional<xcb_window_t> WindowProbe::waitForManagedWindow(const std::string& title) const {
+  return waitFor([&] { return findTitle(managedWindows(), title); });
+}
+
+bool WindowProbe::waitForWindowManager() const {
+  return waitFor([&]() -> std::optional<xcb_window_t> {
+           const auto owner = property(connection.screen().root, "_NET_SUPPORTING_WM_CHECK");
+           if (owner == nullptr || owner->value_len == 0) return std::nullopt;
+           return *static_cast<const xcb_window_t*>(xcb_get_property_value(owner.get()));
+         })
+      .has_value();
+}
+
+std::optional<xcb_window_t> WindowProbe::waitFor(
+    const std::function<std::optional<xcb_window_t>()>& find) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
   while (std::chrono::steady_clock::now() < deadline) {
-    for (const auto window : shownWindows()) {
-      if (titleOf(window) == title) return window;
-    }
+    if (const auto window = find()) return window;
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   return std::nullopt;
 }
 
+std::optional<xcb_window_t> WindowProbe::findTitle(const Windows& windows,
+                                                   const std::string& title) const {
+  for (const auto window : windows) {
+    if (titleOf(window) == title) return window;
+  }
+  return std::nullopt;
+}
+
+std::vector<xcb_window_t> WindowProbe::managedWindows() const {
+  const auto windows = property(connection.screen().root, "_NET_CLIENT_LIST");
+  if (windows == nullptr || windows->type != XCB_ATOM_WINDOW) return {};
+  const auto* list = static_cast<const xcb_window_t*>(xcb_get_property_value(windows.get()));
+  return {list, list + windows->value_len};
+}
+
+WindowProbe::Property WindowProbe::property(xcb_window_t window, const std::string& name) const {
+  return ownedReply(
+      xcb_get_property_reply(connection.get(),
+                             xcb_get_property(connection.get(), 0, window, connection.atom(name),
+                                              XCB_ATOM_ANY, 0, wordsMax),
+                             nullptr));
+}
+
 bool WindowProbe::isShown(xcb_window_t window) const {
-  const auto attributes = owned(xcb_get_window_attributes_reply(
+  const auto attributes = ownedReply(xcb_get_window_attributes_reply(
       connection.get(), xcb_get_window_attributes(connection.get(), window), nullptr));
   return attributes != nullptr && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
 }
 
 std::string WindowProbe::titleOf(xcb_window_t window) const {
-  const auto property = owned(xcb_get_property_reply(
-      connection.get(),
-      xcb_get_property(connection.get(), 0, window, atom("_NET_WM_NAME"), XCB_ATOM_ANY, 0, 64),
-      nullptr));
-  if (property == nullptr) return {};
-  return {static_cast<const char*>(xcb_get_property_value(property.get())),
-          static_cast<std::size_t>(xcb_get_property_value_length(property.get()))};
+  const auto text = property(window, "_NET_WM_NAME");
+  if (text == nullptr) return {};
+  return {static_cast<const char*>(xcb_get_property_value(text.get())),
+          static_cast<std::size_t>(xcb_get_property_value_length(text.get()))};
 }
 
 JpegSize WindowProbe::sizeOf(xcb_window_t window) const {
-  const auto geometry = owned(xcb_get_geometry_reply(
+  const auto geometry = ownedReply(xcb_get_geometry_reply(
       connection.get(), xcb_get_geometry(connection.get(), window), nullptr));
   if (geometry == nullptr) return {};
   return {.widthPx = geometry->width, .heightPx = geometry->height};
@@ -81,19 +98,41 @@ void WindowProbe::askToClose(xcb_window_t window) const {
   event.response_type = XCB_CLIENT_MESSAGE;
   event.format = 32;
   event.window = window;
-  event.type = atom("WM_PROTOCOLS");
-  event.data.data32[0] = atom("WM_DELETE_WINDOW");
+  event.type = connection.atom("WM_PROTOCOLS");
+  event.data.data32[0] = connection.atom("WM_DELETE_WINDOW");
   xcb_send_event(connection.get(), 0, window, XCB_EVENT_MASK_NO_EVENT,
                  reinterpret_cast<const char*>(&event));
   xcb_flush(connection.get());
 }
 
-xcb_atom_t WindowProbe::atom(const std::string& name) const {
-  const auto reply = owned(xcb_intern_atom_reply(
-      connection.get(),
-      xcb_intern_atom(connection.get(), 0, static_cast<std::uint16_t>(name.size()), name.c_str()),
-      nullptr));
-  return reply == nullptr ? xcb_atom_t{XCB_ATOM_NONE} : reply->atom;
+bool WindowProbe::activate(xcb_window_t window) const {
+  const auto managed = waitFor([&]() -> std::optional<xcb_window_t> {
+    const auto windows = managedWindows();
+    return std::ranges::find(windows, window) == windows.end() ? std::nullopt
+                                                               : std::optional(window);
+  });
+  constexpr std::uint32_t userDidIt = 2;
+  if (managed) tellWindowManager(window, "_NET_ACTIVE_WINDOW", userDidIt);
+  return managed.has_value();
+}
+
+void WindowProbe::minimize(xcb_window_t window) const {
+  constexpr std::uint32_t iconicState = 3;
+  tellWindowManager(window, "WM_CHANGE_STATE", iconicState);
+}
+
+void WindowProbe::tellWindowManager(xcb_window_t window, const std::string& type,
+                                    std::uint32_t first) const {
+  xcb_client_message_event_t event{};
+  event.response_type = XCB_CLIENT_MESSAGE;
+  event.format = 32;
+  event.window = window;
+  event.type = connection.atom(type);
+  event.data.data32[0] = first;
+  xcb_send_event(connection.get(), 0, connection.screen().root,
+                 XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                 reinterpret_cast<const char*>(&event));
+  xcb_flush(connection.get());
 }
 
 }  // namespace quorvin

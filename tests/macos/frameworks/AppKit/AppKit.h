@@ -1,7 +1,5 @@
 #pragma once
 
-#import <Foundation/Foundation.h>
-
 #import <AppKit/AppKitDefines.h>
 #import <AppKit/NSApplication.h>
 #import <AppKit/NSBitmapImageRep.h>
@@ -13,3 +11,4 @@
 #import <AppKit/NSView.h>
 #import <AppKit/NSViewController.h>
 #import <AppKit/NSWindow.h>
+#import <Foundation/Foundation.h>

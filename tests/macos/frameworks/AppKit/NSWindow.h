@@ -32,7 +32,6 @@ typedef NS_OPTIONS(NSUInteger, NSWindowOcclusionState) {
 @property(copy) NSString* title;
 @property CGFloat alphaValue;
 @property NSSize contentMinSize;
-@property(getter=isReleasedWhenClosed) BOOL releasedWhenClosed;
 
 - (void)setContentSize:(NSSize)size;
 - (void)center;

@@ -4,6 +4,6 @@
 // they have at run time. Like the real file it expects <FlutterMacOS/FlutterMacOS.h> before it.
 
 __attribute__((objc_runtime_name("_TtC19file_selector_macos18FileSelectorPlugin")))
-@interface FileSelectorPlugin : NSObject <FlutterPlugin>
+@interface FileSelectorPlugin : NSObject<FlutterPlugin>
 + (void)registerWithRegistrar:(id<FlutterPluginRegistrar> _Nonnull)registrar;
 @end

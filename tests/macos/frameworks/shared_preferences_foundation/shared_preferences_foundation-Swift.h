@@ -4,6 +4,6 @@
 // they have at run time. Like the real file it expects <FlutterMacOS/FlutterMacOS.h> before it.
 
 __attribute__((objc_runtime_name("_TtC29shared_preferences_foundation23SharedPreferencesPlugin")))
-@interface SharedPreferencesPlugin : NSObject <FlutterPlugin>
+@interface SharedPreferencesPlugin : NSObject<FlutterPlugin>
 + (void)registerWithRegistrar:(id<FlutterPluginRegistrar> _Nonnull)registrar;
 @end

@@ -1,0 +1,30 @@
+#import <FlutterMacOS/FlutterPluginRegistrarStandIn.h>
+
+#include "tests/macos/standin/CallLog.h"
+
+@implementation FlutterPluginRegistrarStandIn {
+  __weak FlutterEngine* _engine;
+}
+
+- (instancetype)initWithKey:(NSString*)key engine:(FlutterEngine*)engine {
+  self = [super init];
+  if (self != nil) {
+    _key = [key copy];
+    _engine = engine;
+  }
+  return self;
+}
+
+- (id<FlutterBinaryMessenger>)messenger {
+  return _engine.binaryMessenger;
+}
+
+@end
+
+void standin::recordRegistration(const char* method, id<FlutterPluginRegistrar> registrar) {
+  requireMainThread(method);
+  if (![registrar isKindOfClass:[FlutterPluginRegistrarStandIn class]]) {
+    return violation(std::string(method) + " was given something other than a registrar.");
+  }
+  record(method, {static_cast<FlutterPluginRegistrarStandIn*>(registrar).key.UTF8String});
+}
