@@ -7,6 +7,7 @@
 #import "platform/macos/Notifications.h"
 #import "platform/macos/Permissions.h"
 #import "platform/macos/Process.h"
+#import "platform/macos/PropertyList.h"
 #import "platform/macos/ScreenCapture.h"
 #import "platform/macos/Text.h"
 #import "platform/macos/UserDefaults.h"
@@ -23,6 +24,7 @@ struct MacPlatform {
   MacNotificationCenter notificationCenter;
   MacPermissions permissions;
   MacProcess process;
+  MacPropertyList propertyList;
   MacScreenCapture screenCapture;
   MacText text;
   MacUserDefaults userDefaults;
@@ -34,6 +36,7 @@ struct MacPlatform {
                .notificationCenter = notificationCenter,
                .permissions = permissions,
                .process = process,
+               .propertyList = propertyList,
                .screenCapture = screenCapture,
                .text = text,
                .userDefaults = userDefaults};

@@ -1,6 +1,7 @@
 #import "platform/macos/Process.h"
 
 #import <Foundation/Foundation.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <utility>
@@ -21,6 +22,12 @@ class Activity final : public ActivityToken {
   id<NSObject> token;
 };
 
+void write(std::string_view utf8, NSFileHandle* handle) {
+  NSData* bytes = [NSData dataWithBytes:utf8.data() length:utf8.size()];
+  // The variant without an error raises an exception when the handle is closed.
+  [handle writeData:bytes error:nil];
+}
+
 }  // namespace
 
 std::vector<std::string> MacProcess::arguments() {
@@ -33,10 +40,29 @@ std::vector<std::string> MacProcess::arguments() {
 
 void MacProcess::exit(int status) { ::exit(status); }
 
+void MacProcess::writeToStandardOutput(std::string_view utf8) {
+  write(utf8, NSFileHandle.fileHandleWithStandardOutput);
+}
+
 void MacProcess::writeToStandardError(std::string_view utf8) {
-  NSData* bytes = [NSData dataWithBytes:utf8.data() length:utf8.size()];
-  // The variant without an error raises an exception when the handle is closed.
-  [NSFileHandle.fileHandleWithStandardError writeData:bytes error:nil];
+  write(utf8, NSFileHandle.fileHandleWithStandardError);
+}
+
+std::uint32_t MacProcess::userID() { return getuid(); }
+
+std::int32_t MacProcess::runTask(const std::string& executablePath,
+                                 const std::vector<std::string>& arguments) {
+  NSMutableArray<NSString*>* texts = [NSMutableArray arrayWithCapacity:arguments.size()];
+  for (const auto& argument : arguments) [texts addObject:toNSString(argument)];
+  NSTask* task = [[NSTask alloc] init];
+  task.executableURL = [NSURL fileURLWithPath:toNSString(executablePath)];
+  task.arguments = texts;
+  task.standardOutput = NSFileHandle.fileHandleWithNullDevice;
+  task.standardError = NSFileHandle.fileHandleWithNullDevice;
+  NSError* error = nil;
+  if (![task launchAndReturnError:&error]) throw toError(error);
+  [task waitUntilExit];
+  return task.terminationStatus;
 }
 
 std::shared_ptr<ActivityToken> MacProcess::beginActivity(std::uint64_t options,

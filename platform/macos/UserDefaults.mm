@@ -16,4 +16,19 @@ std::optional<std::string> MacUserDefaults::stringForKey(const std::string& key)
   return toString(text);
 }
 
+void MacUserDefaults::setBool(bool value, const std::string& key) {
+  [NSUserDefaults.standardUserDefaults setBool:value forKey:toNSString(key)];
+}
+
+void MacUserDefaults::setString(const std::string& value, const std::string& key) {
+  [NSUserDefaults.standardUserDefaults setObject:toNSString(value) forKey:toNSString(key)];
+}
+
+void MacUserDefaults::removeObject(const std::string& key) {
+  [NSUserDefaults.standardUserDefaults removeObjectForKey:toNSString(key)];
+}
+
+// The system stores in its own time whatever this answers, so there is no failure to report.
+void MacUserDefaults::synchronize() { [NSUserDefaults.standardUserDefaults synchronize]; }
+
 }  // namespace quorvin
