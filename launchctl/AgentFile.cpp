@@ -1,0 +1,153 @@
+#include "launchctl/AgentFile.h"
+
+#include <fcntl.h>
+#include <strings.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <string_view>
+#include <system_error>
+
+#include "launchctl/Failure.h"
+#include "launchctl/FileDescriptor.h"
+#include "launchctl/Label.h"
+#include "launchctl/PropertyList.h"
+
+namespace quorvin::launchctl {
+namespace {
+
+constexpr std::string_view extension = ".plist";
+// Many times what an agent needs, and little enough that no list in it can exhaust anything.
+constexpr std::size_t largestFile = 65536;
+constexpr std::size_t mostArguments = 256;
+
+constexpr auto labelKey = "Label";
+
+std::string reasonOf(int error) {
+  return std::generic_category().message(error);
+}
+
+// launchd reads no file that somebody else could have written.
+void requireTrustworthy(int file) {
+  struct stat state {};
+  if (::fstat(file, &state) != 0) throw Failure(reasonOf(errno));
+  if (!S_ISREG(state.st_mode)) throw Failure("it is not a regular file");
+  if (state.st_uid != 0 && state.st_uid != ::getuid()) {
+    throw Failure("it belongs to another user; copy it to a file of your own");
+  }
+  if ((state.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+    throw Failure("others may write to it; run chmod go-w on it");
+  }
+}
+
+// Never more than one byte above the limit, which is then told from a file that just fits.
+std::string readAll(int file) {
+  std::string content(largestFile + 1, '\0');
+  std::size_t size = 0;
+  while (size < content.size()) {
+    const auto count = ::read(file, content.data() + size, content.size() - size);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) throw Failure(reasonOf(errno));
+    if (count == 0) break;
+    size += static_cast<std::size_t>(count);
+  }
+  if (size > largestFile) throw Failure("it is larger than 64 KiB");
+  content.resize(size);
+  return content;
+}
+
+PropertyList readPropertyList(const std::filesystem::path& file) {
+  // Opening a named pipe must not wait for somebody who writes to it.
+  const FileDescriptor opened(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!opened.isOpen()) throw Failure(reasonOf(errno));
+  requireTrustworthy(opened.get());
+  return PropertyList(readAll(opened.get()));
+}
+
+std::string requireLabel(const PropertyList& list) {
+  auto label = list.text(labelKey);
+  if (!label) throw Failure("its key Label is missing");
+  if (!isLabel(*label)) {
+    throw Failure(
+        "its Label is not made of at most 200 letters, digits, \".\", \"-\" and \"_\", the first "
+        "of them a letter or a digit");
+  }
+  return *label;
+}
+
+void requireExecutable(const std::string& path) {
+  struct stat state {};
+  if (!path.starts_with('/')) throw Failure("its program " + path + " is not an absolute path");
+  if (::stat(path.c_str(), &state) != 0 || !S_ISREG(state.st_mode) ||
+      ::access(path.c_str(), X_OK) != 0) {
+    throw Failure("its program " + path + " is not a file that can be executed");
+  }
+}
+
+std::vector<std::string> requireArguments(const PropertyList& list) {
+  auto arguments = list.texts("ProgramArguments");
+  if (!arguments || arguments->empty()) throw Failure("its ProgramArguments name no program");
+  if (arguments->size() > mostArguments) throw Failure("it has more than 256 ProgramArguments");
+  requireExecutable(arguments->front());
+  return *arguments;
+}
+
+// "Aqua" is the graphical login, and the only session that an agent can have here.
+void requireGraphicalSession(const PropertyList& list) {
+  const auto type = list.text("LimitLoadToSessionType");
+  if (type && ::strcasecmp(type->c_str(), "Aqua") != 0) {
+    throw Failure("its LimitLoadToSessionType is not Aqua, the only kind of session there is here");
+  }
+}
+
+void requireKnownProcessType(const PropertyList& list) {
+  constexpr std::array<std::string_view, 4> known{"Background", "Standard", "Adaptive",
+                                                  "Interactive"};
+  const auto type = list.text("ProcessType");
+  if (type && std::ranges::find(known, *type) == known.end()) {
+    throw Failure("its ProcessType is none of Background, Standard, Adaptive and Interactive");
+  }
+}
+
+Agent agentOf(const PropertyList& list) {
+  auto label = requireLabel(list);
+  auto arguments = requireArguments(list);
+  requireGraphicalSession(list);
+  requireKnownProcessType(list);
+  const bool keepAlive = list.boolean("KeepAlive").value_or(false);
+  const bool runAtLoad = list.boolean("RunAtLoad").value_or(false);
+  if (!runAtLoad && !keepAlive) {
+    throw Failure("nothing would ever start its program; set RunAtLoad to true");
+  }
+  return {std::move(label), std::move(arguments), keepAlive};
+}
+
+std::optional<std::string> labelInside(const std::filesystem::path& file) {
+  try {
+    return requireLabel(readPropertyList(file));
+  } catch (const Failure&) {
+    return std::nullopt;
+  }
+}
+
+}  // namespace
+
+Agent readAgentFile(const std::filesystem::path& file) {
+  try {
+    if (file.extension() != extension) throw Failure("its name does not end in .plist");
+    return agentOf(readPropertyList(file));
+  } catch (const Failure& failure) {
+    throw Failure("cannot use " + file.string() + ": " + failure.what());
+  }
+}
+
+std::optional<std::string> labelOfAgentFile(const std::filesystem::path& file) {
+  if (auto label = labelInside(file)) return label;
+  if (file.extension() != extension || !isLabel(file.stem().string())) return std::nullopt;
+  return file.stem().string();
+}
+
+}  // namespace quorvin::launchctl

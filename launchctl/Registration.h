@@ -1,0 +1,58 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "launchctl/Agent.h"
+#include "launchctl/AgentProcess.h"
+#include "launchctl/OwnFile.h"
+#include "launchctl/Surroundings.h"
+#include "launchctl/UserManager.h"
+
+namespace quorvin::launchctl {
+
+// One agent's place in the user's login.
+//
+// Where there is a systemd manager, that is a unit, and an autostart entry which starts the unit on
+// desktops that do not do that themselves. Elsewhere it is an autostart entry which starts the
+// program, and a record of the process. The entry is written last and deleted first: an agent
+// without it is one whose registering or unregistering was cut short.
+//
+// Every function throws a Failure when the system does not let it do its work.
+class Registration {
+ public:
+  Registration(std::string label, const Surroundings& surroundings);
+
+  // Whether the agent starts with the login.
+  [[nodiscard]] bool isComplete() const;
+  // Whether anything of it is there.
+  [[nodiscard]] bool hasTraces() const;
+  // Throws when a file of somebody else's is where one of ours has to be.
+  void requireFreePlaces() const;
+  // Registers the agent and starts it; on a Failure everything is as if it had not been tried.
+  // Nothing of it may be there.
+  void add(const Agent& agent) const;
+  // Ends the agent and removes every trace.
+  void remove() const;
+
+ private:
+  void addToManager(const Agent& agent) const;
+  void addToAutostart(const Agent& agent) const;
+  [[nodiscard]] bool hasUnit() const;
+  void removeUnit() const;
+
+  std::string label;
+  const Surroundings& surroundings;
+  std::optional<UserManager> manager;
+  std::string unitName;
+  OwnFile entry;
+  OwnFile unit;
+  std::filesystem::path enabled;  // the link that systemctl enable makes
+  AgentProcess process;
+};
+
+// Where the process of an agent is written down.
+[[nodiscard]] OwnFile processRecord(const std::string& label, const Surroundings& surroundings);
+
+}  // namespace quorvin::launchctl

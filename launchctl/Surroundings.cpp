@@ -1,0 +1,40 @@
+#include "launchctl/Surroundings.h"
+
+#include <glib.h>
+
+#include <cstdlib>
+#include <string_view>
+#include <system_error>
+
+#include "launchctl/Failure.h"
+
+namespace quorvin::launchctl {
+namespace {
+
+std::string variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? std::string() : value;
+}
+
+// A variable that holds no absolute path counts as not set (XDG Base Directory Specification).
+std::filesystem::path folder(const char* name, const std::filesystem::path& usual) {
+  const std::filesystem::path value = variable(name);
+  return value.is_absolute() ? value : usual;
+}
+
+}  // namespace
+
+Surroundings lookAround() {
+  const std::filesystem::path home = g_get_home_dir();  // HOME, or else the user's entry
+  if (!home.is_absolute()) throw Failure("there is no home folder; set HOME");
+  const auto systemctl = variable("QUORVIN_SYSTEMCTL");
+  std::error_code ignored;
+  return {folder("XDG_CONFIG_HOME", home / ".config"),
+          folder("XDG_STATE_HOME", home / ".local" / "state"),
+          folder("XDG_RUNTIME_DIR", home),
+          std::filesystem::read_symlink("/proc/self/exe", ignored),
+          systemctl.empty() ? "systemctl" : systemctl,
+          !variable("DISPLAY").empty() || !variable("WAYLAND_DISPLAY").empty()};
+}
+
+}  // namespace quorvin::launchctl

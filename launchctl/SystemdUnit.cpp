@@ -1,0 +1,90 @@
+#include "launchctl/SystemdUnit.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "launchctl/ShellCommand.h"
+
+namespace quorvin::launchctl {
+namespace {
+
+constexpr char firstPrintable = ' ';
+constexpr char deleteSign = '\x7f';
+
+bool isControl(char letter) {
+  return (letter >= 0 && letter < firstPrintable) || letter == deleteSign;
+}
+
+// systemd refuses a program whose path holds one of these, however it is quoted.
+bool canBeProgram(std::string_view path) {
+  return path.find_first_of("\"'\\") == std::string_view::npos &&
+         std::ranges::none_of(path, isControl);
+}
+
+std::string hexadecimal(char letter) {
+  constexpr std::string_view digits = "0123456789abcdef";
+  const auto value = static_cast<unsigned char>(letter);
+  return {'\\', 'x', digits[value / 16], digits[value % 16]};
+}
+
+std::string quoted(std::string_view argument) {
+  std::string text = "\"";
+  for (const char letter : argument) {
+    if (letter == '"' || letter == '\\') {
+      text += {'\\', letter};
+    } else if (letter == '%') {
+      text += "%%";  // stands alone for a specifier
+    } else if (isControl(letter)) {
+      text += hexadecimal(letter);
+    } else {
+      text += letter;
+    }
+  }
+  return text + '"';
+}
+
+}  // namespace
+
+std::string systemdUnitName(const std::string& label) {
+  return label + ".service";
+}
+
+std::string systemdCommandLine(const std::vector<std::string>& command) {
+  if (!canBeProgram(command.front())) return systemdCommandLine(throughShell(command));
+  // The colon, which is not a part of the path, keeps "$" from standing for a variable.
+  std::string line = quoted(":" + command.front());
+  for (auto argument = command.begin() + 1; argument != command.end(); ++argument) {
+    line += ' ' + quoted(*argument);
+  }
+  return line;
+}
+
+// Ten seconds between two starts, as launchd has it. An agent that ends at once for ten minutes is
+// given up until the next login; one that ends with status 2 says that it is not wanted.
+std::string systemdUnitText(const Agent& agent) {
+  return "[Unit]\n"
+         "Description=Login agent " +
+         agent.label +
+         "\n"
+         "PartOf=graphical-session.target\n"
+         "After=graphical-session.target\n"
+         "StartLimitIntervalSec=3600\n"
+         "StartLimitBurst=60\n"
+         "\n"
+         "[Service]\n"
+         "Type=exec\n"
+         "ExecStart=" +
+         systemdCommandLine(agent.programArguments) +
+         "\n"
+         "Restart=" +
+         (agent.keepAlive ? "always" : "no") +
+         "\n"
+         "RestartSec=10\n"
+         "RestartPreventExitStatus=2\n"
+         "TimeoutStopSec=20\n"
+         "\n"
+         "[Install]\n"
+         "WantedBy=graphical-session.target\n";
+}
+
+}  // namespace quorvin::launchctl

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "launchctl/Systemctl.h"
+
+namespace quorvin::launchctl {
+
+// The user's systemd manager, and what is asked of it for an agent's unit.
+class UserManager {
+ public:
+  // Nothing where there is none, or none that can be reached.
+  [[nodiscard]] static std::optional<UserManager> find(const Systemctl& systemctl);
+
+  // Has the unit start with every graphical session. Its file is there. Throws a Failure.
+  void enable(const std::string& unit) const;
+  // Starts it now, if there is a graphical session. Throws a Failure when it does not start.
+  void startInSession(const std::string& unit) const;
+  // Ends it and has it start no more, as far as that is possible.
+  void stop(const std::string& unit) const;
+  // Forgets a unit whose file is gone.
+  void forget(const std::string& unit) const;
+  // The command that starts the unit.
+  [[nodiscard]] std::vector<std::string> startCommand(const std::string& unit) const;
+
+ private:
+  UserManager(Systemctl systemctl, bool knowsDisplay)
+      : systemctl(std::move(systemctl)), knowsDisplay(knowsDisplay) {}
+
+  [[nodiscard]] bool hasGraphicalSession() const;
+
+  Systemctl systemctl;
+  bool knowsDisplay;
+};
+
+}  // namespace quorvin::launchctl
