@@ -25,18 +25,41 @@ const headlines = {
   },
 };
 
+// Where nobody sits at the computer, whoever opens this page is the supporter.
+const unattendedHeadlines = {
+  ...headlines,
+  idle: {
+    what: 'Unattended access is on.',
+    next: 'A session starts by itself when a supporter connects.',
+  },
+  live: {
+    what: 'A supporter is connected to this unattended computer.',
+    next: 'The session started by itself, as the owner of the account allowed. It can be stopped here.',
+  },
+  ended: {
+    what: 'The unattended session has ended.',
+    next: 'Start it again here, or connect again later.',
+  },
+};
+
 const byId = (id) => document.getElementById(id);
 
 export class CustomerSide {
   #connection;
   #unattended = false;
+  #session = 'unknown';
+  #startsByItself = false; // once for each connection: a session that was stopped stays stopped
+  #onUnattended;
   #permissionsAsked = false;
   #allGranted = false;
 
-  constructor(connection) {
+  // `onUnattended` is told for each connection whether the host runs unattended.
+  constructor(connection, onUnattended) {
     this.#connection = connection;
+    this.#onUnattended = onUnattended;
     byId('allow-button').onclick = () => this.#allow();
     byId('stop-button').onclick = () => this.#stop();
+    byId('desktop-link').onclick = () => this.#makeDesktopLink();
     byId('request-permissions').onclick = () => this.#askForPermissions();
     document.addEventListener('visibilitychange', () => this.#refreshPermissions());
     window.addEventListener('focus', () => this.#refreshPermissions());
@@ -50,13 +73,22 @@ export class CustomerSide {
     try {
       const capabilities = await this.#connection.call('capabilities');
       this.#unattended = capabilities.unattended === true;
-      byId('device-name').textContent = capabilities.deviceName;
+      byId('device-name').textContent = this.#unattended
+        ? capabilities.unattendedName
+        : capabilities.deviceName;
     } catch {
       byId('device-name').textContent = 'this computer';
     }
+    this.#onUnattended(this.#unattended);
+    if (!this.#unattended) return;
+    byId('allow-button').textContent = 'Start the session';
+    this.#startsByItself = true;
+    if (this.#session !== 'unknown') this.showSession(this.#session, null);
   }
 
   disconnected() {
+    this.#session = 'unknown';
+    byId('desktop-link').disabled = true;
     this.#show('unknown', headlines.unknown, false);
     byId('allow-button').disabled = true;
     byId('stop-button').disabled = true;
@@ -64,7 +96,10 @@ export class CustomerSide {
 
   // `session` is one of the server's states, `error` why it ended, or null.
   showSession(session, error) {
-    this.#show(session, error ? explain(error) : headlines[session], Boolean(error));
+    this.#session = session;
+    byId('desktop-link').disabled = false;
+    const texts = this.#unattended ? unattendedHeadlines : headlines;
+    this.#show(session, error ? explain(error) : texts[session], Boolean(error));
     const running = session === 'starting' || session === 'live';
     const allow = byId('allow-button');
     const stop = byId('stop-button');
@@ -76,6 +111,12 @@ export class CustomerSide {
     // Whoever works with the keyboard keeps their place when one button takes the other's.
     if (running && focused === allow) stop.focus();
     if (!running && focused === stop) allow.focus();
+    if (this.#startsByItself) this.#startUnattended(running);
+  }
+
+  #startUnattended(running) {
+    this.#startsByItself = false;
+    if (!running) this.#allow();
   }
 
   #show(state, {what, next, detail}, isError) {
@@ -101,6 +142,17 @@ export class CustomerSide {
 
   async #stop() {
     await this.#connection.call('stopCapture').catch(() => {});
+  }
+
+  async #makeDesktopLink() {
+    const result = byId('desktop-link-result');
+    result.textContent = '';
+    try {
+      await this.#connection.call('createDesktopShortcut');
+      result.textContent = 'A link to Quorvin Support is on your Desktop.';
+    } catch (error) {
+      result.textContent = sentence(error);
+    }
   }
 
   async #askForPermissions() {

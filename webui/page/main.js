@@ -6,8 +6,8 @@ import {Picture} from './picture.js';
 import {Settings} from './settings.js';
 
 const connection = new Connection();
-const customer = new CustomerSide(connection);
 const picture = new Picture();
+const customer = new CustomerSide(connection, (unattended) => picture.setUnattended(unattended));
 const settings = new Settings(connection);
 
 const connectionState = document.getElementById('connection-state');

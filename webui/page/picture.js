@@ -23,7 +23,13 @@ const emptyTexts = {
   disconnected: 'Not connected. The picture returns with the connection.',
 };
 
+const unattendedEmptyTexts = {
+  ...emptyTexts,
+  off: 'The picture appears here once the unattended session has started.',
+};
+
 export class Picture {
+  #unattended = false;
   #canvas = byId('picture');
   #context = this.#canvas.getContext('2d', {alpha: false});
   #session = 'idle';
@@ -51,6 +57,11 @@ export class Picture {
   disconnected() {
     this.#connected = false;
     this.#clear();
+  }
+
+  setUnattended(unattended) {
+    this.#unattended = unattended;
+    this.#review();
   }
 
   showSession(session) {
@@ -113,9 +124,10 @@ export class Picture {
     const stage = byId('stage');
     stage.dataset.state = state;
     stage.dataset.picture = this.#shownSince === null ? 'none' : 'shown';
-    setText('picture-badge', badges[state]);
+    const inSession = state === 'live' || state === 'waiting';
+    setText('picture-badge', badges[state] + (this.#unattended && inSession ? ' · unattended' : ''));
     byId('picture-badge').dataset.state = state;
-    setText('empty', emptyTexts[state]);
+    setText('empty', (this.#unattended ? unattendedEmptyTexts : emptyTexts)[state]);
     setText('notice', state === 'waiting' ? this.#notice(now) : '');
     byId('notice').hidden = state !== 'waiting';
     this.#showStats(now);

@@ -50,6 +50,18 @@ const texts = {
     what: 'The computer did not accept that input.',
     next: 'Try again.',
   },
+  install_first: {
+    what: 'This copy of Quorvin Support is not installed.',
+    next: 'Move Quorvin Support to Applications, open it there, then make the link.',
+  },
+  desktop_unavailable: {
+    what: 'There is no Desktop folder.',
+    next: 'Make one in your file manager, then try again.',
+  },
+  shortcut_failed: {
+    what: 'The link was not made.',
+    next: 'Nothing on the Desktop was changed.',
+  },
   not_available: {
     what: 'This version of Quorvin Support cannot do that.',
     next: 'Update it, then try again.',
@@ -68,7 +80,12 @@ const unknown = {
 // {what, next, detail}: `detail` is what the host itself said, where that may tell more.
 export function explain(error) {
   const text = texts[error.code] ?? unknown;
-  const saysMore = ['capture_failed', 'capture_stopped', 'stream_settings_failed'];
+  const saysMore = [
+    'capture_failed',
+    'capture_stopped',
+    'stream_settings_failed',
+    'shortcut_failed',
+  ];
   const detail = text === unknown || saysMore.includes(error.code) ? error.message ?? '' : '';
   return {...text, detail};
 }

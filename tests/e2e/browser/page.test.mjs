@@ -135,6 +135,15 @@ test('a new session starts with settings of its own', async () => {
   await page.screenshot(`${artifacts}page.png`);
 });
 
+test('a copy that is not installed makes no link on the Desktop', async () => {
+  await page.page.click('#desktop-link');
+  await until('the refusal', async () =>
+    /not installed.*Move Quorvin Support to Applications/.test(
+      await page.text('#desktop-link-result'),
+    ),
+  );
+});
+
 test('the page had nothing to complain about', () => {
   assert.deepEqual(page.complaints, []);
 });

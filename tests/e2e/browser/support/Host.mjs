@@ -2,7 +2,7 @@ import { spawn } from 'node:child_process';
 import { once } from 'node:events';
 import { mkdtempSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
-import { join } from 'node:path';
+import { isAbsolute, join } from 'node:path';
 
 import { until } from './until.mjs';
 
@@ -10,9 +10,11 @@ const addressLine = /^Quorvin Support: open (http:\/\/127\.0\.0\.1:\d+\/[0-9a-f]
 
 // The program under test, in a process group of its own and with an empty home.
 export class Host {
-  static async start(program, environment) {
+  // `prepare` gets the path of the home before the program starts.
+  static async start(program, environment, {args = [], prepare = () => {}} = {}) {
     const home = mkdtempSync(join(tmpdir(), 'quorvin-e2e-'));
-    const host = new Host(program, home, {
+    prepare(home);
+    const host = new Host(program, args, home, {
       ...environment,
       HOME: home,
       XDG_CONFIG_HOME: join(home, 'config'),
@@ -23,10 +25,10 @@ export class Host {
     return host;
   }
 
-  constructor(program, home, environment) {
+  constructor(program, args, home, environment) {
     this.home = home;
     this.output = '';
-    this.process = spawn(program, [], {
+    this.process = spawn(isAbsolute(program) ? program : join(home, program), args, {
       env: environment,
       detached: true,
       stdio: ['ignore', 'pipe', 'pipe'],
