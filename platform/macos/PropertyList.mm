@@ -33,11 +33,10 @@ id propertyListObject(const Value& value) {
 
 Data MacPropertyList::xmlData(const Value& propertyList) {
   NSError* error = nil;
-  NSData* xml =
-      [NSPropertyListSerialization dataWithPropertyList:propertyListObject(propertyList)
-                                                 format:NSPropertyListXMLFormat_v1_0
-                                                options:0
-                                                  error:&error];
+  NSData* xml = [NSPropertyListSerialization dataWithPropertyList:propertyListObject(propertyList)
+                                                           format:NSPropertyListXMLFormat_v1_0
+                                                          options:0
+                                                            error:&error];
   if (xml == nil) throw toError(error);
   return toData(xml);
 }
