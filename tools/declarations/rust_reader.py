@@ -60,7 +60,7 @@ SENDING = re.compile(r"\bfn \w+(?=\()(?:(?!\bfn ).)*?msg_send!\[\w+, (?P<message
 FOREIGN = re.compile(r'(?:extern "C(?:-unwind)?"|extern_c!) \{')
 FUNCTION = re.compile(r"\bfn (?:r#)?(\w+)\(")
 UNEXPRESSED = re.compile(r"^ *// TODO: (pub fn (\w+)\(.*)$", re.M)
-STATIC = re.compile(r"pub static (\w+): ([^;=]+?)(?: = [^;]*)?;")
+STATIC = re.compile(r"pub static (\w+):\s*([^;=]+?)(?: = [^;]*)?;")
 NEVER_NIL = "marked as returning non-null"
 CONSTANT = re.compile(r"^pub const (\w+): (\w+) =\s*([^;]+);", re.M)
 ENUMERATORS = re.compile(r"^    impl (\w+): \w+ \{(.*?)^    \}|^impl (\w+) \{(.*?)^\}", re.M | re.S)
