@@ -58,7 +58,7 @@ METHOD = re.compile(
 UNAVAILABLE = re.compile(r"^ *// ([-+])(\S+) \(unavailable\)", re.M)
 # A method written by hand tells its selector only by what it sends.
 SENDING = re.compile(r"\bfn \w+(?=\()(?:(?!\bfn ).)*?msg_send!\[\w+, (?P<message>[^\]]+)\]", re.S)
-FOREIGN = re.compile(r'(?:extern "C(?:-unwind)?"|extern_c!) \{')
+FOREIGN = re.compile(r'(?:extern "C(?:-unwind)?"|extern_c(?:_unwind)?!) \{')
 FUNCTION = re.compile(r"\bfn (?:r#)?(\w+)\(")
 UNEXPRESSED = re.compile(r"^ *// TODO: (pub fn (\w+)\(.*)$", re.M)
 STATIC = re.compile(r"pub static (\w+):\s*([^;=]+?)(?: = [^;]*)?;")
@@ -263,7 +263,7 @@ class RustReader:
             wrapper = FOREIGN.split(text[end:], 1)[0]
             for function in FUNCTION.finditer(body):
                 self.read_function(function[1], body, function.end() - 1, NEVER_NIL in wrapper)
-                if block[0].startswith("extern_c!") and function[1] in self.facts.functions:
+                if block[0].startswith("extern_c") and function[1] in self.facts.functions:
                     self.facts.functions[function[1]] = self.facts.functions[function[1]].unmarked()
         for function in UNEXPRESSED.finditer(text):
             self.read_function(function[2], function[1], function[1].index("("), False)
