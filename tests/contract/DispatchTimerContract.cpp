@@ -77,7 +77,7 @@ TEST_P(DispatchTimerContract, FiresAtOnceForADeadlineInThePastAndKeepsToItsGrid)
   timer->setEventHandler(noteFires(fires, dispatch(), *serial));
   timer->schedule(deadlineNs, 20 * ms, 0);
   timer->resume();
-  ASSERT_TRUE(runUntil([&] { return fires.size() == 1; }));
+  ASSERT_TRUE(runUntil([&] { return fires.size() >= 1; }));
   world->advance(15 * ms);
   ASSERT_TRUE(runUntil([&] { return fires.size() >= 2; }));
   EXPECT_GE(fires.all()[1].timeNs, deadlineNs + 20 * ms);

@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,24 +25,49 @@ class FakeMessenger final : public FlutterBinaryMessenger {
   std::vector<FlutterEvent> events;
   std::vector<std::pair<std::string, std::string>> messages;  // channel and text, as sent
 
+  // A channel that nobody handles answers as if the method were not implemented.
+  void call(const std::string& channel, const std::string& method, Value arguments,
+            FlutterResult result) {
+    const auto known = methodHandlers.find(channel);
+    if (known == methodHandlers.end()) return result(FlutterMethodNotImplemented());
+    const auto handler = known->second;  // outlives one that removes itself
+    handler({method, std::move(arguments)}, std::move(result));
+  }
   std::shared_ptr<Call> invoke(const std::string& channel, const std::string& method,
                                Value arguments = {}) {
     auto call = std::make_shared<Call>();
-    const auto handler = methodHandlers.find(channel);
-    if (handler == methodHandlers.end()) return call;
-    handler->second({method, std::move(arguments)}, [call](FlutterReply reply) {
+    this->call(channel, method, std::move(arguments), [call](FlutterReply reply) {
       ++call->replies;
       call->reply = std::move(reply);
     });
     return call;
   }
 
-  std::optional<FlutterError> listen(const std::string& channel) {
-    return streamHandlers.at(channel)->onListen(
-        {}, [this](FlutterEvent event) { events.push_back(std::move(event)); });
+  // As Flutter does: a listener that is there already is cancelled first.
+  std::optional<FlutterError> listen(const std::string& channel, const Value& arguments,
+                                     FlutterEventSink sink) {
+    const auto handler = streamHandlers.at(channel);
+    if (!listening.insert(channel).second) handler->onCancel({});
+    return handler->onListen(arguments, std::move(sink));
   }
-  std::optional<FlutterError> cancel(const std::string& channel) {
-    return streamHandlers.at(channel)->onCancel({});
+  std::optional<FlutterError> listen(const std::string& channel) {
+    return listen(channel, {}, [this](FlutterEvent event) { events.push_back(std::move(event)); });
+  }
+  // As Flutter does: the handler does not hear of a cancel while nobody listens.
+  std::optional<FlutterError> cancel(const std::string& channel, const Value& arguments = {}) {
+    const auto handler = streamHandlers.at(channel);
+    if (listening.erase(channel) == 0) {
+      return FlutterError{"error", "No active stream to cancel", {}};
+    }
+    return handler->onCancel(arguments);
+  }
+  void setStreamHandler(const std::string& channel, std::shared_ptr<FlutterStreamHandler> handler) {
+    listening.erase(channel);
+    if (handler) {
+      streamHandlers[channel] = std::move(handler);
+    } else {
+      streamHandlers.erase(channel);
+    }
   }
 
   // What an engine does when it shuts down. The handlers go one after the other, as what they
@@ -50,6 +76,9 @@ class FakeMessenger final : public FlutterBinaryMessenger {
     std::exchange(methodHandlers, {}).clear();
     std::exchange(streamHandlers, {}).clear();
   }
+
+ private:
+  std::set<std::string> listening;  // channels with a listener
 };
 
 class FakeFlutter final : public Flutter {
@@ -122,11 +151,7 @@ class FakeFlutter final : public Flutter {
     EventChannel(std::string name, std::shared_ptr<FakeMessenger> messenger)
         : name(std::move(name)), messenger(std::move(messenger)) {}
     void setStreamHandler(std::shared_ptr<FlutterStreamHandler> handler) override {
-      if (handler) {
-        messenger->streamHandlers[name] = std::move(handler);
-      } else {
-        messenger->streamHandlers.erase(name);
-      }
+      messenger->setStreamHandler(name, std::move(handler));
     }
 
    private:

@@ -167,8 +167,8 @@ void SessionWorld::startSession() {
 }
 
 void SessionWorld::listen() {
-  machine.flutter.messenger->streamHandlers.at(frameChannel)
-      ->onListen({}, [this](const FlutterEvent& event) { receive(event); });
+  machine.flutter.messenger->listen(frameChannel, {},
+                                    [this](const FlutterEvent& event) { receive(event); });
 }
 
 void SessionWorld::receive(const FlutterEvent& event) {

@@ -34,7 +34,8 @@ IGNORED = {
     "out", "oneway",
 }  # fmt: skip
 WORDS = {
-    "signed", "unsigned", "char", "short", "int", "long", "float", "double", "bool", "_Bool", "void",
+    "signed", "unsigned", "char", "short", "int", "long", "float", "double", "bool", "_Bool",
+    "void",
 }  # fmt: skip
 # By the words in the order of the alphabet, "int" and "signed" left out.
 NUMBERS = {

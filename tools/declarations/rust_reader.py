@@ -8,6 +8,7 @@ own name. What is written by hand there is read as far as it follows the same fo
 import ast
 import operator
 import re
+import warnings
 from collections.abc import Iterator
 from pathlib import Path
 
@@ -57,10 +58,10 @@ METHOD = re.compile(
 UNAVAILABLE = re.compile(r"^ *// ([-+])(\S+) \(unavailable\)", re.M)
 # A method written by hand tells its selector only by what it sends.
 SENDING = re.compile(r"\bfn \w+(?=\()(?:(?!\bfn ).)*?msg_send!\[\w+, (?P<message>[^\]]+)\]", re.S)
-FOREIGN = re.compile(r'(?:extern "C(?:-unwind)?"|extern_c!) \{')
+FOREIGN = re.compile(r'(?:extern "C(?:-unwind)?"|extern_c(?:_unwind)?!) \{')
 FUNCTION = re.compile(r"\bfn (?:r#)?(\w+)\(")
 UNEXPRESSED = re.compile(r"^ *// TODO: (pub fn (\w+)\(.*)$", re.M)
-STATIC = re.compile(r"pub static (\w+): ([^;=]+?)(?: = [^;]*)?;")
+STATIC = re.compile(r"pub static (\w+):\s*([^;=]+?)(?: = [^;]*)?;")
 NEVER_NIL = "marked as returning non-null"
 CONSTANT = re.compile(r"^pub const (\w+): (\w+) =\s*([^;]+);", re.M)
 ENUMERATORS = re.compile(r"^    impl (\w+): \w+ \{(.*?)^    \}|^impl (\w+) \{(.*?)^\}", re.M | re.S)
@@ -72,7 +73,7 @@ CLOSED_ENUMERATOR = re.compile(
     r'(?:#\[doc\(alias = "(\w+)"\)\]' + ATTRIBUTES + r")?^ {4,8}(\w+) = ([^,]+),", re.M
 )
 LIMITS = {"NSUIntegerMax": 2**64 - 1, "NSIntegerMax": 2**63 - 1}
-NOT_BINDINGS = {"tests", "examples", "benches"}
+NOT_BINDINGS = {"tests", "examples", "benches", "test-ui", "__macros"}
 PRIMARY = {"NSObjectProtocol": "NSObject"}
 OPERATORS = {
     ast.BitOr: operator.or_, ast.LShift: operator.lshift, ast.Add: operator.add,
@@ -229,7 +230,7 @@ class RustReader:
         )
         if result and result[1] == "Retained<NSObject>":
             return  # some object of a class that this file does not know
-        types = [argument.split(":", 1)[1] for argument in arguments if self.is_passed(argument)]
+        types = [argument.partition(":")[2] for argument in arguments if self.is_passed(argument)]
         name = method_name(is_instance, owner, selector.removesuffix("_"))
         try:
             signature = self.signature(types, result[1] if result else "()", selector, generics)
@@ -262,7 +263,7 @@ class RustReader:
             wrapper = FOREIGN.split(text[end:], 1)[0]
             for function in FUNCTION.finditer(body):
                 self.read_function(function[1], body, function.end() - 1, NEVER_NIL in wrapper)
-                if block[0].startswith("extern_c!") and function[1] in self.facts.functions:
+                if block[0].startswith("extern_c") and function[1] in self.facts.functions:
                     self.facts.functions[function[1]] = self.facts.functions[function[1]].unmarked()
         for function in UNEXPRESSED.finditer(text):
             self.read_function(function[2], function[1], function[1].index("("), False)
@@ -279,7 +280,7 @@ class RustReader:
         ]
         try:
             parameters = tuple(
-                Type("...") if part == "..." else parse(part.split(":", 1)[1], self.names)
+                Type("...") if part == "..." else parse(part.partition(":")[2], self.names)
                 for part in arguments
             )
             returned = parse(result[1], self.names) if result else VOID
@@ -327,7 +328,9 @@ class RustReader:
         text = re.sub(r"\b(\w+)::(\w+)(?:\.0|\.bits\(\))?", r"\1_\2", text)
         text = re.sub(r"\.0\b|\bas \w+", "", text).replace("!", "~")
         try:
-            return self.evaluate(ast.parse(f"({text})", mode="eval").body)
+            with warnings.catch_warnings():
+                warnings.simplefilter("error", SyntaxWarning)  # a number with Rust's suffix
+                return self.evaluate(ast.parse(f"({text})", mode="eval").body)
         except (SyntaxError, KeyError, TypeError, RecursionError):
             return None
 

@@ -30,7 +30,7 @@ class FakeDispatchWorld final : public DispatchWorld {
  private:
   class Busy final : public BusyQueue {
    public:
-    explicit Busy(int& count) : count(count) { ++count; }
+    explicit Busy(int& total) : count(total) { ++count; }
     ~Busy() override { --count; }
 
    private:

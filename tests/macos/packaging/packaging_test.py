@@ -1,8 +1,11 @@
 """What the application bundle is made of says what it has to say."""
 
+import os
 import plistlib
 import re
 import struct
+import subprocess
+import tempfile
 import unittest
 from pathlib import Path
 from xml.etree import ElementTree
@@ -48,8 +51,8 @@ class InfoPlist(unittest.TestCase):
         self.assertNotIn("LSBackgroundOnly", self.info)
 
     def test_it_says_why_a_permission_is_asked_for(self):
-        for key in ("NSScreenCaptureUsageDescription", "NSDesktopFolderUsageDescription"):
-            self.assertTrue(self.info[key].startswith("Quorvin Support "), key)
+        text = self.info["NSScreenCaptureUsageDescription"]
+        self.assertTrue(text.startswith("Quorvin Support "), text)
 
 
 class Entitlements(unittest.TestCase):
@@ -71,6 +74,52 @@ class Entitlements(unittest.TestCase):
                 "com.apple.security.get-task-allow": True,
             },
         )
+
+
+class Signing(unittest.TestCase):
+    def sign(self, *arguments):
+        """The exit status of sign.sh, and the arguments of every codesign that it ran."""
+        with tempfile.TemporaryDirectory() as folder:
+            application = Path(folder) / "A.app"
+            for name in ("B.framework", "C.framework"):
+                (application / "Contents/Frameworks" / name).mkdir(parents=True)
+            tool = Path(folder) / "codesign"
+            tool.write_text('#!/bin/sh\necho "$@"\n', encoding="utf-8")
+            tool.chmod(0o755)
+            command = [
+                PACKAGING / "sign.sh",
+                *(word.replace("APP", str(application)) for word in arguments),
+            ]
+            path = {"PATH": f"{folder}:{os.environ['PATH']}"}
+            run = subprocess.run(
+                command, capture_output=True, text=True, env=os.environ | path, check=False
+            )
+            return run.returncode, run.stdout.replace(f"{folder}/", "").splitlines()
+
+    def test_frameworks_are_signed_before_what_holds_them(self):
+        status, calls = self.sign("Somebody", "APP")
+        common = "--force --options runtime --timestamp --sign Somebody"
+        entitlements = PACKAGING / "QuorvinSupport.entitlements"
+        self.assertEqual(status, 0)
+        self.assertEqual(
+            calls,
+            [
+                f"{common} A.app/Contents/Frameworks/B.framework",
+                f"{common} A.app/Contents/Frameworks/C.framework",
+                f"{common} --entitlements {entitlements} A.app",
+            ],
+        )
+
+    def test_other_entitlements_can_be_given(self):
+        calls = self.sign("Somebody", "APP", "Other.entitlements")[1]
+        self.assertTrue(calls[-1].endswith("--entitlements Other.entitlements A.app"), calls[-1])
+
+    def test_a_signature_for_this_machine_has_no_hardened_runtime(self):
+        for call in self.sign("-", "APP")[1]:
+            self.assertTrue(call.startswith("--force --timestamp=none --sign - "), call)
+
+    def test_wrong_usage_signs_nothing(self):
+        self.assertEqual(self.sign("Somebody"), (2, []))
 
 
 class MainMenu(unittest.TestCase):

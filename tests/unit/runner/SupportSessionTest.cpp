@@ -123,7 +123,7 @@ TEST_F(SupportSessionTest, ASecondStartReplacesTheFirst) {
   machine.screenCapture.completesStarts = false;
   const auto first = startSession();
   const auto firstStream = stream();
-  const auto second = startSession();
+  const auto replacement = startSession();
   const auto secondStream = stream();
   EXPECT_EQ(machine.process.runningActivities(), 1U);
   EXPECT_EQ(machine.process.begunActivities.size(), 1U) << "the activity is kept, not renewed";
@@ -131,7 +131,7 @@ TEST_F(SupportSessionTest, ASecondStartReplacesTheFirst) {
 
   secondStream->completeStart();
   machine.dispatch.runUntilIdle();
-  expectReply(second, nothing());
+  expectReply(replacement, nothing());
   firstStream->completeStart();
   machine.dispatch.runUntilIdle();
   expectReply(first, error("capture_cancelled", "Support was stopped."));
@@ -187,17 +187,17 @@ TEST_F(SupportSessionTest, DropsFramesWhileNobodyListens) {
 TEST_F(SupportSessionTest, ASecondListenerReplacesTheFirst) {
   startSession();
   listen();
-  std::vector<FlutterEvent> second;
-  EXPECT_FALSE(bridge->onListen({}, [&](FlutterEvent event) { second.push_back(event); }));
+  std::vector<FlutterEvent> newListener;
+  EXPECT_FALSE(bridge->onListen({}, [&](FlutterEvent event) { newListener.push_back(event); }));
   sendFrame(1);
   EXPECT_THAT(events(), IsEmpty());
-  EXPECT_THAT(second, ElementsAre(frame(1)));
+  EXPECT_THAT(newListener, ElementsAre(frame(1)));
   cancel();
 }
 
 TEST_F(SupportSessionTest, CancellingWithoutAListenerIsHarmless) {
-  cancel();
-  cancel();
+  EXPECT_FALSE(bridge->onCancel({}));
+  EXPECT_FALSE(bridge->onCancel({}));
   startSession();
   sendFrame(1);
   EXPECT_THAT(events(), IsEmpty());

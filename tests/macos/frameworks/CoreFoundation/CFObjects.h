@@ -15,7 +15,7 @@ CF_EXPORT CFTypeID CFGetTypeID(CFTypeRef object);
 CF_EXPORT CFTypeRef CFRetain(CFTypeRef object);
 CF_EXPORT void CFRelease(CFTypeRef object);
 CF_EXPORT CFIndex CFGetRetainCount(CFTypeRef object);
-CF_EXPORT Boolean CFEqual(CFTypeRef _Nullable left, CFTypeRef _Nullable right);
+CF_EXPORT Boolean CFEqual(CFTypeRef left, CFTypeRef right);
 
 CF_EXPORT CFTypeID CFBooleanGetTypeID(void);
 CF_EXPORT CFTypeID CFNumberGetTypeID(void);
@@ -95,12 +95,28 @@ CF_IMPLICIT_BRIDGING_DISABLED
 // Only the type callbacks below are known here: they retain, and compare with isEqual:.
 typedef struct {
   CFIndex version;
+  const void* _Nullable (*_Nullable retain)(CFAllocatorRef _Nullable allocator,
+                                            const void* _Nullable value);
+  void (*_Nullable release)(CFAllocatorRef _Nullable allocator, const void* _Nullable value);
+  CFStringRef _Nullable (*_Nullable copyDescription)(const void* _Nullable value);
+  Boolean (*_Nullable equal)(const void* _Nullable left, const void* _Nullable right);
 } CFArrayCallBacks;
 typedef struct {
   CFIndex version;
+  const void* _Nullable (*_Nullable retain)(CFAllocatorRef _Nullable allocator,
+                                            const void* _Nullable value);
+  void (*_Nullable release)(CFAllocatorRef _Nullable allocator, const void* _Nullable value);
+  CFStringRef _Nullable (*_Nullable copyDescription)(const void* _Nullable value);
+  Boolean (*_Nullable equal)(const void* _Nullable left, const void* _Nullable right);
+  CFHashCode (*_Nullable hash)(const void* _Nullable value);
 } CFDictionaryKeyCallBacks;
 typedef struct {
   CFIndex version;
+  const void* _Nullable (*_Nullable retain)(CFAllocatorRef _Nullable allocator,
+                                            const void* _Nullable value);
+  void (*_Nullable release)(CFAllocatorRef _Nullable allocator, const void* _Nullable value);
+  CFStringRef _Nullable (*_Nullable copyDescription)(const void* _Nullable value);
+  Boolean (*_Nullable equal)(const void* _Nullable left, const void* _Nullable right);
 } CFDictionaryValueCallBacks;
 
 CF_EXPORT const CFArrayCallBacks kCFTypeArrayCallBacks;

@@ -33,8 +33,10 @@ struct Activity {
 // Activities that are running now, oldest first.
 [[nodiscard]] std::vector<Activity> runningActivities();
 
+#ifdef __OBJC__
 // A stored value of the standard user defaults, or of a suite; nil removes it.
 void presetUserDefault(const std::string& key, id _Nullable value, const std::string& suite = "");
+#endif
 
 // Everything that was written to the standard error handle. Nothing of it reaches the terminal.
 [[nodiscard]] std::string writtenToStandardError();

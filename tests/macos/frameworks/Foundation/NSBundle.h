@@ -14,7 +14,6 @@ NS_ASSUME_NONNULL_BEGIN
 @property(nullable, readonly, copy) NSURL* executableURL;
 @property(readonly, copy) NSString* bundlePath;
 @property(nullable, readonly, copy) NSString* executablePath;
-@property(nullable, readonly, copy) NSString* bundleIdentifier;
 
 @end
 

@@ -30,10 +30,6 @@ typedef NSString* NSNotificationName NS_TYPED_EXTENSIBLE_ENUM;
 
 @property(class, readonly, strong) NSNotificationCenter* defaultCenter;
 
-- (void)addObserver:(id)observer
-           selector:(SEL)aSelector
-               name:(nullable NSNotificationName)aName
-             object:(nullable id)anObject;
 - (void)postNotification:(NSNotification*)notification;
 - (void)postNotificationName:(NSNotificationName)aName object:(nullable id)anObject;
 - (void)postNotificationName:(NSNotificationName)aName

@@ -15,9 +15,8 @@ NS_ASSUME_NONNULL_BEGIN
 
 @class NSCoder;
 
+// Nothing here is archived, so what an archive would need is left out.
 @protocol NSCoding
-- (void)encodeWithCoder:(NSCoder*)coder;
-- (nullable instancetype)initWithCoder:(NSCoder*)coder;
 @end
 
 @protocol NSSecureCoding <NSCoding>

@@ -13,10 +13,12 @@
 #define DISPATCH_EXPORT OBJC_EXPORT
 #define DISPATCH_NOESCAPE __attribute__((noescape))
 #define DISPATCH_RETURNS_RETAINED __attribute__((ns_returns_retained))
+// clang-format off
 #define QUORVIN_DISPATCH_DECL(name, base) \
-  @protocol OS_                           \
-  ##name<OS_##base> @end                  \
+  @protocol OS_##name <OS_##base>         \
+  @end                                    \
   typedef NSObject<OS_##name>* name##_t
+// clang-format on
 
 #pragma clang assume_nonnull begin
 

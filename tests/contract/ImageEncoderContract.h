@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "platform/ImageEncoder.h"
+#include "tests/contract/CaptureRecorders.h"
+#include "tests/contract/Contract.h"
+
+namespace quorvin::contract {
+
+struct Colour {
+  std::uint8_t red = 0;
+  std::uint8_t green = 0;
+  std::uint8_t blue = 0;
+};
+
+// What an image file shows: rows from the top.
+struct DecodedPicture {
+  PictureSize size;
+  std::vector<Colour> pixels;
+
+  [[nodiscard]] Colour at(std::size_t x, std::size_t y) const {
+    return pixels.at(y * size.width + x);
+  }
+};
+
+// An encoder with pictures that it can encode.
+class ImageEncoderWorld {
+ public:
+  using ColourAt = std::function<Colour(std::size_t x, std::size_t y)>;
+
+  ImageEncoderWorld() = default;
+  ImageEncoderWorld(const ImageEncoderWorld&) = delete;
+  ImageEncoderWorld& operator=(const ImageEncoderWorld&) = delete;
+  virtual ~ImageEncoderWorld() = default;
+
+  virtual ImageEncoder& imageEncoder() = 0;
+  virtual std::shared_ptr<PixelBuffer> picture(const PictureSize& size,
+                                               const ColourAt& colourAt) = 0;
+  // One that cannot be encoded; the world is good for nothing else then.
+  virtual std::shared_ptr<PixelBuffer> unusablePicture() = 0;
+  // What another decoder makes of a file, which must be a sound one.
+  virtual DecodedPicture decode(const Data& file) = 0;
+};
+
+class ImageEncoderContract : public Contract<ImageEncoderWorld> {
+ protected:
+  std::shared_ptr<PixelBuffer> plainPicture(const PictureSize& size, Colour colour);
+  // With so much detail that it does not compress away.
+  std::shared_ptr<PixelBuffer> busyPicture(const PictureSize& size);
+
+  std::unique_ptr<ImageContext> context =
+      world->imageEncoder().makeContext(/*cacheIntermediates=*/false);
+};
+
+// What can be said of files that are real JPEG files.
+class JpegContract : public ImageEncoderContract {};
+
+}  // namespace quorvin::contract

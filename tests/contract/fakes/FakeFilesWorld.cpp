@@ -1,0 +1,31 @@
+#include <filesystem>
+#include <memory>
+
+#include "tests/contract/FilesContract.h"
+#include "tests/fakes/FakeFiles.h"
+
+namespace quorvin::contract {
+namespace {
+
+class FakeFilesWorld final : public FilesWorld {
+ public:
+  FakeFilesWorld() { fake.addDirectory(folder()); }
+
+  Files& files() override { return fake; }
+  std::filesystem::path folder() override { return "/tree"; }
+
+ private:
+  fakes::FakeFiles fake;
+};
+
+}  // namespace
+
+INSTANTIATE_TEST_SUITE_P(Fake, FilesContract,
+                         testing::Values(WorldKind<FilesWorld>{
+                             "Memory",
+                             [] {
+                               return std::make_unique<FakeFilesWorld>();
+                             }}),
+                         nameOfWorld);
+
+}  // namespace quorvin::contract

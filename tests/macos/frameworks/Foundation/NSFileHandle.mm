@@ -1,0 +1,59 @@
+#import "tests/macos/frameworks/Foundation/Support.h"
+
+#include "tests/macos/frameworks/Foundation/FileSupport.h"
+#include "tests/macos/frameworks/Foundation/FoundationState.h"
+#include "tests/macos/standin/CallLog.h"
+
+// What is written to standard error is kept for the test; the null device keeps nothing.
+@interface NSFileHandle () {
+  bool keepsText;
+}
+@end
+
+@implementation NSFileHandle
+
+- (BOOL)writeData:(NSData*)data error:(NSError**)error {
+  auto& state = standin::foundationState();
+  int failure = 0;
+  {
+    const std::lock_guard guard(state.mutex);
+    failure = state.fileHandleErrno;
+    if (keepsText && failure == 0) {
+      state.standardError.append(static_cast<const char*>(data.bytes), data.length);
+    }
+  }
+  standin::record("-[NSFileHandle writeData:error:]", {std::to_string(data.length)});
+  if (failure == 0) return YES;
+  return standin::succeeded(standin::FileFailure{.errnoValue = failure, .path = ""}, error);
+}
+
+@end
+
+@implementation NSFileHandle (NSFileHandleCreation)
+
++ (NSFileHandle*)fileHandleWithStandardError {
+  static NSFileHandle* const handle = [] {
+    NSFileHandle* made = standin::immortal([[NSFileHandle alloc] init]);
+    made->keepsText = true;
+    return made;
+  }();
+  return handle;
+}
+
++ (NSFileHandle*)fileHandleWithNullDevice {
+  static NSFileHandle* const handle = standin::immortal([[NSFileHandle alloc] init]);
+  return handle;
+}
+
+@end
+
+@implementation NSFileHandle (NSFileHandleDeprecated)
+
+- (void)writeData:(NSData*)data {
+  NSError* error = nil;
+  if ([self writeData:data error:&error]) return;
+  [NSException raise:NSFileHandleOperationException
+              format:@"-[NSFileHandle writeData:]: %@", error.localizedDescription];
+}
+
+@end
