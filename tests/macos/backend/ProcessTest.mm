@@ -1,6 +1,7 @@
 #import "platform/macos/Process.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -85,6 +86,40 @@ TEST_F(ProcessTest, ComparesTheVersionOfTheSystem) {
     EXPECT_TRUE(process.isMacOSAtLeast(12, 9));
     EXPECT_FALSE(process.isMacOSAtLeast(13, 5));
     EXPECT_FALSE(process.isMacOSAtLeast(14, 0));
+  }
+}
+
+TEST_F(ProcessTest, WritesToStandardOutputInOneGo) {
+  @autoreleasepool {
+    process.writeToStandardOutput("enabled\n");
+  }
+  EXPECT_EQ(standin::writtenToStandardOutput(), "enabled\n");
+  EXPECT_EQ(standin::writtenToStandardError(), "");
+  EXPECT_EQ(standin::callsOf("-[NSFileHandle writeData:error:]").size(), 1U);
+}
+
+TEST_F(ProcessTest, KnowsItsUser) { EXPECT_EQ(process.userID(), getuid()); }
+
+TEST_F(ProcessTest, RunsATaskAndReturnsItsStatus) {
+  standin::setTaskRunner([](const standin::Task&) { return standin::TaskOutcome{.status = 37}; });
+  @autoreleasepool {
+    EXPECT_EQ(process.runTask("/bin/launchctl", {"bootout", "gui/501", "/a b/ü.plist"}), 37);
+  }
+  EXPECT_THAT(standin::launchedTasks(),
+              ElementsAre(standin::Task{"/bin/launchctl", {"bootout", "gui/501", "/a b/ü.plist"}}));
+}
+
+TEST_F(ProcessTest, PassesOnThatATaskCannotBeLaunched) {
+  standin::setTaskRunner(
+      [](const standin::Task&) { return standin::TaskOutcome{.launchErrno = ENOENT}; });
+  @autoreleasepool {
+    try {
+      process.runTask("/bin/launchctl", {});
+      FAIL() << "launched";
+    } catch (const Error& error) {
+      EXPECT_EQ(error.domain, "NSCocoaErrorDomain");
+      EXPECT_EQ(error.code, NSFileNoSuchFileError);
+    }
   }
 }
 

@@ -55,5 +55,19 @@ TEST_F(UserDefaultsTest, ReadsTheApplicationsOwnDomainOnly) {
   }
 }
 
+TEST_F(UserDefaultsTest, StoresAndRemoves) {
+  @autoreleasepool {
+    defaults.setBool(true, "on");
+    defaults.setString("Büro", "name");
+    defaults.synchronize();
+    NSUserDefaults* stored = NSUserDefaults.standardUserDefaults;
+    EXPECT_EQ([stored objectForKey:@"on"], (__bridge id)kCFBooleanTrue);
+    EXPECT_TRUE([[stored objectForKey:@"name"] isEqual:@"Büro"]);
+    defaults.removeObject("name");
+    EXPECT_EQ([stored objectForKey:@"name"], nil);
+    defaults.removeObject("on");
+  }
+}
+
 }  // namespace
 }  // namespace quorvin

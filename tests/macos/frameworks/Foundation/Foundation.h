@@ -15,8 +15,10 @@
 #import <Foundation/NSOperation.h>
 #import <Foundation/NSPathUtilities.h>
 #import <Foundation/NSProcessInfo.h>
+#import <Foundation/NSPropertyList.h>
 #import <Foundation/NSRange.h>
 #import <Foundation/NSString.h>
+#import <Foundation/NSTask.h>
 #import <Foundation/NSThread.h>
 #import <Foundation/NSURL.h>
 #import <Foundation/NSUserDefaults.h>

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -38,10 +39,27 @@ struct Activity {
 void presetUserDefault(const std::string& key, id _Nullable value, const std::string& suite = "");
 #endif
 
-// Everything that was written to the standard error handle. Nothing of it reaches the terminal.
+// Everything that was written to that handle. Nothing of it reaches the terminal.
+[[nodiscard]] std::string writtenToStandardOutput();
 [[nodiscard]] std::string writtenToStandardError();
 // Lets every following write to a file handle fail with this errno; 0 lets it succeed again.
 void failFileHandleWrites(int errnoValue);
+
+struct Task {
+  std::string executablePath;
+  std::vector<std::string> arguments;
+
+  friend bool operator==(const Task&, const Task&) = default;
+};
+struct TaskOutcome {
+  int status = 0;
+  int launchErrno = 0;  // other than 0: it could not be launched
+};
+using TaskRunner = std::function<TaskOutcome(const Task&)>;
+// Says how tasks end; at the start they all end with the status 0. Nothing is really run.
+void setTaskRunner(TaskRunner runner);
+// All that were launched, or should have been.
+[[nodiscard]] std::vector<Task> launchedTasks();
 
 // Observers that are registered in the default notification centre.
 [[nodiscard]] std::size_t notificationObserverCount();

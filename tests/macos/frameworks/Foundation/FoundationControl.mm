@@ -21,7 +21,10 @@ void resetFoundation() {
   state.executablePath = initial.executablePath;
   state.activities.clear();
   state.defaults.clear();
+  state.standardOutput.clear();
   state.standardError.clear();
+  state.tasks.clear();
+  state.taskRunner = nullptr;
   state.fileHandleErrno = 0;
 }
 
@@ -63,6 +66,11 @@ void presetUserDefault(const std::string& key, id value, const std::string& suit
   }
 }
 
+std::string writtenToStandardOutput() {
+  const std::lock_guard guard(foundationState().mutex);
+  return foundationState().standardOutput;
+}
+
 std::string writtenToStandardError() {
   const std::lock_guard guard(foundationState().mutex);
   return foundationState().standardError;
@@ -71,6 +79,26 @@ std::string writtenToStandardError() {
 void failFileHandleWrites(int errnoValue) {
   const std::lock_guard guard(foundationState().mutex);
   foundationState().fileHandleErrno = errnoValue;
+}
+
+void setTaskRunner(TaskRunner runner) {
+  const std::lock_guard guard(foundationState().mutex);
+  foundationState().taskRunner = std::move(runner);
+}
+
+std::vector<Task> launchedTasks() {
+  const std::lock_guard guard(foundationState().mutex);
+  return foundationState().tasks;
+}
+
+TaskOutcome runTask(const Task& task) {
+  TaskRunner runner;
+  {
+    const std::lock_guard guard(foundationState().mutex);
+    foundationState().tasks.push_back(task);
+    runner = foundationState().taskRunner;
+  }
+  return runner ? runner(task) : TaskOutcome{};
 }
 
 }  // namespace standin

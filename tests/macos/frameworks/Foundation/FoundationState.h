@@ -34,11 +34,17 @@ struct FoundationState {
   std::string executablePath = "/Applications/Example.app/Contents/MacOS/Example";
   std::vector<RunningActivity> activities;
   std::map<std::string, std::map<std::string, Kept>> defaults;  // by suite, then by key
+  std::string standardOutput;
   std::string standardError;
   int fileHandleErrno = 0;
+  std::vector<Task> tasks;
+  TaskRunner taskRunner;
 };
 
 FoundationState& foundationState();
+
+// Notes the task down and asks the test how it ends.
+[[nodiscard]] TaskOutcome runTask(const Task& task);
 
 // Lets go of every observer.
 void resetNotifications();

@@ -49,6 +49,7 @@ enum : NSInteger {
   NSFileWriteFileExistsError = 516,
   NSFileWriteOutOfSpaceError = 640,
   NSFileWriteVolumeReadOnlyError = 642,
+  NSPropertyListWriteInvalidError = 3852,
 };
 
 NS_ASSUME_NONNULL_END

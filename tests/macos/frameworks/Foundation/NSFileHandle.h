@@ -14,6 +14,7 @@ NS_ASSUME_NONNULL_BEGIN
 
 @interface NSFileHandle (NSFileHandleCreation)
 
+@property(class, readonly, strong) NSFileHandle* fileHandleWithStandardOutput;
 @property(class, readonly, strong) NSFileHandle* fileHandleWithStandardError;
 @property(class, readonly, strong) NSFileHandle* fileHandleWithNullDevice;
 

@@ -4,9 +4,9 @@
 #include "tests/macos/frameworks/Foundation/FoundationState.h"
 #include "tests/macos/standin/CallLog.h"
 
-// What is written to standard error is kept for the test; the null device keeps nothing.
+// What is written to standard output and error is kept for the test; the null device keeps nothing.
 @interface NSFileHandle () {
-  bool keepsText;
+  std::string standin::FoundationState::*kept;
 }
 @end
 
@@ -18,8 +18,8 @@
   {
     const std::lock_guard guard(state.mutex);
     failure = state.fileHandleErrno;
-    if (keepsText && failure == 0) {
-      state.standardError.append(static_cast<const char*>(data.bytes), data.length);
+    if (kept != nullptr && failure == 0) {
+      (state.*kept).append(static_cast<const char*>(data.bytes), data.length);
     }
   }
   standin::record("-[NSFileHandle writeData:error:]", {std::to_string(data.length)});
@@ -31,17 +31,30 @@
 
 @implementation NSFileHandle (NSFileHandleCreation)
 
++ (NSFileHandle*)fileHandleWithStandardOutput {
+  static NSFileHandle* const handle = [] {
+    NSFileHandle* made = standin::immortal([[NSFileHandle alloc] init]);
+    made->kept = &standin::FoundationState::standardOutput;
+    return made;
+  }();
+  return handle;
+}
+
 + (NSFileHandle*)fileHandleWithStandardError {
   static NSFileHandle* const handle = [] {
     NSFileHandle* made = standin::immortal([[NSFileHandle alloc] init]);
-    made->keepsText = true;
+    made->kept = &standin::FoundationState::standardError;
     return made;
   }();
   return handle;
 }
 
 + (NSFileHandle*)fileHandleWithNullDevice {
-  static NSFileHandle* const handle = standin::immortal([[NSFileHandle alloc] init]);
+  static NSFileHandle* const handle = [] {
+    NSFileHandle* made = standin::immortal([[NSFileHandle alloc] init]);
+    made->kept = nullptr;
+    return made;
+  }();
   return handle;
 }
 

@@ -1,0 +1,26 @@
+#pragma once
+
+#import <Foundation/NSObject.h>
+
+NS_ASSUME_NONNULL_BEGIN
+
+@class NSData, NSError;
+
+typedef NS_ENUM(NSUInteger, NSPropertyListFormat) {
+  NSPropertyListOpenStepFormat = 1,
+  NSPropertyListXMLFormat_v1_0 = 100,
+  NSPropertyListBinaryFormat_v1_0 = 200,
+};
+
+typedef NSUInteger NSPropertyListWriteOptions;
+
+@interface NSPropertyListSerialization : NSObject
+
++ (nullable NSData*)dataWithPropertyList:(id)plist
+                                  format:(NSPropertyListFormat)format
+                                 options:(NSPropertyListWriteOptions)opt
+                                   error:(NSError* _Nullable* _Nullable)error;
+
+@end
+
+NS_ASSUME_NONNULL_END
