@@ -28,11 +28,13 @@ std::string statOf(pid_t pid) {
 }  // namespace
 
 std::optional<ProcessIdentity> identityOf(pid_t pid) {
-  constexpr int firstField = 3;
   constexpr int startField = 22;
   std::istringstream fields(fieldsAfterName(statOf(pid)));
+  std::string state;  // field 3
+  fields >> state;
+  if (state == "Z" || state == "X") return std::nullopt;  // it only waits to be forgotten
   std::string skipped;
-  for (int field = firstField; field < startField; ++field) fields >> skipped;
+  for (int field = 4; field < startField; ++field) fields >> skipped;
   ProcessIdentity identity{bootId(), 0, pid};
   if (!(fields >> identity.startTicks)) return std::nullopt;
   return identity;

@@ -17,7 +17,7 @@ struct ProcessIdentity {
   bool operator==(const ProcessIdentity&) const = default;
 };
 
-// Of the process that has this id now; nothing when there is none.
+// Of the process that has this id now; nothing when there is none, or it has ended.
 [[nodiscard]] std::optional<ProcessIdentity> identityOf(pid_t pid);
 
 // As text and back; nothing from a text that is not such a one.

@@ -60,7 +60,8 @@ std::string systemdCommandLine(const std::vector<std::string>& command) {
 }
 
 // Ten seconds between two starts, as launchd has it. An agent that ends at once for ten minutes is
-// given up until the next login; one that ends with status 2 says that it is not wanted.
+// given up until the next login; one that ends with status 2 says that it is not wanted. "simple",
+// because a start is no failure of ours when the agent ends at once.
 std::string systemdUnitText(const Agent& agent) {
   return "[Unit]\n"
          "Description=Login agent " +
@@ -72,7 +73,7 @@ std::string systemdUnitText(const Agent& agent) {
          "StartLimitBurst=60\n"
          "\n"
          "[Service]\n"
-         "Type=exec\n"
+         "Type=simple\n"
          "ExecStart=" +
          systemdCommandLine(agent.programArguments) +
          "\n"

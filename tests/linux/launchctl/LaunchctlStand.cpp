@@ -1,0 +1,87 @@
+#include "tests/linux/launchctl/LaunchctlStand.h"
+
+#include <unistd.h>
+
+#include <fstream>
+#include <iterator>
+
+namespace quorvin::launchctl {
+namespace {
+
+std::string inXml(const std::string& text) {
+  const std::unique_ptr<char, decltype(&g_free)> escaped(
+      g_markup_escape_text(text.data(), static_cast<gssize>(text.size())), g_free);
+  return escaped.get();
+}
+
+}  // namespace
+
+std::string propertyListXml(const std::string& entries) {
+  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+         "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+         "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+         "<plist version=\"1.0\">\n<dict>" +
+         entries + "</dict>\n</plist>\n";
+}
+
+std::string AgentDescription::xml() const {
+  std::string list;
+  for (const auto& argument : arguments) list += "<string>" + inXml(argument) + "</string>";
+  return propertyListXml("<key>Label</key><string>" + inXml(label) + "</string>" +
+                         "<key>ProgramArguments</key><array>" + list + "</array>" + others);
+}
+
+std::string contentOf(const std::filesystem::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+std::string LaunchctlStand::writeAgent(const AgentDescription& description) const {
+  return folder.write(description.label + ".plist", description.xml());
+}
+
+void LaunchctlStand::put(const std::string& name, const std::string& content) const {
+  static_cast<void>(folder.write(name, content));
+}
+
+ProgramRun LaunchctlStand::bootstrap(const std::string& file) const {
+  return runOnFile("bootstrap", file);
+}
+
+ProgramRun LaunchctlStand::bootout(const std::string& file) const {
+  return runOnFile("bootout", file);
+}
+
+ProgramRun LaunchctlStand::runOnFile(const char* command, const std::string& file) const {
+  return run({command, "gui/" + std::to_string(::getuid()), file});
+}
+
+ProgramRun LaunchctlStand::run(const std::vector<std::string>& arguments) const {
+  std::filesystem::create_directory(home());
+  std::vector<std::string> command{QUORVIN_LAUNCHCTL};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  return runProgram(std::move(command), environment);
+}
+
+std::filesystem::path LaunchctlStand::unit(const std::string& label) const {
+  return home() + "/.config/systemd/user/" + label + ".service";
+}
+
+std::filesystem::path LaunchctlStand::entry(const std::string& label) const {
+  return home() + "/.config/autostart/" + label + ".desktop";
+}
+
+std::filesystem::path LaunchctlStand::record(const std::string& label) const {
+  return home() + "/.local/state/quorvin-launchctl/" + label + ".process";
+}
+
+std::vector<std::string> LaunchctlStand::files() const {
+  std::vector<std::string> found;
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(home(), ignored)) {
+    if (!entry.is_directory()) found.push_back(entry.path());
+  }
+  return found;
+}
+
+}  // namespace quorvin::launchctl
