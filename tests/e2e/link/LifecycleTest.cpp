@@ -68,6 +68,13 @@ TEST_F(LifecycleOfWindow, IsHiddenWhileMinimised) {
   EXPECT_TRUE(client().waitForLifecycleState(resumed));
 }
 
+TEST_F(LifecycleOfWindow, IsHiddenOnADesktopThatIsNotShown) {
+  probe.switchToDesktop(1);
+  EXPECT_TRUE(client().waitForLifecycleState(hidden));
+  probe.switchToDesktop(0);
+  EXPECT_TRUE(client().waitForLifecycleState(resumed));
+}
+
 TEST_F(LifecycleOfWindow, IsHiddenWhileInactiveAndCovered) {
   {
     const auto other = open(OtherWindow::Kind::corner);

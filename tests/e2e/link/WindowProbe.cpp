@@ -128,6 +128,10 @@ void WindowProbe::minimize(xcb_window_t window) const {
   tellWindowManager(window, "WM_CHANGE_STATE", iconicState);
 }
 
+void WindowProbe::switchToDesktop(std::uint32_t number) const {
+  tellWindowManager(connection.screen().root, "_NET_CURRENT_DESKTOP", number);
+}
+
 void WindowProbe::tellWindowManager(xcb_window_t window, const std::string& type,
                                     std::uint32_t first) const {
   xcb_client_message_event_t event{};

@@ -39,6 +39,8 @@ class WindowProbe {
   [[nodiscard]] bool activate(xcb_window_t window) const;
   // As the minimise button of a title bar does.
   void minimize(xcb_window_t window) const;
+  // As a pager does; counted from 0.
+  void switchToDesktop(std::uint32_t number) const;
 
  private:
   using Windows = std::vector<xcb_window_t>;
