@@ -58,7 +58,7 @@ int LinuxApplication::run(int /*argc*/, char** /*argv*/, ApplicationFactories fa
   isMade = true;
   handleSignals();
   try {
-    gtk = std::make_unique<GtkThread>();
+    gtk = startGtk();
     load(factories, connectUserInterface());
   } catch (const StartUpError& error) {
     report(error);
@@ -79,6 +79,14 @@ void LinuxApplication::handleSignals() {
       return MainLoopSource::Next::again;
     });
   }
+}
+
+std::unique_ptr<GtkThread> LinuxApplication::startGtk() {
+  return std::make_unique<GtkThread>([this, mainQueue = dispatch.mainQueue()] {
+    mainQueue->async([this] {
+      if (window != nullptr) window->loseDisplay();
+    });
+  });
 }
 
 FileDescriptor LinuxApplication::connectUserInterface() {

@@ -55,6 +55,7 @@ class LinuxApplication final : public Application {
   void finish();
   [[nodiscard]] std::weak_ptr<const LinuxMessenger> letGoOfProgram();
   void runUntil(const std::function<bool()>& condition);
+  [[nodiscard]] std::unique_ptr<GtkThread> startGtk();
   void windowClosed();
   void windowChanged(const WindowState& former, const WindowState& now);
   void linkClosed();

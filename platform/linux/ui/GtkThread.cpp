@@ -66,6 +66,8 @@ class GtkThread::State {
  public:
   enum class Phase { starting, failed, running, stuck, ended };
 
+  explicit State(std::function<void()> onDisplayLost) : onDisplayLost(std::move(onDisplayLost)) {}
+
   void enter(Phase next) {
     const std::lock_guard lock(mutex);
     phase = next;
@@ -79,6 +81,8 @@ class GtkThread::State {
     return phase;
   }
 
+  const std::function<void()> onDisplayLost;
+
  private:
   std::mutex mutex;
   std::condition_variable changed;
@@ -88,10 +92,12 @@ class GtkThread::State {
 // Xlib must not return into GDK, which would work on with answers it never got.
 [[noreturn]] void GtkThread::stopForGood(State& state) {
   state.enter(State::Phase::stuck);
+  state.onDisplayLost();
   while (true) std::this_thread::sleep_for(std::chrono::hours(24));
 }
 
-GtkThread::GtkThread() : state(std::make_shared<State>()), thread(&GtkThread::run, state) {
+GtkThread::GtkThread(std::function<void()> onDisplayLost)
+    : state(std::make_shared<State>(std::move(onDisplayLost))), thread(&GtkThread::run, state) {
   const auto phase = state->waitWhile(State::Phase::starting, startPatience);
   if (phase == State::Phase::running) return;
   if (phase == State::Phase::failed) {

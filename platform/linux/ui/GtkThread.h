@@ -13,7 +13,8 @@ namespace quorvin {
 class GtkThread {
  public:
   // Returns once GTK is ready. Throws StartUpError when there is no display that answers.
-  GtkThread();
+  // `onDisplayLost` is the last that runs on the thread when the X server has gone away.
+  explicit GtkThread(std::function<void()> onDisplayLost);
   GtkThread(const GtkThread&) = delete;
   GtkThread& operator=(const GtkThread&) = delete;
   // Runs what was posted before and ends the thread. One that is stuck is left behind; the process

@@ -8,19 +8,24 @@ namespace quorvin {
 class LinuxNotificationCenter::Observer final : public NotificationObserver {
  public:
   Observer(Notification name, const NotificationSender* sender, std::function<void()> handler)
-      : name(name), sender(sender), handler(std::move(handler)) {}
+      : name(name),
+        sender(sender),
+        handler(std::make_shared<const std::function<void()>>(std::move(handler))) {}
 
   [[nodiscard]] bool wants(Notification posted, const NotificationSender& from) const {
-    return isSubscribed && posted == name && (sender == nullptr || sender == &from);
+    return handler != nullptr && posted == name && (sender == nullptr || sender == &from);
   }
-  void notify() const { handler(); }
-  void unsubscribe() { isSubscribed = false; }
+  void notify() const {
+    const auto running = handler;  // which may unsubscribe
+    (*running)();
+  }
+  // Whoever keeps the observer does not keep what its handler holds.
+  void unsubscribe() { handler.reset(); }
 
  private:
   Notification name;
-  const NotificationSender* sender;  // compared only; null stands for any
-  std::function<void()> handler;
-  bool isSubscribed = true;
+  const NotificationSender* sender;                      // compared only; null stands for any
+  std::shared_ptr<const std::function<void()>> handler;  // null once unsubscribed
 };
 
 std::shared_ptr<NotificationObserver> LinuxNotificationCenter::addObserver(
@@ -39,7 +44,7 @@ void LinuxNotificationCenter::removeObserver(
 }
 
 void LinuxNotificationCenter::post(Notification name, const NotificationSender& sender) {
-  const auto told = observers;  // which also keeps a handler that removes itself until it is done
+  const auto told = observers;
   for (const auto& observer : told) {
     if (observer->wants(name, sender)) observer->notify();
   }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 
 #include "tests/e2e/link/HostStand.h"
@@ -38,6 +39,7 @@ class LifecycleOfWindow : public Lifecycle {
  protected:
   void SetUp() override {
     Lifecycle::SetUp();
+    host.emplace(stand);
     const auto shown = probe.waitForManagedWindow("Quorvin Support");
     ASSERT_TRUE(shown.has_value());
     window = *shown;
@@ -45,9 +47,9 @@ class LifecycleOfWindow : public Lifecycle {
     ASSERT_TRUE(client().waitForLifecycleState(resumed));
   }
 
-  LinkClient& client() { return *host.client; }
+  LinkClient& client() { return *host->client; }
 
-  ConnectedHost host{stand};
+  std::optional<ConnectedHost> host;
   xcb_window_t window = XCB_WINDOW_NONE;
 };
 
@@ -63,6 +65,13 @@ TEST_F(LifecycleOfWindow, IsHiddenWhileMinimised) {
   probe.minimize(window);
   EXPECT_TRUE(client().waitForLifecycleState(hidden));
   ASSERT_TRUE(probe.activate(window));
+  EXPECT_TRUE(client().waitForLifecycleState(resumed));
+}
+
+TEST_F(LifecycleOfWindow, IsHiddenOnADesktopThatIsNotShown) {
+  probe.switchToDesktop(1);
+  EXPECT_TRUE(client().waitForLifecycleState(hidden));
+  probe.switchToDesktop(0);
   EXPECT_TRUE(client().waitForLifecycleState(resumed));
 }
 
@@ -93,6 +102,11 @@ TEST_F(LifecycleOfWindow, StaysResumedUnderACoverUntilItLosesTheFocus) {
   auto state = client().nextLifecycleState();
   while (state == resumed) state = client().nextLifecycleState();
   EXPECT_EQ(state, hidden);
+}
+
+TEST_F(LifecycleOfWindow, IsHiddenOnceTheScreenIsGone) {
+  stand.server.end();
+  EXPECT_TRUE(client().waitForLifecycleState(hidden));
 }
 
 TEST_F(Lifecycle, IsHiddenInAnUnattendedRun) {

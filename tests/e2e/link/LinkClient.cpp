@@ -125,12 +125,16 @@ bool LinkClient::receive(Clock::time_point deadline) {
 
 void LinkClient::sort(const LinkFrame& frame) {
   if (frame.type == LinkFrameType::message) {
-    if (frame.channel == frameChannel) events.push_back(decodeEnvelope(frame.payload));
+    if (frame.channel == frameChannel) {
+      events.push_back(decodeEnvelope(frame.payload));
+      ++eventsSinceReply;
+    }
     if (frame.channel == lifecycleChannel) {
       lifecycleStates.emplace_back(frame.payload.begin(), frame.payload.end());
     }
   } else {
     replies.insert_or_assign(frame.id, replyOf(frame));
+    eventsSinceReply = 0;
   }
 }
 

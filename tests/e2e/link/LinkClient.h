@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -49,6 +50,8 @@ class LinkClient {
 
   // The next event or stream error, nothing when none comes within the time.
   std::optional<FlutterEvent> nextEvent(Milliseconds within = patience);
+  // How many have arrived after the last reply that has.
+  [[nodiscard]] std::size_t eventsAfterReply() const { return eventsSinceReply; }
   // The next text of the lifecycle channel, nothing when none comes within the time.
   std::optional<std::string> nextLifecycleState(Milliseconds within = patience);
   // Takes texts of the lifecycle channel up to the first of this kind; whether that came in time.
@@ -74,6 +77,7 @@ class LinkClient {
   std::uint32_t lastId = 0;
   std::map<std::uint32_t, FlutterReply> replies;
   std::deque<FlutterEvent> events;
+  std::size_t eventsSinceReply = 0;
   std::deque<std::string> lifecycleStates;
   bool isClosed = false;
 };

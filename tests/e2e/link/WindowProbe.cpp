@@ -31,13 +31,20 @@ std::optional<xcb_window_t> WindowProbe::waitForManagedWindow(const std::string&
   return waitFor([&] { return findTitle(managedWindows(), title); });
 }
 
+// One that is only starting has its properties set already, but may miss windows that come now. A
+// question that it answers shows that it attends to everything.
 bool WindowProbe::waitForWindowManager() const {
-  return waitFor([&]() -> std::optional<xcb_window_t> {
-           const auto owner = property(connection.screen().root, "_NET_SUPPORTING_WM_CHECK");
-           if (owner == nullptr || owner->value_len == 0) return std::nullopt;
-           return *static_cast<const xcb_window_t*>(xcb_get_property_value(owner.get()));
-         })
-      .has_value();
+  const auto asked = xcb_generate_id(connection.get());
+  const auto& screen = connection.screen();
+  xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, asked, screen.root, 0, 0, 1, 1, 0,
+                    XCB_WINDOW_CLASS_INPUT_OUTPUT, screen.root_visual, 0, nullptr);
+  const auto answered = waitFor([&]() -> std::optional<xcb_window_t> {
+    tellWindowManager(asked, "_NET_REQUEST_FRAME_EXTENTS", 0);
+    const auto answer = property(asked, "_NET_FRAME_EXTENTS");
+    return answer == nullptr || answer->value_len == 0 ? std::nullopt : std::optional(asked);
+  });
+  xcb_destroy_window(connection.get(), asked);
+  return answered.has_value();
 }
 
 std::optional<xcb_window_t> WindowProbe::waitFor(
@@ -119,6 +126,10 @@ bool WindowProbe::activate(xcb_window_t window) const {
 void WindowProbe::minimize(xcb_window_t window) const {
   constexpr std::uint32_t iconicState = 3;
   tellWindowManager(window, "WM_CHANGE_STATE", iconicState);
+}
+
+void WindowProbe::switchToDesktop(std::uint32_t number) const {
+  tellWindowManager(connection.screen().root, "_NET_CURRENT_DESKTOP", number);
 }
 
 void WindowProbe::tellWindowManager(xcb_window_t window, const std::string& type,

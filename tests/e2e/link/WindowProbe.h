@@ -29,7 +29,7 @@ class WindowProbe {
   [[nodiscard]] std::optional<xcb_window_t> waitForWindow(const std::string& title) const;
   // The same of the windows that a window manager looks after, which are in frames of its own.
   [[nodiscard]] std::optional<xcb_window_t> waitForManagedWindow(const std::string& title) const;
-  // Whether one is there, sooner or later.
+  // Whether one is at work, sooner or later.
   [[nodiscard]] bool waitForWindowManager() const;
   [[nodiscard]] JpegSize sizeOf(xcb_window_t window) const;
   // As the close button of a title bar does.
@@ -39,6 +39,8 @@ class WindowProbe {
   [[nodiscard]] bool activate(xcb_window_t window) const;
   // As the minimise button of a title bar does.
   void minimize(xcb_window_t window) const;
+  // As a pager does; counted from 0.
+  void switchToDesktop(std::uint32_t number) const;
 
  private:
   using Windows = std::vector<xcb_window_t>;

@@ -4,17 +4,15 @@
 
 #include <chrono>
 #include <functional>
-#include <memory>
 
+#include "platform/linux/ui/MainContext.h"
 #include "platform/linux/ui/MainLoopSource.h"
 
 namespace quorvin {
 
-// A main context of the test's own.
+// A main context of the test's own, which is its thread's default one meanwhile.
 class TestLoop {
  public:
-  TestLoop() : owned(g_main_context_new(), &g_main_context_unref) {}
-
   [[nodiscard]] GMainContext* context() const { return owned.get(); }
 
   // Iterates until the condition holds; false when it does not within `patience`.
@@ -42,7 +40,7 @@ class TestLoop {
   }
 
  private:
-  std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> owned;
+  MainContext owned;
 };
 
 }  // namespace quorvin

@@ -179,6 +179,15 @@ class CaptureTest : public standin::StandInTest {
   MacScreenCapture capture;
 };
 
+// Tries what stops the process in a process of its own, since this one has threads.
+class CaptureDeathTest : public CaptureTest {
+ protected:
+  void SetUp() override {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    CaptureTest::SetUp();
+  }
+};
+
 // A queue that Grand Central Dispatch knows nothing of.
 class ForeignQueue final : public DispatchQueue {
  public:

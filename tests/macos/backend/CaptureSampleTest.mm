@@ -100,6 +100,7 @@ TEST_F(CaptureSampleTest, TellsNoAttachmentsFromAnEmptyArray) {
 
 TEST_F(CaptureSampleTest, KnowsNoAttachmentsWhenTheyAreOfAnotherKind) {
   EXPECT_EQ(attachmentsOf(@{SCStreamFrameInfoStatus : @0}), std::nullopt);
+  EXPECT_EQ(attachmentsOf(@{}), std::nullopt);
   EXPECT_EQ(attachmentsOf(@[ @{SCStreamFrameInfoStatus : @0}, @"no dictionary" ]), std::nullopt);
 }
 

@@ -19,7 +19,7 @@ class ForeignDisplay final : public ShareableDisplay {
 };
 
 class ScreenCaptureTest : public CaptureTest {};
-class ScreenCaptureDeathTest : public CaptureTest {};
+class ScreenCaptureDeathTest : public CaptureDeathTest {};
 
 TEST_F(ScreenCaptureTest, ReadsTheMainScreensNumber) {
   standin::setMainScreen(@{@"NSScreenNumber" : @(4128831), @"NSDeviceIsScreen" : @"YES"});

@@ -17,7 +17,7 @@ std::optional<Error> failure() { return Error("com.example.failure", 42, "It fai
 standin::ErrorScript scriptedFailure() { return {"com.example.failure", 42, "It failed."}; }
 
 class ScreenStreamTest : public CaptureTest {};
-class ScreenStreamDeathTest : public CaptureTest {};
+class ScreenStreamDeathTest : public CaptureDeathTest {};
 
 // ---- outputs ----
 

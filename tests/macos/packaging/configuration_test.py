@@ -1,7 +1,7 @@
 """The build for a Mac, as far as CMake can be asked about it elsewhere: it is configured for that
 system with tools that do nothing. Nothing is compiled.
 
-Usage: configuration_test.py CMAKE C_COMPILER CXX_COMPILER
+Usage: configuration_test.py CMAKE C_COMPILER CXX_COMPILER FOLDER_OF_GTESTS_CMAKE_FILES
 """
 
 import os
@@ -48,9 +48,9 @@ class Configuration(unittest.TestCase):
             (products / framework).mkdir(parents=True)
         return products
 
-    def configure(self, flutter="", target="13.0"):
+    def configure(self, flutter="", target="13.0", testing="OFF"):
         """CMake's exit status and all that it says, on one line."""
-        cmake, c_compiler, cxx_compiler = self.programs
+        cmake, c_compiler, cxx_compiler, googletest = self.programs
         variables = {
             "CMAKE_SYSTEM_NAME": "Darwin",
             "CMAKE_C_COMPILER": c_compiler,
@@ -61,7 +61,8 @@ class Configuration(unittest.TestCase):
             "CMAKE_INSTALL_NAME_TOOL": self.folder / "tools/install_name_tool",
             "CMAKE_OSX_SYSROOT": "/",
             "CMAKE_OSX_DEPLOYMENT_TARGET": target,
-            "BUILD_TESTING": "OFF",
+            "BUILD_TESTING": testing,
+            "GTest_DIR": googletest,
             "QUORVIN_FLUTTER_BUILD": flutter,
         }
         command = [cmake, "-S", ROOT, "-B", self.build, "-G", "Ninja"]
@@ -74,10 +75,11 @@ class Configuration(unittest.TestCase):
         return (self.build / "build.ninja").read_text(encoding="utf-8")
 
     def test_without_flutter_there_is_no_application(self):
-        status, output = self.configure()
+        status, output = self.configure(testing="ON")
         self.assertEqual(status, 0, output)
         self.assertIn("QUORVIN_FLUTTER_BUILD is not set", output)
-        self.assertIn("ScreenCapture.mm.o", self.rules())
+        for present in ("ScreenCapture.mm.o", "tests/unit/unit_tests"):
+            self.assertIn(present, self.rules())
         for absent in ("Quorvin$ Support.app", "FlutterChannels.mm.o", "Window.mm.o"):
             self.assertNotIn(absent, self.rules())
 
@@ -130,5 +132,5 @@ class Configuration(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    Configuration.programs = sys.argv[1:4]
+    Configuration.programs = sys.argv[1:5]
     unittest.main(argv=sys.argv[:1])

@@ -94,6 +94,7 @@ void TaskQueue::add(Entry entry) {
       return;
     }
     waiting.push_back(std::move(entry));
+    if (isHeld) keptByTasks = shared_from_this();
     if (kind == QueueKind::serial && !isHeld) start();
   }
   if (kind == QueueKind::main) workload().wake();
@@ -204,6 +205,7 @@ void TaskQueue::setHeld(bool shallHold) {
     if (isHeld == shallHold) return;
     isHeld = shallHold;
     const auto count = static_cast<std::int64_t>(waiting.size());
+    keptByTasks = shallHold && count > 0 ? shared_from_this() : nullptr;
     if (kind != QueueKind::main && count > 0) {
       if (shallHold) {
         workload().end(count);

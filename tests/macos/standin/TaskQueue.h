@@ -83,6 +83,7 @@ class TaskQueue : public std::enable_shared_from_this<TaskQueue> {
   std::deque<Entry> waiting;
   bool isRunning = false;
   bool isHeld = false;
+  std::shared_ptr<TaskQueue> keptByTasks;  // this queue, while it is held and has tasks
   std::atomic<bool> owned = false;
 
   std::mutex specificMutex;

@@ -70,6 +70,24 @@ TEST_F(NSBitmapImageRepTest, WritesTheQualityThatTheFactorAsksFor) {
   EXPECT_EQ(stepOf(@0.25), 32);
 }
 
+TEST_F(NSBitmapImageRepTest, HasNoFileForAnImageWithoutPixels) {
+  StandInImage* image = [[StandInImage alloc] initWithWidth:0 height:0 pixels:{}];
+  NSBitmapImageRep* bitmap = [[NSBitmapImageRep alloc] initWithCGImage:(__bridge CGImageRef)image];
+  EXPECT_EQ(jpegOf(
+                bitmap,
+                @{NSImageCompressionFactor : @0.5}),
+            nil);
+}
+
+TEST_F(NSBitmapImageRepTest, IsNotDecodedUnlessItIsAWholeFile) {
+  const auto file = bytesOf(jpegOf(
+      makeBitmap(),
+      @{NSImageCompressionFactor : @0.9}));
+  EXPECT_TRUE(decodeJpeg(file));
+  EXPECT_FALSE(decodeJpeg(file.first(file.size() / 2)));
+  EXPECT_FALSE(decodeJpeg(file.first(0)));
+}
+
 TEST_F(NSBitmapImageRepTest, RefusesABitmapOfAReleasedImage) {
   CGImageRef gone = nullptr;
   @autoreleasepool {

@@ -90,6 +90,8 @@ TEST_F(ScreenCaptureKitTest, StartsWithTheDefaultsOfTheRealConfiguration) {
   EXPECT_EQ(settings.height, 1080);
   EXPECT_EQ(settings.minimumFrameInterval.value, 1);
   EXPECT_EQ(settings.minimumFrameInterval.timescale, 60);
+  EXPECT_EQ(settings.pixelFormat, kCVPixelFormatType_32BGRA);
+  EXPECT_EQ(settings.queueDepth, 8);
   EXPECT_TRUE(settings.showsCursor);
 }
 

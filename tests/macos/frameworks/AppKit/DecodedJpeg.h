@@ -38,7 +38,7 @@ inline std::optional<DecodedJpeg> decodeJpeg(std::span<const std::uint8_t> file)
   DecodedJpeg decoded{static_cast<std::size_t>(width), static_cast<std::size_t>(height), {}};
   decoded.pixels.resize(decoded.width * decoded.height * 3);
   if (tjDecompress2(decompressor.get(), file.data(), file.size(), decoded.pixels.data(), width, 0,
-                    height, TJPF_RGB, 0) != 0) {
+                    height, TJPF_RGB, TJFLAG_STOPONWARNING) != 0) {
     return {};
   }
   return decoded;

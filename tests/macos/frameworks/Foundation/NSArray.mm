@@ -12,8 +12,12 @@
 
 namespace {
 
+[[noreturn]] void raiseNilElement() {
+  standin::raiseInvalidArgument("-[NSArray]: object cannot be nil");
+}
+
 id required(id object) {
-  if (object == nil) standin::raiseInvalidArgument("-[NSArray]: object cannot be nil");
+  if (object == nil) raiseNilElement();
   return object;
 }
 
@@ -28,7 +32,12 @@ id required(id object) {
 - (instancetype)initWithObjects:(const id[])newObjects count:(NSUInteger)count {
   self = [super init];
   for (NSUInteger index = 0; index < count; ++index) {
-    objects.push_back([required(newObjects[index]) retain]);
+    id object = newObjects[index];
+    if (object == nil) {
+      [self release];
+      raiseNilElement();
+    }
+    objects.push_back([object retain]);
   }
   return self;
 }

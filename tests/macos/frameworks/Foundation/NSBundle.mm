@@ -24,7 +24,8 @@
 }
 
 - (NSURL*)executableURL {
-  return [NSURL fileURLWithPath:self.executablePath isDirectory:NO];
+  NSString* path = self.executablePath;
+  return path.length == 0 ? nil : [NSURL fileURLWithPath:path isDirectory:NO];
 }
 
 @end

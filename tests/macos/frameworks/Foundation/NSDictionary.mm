@@ -15,6 +15,14 @@
 - (void)putObject:(id)object forKey:(id)key;
 @end
 
+namespace {
+
+[[noreturn]] void raiseNilEntry() {
+  standin::raiseInvalidArgument("-[NSDictionary]: neither key nor object can be nil");
+}
+
+}  // namespace
+
 @implementation NSDictionary
 
 - (instancetype)init {
@@ -26,6 +34,10 @@
                           count:(NSUInteger)count {
   self = [super init];
   for (NSUInteger index = 0; index < count; ++index) {
+    if (newObjects[index] == nil || newKeys[index] == nil) {
+      [self release];
+      raiseNilEntry();
+    }
     [self putObject:newObjects[index] forKey:newKeys[index]];
   }
   return self;
@@ -44,9 +56,7 @@
 }
 
 - (void)putObject:(id)object forKey:(id)key {
-  if (object == nil || key == nil) {
-    standin::raiseInvalidArgument("-[NSDictionary]: neither key nor object can be nil");
-  }
+  if (object == nil || key == nil) raiseNilEntry();
   [object retain];
   ++mutations;
   if (const auto index = [self indexOfKey:key]) {
