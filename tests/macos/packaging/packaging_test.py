@@ -51,8 +51,8 @@ class InfoPlist(unittest.TestCase):
         self.assertNotIn("LSBackgroundOnly", self.info)
 
     def test_it_says_why_a_permission_is_asked_for(self):
-        text = self.info["NSScreenCaptureUsageDescription"]
-        self.assertTrue(text.startswith("Quorvin Support "), text)
+        for key in ("NSScreenCaptureUsageDescription", "NSDesktopFolderUsageDescription"):
+            self.assertTrue(self.info[key].startswith("Quorvin Support "), key)
 
 
 class Entitlements(unittest.TestCase):
