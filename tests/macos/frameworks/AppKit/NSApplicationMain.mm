@@ -34,13 +34,18 @@ NSArray* loadMainNib(const standin::MainNib& nib) {
     [(NSObject*)delegate awakeFromNib];
     [window awakeFromNib];
     if (nib.showsWindowWithNib) [window makeKeyAndOrderFront:nil];
-    return @[ delegate, window ];
+    // In the order in which they are to go.
+    NSMutableArray* owned = [NSMutableArray array];
+    if (window != nil) [owned addObject:window];
+    if (delegate != nil) [owned addObject:delegate];
+    return owned;
   }
 }
 
 }  // namespace
 
 int NSApplicationMain(int argc, const char* argv[]) {
+  standin::appKitState().hasTerminated = false;
   standin::appKitCall("NSApplicationMain", std::vector<std::string>(argv, argv + argc));
   @autoreleasepool {
     [NSApplication sharedApplication];

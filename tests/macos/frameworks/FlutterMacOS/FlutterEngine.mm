@@ -57,6 +57,7 @@ void answerOnce(PendingAnswer& pending, bool isEngineThere, NSData* reply) {
   std::map<std::string, Handler> _handlers;
   std::vector<standin::SentMessage> _sent;
   NSMutableDictionary<NSString*, id<FlutterPluginRegistrar>>* _registrars;
+  id<NSObject> _terminationObserver;
 }
 
 @synthesize viewController = _viewController;
@@ -69,21 +70,21 @@ void answerOnce(PendingAnswer& pending, bool isEngineThere, NSData* reply) {
   if (self != nil) {
     _relay = [[FlutterBinaryMessengerRelay alloc] initWithParent:self];
     _registrars = [NSMutableDictionary dictionary];
-    [NSNotificationCenter.defaultCenter addObserver:self
-                                           selector:@selector(applicationWillTerminate:)
-                                               name:NSApplicationWillTerminateNotification
-                                             object:nil];
+    __weak FlutterEngine* weakSelf = self;
+    _terminationObserver = [NSNotificationCenter.defaultCenter
+        addObserverForName:NSApplicationWillTerminateNotification
+                    object:nil
+                     queue:nil
+                usingBlock:^(NSNotification*) {
+                  [weakSelf shutDownEngine];
+                }];
   }
   return self;
 }
 
 - (void)dealloc {
   standin::requireMainThread("-[FlutterEngine dealloc]");
-  [NSNotificationCenter.defaultCenter removeObserver:self];
-}
-
-- (void)applicationWillTerminate:(NSNotification*)notification {
-  [self shutDownEngine];
+  [NSNotificationCenter.defaultCenter removeObserver:_terminationObserver];
 }
 
 - (BOOL)runWithEntrypoint:(NSString*)entrypoint {
