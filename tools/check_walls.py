@@ -33,7 +33,7 @@ STANDARD_HEADERS = set(
 )
 
 # Paths that begin like this are the project's, whether or not the file exists.
-PROJECT_FOLDERS = {"Runner", "platform", "webui", "tests", "bench", "tools"}
+PROJECT_FOLDERS = {"Runner", "platform", "webui", "launchctl", "tests", "bench", "tools"}
 
 
 class Wall(NamedTuple):
@@ -84,6 +84,12 @@ WALLS = [
         True,
         "webui/ may include only itself, the headers directly in platform/, platform/flutter/ and "
         "libraries",
+    ),
+    Wall(
+        r"launchctl/.+",
+        r"launchctl/.+",
+        True,
+        "launchctl/ may include only itself and libraries",
     ),
 ]
 
@@ -141,7 +147,7 @@ def check(root):
     """The number of files checked and the list of crossings."""
     sources = [
         path.relative_to(root).as_posix()
-        for folder in ("Runner", "platform", "webui")
+        for folder in ("Runner", "platform", "webui", "launchctl")
         for path in cpp_source.source_files(root / folder)
     ]
     return len(sources), [crossing for source in sources for crossing in check_file(root, source)]

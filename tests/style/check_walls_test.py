@@ -79,6 +79,12 @@ class CheckWalls(StyleCheckCase):
         for header in ('"Runner/A.h"', '"platform/linux/A.h"', '"platform/macos/A.h"'):
             self.assert_crosses("webui/A.cpp", header)
 
+    def test_the_registrar_of_agents_stands_alone(self):
+        self.assert_allowed("launchctl/A.cpp", '"launchctl/A.h"', "<plist/plist.h>", "<vector>")
+        for header in ('"Runner/A.h"', '"platform/Data.h"', '"platform/linux/A.h"', '"webui/A.h"'):
+            self.assert_crosses("launchctl/A.cpp", header)
+        self.assert_crosses("platform/linux/A.cpp", '"launchctl/A.h"')
+
     def test_a_relative_path_leads_through_no_wall(self):
         files = {"platform/linux/A.h": "", "webui/B.cpp": '#include "../platform/linux/A.h"\n'}
         self.assert_fails(files, "webui/B.cpp:1: includes platform/linux/A.h, but ")
