@@ -1,10 +1,9 @@
 #import "platform/macos/Dispatch.h"
 
-#import <time.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <ctime>
 #include <limits>
 #include <utility>
 

@@ -236,6 +236,7 @@ TEST_F(DispatchQueue, ThreadThatWaitsForTheTestDoesNotKeepItFromSettling) {
 
 TEST_F(DispatchQueue, OnceRunsOnceOnSeveralThreads) {
   static dispatch_once_t predicate;
+  predicate = 0;
   std::atomic<int> runs = 0;
   auto* count = &runs;
   for (int index = 0; index < 4; ++index) {
