@@ -72,6 +72,23 @@ void writeStreams(const std::filesystem::path& folder) {
   write(folder, "every-frame", stream);
 }
 
+void writePropertyLists(const std::filesystem::path& folder) {
+  const std::string agent =
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+      "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+      "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+      "<plist version=\"1.0\"><dict>"
+      "<key>Label</key><string>a &amp; b</string>"
+      "<key>ProgramArguments</key><array><string>/bin/a</string><string/></array>"
+      "<key>KeepAlive</key><true/>"
+      "<key>others</key><dict><key>a</key><integer>1</integer><key>b</key><real>0.5</real>"
+      "<key>c</key><data>AAEC</data><key>d</key><date>2026-01-01T00:00:00Z</date></dict>"
+      "</dict></plist>\n";
+  write(folder, "agent", Bytes(agent.begin(), agent.end()));
+  const std::string binary = "bplist00";
+  write(folder, "binary", Bytes(binary.begin(), binary.end()));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -85,6 +102,7 @@ int main(int argc, char** argv) {
     writeMessages(folder / "message_codec");
     writeCallsAndEnvelopes(folder / "method_codec");
     writeStreams(folder / "link_frame");
+    writePropertyLists(folder / "property_list");
   } catch (const std::exception& error) {
     std::fprintf(stderr, "make_corpus: %s\n", error.what());
     return 1;

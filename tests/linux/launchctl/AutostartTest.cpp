@@ -5,15 +5,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <fstream>
-#include <functional>
-#include <thread>
 
 #include "launchctl/AgentProcess.h"
 #include "launchctl/Failure.h"
 #include "launchctl/ProcessIdentity.h"
 #include "tests/linux/launchctl/LaunchctlStand.h"
+#include "tests/linux/launchctl/Waiting.h"
 
 namespace quorvin::launchctl {
 namespace {
@@ -25,23 +25,15 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-bool becomesTrue(const std::function<bool()>& condition) {
-  const auto deadline = std::chrono::steady_clock::now() + 20s;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    std::this_thread::sleep_for(2ms);
-  }
-  return true;
-}
-
 class Autostart : public testing::Test {
- protected:
+ public:
   Autostart() {
     stand.environment.emplace_back("QUORVIN_SYSTEMCTL=/no/such/systemctl");
     stand.environment.emplace_back("DISPLAY=:0");
   }
   ~Autostart() override { static_cast<void>(stand.bootout(stand.writeAgent())); }
 
+ protected:
   std::optional<ProcessIdentity> recorded() const {
     const auto text = contentOf(stand.record());
     return identityFromText(text.substr(text.find('\n') + 1));
@@ -200,8 +192,7 @@ TEST(AgentProcess, IsKilledWhenItDoesNotEndByItself) {
   const TemporaryFolder folder;
   const auto ready = folder.path("ready").string();
   const AgentProcess process(OwnFile(folder.path("record")));
-  process.start(
-      {"/bin/sh", "-c", "trap '' TERM; : >'" + ready + "'; while :; do sleep 1000; done"});
+  process.start({"/bin/sh", "-c", "trap '' TERM; : >'" + ready + "'; exec sleep 1000"});
   ASSERT_TRUE(becomesTrue([&] { return std::filesystem::exists(ready); }));
   ASSERT_TRUE(process.isRunning());
   process.end(10ms);

@@ -4,24 +4,20 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
-#include <functional>
-#include <thread>
 
 #include "tests/linux/launchctl/LaunchctlStand.h"
+#include "tests/linux/launchctl/Waiting.h"
 
 namespace quorvin::launchctl {
 namespace {
 
-using namespace std::chrono_literals;
-
 constexpr auto unitName = "com.example.agent.service";
 
 class UserManager : public testing::Test {
- protected:
+ public:
   UserManager() {
     // The manager's own folders, not the stand's.
     stand.environment.clear();
@@ -36,6 +32,7 @@ class UserManager : public testing::Test {
     EXPECT_EQ(systemctl({"unset-environment", "DISPLAY"}).status, 0);
   }
 
+ protected:
   static std::filesystem::path units() {
     return std::filesystem::path(std::getenv("HOME")) / ".config" / "systemd" / "user";
   }
@@ -58,14 +55,6 @@ class UserManager : public testing::Test {
   }
   static bool becomes(const std::string& name, const std::string& value) {
     return becomesTrue([&] { return property(name) == value; });
-  }
-  static bool becomesTrue(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + 40s;
-    while (!condition()) {
-      if (std::chrono::steady_clock::now() > deadline) return false;
-      std::this_thread::sleep_for(20ms);
-    }
-    return true;
   }
   void bootstrap(const AgentDescription& agent = {}) const {
     const auto run = stand.bootstrap(stand.writeAgent(agent));
@@ -116,11 +105,13 @@ TEST_F(UserManager, HandsTheProgramItsArgumentsAsTheyAre) {
                                            "%%",  "$HOME", "${HOME}", "$$", ";",   "a\nb\tc", "#",
                                            "ä€😀", " ",     "@x",      "-",  "\x7f"};
   const auto seen = stand.folder.path("seen").string();
+  // Named only once it is complete.
+  const auto script = "#!/bin/sh\nseen='" + seen +
+                      "'\nprintf '<%s>' \"$@\" >\"$seen.new\"\nmv \"$seen.new\" \"$seen\"\n"
+                      "exec sleep 1000\n";
   for (const std::string name :
        {"plain", "with blank", "100% $HOME", "\"quoted\"", "back\\slash"}) {
-    const auto program =
-        stand.folder.write(name, "#!/bin/sh\nprintf '<%s>' \"$@\" >'" + seen + ".new'\nmv '" +
-                                     seen + ".new' '" + seen + "'\nexec sleep 1000\n");
+    const auto program = stand.folder.write(name, script);
     std::filesystem::permissions(program, std::filesystem::perms::owner_all);
     AgentDescription agent;
     agent.arguments = {program};
