@@ -5,6 +5,7 @@
 
 #include <cerrno>
 
+#include "platform/Error.h"
 #include "tests/macos/backend/SystemTest.h"
 
 namespace quorvin {
