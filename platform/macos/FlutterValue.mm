@@ -106,8 +106,6 @@ Value elementsOf(NSData* data) {
 
 Value typedDataValue(FlutterStandardTypedData* typed) {
   switch (typed.type) {
-    case FlutterStandardDataTypeUInt8:
-      return toData(typed.data);
     case FlutterStandardDataTypeInt32:
       return elementsOf<std::int32_t>(typed.data);
     case FlutterStandardDataTypeInt64:
@@ -116,8 +114,10 @@ Value typedDataValue(FlutterStandardTypedData* typed) {
       return elementsOf<float>(typed.data);
     case FlutterStandardDataTypeFloat64:
       return elementsOf<double>(typed.data);
+    case FlutterStandardDataTypeUInt8:
+      break;
   }
-  return {};
+  return toData(typed.data);
 }
 
 Value valueAt(int depth, id object);

@@ -354,7 +354,8 @@ TEST_F(SwitchboardTest, UnreadableEventsAndOtherChannelsHarmNothing) {
   const auto page = openLivePage();
   host.send({LinkFrameType::message, 0, "com.quorvin.support/frames", {0xFF}});
   host.send({LinkFrameType::message, 0, "com.quorvin.support/frames", {}});
-  host.send({LinkFrameType::message, 0, "flutter/lifecycle", {'x'}});
+  const std::string text = "AppLifecycleState.hidden";
+  host.send({LinkFrameType::message, 0, "flutter/lifecycle", Bytes(text.begin(), text.end())});
   host.sendFrame({1});
   EXPECT_TRUE(runUntil([&] { return !page->pictures.empty(); }));
   EXPECT_FALSE(linkClosed);

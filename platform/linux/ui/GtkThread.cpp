@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
+#include <deque>
 #include <mutex>
 #include <utility>
 
@@ -18,18 +19,6 @@ namespace {
 
 constexpr auto startPatience = std::chrono::seconds(10);
 constexpr auto endPatience = std::chrono::seconds(2);
-
-using Task = std::function<void()>;
-
-// An exception has no way through GLib's C frames, hence noexcept.
-gboolean runTask(gpointer task) noexcept {
-  (*static_cast<Task*>(task))();
-  return G_SOURCE_REMOVE;
-}
-
-void discardTask(gpointer task) noexcept {
-  delete static_cast<Task*>(task);
-}
 
 // What GDK does at this point is end the process.
 int stayAlive(Display* /*display*/) {
@@ -81,12 +70,29 @@ class GtkThread::State {
     return phase;
   }
 
+  void push(std::function<void()> task) {
+    const std::lock_guard lock(mutex);
+    tasks.push_back(std::move(task));
+  }
+
+  void runNext() {
+    std::function<void()> task;
+    {
+      const std::lock_guard lock(mutex);
+      task = std::move(tasks.front());
+      tasks.pop_front();
+    }
+    task();
+  }
+
   const std::function<void()> onDisplayLost;
 
  private:
   std::mutex mutex;
   std::condition_variable changed;
-  Phase phase = Phase::starting;  // guarded by mutex
+  // Guarded by the mutex.
+  Phase phase = Phase::starting;
+  std::deque<std::function<void()>> tasks;
 };
 
 // Xlib must not return into GDK, which would work on with answers it never got.
@@ -135,10 +141,17 @@ void GtkThread::leaveBehind() {
 }
 
 void GtkThread::post(std::function<void()> task) const {
+  state->push(std::move(task));
   auto* source = g_idle_source_new();
   g_source_set_priority(source, G_PRIORITY_DEFAULT);
-  g_source_set_callback(source, &runTask, std::make_unique<Task>(std::move(task)).release(),
-                        &discardTask);
+  // Runs on the thread, which keeps the state. An exception has no way through GLib's C frames.
+  g_source_set_callback(
+      source,
+      [](gpointer kept) noexcept -> gboolean {
+        static_cast<State*>(kept)->runNext();
+        return G_SOURCE_REMOVE;
+      },
+      state.get(), nullptr);
   g_source_attach(source, nullptr);
   g_source_unref(source);
 }
