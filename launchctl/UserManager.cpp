@@ -2,6 +2,8 @@
 
 #include <sstream>
 
+#include "launchctl/Failure.h"
+
 namespace quorvin::launchctl {
 namespace {
 
@@ -33,7 +35,9 @@ void UserManager::startInSession(const std::string& unit) const {
 
 void UserManager::stop(const std::string& unit) const {
   // Each may fail because it has been done already, by an earlier try that did not come to its end.
-  static_cast<void>(systemctl.tryTo({"stop", unit}));
+  if (!systemctl.tryTo({"stop", unit}) && isActive(unit)) {
+    throw Failure(unit + " does not stop; see systemctl --user status " + unit);
+  }
   static_cast<void>(systemctl.tryTo({"disable", unit}));
 }
 
@@ -49,7 +53,11 @@ std::vector<std::string> UserManager::startCommand(const std::string& unit) cons
 
 // Not every desktop tells systemd of its sessions, but Debian tells it of every display.
 bool UserManager::hasGraphicalSession() const {
-  return systemctl.tryTo({"is-active", "graphical-session.target"}).has_value() || knowsDisplay;
+  return isActive("graphical-session.target") || knowsDisplay;
+}
+
+bool UserManager::isActive(const std::string& unit) const {
+  return systemctl.tryTo({"is-active", unit}).has_value();
 }
 
 }  // namespace quorvin::launchctl

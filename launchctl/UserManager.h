@@ -17,7 +17,7 @@ class UserManager {
   void enable(const std::string& unit) const;
   // Starts it now, if there is a graphical session. Throws a Failure when it does not start.
   void startInSession(const std::string& unit) const;
-  // Ends it and has it start no more, as far as that is possible.
+  // Ends it and has it start no more. Throws a Failure when it goes on.
   void stop(const std::string& unit) const;
   // Forgets a unit whose file is gone.
   void forget(const std::string& unit) const;
@@ -29,6 +29,7 @@ class UserManager {
       : systemctl(std::move(systemctl)), knowsDisplay(knowsDisplay) {}
 
   [[nodiscard]] bool hasGraphicalSession() const;
+  [[nodiscard]] bool isActive(const std::string& unit) const;
 
   Systemctl systemctl;
   bool knowsDisplay;

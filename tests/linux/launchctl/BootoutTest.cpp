@@ -83,6 +83,19 @@ TEST_F(Bootout, RemovesTheFilesWhateverSystemctlSays) {
   }
 }
 
+TEST_F(Bootout, CanBeRepeatedWhenTheUnitDoesNotStop) {
+  const auto file = registered();
+  systemctl.failAt("stop");
+  systemctl.setActive("com.example.agent.service");
+  const auto run = stand.bootout(file);
+  EXPECT_EQ(run.status, 5);
+  EXPECT_THAT(run.errors, HasSubstr("com.example.agent.service does not stop"));
+  EXPECT_TRUE(std::filesystem::exists(stand.unit()));
+  systemctl.failAt("");
+  EXPECT_EQ(stand.bootout(file).status, 0);
+  EXPECT_THAT(stand.files(), IsEmpty());
+}
+
 TEST_F(Bootout, RemovesTheFilesWhenThereIsNoManagerAnyMore) {
   const auto file = registered();
   systemctl.failAt("show-environment");
@@ -120,13 +133,12 @@ TEST_F(Bootout, LetsTheNextBootstrapBeginAnewWhenKilled) {
   }
 }
 
-TEST_F(Bootout, CanBeRepeatedWhenAFileCannotBeDeleted) {
+TEST_F(Bootout, LeavesAFolderAloneThatHasTheUnitsName) {
   const auto file = registered();
-  // A folder in the place of a trace can be made by any user, unlike one without write access.
   std::filesystem::remove(stand.unit());
   std::filesystem::create_directory(stand.unit());
   EXPECT_EQ(stand.bootout(file).status, 0);
-  EXPECT_TRUE(std::filesystem::is_directory(stand.unit())) << "not ours";
+  EXPECT_TRUE(std::filesystem::is_directory(stand.unit()));
   EXPECT_FALSE(std::filesystem::exists(stand.entry()));
 }
 

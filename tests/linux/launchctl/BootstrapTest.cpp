@@ -62,6 +62,13 @@ TEST_F(Bootstrap, TakesARelativePath) {
   expectRegistered();
 }
 
+TEST_F(Bootstrap, StartsTheUnitInASessionThatSystemdKnows) {
+  systemctl.setEnvironment("HOME=/home/somebody\n");
+  systemctl.setActive("graphical-session.target");
+  EXPECT_EQ(stand.bootstrap(stand.writeAgent()).status, 0);
+  EXPECT_EQ(systemctl.calls().back(), "start com.example.agent.service");
+}
+
 TEST_F(Bootstrap, WaitsForTheNextLoginWithoutAGraphicalSession) {
   systemctl.setEnvironment("HOME=/home/somebody\nXDISPLAY=:0\n");
   EXPECT_EQ(stand.bootstrap(stand.writeAgent()).status, 0);

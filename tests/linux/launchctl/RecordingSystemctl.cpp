@@ -19,7 +19,7 @@ if [ "$1" = "$(cat "$here/failing")" ]; then
 fi
 case $1 in
   show-environment) cat "$here/environment" ;;
-  is-active) exit 3 ;;
+  is-active) [ "$2" = "$(cat "$here/active")" ] || exit 3 ;;
   enable)
     mkdir -p "$units/graphical-session.target.wants"
     ln -sf "$units/$2" "$units/graphical-session.target.wants/$2"
@@ -35,6 +35,7 @@ RecordingSystemctl::RecordingSystemctl(LaunchctlStand& stand) : stand(stand) {
   std::filesystem::permissions(program, std::filesystem::perms::owner_all);
   setEnvironment("HOME=/home/somebody\nDISPLAY=:0\n");
   failAt("");
+  setActive("");
   killAt(0);
   stand.environment.push_back("QUORVIN_SYSTEMCTL=" + program);
 }

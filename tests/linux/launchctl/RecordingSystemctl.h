@@ -20,6 +20,8 @@ class RecordingSystemctl {
   void setEnvironment(const std::string& lines) const { stand.put("environment", lines); }
   // Calls that begin with this word fail from now on, none when empty.
   void failAt(const std::string& command) const { stand.put("failing", command); }
+  // The one unit that is active.
+  void setActive(const std::string& unit) const { stand.put("active", unit); }
   // Has the call of this number, counted from 1, kill who asks; none when 0.
   void killAt(std::size_t call) const { stand.put("killing", std::to_string(call)); }
 
