@@ -6,17 +6,17 @@
 #include "platform/macos/NibFactories.h"
 
 @implementation AppDelegate {
-  std::unique_ptr<quorvin::ApplicationDelegate> _part;
+  std::unique_ptr<quorvin::ApplicationDelegate> part;
 }
 
 - (instancetype)init {
   self = [super init];
-  if (self != nil) _part = quorvin::nibFactories().makeDelegate();
+  if (self != nil) part = quorvin::nibFactories().makeDelegate();
   return self;
 }
 
 - (void)applicationDidFinishLaunching:(NSNotification*)notification {
-  _part->applicationDidFinishLaunching([&] {
+  part->applicationDidFinishLaunching([&] {
     // Flutter's delegate does this work elsewhere, and may or may not have such a method.
     if (![FlutterAppDelegate
             instancesRespondToSelector:@selector(applicationDidFinishLaunching:)]) {
@@ -27,11 +27,11 @@
 }
 
 - (BOOL)applicationShouldTerminateAfterLastWindowClosed:(NSApplication*)sender {
-  return _part->applicationShouldTerminateAfterLastWindowClosed();
+  return part->applicationShouldTerminateAfterLastWindowClosed();
 }
 
 - (BOOL)applicationSupportsSecureRestorableState:(NSApplication*)app {
-  return _part->applicationSupportsSecureRestorableState();
+  return part->applicationSupportsSecureRestorableState();
 }
 
 @end

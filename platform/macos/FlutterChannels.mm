@@ -49,12 +49,12 @@ id toAnswer(const Answer& answer) {
 @end
 
 @implementation QuorvinEventStreamHandler {
-  std::shared_ptr<quorvin::FlutterStreamHandler> _handler;
+  std::shared_ptr<quorvin::FlutterStreamHandler> handler;
 }
 
-- (instancetype)initWithHandler:(std::shared_ptr<quorvin::FlutterStreamHandler>)handler {
+- (instancetype)initWithHandler:(std::shared_ptr<quorvin::FlutterStreamHandler>)newHandler {
   self = [super init];
-  if (self != nil) _handler = std::move(handler);
+  if (self != nil) handler = std::move(newHandler);
   return self;
 }
 
@@ -66,11 +66,11 @@ id toAnswer(const Answer& answer) {
       sink(quorvin::toAnswer(event));
     }
   };
-  return quorvin::toOptionalError(_handler->onListen(quorvin::toValue(arguments), std::move(send)));
+  return quorvin::toOptionalError(handler->onListen(quorvin::toValue(arguments), std::move(send)));
 }
 
 - (FlutterError*)onCancelWithArguments:(id)arguments {
-  return quorvin::toOptionalError(_handler->onCancel(quorvin::toValue(arguments)));
+  return quorvin::toOptionalError(handler->onCancel(quorvin::toValue(arguments)));
 }
 
 @end

@@ -6,8 +6,8 @@
 #import "platform/macos/Window.h"
 
 @implementation MainFlutterWindow {
-  std::unique_ptr<quorvin::MacWindow> _window;
-  std::shared_ptr<quorvin::MainWindow> _part;
+  std::unique_ptr<quorvin::MacWindow> window;
+  std::shared_ptr<quorvin::MainWindow> part;
 }
 
 - (instancetype)initWithContentRect:(NSRect)contentRect
@@ -21,14 +21,14 @@
 }
 
 - (void)awakeFromNib {
-  _window = std::make_unique<quorvin::MacWindow>(self);
-  _part = quorvin::nibFactories().makeMainWindow(*_window);
-  _part->awakeFromNib([self] { [super awakeFromNib]; });
+  window = std::make_unique<quorvin::MacWindow>(self);
+  part = quorvin::nibFactories().makeMainWindow(*window);
+  part->awakeFromNib([self] { [super awakeFromNib]; });
 }
 
 - (void)dealloc {
   // It refers to the window, and goes before anything of that does.
-  _part.reset();
+  part.reset();
 }
 
 @end
