@@ -1,7 +1,5 @@
 #include "tests/contract/PermissionsContract.h"
 
-#include <thread>
-
 namespace quorvin::contract {
 
 void PermissionsContract::expectPermissions(bool screenRecording, bool accessibility) {
@@ -42,7 +40,7 @@ TEST_P(PermissionsContract, GiveTheComputersNameOnAnyThread) {
   world->decide(true, true);
   world->nameComputer("Front desk");
   std::optional<std::string> name;
-  std::thread([&] { name = permissions().copyComputerName(); }).join();
+  world->runElsewhere([&] { name = permissions().copyComputerName(); });
   EXPECT_EQ(name, "Front desk");
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <thread>
 
 #include "platform/Permissions.h"
 #include "tests/contract/Contract.h"
@@ -20,6 +22,8 @@ class PermissionsWorld {
   virtual void decide(bool screenRecording, bool accessibility) = 0;
   virtual void nameComputer(const std::optional<std::string>& name) = 0;
   virtual Permissions& permissions() = 0;
+  // On a thread that the test has to itself, made as the system likes its threads.
+  virtual void runElsewhere(const std::function<void()>& work) { std::thread(work).join(); }
 };
 
 class PermissionsContract : public Contract<PermissionsWorld> {

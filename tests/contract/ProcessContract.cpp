@@ -34,7 +34,7 @@ TEST_P(ProcessContract, WritesALongTextInOneWrite) {
   EXPECT_EQ(world->takeStandardError(), Lines{text});
 }
 
-TEST_P(ProcessContract, TellsTheSystemOfAnActivityUntilItIsEnded) {
+TEST_P(ActivityContract, TellsTheSystemOfAnActivityUntilItIsEnded) {
   ASSERT_TRUE(world->runUntilActivitiesAre({}));
   const auto token = process().beginActivity(activityUserInitiated | activityLatencyCritical,
                                              "Büro is being shared");
@@ -44,7 +44,7 @@ TEST_P(ProcessContract, TellsTheSystemOfAnActivityUntilItIsEnded) {
   EXPECT_TRUE(world->runUntilActivitiesAre({}));
 }
 
-TEST_P(ProcessContract, KeepsActivitiesApart) {
+TEST_P(ActivityContract, KeepsActivitiesApart) {
   const auto first = process().beginActivity(activityUserInitiated, "first");
   const auto second = process().beginActivity(activityUserInitiated, "second");
   EXPECT_TRUE(world->runUntilActivitiesAre({"first", "second"}));

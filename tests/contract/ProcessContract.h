@@ -30,4 +30,7 @@ class ProcessContract : public Contract<ProcessWorld> {
   Process& process() { return world->process(); }
 };
 
+// On systems that can be asked for the activities they know of.
+class ActivityContract : public ProcessContract {};
+
 }  // namespace quorvin::contract

@@ -7,6 +7,10 @@
 
 namespace quorvin::contract {
 
+void ShareableContentContract::SetUp() {
+  if (const auto reason = world->missingPermission()) GTEST_SKIP() << *reason;
+}
+
 ShareableContentContract::Answer ShareableContentContract::ask() {
   const Record<Answer> answers;
   world->screenCapture().getShareableContent(true, true, [=](auto content, const auto& error) {
@@ -52,7 +56,7 @@ TEST_P(ShareableContentContract, NamesAMainScreenThatIsListed) {
   EXPECT_EQ(listed, mainScreen ? 1 : 0);
 }
 
-TEST_P(ShareableContentContract, IsAnErrorWhenTheSystemCannotSay) {
+TEST_P(HiddenContentContract, IsAnErrorAndNoContent) {
   world->hideContent();
   const auto answer = ask();
   EXPECT_EQ(answer.content, nullptr);

@@ -18,6 +18,10 @@ class ScreenCaptureWorld {
   ScreenCaptureWorld& operator=(const ScreenCaptureWorld&) = delete;
   virtual ~ScreenCaptureWorld() = default;
 
+  // What the system must be allowed to do before any of this can be tried, where only the running
+  // system knows whether it is. Such a test is skipped and says so.
+  virtual std::optional<std::string> missingPermission() { return std::nullopt; }
+
   virtual ScreenCapture& screenCapture() = 0;
   // A serial queue that samples may come on.
   virtual std::shared_ptr<DispatchQueue> makeQueue(const std::string& label) = 0;
@@ -36,6 +40,8 @@ class ScreenCaptureWorld {
 
 class ShareableContentContract : public Contract<ScreenCaptureWorld> {
  protected:
+  void SetUp() override;
+
   struct Answer {
     std::shared_ptr<const ShareableContent> content;
     std::optional<Error> error;
@@ -43,6 +49,9 @@ class ShareableContentContract : public Contract<ScreenCaptureWorld> {
   // The one answer to a question for content.
   Answer ask();
 };
+
+// Systems that can be kept from saying what there is to share.
+class HiddenContentContract : public ShareableContentContract {};
 
 class ScreenStreamContract : public Contract<ScreenCaptureWorld> {
  protected:

@@ -26,4 +26,7 @@ class TextContract : public Contract<TextWorld> {
 // Characters of several code points, and bytes that are none.
 class TextCharactersContract : public TextContract {};
 
+// Texts that take too long if every character costs more than its share.
+class LargeTextContract : public TextContract {};
+
 }  // namespace quorvin::contract

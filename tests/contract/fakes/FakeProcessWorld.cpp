@@ -27,14 +27,14 @@ class FakeProcessWorld final : public ProcessWorld {
   fakes::FakeProcess fake;
 };
 
+const auto variables =
+    testing::Values(WorldKind<ProcessWorld>{"Variables", [] {
+                                              return std::make_unique<FakeProcessWorld>();
+                                            }});
+
 }  // namespace
 
-INSTANTIATE_TEST_SUITE_P(Fake, ProcessContract,
-                         testing::Values(WorldKind<ProcessWorld>{
-                             "Variables",
-                             [] {
-                               return std::make_unique<FakeProcessWorld>();
-                             }}),
-                         nameOfWorld);
+INSTANTIATE_TEST_SUITE_P(Fake, ProcessContract, variables, nameOfWorld);
+INSTANTIATE_TEST_SUITE_P(Fake, ActivityContract, variables, nameOfWorld);
 
 }  // namespace quorvin::contract

@@ -68,6 +68,7 @@ const auto simulations = testing::Values(simulation(1), simulation(2));
 }  // namespace
 
 INSTANTIATE_TEST_SUITE_P(Fake, ShareableContentContract, simulations, nameOfWorld);
+INSTANTIATE_TEST_SUITE_P(Fake, HiddenContentContract, simulations, nameOfWorld);
 INSTANTIATE_TEST_SUITE_P(Fake, ScreenStreamContract, simulations, nameOfWorld);
 
 }  // namespace quorvin::contract

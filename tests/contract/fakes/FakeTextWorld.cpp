@@ -25,5 +25,6 @@ INSTANTIATE_TEST_SUITE_P(Fake, TextContract,
                          nameOfWorld);
 // The fake takes every code point for a character.
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(TextCharactersContract);
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(LargeTextContract);
 
 }  // namespace quorvin::contract

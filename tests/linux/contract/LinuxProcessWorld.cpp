@@ -77,14 +77,14 @@ class LinuxProcessWorld final : public ProcessWorld {
   StandardErrorCapture standardError;
 };
 
+const auto bus =
+    testing::Values(WorldKind<ProcessWorld>{"Bus", [] {
+                                              return std::make_unique<LinuxProcessWorld>();
+                                            }});
+
 }  // namespace
 
-INSTANTIATE_TEST_SUITE_P(Linux, ProcessContract,
-                         testing::Values(WorldKind<ProcessWorld>{
-                             "Bus",
-                             [] {
-                               return std::make_unique<LinuxProcessWorld>();
-                             }}),
-                         nameOfWorld);
+INSTANTIATE_TEST_SUITE_P(Linux, ProcessContract, bus, nameOfWorld);
+INSTANTIATE_TEST_SUITE_P(Linux, ActivityContract, bus, nameOfWorld);
 
 }  // namespace quorvin::contract

@@ -73,6 +73,7 @@ const auto servers = testing::Values(
 }  // namespace
 
 INSTANTIATE_TEST_SUITE_P(Linux, ShareableContentContract, servers, nameOfWorld);
+INSTANTIATE_TEST_SUITE_P(Linux, HiddenContentContract, servers, nameOfWorld);
 INSTANTIATE_TEST_SUITE_P(Linux, ScreenStreamContract, servers, nameOfWorld);
 
 }  // namespace quorvin::contract

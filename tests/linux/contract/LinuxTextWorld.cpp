@@ -22,5 +22,6 @@ const auto icu = testing::Values(WorldKind<TextWorld>{"Icu", [] {
 
 INSTANTIATE_TEST_SUITE_P(Linux, TextContract, icu, nameOfWorld);
 INSTANTIATE_TEST_SUITE_P(Linux, TextCharactersContract, icu, nameOfWorld);
+INSTANTIATE_TEST_SUITE_P(Linux, LargeTextContract, icu, nameOfWorld);
 
 }  // namespace quorvin::contract

@@ -97,21 +97,6 @@ TEST_F(ActivityBusTest, TakesBackWhatIsAnsweredAfterItsEnd) {
   EXPECT_EQ(service->requests().back(), (FakeIdleService::Request{"UnInhibit", "(4711,)"}));
 }
 
-TEST_F(ActivityBusTest, MayOverlapWithAnother) {
-  const auto service = screenSaver();
-  auto process = onThisBus();
-  auto first = process.beginActivity(options, "First.");
-  ASSERT_TRUE(runMainLoopUntil([&] { return service->requests().size() == 1; }));
-  auto second = process.beginActivity(options, "Second.");
-  ASSERT_TRUE(runMainLoopUntil([&] { return service->requests().size() == 2; }));
-  process.endActivity(first);
-  ASSERT_TRUE(runMainLoopUntil([&] { return service->requests().size() == 3; }));
-  EXPECT_EQ(service->requests().back().arguments, "(4711,)");
-  process.endActivity(second);
-  ASSERT_TRUE(runMainLoopUntil([&] { return service->requests().size() == 4; }));
-  EXPECT_EQ(service->requests().back().arguments, "(4712,)");
-}
-
 TEST_F(ActivityBusTest, DoesWithoutServicesAndStartsNone) {
   auto process = onThisBus();
   auto token = process.beginActivity(options, "A session is active.");

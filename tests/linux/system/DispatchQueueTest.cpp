@@ -2,14 +2,12 @@
 #include <pthread.h>
 
 #include <array>
-#include <atomic>
 #include <filesystem>
 #include <iterator>
 #include <memory>
 #include <numeric>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "platform/linux/dispatch/Dispatch.h"
@@ -35,17 +33,6 @@ std::string threadName() {
 
 std::ptrdiff_t threadCount() {
   return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
-}
-
-TEST(MainQueue, RunsTasksOnTheMainThreadInTheOrderGivenAndNeverInsideAsync) {
-  LinuxDispatch dispatch;
-  std::vector<int> ran;
-  for (const int number : numbersBelow(100)) {
-    dispatch.mainQueue()->async([&ran, number] { ran.push_back(number); });
-  }
-  EXPECT_TRUE(ran.empty());
-  EXPECT_TRUE(runMainLoopUntil([&] { return ran.size() == 100; }));
-  EXPECT_EQ(ran, numbersBelow(100));
 }
 
 TEST(MainQueue, TakesTasksFromOtherThreadsWhileTheLoopSleeps) {
@@ -105,34 +92,6 @@ TEST(MainQueue, DropsTheTasksThatAreLeftAtTheEnd) {
   EXPECT_FALSE(ran);
 }
 
-TEST(SerialQueue, RunsTasksOneAtATimeInTheOrderGiven) {
-  LinuxDispatch dispatch;
-  auto queue = dispatch.makeSerialQueue("com.quorvin.support.capture", qos);
-  std::vector<int> ran;  // no lock: the queue is the lock
-  for (const int number : numbersBelow(1000)) {
-    queue->async([&ran, number] { ran.push_back(number); });
-  }
-  Latch done;
-  queue->async([&] { done.hit(); });
-  ASSERT_TRUE(done.waitForHits(1));
-  EXPECT_EQ(ran, numbersBelow(1000));
-}
-
-TEST(SerialQueue, RunsTheTasksOfManyThreads) {
-  LinuxDispatch dispatch;
-  auto queue = dispatch.makeSerialQueue("test.many", qos);
-  int sum = 0;
-  std::array<std::thread, 4> senders;
-  for (auto& sender : senders) {
-    sender = std::thread([&] {
-      for (int round = 0; round < 1000; ++round) queue->async([&sum] { ++sum; });
-    });
-  }
-  for (auto& sender : senders) sender.join();
-  dispatch.finish();
-  EXPECT_EQ(sum, 4000);
-}
-
 TEST(SerialQueue, NamesItsThreadAfterTheLastPartOfTheLabel) {
   LinuxDispatch dispatch;
   std::string dotted;
@@ -146,86 +105,6 @@ TEST(SerialQueue, NamesItsThreadAfterTheLastPartOfTheLabel) {
   dispatch.finish();
   EXPECT_EQ(dotted, "capture");
   EXPECT_EQ(plain, "a name of many ");
-}
-
-TEST(SerialQueue, IsCurrentInItsOwnTasksOnly) {
-  LinuxDispatch dispatch;
-  auto queue = dispatch.makeSerialQueue("test.own", qos);
-  auto other = dispatch.makeSerialQueue("test.other", qos);
-  bool own = false;
-  bool others = true;
-  bool main = true;
-  bool global = true;
-  queue->async([&] {
-    own = queue->isCurrent();
-    others = other->isCurrent();
-    main = dispatch.mainQueue()->isCurrent();
-    global = dispatch.globalQueue(qos)->isCurrent();
-  });
-  dispatch.finish();
-  EXPECT_TRUE(own);
-  EXPECT_FALSE(others);
-  EXPECT_FALSE(main);
-  EXPECT_FALSE(global);
-  EXPECT_FALSE(queue->isCurrent());
-}
-
-TEST(SerialQueue, RunsQueuedTasksAfterTheLastReferenceIsGone) {
-  LinuxDispatch dispatch;
-  auto queue = dispatch.makeSerialQueue("test.forgotten", qos);
-  Latch released;
-  Latch ran;
-  queue->async([&] { EXPECT_TRUE(released.waitForHits(1)); });
-  for (int task = 0; task < 10; ++task) queue->async([&] { ran.hit(); });
-  queue.reset();
-  released.hit();
-  EXPECT_TRUE(ran.waitForHits(10));
-}
-
-TEST(SerialQueue, RunsQueuedTasksWhenATaskOfItsOwnDropsTheLastReference) {
-  LinuxDispatch dispatch;
-  auto queue = dispatch.makeSerialQueue("test.self", qos);
-  const std::weak_ptr<DispatchQueue> watched = queue;
-  Latch handedOver;
-  Latch ran;
-  auto& direct = *queue;
-  direct.async([&, held = queue]() mutable {
-    EXPECT_TRUE(handedOver.waitForHits(1));
-    held.reset();
-    EXPECT_TRUE(watched.expired());
-  });
-  direct.async([&] { ran.hit(); });
-  direct.async([&] { ran.hit(); });
-  queue.reset();
-  handedOver.hit();
-  EXPECT_TRUE(ran.waitForHits(2));
-}
-
-TEST(SerialQueue, ReleasesATaskOnItsOwnThreadBeforeTheNextOneRuns) {
-  LinuxDispatch dispatch;
-  auto queue = dispatch.makeSerialQueue("test.release", qos);
-  auto held = std::make_shared<int>(1);
-  const std::weak_ptr<int> watched = held;
-  bool released = false;
-  queue->async([held = std::move(held)] {});
-  queue->async([&] { released = watched.expired(); });
-  dispatch.finish();
-  EXPECT_TRUE(released);
-}
-
-TEST(GlobalQueue, RunsTasksAtTheSameTime) {
-  LinuxDispatch dispatch;
-  auto queue = dispatch.globalQueue(QualityOfService::userInitiated);
-  Latch met;
-  std::atomic<int> togetherCount = 0;
-  for (int task = 0; task < 3; ++task) {
-    queue->async([&] {
-      met.hit();
-      if (met.waitForHits(3)) ++togetherCount;
-    });
-  }
-  dispatch.finish();
-  EXPECT_EQ(togetherCount, 3);
 }
 
 TEST(GlobalQueue, IsTheSameForEverybodyAndCurrentInItsTasks) {

@@ -189,6 +189,11 @@ TEST_F(LinuxFilesTest, NamesThePathAndTheReasonInItsErrors) {
   EXPECT_EQ(failureCode([&] { (void)files.destinationOfSymbolicLink(folder.path("")); }), EINVAL);
 }
 
+TEST_F(LinuxFilesTest, LeavesTheWordsOfALinkAlone) {
+  files.createSymbolicLink(folder.path("link"), "../a/./b/");
+  EXPECT_EQ(files.destinationOfSymbolicLink(folder.path("link")).native(), "../a/./b/");
+}
+
 TEST_F(LinuxFilesTest, DoesNotWaitForAPipe) {
   ASSERT_EQ(mkfifo(folder.path("pipe").c_str(), 0600), 0);
   EXPECT_EQ(files.contents(folder.path("pipe")), std::nullopt);

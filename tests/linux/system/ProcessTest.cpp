@@ -31,12 +31,6 @@ class StandardErrorPipe {
     closeReader();
   }
 
-  // What one write brought.
-  std::string readOnce() const {
-    std::array<char, 256> bytes{};
-    const ssize_t count = read(reader, bytes.data(), bytes.size());
-    return count > 0 ? std::string(bytes.data(), static_cast<std::size_t>(count)) : "";
-  }
   void closeReader() {
     if (reader >= 0) close(reader);
     reader = -1;
@@ -51,19 +45,8 @@ LinuxProcess plainProcess() {
   return LinuxProcess({"program", "--flag", ""}, {});
 }
 
-TEST(LinuxProcess, HasTheArgumentsItWasGiven) {
-  EXPECT_EQ(plainProcess().arguments(), (std::vector<std::string>{"program", "--flag", ""}));
-}
-
 TEST(LinuxProcess, IsNoMacOS) {
   EXPECT_FALSE(plainProcess().isMacOSAtLeast(0, 0));
-}
-
-TEST(LinuxProcess, WritesTheBytesToStandardErrorAtOnce) {
-  const StandardErrorPipe standardError;
-  const std::string bytes("Büro\0\n", 7);
-  plainProcess().writeToStandardError(bytes);
-  EXPECT_EQ(standardError.readOnce(), bytes);
 }
 
 TEST(LinuxProcess, SurvivesAStandardErrorThatNobodyReads) {

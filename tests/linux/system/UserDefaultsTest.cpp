@@ -45,12 +45,6 @@ class UserDefaultsTest : public testing::Test {
   TemporaryFolder folder;
 };
 
-TEST_F(UserDefaultsTest, TakesTheUsualWordsForTrueInAnyCase) {
-  for (const char* truth : {"YES", "yes", "true", "TRUE", "True", "1"}) {
-    EXPECT_TRUE(with(std::string("[defaults]\nkey=") + truth + "\n").boolForKey("key")) << truth;
-  }
-}
-
 TEST_F(UserDefaultsTest, TakesEverythingElseForFalse) {
   for (const char* untruth : {"NO", "false", "0", "", "yes please", "11", "on", "\xFF"}) {
     EXPECT_FALSE(with(std::string("[defaults]\nkey=") + untruth + "\n").boolForKey("key"))

@@ -1,0 +1,27 @@
+#pragma once
+
+#import <CoreFoundation/CoreFoundation.h>
+
+#include <chrono>
+
+#include "tests/contract/Contract.h"
+
+namespace quorvin::contract {
+
+// Serves the main run loop, and with it the main queue, until the condition holds; false when it
+// did not within the time. Main thread.
+inline bool runLoopUntil(const Condition& condition,
+                         std::chrono::steady_clock::duration patience = std::chrono::seconds(20)) {
+  const auto deadline = std::chrono::steady_clock::now() + patience;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    @autoreleasepool {
+      // Looks again soon, as nothing may announce what the condition waits for.
+      constexpr CFTimeInterval seconds = 0.002;
+      CFRunLoopRunInMode(kCFRunLoopDefaultMode, seconds, true);
+    }
+  }
+  return true;
+}
+
+}  // namespace quorvin::contract
