@@ -125,7 +125,7 @@ class NotificationCenter {
 
   // The handler runs on the main thread, possibly inside the change that it tells of, for
   // notifications of that name from that sender, or from any when there is none. The center keeps
-  // it until it is removed.
+  // it until it is removed, which it may do itself.
   [[nodiscard]] virtual std::shared_ptr<NotificationObserver> addObserver(
       Notification name, NotificationSender* sender, std::function<void()> handler) = 0;
   virtual void removeObserver(const std::shared_ptr<NotificationObserver>& observer) = 0;

@@ -37,6 +37,7 @@ using FlutterReply = std::variant<Value, FlutterError, FlutterMethodNotImplement
 using FlutterResult = std::function<void(FlutterReply)>;
 using FlutterMethodCallHandler = std::function<void(const FlutterMethodCall&, FlutterResult)>;
 
+// A newer event may take the place of one that still waits to be sent; errors are all sent.
 using FlutterEvent = std::variant<Value, FlutterError>;
 using FlutterEventSink = std::function<void(FlutterEvent)>;
 
@@ -57,13 +58,17 @@ class FlutterMethodChannel {
   FlutterMethodChannel& operator=(const FlutterMethodChannel&) = delete;
   virtual ~FlutterMethodChannel() = default;
 
-  // The messenger keeps the handler until it is replaced or removed (an empty one removes).
+  // The messenger keeps the handler until it is replaced or removed (an empty one removes), also
+  // when this channel has gone. Calls that it has not answered yet may still be answered then.
   virtual void setMethodCallHandler(FlutterMethodCallHandler handler) = 0;
 
  protected:
   FlutterMethodChannel() = default;
 };
 
+// Hears of who listens, with one listener at most: a second one is preceded by a cancel without
+// arguments, and a cancel while nobody listens is refused and not passed on. An error from onListen
+// is the listener's answer but leaves it listening.
 class FlutterStreamHandler {
  public:
   FlutterStreamHandler(const FlutterStreamHandler&) = delete;
@@ -91,7 +96,8 @@ class FlutterEventChannel {
   FlutterEventChannel() = default;
 };
 
-// Plain text messages on a channel of their own, as UTF-8 without an envelope.
+// Plain text messages on a channel of their own, as UTF-8 without an envelope. A text ends at its
+// first NUL character on some systems.
 class FlutterBasicMessageChannel {
  public:
   FlutterBasicMessageChannel(const FlutterBasicMessageChannel&) = delete;

@@ -14,9 +14,10 @@ class UserDefaults {
   UserDefaults& operator=(const UserDefaults&) = delete;
   virtual ~UserDefaults() = default;
 
-  // False when the key is absent.
+  // False when the key is absent. Text counts as true when it is "YES", "true" or "1" in any case,
+  // and a number when it is not zero.
   [[nodiscard]] virtual bool boolForKey(const std::string& key) = 0;
-  // Nothing when the key is absent or holds neither text nor a number.
+  // Nothing when the key is absent or holds neither text nor a number, which is read in digits.
   [[nodiscard]] virtual std::optional<std::string> stringForKey(const std::string& key) = 0;
 
   virtual void setBool(bool value, const std::string& key) = 0;

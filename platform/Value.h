@@ -20,8 +20,8 @@ using List = std::vector<Value>;
 
 struct MapEntry;
 
-// A map in the order its entries were sent. Keys may be of any type, as on the wire. Where a
-// sender repeats a key, the last entry counts.
+// A map. Keys may be of any type, as on the wire. The order of the entries says nothing, and not
+// every back end keeps it. Where a sender repeats a key, the last entry counts.
 class Map {
  public:
   Map();

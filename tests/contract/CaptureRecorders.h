@@ -54,7 +54,7 @@ class SampleRecorder final : public StreamOutput {
     return count;
   }
 
-  const Record<SampleNote> samples;
+  Record<SampleNote> samples;
   // To be set before the start: where pictures are kept, each of which slows the stream, and what
   // else happens at each sample.
   std::unique_ptr<Record<std::shared_ptr<PixelBuffer>>> pictures;
@@ -68,7 +68,7 @@ class StopRecorder final : public StreamDelegate {
  public:
   void streamDidStopWithError(const Error& error) override { errors.add(error); }
 
-  const Record<Error> errors;
+  Record<Error> errors;
 };
 
 using AnswerRecord = Record<std::optional<Error>>;
