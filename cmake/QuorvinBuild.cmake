@@ -29,7 +29,8 @@ else()
 endif()
 
 if(QUORVIN_SANITIZE)
-  add_compile_options("-fsanitize=${QUORVIN_SANITIZE}" -fno-omit-frame-pointer -g)
+  # Line numbers are all that a report needs, and much less to write than everything.
+  add_compile_options("-fsanitize=${QUORVIN_SANITIZE}" -fno-omit-frame-pointer -g1)
   add_link_options("-fsanitize=${QUORVIN_SANITIZE}")
   if(QUORVIN_SANITIZE MATCHES "undefined")
     add_compile_options(-fno-sanitize-recover=undefined)

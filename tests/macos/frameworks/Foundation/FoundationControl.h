@@ -21,7 +21,8 @@ void setSystemVersion(long major, long minor, long patch = 0);
 void setProcessArguments(std::vector<std::string> arguments);
 // The home folder, without a slash at the end; a made-up one at the start.
 void setHomeFolder(std::string path);
-// +[NSBundle mainBundle]; made-up paths at the start. Without an executable path it has no executable.
+// +[NSBundle mainBundle]; made-up paths at the start. Without an executable path it has no
+// executable.
 void setMainBundle(std::string bundlePath, std::string executablePath);
 
 struct Activity {
