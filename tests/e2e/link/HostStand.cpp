@@ -1,7 +1,6 @@
 #include "tests/e2e/link/HostStand.h"
 
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -9,23 +8,14 @@
 #include <fstream>
 #include <system_error>
 
+#include "tests/linux/system/UnusedDisplay.h"
+
 namespace quorvin {
 namespace {
 
 std::string withSuppressions(const char* name, const std::string& options) {
   const char* given = std::getenv(name);
   return std::string(name) + "=" + (given == nullptr ? "" : std::string(given) + ":") + options;
-}
-
-// A number that no other test is given for a long time: a server that finds one by itself takes
-// that of a server which a test has just killed, and the killed one's host would find the new one
-// there.
-std::string unusedDisplay() {
-  constexpr int first = 1000;
-  constexpr int span = 50'000;
-  constexpr int perProcess = 64;
-  static int made = 0;
-  return ":" + std::to_string(first + (::getpid() * perProcess + made++ % perProcess) % span);
 }
 
 }  // namespace

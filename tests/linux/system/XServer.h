@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tests/linux/system/ChildProcess.h"
+#include "tests/linux/system/UnusedDisplay.h"
 
 namespace quorvin {
 
@@ -21,10 +22,11 @@ class XServer {
 
  private:
   static std::vector<std::string> command(std::vector<std::string> options) {
-    std::vector<std::string> words{
-        "Xvfb",      "-displayfd", std::to_string(ChildProcess::readyDescriptor),
-        "-screen",   "0",          "320x240x24",
-        "-nolisten", "tcp"};
+    std::vector<std::string> words{"Xvfb",       unusedDisplay(),
+                                   "-displayfd", std::to_string(ChildProcess::readyDescriptor),
+                                   "-screen",    "0",
+                                   "320x240x24", "-nolisten",
+                                   "tcp"};
     words.insert(words.end(), options.begin(), options.end());
     return words;
   }

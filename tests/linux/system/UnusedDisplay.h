@@ -1,0 +1,20 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <string>
+
+namespace quorvin {
+
+// The name of an X display that no other test is given for a long time. A server that finds a
+// number by itself takes that of one which another test has just ended, and whoever looks for the
+// ended one would find the new one there.
+inline std::string unusedDisplay() {
+  constexpr int first = 1000;
+  constexpr int span = 50'000;
+  constexpr int perProcess = 64;
+  static int made = 0;
+  return ":" + std::to_string(first + (getpid() * perProcess + made++ % perProcess) % span);
+}
+
+}  // namespace quorvin
