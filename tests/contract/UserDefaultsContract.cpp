@@ -28,6 +28,30 @@ TEST_P(UserDefaultsContract, KnowsEmptyTextFromNone) {
   EXPECT_EQ(stringFor("name"), "");
 }
 
+TEST_P(UserDefaultsContract, CountsItsOwnChangesAtOnceAndWhenTheyAreStored) {
+  world->store("name", "before");
+  world->store("gone", "before");
+  auto& defaults = world->userDefaults();
+  defaults.setBool(true, "on");
+  defaults.setBool(false, "off");
+  defaults.setString("Büro \U0001F600", "name");
+  defaults.removeObject("gone");
+  defaults.removeObject("never there");
+  for (const bool isStored : {false, true}) {
+    if (isStored) defaults.synchronize();
+    EXPECT_TRUE(boolFor("on"));
+    EXPECT_FALSE(boolFor("off"));
+    EXPECT_EQ(stringFor("name"), "Büro \U0001F600");
+    EXPECT_EQ(stringFor("gone"), std::nullopt);
+  }
+}
+
+TEST_P(UserDefaultsContract, StoresNothingWhenNothingWasChanged) {
+  world->store("name", "before");
+  world->userDefaults().synchronize();
+  EXPECT_EQ(stringFor("name"), "before");
+}
+
 TEST_P(UserDefaultsContract, ReadsNewlyAtEveryCall) {
   world->store("key", true);
   world->store("name", "before");
