@@ -58,6 +58,7 @@ class PlainSignals {
 // The argument vector that exec takes: pointers to the texts, and a null.
 std::vector<char*> argumentVector(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
   for (auto& text : texts) pointers.push_back(text.data());
   pointers.push_back(nullptr);
   return pointers;
