@@ -76,6 +76,7 @@ void deliverOneFrame(benchmark::State& state) {
                     .notificationCenter = machine.notificationCenter,
                     .permissions = machine.permissions,
                     .process = machine.process,
+                    .propertyList = machine.propertyList,
                     .screenCapture = machine.screenCapture,
                     .text = machine.text,
                     .userDefaults = machine.userDefaults};

@@ -2,7 +2,8 @@
 // a supporter's page connects, and both sides are told so.
 
 import assert from 'node:assert/strict';
-import { cpSync, existsSync, mkdirSync, readlinkSync, writeFileSync } from 'node:fs';
+import { spawnSync } from 'node:child_process';
+import { cpSync, existsSync, mkdirSync, readFileSync, readlinkSync, writeFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { after, before, test } from 'node:test';
@@ -25,17 +26,38 @@ const artifacts = fileURLToPath(new URL('../artifacts/', import.meta.url));
 const installed = 'Applications/Quorvin Support.app';
 const program = `${installed}/Contents/Linux/quorvin-support`;
 
-const settings = '[defaults]\nunattendedAccessEnabled=true\nunattendedAccessDeviceName=Front  desk\n';
+const agentFile = 'Library/LaunchAgents/com.quorvin.support.unattended.plist';
+const unitFile = 'config/systemd/user/com.quorvin.support.unattended.service';
 
 let screen;
 let host;
 let page;
 
+// Installs the program, and enables unattended access with its own command. Nothing is registered
+// with the login of whoever runs this test: the program for that only says that it was called.
 function prepare(home) {
   cpSync(builtBundle, join(home, installed), { recursive: true });
   mkdirSync(join(home, 'Desktop'));
-  mkdirSync(join(home, 'config', 'com.quorvin.support'), { recursive: true });
-  writeFileSync(join(home, 'config', 'com.quorvin.support', 'defaults.ini'), settings);
+  writeFileSync(join(home, 'systemctl'), '#!/bin/sh\nexit 0\n', { mode: 0o755 });
+  assert.deepEqual(manage(home, '--install-unattended', '--name', ' Front  desk '), {
+    status: 0,
+    stdout: 'Quorvin unattended access is enabled for "Front desk" and will start at login.\n',
+    stderr: '',
+  });
+}
+
+function manage(home, ...args) {
+  const { status, stdout, stderr } = spawnSync(join(home, program), args, {
+    encoding: 'utf8',
+    env: {
+      ...screen.environment,
+      HOME: home,
+      XDG_CONFIG_HOME: join(home, 'config'),
+      XDG_RUNTIME_DIR: home,
+      QUORVIN_SYSTEMCTL: join(home, 'systemctl'),
+    },
+  });
+  return { status, stdout, stderr };
 }
 
 before(async () => {
@@ -50,6 +72,17 @@ after(async () => {
   await page?.close();
   await host?.destroy();
   await screen?.stop();
+});
+
+test('installing has written the login agent and registered it', () => {
+  assert.match(readFileSync(join(host.home, agentFile), 'utf8'), /<string>--unattended<\/string>/);
+  const unit = readFileSync(join(host.home, unitFile), 'utf8');
+  assert.ok(unit.includes(join(host.home, program)), unit);
+  assert.deepEqual(manage(host.home, '--status-unattended'), {
+    status: 0,
+    stdout: 'Quorvin unattended access is enabled for "Front desk".\n',
+    stderr: '',
+  });
 });
 
 test('the session starts by itself when a supporter connects', async () => {
@@ -86,6 +119,17 @@ test('an installed copy puts a link to itself on the Desktop, once', async () =>
     assert.equal(readlinkSync(link), join(host.home, installed));
     assert.ok(existsSync(join(link, 'Contents')));
   }
+});
+
+test('removing takes all of it back', () => {
+  assert.deepEqual(manage(host.home, '--remove-unattended'), {
+    status: 0,
+    stdout: 'Quorvin unattended access is disabled for this Mac account.\n',
+    stderr: '',
+  });
+  assert.equal(existsSync(join(host.home, agentFile)), false);
+  assert.equal(existsSync(join(host.home, unitFile)), false);
+  assert.match(manage(host.home, '--status-unattended').stdout, /is disabled/);
 });
 
 test('the page had nothing to complain about', () => {

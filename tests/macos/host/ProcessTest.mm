@@ -1,6 +1,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #if __has_feature(address_sanitizer)
@@ -8,6 +9,7 @@
 #endif
 
 #import <Foundation/FoundationControl.h>
+#include <unistd.h>
 
 #include "tests/macos/host/HostFixture.h"
 
@@ -33,7 +35,10 @@ class ProcessDeathTest : public HostFixture {
     __lsan_disable();
 #endif
     // What a person would read in the terminal.
-    std::atexit([] { std::fputs(standin::writtenToStandardError().c_str(), stderr); });
+    std::atexit([] {
+      std::fputs(standin::writtenToStandardOutput().c_str(), stderr);
+      std::fputs(standin::writtenToStandardError().c_str(), stderr);
+    });
     std::string name = "quorvin-support";
     std::array<char*, 2> arguments{name.data(), nullptr};
     std::_Exit(quorvinMain(1, arguments.data()) + 100);  // main() ends the process itself
@@ -78,6 +83,72 @@ TEST_F(ProcessDeathTest, RunsUnattendedWhereThatIsEnabled) {
     runMain();
   };
   EXPECT_EXIT(life(), ExitedWithCode(0), "^$");
+}
+
+// A home folder of the test's own, with the program installed in it.
+class InstalledCopy {
+ public:
+  InstalledCopy() {
+    std::string pattern = std::filesystem::temp_directory_path() / "host_tests.XXXXXX";
+    home = mkdtemp(pattern.data());
+    const auto bundle = home / "Applications/Quorvin Support.app";
+    executable = bundle / "Contents/MacOS/Quorvin Support";
+    standin::setHomeFolder(home);
+    standin::setMainBundle(bundle, executable);
+  }
+  InstalledCopy(const InstalledCopy&) = delete;
+  InstalledCopy& operator=(const InstalledCopy&) = delete;
+  ~InstalledCopy() { std::filesystem::remove_all(home); }
+
+  [[nodiscard]] std::string agentFile() const {
+    return home / "Library/LaunchAgents/com.quorvin.support.unattended.plist";
+  }
+
+  std::filesystem::path home;
+  std::string executable;
+};
+
+// What launchctl is asked for comes out with the rest of what a person reads.
+void showTasks(int status) {
+  standin::setTaskRunner([status](const standin::Task& task) {
+    std::fprintf(stderr, "%s %s\n", task.executablePath.c_str(), task.arguments.at(0).c_str());
+    return standin::TaskOutcome{.status = task.arguments.at(0) == "bootstrap" ? status : 3};
+  });
+}
+
+TEST_F(ProcessDeathTest, InstallsUnattendedAccess) {
+  const InstalledCopy copy;
+  const auto life = [] {
+    showTasks(0);
+    setArguments({"/quorvin-support", "--install-unattended", "--name", " Front  desk"});
+    runMain();
+  };
+  EXPECT_EXIT(
+      life(), ExitedWithCode(0),
+      "^/bin/launchctl bootout\n/bin/launchctl bootstrap\n"
+      "Quorvin unattended access is enabled for \"Front desk\" and will start at login.\n$");
+}
+
+TEST_F(ProcessDeathTest, LeavesNoAgentThatCouldNotBeRegistered) {
+  const InstalledCopy copy;
+  const auto life = [] {
+    showTasks(5);
+    setArguments({"/quorvin-support", "--install-unattended"});
+    runMain();
+  };
+  EXPECT_EXIT(life(), ExitedWithCode(1),
+              "Quorvin unattended access error: "
+              "macOS could not register the login startup item.\n$");
+  EXPECT_FALSE(std::filesystem::exists(copy.agentFile()));
+}
+
+TEST_F(ProcessDeathTest, InstallsOnlyFromAnInstalledCopy) {
+  const auto life = [] {
+    standin::setMainBundle("/Volumes/Quorvin Support.app", "/Volumes/Quorvin Support.app/x");
+    setArguments({"/quorvin-support", "--install-unattended"});
+    runMain();
+  };
+  EXPECT_EXIT(life(), ExitedWithCode(1), "Move Quorvin Support to Applications");
 }
 
 }  // namespace
