@@ -73,6 +73,7 @@ void deliverOneFrame(benchmark::State& state) {
                     .files = machine.files,
                     .flutter = machine.flutter,
                     .imageEncoder = encoder,
+                    .inputEvents = machine.inputEvents,
                     .notificationCenter = machine.notificationCenter,
                     .permissions = machine.permissions,
                     .process = machine.process,

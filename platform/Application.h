@@ -7,16 +7,9 @@
 #include <vector>
 
 #include "platform/Flutter.h"
+#include "platform/Geometry.h"
 
 namespace quorvin {
-
-// Sizes are in points.
-struct Size {
-  double width = 0;
-  double height = 0;
-
-  friend bool operator==(const Size&, const Size&) = default;
-};
 
 // Whoever notifications can come from. Main thread, like everything here.
 class NotificationSender {

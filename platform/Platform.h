@@ -5,6 +5,7 @@
 #include "platform/Files.h"
 #include "platform/Flutter.h"
 #include "platform/ImageEncoder.h"
+#include "platform/InputEvents.h"
 #include "platform/Permissions.h"
 #include "platform/Process.h"
 #include "platform/PropertyList.h"
@@ -22,6 +23,7 @@ struct Platform {
   Files& files;
   Flutter& flutter;
   ImageEncoder& imageEncoder;
+  InputEvents& inputEvents;
   NotificationCenter& notificationCenter;
   Permissions& permissions;
   Process& process;

@@ -6,6 +6,7 @@
 #include "platform/linux/capture/ImageEncoder.h"
 #include "platform/linux/capture/ScreenCapture.h"
 #include "platform/linux/dispatch/Dispatch.h"
+#include "platform/linux/input/InputEvents.h"
 #include "platform/linux/system/Files.h"
 #include "platform/linux/system/Permissions.h"
 #include "platform/linux/system/Process.h"
@@ -52,6 +53,7 @@ class LinuxPlatform {
   LinuxUserDefaults userDefaults;
   LinuxPermissions permissions;
   LinuxImageEncoder imageEncoder;
+  LinuxInputEvents inputEvents;
   LinuxScreenCapture screenCapture;
   LinuxFiles files{LinuxFiles::executableOfProcess()};
   LinuxFlutter flutter;
@@ -62,6 +64,7 @@ class LinuxPlatform {
                .files = files,
                .flutter = flutter,
                .imageEncoder = imageEncoder,
+               .inputEvents = inputEvents,
                .notificationCenter = notificationCenter,
                .permissions = permissions,
                .process = process,

@@ -4,6 +4,7 @@
 #import "platform/macos/Files.h"
 #import "platform/macos/Flutter.h"
 #import "platform/macos/ImageEncoder.h"
+#import "platform/macos/InputEvents.h"
 #import "platform/macos/Notifications.h"
 #import "platform/macos/Permissions.h"
 #import "platform/macos/Process.h"
@@ -21,6 +22,7 @@ struct MacPlatform {
   MacFiles files;
   MacFlutter flutter;
   MacImageEncoder imageEncoder;
+  MacInputEvents inputEvents;
   MacNotificationCenter notificationCenter;
   MacPermissions permissions;
   MacProcess process;
@@ -33,6 +35,7 @@ struct MacPlatform {
                .files = files,
                .flutter = flutter,
                .imageEncoder = imageEncoder,
+               .inputEvents = inputEvents,
                .notificationCenter = notificationCenter,
                .permissions = permissions,
                .process = process,

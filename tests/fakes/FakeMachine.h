@@ -8,6 +8,7 @@
 #include "tests/fakes/FakeFiles.h"
 #include "tests/fakes/FakeFlutter.h"
 #include "tests/fakes/FakeImageEncoder.h"
+#include "tests/fakes/FakeInputEvents.h"
 #include "tests/fakes/FakeProcess.h"
 #include "tests/fakes/FakeScreenCapture.h"
 #include "tests/fakes/FakeSettings.h"
@@ -21,6 +22,7 @@ struct FakeMachine {
   explicit FakeMachine(std::uint64_t seed = 1, bool randomLeeway = false)
       : dispatch(seed, randomLeeway), screenCapture(dispatch) {
     screenCapture.setDisplays({std::make_shared<FakeDisplay>(1, 1440, 900)});
+    inputEvents.displays[1] = {.isActive = true, .bounds = {{0, 0}, {1440, 900}}};
   }
 
   FakeMachine(const FakeMachine&) = delete;
@@ -36,6 +38,7 @@ struct FakeMachine {
   FakeFiles files;
   FakeFlutter flutter;
   FakeImageEncoder imageEncoder;
+  FakeInputEvents inputEvents;
   FakeNotificationCenter notificationCenter;
   FakePermissions permissions;
   FakeProcess process;
@@ -48,6 +51,7 @@ struct FakeMachine {
                     .files = files,
                     .flutter = flutter,
                     .imageEncoder = imageEncoder,
+                    .inputEvents = inputEvents,
                     .notificationCenter = notificationCenter,
                     .permissions = permissions,
                     .process = process,

@@ -163,6 +163,7 @@ class InstallKillTest : public testing::TestWithParam<bool> {
                       .files = files,
                       .flutter = machine.flutter,
                       .imageEncoder = machine.imageEncoder,
+                      .inputEvents = machine.inputEvents,
                       .notificationCenter = machine.notificationCenter,
                       .permissions = machine.permissions,
                       .process = process,

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/InputEvents.h"
+
+namespace quorvin {
+
+class LinuxInputEvents final : public InputEvents {
+ public:
+  LinuxInputEvents() = default;
+
+  [[nodiscard]] std::shared_ptr<EventSource> createSource(EventSourceState state) override;
+  [[nodiscard]] std::shared_ptr<InputEvent> createMouseEvent(
+      const std::shared_ptr<EventSource>& source, MouseEventType type, Point position,
+      MouseButton button) override;
+  [[nodiscard]] std::shared_ptr<InputEvent> createScrollWheelEvent(
+      const std::shared_ptr<EventSource>& source, ScrollEventUnit units, std::uint32_t wheelCount,
+      std::int32_t wheel1, std::int32_t wheel2, std::int32_t wheel3) override;
+  [[nodiscard]] std::shared_ptr<InputEvent> createKeyboardEvent(
+      const std::shared_ptr<EventSource>& source, std::uint16_t virtualKey, bool keyDown) override;
+  void post(EventTapLocation tap, const std::shared_ptr<InputEvent>& event) override;
+  [[nodiscard]] bool displayIsActive(DisplayID display) override;
+  [[nodiscard]] Rect displayBounds(DisplayID display) override;
+};
+
+}  // namespace quorvin
