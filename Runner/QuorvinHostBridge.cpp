@@ -78,8 +78,11 @@ void QuorvinHostBridge::handle(const FlutterMethodCall& call, FlutterResult resu
   } else if (method == "stopCapture") {
     stopCapture();
     result(Value());
+  } else if (method == "injectInput") {
+    injectInput(call.arguments, result);
   } else if (method == "releaseInput") {
-    result(Value());  // nothing can be held: this host does not inject input
+    remoteInput().releaseAll();  // letting go is always allowed
+    result(Value());
   } else if (method == "createDesktopShortcut") {
     result(createDesktopShortcut(platform.files));
   } else if (method == "configureStream") {

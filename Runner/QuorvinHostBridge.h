@@ -5,13 +5,14 @@
 #include <optional>
 
 #include "Runner/QuorvinScreenCapture.h"
+#include "Runner/RemoteInputController.h"
 #include "platform/Platform.h"
 
 namespace quorvin {
 
 // The native end of the channels through which the user interface drives the host: answers its
-// method calls, keeps the one support session, and sends the session's frames and errors on the
-// event channel.
+// method calls, keeps the one support session, sends the session's frames and errors on the event
+// channel, and lets the supporter's input through while a session lasts.
 //
 // Everything here runs on the main thread, so no lock guards the fields. What a capture reports
 // from elsewhere comes back as a main-queue task that carries the generation of its session and is
@@ -46,6 +47,10 @@ class QuorvinHostBridge final : public FlutterStreamHandler,
   void authorizeStart(const Value& arguments, const FlutterResult& result);
   void configureStream(const Value& arguments, FlutterResult result);
 
+  void injectInput(const Value& arguments, const FlutterResult& result);
+  [[nodiscard]] RemoteInputController& remoteInput();  // made when it is first asked for
+  [[nodiscard]] std::optional<Rect> inputBounds();
+
   void startCapture(const FlutterResult& result);
   void stopCapture();
   [[nodiscard]] std::shared_ptr<QuorvinScreenCapture> makeCapture(std::int64_t generation);
@@ -64,6 +69,7 @@ class QuorvinHostBridge final : public FlutterStreamHandler,
   std::int64_t captureGeneration = 0;  // incremented by every start and every stop
   std::optional<DisplayID> inputDisplayID;
   std::shared_ptr<ActivityToken> supportActivity;
+  std::unique_ptr<RemoteInputController> remoteInputController;  // kept from session to session
 };
 
 }  // namespace quorvin

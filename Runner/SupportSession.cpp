@@ -92,6 +92,7 @@ void QuorvinHostBridge::startCompleted(std::int64_t generation,
 
 void QuorvinHostBridge::captureEnded(std::int64_t generation, const Error& error) {
   if (captureGeneration != generation) return;
+  remoteInput().releaseAll();
   inputDisplayID.reset();
   capture.reset();
   endSupportActivity();
@@ -109,6 +110,7 @@ void QuorvinHostBridge::sendFrame(std::int64_t generation, Data frame) {
 void QuorvinHostBridge::stopCapture() {
   endSupportActivity();
   captureGeneration = nextGeneration(captureGeneration);
+  remoteInput().releaseAll();
   inputDisplayID.reset();
   if (const auto ended = std::exchange(capture, nullptr)) ended->stop();
 }

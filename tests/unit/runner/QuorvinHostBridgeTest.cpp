@@ -37,12 +37,6 @@ TEST_F(HostBridgeTest, AnswersAnUnknownMethodAsNotImplemented) {
   }
 }
 
-TEST_F(HostBridgeTest, AnswersWhatItDoesNotOfferAsNotImplemented) {
-  startSession();
-  expectReply(invoke("injectInput", Map{{"action", "keyDown"}, {"keyCode", 0}}),
-              FlutterMethodNotImplemented());
-}
-
 TEST_F(HostBridgeTest, PutsALinkOnTheDesktopAtOnce) {
   machine.files.addDirectory("/Users/someone/Desktop");
   expectReply(invoke("createDesktopShortcut", List{"ignored"}), nothing());
