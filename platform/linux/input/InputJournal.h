@@ -5,8 +5,12 @@
 namespace quorvin {
 
 // Told of everything that has to be undone should this process end in between: before it is done,
-// and after it was undone. A press is told again each time it is repeated. Main thread; no call
-// may wait.
+// and after it was undone. Something is done or undone once the whole request has been written to
+// the X server's socket: the server carries it out even if this process is gone by then. A press is
+// told again each time it is repeated. Main thread; no call waits, but that the first press may
+// wait a moment for whoever is to undo it.
+//
+// What is told before says whether it may be done: false when nobody would undo it.
 class InputJournal {
  public:
   InputJournal(const InputJournal&) = delete;
@@ -14,13 +18,13 @@ class InputJournal {
   virtual ~InputJournal() = default;
 
   // `button` is a button number of the X server's core pointer.
-  virtual void willPressButton(std::uint8_t button) = 0;
+  [[nodiscard]] virtual bool willPressButton(std::uint8_t button) = 0;
   virtual void didReleaseButton(std::uint8_t button) = 0;
   // `keycode` is a key code of the X server.
-  virtual void willPressKey(std::uint8_t keycode) = 0;
+  [[nodiscard]] virtual bool willPressKey(std::uint8_t keycode) = 0;
   virtual void didReleaseKey(std::uint8_t keycode) = 0;
   // A key code that had no symbols gets some, for what the keyboard's layout lacks.
-  virtual void willBindKey(std::uint8_t keycode) = 0;
+  [[nodiscard]] virtual bool willBindKey(std::uint8_t keycode) = 0;
   virtual void didUnbindKey(std::uint8_t keycode) = 0;
 
  protected:
