@@ -22,7 +22,7 @@ class FakeInputEvent final : public InputEvent {
   struct Content {
     Kind kind = Kind::mouse;
     MouseEventType type = MouseEventType::mouseMoved;
-    Point position;
+    Point position = {};
     MouseButton button = MouseButton::left;
     ScrollEventUnit units = ScrollEventUnit::pixel;
     std::uint32_t wheelCount = 0;
@@ -31,8 +31,8 @@ class FakeInputEvent final : public InputEvent {
     std::int32_t wheel3 = 0;
     std::uint16_t virtualKey = 0;
     bool keyDown = false;
-    std::optional<std::int64_t> clickState;
-    std::optional<EventFlags> flags;
+    std::optional<std::int64_t> clickState = std::nullopt;
+    std::optional<EventFlags> flags = std::nullopt;
 
     friend bool operator==(const Content&, const Content&) = default;
     friend void PrintTo(const Content& content, std::ostream* out);
