@@ -138,6 +138,15 @@ pub fn EngineName() -> Retained<NSString> {
 
 // TODO: pub fn EngineSpot(x: CGFloat,) -> Spot;
 
+#[inline]
+pub fn EngineRuns() -> bool {
+    extern "C-unwind" {
+        fn EngineRuns() -> libc::boolean_t;
+    }
+    let ret = unsafe { EngineRuns() };
+    ret != 0
+}
+
 extern "C" {
     pub static kEngineKey: &'static CFString;
 }
@@ -218,6 +227,7 @@ class RustReader(DeclarationCase):
             {
                 "EngineStart": "u32 (CFEngine, CFString*, u64*, void (*)(void*, ...))",
                 "EngineName": "NSString ()",
+                "EngineRuns": "u32 ()",
                 "EngineSpot": "Spot (f64)",
                 "class_getName": "i8* (Class)",
             },

@@ -28,9 +28,4 @@ void setScreenCapturePreflight(bool isGranted) { preflightAnswer = isGranted; }
 
 void setScreenCaptureRequest(bool isGranted) { requestAnswer = isGranted; }
 
-void resetCoreGraphics() {
-  preflightAnswer = false;
-  requestAnswer = false;
-}
-
 }  // namespace standin

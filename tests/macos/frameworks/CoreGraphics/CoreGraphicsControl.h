@@ -8,6 +8,8 @@ namespace standin {
 void setScreenCapturePreflight(bool isGranted);
 void setScreenCaptureRequest(bool isGranted);
 
+// No permission, no display, no event posted and no failure to come. What is done with displays and
+// events is in controls of their own.
 void resetCoreGraphics();
 
 }  // namespace standin

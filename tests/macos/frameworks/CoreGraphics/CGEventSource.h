@@ -1,0 +1,13 @@
+#pragma once
+
+#import <CoreGraphics/CGEventTypes.h>
+
+CF_ASSUME_NONNULL_BEGIN
+CF_EXTERN_C_BEGIN
+CF_IMPLICIT_BRIDGING_ENABLED
+
+CGEventSourceRef _Nullable CGEventSourceCreate(CGEventSourceStateID stateID);
+
+CF_IMPLICIT_BRIDGING_DISABLED
+CF_EXTERN_C_END
+CF_ASSUME_NONNULL_END

@@ -1,0 +1,6 @@
+#pragma once
+
+#include <stdint.h>
+
+// A virtual key code.
+typedef uint16_t CGKeyCode;
