@@ -1,15 +1,17 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "platform/InputEvents.h"
 
 namespace quorvin {
 
+// Input by Core Graphics events. The system drops what is posted by a program without the
+// permission Accessibility, and says nothing. Only events and sources that were made here can be
+// used here.
 class MacInputEvents final : public InputEvents {
  public:
-  MacInputEvents() = default;
-
   [[nodiscard]] std::shared_ptr<EventSource> createSource(EventSourceState state) override;
   [[nodiscard]] std::shared_ptr<InputEvent> createMouseEvent(
       const std::shared_ptr<EventSource>& source, MouseEventType type, Point position,
