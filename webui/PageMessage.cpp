@@ -54,7 +54,7 @@ PageMessage parseAcknowledgement(const json& count) {
 
 PageMessage parseShows(const json& sides) {
   if (!sides.is_object()) return PageMistake{std::nullopt, "What a page shows is an object."};
-  return PageShows{flagOf(sides, "customer"), flagOf(sides, "picture")};
+  return PageShows{flagOf(sides, "customer"), flagOf(sides, "picture"), flagOf(sides, "input")};
 }
 
 json jsonFromError(const FlutterError& error) {
@@ -104,11 +104,12 @@ std::string mistakeText(const PageMistake& mistake) {
       {{"id", mistake.id ? json(*mistake.id) : json(nullptr)}, {"error", jsonFromError(error)}});
 }
 
-std::string stateText(const SessionTracker& session) {
+std::string stateText(const SessionTracker& session, bool input) {
   return textOfJson({{"event", "state"},
                      {"session", nameOf(session.state())},
                      {"error", session.error() ? jsonFromError(*session.error()) : json(nullptr)},
-                     {"settings", jsonFromValue(session.settings())}});
+                     {"settings", jsonFromValue(session.settings())},
+                     {"input", input}});
 }
 
 std::string streamErrorText(const FlutterError& error) {

@@ -19,8 +19,11 @@ namespace quorvin::webui {
 //   {"id":n,"method":"...","arguments":...}        calls the host; n is an integer of the page's
 //   own
 //   {"ack":n}                                      n pictures (1 or more) were drawn or given up
-//   {"show":{"customer":bool,"picture":bool}}      which sides of the session the page shows: the
-//                                                  customer's with its Stop button, the picture
+//   {"show":{"customer":bool,"picture":bool,       which sides of the session the page shows: the
+//            "input":bool}}                        customer's with its Stop button, the picture;
+//                                                  and whether its picture takes mouse and
+//                                                  keyboard: "injectInput" of a page that has not
+//                                                  said so is refused
 //
 // To the page, JSON texts:
 //
@@ -29,10 +32,11 @@ namespace quorvin::webui {
 //   {"id":n,"notImplemented":true}
 //   {"id":null,"error":{...}}                      the last text was none of the above
 //   {"event":"state","session":"idle"|"starting"|"live"|"ended","error":{...}|null,
-//    "settings":{...}|null}                        sent first of all and on every change; `error`
+//    "settings":{...}|null,"input":bool}           sent first of all and on every change; `error`
 //                                                  says why a session ended by itself or never
 //                                                  began, `settings` are the ones in force or null
-//                                                  for the host's own defaults
+//                                                  for the host's own defaults, `input` whether
+//                                                  any page takes mouse and keyboard
 //   {"event":"error","code","message","details"}   an error of the frame stream
 //   {"event":"frame","ageMs":n}                    the next binary message is a picture that came
 //                                                  from the host n milliseconds ago
@@ -54,6 +58,7 @@ struct PageAcknowledgement {
 struct PageShows {
   bool customer = false;
   bool picture = false;
+  bool input = false;
 };
 // Why a text was refused, and the id of the call if it is one.
 struct PageMistake {
@@ -69,7 +74,7 @@ using PageMessage = std::variant<PageCall, PageAcknowledgement, PageShows, PageM
 
 [[nodiscard]] std::string replyText(std::int64_t id, const FlutterReply& reply);
 [[nodiscard]] std::string mistakeText(const PageMistake& mistake);
-[[nodiscard]] std::string stateText(const SessionTracker& session);
+[[nodiscard]] std::string stateText(const SessionTracker& session, bool input);
 [[nodiscard]] std::string streamErrorText(const FlutterError& error);
 [[nodiscard]] std::string frameText(std::int64_t ageMs);
 

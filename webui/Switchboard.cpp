@@ -21,7 +21,7 @@ std::int64_t ageMsOf(const Frame& frame) {
 Switchboard::Switchboard(FileDescriptor linkSocket, LinkClient::CloseHandler onLinkClosed,
                          std::chrono::milliseconds absenceMax)
     : absenceLimit(absenceMax),
-      announcedState(stateText(session)),
+      announcedState(stateText(session, false)),
       host(std::move(linkSocket), {[this](Data payload) { handleFrame(std::move(payload)); },
                                    [this](const FlutterError& error) { handleStreamError(error); },
                                    std::move(onLinkClosed)}) {}
@@ -60,7 +60,9 @@ void Switchboard::addPage(SoupWebsocketConnection* socket) {
 }
 
 void Switchboard::removePage(PageId id) {
+  releaseInput(pages.at(id));
   pages.erase(id);
+  announceState();
   reviewListening();
   reviewAbsence();
 }
@@ -83,10 +85,12 @@ void Switchboard::handle(PageId id, const PageShows& message) {
   auto& page = pages.at(id);
   const bool pictureAppears = message.picture && !page.shows.picture;
   page.shows = message;
+  if (!message.input) releaseInput(page);
   if (!message.picture) page.gate.dropWaiting();
   if (pictureAppears && newestFrame) {
     if (const auto frame = page.gate.offer(*newestFrame)) sendFrame(page, *frame);
   }
+  announceState();
   reviewAbsence();
 }
 
@@ -98,6 +102,13 @@ void Switchboard::handle(PageId id, const PageCall& message) {
     handle(id, PageMistake{message.id, "Too many calls wait for their answers."});
     return;
   }
+  // What the customer is told about mouse and keyboard holds for every page.
+  if (message.call.method == "injectInput" && !page.shows.input) {
+    page.connection->sendText(
+        replyText(message.id, FlutterError{"input_not_authorized", "This page only watches.", {}}));
+    return;
+  }
+  page.hold.sent(message.call);
   ++page.unansweredCalls;
   callHost(message.call, [this, id, callId = message.id](const FlutterReply& reply) {
     answer(id, callId, reply);
@@ -152,6 +163,16 @@ void Switchboard::configure(const FlutterMethodCall& call, FlutterResult onReply
   });
 }
 
+// --- Mouse and keyboard
+
+void Switchboard::releaseInput(Page& page) {
+  if (page.hold.take()) host.call({"releaseInput", {}}, [](const FlutterReply&) {});
+}
+
+bool Switchboard::inputTaken() const {
+  return std::ranges::any_of(pages, [](const auto& entry) { return entry.second.shows.input; });
+}
+
 // --- Pictures
 
 void Switchboard::handleFrame(Data payload) {
@@ -182,13 +203,16 @@ void Switchboard::sessionChanged() {
     newestFrame.reset();
     for (auto& [id, page] : pages) page.gate.dropWaiting();
   }
-  auto state = stateText(session);
-  if (state != announcedState) {
-    announcedState = std::move(state);
-    for (const auto& [id, page] : pages) page.connection->sendText(announcedState);
-  }
+  announceState();
   reviewListening();
   reviewAbsence();
+}
+
+void Switchboard::announceState() {
+  auto state = stateText(session, inputTaken());
+  if (state == announcedState) return;
+  announcedState = std::move(state);
+  for (const auto& [id, page] : pages) page.connection->sendText(announcedState);
 }
 
 // Without a listener the host forgets why a session ended, so that this program listens for as

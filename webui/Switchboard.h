@@ -15,6 +15,7 @@
 #include "webui/EventSource.h"
 #include "webui/FrameGate.h"
 #include "webui/HostClient.h"
+#include "webui/InputHold.h"
 #include "webui/PageConnection.h"
 #include "webui/PageMessage.h"
 #include "webui/SessionTracker.h"
@@ -22,8 +23,8 @@
 namespace quorvin::webui {
 
 // Connects the pages with the host: passes calls and answers on, shares pictures and the state of
-// the session out to every page, and ends a session whose customer can no longer press Stop. On
-// the main loop's thread.
+// the session out to every page, lifts what a page that goes away has left pressed, and ends a
+// session whose customer can no longer press Stop. On the main loop's thread.
 class Switchboard {
  public:
   // A session goes on for so long with no page that offers its Stop button: enough to reload one.
@@ -43,6 +44,7 @@ class Switchboard {
     std::unique_ptr<PageConnection> connection;
     FrameGate gate;
     PageShows shows;
+    InputHold hold;
     std::size_t unansweredCalls = 0;
   };
   using PageId = std::uint64_t;
@@ -64,7 +66,11 @@ class Switchboard {
   void handleStreamError(const FlutterError& error);
   static void sendFrame(const Page& page, const Frame& frame);
 
+  void releaseInput(Page& page);
+  [[nodiscard]] bool inputTaken() const;
+
   void sessionChanged();
+  void announceState();
   void reviewListening();
   void reviewAbsence();
   [[nodiscard]] bool stopButtonShown() const;

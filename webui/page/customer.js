@@ -13,7 +13,11 @@ const headlines = {
   starting: {what: 'Starting the session…', next: 'Your screen will be visible in a moment.'},
   live: {
     what: 'Your screen is being shared.',
-    next: 'Your supporter sees everything on it. Stop whenever you like.',
+    next: 'Your supporter only watches. Stop whenever you like.',
+  },
+  controlled: {
+    what: 'Your screen is being shared.',
+    next: 'Your supporter can use your mouse and keyboard. Stop whenever you like.',
   },
   ended: {
     what: 'Sharing has stopped.',
@@ -36,6 +40,12 @@ const unattendedHeadlines = {
     what: 'A supporter is connected to this unattended computer.',
     next: 'The session started by itself, as the owner of the account allowed. It can be stopped here.',
   },
+  controlled: {
+    what: 'A supporter is connected to this unattended computer.',
+    next:
+      'Its mouse and keyboard can be used from here. The session started by itself, as the owner of ' +
+      'the account allowed, and can be stopped here.',
+  },
   ended: {
     what: 'The unattended session has ended.',
     next: 'Start it again here, or connect again later.',
@@ -48,6 +58,7 @@ export class CustomerSide {
   #connection;
   #unattended = false;
   #session = 'unknown';
+  #input = false;
   #startsByItself = false; // once for each connection: a session that was stopped stays stopped
   #onUnattended;
   #permissionsAsked = false;
@@ -83,7 +94,7 @@ export class CustomerSide {
     if (!this.#unattended) return;
     byId('allow-button').textContent = 'Start the session';
     this.#startsByItself = true;
-    if (this.#session !== 'unknown') this.showSession(this.#session, null);
+    if (this.#session !== 'unknown') this.showSession(this.#session, null, this.#input);
   }
 
   disconnected() {
@@ -94,12 +105,15 @@ export class CustomerSide {
     byId('stop-button').disabled = true;
   }
 
-  // `session` is one of the server's states, `error` why it ended, or null.
-  showSession(session, error) {
+  // `session` is one of the server's states, `error` why it ended, or null, `input` whether any
+  // supporter's page may use the mouse and keyboard.
+  showSession(session, error, input) {
     this.#session = session;
+    this.#input = input;
     byId('desktop-link').disabled = false;
     const texts = this.#unattended ? unattendedHeadlines : headlines;
-    this.#show(session, error ? explain(error) : texts[session], Boolean(error));
+    const text = session === 'live' && input ? texts.controlled : texts[session];
+    this.#show(session, error ? explain(error) : text, Boolean(error));
     const running = session === 'starting' || session === 'live';
     const allow = byId('allow-button');
     const stop = byId('stop-button');

@@ -1,6 +1,7 @@
 // Puts the page together: one connection, the customer's side and the supporter's side.
 
 import {Connection} from './connection.js';
+import {Control} from './control.js';
 import {CustomerSide} from './customer.js';
 import {Picture} from './picture.js';
 import {Settings} from './settings.js';
@@ -9,6 +10,7 @@ const connection = new Connection();
 const picture = new Picture();
 const customer = new CustomerSide(connection, (unattended) => picture.setUnattended(unattended));
 const settings = new Settings(connection);
+const control = new Control(connection, showSides);
 
 const connectionState = document.getElementById('connection-state');
 
@@ -19,13 +21,14 @@ function showConnection(state, text) {
 
 // A page in the background needs no pictures, but can still be brought back to press Stop.
 function showSides() {
-  connection.show({customer: true, picture: !document.hidden});
+  connection.show({customer: true, picture: !document.hidden, input: !control.viewOnly});
 }
 
 connection.addEventListener('open', () => {
   showConnection('connected', 'Connected');
   customer.connected();
   picture.connected();
+  control.connected();
 });
 
 connection.addEventListener('closed', ({detail}) => {
@@ -33,12 +36,14 @@ connection.addEventListener('closed', ({detail}) => {
   showConnection('disconnected', `Connection lost, trying again in ${seconds} s`);
   customer.disconnected();
   picture.disconnected();
+  control.disconnected();
   settings.disconnected();
 });
 
 connection.addEventListener('state', ({detail}) => {
-  customer.showSession(detail.session, detail.error);
+  customer.showSession(detail.session, detail.error, detail.input);
   picture.showSession(detail.session);
+  control.showSession(detail.session);
   settings.showSession(detail.session, detail.settings);
 });
 

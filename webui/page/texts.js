@@ -50,6 +50,10 @@ const texts = {
     what: 'The computer did not accept that input.',
     next: 'Try again.',
   },
+  input_overflow: {
+    what: 'The computer does not keep up.',
+    next: 'Your last clicks and keys were not sent. Wait a moment, then try again.',
+  },
   install_first: {
     what: 'This copy of Quorvin Support is not installed.',
     next: 'Move Quorvin Support to Applications, open it there, then make the link.',

@@ -52,7 +52,10 @@ TEST(PageMessage, ReadsAcknowledgementsAndWhatIsShown) {
   const auto shows = parsedAs<PageShows>(R"({"show":{"customer":true,"picture":false}})");
   EXPECT_TRUE(shows.customer);
   EXPECT_FALSE(shows.picture);
+  EXPECT_FALSE(shows.input);
   EXPECT_FALSE(parsedAs<PageShows>(R"({"show":{"customer":1}})").customer);
+  EXPECT_TRUE(parsedAs<PageShows>(R"({"show":{"input":true}})").input);
+  EXPECT_FALSE(parsedAs<PageShows>(R"({"show":{"input":"true"}})").input);
 }
 
 TEST(PageMessage, RefusesEverythingElse) {
@@ -79,8 +82,10 @@ TEST(PageMessage, WritesStreamErrorsWithTheirDetails) {
 
 TEST(PageMessage, WritesTheStateOfTheSession) {
   SessionTracker session;
-  EXPECT_EQ(stateText(session),
-            R"({"error":null,"event":"state","session":"idle","settings":null})");
+  EXPECT_EQ(stateText(session, false),
+            R"({"error":null,"event":"state","input":false,"session":"idle","settings":null})");
+  EXPECT_EQ(stateText(session, true),
+            R"({"error":null,"event":"state","input":true,"session":"idle","settings":null})");
 }
 
 }  // namespace

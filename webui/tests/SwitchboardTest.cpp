@@ -1,68 +1,14 @@
+#include "webui/tests/SwitchboardTest.h"
+
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <optional>
 #include <string>
-
-#include "webui/Switchboard.h"
-#include "webui/WebServer.h"
-#include "webui/tests/FakeHost.h"
-#include "webui/tests/TestPage.h"
 
 namespace quorvin::webui {
 namespace {
 
 using nlohmann::json;
-
-constexpr const char* startCall =
-    R"({"id":1,"method":"startCapture","arguments":{"locallyAuthorized":true}})";
-constexpr const char* stopCall = R"({"id":2,"method":"stopCapture"})";
-constexpr const char* showsBoth = R"({"show":{"customer":true,"picture":true}})";
-
-// The whole program but its entry: a fake host on one side, real WebSockets on the other.
-class SwitchboardTest : public testing::Test {
- protected:
-  explicit SwitchboardTest(std::chrono::milliseconds absenceMax = Switchboard::customerAbsenceMax)
-      : switchboard(
-            host.takeClientEnd(), [this](const std::string& reason) { linkClosed = reason; },
-            absenceMax) {
-    host.answer("listen", Value());
-    host.answer("cancel", Value());
-    host.answer("stopCapture", Value());
-  }
-
-  std::unique_ptr<TestPage> openPage() {
-    const auto address = server.access().address();
-    const auto origin = address.substr(0, address.find('/', std::string("http://").size()));
-    auto page = std::make_unique<TestPage>(address, origin.c_str());
-    EXPECT_TRUE(page->connected());
-    return page;
-  }
-
-  std::unique_ptr<TestPage> openLivePage() {
-    host.answer("startCapture", Value());
-    auto page = openPage();
-    page->send(showsBoth);
-    page->send(startCall);
-    EXPECT_FALSE(page->waitForSession("live").is_null());
-    return page;
-  }
-
-  // Whatever the page sent before has been handled once this is answered.
-  static void settle(const TestPage& page) {
-    static int lastId = 1000;
-    const auto id = ++lastId;
-    page.send(R"({"id":)" + std::to_string(id) + R"(,"method":"nothing"})");
-    EXPECT_FALSE(page.waitFor({{"id", id}}).is_null());
-  }
-
-  FakeHost host;
-  std::optional<std::string> linkClosed;
-  Switchboard switchboard;
-  WebServer server{[this](SoupWebsocketConnection* socket) {
-    switchboard.addPage(socket);
-  }};
-};
 
 TEST_F(SwitchboardTest, GreetsAPageWithTheStateOfTheSession) {
   const auto page = openPage();
@@ -85,6 +31,7 @@ TEST_F(SwitchboardTest, CarriesACallToTheHostAndItsAnswerBack) {
 
 TEST_F(SwitchboardTest, KeepsTheTypesOfArguments) {
   const auto page = openPage();
+  page->send(takesInput);
   page->send(R"({"id":7,"method":"injectInput","arguments":)"
              R"({"action":"scroll","dx":2,"dy":-0.5,"deep":[true,null]}})");
   ASSERT_TRUE(runUntil([&] { return host.count("injectInput") == 1; }));
@@ -97,6 +44,7 @@ TEST_F(SwitchboardTest, CarriesErrorsAndUnknownMethodsBack) {
   host.answer("injectInput", FlutterError{"bad_input", "Invalid input event.", Map{{"code", 3}}});
   host.answer("createDesktopShortcut", FlutterMethodNotImplemented{});
   const auto page = openPage();
+  page->send(takesInput);
   page->send(R"({"id":1,"method":"injectInput"})");
   page->send(R"({"id":2,"method":"createDesktopShortcut"})");
   const auto error = page->waitFor({{"id", 1}})["error"];

@@ -1,0 +1,231 @@
+// The supporter's mouse and keyboard in the picture. They are taken during a session, while View
+// only is off and the picture has the focus; whenever that ends, everything held is let go.
+
+import {CombinationMenu, strokesOf} from './combinations.js';
+import {InputQueue} from './inputqueue.js';
+import {Keyboard, isWayOut} from './keyboard.js';
+import {keyCodes} from './keycodes.js';
+import {Pointer} from './pointer.js';
+import {sentence} from './texts.js';
+import {Wheel} from './wheel.js';
+
+const troubleShownMs = 6000;
+
+const system = navigator.userAgentData?.platform ?? navigator.platform;
+const isMac = /mac/i.test(system);
+const wayOut = isMac ? 'Control+Option+Home' : 'Ctrl+Alt+Home';
+
+const hints = {
+  off: '',
+  watching:
+    'You are only watching. Switch View only off to use this computer’s mouse and keyboard. Leave it ' +
+    'on if this page is open on the very screen that you see: your own mouse pointer would jump.',
+  unfocused: 'Click the picture to use its mouse and keyboard.',
+  taking: `Your mouse and keyboard work in the picture. ${wayOut} or a click outside leaves it.`,
+};
+
+const byId = (id) => document.getElementById(id);
+
+export class Control {
+  #canvas = byId('picture');
+  #switch = byId('view-only');
+  #connected = false;
+  #live = false;
+  #viewOnly = true;
+  #onSwitched;
+  #queue;
+  #keyboard;
+  #pointer;
+  #wheel = new Wheel();
+  #menu;
+  #troubleTimer;
+
+  // `onSwitched` is told when `viewOnly` has changed.
+  constructor(connection, onSwitched) {
+    this.#onSwitched = onSwitched;
+    this.#queue = new InputQueue(
+      (method, args) => connection.call(method, args),
+      (error) => this.#showTrouble(error),
+    );
+    const send = (event, options) => this.#queue.push(event, options);
+    this.#keyboard = new Keyboard(keyCodes, send, {isMac});
+    this.#pointer = new Pointer(this.#canvas, send);
+    this.#menu = new CombinationMenu(byId('combinations'), (codes) => this.#strike(codes));
+    this.#switch.onclick = () => this.#switchTo(!this.#viewOnly);
+    this.#listenToPicture();
+    this.#listenToWindow();
+    this.#review();
+  }
+
+  get viewOnly() {
+    return this.#viewOnly;
+  }
+
+  connected() {
+    this.#connected = true;
+    this.#review();
+  }
+
+  disconnected() {
+    this.#connected = false;
+    this.#queue.forget();
+    this.#forgetHeld();
+    this.#review();
+  }
+
+  showSession(session) {
+    this.#live = session === 'live';
+    // Whoever allows the next session has not seen anybody take the mouse.
+    if (!this.#live && !this.#viewOnly) this.#switchTo(true);
+    this.#review();
+  }
+
+  get #isReady() {
+    return this.#connected && this.#live && !this.#viewOnly;
+  }
+
+  get #isTaking() {
+    return this.#isReady && document.activeElement === this.#canvas;
+  }
+
+  #switchTo(viewOnly) {
+    if (viewOnly) this.#release();
+    this.#viewOnly = viewOnly;
+    this.#review();
+    this.#onSwitched();
+    if (!viewOnly) this.#canvas.focus({preventScroll: true});
+  }
+
+  #listenToPicture() {
+    const listen = (type, handle, options) =>
+      this.#canvas.addEventListener(type, (event) => this.#isTaking && handle(event), options);
+    // The press that gives the picture the focus works in it already.
+    this.#canvas.addEventListener('pointerdown', (event) => {
+      if (!this.#isReady) return;
+      this.#canvas.focus({preventScroll: true});
+      this.#canvas.setPointerCapture(event.pointerId);
+      this.#pointer.located(event);
+    });
+    listen('pointermove', (event) => this.#pointer.moved(event));
+    listen('pointerup', (event) => this.#pointer.located(event));
+    listen('pointercancel', () => this.#release());
+    listen('mousedown', (event) => {
+      event.preventDefault();
+      this.#pointer.pressed(event);
+    });
+    listen('mouseup', (event) => {
+      event.preventDefault();
+      this.#pointer.released(event);
+    });
+    for (const type of ['contextmenu', 'auxclick', 'dragstart']) {
+      listen(type, (event) => event.preventDefault());
+    }
+    listen('wheel', (event) => this.#turned(event), {passive: false});
+    listen('keydown', (event) => this.#keyPressed(event));
+    listen('keyup', (event) => {
+      if (this.#keyboard.up(event)) event.preventDefault();
+    });
+    this.#canvas.addEventListener('focus', () => this.#review());
+    this.#canvas.addEventListener('blur', () => {
+      this.#release();
+      this.#review();
+    });
+  }
+
+  #listenToWindow() {
+    window.addEventListener('blur', () => this.#release());
+    window.addEventListener('pagehide', () => this.#release());
+    document.addEventListener('visibilitychange', () => {
+      if (document.hidden) this.#release();
+    });
+    document.addEventListener('fullscreenchange', () => this.#lockKeys());
+  }
+
+  #turned(event) {
+    event.preventDefault();
+    // Two fingers that spread on a touchpad come as a wheel with a Control key that nobody holds.
+    if (event.ctrlKey && !this.#keyboard.holds('ControlLeft', 'ControlRight')) return;
+    const turn = this.#wheel.take(event, this.#canvas.clientHeight);
+    if (turn) this.#queue.push({action: 'scroll', ...turn});
+  }
+
+  #keyPressed(event) {
+    if (isWayOut(event)) {
+      event.preventDefault();
+      this.#leave();
+    } else if (this.#keyboard.down(event)) {
+      event.preventDefault();
+    }
+  }
+
+  async #leave() {
+    if (document.fullscreenElement) await document.exitFullscreen().catch(() => {});
+    this.#switch.focus();
+  }
+
+  #strike(codes) {
+    for (const stroke of strokesOf(codes, keyCodes)) this.#queue.push(stroke);
+    this.#canvas.focus({preventScroll: true});
+  }
+
+  // Some browsers hand over the system's own keys as well while the picture fills the screen.
+  #lockKeys() {
+    if (document.fullscreenElement && this.#isReady) {
+      navigator.keyboard?.lock?.().catch(() => {});
+    } else {
+      navigator.keyboard?.unlock?.();
+    }
+  }
+
+  #release() {
+    this.#queue.release();
+    this.#forgetHeld();
+  }
+
+  #forgetHeld() {
+    this.#keyboard.forget();
+    this.#pointer.forget();
+    this.#wheel.forget();
+  }
+
+  // One notice, however often the same thing is refused.
+  #showTrouble(error) {
+    if (error.code === 'input_overflow') this.#forgetHeld();
+    const notice = byId('control-trouble');
+    const text = sentence(error);
+    if (notice.textContent !== text) notice.textContent = text;
+    clearTimeout(this.#troubleTimer);
+    this.#troubleTimer = setTimeout(() => {
+      notice.textContent = '';
+    }, troubleShownMs);
+  }
+
+  #review() {
+    const canSwitch = this.#connected && this.#live;
+    this.#switch.disabled = !canSwitch;
+    this.#switch.setAttribute('aria-pressed', String(this.#viewOnly));
+    this.#menu.setEnabled(this.#isReady);
+    const hint = byId('control-hint');
+    const text = hints[this.#mood()];
+    if (hint.textContent !== text) hint.textContent = text;
+    this.#reviewPicture();
+  }
+
+  #mood() {
+    if (!this.#connected || !this.#live) return 'off';
+    if (this.#viewOnly) return 'watching';
+    return this.#isTaking ? 'taking' : 'unfocused';
+  }
+
+  // To those who do not see it the picture is a picture, or a place that takes every key.
+  #reviewPicture() {
+    this.#canvas.setAttribute('role', this.#isReady ? 'application' : 'img');
+    byId('stage').dataset.control = this.#isReady ? 'on' : 'off';
+    if (this.#isReady) {
+      this.#canvas.tabIndex = 0;
+    } else {
+      this.#canvas.blur();
+      this.#canvas.removeAttribute('tabindex');
+    }
+  }
+}

@@ -1,0 +1,116 @@
+// Sends the supporter's input to the host in the order in which it came, one call an event. Of moves
+// and of turns of the wheel only one call each waits for its answer, so that a slow way is not
+// filled with places where the pointer was long ago.
+
+const unansweredMax = 24; // of the 64 that the server takes from a page
+const waitingMax = 200;
+const scrollMax = 10_000; // of one call
+
+const paced = new Set(['mouseMove', 'scroll']);
+
+export class InputQueue {
+  #call;
+  #onTrouble;
+  #waiting = [];
+  #unanswered = 0;
+  #pacedUnanswered = new Set();
+  #held = new Set(); // what the host was told to press and not yet to release
+  #period = 0; // counts connections; answers to an older one's calls mean nothing any more
+
+  // `call(method, arguments)` gives a promise. `onTrouble` gets the errors of calls that were
+  // refused, and {code: 'input_overflow'} when so much waited that all of it was given up.
+  constructor(call, onTrouble) {
+    this.#call = call;
+    this.#onTrouble = onTrouble;
+  }
+
+  get holdsAnything() {
+    return this.#held.size > 0;
+  }
+
+  // A repeated key press is worth nothing once it is late.
+  push(event, {repeated = false} = {}) {
+    if (repeated && this.#waiting.length > 0) return;
+    this.#join(event);
+    this.#waiting.push(event);
+    if (this.#waiting.length > waitingMax) {
+      this.release();
+      this.#onTrouble({code: 'input_overflow'});
+    } else {
+      this.#flush();
+    }
+  }
+
+  // Gives up what has not been sent and lifts what is held.
+  release() {
+    this.#waiting = [];
+    if (!this.holdsAnything) return;
+    this.#held.clear();
+    this.#call('releaseInput').catch(() => {});
+  }
+
+  // For a lost connection: the server has lifted everything by itself.
+  forget() {
+    ++this.#period;
+    this.#waiting = [];
+    this.#unanswered = 0;
+    this.#pacedUnanswered.clear();
+    this.#held.clear();
+  }
+
+  // What the new event says as well need not be said before it.
+  #join(event) {
+    const last = this.#waiting.at(-1);
+    if (last?.action === 'mouseMove' && 'x' in event) this.#waiting.pop();
+    if (last?.action === 'scroll' && event.action === 'scroll') {
+      this.#waiting.pop();
+      event.dx += last.dx;
+      event.dy += last.dy;
+    }
+  }
+
+  #flush() {
+    while (this.#waiting.length > 0 && this.#unanswered < unansweredMax) {
+      if (this.#pacedUnanswered.has(this.#waiting[0].action)) break;
+      this.#send(this.#takeFirst());
+    }
+  }
+
+  #takeFirst() {
+    const first = this.#waiting.shift();
+    if (first.action !== 'scroll') return first;
+    const dx = limited(first.dx);
+    const dy = limited(first.dy);
+    if (dx !== first.dx || dy !== first.dy) {
+      this.#waiting.unshift({...first, dx: first.dx - dx, dy: first.dy - dy});
+    }
+    return {...first, dx, dy};
+  }
+
+  async #send(event) {
+    const period = this.#period;
+    this.#noteHeld(event);
+    ++this.#unanswered;
+    if (paced.has(event.action)) this.#pacedUnanswered.add(event.action);
+    const trouble = await this.#call('injectInput', event).then(
+      () => null,
+      (error) => error,
+    );
+    if (period !== this.#period) return;
+    --this.#unanswered;
+    this.#pacedUnanswered.delete(event.action);
+    if (trouble) this.#onTrouble(trouble);
+    this.#flush();
+  }
+
+  #noteHeld({action, button, keyCode}) {
+    if (action === 'mouseDown') this.#held.add(button);
+    if (action === 'mouseUp') this.#held.delete(button);
+    if (action === 'keyDown') this.#held.add(keyCode);
+    if (action === 'keyUp') this.#held.delete(keyCode);
+  }
+}
+
+function limited(delta) {
+  return Math.min(Math.max(delta, -scrollMax), scrollMax);
+}
