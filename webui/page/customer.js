@@ -13,10 +13,10 @@ const headlines = {
   starting: {what: 'Starting the session…', next: 'Your screen will be visible in a moment.'},
   live: {
     what: 'Your screen is being shared.',
-    next: 'Your supporter only watches. Stop whenever you like.',
+    next: 'Your supporter sees everything on it, but only watches. Stop whenever you like.',
   },
   controlled: {
-    what: 'Your screen is being shared.',
+    what: 'Your screen, mouse and keyboard are being shared.',
     next: 'Your supporter can use your mouse and keyboard. Stop whenever you like.',
   },
   ended: {
