@@ -13,30 +13,29 @@ namespace quorvin {
 namespace {
 
 // The seam's numbers go to the system as they are.
-constexpr bool isSame(auto ours, auto systems) {
-  return static_cast<std::int64_t>(ours) == static_cast<std::int64_t>(systems);
-}
-static_assert(isSame(EventSourceState::combinedSession, kCGEventSourceStateCombinedSessionState));
-static_assert(isSame(MouseEventType::leftMouseDown, kCGEventLeftMouseDown));
-static_assert(isSame(MouseEventType::leftMouseUp, kCGEventLeftMouseUp));
-static_assert(isSame(MouseEventType::rightMouseDown, kCGEventRightMouseDown));
-static_assert(isSame(MouseEventType::rightMouseUp, kCGEventRightMouseUp));
-static_assert(isSame(MouseEventType::mouseMoved, kCGEventMouseMoved));
-static_assert(isSame(MouseEventType::leftMouseDragged, kCGEventLeftMouseDragged));
-static_assert(isSame(MouseEventType::rightMouseDragged, kCGEventRightMouseDragged));
-static_assert(isSame(MouseEventType::otherMouseDown, kCGEventOtherMouseDown));
-static_assert(isSame(MouseEventType::otherMouseUp, kCGEventOtherMouseUp));
-static_assert(isSame(MouseEventType::otherMouseDragged, kCGEventOtherMouseDragged));
-static_assert(isSame(MouseButton::left, kCGMouseButtonLeft));
-static_assert(isSame(MouseButton::right, kCGMouseButtonRight));
-static_assert(isSame(MouseButton::center, kCGMouseButtonCenter));
-static_assert(isSame(ScrollEventUnit::pixel, kCGScrollEventUnitPixel));
-static_assert(isSame(EventField::mouseEventClickState, kCGMouseEventClickState));
-static_assert(isSame(EventTapLocation::session, kCGSessionEventTap));
-static_assert(isSame(eventFlagMaskShift, kCGEventFlagMaskShift));
-static_assert(isSame(eventFlagMaskControl, kCGEventFlagMaskControl));
-static_assert(isSame(eventFlagMaskAlternate, kCGEventFlagMaskAlternate));
-static_assert(isSame(eventFlagMaskCommand, kCGEventFlagMaskCommand));
+template <auto ours, auto systems>
+constexpr bool isSame = static_cast<std::int64_t>(ours) == static_cast<std::int64_t>(systems);
+static_assert(isSame<EventSourceState::combinedSession, kCGEventSourceStateCombinedSessionState>);
+static_assert(isSame<MouseEventType::leftMouseDown, kCGEventLeftMouseDown>);
+static_assert(isSame<MouseEventType::leftMouseUp, kCGEventLeftMouseUp>);
+static_assert(isSame<MouseEventType::rightMouseDown, kCGEventRightMouseDown>);
+static_assert(isSame<MouseEventType::rightMouseUp, kCGEventRightMouseUp>);
+static_assert(isSame<MouseEventType::mouseMoved, kCGEventMouseMoved>);
+static_assert(isSame<MouseEventType::leftMouseDragged, kCGEventLeftMouseDragged>);
+static_assert(isSame<MouseEventType::rightMouseDragged, kCGEventRightMouseDragged>);
+static_assert(isSame<MouseEventType::otherMouseDown, kCGEventOtherMouseDown>);
+static_assert(isSame<MouseEventType::otherMouseUp, kCGEventOtherMouseUp>);
+static_assert(isSame<MouseEventType::otherMouseDragged, kCGEventOtherMouseDragged>);
+static_assert(isSame<MouseButton::left, kCGMouseButtonLeft>);
+static_assert(isSame<MouseButton::right, kCGMouseButtonRight>);
+static_assert(isSame<MouseButton::center, kCGMouseButtonCenter>);
+static_assert(isSame<ScrollEventUnit::pixel, kCGScrollEventUnitPixel>);
+static_assert(isSame<EventField::mouseEventClickState, kCGMouseEventClickState>);
+static_assert(isSame<EventTapLocation::session, kCGSessionEventTap>);
+static_assert(isSame<eventFlagMaskShift, kCGEventFlagMaskShift>);
+static_assert(isSame<eventFlagMaskControl, kCGEventFlagMaskControl>);
+static_assert(isSame<eventFlagMaskAlternate, kCGEventFlagMaskAlternate>);
+static_assert(isSame<eventFlagMaskCommand, kCGEventFlagMaskCommand>);
 
 struct Release {
   void operator()(CFTypeRef object) const { CFRelease(object); }
