@@ -2,6 +2,7 @@
 // only is off and the picture has the focus; whenever that ends, everything held is let go.
 
 import {CombinationMenu, strokesOf} from './combinations.js';
+import {EchoWatch} from './echo.js';
 import {InputQueue} from './inputqueue.js';
 import {Keyboard, isWayOut} from './keyboard.js';
 import {keyCodes} from './keycodes.js';
@@ -37,6 +38,7 @@ export class Control {
   #keyboard;
   #pointer;
   #wheel = new Wheel();
+  #echo = new EchoWatch();
   #menu;
   #troubleTimer;
 
@@ -47,7 +49,10 @@ export class Control {
       (method, args) => connection.call(method, args),
       (error) => this.#showTrouble(error),
     );
-    const send = (event, options) => this.#queue.push(event, options);
+    const send = (event, options) => {
+      this.#echo.sent(event);
+      this.#queue.push(event, options);
+    };
     this.#keyboard = new Keyboard(keyCodes, send, {isMac});
     this.#pointer = new Pointer(this.#canvas, send);
     this.#menu = new CombinationMenu(byId('combinations'), (codes) => this.#strike(codes));
@@ -123,6 +128,7 @@ export class Control {
     listen('wheel', (event) => this.#turned(event), {passive: false});
     listen('keydown', (event) => this.#keyPressed(event));
     listen('keyup', (event) => {
+      this.#echo.keyUp(event.code);
       if (this.#keyboard.up(event)) event.preventDefault();
     });
     this.#canvas.addEventListener('focus', () => this.#review());
@@ -139,6 +145,18 @@ export class Control {
       if (document.hidden) this.#release();
     });
     document.addEventListener('fullscreenchange', () => this.#lockKeys());
+    window.addEventListener('pointermove', (event) => this.#watchPointer(event), {capture: true});
+  }
+
+  #watchPointer({screenX, screenY, timeStamp}) {
+    if (!this.#isTaking) return;
+    const pointer = {x: screenX, y: screenY};
+    if (this.#echo.pointerAt(pointer, window.screen, timeStamp)) this.#endEcho();
+  }
+
+  #endEcho() {
+    this.#switchTo(true);
+    this.#showTrouble({code: 'input_echo'});
   }
 
   #turned(event) {
@@ -150,7 +168,11 @@ export class Control {
   }
 
   #keyPressed(event) {
-    if (isWayOut(event)) {
+    // A Mac, which does not tell of every key that goes up, is never what this page controls.
+    if (!isMac && this.#echo.keyDown(event.code, event.timeStamp)) {
+      event.preventDefault();
+      this.#endEcho();
+    } else if (isWayOut(event)) {
       event.preventDefault();
       this.#leave();
     } else if (this.#keyboard.down(event)) {
@@ -186,6 +208,7 @@ export class Control {
     this.#keyboard.forget();
     this.#pointer.forget();
     this.#wheel.forget();
+    this.#echo.forget();
   }
 
   // One notice, however often the same thing is refused.

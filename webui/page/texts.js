@@ -50,6 +50,10 @@ const texts = {
     what: 'The computer did not accept that input.',
     next: 'Try again.',
   },
+  input_echo: {
+    what: 'This page is open on the very screen that it controls.',
+    next: 'What you did came back to the page, so View only is on again. Open the page on another screen.',
+  },
   input_overflow: {
     what: 'The computer does not keep up.',
     next: 'Your last clicks and keys were not sent. Wait a moment, then try again.',
