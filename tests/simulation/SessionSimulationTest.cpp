@@ -42,7 +42,9 @@ TEST(SessionSimulation, ReachesEveryEndingAndEveryReply) {
         "startCapture -> capture_cancelled", "startCapture -> capture_failed",
         "startCapture -> accessibility_required", "startCapture -> consent_required",
         "configureStream -> success", "configureStream -> bad_stream_settings",
-        "configureStream -> stream_settings_failed", "capabilities -> success"}) {
+        "configureStream -> stream_settings_failed", "capabilities -> success",
+        "injectInput -> success", "injectInput -> bad_input",
+        "injectInput -> input_not_authorized"}) {
     EXPECT_TRUE(seen.contains(line)) << line;
   }
 }

@@ -66,7 +66,15 @@ void SessionWorld::addActions() {
     call("stopCapture");
     liveSession.reset();
     mayReportEnd = false;
+    expectNothingHeld("after a stop");
   });
+  addAction("inject", 8, [&] { inject(); });
+  addAction("release", sometimes(1), [&] {
+    call("releaseInput");
+    expectNothingHeld("after a release");
+  });
+  addAction("asleep", sometimes(1), [&] { machine.inputEvents.displays[1].isActive = false; });
+  addAction("awake", 2, [&] { machine.inputEvents.displays[1].isActive = true; });
   addAction("configure", sometimes(3), [&] { call("configureStream", pictureSettings(true)); });
   addAction("configure badly", 1, [&] { call("configureStream", pictureSettings(false)); });
   addAction("ask", 2, [&] { call("permissions"); });
@@ -146,6 +154,7 @@ void SessionWorld::settle() {
   bridge.reset();
   machine.flutter.messenger->shutDown();
   machine.dispatch.runUntilIdle();
+  expectNothingHeld("after the bridge");
   if (!weakBridge.expired()) fail("the bridge goes when nobody holds it");
   if (machine.process.runningActivities() != 0) fail("no activity outlives the bridge");
   for (const auto& stream : capture.streams) {
@@ -164,6 +173,50 @@ void SessionWorld::startSession() {
   liveSession = static_cast<int>(captureQueues.size());
   captureQueues.push_back(machine.dispatch.newestSerialQueue());
   mayReportEnd = true;
+}
+
+void SessionWorld::inject() {
+  static const std::vector<Map> events = {
+      {{"action", "keyDown"}, {"keyCode", 0}},
+      {{"action", "keyDown"}, {"keyCode", 56}},
+      {{"action", "keyUp"}, {"keyCode", 56}},
+      {{"action", "mouseDown"}, {"x", 0.25}, {"y", 1}},
+      {{"action", "mouseDown"}, {"x", 1}, {"y", 0}, {"button", "middle"}},
+      {{"action", "mouseUp"}, {"x", 0}, {"y", 0}},
+      {{"action", "mouseMove"}, {"x", 0.5}, {"y", 0.5}},
+      {{"action", "scroll"}, {"dx", 0}, {"dy", 12}},
+      {{"action", "keyDown"}, {"keyCode", 500}},
+  };
+  const bool isAllowed = bridge->hasSession() && machine.permissions.accessibility;
+  call("injectInput", events[machine.dispatch.random(events.size())]);
+  if (!isAllowed && !machine.inputEvents.posted.empty()) {
+    fail("input needs a session and Accessibility");
+  }
+  followInput();
+}
+
+// Reads what was posted since the last time.
+void SessionWorld::followInput() {
+  using fakes::FakeInputEvent;
+  for (const auto& event : std::exchange(machine.inputEvents.posted, {})) {
+    if (event.kind == FakeInputEvent::Kind::scroll) continue;
+    const bool isKey = event.kind == FakeInputEvent::Kind::keyboard;
+    const auto name = isKey ? "key " + std::to_string(event.virtualKey)
+                            : "button " + std::to_string(static_cast<int>(event.button));
+    const bool isPress = isKey ? event.keyDown
+                               : event.type == MouseEventType::leftMouseDown ||
+                                     event.type == MouseEventType::otherMouseDown;
+    const bool isRelease = isKey ? !event.keyDown
+                                 : event.type == MouseEventType::leftMouseUp ||
+                                       event.type == MouseEventType::otherMouseUp;
+    if (isPress) heldInput.insert(name);
+    if (isRelease) heldInput.erase(name);
+  }
+}
+
+void SessionWorld::expectNothingHeld(const std::string& when) {
+  followInput();
+  if (!heldInput.empty()) fail("nothing stays pressed " + when);
 }
 
 void SessionWorld::listen() {
@@ -190,6 +243,7 @@ void SessionWorld::receiveError(const FlutterError& error) {
   note("error " + error.code);
   if (!std::exchange(mayReportEnd, false)) fail("a session that ends by itself says so once");
   liveSession.reset();
+  expectNothingHeld("after a session that ended by itself");
 }
 
 void SessionWorld::withAnyStream(const std::function<void(fakes::FakeStream&)>& body) {
@@ -218,6 +272,7 @@ std::optional<int> SessionWorld::sessionOf(const DispatchQueue* captureQueue) co
 
 void SessionWorld::checkPromises() {
   followSession();
+  followInput();
   checkReplies(/*mustBeAnswered=*/false);
   checkQueuedDeliveries();
   const std::size_t expected = bridge->hasSession() ? 1 : 0;

@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,7 @@ class SessionWorld {
 
   void call(const std::string& method, Value arguments = {});
   void startSession();
+  void inject();
   void listen();
   void receive(const FlutterEvent& event);
   void receiveFrame(const Data& frame);
@@ -50,6 +52,8 @@ class SessionWorld {
   void sendSample(fakes::FakeStream& stream);
   [[nodiscard]] std::optional<int> sessionOf(const DispatchQueue* captureQueue) const;
 
+  void followInput();
+  void expectNothingHeld(const std::string& when);
   void checkPromises();
   void checkReplies(bool mustBeAnswered);
   void checkQueuedDeliveries();
@@ -70,6 +74,7 @@ class SessionWorld {
   // start has failed, but not after a stop that was asked for.
   bool mayReportEnd = false;
   std::uint32_t lastFrame = 0;
+  std::set<std::string> heldInput;  // what was posted as pressed and not as released
   Outcome outcome;
 };
 
