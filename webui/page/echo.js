@@ -1,7 +1,7 @@
 // Notices that this page is open on the very screen that it controls, where all input that it sends
 // comes back to it and would be sent again without end.
 
-const repeatDelayMinMs = 120; // no keyboard repeats a key sooner
+const repeatDelayMinMs = 200; // no keyboard repeats a key sooner
 const jumpMinPixels = 40;
 const nearPixels = 3;
 const jumpsWithinMs = 10_000;
