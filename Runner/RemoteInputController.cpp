@@ -169,7 +169,7 @@ void RemoteInputController::postMouse(MouseAction action, const std::string& but
 
 std::string RemoteInputController::buttonOfMove() const {
   for (const auto& events : buttonEvents) {
-    const std::string name(events.name);
+    std::string name(events.name);
     if (buttons.contains(name)) return name;
   }
   return "left";
