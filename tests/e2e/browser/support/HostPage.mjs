@@ -14,12 +14,16 @@ const browserArguments = [
 
 // The page of the program under test, in a real browser.
 export class HostPage {
-  static async open(address) {
+  // With the environment of a screen the browser shows itself there, in a window that fills it.
+  static async open(address, { onScreen = null } = {}) {
     const browser = await chromium.launch({
       executablePath: process.env.QUORVIN_CHROMIUM ?? '/usr/bin/chromium',
-      args: browserArguments,
+      headless: onScreen === null,
+      env: onScreen ?? process.env,
+      args: [...browserArguments, '--window-position=0,0', '--window-size=1280,900'],
     });
-    const context = await browser.newContext({ viewport: { width: 1280, height: 900 } });
+    const viewport = onScreen === null ? { width: 1280, height: 900 } : null;
+    const context = await browser.newContext({ viewport });
     const page = await context.newPage();
     const hostPage = new HostPage(browser, page);
     await page.goto(address);
