@@ -33,6 +33,17 @@ std::string executable() {
   return LinuxFiles::executableOfProcess().value_or("/usr/bin/quorvin-support").string();
 }
 
+// Keeps no record of what is pressed.
+class NoJournal final : public InputJournal {
+ public:
+  bool willPressButton(std::uint8_t /*button*/) override { return true; }
+  void didReleaseButton(std::uint8_t /*button*/) override {}
+  bool willPressKey(std::uint8_t /*keycode*/) override { return true; }
+  void didReleaseKey(std::uint8_t /*keycode*/) override {}
+  bool willBindKey(std::uint8_t /*keycode*/) override { return true; }
+  void didUnbindKey(std::uint8_t /*keycode*/) override {}
+};
+
 class LinuxPlatform {
  public:
   LinuxPlatform()
@@ -53,7 +64,8 @@ class LinuxPlatform {
   LinuxUserDefaults userDefaults;
   LinuxPermissions permissions;
   LinuxImageEncoder imageEncoder;
-  LinuxInputEvents inputEvents;
+  NoJournal inputJournal;
+  LinuxInputEvents inputEvents{PermissionsEnvironment::fromEnvironment().display, inputJournal};
   LinuxScreenCapture screenCapture;
   LinuxFiles files{LinuxFiles::executableOfProcess()};
   LinuxFlutter flutter;

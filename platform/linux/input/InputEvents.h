@@ -1,14 +1,21 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "platform/InputEvents.h"
+#include "platform/linux/input/InputConnection.h"
+#include "platform/linux/input/InputJournal.h"
 
 namespace quorvin {
 
+// Input for the X server that a display name stands for. The global coordinate space is that of the
+// root window, and displays are those that can be captured. When there is no server, or one that
+// takes no input, posting does nothing.
 class LinuxInputEvents final : public InputEvents {
  public:
-  LinuxInputEvents() = default;
+  // `display` as in DISPLAY; none when it is empty. The journal must outlive this object.
+  LinuxInputEvents(std::string display, InputJournal& journal);
 
   [[nodiscard]] std::shared_ptr<EventSource> createSource(EventSourceState state) override;
   [[nodiscard]] std::shared_ptr<InputEvent> createMouseEvent(
@@ -22,6 +29,9 @@ class LinuxInputEvents final : public InputEvents {
   void post(EventTapLocation tap, const std::shared_ptr<InputEvent>& event) override;
   [[nodiscard]] bool displayIsActive(DisplayID display) override;
   [[nodiscard]] Rect displayBounds(DisplayID display) override;
+
+ private:
+  InputConnection connection;
 };
 
 }  // namespace quorvin
