@@ -144,7 +144,7 @@ export class Control {
     document.addEventListener('visibilitychange', () => {
       if (document.hidden) this.#release();
     });
-    document.addEventListener('fullscreenchange', () => this.#lockKeys());
+    document.addEventListener('fullscreenchange', () => this.#screenFilled());
     window.addEventListener('pointermove', (event) => this.#watchPointer(event), {capture: true});
   }
 
@@ -190,9 +190,10 @@ export class Control {
     this.#canvas.focus({preventScroll: true});
   }
 
-  // Some browsers hand over the system's own keys as well while the picture fills the screen.
-  #lockKeys() {
+  // While the picture fills the screen, some browsers hand over the system's own keys as well.
+  #screenFilled() {
     if (document.fullscreenElement && this.#isReady) {
+      this.#canvas.focus();
       navigator.keyboard?.lock?.().catch(() => {});
     } else {
       navigator.keyboard?.unlock?.();
