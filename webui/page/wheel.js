@@ -1,6 +1,6 @@
 // Turns of the wheel as the host counts them: whole pixels, positive upwards and to the left.
 
-const pixelsPerLine = 40; // three lines, one notch in most browsers, are as far as a notch in pixels
+const pixelsPerLine = 100 / 3; // browsers that count lines take three for a notch
 
 const lineMode = 1;
 const pageMode = 2;

@@ -16,7 +16,7 @@ test('down and right in the browser are negative for the host', () => {
 });
 
 test('lines and pages become pixels', () => {
-  assert.deepEqual(taken({deltaMode: 1, deltaY: 3}), {dx: 0, dy: -120});
+  assert.deepEqual(taken({deltaMode: 1, deltaY: 3}), {dx: 0, dy: -100});
   assert.deepEqual(taken({deltaMode: 2, deltaX: -1}), {dx: 500, dy: 0});
 });
 
