@@ -112,7 +112,8 @@ class InputWindow {
     XQueryKeymap(display.get(), keymap.data());
     std::string keys;
     for (unsigned code = 0; code < 256; ++code) {
-      if ((static_cast<unsigned char>(keymap[code / 8]) >> (code % 8) & 1U) == 0) continue;
+      const auto bits = static_cast<unsigned>(static_cast<unsigned char>(keymap[code / 8]));
+      if ((bits >> (code % 8) & 1U) == 0) continue;
       if (!keys.empty()) keys += ",";
       keys += std::to_string(code);
     }
@@ -124,6 +125,8 @@ class InputWindow {
     int inWindowY = 0;
     unsigned mask = 0;
     XQueryPointer(display.get(), window, &root, &child, &x, &y, &inWindowX, &inWindowY, &mask);
+    // What led there is told first.
+    while (XPending(display.get()) > 0) handleNext();
     std::printf(R"({"type":"held","keys":[%s],"mask":%u,"x":%d,"y":%d})"
                 "\n",
                 keys.c_str(), mask, x, y);
