@@ -33,7 +33,7 @@ STANDARD_HEADERS = set(
 )
 
 # Paths that begin like this are the project's, whether or not the file exists.
-PROJECT_FOLDERS = {"Runner", "platform", "webui", "launchctl", "tests", "bench", "tools"}
+PROJECT_FOLDERS = {"Runner", "platform", "webui", "launchctl", "guardian", "tests", "bench", "tools"}
 
 
 class Wall(NamedTuple):
@@ -48,6 +48,7 @@ class Wall(NamedTuple):
 
 SEAM = r"platform/[^/]+\.h"
 CODECS = r"platform/flutter/.+"
+JOURNAL = r"platform/journal/.+"
 
 # The first that matches a file counts.
 WALLS = [
@@ -72,11 +73,17 @@ WALLS = [
         "standard library",
     ),
     Wall(
+        JOURNAL,
+        JOURNAL,
+        False,
+        "platform/journal/ may include only itself and the standard library",
+    ),
+    Wall(
         r"(?P<own>platform/[^/]+)/.+",
-        rf"{{own}}/.+|{CODECS}|{SEAM}",
+        rf"{{own}}/.+|{CODECS}|{JOURNAL}|{SEAM}",
         True,
-        "a back end may include only itself, the headers directly in platform/, platform/flutter/ "
-        "and libraries",
+        "a back end may include only itself, the headers directly in platform/, platform/flutter/, "
+        "platform/journal/ and libraries",
     ),
     Wall(
         r"webui/.+",
@@ -90,6 +97,12 @@ WALLS = [
         r"launchctl/.+",
         True,
         "launchctl/ may include only itself and libraries",
+    ),
+    Wall(
+        r"guardian/.+",
+        rf"guardian/.+|{JOURNAL}",
+        True,
+        "guardian/ may include only itself, platform/journal/ and libraries",
     ),
 ]
 
@@ -147,7 +160,7 @@ def check(root):
     """The number of files checked and the list of crossings."""
     sources = [
         path.relative_to(root).as_posix()
-        for folder in ("Runner", "platform", "webui", "launchctl")
+        for folder in ("Runner", "platform", "webui", "launchctl", "guardian")
         for path in cpp_source.source_files(root / folder)
     ]
     return len(sources), [crossing for source in sources for crossing in check_file(root, source)]

@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -6,6 +7,7 @@
 #include "platform/linux/capture/ImageEncoder.h"
 #include "platform/linux/capture/ScreenCapture.h"
 #include "platform/linux/dispatch/Dispatch.h"
+#include "platform/linux/input/GuardianJournal.h"
 #include "platform/linux/input/InputEvents.h"
 #include "platform/linux/system/Files.h"
 #include "platform/linux/system/Permissions.h"
@@ -33,16 +35,9 @@ std::string executable() {
   return LinuxFiles::executableOfProcess().value_or("/usr/bin/quorvin-support").string();
 }
 
-// Keeps no record of what is pressed.
-class NoJournal final : public InputJournal {
- public:
-  bool willPressButton(std::uint8_t /*button*/) override { return true; }
-  void didReleaseButton(std::uint8_t /*button*/) override {}
-  bool willPressKey(std::uint8_t /*keycode*/) override { return true; }
-  void didReleaseKey(std::uint8_t /*keycode*/) override {}
-  bool willBindKey(std::uint8_t /*keycode*/) override { return true; }
-  void didUnbindKey(std::uint8_t /*keycode*/) override {}
-};
+std::string besideExecutable(const char* name) {
+  return std::filesystem::path(executable()).replace_filename(name);
+}
 
 class LinuxPlatform {
  public:
@@ -64,7 +59,7 @@ class LinuxPlatform {
   LinuxUserDefaults userDefaults;
   LinuxPermissions permissions;
   LinuxImageEncoder imageEncoder;
-  NoJournal inputJournal;
+  GuardianJournal inputJournal{mainContext.get(), besideExecutable("quorvin-input-guardian")};
   LinuxInputEvents inputEvents{PermissionsEnvironment::fromEnvironment().display, inputJournal};
   LinuxScreenCapture screenCapture;
   LinuxFiles files{LinuxFiles::executableOfProcess()};

@@ -85,6 +85,22 @@ class CheckWalls(StyleCheckCase):
             self.assert_crosses("launchctl/A.cpp", header)
         self.assert_crosses("platform/linux/A.cpp", '"launchctl/A.h"')
 
+    def test_the_guardian_and_its_host_meet_in_the_journal_only(self):
+        self.assert_allowed(
+            "guardian/A.cpp", '"guardian/A.h"', '"platform/journal/A.h"', "<xcb/xcb.h>", "<set>"
+        )
+        self.assert_allowed("platform/linux/A.cpp", '"platform/journal/A.h"')
+        for header in ('"Runner/A.h"', '"platform/Data.h"', '"platform/linux/A.h"', '"webui/A.h"'):
+            self.assert_crosses("guardian/A.cpp", header)
+        for source in ("Runner/A.cpp", "webui/A.cpp", "launchctl/A.cpp"):
+            self.assert_crosses(source, '"platform/journal/A.h"')
+        self.assert_crosses("platform/linux/A.cpp", '"guardian/A.h"')
+
+    def test_the_journal_knows_only_itself_and_the_standard_library(self):
+        self.assert_allowed("platform/journal/A.cpp", '"platform/journal/A.h"', "<set>")
+        for header in ('"platform/Data.h"', '"platform/linux/A.h"', '"guardian/A.h"', "<poll.h>"):
+            self.assert_crosses("platform/journal/A.cpp", header)
+
     def test_a_relative_path_leads_through_no_wall(self):
         files = {"platform/linux/A.h": "", "webui/B.cpp": '#include "../platform/linux/A.h"\n'}
         self.assert_fails(files, "webui/B.cpp:1: includes platform/linux/A.h, but ")

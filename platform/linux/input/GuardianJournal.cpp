@@ -1,0 +1,84 @@
+#include "platform/linux/input/GuardianJournal.h"
+
+#include <algorithm>
+
+namespace quorvin {
+
+bool GuardianJournal::willPressButton(std::uint8_t button) {
+  return announce({InputChange::pressButton, button});
+}
+
+void GuardianJournal::didReleaseButton(std::uint8_t button) {
+  withdraw({InputChange::releaseButton, button});
+}
+
+bool GuardianJournal::willPressKey(std::uint8_t keycode) {
+  return announce({InputChange::pressKey, keycode});
+}
+
+void GuardianJournal::didReleaseKey(std::uint8_t keycode) {
+  withdraw({InputChange::releaseKey, keycode});
+}
+
+bool GuardianJournal::willBindKey(std::uint8_t keycode) {
+  return announce({InputChange::bindKey, keycode});
+}
+
+void GuardianJournal::didUnbindKey(std::uint8_t keycode) {
+  withdraw({InputChange::unbindKey, keycode});
+}
+
+bool GuardianJournal::announce(InputRecord record) {
+  const auto message = journalMessage(record);
+  auto patienceLeft = std::chrono::milliseconds(0);
+  if (!tell(message)) {
+    start();
+    if (!tell(message)) return false;
+    patienceLeft = patience;
+  }
+  if (!guardian->isReadyWithin(patienceLeft)) return false;
+  held.note(record);
+  return true;
+}
+
+void GuardianJournal::withdraw(InputRecord record) {
+  held.note(record);
+  static_cast<void>(tell(journalMessage(record)));
+}
+
+bool GuardianJournal::tell(const JournalMessage& message) {
+  if (guardian == nullptr) return false;
+  if (guardian->send(message)) return true;
+  lose();
+  return false;
+}
+
+void GuardianJournal::start() {
+  const auto now = Clock::now();
+  if (now < mayStart) return;
+  mayStart = now + startInterval;
+  guardian = GuardianProcess::start(program);
+  if (guardian == nullptr) return;
+  lossWatch = MainLoopSource::onDescriptor(context, guardian->descriptor(), G_IO_HUP, [this] {
+    lose();
+    return MainLoopSource::Next::finished;
+  });
+  // What is sent before it is ready waits for it.
+  if (!held.isEmpty()) static_cast<void>(tell(held.asMessage()));
+}
+
+void GuardianJournal::lose() {
+  lossWatch.cancel();
+  // One that is only stuck would take the end of its socket for the end of this process.
+  guardian->kill();
+  guardian.reset();
+  if (held.isEmpty()) return;
+  const auto pause = std::chrono::ceil<std::chrono::milliseconds>(mayStart - Clock::now());
+  nextStart =
+      MainLoopSource::onTimeout(context, std::max(pause, std::chrono::milliseconds(0)), [this] {
+        if (guardian == nullptr && !held.isEmpty()) start();
+        return MainLoopSource::Next::finished;
+      });
+}
+
+}  // namespace quorvin

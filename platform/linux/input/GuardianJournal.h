@@ -1,0 +1,61 @@
+#pragma once
+
+#include <glib.h>
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "platform/journal/HeldInput.h"
+#include "platform/linux/input/GuardianProcess.h"
+#include "platform/linux/input/InputJournal.h"
+#include "platform/linux/ui/MainLoopSource.h"
+
+namespace quorvin {
+
+// Has a process of its own, the guardian, undo what is held when this process ends, however it
+// does.
+//
+// The guardian is started before the first press. One that is gone, or reads no more, is replaced
+// by another, which is told all that is held; but not more often than once in `startInterval`, so
+// that one that cannot live costs no more than that. Without a guardian that is ready nothing is
+// pressed or bound. Belongs to the thread of the context.
+class GuardianJournal final : public InputJournal {
+ public:
+  static constexpr auto startInterval = std::chrono::seconds(1);
+  // For a guardian that was just started to be ready.
+  static constexpr auto patience = std::chrono::milliseconds(1000);
+
+  GuardianJournal(GMainContext* context, std::string program)
+      : context(context), program(std::move(program)) {}
+
+  [[nodiscard]] bool willPressButton(std::uint8_t button) override;
+  void didReleaseButton(std::uint8_t button) override;
+  [[nodiscard]] bool willPressKey(std::uint8_t keycode) override;
+  void didReleaseKey(std::uint8_t keycode) override;
+  [[nodiscard]] bool willBindKey(std::uint8_t keycode) override;
+  void didUnbindKey(std::uint8_t keycode) override;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  [[nodiscard]] bool announce(InputRecord record);
+  void withdraw(InputRecord record);
+  // False when there is no guardian, or none any more.
+  [[nodiscard]] bool tell(const JournalMessage& message);
+  // Starts a guardian that knows all that is held, if it can and may.
+  void start();
+  // Replaces the guardian as soon as it may, if anything is held.
+  void lose();
+
+  GMainContext* const context;
+  const std::string program;
+  HeldInput held;
+  std::unique_ptr<GuardianProcess> guardian;
+  Clock::time_point mayStart;
+  MainLoopSource lossWatch;
+  MainLoopSource nextStart;
+};
+
+}  // namespace quorvin
