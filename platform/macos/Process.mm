@@ -1,6 +1,7 @@
 #import "platform/macos/Process.h"
 
 #import <Foundation/Foundation.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -22,7 +23,10 @@ class Activity final : public ActivityToken {
   id<NSObject> token;
 };
 
-void write(std::string_view utf8, NSFileHandle* handle) {
+void write(std::string_view utf8, NSFileHandle* handle, int descriptor) {
+  // A pipe that nobody reads is no reason to end. The system raises SIGPIPE for the whole process,
+  // so that no mask of this thread would keep it off.
+  fcntl(descriptor, F_SETNOSIGPIPE, 1);
   NSData* bytes = [NSData dataWithBytes:utf8.data() length:utf8.size()];
   // The variant without an error raises an exception when the handle is closed.
   [handle writeData:bytes error:nil];
@@ -41,11 +45,11 @@ std::vector<std::string> MacProcess::arguments() {
 void MacProcess::exit(int status) { ::exit(status); }
 
 void MacProcess::writeToStandardOutput(std::string_view utf8) {
-  write(utf8, NSFileHandle.fileHandleWithStandardOutput);
+  write(utf8, NSFileHandle.fileHandleWithStandardOutput, STDOUT_FILENO);
 }
 
 void MacProcess::writeToStandardError(std::string_view utf8) {
-  write(utf8, NSFileHandle.fileHandleWithStandardError);
+  write(utf8, NSFileHandle.fileHandleWithStandardError, STDERR_FILENO);
 }
 
 std::uint32_t MacProcess::userID() { return getuid(); }

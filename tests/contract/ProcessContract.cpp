@@ -34,6 +34,12 @@ TEST_P(ProcessContract, WritesALongTextInOneWrite) {
   EXPECT_EQ(world->takeStandardError(), Lines{text});
 }
 
+TEST_P(ProcessContract, OutlivesTheReaderOfItsStandardError) {
+  world->leaveStandardError();
+  process().writeToStandardError("lost\n");
+  process().writeToStandardError("lost too\n");
+}
+
 TEST_P(ActivityContract, TellsTheSystemOfAnActivityUntilItIsEnded) {
   ASSERT_TRUE(world->runUntilActivitiesAre({}));
   const auto token = process().beginActivity(activityUserInitiated | activityLatencyCritical,

@@ -21,6 +21,8 @@ class ProcessWorld {
   virtual std::vector<std::string> expectedArguments() = 0;
   // What was written to standard error since the last call, each write for itself.
   virtual std::vector<std::string> takeStandardError() = 0;
+  // From now on nobody reads what is written to standard error.
+  virtual void leaveStandardError() = 0;
   // Waits until the system knows of exactly these activities, by reason; in any order.
   virtual bool runUntilActivitiesAre(std::vector<std::string> reasons) = 0;
 };

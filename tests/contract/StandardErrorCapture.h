@@ -33,6 +33,15 @@ class StandardErrorCapture {
     ::close(reader);
   }
 
+  // Makes standard error a pipe whose reader is gone.
+  void leave() const {
+    std::array<int, 2> ends{};
+    if (::pipe(ends.data()) != 0) fail();
+    ::close(ends[0]);
+    if (::dup2(ends[1], STDERR_FILENO) < 0) fail();
+    ::close(ends[1]);
+  }
+
   // The writes since the last call.
   [[nodiscard]] std::vector<std::string> take() const {
     std::vector<std::string> writes;

@@ -19,6 +19,7 @@ class FakeProcessWorld final : public ProcessWorld {
   std::vector<std::string> takeStandardError() override {
     return std::exchange(fake.standardErrorWrites, {});
   }
+  void leaveStandardError() override {}
   bool runUntilActivitiesAre(std::vector<std::string> reasons) override {
     return std::ranges::is_permutation(fake.runningReasons(), reasons);
   }

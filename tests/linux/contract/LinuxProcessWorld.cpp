@@ -67,6 +67,7 @@ class LinuxProcessWorld final : public ProcessWorld {
   Process& process() override { return linuxProcess; }
   std::vector<std::string> expectedArguments() override { return {"program", "--flag", ""}; }
   std::vector<std::string> takeStandardError() override { return standardError.take(); }
+  void leaveStandardError() override { standardError.leave(); }
   bool runUntilActivitiesAre(std::vector<std::string> reasons) override {
     return runMainLoopUntil([&] { return std::ranges::is_permutation(idle.reasons(), reasons); });
   }

@@ -43,11 +43,15 @@ TEST_F(ProcessTest, WritesToStandardErrorInOneGo) {
 }
 
 TEST_F(ProcessTest, LetsAFailedWriteBe) {
-  standin::failFileHandleWrites(EPIPE);
-  @autoreleasepool {
-    process.writeToStandardError("lost");
-    process.writeToStandardError("");
+  for (const int failure : {ENOSPC, EPIPE}) {
+    standin::failFileHandleWrites(failure);
+    @autoreleasepool {
+      process.writeToStandardOutput("lost");
+      process.writeToStandardError("lost");
+      process.writeToStandardError("");
+    }
   }
+  EXPECT_EQ(standin::writtenToStandardOutput(), "");
   EXPECT_EQ(standin::writtenToStandardError(), "");
 }
 

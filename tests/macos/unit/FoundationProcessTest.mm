@@ -1,6 +1,8 @@
 #import <Foundation/Foundation.h>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -106,12 +108,30 @@ TEST_F(FoundationProcess, StandardErrorKeepsWhatIsWritten) {
 }
 
 TEST_F(FoundationProcess, FailingStandardErrorGivesAnErrorOrAnException) {
-  standin::failFileHandleWrites(EPIPE);
+  standin::failFileHandleWrites(ENOSPC);
   NSError* error = nil;
   NSFileHandle* handle = NSFileHandle.fileHandleWithStandardError;
   EXPECT_FALSE([handle writeData:[NSData data] error:&error]);
-  EXPECT_EQ([error.userInfo[NSUnderlyingErrorKey] code], EPIPE);
+  EXPECT_EQ([error.userInfo[NSUnderlyingErrorKey] code], ENOSPC);
   EXPECT_THROW([handle writeData:[NSData data]], NSException*);
+}
+
+TEST_F(FoundationProcess, WriteThatNobodyReadsNeedsCare) {
+  standin::failFileHandleWrites(EPIPE);
+  const auto write = [](NSFileHandle* handle) {
+    EXPECT_FALSE([handle writeData:[NSData data] error:nil]);
+    return standin::takeViolations().size();
+  };
+  EXPECT_EQ(fcntl(STDERR_FILENO, F_SETNOSIGPIPE, 1), 0);
+  EXPECT_EQ(write(NSFileHandle.fileHandleWithStandardOutput), 1U);
+  EXPECT_EQ(write(NSFileHandle.fileHandleWithStandardError), 0U);
+  EXPECT_EQ(fcntl(STDERR_FILENO, F_SETNOSIGPIPE, 0), 0);
+  EXPECT_EQ(write(NSFileHandle.fileHandleWithStandardError), 1U);
+}
+
+TEST_F(FoundationProcess, OtherFileControlIsTheCLibrarys) {
+  EXPECT_EQ(fcntl(STDERR_FILENO, F_GETFD, 0), 0);
+  EXPECT_EQ(fcntl(-1, F_GETFD, 0), -1);
 }
 
 TEST_F(FoundationProcess, LogIsRecorded) {

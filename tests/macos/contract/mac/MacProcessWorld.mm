@@ -24,6 +24,7 @@ class MacProcessWorld final : public ProcessWorld {
     return list;
   }
   std::vector<std::string> takeStandardError() override { return standardError.take(); }
+  void leaveStandardError() override { standardError.leave(); }
   bool runUntilActivitiesAre(std::vector<std::string> /*reasons*/) override {
     throw std::logic_error("nobody can be asked");
   }

@@ -2,6 +2,7 @@
 #import <Foundation/FoundationControl.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 #include <string>
 #include <vector>
@@ -32,6 +33,7 @@ class StandInProcessWorld final : public ProcessWorld {
     }
     return writes;
   }
+  void leaveStandardError() override { standin::failFileHandleWrites(EPIPE); }
   bool runUntilActivitiesAre(std::vector<std::string> reasons) override {
     std::vector<std::string> running;
     for (const auto& activity : standin::runningActivities()) running.push_back(activity.reason);

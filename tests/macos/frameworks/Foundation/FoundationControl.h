@@ -43,7 +43,8 @@ void presetUserDefault(const std::string& key, id _Nullable value, const std::st
 // Everything that was written to that handle. Nothing of it reaches the terminal.
 [[nodiscard]] std::string writtenToStandardOutput();
 [[nodiscard]] std::string writtenToStandardError();
-// Lets every following write to a file handle fail with this errno; 0 lets it succeed again.
+// Lets every following write to a file handle fail with this errno; 0 lets it succeed again. EPIPE
+// ends a program that has not taken care: that is a violation.
 void failFileHandleWrites(int errnoValue);
 
 struct Task {

@@ -26,6 +26,7 @@ void resetFoundation() {
   state.tasks.clear();
   state.taskRunner = nullptr;
   state.fileHandleErrno = 0;
+  state.descriptorsWithoutPipeSignal.clear();
 }
 
 void setSystemVersion(long major, long minor, long patch) {

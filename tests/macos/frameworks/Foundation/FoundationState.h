@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,7 @@ struct FoundationState {
   std::string standardOutput;
   std::string standardError;
   int fileHandleErrno = 0;
+  std::set<int> descriptorsWithoutPipeSignal;
   std::vector<Task> tasks;
   TaskRunner taskRunner;
 };

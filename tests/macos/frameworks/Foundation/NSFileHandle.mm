@@ -1,5 +1,10 @@
 #import "tests/macos/frameworks/Foundation/Support.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
 #include "tests/macos/frameworks/Foundation/FileSupport.h"
 #include "tests/macos/frameworks/Foundation/FoundationState.h"
 #include "tests/macos/standin/CallLog.h"
@@ -7,6 +12,7 @@
 // What is written to standard output and error is kept for the test; the null device keeps nothing.
 @interface NSFileHandle () {
   std::string standin::FoundationState::*kept;
+  int descriptor;  // of the null device -1
 }
 @end
 
@@ -18,6 +24,9 @@
   {
     const std::lock_guard guard(state.mutex);
     failure = state.fileHandleErrno;
+    if (failure == EPIPE && !state.descriptorsWithoutPipeSignal.contains(descriptor)) {
+      standin::violation("a write that nobody reads would have ended the process");
+    }
     if (kept != nullptr && failure == 0) {
       (state.*kept).append(static_cast<const char*>(data.bytes), data.length);
     }
@@ -35,6 +44,7 @@
   static NSFileHandle* const handle = [] {
     NSFileHandle* made = standin::immortal([[NSFileHandle alloc] init]);
     made->kept = &standin::FoundationState::standardOutput;
+    made->descriptor = STDOUT_FILENO;
     return made;
   }();
   return handle;
@@ -44,6 +54,7 @@
   static NSFileHandle* const handle = [] {
     NSFileHandle* made = standin::immortal([[NSFileHandle alloc] init]);
     made->kept = &standin::FoundationState::standardError;
+    made->descriptor = STDERR_FILENO;
     return made;
   }();
   return handle;
@@ -53,6 +64,7 @@
   static NSFileHandle* const handle = [] {
     NSFileHandle* made = standin::immortal([[NSFileHandle alloc] init]);
     made->kept = nullptr;
+    made->descriptor = -1;
     return made;
   }();
   return handle;
@@ -70,3 +82,17 @@
 }
 
 @end
+
+int standinFileControl(int descriptor, int command, int argument) {
+  if (command != F_SETNOSIGPIPE) return (fcntl)(descriptor, command, argument);
+  standin::record("fcntl",
+                  {std::to_string(descriptor), "F_SETNOSIGPIPE", std::to_string(argument)});
+  auto& state = standin::foundationState();
+  const std::lock_guard guard(state.mutex);
+  if (argument == 0) {
+    state.descriptorsWithoutPipeSignal.erase(descriptor);
+  } else {
+    state.descriptorsWithoutPipeSignal.insert(descriptor);
+  }
+  return 0;
+}
