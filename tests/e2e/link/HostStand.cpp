@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <system_error>
 
@@ -19,21 +20,6 @@ std::string withSuppressions(const char* name, const std::string& options) {
 }
 
 }  // namespace
-
-ScratchFolder::ScratchFolder() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "host-stand-XXXXXX").string();
-  if (::mkdtemp(pattern.data()) == nullptr) {
-    throw std::system_error(errno, std::generic_category(), pattern);
-  }
-  folder = pattern;
-}
-
-std::string ScratchFolder::writeScript(const std::string& name, const std::string& text) const {
-  const auto path = folder / name;
-  std::ofstream(path) << "#!/bin/sh\n" << text;
-  std::filesystem::permissions(path, std::filesystem::perms::owner_all);
-  return path;
-}
 
 std::pair<FileDescriptor, FileDescriptor> makeLinkPair() {
   std::array<int, 2> ends{};

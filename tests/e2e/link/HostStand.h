@@ -1,34 +1,18 @@
 #pragma once
 
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "tests/TemporaryFolder.h"
 #include "tests/e2e/link/HostProcess.h"
 #include "tests/e2e/link/JpegHeader.h"
 #include "tests/e2e/link/LinkClient.h"
 #include "tests/linux/system/XServer.h"
 
 namespace quorvin {
-
-// A folder that is removed with all that is in it.
-class ScratchFolder {
- public:
-  ScratchFolder();
-  ScratchFolder(const ScratchFolder&) = delete;
-  ScratchFolder& operator=(const ScratchFolder&) = delete;
-  ~ScratchFolder() { std::filesystem::remove_all(folder); }
-
-  [[nodiscard]] const std::filesystem::path& path() const { return folder; }
-  // A program of that name which runs this text with /bin/sh.
-  [[nodiscard]] std::string writeScript(const std::string& name, const std::string& text) const;
-
- private:
-  std::filesystem::path folder;
-};
 
 // A connected pair of stream sockets.
 [[nodiscard]] std::pair<FileDescriptor, FileDescriptor> makeLinkPair();
@@ -49,7 +33,7 @@ class HostStand {
   // Lets the account's hosts run unattended, under that name.
   void enableUnattendedAccess(const std::string& deviceName) const;
 
-  ScratchFolder home;
+  TemporaryFolder home;
   XServer server;
 };
 

@@ -2,8 +2,8 @@
 #include <memory>
 
 #include "platform/linux/system/Files.h"
+#include "tests/TemporaryFolder.h"
 #include "tests/contract/FilesContract.h"
-#include "tests/linux/system/TemporaryFolder.h"
 
 namespace quorvin::contract {
 namespace {
@@ -11,7 +11,7 @@ namespace {
 class LinuxFilesWorld final : public FilesWorld {
  public:
   Files& files() override { return linuxFiles; }
-  std::filesystem::path folder() override { return temporaryFolder.path(""); }
+  std::filesystem::path folder() override { return temporaryFolder.path(); }
 
  private:
   TemporaryFolder temporaryFolder;

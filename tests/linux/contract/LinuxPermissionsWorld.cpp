@@ -4,9 +4,9 @@
 #include <string>
 
 #include "platform/linux/system/Permissions.h"
+#include "tests/TemporaryFolder.h"
 #include "tests/contract/PermissionsContract.h"
 #include "tests/fakes/FakeProcess.h"
-#include "tests/linux/system/TemporaryFolder.h"
 #include "tests/linux/system/XServer.h"
 
 namespace quorvin::contract {

@@ -5,8 +5,8 @@
 #include <string>
 
 #include "platform/linux/system/UserDefaults.h"
+#include "tests/TemporaryFolder.h"
 #include "tests/contract/UserDefaultsContract.h"
-#include "tests/linux/system/TemporaryFolder.h"
 
 namespace quorvin::contract {
 namespace {

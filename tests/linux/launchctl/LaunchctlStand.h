@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/TemporaryFolder.h"
 #include "tests/linux/launchctl/ProgramRun.h"
-#include "tests/linux/system/TemporaryFolder.h"
 
 namespace quorvin::launchctl {
 

@@ -9,13 +9,12 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "platform/linux/ui/StartUpError.h"
 #include "platform/linux/ui/UiProgram.h"
+#include "tests/TemporaryFolder.h"
 
 namespace quorvin {
 namespace {
@@ -100,21 +99,7 @@ TEST(InheritedUiSocket, StaysOpenWhenItIsRefused) {
 // A shell script in the place of the user interface.
 class UiProgramTest : public testing::Test {
  protected:
-  UiProgramTest() {
-    std::string pattern = testing::TempDir() + "ui-program-XXXXXX";
-    folder = ::mkdtemp(pattern.data());
-  }
-
- public:
-  ~UiProgramTest() override { std::filesystem::remove_all(folder); }
-
- protected:
-  std::string script(const std::string& text) const {
-    const auto path = folder / "program";
-    std::ofstream(path) << "#!/bin/sh\n" << text;
-    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
-    return path;
-  }
+  std::string script(const std::string& text) const { return folder.writeScript("program", text); }
 
   // All that the program writes to the link until it closes it.
   static std::string readAll(const FileDescriptor& socket) {
@@ -143,7 +128,7 @@ class UiProgramTest : public testing::Test {
                                                                  start);
   }
 
-  std::filesystem::path folder;
+  TemporaryFolder folder;
 };
 
 TEST_F(UiProgramTest, HasTheLinkAsDescriptorThreeAndNoneOfOurs) {

@@ -14,7 +14,7 @@
 
 #include "platform/Error.h"
 #include "platform/linux/system/UserDefaults.h"
-#include "tests/linux/system/TemporaryFolder.h"
+#include "tests/TemporaryFolder.h"
 
 namespace quorvin {
 namespace {

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/TemporaryFolder.h"
 #include "tests/linux/system/ChildProcess.h"
-#include "tests/linux/system/TemporaryFolder.h"
 
 namespace quorvin {
 

@@ -16,7 +16,7 @@
 
 #include "platform/Error.h"
 #include "platform/linux/system/Files.h"
-#include "tests/linux/system/TemporaryFolder.h"
+#include "tests/TemporaryFolder.h"
 
 namespace quorvin {
 namespace {

@@ -11,9 +11,9 @@
 
 #include "platform/linux/system/Permissions.h"
 #include "platform/linux/system/PermissionsComputerName.h"
+#include "tests/TemporaryFolder.h"
 #include "tests/fakes/FakeProcess.h"
 #include "tests/linux/system/MainLoop.h"
-#include "tests/linux/system/TemporaryFolder.h"
 #include "tests/linux/system/XServer.h"
 
 namespace quorvin {

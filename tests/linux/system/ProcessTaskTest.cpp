@@ -4,14 +4,13 @@
 
 #include <array>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 
 #include "platform/Error.h"
 #include "platform/linux/system/Process.h"
-#include "tests/linux/system/TemporaryFolder.h"
+#include "tests/TemporaryFolder.h"
 
 namespace quorvin {
 namespace {
@@ -60,8 +59,7 @@ TEST(LinuxProcessTask, LetsNothingThatItWritesThrough) {
 
 TEST(LinuxProcessTask, RunsTheProgramThatStandsForLaunchctl) {
   const TemporaryFolder folder;
-  const auto script = folder.write("stand-in", "#!/bin/sh\n[ \"$*\" = 'bootout gui/1 /a b' ]\n");
-  std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+  const auto script = folder.writeScript("stand-in", "[ \"$*\" = 'bootout gui/1 /a b' ]\n");
   EXPECT_EQ(process(script).runTask("/bin/launchctl", {"bootout", "gui/1", "/a b"}), 0);
   EXPECT_EQ(process(script).runTask("/bin/launchctl", {"bootout"}), 1);
 }

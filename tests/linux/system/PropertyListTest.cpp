@@ -6,7 +6,7 @@
 #include "platform/Error.h"
 #include "platform/linux/system/ProcessTask.h"
 #include "platform/linux/system/PropertyList.h"
-#include "tests/linux/system/TemporaryFolder.h"
+#include "tests/TemporaryFolder.h"
 
 namespace quorvin {
 namespace {

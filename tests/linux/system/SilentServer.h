@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "tests/linux/system/TemporaryFolder.h"
+#include "tests/TemporaryFolder.h"
 
 namespace quorvin {
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "platform/linux/system/UserDefaults.h"
-#include "tests/linux/system/TemporaryFolder.h"
+#include "tests/TemporaryFolder.h"
 
 namespace quorvin {
 namespace {

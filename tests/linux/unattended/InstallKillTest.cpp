@@ -26,8 +26,8 @@
 #include "platform/linux/system/PropertyList.h"
 #include "platform/linux/system/Text.h"
 #include "platform/linux/system/UserDefaults.h"
+#include "tests/TemporaryFolder.h"
 #include "tests/fakes/FakeMachine.h"
-#include "tests/linux/system/TemporaryFolder.h"
 
 namespace quorvin {
 namespace {

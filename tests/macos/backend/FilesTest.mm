@@ -4,12 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "platform/Error.h"
+#include "tests/TemporaryFolder.h"
 #include "tests/macos/backend/SystemTest.h"
 
 namespace quorvin {
@@ -19,17 +20,6 @@ namespace fs = std::filesystem;
 
 class FilesTest : public SystemTest {
  protected:
-  void SetUp() override {
-    SystemTest::SetUp();
-    std::string pattern = fs::temp_directory_path() / "files_test.XXXXXX";
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    root = pattern;
-  }
-  void TearDown() override {
-    fs::remove_all(root);
-    SystemTest::TearDown();
-  }
-
   void write(const fs::path& path, std::string_view text) {
     @autoreleasepool {
       files.writeAtomically(Bytes(text.begin(), text.end()), path);
@@ -63,7 +53,8 @@ class FilesTest : public SystemTest {
   }
 
   MacFiles files;
-  fs::path root;
+  TemporaryFolder folder;
+  fs::path root = folder.path();
 };
 
 TEST_F(FilesTest, KnowsTheBundleStandardisedAndTheExecutableAsItIs) {

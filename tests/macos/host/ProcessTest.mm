@@ -11,6 +11,7 @@
 #import <Foundation/FoundationControl.h>
 #include <unistd.h>
 
+#include "tests/TemporaryFolder.h"
 #include "tests/macos/host/HostFixture.h"
 
 // main() of the program.
@@ -89,22 +90,17 @@ TEST_F(ProcessDeathTest, RunsUnattendedWhereThatIsEnabled) {
 class InstalledCopy {
  public:
   InstalledCopy() {
-    std::string pattern = std::filesystem::temp_directory_path() / "host_tests.XXXXXX";
-    home = mkdtemp(pattern.data());
-    const auto bundle = home / "Applications/Quorvin Support.app";
+    const auto bundle = home.path("Applications/Quorvin Support.app");
     executable = bundle / "Contents/MacOS/Quorvin Support";
-    standin::setHomeFolder(home);
+    standin::setHomeFolder(home.path());
     standin::setMainBundle(bundle, executable);
   }
-  InstalledCopy(const InstalledCopy&) = delete;
-  InstalledCopy& operator=(const InstalledCopy&) = delete;
-  ~InstalledCopy() { std::filesystem::remove_all(home); }
 
   [[nodiscard]] std::string agentFile() const {
-    return home / "Library/LaunchAgents/com.quorvin.support.unattended.plist";
+    return home.path("Library/LaunchAgents/com.quorvin.support.unattended.plist");
   }
 
-  std::filesystem::path home;
+  TemporaryFolder home;
   std::string executable;
 };
 

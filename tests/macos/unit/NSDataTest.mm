@@ -2,27 +2,21 @@
 
 #include <sys/stat.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 
+#include "tests/TemporaryFolder.h"
 #include "tests/macos/standin/StandInTest.h"
 
 namespace {
 
 class NSDataTest : public standin::StandInTest {
  protected:
-  NSDataTest() {
-    std::string name = std::filesystem::temp_directory_path() / "standin-data-XXXXXX";
-    folder = mkdtemp(name.data());
-  }
-  ~NSDataTest() override { std::filesystem::remove_all(folder); }
-
   NSURL* url(const std::string& name) const {
-    return [NSURL fileURLWithPath:@((folder + "/" + name).c_str())];
+    return [NSURL fileURLWithPath:@(folder.path(name).c_str())];
   }
 
-  std::string folder;
+  quorvin::TemporaryFolder folder;
 };
 
 TEST_F(NSDataTest, CopiesTheBytesItIsMadeOf) {
@@ -85,17 +79,17 @@ TEST_F(NSDataTest, WritesAndReadsAFile) {
 }
 
 TEST_F(NSDataTest, AtomicWriteReplacesALinkAndKeepsAFilesMode) {
-  const auto file = folder + "/file";
+  const auto file = folder.path("file");
   [[NSData data] writeToURL:url("file") options:0 error:nil];
   ASSERT_EQ(chmod(file.c_str(), 0600), 0);
-  std::filesystem::create_symlink(file, folder + "/link");
+  std::filesystem::create_symlink(file, folder.path("link"));
   [[NSData dataWithBytes:"x" length:1] writeToURL:url("link")
                                           options:NSDataWritingAtomic
                                             error:nil];
   [[NSData dataWithBytes:"y" length:1] writeToURL:url("file")
                                           options:NSDataWritingAtomic
                                             error:nil];
-  EXPECT_FALSE(std::filesystem::is_symlink(folder + "/link"));
+  EXPECT_FALSE(std::filesystem::is_symlink(folder.path("link")));
   EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
   EXPECT_EQ(std::filesystem::file_size(file), 1U);
 }

@@ -1,22 +1,16 @@
 #import <Foundation/Foundation.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 
+#include "tests/TemporaryFolder.h"
 #include "tests/macos/standin/StandInTest.h"
 
 namespace {
 
 class NSFileManagerTest : public standin::StandInTest {
  protected:
-  NSFileManagerTest() {
-    std::string name = std::filesystem::temp_directory_path() / "standin-files-XXXXXX";
-    folder = mkdtemp(name.data());
-  }
-  ~NSFileManagerTest() override { std::filesystem::remove_all(folder); }
-
-  NSString* path(const std::string& name) const { return @((folder + "/" + name).c_str()); }
+  NSString* path(const std::string& name) const { return @(folder.path(name).c_str()); }
   NSURL* url(const std::string& name) const { return [NSURL fileURLWithPath:path(name)]; }
   bool makeFolder(const std::string& name, bool withIntermediates) {
     NSError* failure = nil;
@@ -30,7 +24,7 @@ class NSFileManagerTest : public standin::StandInTest {
     return isMade;
   }
 
-  std::string folder;
+  quorvin::TemporaryFolder folder;
   NSFileManager* files = NSFileManager.defaultManager;
   NSError* folderError = nil;  // why a folder could not be made
 };
@@ -41,7 +35,7 @@ TEST_F(NSFileManagerTest, MakesAFolderAndThoseAboveIt) {
   BOOL isFolder = NO;
   EXPECT_TRUE([files fileExistsAtPath:path("a/b/c") isDirectory:&isFolder]);
   EXPECT_TRUE(isFolder);
-  EXPECT_EQ(std::filesystem::status(folder + "/a").permissions(), std::filesystem::perms(0700));
+  EXPECT_EQ(std::filesystem::status(folder.path("a")).permissions(), std::filesystem::perms(0700));
 }
 
 TEST_F(NSFileManagerTest, FolderThatCannotBeMadeGivesTheSystemsErrors) {
@@ -70,7 +64,7 @@ TEST_F(NSFileManagerTest, LinkIsMadeReadAndNotOverwritten) {
                                         error:&error]);
   EXPECT_EQ(error.code, NSFileWriteFileExistsError);
   const auto text = "The file “link” couldn’t be saved in the folder “" +
-                    std::filesystem::path(folder).filename().string() +
+                    folder.path().filename().string() +
                     "” because a file with the same name already exists.";
   EXPECT_EQ(std::string(error.localizedDescription.UTF8String), text);
 }
