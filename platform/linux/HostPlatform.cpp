@@ -5,6 +5,7 @@
 #include "platform/Platform.h"
 #include "platform/linux/capture/ImageEncoder.h"
 #include "platform/linux/capture/ScreenCapture.h"
+#include "platform/linux/capture/VideoEncoder.h"
 #include "platform/linux/dispatch/Dispatch.h"
 #include "platform/linux/input/InputEvents.h"
 #include "platform/linux/system/Files.h"
@@ -55,6 +56,7 @@ class LinuxPlatform {
   LinuxImageEncoder imageEncoder;
   LinuxInputEvents inputEvents;
   LinuxScreenCapture screenCapture;
+  LinuxVideoEncoder videoEncoder;
   LinuxFiles files{LinuxFiles::executableOfProcess()};
   LinuxFlutter flutter;
   LinuxNotificationCenter notificationCenter;
@@ -71,7 +73,8 @@ class LinuxPlatform {
                .propertyList = propertyList,
                .screenCapture = screenCapture,
                .text = text,
-               .userDefaults = userDefaults};
+               .userDefaults = userDefaults,
+               .videoEncoder = videoEncoder};
 };
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "tests/fakes/FakeProcess.h"
 #include "tests/fakes/FakeScreenCapture.h"
 #include "tests/fakes/FakeSettings.h"
+#include "tests/fakes/FakeVideoEncoder.h"
 #include "tests/fakes/SimulatedDispatch.h"
 
 namespace quorvin::fakes {
@@ -46,6 +47,7 @@ struct FakeMachine {
   FakeScreenCapture screenCapture;
   FakeText text;
   FakeUserDefaults userDefaults;
+  FakeVideoEncoder videoEncoder;
   Platform platform{.application = application,
                     .dispatch = dispatch,
                     .files = files,
@@ -58,7 +60,8 @@ struct FakeMachine {
                     .propertyList = propertyList,
                     .screenCapture = screenCapture,
                     .text = text,
-                    .userDefaults = userDefaults};
+                    .userDefaults = userDefaults,
+                    .videoEncoder = videoEncoder};
 
   // Everything that was done against the contract of a fake.
   [[nodiscard]] std::vector<std::string> violations() const {
