@@ -27,8 +27,7 @@ CVPixelBufferRef makeBuffer(const PictureSize& size) {
   return buffer;
 }
 
-void fill(CVPixelBufferRef buffer, const PictureSize& size,
-          const ImageEncoderWorld::ColourAt& colourAt) {
+void fill(CVPixelBufferRef buffer, const PictureSize& size, const ColourAt& colourAt) {
   CVPixelBufferLockBaseAddress(buffer, 0);
   auto* const first = static_cast<std::uint8_t*>(CVPixelBufferGetBaseAddress(buffer));
   for (std::size_t y = 0; y < size.height; ++y) {
