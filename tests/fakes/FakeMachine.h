@@ -21,7 +21,7 @@ namespace quorvin::fakes {
 // granted, unattended access off.
 struct FakeMachine {
   explicit FakeMachine(std::uint64_t seed = 1, bool randomLeeway = false)
-      : dispatch(seed, randomLeeway), screenCapture(dispatch) {
+      : dispatch(seed, randomLeeway), screenCapture(dispatch), videoEncoder(dispatch) {
     screenCapture.setDisplays({std::make_shared<FakeDisplay>(1, 1440, 900)});
     inputEvents.displays[1] = {.isActive = true, .bounds = {{0, 0}, {1440, 900}}};
   }
@@ -67,6 +67,7 @@ struct FakeMachine {
   [[nodiscard]] std::vector<std::string> violations() const {
     auto all = process.violations;
     all.insert(all.end(), screenCapture.violations.begin(), screenCapture.violations.end());
+    all.insert(all.end(), videoEncoder.violations.begin(), videoEncoder.violations.end());
     return all;
   }
   void authorizeUnattended(const std::string& name) {
