@@ -5,7 +5,6 @@
 #include "platform/Platform.h"
 #include "platform/linux/capture/ImageEncoder.h"
 #include "platform/linux/capture/ScreenCapture.h"
-#include "platform/linux/capture/VideoEncoder.h"
 #include "platform/linux/dispatch/Dispatch.h"
 #include "platform/linux/input/InputEvents.h"
 #include "platform/linux/system/Files.h"
@@ -18,6 +17,7 @@
 #include "platform/linux/ui/Flutter.h"
 #include "platform/linux/ui/MainContext.h"
 #include "platform/linux/ui/NotificationCenter.h"
+#include "platform/linux/video/VideoEncoder.h"
 
 namespace quorvin {
 namespace {
