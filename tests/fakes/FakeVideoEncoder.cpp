@@ -93,9 +93,10 @@ FakeEncodedPicture FakeEncodedPicture::readFromEnd(std::span<const std::uint8_t>
 
 struct FakeVideoEncoder::SessionState {
   struct Waiting {
-    std::shared_ptr<PixelBuffer> picture;
+    std::shared_ptr<FakePixelBuffer> picture;
     MediaTime time;
     Output output;
+    bool usual;  // not made by a script
   };
 
   std::size_t number = 0;
@@ -105,10 +106,13 @@ struct FakeVideoEncoder::SessionState {
   std::deque<Waiting> waiting;
   std::optional<MediaTime> lastTime;
 
-  bool deliverOne() {
+  bool deliverOne(FakeVideoEncoder& owner) {
     if (waiting.empty()) return false;
     const auto oldest = std::move(waiting.front());
     waiting.pop_front();
+    if (oldest.usual) {
+      owner.newestContent = std::max(owner.newestContent, oldest.picture->content);
+    }
     receiver->compressionDidOutput(oldest.output.status, oldest.output.sample.get());
     return true;
   }
@@ -165,16 +169,17 @@ class FakeVideoEncoder::Session final : public CompressionSession {
 EncoderStatus FakeVideoEncoder::Session::encodeFrame(const std::shared_ptr<PixelBuffer>& picture,
                                                      MediaTime time,
                                                      std::optional<MediaTime> duration) {
-  const auto* known = dynamic_cast<const FakePixelBuffer*>(picture.get());
+  const auto known = std::dynamic_pointer_cast<FakePixelBuffer>(picture);
   if (known == nullptr) return parameterError;
   const auto call = "encode " + std::to_string(known->content) + " at " + describe(time);
   if (!used(duration ? call + " for " + describe(*duration) : call)) return invalidSession;
   checkPicture(*known, time);
   if (owner.whileEncoding) owner.whileEncoding();
   if (owner.encodeStatus != 0) return owner.encodeStatus;
-  state->waiting.push_back(
-      {picture, time,
-       owner.script ? owner.script(*known) : Output{0, FakeEncodedSample::of(*known)}});
+  const bool usual = !owner.script;
+  state->waiting.push_back({known, time,
+                            usual ? Output{0, FakeEncodedSample::of(*known)} : owner.script(*known),
+                            usual});
   bringOut();
   return 0;
 }
@@ -191,10 +196,11 @@ void FakeVideoEncoder::Session::checkPicture(const FakePixelBuffer& picture, Med
 }
 
 void FakeVideoEncoder::Session::bringOut() {
-  if (owner.delivery == Delivery::atOnce) state->deliverOne();
+  if (owner.delivery == Delivery::atOnce) state->deliverOne(owner);
   if (owner.delivery == Delivery::later) {
     // Whichever of these tasks runs first, the oldest picture comes out first.
-    owner.dispatch.systemThreads().async([state = state] { state->deliverOne(); });
+    owner.dispatch.systemThreads().async(
+        [state = state, &owner = owner] { state->deliverOne(owner); });
   }
 }
 
@@ -203,7 +209,7 @@ EncoderStatus FakeVideoEncoder::Session::completeFrames(std::optional<MediaTime>
   if (owner.whileCompleting) owner.whileCompleting();
   while (!state->waiting.empty() &&
          (!until || seconds(state->waiting.front().time) <= seconds(*until))) {
-    state->deliverOne();
+    state->deliverOne(owner);
   }
   return 0;
 }
@@ -230,7 +236,7 @@ bool FakeVideoEncoder::deliverNext() {
       std::ranges::find_if(sessions, [](const auto& state) { return !state->waiting.empty(); });
   if (found == sessions.end()) return false;
   const auto held = *found;
-  return held->deliverOne();
+  return held->deliverOne(*this);
 }
 
 std::size_t FakeVideoEncoder::waiting() const {

@@ -94,7 +94,8 @@ class FakeVideoEncoder final : public VideoEncoder {
   // "1: realTime = true", "1: prepare", "1: encode 42 at 7/30", "1: complete", "1: invalidate",
   // "1: gone".
   std::vector<std::string> calls;
-  std::size_t letGoAtWork = 0;  // sessions that were let go without an invalidation
+  std::size_t letGoAtWork = 0;      // sessions that were let go without an invalidation
+  std::uint32_t newestContent = 0;  // the highest of what came out as usual samples
   std::vector<std::string> violations;
 
   CompressionSessionResult createSession(std::int32_t width, std::int32_t height, VideoCodec codec,
