@@ -19,7 +19,7 @@
 namespace quorvin {
 
 // What came out of a session.
-class RecordingOutput final : public CompressionOutput {
+class RecordingCompressionOutput final : public CompressionOutput {
  public:
   struct Output {
     EncoderStatus status = 0;
@@ -89,7 +89,7 @@ class CompressionTest : public standin::StandInTest {
     return calls.empty() ? std::vector<std::string>() : calls.back().arguments;
   }
 
-  RecordingOutput output;
+  RecordingCompressionOutput output;
   MacVideoEncoder encoder;
 };
 

@@ -111,7 +111,7 @@ TEST_F(VideoEncoderTest, HasNobodyToHandSamplesToWithoutAReceiver) {
 }
 
 TEST_F(VideoEncoderTest, KeepsSessionsApart) {
-  RecordingOutput other;
+  RecordingCompressionOutput other;
   const auto first = makeSession();
   const auto second = create({}, &other).session;
   EXPECT_EQ(encode(*first, 1), 0);
