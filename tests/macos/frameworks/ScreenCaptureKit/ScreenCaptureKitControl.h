@@ -103,7 +103,8 @@ class CaptureStream {
   // Pictures of this stream that somebody still holds.
   [[nodiscard]] virtual std::size_t picturesHeld() const = 0;
 
-  // Delivers a sample to the outputs of its type. False if it was dropped: the stream does not run, or as many pictures are held as its queue is deep.
+  // Delivers a sample to the outputs of its type. False if it was dropped: the stream does not run,
+  // or as many pictures are held as its queue is deep.
   virtual bool sendSample(const SampleScript& script) = 0;
   // Ends the stream by the system's will and tells the delegate on a system thread.
   virtual void stopWithError(const ErrorScript& error) = 0;
