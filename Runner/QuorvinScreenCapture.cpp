@@ -46,6 +46,30 @@ QuorvinScreenCapture::QuorvinScreenCapture(Platform& platform, OnStop onStop, Em
       lastSampleAt(platform.dispatch.uptimeNanoseconds()),
       onStop(std::move(onStop)) {}
 
+std::shared_ptr<QuorvinScreenCapture> QuorvinScreenCapture::make(Platform& platform, OnStop onStop,
+                                                                 EmitFrame emitFrame) {
+  struct Ownership {
+    explicit Ownership(std::shared_ptr<QuorvinScreenCapture> owned) : capture(std::move(owned)) {}
+    Ownership(const Ownership&) = delete;
+    Ownership& operator=(const Ownership&) = delete;
+    ~Ownership() { capture->abandon(); }
+    std::shared_ptr<QuorvinScreenCapture> capture;
+  };
+  const auto ownership = std::make_shared<Ownership>(
+      std::make_shared<QuorvinScreenCapture>(platform, std::move(onStop), std::move(emitFrame)));
+  return {ownership, ownership->capture.get()};
+}
+
+void QuorvinScreenCapture::abandon() {
+  // Weakly: without an encoder the capture ends right here.
+  captureQueue->async([weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (self == nullptr) return;
+    self->markStopped();  // or a sample on its way would have a new encoder made
+    self->dropH264Encoder();
+  });
+}
+
 void QuorvinScreenCapture::start(Completion completion) {
   const auto preferredDisplay = platform.screenCapture.mainScreenNumber();
   platform.screenCapture.getShareableContent(
@@ -109,10 +133,13 @@ void QuorvinScreenCapture::configure(const PictureSettings& newSettings, Complet
   if (isStopped()) return completion(captureStoppedError());
 
   captureQueue->async([weak = weak_from_this(), newSettings] {
-    if (auto self = weak.lock()) {
+    const auto self = weak.lock();
+    if (self == nullptr) return;
+    {
       const std::lock_guard lock(self->sharedLock);
       self->settings = newSettings;
     }
+    self->dropH264Encoder();  // the next picture makes one with the new settings
   });
   const auto running = heldStream();
   if (running == nullptr) return completion(std::nullopt);
@@ -136,9 +163,12 @@ void QuorvinScreenCapture::configure(const PictureSettings& newSettings, Complet
 
 void QuorvinScreenCapture::stop() {
   markStopped();
-  // Held strongly: the timer belongs to the capture queue and must be taken down there, even when
-  // the owner lets go of the capture right after this call.
-  captureQueue->async([self = shared_from_this()] { self->cancelSampleWatchdog(); });
+  // Held strongly: encoder and timer belong to the capture queue and must be taken down there, even
+  // when the owner lets go of the capture right after this call.
+  captureQueue->async([self = shared_from_this()] {
+    self->dropH264Encoder();
+    self->cancelSampleWatchdog();
+  });
   if (const auto running = takeStream()) running->stopCapture({});
 }
 
@@ -151,6 +181,7 @@ void QuorvinScreenCapture::streamDidStopWithError(const Error& error) {
 void QuorvinScreenCapture::endAfterSystemStop(const Error& error) {
   const auto ended = takeStream();
   const bool endedHere = markStopped();
+  // The encoder stays: it goes when the owner lets go of the capture.
   captureQueue->async([weak = weak_from_this()] {
     if (auto self = weak.lock()) self->cancelSampleWatchdog();
   });
@@ -186,6 +217,7 @@ void QuorvinScreenCapture::watchdogTick() {
   if (!stalled() || !markStopped()) return;
   const auto silent = takeStream();
   cancelSampleWatchdog();
+  dropH264Encoder();
   if (silent != nullptr) silent->stopCapture({});
   onStop(captureStalledError());
 }
@@ -201,12 +233,42 @@ void QuorvinScreenCapture::streamDidOutputSample(const CaptureSample& sample,
   const auto picture = sample.imageBuffer();
   if (picture == nullptr) return;
 
-  if (requestedCodec() == "h264") {
-    // No H.264 encoder can be made: JPEG it is, until the next configure.
+  if (requestedCodec() == "h264" && encodeH264(picture, sample.presentationTimeStamp())) return;
+  encodeJPEG(*picture);
+}
+
+bool QuorvinScreenCapture::encodeH264(const std::shared_ptr<PixelBuffer>& picture,
+                                      MediaTime presentationTimeStamp) {
+  const auto width = static_cast<std::int64_t>(picture->widthPx());
+  const auto height = static_cast<std::int64_t>(picture->heightPx());
+  if (h264Encoder == nullptr || h264Encoder->width != width || h264Encoder->height != height) {
+    dropH264Encoder();  // first, so that the old one's last payloads come before any of the new
+    makeH264Encoder(width, height);
+  }
+  if (h264Encoder == nullptr) return false;
+  h264Encoder->encode(picture, presentationTimeStamp);
+  return true;
+}
+
+void QuorvinScreenCapture::makeH264Encoder(std::int64_t width, std::int64_t height) {
+  const auto current = currentSettings();
+  try {
+    // The sink holds the capture strongly: there is one for as long as anything can come out.
+    h264Encoder = std::make_shared<QuorvinH264Encoder>(
+        platform.videoEncoder, width, height, current.fps, current.bitrateMbps,
+        [self = shared_from_this()](Data payload) { self->deliverLatest(std::move(payload)); });
+  } catch (const Error&) {
+    // JPEG it is, for this picture and until the next configure, without a word.
     const std::lock_guard lock(sharedLock);
     settings.codec = "jpeg";
   }
-  encodeJPEG(*picture);
+}
+
+void QuorvinScreenCapture::dropH264Encoder() {
+  assert(captureQueue->isCurrent());
+  if (h264Encoder == nullptr) return;
+  h264Encoder->end();
+  h264Encoder.reset();
 }
 
 void QuorvinScreenCapture::encodeJPEG(const PixelBuffer& picture) {

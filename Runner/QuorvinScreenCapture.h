@@ -8,6 +8,7 @@
 #include <string>
 
 #include "Runner/PictureSettings.h"
+#include "Runner/QuorvinH264Encoder.h"
 #include "platform/Platform.h"
 
 namespace quorvin {
@@ -16,8 +17,8 @@ namespace quorvin {
 // turns each complete sample into a payload and hands on only the newest; ends by itself when the
 // system stops the stream or no sample arrives for six seconds.
 //
-// Owned by the host bridge through a shared_ptr; everything deferred holds the capture weakly,
-// except where a comment says why not. Once it has ended it cannot be started again.
+// Owned by the host bridge through what `make` returns; everything deferred holds the capture
+// weakly, except where a comment says why not. Once it has ended it cannot be started again.
 class QuorvinScreenCapture final : public StreamOutput,
                                    public StreamDelegate,
                                    public std::enable_shared_from_this<QuorvinScreenCapture> {
@@ -30,6 +31,11 @@ class QuorvinScreenCapture final : public StreamOutput,
 
   QuorvinScreenCapture();  // not available: stops the process
   QuorvinScreenCapture(Platform& platform, OnStop onStop, EmitFrame emitFrame);
+  // A capture for an owner who may let go of it without a stop. An encoder at work holds its
+  // capture, so that the last owner's reference has to end more than itself: the encoder goes with
+  // it, on the capture queue, and the capture after that. Main thread, also for letting go.
+  [[nodiscard]] static std::shared_ptr<QuorvinScreenCapture> make(Platform& platform, OnStop onStop,
+                                                                  EmitFrame emitFrame);
 
   // Main thread. The completion comes on the main thread or on one of the system's.
   void start(Completion completion);
@@ -62,9 +68,15 @@ class QuorvinScreenCapture final : public StreamOutput,
   void watchdogTick();
   void cancelSampleWatchdog();
   [[nodiscard]] bool stalled();
+  // False when there is no encoder to be had.
+  [[nodiscard]] bool encodeH264(const std::shared_ptr<PixelBuffer>& picture,
+                                MediaTime presentationTimeStamp);
+  void makeH264Encoder(std::int64_t width, std::int64_t height);
+  void dropH264Encoder();
   void encodeJPEG(const PixelBuffer& picture);
 
   // Any thread.
+  void abandon();
   void deliverLatest(Data payload);
   [[nodiscard]] bool isStopped();
   // Sets the stopped flag and drops the pending frame; true when the flag was not set before.
@@ -82,8 +94,9 @@ class QuorvinScreenCapture final : public StreamOutput,
   std::shared_ptr<ScreenStream> stream;
   PictureSettings settings;  // written on the capture queue only
 
-  std::unique_ptr<DispatchTimer> sampleWatchdog;  // capture queue
-  std::uint64_t lastSampleAt = 0;                 // uptime nanoseconds; capture queue
+  std::unique_ptr<DispatchTimer> sampleWatchdog;    // capture queue
+  std::uint64_t lastSampleAt = 0;                   // uptime nanoseconds; capture queue
+  std::shared_ptr<QuorvinH264Encoder> h264Encoder;  // capture queue
 
   std::optional<DisplayID> capturedDisplayID;  // main thread, like the two sizes, in points
   std::int64_t displayWidth = 0;

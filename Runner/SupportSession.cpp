@@ -70,7 +70,7 @@ std::shared_ptr<QuorvinScreenCapture> QuorvinHostBridge::makeCapture(std::int64_
       if (auto bridge = weak.lock()) bridge->sendFrame(generation, frame);
     });
   };
-  return std::make_shared<QuorvinScreenCapture>(platform, std::move(onStop), std::move(emitFrame));
+  return QuorvinScreenCapture::make(platform, std::move(onStop), std::move(emitFrame));
 }
 
 void QuorvinHostBridge::startCompleted(std::int64_t generation,

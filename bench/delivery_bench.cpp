@@ -80,7 +80,8 @@ void deliverOneFrame(benchmark::State& state) {
                     .propertyList = machine.propertyList,
                     .screenCapture = machine.screenCapture,
                     .text = machine.text,
-                    .userDefaults = machine.userDefaults};
+                    .userDefaults = machine.userDefaults,
+                    .videoEncoder = machine.videoEncoder};
   std::size_t delivered = 0;
   const auto capture = std::make_shared<QuorvinScreenCapture>(
       platform, [](const Error&) {}, [&](const Data& frame) { delivered += frame.size(); });

@@ -12,6 +12,7 @@
 #include "platform/ScreenCapture.h"
 #include "platform/Text.h"
 #include "platform/UserDefaults.h"
+#include "platform/VideoEncoder.h"
 
 namespace quorvin {
 
@@ -31,6 +32,7 @@ struct Platform {
   ScreenCapture& screenCapture;
   Text& text;
   UserDefaults& userDefaults;
+  VideoEncoder& videoEncoder;
 };
 
 // Defined by the linked back end. Main thread; the same object at every call.

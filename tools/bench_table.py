@@ -20,6 +20,7 @@ FLOORS = {
     "decodeFrameEvent": "copyIntoFreshMemory",
     "readFrameFromStream": "copyIntoFreshMemory",
     "deliverOneFrame": "twoLocksAndOneTask",
+    "buildPayload": "copyPicture",
     "changeToPayloadAtLink": "bareFetchAndEncode",
 }
 

@@ -19,6 +19,7 @@
 #include "platform/linux/ui/Flutter.h"
 #include "platform/linux/ui/MainContext.h"
 #include "platform/linux/ui/NotificationCenter.h"
+#include "platform/linux/video/VideoEncoder.h"
 
 namespace quorvin {
 namespace {
@@ -62,6 +63,7 @@ class LinuxPlatform {
   GuardianJournal inputJournal{mainContext.get(), besideExecutable("quorvin-input-guardian")};
   LinuxInputEvents inputEvents{PermissionsEnvironment::fromEnvironment().display, inputJournal};
   LinuxScreenCapture screenCapture;
+  LinuxVideoEncoder videoEncoder;
   LinuxFiles files{LinuxFiles::executableOfProcess()};
   LinuxFlutter flutter;
   LinuxNotificationCenter notificationCenter;
@@ -78,7 +80,8 @@ class LinuxPlatform {
                .propertyList = propertyList,
                .screenCapture = screenCapture,
                .text = text,
-               .userDefaults = userDefaults};
+               .userDefaults = userDefaults,
+               .videoEncoder = videoEncoder};
 };
 
 }  // namespace

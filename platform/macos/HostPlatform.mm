@@ -12,6 +12,7 @@
 #import "platform/macos/ScreenCapture.h"
 #import "platform/macos/Text.h"
 #import "platform/macos/UserDefaults.h"
+#import "platform/macos/VideoEncoder.h"
 
 namespace quorvin {
 namespace {
@@ -30,6 +31,7 @@ struct MacPlatform {
   MacScreenCapture screenCapture;
   MacText text;
   MacUserDefaults userDefaults;
+  MacVideoEncoder videoEncoder;
   Platform all{.application = application,
                .dispatch = dispatch,
                .files = files,
@@ -42,7 +44,8 @@ struct MacPlatform {
                .propertyList = propertyList,
                .screenCapture = screenCapture,
                .text = text,
-               .userDefaults = userDefaults};
+               .userDefaults = userDefaults,
+               .videoEncoder = videoEncoder};
 };
 
 }  // namespace

@@ -1,38 +1,17 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <functional>
 #include <memory>
-#include <vector>
 
 #include "platform/ImageEncoder.h"
 #include "tests/contract/CaptureRecorders.h"
 #include "tests/contract/Contract.h"
+#include "tests/contract/DecodedPicture.h"
 
 namespace quorvin::contract {
-
-struct Colour {
-  std::uint8_t red = 0;
-  std::uint8_t green = 0;
-  std::uint8_t blue = 0;
-};
-
-// What an image file shows: rows from the top.
-struct DecodedPicture {
-  PictureSize size;
-  std::vector<Colour> pixels;
-
-  [[nodiscard]] Colour at(std::size_t x, std::size_t y) const {
-    return pixels.at(y * size.width + x);
-  }
-};
 
 // An encoder with pictures that it can encode.
 class ImageEncoderWorld {
  public:
-  using ColourAt = std::function<Colour(std::size_t x, std::size_t y)>;
-
   ImageEncoderWorld() = default;
   ImageEncoderWorld(const ImageEncoderWorld&) = delete;
   ImageEncoderWorld& operator=(const ImageEncoderWorld&) = delete;

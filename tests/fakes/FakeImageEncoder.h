@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -19,6 +20,7 @@ class FakeImageEncoder final : public ImageEncoder {
   std::function<void()> whileEncoding;  // what another thread does meanwhile
   std::size_t paddingBytes = 0;         // makes files larger
   std::vector<double> factors;          // of every request
+  std::uint32_t newestContent = 0;      // of the pictures encoded, the highest
   std::vector<bool> contexts;           // cacheIntermediates of every context made
 
   static Data file(std::uint32_t content, std::size_t paddingBytes = 0) {
@@ -53,7 +55,9 @@ class FakeImageEncoder final : public ImageEncoder {
       owner.factors.push_back(compressionFactor);
       if (owner.whileEncoding) owner.whileEncoding();
       if (owner.fails) return std::nullopt;
-      return file(static_cast<const FakePixelBuffer&>(picture).content, owner.paddingBytes);
+      const auto content = static_cast<const FakePixelBuffer&>(picture).content;
+      owner.newestContent = std::max(owner.newestContent, content);
+      return file(content, owner.paddingBytes);
     }
 
    private:

@@ -12,6 +12,7 @@
 #include "tests/fakes/FakeProcess.h"
 #include "tests/fakes/FakeScreenCapture.h"
 #include "tests/fakes/FakeSettings.h"
+#include "tests/fakes/FakeVideoEncoder.h"
 #include "tests/fakes/SimulatedDispatch.h"
 
 namespace quorvin::fakes {
@@ -20,7 +21,7 @@ namespace quorvin::fakes {
 // granted, unattended access off.
 struct FakeMachine {
   explicit FakeMachine(std::uint64_t seed = 1, bool randomLeeway = false)
-      : dispatch(seed, randomLeeway), screenCapture(dispatch) {
+      : dispatch(seed, randomLeeway), screenCapture(dispatch), videoEncoder(dispatch) {
     screenCapture.setDisplays({std::make_shared<FakeDisplay>(1, 1440, 900)});
     inputEvents.displays[1] = {.isActive = true, .bounds = {{0, 0}, {1440, 900}}};
   }
@@ -46,6 +47,7 @@ struct FakeMachine {
   FakeScreenCapture screenCapture;
   FakeText text;
   FakeUserDefaults userDefaults;
+  FakeVideoEncoder videoEncoder;
   Platform platform{.application = application,
                     .dispatch = dispatch,
                     .files = files,
@@ -58,12 +60,14 @@ struct FakeMachine {
                     .propertyList = propertyList,
                     .screenCapture = screenCapture,
                     .text = text,
-                    .userDefaults = userDefaults};
+                    .userDefaults = userDefaults,
+                    .videoEncoder = videoEncoder};
 
   // Everything that was done against the contract of a fake.
   [[nodiscard]] std::vector<std::string> violations() const {
     auto all = process.violations;
     all.insert(all.end(), screenCapture.violations.begin(), screenCapture.violations.end());
+    all.insert(all.end(), videoEncoder.violations.begin(), videoEncoder.violations.end());
     return all;
   }
   void authorizeUnattended(const std::string& name) {

@@ -89,6 +89,19 @@ void writePropertyLists(const std::filesystem::path& folder) {
   write(folder, "binary", Bytes(binary.begin(), binary.end()));
 }
 
+void writeUnits(const std::filesystem::path& folder) {
+  // The first byte chooses the parameter sets: none, or both of two bytes in a key frame.
+  write(folder, "two-units", {0, 0, 0, 0, 2, 0x65, 1, 0, 0, 0, 1, 0x65});
+  write(folder, "key-frame", {0x57, 0x67, 1, 0x68, 2, 0, 0, 0, 3, 0x65, 1, 2});
+  write(folder, "stray-bytes", {0, 0, 0, 0, 1, 0x65, 0, 0, 1});
+  write(folder, "empty-unit", {0, 0, 0, 0, 1, 0x65, 0, 0, 0, 0});
+  write(folder, "past-the-end", {0, 0, 0, 0, 9, 0x65});
+  write(folder, "parameter-sets-alone", {0x57, 0x67, 1, 0x68, 2});
+  Bytes longUnit{0, 0, 0, 1, 44};
+  longUnit.resize(longUnit.size() + 300, 0x65);
+  write(folder, "long-unit", longUnit);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -103,6 +116,7 @@ int main(int argc, char** argv) {
     writeCallsAndEnvelopes(folder / "method_codec");
     writeStreams(folder / "link_frame");
     writePropertyLists(folder / "property_list");
+    writeUnits(folder / "h264_payload");
   } catch (const std::exception& error) {
     std::fprintf(stderr, "make_corpus: %s\n", error.what());
     return 1;

@@ -26,6 +26,11 @@ Value pictureSettings(bool valid) {
              {"queue_depth", 2}};
 }
 
+std::uint32_t contentOf(const Data& frame) {
+  if (frame.bytes()[0] != 'Q') return fakes::FakeImageEncoder::contentOf(frame);
+  return fakes::FakeEncodedPicture::readFromEnd(frame.bytes()).content;
+}
+
 std::string describe(const FlutterReply& reply) {
   if (const auto* error = std::get_if<FlutterError>(&reply)) return error->code;
   return std::holds_alternative<Value>(reply) ? "success" : "not implemented";
@@ -108,6 +113,8 @@ void SessionWorld::addActions() {
             [&] { machine.dispatch.advance(machine.dispatch.random(9000) * millisecond); });
   addAction("no encoder", sometimes(1), [&] { machine.imageEncoder.fails = true; });
   addAction("encoder", 2, [&] { machine.imageEncoder.fails = false; });
+  addAction("no video encoder", sometimes(1), [&] { machine.videoEncoder.makesSessions = false; });
+  addAction("video encoder", 2, [&] { machine.videoEncoder.makesSessions = true; });
   addAction("revoke", sometimes(1), [&] { machine.permissions.accessibility = false; });
   addAction("grant", 2, [&] { machine.permissions.accessibility = true; });
 }
@@ -160,6 +167,7 @@ void SessionWorld::settle() {
   for (const auto& stream : capture.streams) {
     if (!stream.expired()) fail("no stream outlives the bridge");
   }
+  if (machine.videoEncoder.sessionsAtWork() > 0) fail("no video encoder outlives the bridge");
 }
 
 void SessionWorld::call(const std::string& method, Value arguments) {
@@ -230,7 +238,7 @@ void SessionWorld::receive(const FlutterEvent& event) {
 }
 
 void SessionWorld::receiveFrame(const Data& frame) {
-  const auto content = fakes::FakeImageEncoder::contentOf(frame);
+  const auto content = contentOf(frame);
   note("frame " + std::to_string(content));
   if (!liveSession || static_cast<int>(content / framesPerSession) != *liveSession) {
     fail("no frame arrives from a session that has ended");
@@ -259,8 +267,10 @@ void SessionWorld::sendSample(fakes::FakeStream& stream) {
   if (!session) return;
   static_assert(framesPerSession > 10'000, "more than a run can send");
   const auto number = static_cast<std::uint32_t>(outcome.trace.size());
-  stream.send(
-      FakeSample::complete(static_cast<std::uint32_t>(*session * framesPerSession) + number));
+  const auto sample =
+      FakeSample::complete(static_cast<std::uint32_t>(*session * framesPerSession) + number);
+  sample->presentationTime = {number, 30};
+  stream.send(sample);
 }
 
 std::optional<int> SessionWorld::sessionOf(const DispatchQueue* captureQueue) const {

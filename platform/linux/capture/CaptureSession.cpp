@@ -21,10 +21,11 @@ CaptureSession::CaptureSession(const CaptureTarget& target, const CaptureSetting
                                std::shared_ptr<CaptureCounters> counters, CaptureTime now)
     : connection(target.server),
       extensions(X11Extensions::negotiate(connection)),
+      wakeup(std::move(wakeup)),
       counters(std::move(counters)),
       display(connection, extensions, target.display),
       reader(connection, chooseTransport(connection, extensions), this->counters),
-      composer(reader, !extensions.damage.has_value(), std::move(wakeup)),
+      composer(reader, !extensions.damage.has_value(), this->wakeup),
       pacer(now, settings.frameInterval) {
   if (extensions.damage) damage.emplace(connection, extensions);
   configure(settings);
@@ -46,7 +47,7 @@ CaptureStep CaptureSession::step(CaptureTime now) {
   handleEvents();
   followDisplay(now);
   const bool canCapture = display.isPresent() && composer.canCompose();
-  const auto decision = pacer.decide(now, hasNews(), canCapture);
+  const auto decision = pacer.decide(now, hasNews(now), canCapture);
   CaptureStep result{CaptureStep::Outcome::nothing, {}, now, now};
   switch (decision.action) {
     case CapturePacer::Action::look:
@@ -60,7 +61,11 @@ CaptureStep CaptureSession::step(CaptureTime now) {
     case CapturePacer::Action::wait:
       // Waiting for a reply may have read further events off the connection, which then no longer
       // makes its descriptor readable.
-      if (!drainEvents()) result.wakeAt = std::min(decision.wakeAt, display.deadline());
+      if (!drainEvents()) {
+        result.wakeAt = std::min(decision.wakeAt, display.deadline());
+        // One that is due already waits for what the decision waits for.
+        if (const auto due = repeatDueAt(); due > now) result.wakeAt = std::min(result.wakeAt, due);
+      }
       break;
   }
   xcb_flush(connection.get());
@@ -99,8 +104,13 @@ void CaptureSession::applyDisplay() {
   pictureDue = true;
 }
 
-bool CaptureSession::hasNews() const {
-  return pictureDue || (damage && damage->isPending()) || (pointer && pointer->isPending());
+bool CaptureSession::hasNews(CaptureTime now) const {
+  return pictureDue || repeatDueAt() <= now || (damage && damage->isPending()) ||
+         (pointer && pointer->isPending());
+}
+
+CaptureTime CaptureSession::repeatDueAt() const {
+  return repeat ? repeat->dueAt() : CaptureTime::max();
 }
 
 std::optional<std::chrono::nanoseconds> CaptureSession::pollInterval() const {
@@ -115,15 +125,22 @@ std::shared_ptr<CapturedPixelBuffer> CaptureSession::look(CaptureTime now) {
   // Both are asked in any case, since asking also takes note of the answer.
   const bool isScreenNew = screenChanged();
   const bool isCursorNew = cursorChanged();
-  if (!isScreenNew && !isCursorNew && !pictureDue) {
+  const bool isNew = isScreenNew || isCursorNew || pictureDue;
+  if (!isNew && repeatDueAt() > now) {
     pacer.lookedInVain(now);
     return {};
   }
+  return takePicture(now, !isNew);
+}
+
+std::shared_ptr<CapturedPixelBuffer> CaptureSession::takePicture(CaptureTime now, bool isRepeat) {
   auto picture = composer.compose(cursor);
   pacer.captured(now);
   pictureDue = !picture;
   if (picture) {
     unreadableSince.reset();
+    repeat = std::make_shared<PictureRepeat>(now, isRepeat, wakeup);
+    picture->setRepeat(repeat);
   } else {
     pictureFailed(now);
   }

@@ -50,15 +50,18 @@ class CaptureSession {
   [[nodiscard]] bool drainEvents();
   void followDisplay(CaptureTime now);
   void applyDisplay();
-  [[nodiscard]] bool hasNews() const;
+  [[nodiscard]] bool hasNews(CaptureTime now) const;
+  [[nodiscard]] CaptureTime repeatDueAt() const;
   [[nodiscard]] std::optional<std::chrono::nanoseconds> pollInterval() const;
   [[nodiscard]] std::shared_ptr<CapturedPixelBuffer> look(CaptureTime now);
+  [[nodiscard]] std::shared_ptr<CapturedPixelBuffer> takePicture(CaptureTime now, bool isRepeat);
   [[nodiscard]] bool screenChanged();
   [[nodiscard]] bool cursorChanged();
   void pictureFailed(CaptureTime now);
 
   X11Connection connection;
   X11Extensions extensions;
+  std::shared_ptr<CaptureWakeup> wakeup;
   std::shared_ptr<CaptureCounters> counters;
   CaptureSettings settings;
   X11DisplayFollower display;
@@ -69,6 +72,7 @@ class CaptureSession {
   CapturePacer pacer;
   std::optional<CursorPlacer> placer;
   std::optional<CursorPlacement> cursor;  // as last drawn
+  std::shared_ptr<PictureRepeat> repeat;  // of the newest picture; older ones are out of date
   bool pictureDue = true;
   std::optional<CaptureTime> unreadableSince;
 };

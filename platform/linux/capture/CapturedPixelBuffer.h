@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/ScreenCapture.h"
+#include "platform/linux/capture/PictureRepeat.h"
 
 namespace quorvin {
 
@@ -25,12 +26,21 @@ class CapturedPixelBuffer : public PixelBuffer {
   [[nodiscard]] const std::uint8_t* data() const { return pixels; }
   [[nodiscard]] std::size_t strideBytes() const { return stride; }
 
+  // Before anybody else has the picture.
+  void setRepeat(std::shared_ptr<PictureRepeat> newRepeat) { repeat = std::move(newRepeat); }
+  [[nodiscard]] bool isRepeat() const { return repeat && repeat->isRepeat(); }
+  // Does nothing for a picture that is of no stream.
+  void askForRepeat(std::chrono::nanoseconds after) const {
+    if (repeat) repeat->ask(after);
+  }
+
  private:
   std::shared_ptr<const void> owner;
   const std::uint8_t* pixels;
   std::size_t width;
   std::size_t height;
   std::size_t stride;
+  std::shared_ptr<PictureRepeat> repeat;
 };
 
 }  // namespace quorvin

@@ -170,7 +170,8 @@ class InstallKillTest : public testing::TestWithParam<bool> {
                       .propertyList = propertyList,
                       .screenCapture = machine.screenCapture,
                       .text = text,
-                      .userDefaults = defaults};
+                      .userDefaults = defaults,
+                      .videoEncoder = machine.videoEncoder};
     try {
       work(platform);
     } catch (const Error&) {

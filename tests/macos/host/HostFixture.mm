@@ -8,6 +8,7 @@
 #import <CoreImage/CoreImageControl.h>
 #import <Foundation/FoundationControl.h>
 #import <SystemConfiguration/SystemConfigurationControl.h>
+#import <VideoToolbox/VideoToolboxControl.h>
 
 #include <array>
 #include <cstdlib>
@@ -36,6 +37,7 @@ void resetMachine() {
   standin::resetScreenCaptureKit();
   standin::resetScreens();
   standin::resetSystemConfiguration();
+  standin::resetVideoToolbox();
 }
 
 ApplicationFactories programFactories(Platform& platform) {
@@ -70,6 +72,7 @@ void HostFixture::TearDown() {
     EXPECT_FALSE(stream->isAlive());
     EXPECT_EQ(stream->picturesHeld(), 0U);
   }
+  EXPECT_EQ(standin::liveCompressionSessions(), 0U);
   resetMachine();
   StandInTest::TearDown();
 }

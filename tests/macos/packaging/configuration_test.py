@@ -103,6 +103,7 @@ class Configuration(unittest.TestCase):
         for framework in (
             "FlutterMacOS",
             "ScreenCaptureKit",
+            "CoreMedia",
             "VideoToolbox",
             Path(PLUGINS[0]).stem,
         ):

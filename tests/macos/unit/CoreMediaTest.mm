@@ -67,9 +67,11 @@ TEST_F(CoreMediaTest, RefusesEveryUseOfAReleasedSample) {
   }
   EXPECT_FALSE(CMSampleBufferIsValid(gone));
   EXPECT_EQ(CMSampleBufferGetImageBuffer(gone), nullptr);
+  EXPECT_EQ(CMSampleBufferGetDataBuffer(gone), nullptr);
+  EXPECT_EQ(CMSampleBufferGetFormatDescription(gone), nullptr);
   EXPECT_EQ(CMSampleBufferGetSampleAttachmentsArray(gone, true), nullptr);
   EXPECT_EQ(CMSampleBufferGetPresentationTimeStamp(gone).value, 0);
-  EXPECT_THAT(takeViolations(), SizeIs(4));
+  EXPECT_THAT(takeViolations(), SizeIs(6));
 }
 
 }  // namespace

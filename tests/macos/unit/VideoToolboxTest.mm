@@ -155,16 +155,18 @@ TEST_F(VideoToolboxTest, TakesPropertiesOfTheirTypes) {
               noErr);
     EXPECT_EQ(set(kVTCompressionPropertyKey_ExpectedFrameRate, @30), noErr);
     EXPECT_EQ(set(kVTCompressionPropertyKey_AverageBitRate, @8000000LL), noErr);
-    EXPECT_EQ(set(kVTCompressionPropertyKey_MaxKeyFrameInterval, @1), noErr);
+    EXPECT_EQ(set(kVTCompressionPropertyKey_MaxKeyFrameInterval, @1.0), noErr);
   }
   std::vector<std::string> settings;
   for (const auto& call : callsOf("VTSessionSetProperty")) {
     settings.push_back(call.arguments[0] + " = " + call.arguments[1]);
   }
-  EXPECT_THAT(settings, ElementsAre("RealTime = true", "AllowFrameReordering = false",
-                                    "AllowTemporalCompression = default",
-                                    "ProfileLevel = H264_Main_AutoLevel", "ExpectedFrameRate = 30",
-                                    "AverageBitRate = 8000000", "MaxKeyFrameInterval = 1"));
+  EXPECT_THAT(
+      settings,
+      ElementsAre("RealTime = true", "AllowFrameReordering = false",
+                  "AllowTemporalCompression = default", "ProfileLevel = H264_Main_AutoLevel",
+                  "ExpectedFrameRate = 30 (SInt32)", "AverageBitRate = 8000000 (SInt64)",
+                  "MaxKeyFrameInterval = 1 (another type)"));
   end();
 }
 
@@ -187,6 +189,20 @@ TEST_F(VideoToolboxTest, DoesNotKnowEveryProperty) {
     setPropertyStatus("RealTime", kVTPropertyNotSupportedErr);
     EXPECT_EQ(set(kVTCompressionPropertyKey_RealTime, @YES), kVTPropertyNotSupportedErr);
   }
+  end();
+}
+
+TEST_F(VideoToolboxTest, FailsTheCallsThatTheTestSays) {
+  ASSERT_EQ(create(), noErr);
+  holdEncodedFrames();
+  EXPECT_EQ(encode(1), noErr);
+  setCallStatus("VTCompressionSessionPrepareToEncodeFrames", kVTVideoEncoderMalfunctionErr);
+  setCallStatus("VTCompressionSessionEncodeFrame", kVTParameterErr);
+  setCallStatus("VTCompressionSessionCompleteFrames", kVTInvalidSessionErr);
+  EXPECT_EQ(VTCompressionSessionPrepareToEncodeFrames(session), kVTVideoEncoderMalfunctionErr);
+  EXPECT_EQ(encode(2), kVTParameterErr);
+  EXPECT_EQ(VTCompressionSessionCompleteFrames(session, kCMTimeInvalid), kVTInvalidSessionErr);
+  EXPECT_THAT(outputs.list, IsEmpty());
   end();
 }
 

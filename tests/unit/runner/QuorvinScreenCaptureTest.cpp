@@ -3,72 +3,19 @@
 
 #include <memory>
 #include <optional>
-#include <vector>
 
-#include "Runner/QuorvinScreenCapture.h"
-#include "tests/fakes/FakeMachine.h"
+#include "tests/unit/runner/ScreenCaptureTest.h"
 
 namespace quorvin {
 namespace {
 
 using fakes::FakeDisplay;
 using fakes::FakeImageEncoder;
-using fakes::FakeMachine;
 using fakes::FakeSample;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr std::uint64_t second = 1'000'000'000;
-
-// The answer to one operation: how often it came and with which error last.
-struct Answer {
-  int count = 0;
-  std::optional<Error> error;
-
-  [[nodiscard]] Completion completion() {
-    return [this](const std::optional<Error>& result) {
-      ++count;
-      error = result;
-    };
-  }
-};
-
-class ScreenCaptureTest : public testing::Test {
- protected:
-  ~ScreenCaptureTest() override {
-    capture.reset();
-    machine.dispatch.runUntilIdle();
-    EXPECT_THAT(machine.violations(), IsEmpty());
-  }
-
-  void start() {
-    capture->start(startAnswer.completion());
-    machine.dispatch.runUntilIdle();
-  }
-  void send(const std::shared_ptr<FakeSample>& sample) {
-    stream()->send(sample);
-    machine.dispatch.runUntilIdle();
-  }
-  std::shared_ptr<fakes::FakeStream> stream() { return machine.screenCapture.newestStream(); }
-  std::vector<std::uint32_t> emittedContents() {
-    std::vector<std::uint32_t> contents;
-    for (const auto& frame : emitted) contents.push_back(FakeImageEncoder::contentOf(frame));
-    return contents;
-  }
-
-  FakeMachine machine;
-  std::vector<Error> stops;
-  std::vector<Data> emitted;
-  bool emittedOffMain = false;
-  Answer startAnswer;
-  Answer configureAnswer;
-  std::shared_ptr<QuorvinScreenCapture> capture = std::make_shared<QuorvinScreenCapture>(
-      machine.platform, [this](const Error& error) { stops.push_back(error); },
-      [this](Data frame) {
-        emitted.push_back(std::move(frame));
-        emittedOffMain |= !machine.dispatch.mainQueue()->isCurrent();
-      });
-};
 
 TEST(ScreenCaptureDeathTest, HasNoParameterlessInitializer) {
   EXPECT_DEATH(QuorvinScreenCapture(),
@@ -270,7 +217,7 @@ TEST_F(ScreenCaptureTest, ANewStartReplacesTheWatchdog) {
 
 TEST_F(ScreenCaptureTest, LivesOnAfterAStopUntilItsTimerIsTakenDown) {
   start();
-  const std::weak_ptr<QuorvinScreenCapture> weak = capture;
+  const auto weak = capture->weak_from_this();
   capture->stop();
   capture.reset();
   EXPECT_FALSE(weak.expired());
@@ -424,28 +371,6 @@ TEST_F(ScreenCaptureTest, DropsASampleThatCannotBeEncoded) {
   machine.imageEncoder.fails = false;
   send(FakeSample::complete(2));
   EXPECT_THAT(emittedContents(), ElementsAre(2U));
-}
-
-TEST_F(ScreenCaptureTest, FallsBackToJPEGForGoodWhenNoH264EncoderCanBeMade) {
-  start();
-  auto settings = PictureSettings();
-  settings.codec = "h264";
-  capture->configure(settings, configureAnswer.completion());
-  machine.dispatch.runUntilIdle();
-  EXPECT_EQ(capture->requestedCodec(), "h264");
-  send(FakeSample::complete(1));
-  EXPECT_THAT(emittedContents(), ElementsAre(1U)) << "the very same sample arrives as JPEG";
-  EXPECT_EQ(capture->requestedCodec(), "jpeg");
-}
-
-TEST_F(ScreenCaptureTest, TakesAnyOtherCodecNameForJPEG) {
-  start();
-  auto settings = PictureSettings();
-  settings.codec = "H264";
-  capture->configure(settings, configureAnswer.completion());
-  send(FakeSample::complete(1));
-  EXPECT_EQ(emitted.size(), 1U);
-  EXPECT_EQ(capture->requestedCodec(), "H264");
 }
 
 // ---- the newest frame ----

@@ -1,48 +1,15 @@
 #import <AppKit/AppKit.h>
-#import <CoreVideo/CoreVideo.h>
 
 #include <cmath>
 #include <memory>
 #include <stdexcept>
 
 #include "platform/macos/ImageEncoder.h"
-#include "platform/macos/PixelBuffer.h"
 #include "tests/contract/ImageEncoderContract.h"
+#include "tests/macos/contract/mac/MacPictures.h"
 
 namespace quorvin::contract {
 namespace {
-
-class ForeignPixelBuffer final : public PixelBuffer {
- public:
-  [[nodiscard]] std::size_t widthPx() const override { return 8; }
-  [[nodiscard]] std::size_t heightPx() const override { return 8; }
-};
-
-CVPixelBufferRef makeBuffer(const PictureSize& size) {
-  CVPixelBufferRef buffer = nullptr;
-  if (CVPixelBufferCreate(kCFAllocatorDefault, size.width, size.height, kCVPixelFormatType_32BGRA,
-                          nullptr, &buffer) != kCVReturnSuccess) {
-    throw std::runtime_error("no pixel buffer");
-  }
-  return buffer;
-}
-
-void fill(CVPixelBufferRef buffer, const PictureSize& size,
-          const ImageEncoderWorld::ColourAt& colourAt) {
-  CVPixelBufferLockBaseAddress(buffer, 0);
-  auto* const first = static_cast<std::uint8_t*>(CVPixelBufferGetBaseAddress(buffer));
-  for (std::size_t y = 0; y < size.height; ++y) {
-    std::uint8_t* pixel = first + y * CVPixelBufferGetBytesPerRow(buffer);
-    for (std::size_t x = 0; x < size.width; ++x) {
-      const auto colour = colourAt(x, y);
-      *pixel++ = colour.blue;
-      *pixel++ = colour.green;
-      *pixel++ = colour.red;
-      *pixel++ = 0xFF;
-    }
-  }
-  CVPixelBufferUnlockBaseAddress(buffer, 0);
-}
 
 std::uint8_t byteOf(CGFloat component) {
   return static_cast<std::uint8_t>(std::lround(component * 255));
@@ -52,15 +19,9 @@ class MacImageEncoderWorld final : public ImageEncoderWorld {
  public:
   ImageEncoder& imageEncoder() override { return encoder; }
   std::shared_ptr<PixelBuffer> picture(const PictureSize& size, const ColourAt& colourAt) override {
-    CVPixelBufferRef buffer = makeBuffer(size);
-    fill(buffer, size, colourAt);
-    auto picture = std::make_shared<MacPixelBuffer>(buffer);
-    CVPixelBufferRelease(buffer);
-    return picture;
+    return makeMacPicture(size, colourAt);
   }
-  std::shared_ptr<PixelBuffer> unusablePicture() override {
-    return std::make_shared<ForeignPixelBuffer>();
-  }
+  std::shared_ptr<PixelBuffer> unusablePicture() override { return makeForeignPicture({8, 8}); }
   DecodedPicture decode(const Data& file) override {
     @autoreleasepool {
       NSBitmapImageRep* bitmap =

@@ -1,8 +1,27 @@
 #pragma once
 
 #import <CoreFoundation/CoreFoundation.h>
+#include <stddef.h>
+#include <stdint.h>
 
 typedef FourCharCode CMVideoCodecType;
 enum : CMVideoCodecType {
   kCMVideoCodecType_H264 = 0x61766331,  // 'avc1'
 };
+
+enum : OSStatus {
+  kCMFormatDescriptionError_InvalidParameter = -12710,
+};
+
+typedef const struct CF_BRIDGED_TYPE(id) opaqueCMFormatDescription* CMFormatDescriptionRef;
+
+extern "C" {
+
+// The bytes belong to the format description.
+OSStatus CMVideoFormatDescriptionGetH264ParameterSetAtIndex(
+    CMFormatDescriptionRef _Nonnull videoDesc, size_t parameterSetIndex,
+    const uint8_t* _Nullable* _Nullable parameterSetPointerOut,
+    size_t* _Nullable parameterSetSizeOut, size_t* _Nullable parameterSetCountOut,
+    int* _Nullable NALUnitHeaderLengthOut);
+
+}  // extern "C"

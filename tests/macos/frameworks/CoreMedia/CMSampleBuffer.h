@@ -1,6 +1,8 @@
 #pragma once
 
 #import <CoreFoundation/CoreFoundation.h>
+#import <CoreMedia/CMBlockBuffer.h>
+#import <CoreMedia/CMFormatDescription.h>
 #import <CoreMedia/CMTime.h>
 #import <CoreVideo/CoreVideo.h>
 
@@ -10,9 +12,15 @@ extern "C" {
 
 Boolean CMSampleBufferIsValid(CMSampleBufferRef _Nonnull sbuf);
 CMTime CMSampleBufferGetPresentationTimeStamp(CMSampleBufferRef _Nonnull sbuf);
-// Both belong to the sample buffer.
+// All of these belong to the sample buffer.
+CMBlockBufferRef _Nullable CMSampleBufferGetDataBuffer(CMSampleBufferRef _Nonnull sbuf);
+CMFormatDescriptionRef _Nullable CMSampleBufferGetFormatDescription(
+    CMSampleBufferRef _Nonnull sbuf);
 CVImageBufferRef _Nullable CMSampleBufferGetImageBuffer(CMSampleBufferRef _Nonnull sbuf);
 CFArrayRef _Nullable CMSampleBufferGetSampleAttachmentsArray(CMSampleBufferRef _Nonnull sbuf,
                                                              Boolean createIfNecessary);
+
+// CFBoolean, in the attachments of a sample: true unless decoding can begin with it.
+extern const CFStringRef _Nonnull kCMSampleAttachmentKey_NotSync;
 
 }  // extern "C"

@@ -5,6 +5,8 @@
 
 using standin::record;
 
+const CFStringRef kCMSampleAttachmentKey_NotSync = CFSTR("NotSync");
+
 namespace {
 
 standin::LiveHandles& liveSamples() {
@@ -64,6 +66,17 @@ Boolean CMSampleBufferIsValid(CMSampleBufferRef sbuf) {
 CMTime CMSampleBufferGetPresentationTimeStamp(CMSampleBufferRef sbuf) {
   record("CMSampleBufferGetPresentationTimeStamp");
   return contentOf(sbuf, "CMSampleBufferGetPresentationTimeStamp").presentationTimeStamp;
+}
+
+CMBlockBufferRef CMSampleBufferGetDataBuffer(CMSampleBufferRef sbuf) {
+  record("CMSampleBufferGetDataBuffer");
+  return (__bridge CMBlockBufferRef)contentOf(sbuf, "CMSampleBufferGetDataBuffer").dataBuffer;
+}
+
+CMFormatDescriptionRef CMSampleBufferGetFormatDescription(CMSampleBufferRef sbuf) {
+  record("CMSampleBufferGetFormatDescription");
+  return (__bridge CMFormatDescriptionRef)contentOf(sbuf, "CMSampleBufferGetFormatDescription")
+      .formatDescription;
 }
 
 CVImageBufferRef CMSampleBufferGetImageBuffer(CMSampleBufferRef sbuf) {

@@ -81,20 +81,28 @@ standin::LiveHandles& liveBuffers() {
 
 namespace standin {
 
+namespace {
+
+void write(Colour colour, std::uint8_t* pixel) {
+  pixel[0] = colour.blue;
+  pixel[1] = colour.green;
+  pixel[2] = colour.red;
+  pixel[3] = 0xFF;
+}
+
+}  // namespace
+
 id makePixelBuffer(std::size_t width, std::size_t height, Colour colour) {
   StandInPixelBuffer* buffer = [[StandInPixelBuffer alloc] initWithWidth:width height:height];
   for (std::size_t y = 0; y < height; ++y) {
-    for (std::size_t x = 0; x < width; ++x) setPixel(buffer, x, y, colour);
+    std::uint8_t* row = buffer.bytes + y * buffer.bytesPerRow;
+    for (std::size_t x = 0; x < width; ++x) write(colour, row + x * bytesPerPixel);
   }
   return buffer;
 }
 
 void setPixel(id pixelBuffer, std::size_t x, std::size_t y, Colour colour) {
-  std::uint8_t* pixel = [static_cast<StandInPixelBuffer*>(pixelBuffer) pixelAtX:x y:y];
-  pixel[0] = colour.blue;
-  pixel[1] = colour.green;
-  pixel[2] = colour.red;
-  pixel[3] = 0xFF;
+  write(colour, [static_cast<StandInPixelBuffer*>(pixelBuffer) pixelAtX:x y:y]);
 }
 
 }  // namespace standin

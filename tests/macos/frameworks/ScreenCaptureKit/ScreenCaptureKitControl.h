@@ -71,6 +71,11 @@ struct StreamSettings {
 // One attachments dictionary with this under SCStreamFrameInfoStatus, which need not be a number.
 id attachmentsWithStatus(id status);
 
+struct PixelSize {
+  std::size_t width = 0;
+  std::size_t height = 0;
+};
+
 struct SampleScript {
   bool isValid = true;
   id attachments = attachmentsWithStatus(@(SCFrameStatusComplete));
@@ -78,6 +83,7 @@ struct SampleScript {
   Colour colour{};
   CMTime presentationTimeStamp = kCMTimeZero;
   SCStreamOutputType type = SCStreamOutputTypeScreen;
+  std::optional<PixelSize> size{};  // unless it is that of the newest settings
 };
 
 // One SCStream, for as long as the test likes; it does not keep the SCStream.
@@ -97,8 +103,8 @@ class CaptureStream {
   // Pictures of this stream that somebody still holds.
   [[nodiscard]] virtual std::size_t picturesHeld() const = 0;
 
-  // Delivers a sample, of the size of the newest settings, to the outputs of its type. False if it
-  // was dropped: the stream does not run, or as many pictures are held as its queue is deep.
+  // Delivers a sample to the outputs of its type. False if it was dropped: the stream does not run,
+  // or as many pictures are held as its queue is deep.
   virtual bool sendSample(const SampleScript& script) = 0;
   // Ends the stream by the system's will and tells the delegate on a system thread.
   virtual void stopWithError(const ErrorScript& error) = 0;

@@ -46,7 +46,8 @@ bool StreamRecord::sendSample(const SampleScript& script) {
       const auto& current = allSettings.back();
       if (script.hasPicture) {
         if (countPictures() >= static_cast<std::size_t>(current.queueDepth)) return false;
-        sample.imageBuffer = makePixelBuffer(current.width, current.height, script.colour);
+        const auto size = script.size.value_or(PixelSize{current.width, current.height});
+        sample.imageBuffer = makePixelBuffer(size.width, size.height, script.colour);
         pictures.push_back([static_cast<StandInPixelBuffer*>(sample.imageBuffer) lifetime]);
       }
     }

@@ -10,6 +10,18 @@ namespace {
 
 std::string textOf(CFStringRef text) { return ((__bridge NSString*)text).UTF8String; }
 
+std::string describeNumber(CFNumberRef number) {
+  const std::string text = ((__bridge NSNumber*)number).stringValue.UTF8String;
+  switch (CFNumberGetType(number)) {
+    case kCFNumberSInt32Type:
+      return text + " (SInt32)";
+    case kCFNumberSInt64Type:
+      return text + " (SInt64)";
+    default:
+      return text + " (another type)";
+  }
+}
+
 }  // namespace
 
 std::optional<CFTypeID> typeOfProperty(const std::string& key) {
@@ -34,7 +46,7 @@ std::string describeProperty(CFTypeRef value) {
   const auto type = CFGetTypeID(value);
   if (type == CFBooleanGetTypeID())
     return CFBooleanGetValue((CFBooleanRef)value) ? "true" : "false";
-  if (type == CFNumberGetTypeID()) return ((__bridge NSNumber*)value).stringValue.UTF8String;
+  if (type == CFNumberGetTypeID()) return describeNumber((CFNumberRef)value);
   if (type == CFStringGetTypeID()) return textOf((CFStringRef)value);
   return "?";
 }

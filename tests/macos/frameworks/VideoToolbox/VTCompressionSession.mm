@@ -80,11 +80,10 @@ void VTCompressionSessionInvalidate(VTCompressionSessionRef session) {
 }
 
 OSStatus VTCompressionSessionPrepareToEncodeFrames(VTCompressionSessionRef session) {
-  record("VTCompressionSessionPrepareToEncodeFrames");
-  if (usable(session, "VTCompressionSessionPrepareToEncodeFrames") == nil) {
-    return kVTInvalidSessionErr;
-  }
-  return noErr;
+  constexpr auto operation = "VTCompressionSessionPrepareToEncodeFrames";
+  record(operation);
+  if (usable(session, operation) == nil) return kVTInvalidSessionErr;
+  return standin::scriptedStatus(operation);
 }
 
 OSStatus VTCompressionSessionEncodeFrame(VTCompressionSessionRef session,
@@ -99,6 +98,7 @@ OSStatus VTCompressionSessionEncodeFrame(VTCompressionSessionRef session,
   id picture = [StandInPixelBuffer objectFor:imageBuffer operation:operation];
   if (picture == nil) return kVTParameterErr;
   [encoder checkTimeStamp:presentationTimeStamp];
+  if (const auto status = standin::scriptedStatus(operation); status != noErr) return status;
   if (infoFlagsOut != nullptr) *infoFlagsOut = kVTEncodeInfo_Asynchronous;
   const auto script = standin::videoToolboxScript();
   const standin::EncoderOutput dropped{.infoFlags = kVTEncodeInfo_FrameDropped};
@@ -110,9 +110,11 @@ OSStatus VTCompressionSessionEncodeFrame(VTCompressionSessionRef session,
 
 OSStatus VTCompressionSessionCompleteFrames(VTCompressionSessionRef session,
                                             CMTime completeUntilPresentationTimeStamp) {
-  record("VTCompressionSessionCompleteFrames", {describe(completeUntilPresentationTimeStamp)});
-  StandInCompressionSession* encoder = usable(session, "VTCompressionSessionCompleteFrames");
+  constexpr auto operation = "VTCompressionSessionCompleteFrames";
+  record(operation, {describe(completeUntilPresentationTimeStamp)});
+  StandInCompressionSession* encoder = usable(session, operation);
   if (encoder == nil) return kVTInvalidSessionErr;
+  if (const auto status = standin::scriptedStatus(operation); status != noErr) return status;
   encoder.outlet.complete();
   return noErr;
 }

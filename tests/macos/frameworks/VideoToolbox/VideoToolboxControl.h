@@ -15,7 +15,7 @@ namespace standin {
 struct EncoderOutput {
   OSStatus status = noErr;
   VTEncodeInfoFlags infoFlags = {};
-  id sampleBuffer = nil;  // of makeSampleBuffer
+  id sampleBuffer = nil;  // of makeSampleBuffer, with a data buffer and so on
 };
 // Runs inside the call that hands the frame in.
 using Encoder = std::function<EncoderOutput(id imageBuffer, CMTime presentationTimeStamp)>;
@@ -30,6 +30,8 @@ void setSessionCreationStatus(OSStatus status);
 void withholdSessions();
 // Every following setting of this property ends in this status.
 void setPropertyStatus(const std::string& property, OSStatus status);
+// Every following call of this function on a session has no effect but this status.
+void setCallStatus(const std::string& function, OSStatus status);
 // Keeps finished frames in the encoder until they are asked for, which completing them does too.
 void holdEncodedFrames();
 

@@ -13,9 +13,12 @@ struct VideoToolboxScript {
   OSStatus creationStatus = noErr;
   bool withholdsSessions = false;
   std::map<std::string, OSStatus> propertyStatuses;
+  std::map<std::string, OSStatus> callStatuses;
   bool holdsFrames = false;
 };
 
 [[nodiscard]] VideoToolboxScript videoToolboxScript();
+// What a call of this function ends in: noErr unless the test has asked for a failure.
+[[nodiscard]] OSStatus scriptedStatus(const std::string& function);
 
 }  // namespace standin

@@ -23,6 +23,12 @@ VideoToolboxScript videoToolboxScript() {
   return script();
 }
 
+OSStatus scriptedStatus(const std::string& function) {
+  const auto statuses = videoToolboxScript().callStatuses;
+  const auto status = statuses.find(function);
+  return status == statuses.end() ? noErr : status->second;
+}
+
 void resetVideoToolbox() {
   const std::lock_guard lock(mutex());
   script() = {};
@@ -46,6 +52,11 @@ void withholdSessions() {
 void setPropertyStatus(const std::string& property, OSStatus status) {
   const std::lock_guard lock(mutex());
   script().propertyStatuses[property] = status;
+}
+
+void setCallStatus(const std::string& function, OSStatus status) {
+  const std::lock_guard lock(mutex());
+  script().callStatuses[function] = status;
 }
 
 void holdEncodedFrames() {

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "platform/Data.h"
+#include "platform/VideoEncoder.h"
+
+namespace quorvin {
+
+// Turns pictures of one size into H.264, each by itself, and hands out every encoded one as a
+// payload (see H264Payload.h). A picture that fails on the way is skipped without a word.
+//
+// The owner's thread makes it, puts pictures in and ends it; payloads leave on a thread of the
+// system's encoder, also while the next picture is put in. Nothing here is written on that thread,
+// so that there is no lock.
+class QuorvinH264Encoder final : public CompressionOutput,
+                                 public std::enable_shared_from_this<QuorvinH264Encoder> {
+ public:
+  // Receives each payload, on a thread of the system's encoder. Kept for as long as the encoder.
+  using EmitFrame = std::function<void(Data)>;
+
+  // Sizes in pixels. Throws Error when the system has no encoder for it. A size or a rate that the
+  // system could not be told stops the process.
+  QuorvinH264Encoder(VideoEncoder& videoEncoder, std::int64_t width, std::int64_t height,
+                     std::int64_t fps, std::int64_t bitrateMbps, EmitFrame emitFrame);
+  // Ends the session if nobody has; its last payloads still go out.
+  ~QuorvinH264Encoder() override;
+
+  QuorvinH264Encoder(const QuorvinH264Encoder&) = delete;
+  QuorvinH264Encoder& operator=(const QuorvinH264Encoder&) = delete;
+
+  // Does nothing once the session has ended.
+  void encode(const std::shared_ptr<PixelBuffer>& picture, MediaTime presentationTimeStamp);
+  // Waits until everything put in has come out, then lets go of the session. May be called again.
+  void end();
+
+  void compressionDidOutput(EncoderStatus status, const EncodedSample* sample) override;
+
+  const std::int64_t width;
+  const std::int64_t height;
+
+ private:
+  void handle(const EncodedSample& sample) const;
+
+  std::unique_ptr<CompressionSession> session;  // empty once it has ended
+  const EmitFrame emitFrame;
+};
+
+}  // namespace quorvin

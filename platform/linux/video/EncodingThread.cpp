@@ -1,0 +1,118 @@
+#include "platform/linux/video/EncodingThread.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+#include "platform/linux/video/PictureSample.h"
+
+namespace quorvin {
+
+EncodingThread::EncodingThread(PixelSize size, CompressionOutput& output)
+    : shared(std::make_shared<Shared>(size, output)),
+      thread([shared = shared] { shared->run(); }) {}
+
+EncodingThread::~EncodingThread() {
+  end();
+  if (isCurrent()) {
+    thread.detach();
+  } else {
+    thread.join();
+  }
+}
+
+void EncodingThread::setSettings(const EncoderSettings& settings) {
+  const std::scoped_lock lock(shared->mutex);
+  shared->settings = settings;
+}
+
+void EncodingThread::put(std::shared_ptr<const CapturedPixelBuffer> picture,
+                         std::chrono::nanoseconds timeStamp) {
+  const std::scoped_lock lock(shared->mutex);
+  shared->jobs.push_back({std::move(picture), timeStamp});
+  shared->changed.notify_all();
+}
+
+void EncodingThread::waitFor(std::chrono::nanoseconds until) {
+  if (isCurrent()) return;
+  std::unique_lock lock(shared->mutex);
+  shared->changed.wait(lock, [this, until] {
+    if (shared->underWay && *shared->underWay <= until) return false;
+    return std::ranges::none_of(shared->jobs,
+                                [until](const Job& job) { return job.timeStamp <= until; });
+  });
+}
+
+void EncodingThread::end() {
+  std::deque<Job> dropped;
+  std::unique_lock lock(shared->mutex);
+  shared->hasEnded = true;
+  dropped.swap(shared->jobs);
+  shared->changed.notify_all();
+  if (!isCurrent()) shared->changed.wait(lock, [this] { return !shared->isHandingOut; });
+}
+
+void EncodingThread::Shared::run() {
+  pthread_setname_np(pthread_self(), "VideoEncoder");
+  Job job;
+  while (takeJob(job)) {
+    process(std::move(job));
+    finishJob();
+  }
+}
+
+bool EncodingThread::Shared::takeJob(Job& job) {
+  std::unique_lock lock(mutex);
+  changed.wait(lock, [this] { return hasEnded || !jobs.empty(); });
+  if (hasEnded) return false;
+  job = std::move(jobs.front());
+  jobs.pop_front();
+  underWay = job.timeStamp;
+  return true;
+}
+
+void EncodingThread::Shared::process(Job job) {
+  std::optional<EncodedPicture> encoded;
+  auto status = VideoEncoderStatus::success;
+  try {
+    EncoderSettings current;
+    {
+      const std::scoped_lock lock(mutex);
+      current = settings;
+    }
+    encoder.configure(current);
+    encoded = encoder.encode(*job.picture, job.timeStamp);
+  } catch (const std::bad_alloc&) {
+    status = VideoEncoderStatus::noResources;
+  }
+  // Its surface is free for the stream again before anybody looks at the result.
+  job.picture.reset();
+  handOut(encoded, statusOf(status));
+}
+
+void EncodingThread::Shared::handOut(const std::optional<EncodedPicture>& picture,
+                                     EncoderStatus status) {
+  {
+    const std::scoped_lock lock(mutex);
+    if (hasEnded) return;
+    isHandingOut = true;
+  }
+  if (picture) {
+    const PictureSample sample(*picture);
+    output.compressionDidOutput(status, &sample);
+  } else {
+    output.compressionDidOutput(status, nullptr);
+  }
+  const std::scoped_lock lock(mutex);
+  isHandingOut = false;
+}
+
+void EncodingThread::Shared::finishJob() {
+  const std::scoped_lock lock(mutex);
+  underWay.reset();
+  changed.notify_all();
+}
+
+}  // namespace quorvin

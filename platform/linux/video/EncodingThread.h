@@ -1,0 +1,66 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "platform/VideoEncoder.h"
+#include "platform/linux/video/PictureEncoder.h"
+
+namespace quorvin {
+
+// Encodes pictures one after the other on a thread of its own and hands out what came of them. How
+// many can wait is bounded by the surfaces of the stream that they come from. Any thread, the
+// encoding one included, from which nothing waits.
+class EncodingThread {
+ public:
+  // Throws std::bad_alloc or std::system_error when the system has nothing left for it.
+  EncodingThread(PixelSize size, CompressionOutput& output);
+  EncodingThread(const EncodingThread&) = delete;
+  EncodingThread& operator=(const EncodingThread&) = delete;
+  ~EncodingThread();
+
+  void setSettings(const EncoderSettings& settings);
+  void put(std::shared_ptr<const CapturedPixelBuffer> picture, std::chrono::nanoseconds timeStamp);
+  // Waits until all pictures up to that time have been handed out.
+  void waitFor(std::chrono::nanoseconds until);
+  // Drops what waits. Nothing is handed out any more once this has returned.
+  void end();
+
+ private:
+  struct Job {
+    std::shared_ptr<const CapturedPixelBuffer> picture;
+    std::chrono::nanoseconds timeStamp{};
+  };
+  // What the thread and its owner share. It outlives an owner that the thread itself lets go.
+  struct Shared {
+    Shared(PixelSize size, CompressionOutput& output) : encoder(size), output(output) {}
+
+    void run();
+    [[nodiscard]] bool takeJob(Job& job);
+    void process(Job job);
+    void handOut(const std::optional<EncodedPicture>& picture, EncoderStatus status);
+    void finishJob();
+
+    PictureEncoder encoder;  // the thread's
+    CompressionOutput& output;
+
+    std::mutex mutex;
+    std::condition_variable changed;
+    EncoderSettings settings;
+    std::deque<Job> jobs;
+    std::optional<std::chrono::nanoseconds> underWay;  // the time stamp of the job at hand
+    bool isHandingOut = false;
+    bool hasEnded = false;
+  };
+
+  [[nodiscard]] bool isCurrent() const { return thread.get_id() == std::this_thread::get_id(); }
+
+  std::shared_ptr<Shared> shared;
+  std::thread thread;
+};
+
+}  // namespace quorvin

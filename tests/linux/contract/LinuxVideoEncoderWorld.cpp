@@ -1,0 +1,85 @@
+#include <chrono>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "platform/linux/video/VideoEncoder.h"
+#include "tests/contract/VideoEncoderContract.h"
+#include "tests/linux/video/H264Decoder.h"
+#include "tests/linux/video/TestPictures.h"
+
+namespace quorvin::contract {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr std::chrono::seconds patience{20};
+constexpr std::chrono::milliseconds lookAgain{1};
+
+class ForeignPixelBuffer final : public PixelBuffer {
+ public:
+  explicit ForeignPixelBuffer(const PictureSize& size) : size(size) {}
+  [[nodiscard]] std::size_t widthPx() const override { return size.width; }
+  [[nodiscard]] std::size_t heightPx() const override { return size.height; }
+
+ private:
+  PictureSize size;
+};
+
+class LinuxVideoEncoderWorld final : public VideoEncoderWorld {
+ public:
+  VideoEncoder& videoEncoder() override { return encoder; }
+
+  std::shared_ptr<PixelBuffer> picture(const PictureSize& size, const ColourAt& colourAt) override {
+    return makePicture(
+        {static_cast<int>(size.width), static_cast<int>(size.height)}, [&colourAt](int x, int y) {
+          const auto colour = colourAt(static_cast<std::size_t>(x), static_cast<std::size_t>(y));
+          return static_cast<std::uint32_t>(colour.red) << 16U |
+                 static_cast<std::uint32_t>(colour.green) << 8U | colour.blue;
+        });
+  }
+  std::shared_ptr<PixelBuffer> unusablePicture(const PictureSize& size) override {
+    return std::make_shared<ForeignPixelBuffer>(size);
+  }
+  bool runUntil(const Condition& condition) override {
+    const auto deadline = Clock::now() + patience;
+    while (!condition()) {
+      if (Clock::now() > deadline) return false;
+      std::this_thread::sleep_for(lookAgain);
+    }
+    return true;
+  }
+  // Nothing is on its way anywhere but in a session, which knows of it.
+  void settle() override {}
+
+  DecodedPicture decode(const std::vector<std::uint8_t>& byteStream) override {
+    const auto frames = H264Decoder::decodeAll({byteStream});
+    const auto& frame = frames.at(0);
+    DecodedPicture decoded{
+        {static_cast<std::size_t>(frame.size.width), static_cast<std::size_t>(frame.size.height)},
+        {}};
+    for (int y = 0; y < frame.size.height; ++y) {
+      for (int x = 0; x < frame.size.width; ++x) {
+        const auto colour = frame.colourAt(x, y);
+        decoded.pixels.push_back({static_cast<std::uint8_t>(colour >> 16U),
+                                  static_cast<std::uint8_t>(colour >> 8U),
+                                  static_cast<std::uint8_t>(colour)});
+      }
+    }
+    return decoded;
+  }
+
+ private:
+  LinuxVideoEncoder encoder;
+};
+
+const auto x264 = testing::Values(
+    WorldKind<VideoEncoderWorld>{"X264", [] {
+                                   return std::make_unique<LinuxVideoEncoderWorld>();
+                                 }});
+
+}  // namespace
+
+INSTANTIATE_TEST_SUITE_P(Linux, VideoEncoderContract, x264, nameOfWorld);
+INSTANTIATE_TEST_SUITE_P(Linux, VideoStreamContract, x264, nameOfWorld);
+
+}  // namespace quorvin::contract

@@ -1,0 +1,230 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <future>
+#include <limits>
+#include <thread>
+
+#include "bench/Desktop.h"
+#include "tests/linux/video/EncoderStand.h"
+
+namespace quorvin {
+namespace {
+
+constexpr int mainProfile = 77;
+constexpr int bt709 = 1;
+
+void expectStandard(const DecodedFrame& frame, PixelSize size) {
+  EXPECT_EQ(frame.size, size);
+  EXPECT_TRUE(frame.isKeyFrame);
+  EXPECT_EQ(frame.profile, mainProfile);
+  EXPECT_EQ(frame.primaries, bt709);
+  EXPECT_EQ(frame.transfer, bt709);
+  EXPECT_EQ(frame.matrix, bt709);
+  EXPECT_TRUE(frame.isLimitedRange);
+}
+
+std::shared_ptr<CapturedPixelBuffer> desktop(PixelSize size, std::uint32_t seed) {
+  return makePicture(size, desktopPicture(size.width, size.height, seed));
+}
+
+int differenceAt(std::uint32_t a, std::uint32_t b, unsigned shift) {
+  return std::abs(static_cast<int>(a >> shift & 0xFFU) - static_cast<int>(b >> shift & 0xFFU));
+}
+
+TEST(VideoEncoder, EveryPayloadDecodesAlone) {
+  constexpr PixelSize size{320, 240};
+  EncoderStand stand(size);
+  for (std::uint32_t seed = 1; seed <= 5; ++seed) {
+    const auto picture = desktop(size, seed);
+    const auto output = stand.encode(picture);
+    const auto frames = H264Decoder::decodeAll({output.payload});
+    ASSERT_EQ(frames.size(), 1U);
+    expectStandard(frames[0], size);
+    EXPECT_GE(psnrOf(frames[0], perfectlyDecoded(*picture)), 30);
+  }
+}
+
+TEST(VideoEncoder, PayloadsDecodeInSequenceWithoutDelay) {
+  constexpr PixelSize size{320, 240};
+  EncoderStand stand(size);
+  H264Decoder decoder;
+  for (std::uint32_t seed = 1; seed <= 5; ++seed) {
+    const auto picture = desktop(size, seed);
+    const auto frames = decoder.decode(stand.encode(picture).payload);
+    ASSERT_EQ(frames.size(), 1U);
+    expectStandard(frames[0], size);
+    EXPECT_GE(psnrOf(frames[0], perfectlyDecoded(*picture)), 30);
+  }
+}
+
+// Only what the picture itself needs: its slices (ITU-T H.264, table 7-1).
+TEST(VideoEncoder, TheDataHoldNothingButSlicesOfKeyFrames) {
+  EncoderStand stand({64, 48});
+  for (int i = 0; i < 3; ++i) {
+    const auto data = stand.encode(plainPicture({64, 48}, 0x336699)).data;
+    ASSERT_GT(data.size(), 4U);
+    EXPECT_EQ(data[4] & 0x1F, 5);
+    EXPECT_EQ(data.size(), 4U + (static_cast<std::size_t>(data[1]) << 16U) +
+                               (static_cast<std::size_t>(data[2]) << 8U) + data[3])
+        << "one slice";
+  }
+}
+
+TEST(VideoEncoder, ColoursOfFlatAreasComeBackWithinThreeLevels) {
+  constexpr std::array<std::uint32_t, 12> colours{0x000000, 0xFFFFFF, 0xFF0000, 0x00FF00,
+                                                  0x0000FF, 0x808080, 0x35506B, 0xFCFCFA,
+                                                  0x4A6FA5, 0xC08040, 0x1E90FF, 0x7F0041};
+  constexpr PixelSize size{32 * 12, 64};
+  EncoderStand stand(size);
+  const auto output = stand.encode(makePicture(
+      size, [&](int x, int /*y*/) { return colours.at(static_cast<std::size_t>(x / 32)); }));
+  const auto frame = H264Decoder::decodeAll({output.payload}).at(0);
+  for (int i = 0; i < 12; ++i) {
+    const auto shown = frame.colourAt(i * 32 + 16, 32);
+    const auto meant = colours.at(static_cast<std::size_t>(i));
+    for (const unsigned shift : {0U, 8U, 16U}) {
+      EXPECT_LE(differenceAt(shown, meant, shift), 3)
+          << std::hex << shown << " instead of " << meant;
+    }
+  }
+}
+
+// 4:2:0 knows no odd sizes: the picture is one column or row larger, which doubles the edge.
+TEST(VideoEncoder, PadsOddSizesWithTheirEdge) {
+  for (const auto size : {PixelSize{101, 67}, {100, 67}, {101, 66}, {1, 1}, {2, 2}, {17, 1}}) {
+    EncoderStand stand(size);
+    const auto output = stand.encode(plainPicture(size, 0xC08040));
+    const auto frame = H264Decoder::decodeAll({output.payload}).at(0);
+    expectStandard(frame, {(size.width + 1) / 2 * 2, (size.height + 1) / 2 * 2});
+    for (const unsigned shift : {0U, 8U, 16U}) {
+      EXPECT_LE(differenceAt(frame.colourAt(frame.size.width - 1, frame.size.height - 1), 0xC08040,
+                             shift),
+                3);
+    }
+  }
+}
+
+TEST(VideoEncoder, EncodesUnusualShapes) {
+  for (const auto size : {PixelSize{4096, 2}, {2, 4096}, {16'384, 16}}) {
+    EncoderStand stand(size);
+    const auto frames = H264Decoder::decodeAll({stand.encode(plainPicture(size, 0xFF)).payload});
+    ASSERT_EQ(frames.size(), 1U);
+    EXPECT_EQ(frames[0].size, size);
+  }
+}
+
+TEST(VideoEncoder, DeclinesWhatItCannotEncode) {
+  EncoderRecorder recorder;
+  LinuxVideoEncoder encoder;
+  const auto statusOfSession = [&](std::int32_t width, std::int32_t height, VideoCodec codec) {
+    const auto made = encoder.createSession(width, height, codec, {}, &recorder);
+    EXPECT_EQ(made.session == nullptr, made.status != 0);
+    return made.status;
+  };
+  constexpr auto h264 = VideoCodec::h264;
+  constexpr auto most = std::numeric_limits<std::int32_t>::max();
+  EXPECT_EQ(statusOfSession(64, 48, h264), 0);
+  EXPECT_NE(statusOfSession(64, 48, static_cast<VideoCodec>(0x68766331)), 0);
+  for (const auto& [width, height] : {std::pair{0, 48},
+                                      {64, 0},
+                                      {-64, 48},
+                                      {64, -1},
+                                      {most, most},
+                                      {most, 1},
+                                      {16'385, 16},
+                                      {16'384, 16'384},
+                                      {std::numeric_limits<std::int32_t>::min(), 1}}) {
+    EXPECT_NE(statusOfSession(width, height, h264), 0) << width << " x " << height;
+  }
+  EXPECT_NE(encoder.createSession(64, 48, h264, {}, nullptr).status, 0);
+}
+
+TEST(VideoEncoder, RefusesValuesThatMakeNoSense) {
+  EncoderStand stand({64, 48});
+  const auto statusOfSetting = [&](CompressionProperty property, CompressionPropertyValue value) {
+    return stand.session->setProperty(property, value);
+  };
+  EXPECT_NE(statusOfSetting(CompressionProperty::averageBitRate, std::int64_t{0}), 0);
+  EXPECT_NE(statusOfSetting(CompressionProperty::averageBitRate, std::int64_t{-1}), 0);
+  EXPECT_NE(statusOfSetting(CompressionProperty::averageBitRate, 7'000'000), 0);
+  EXPECT_NE(statusOfSetting(CompressionProperty::expectedFrameRate, 0), 0);
+  EXPECT_NE(statusOfSetting(CompressionProperty::expectedFrameRate, true), 0);
+  EXPECT_NE(statusOfSetting(CompressionProperty::maxKeyFrameInterval, -1), 0);
+  EXPECT_NE(statusOfSetting(CompressionProperty::profileLevel, false), 0);
+  EXPECT_NE(statusOfSetting(CompressionProperty::realTime, 1), 0);
+  EXPECT_NE(statusOfSetting(static_cast<CompressionProperty>(99), true), 0);
+  EXPECT_TRUE(stand.encode(plainPicture({64, 48}, 0)).hasSample);
+}
+
+TEST(VideoEncoder, TakesRatesOfAnySize) {
+  for (const std::int64_t rate : {std::int64_t{1}, std::numeric_limits<std::int64_t>::max()}) {
+    EncoderStand stand({64, 48}, rate);
+    EXPECT_EQ(stand.session->setProperty(CompressionProperty::expectedFrameRate,
+                                         std::numeric_limits<std::int32_t>::max()),
+              0);
+    stand.encode(plainPicture({64, 48}, 0xFFFFFF));
+    EXPECT_EQ(stand.recorder.outputs().back().status, 0);
+  }
+}
+
+TEST(VideoEncoder, RefusesPicturesOfAnotherSizeAndTimesWithoutScale) {
+  EncoderStand stand({64, 48});
+  EXPECT_NE(stand.session->encodeFrame(plainPicture({64, 50}, 0), {1, 30}, {}), 0);
+  EXPECT_NE(stand.session->encodeFrame(nullptr, {1, 30}, {}), 0);
+  const auto picture = plainPicture({64, 48}, 0);
+  EXPECT_NE(stand.session->encodeFrame(picture, {1, 0}, {}), 0);
+  EXPECT_NE(stand.session->encodeFrame(picture, {1, -30}, {}), 0);
+  EXPECT_NE(stand.session->encodeFrame(picture, {std::numeric_limits<std::int64_t>::max(), 1}, {}),
+            0);
+  EXPECT_NE(stand.session->completeFrames(MediaTime{1, 0}), 0);
+  EXPECT_TRUE(stand.recorder.outputs().empty());
+}
+
+TEST(VideoEncoder, TakesNothingOnceInvalidated) {
+  EncoderStand stand({64, 48});
+  stand.session->invalidate();
+  EXPECT_NE(stand.session->encodeFrame(plainPicture({64, 48}, 0), {1, 30}, {}), 0);
+  EXPECT_NE(stand.session->prepareToEncodeFrames(), 0);
+  EXPECT_NE(stand.session->setProperty(CompressionProperty::realTime, true), 0);
+  stand.session->completeFrames({});
+  stand.session->invalidate();
+  EXPECT_TRUE(stand.recorder.outputs().empty());
+}
+
+TEST(VideoEncoder, MayBeLetGoFromWithinWhatItHandsOut) {
+  EncoderStand stand({64, 48});
+  std::promise<void> letGo;
+  stand.recorder.onOutput([&] {
+    stand.session->completeFrames({});
+    stand.session->invalidate();
+    stand.session.reset();
+    letGo.set_value();
+  });
+  auto& session = *stand.session;
+  ASSERT_EQ(session.encodeFrame(plainPicture({64, 48}, 0), {1, 30}, {}), 0);
+  letGo.get_future().wait();
+  EXPECT_EQ(stand.recorder.outputs().size(), 1U);
+}
+
+TEST(VideoEncoder, InvalidatingWaitsForWhatIsBeingHandedOut) {
+  for (int i = 0; i < 50; ++i) {
+    EncoderStand stand({64, 48});
+    std::atomic<bool> isInside = false;
+    stand.recorder.onOutput([&] {
+      isInside = true;
+      std::this_thread::yield();
+      isInside = false;
+    });
+    for (int j = 0; j < 4; ++j) {
+      ASSERT_EQ(stand.session->encodeFrame(plainPicture({64, 48}, 0), {j, 30}, {}), 0);
+    }
+    ASSERT_TRUE(stand.recorder.waitFor(1));
+    stand.session->invalidate();
+    EXPECT_FALSE(isInside);
+  }
+}
+
+}  // namespace
+}  // namespace quorvin

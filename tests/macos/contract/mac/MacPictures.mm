@@ -1,0 +1,75 @@
+#import "tests/macos/contract/mac/MacPictures.h"
+
+#include <cstdint>
+#include <stdexcept>
+
+#include "platform/macos/PixelBuffer.h"
+
+namespace quorvin::contract {
+namespace {
+
+class ForeignPixelBuffer final : public PixelBuffer {
+ public:
+  explicit ForeignPixelBuffer(const PictureSize& size) : size(size) {}
+
+  [[nodiscard]] std::size_t widthPx() const override { return size.width; }
+  [[nodiscard]] std::size_t heightPx() const override { return size.height; }
+
+ private:
+  PictureSize size;
+};
+
+CVPixelBufferRef makeBuffer(const PictureSize& size) {
+  CVPixelBufferRef buffer = nullptr;
+  if (CVPixelBufferCreate(kCFAllocatorDefault, size.width, size.height, kCVPixelFormatType_32BGRA,
+                          nullptr, &buffer) != kCVReturnSuccess) {
+    throw std::runtime_error("no pixel buffer");
+  }
+  return buffer;
+}
+
+void fill(CVPixelBufferRef buffer, const PictureSize& size, const ColourAt& colourAt) {
+  CVPixelBufferLockBaseAddress(buffer, 0);
+  auto* const first = static_cast<std::uint8_t*>(CVPixelBufferGetBaseAddress(buffer));
+  for (std::size_t y = 0; y < size.height; ++y) {
+    std::uint8_t* pixel = first + y * CVPixelBufferGetBytesPerRow(buffer);
+    for (std::size_t x = 0; x < size.width; ++x) {
+      const auto colour = colourAt(x, y);
+      *pixel++ = colour.blue;
+      *pixel++ = colour.green;
+      *pixel++ = colour.red;
+      *pixel++ = 0xFF;
+    }
+  }
+  CVPixelBufferUnlockBaseAddress(buffer, 0);
+}
+
+}  // namespace
+
+std::shared_ptr<PixelBuffer> makeMacPicture(const PictureSize& size, const ColourAt& colourAt) {
+  CVPixelBufferRef buffer = makeBuffer(size);
+  fill(buffer, size, colourAt);
+  auto picture = std::make_shared<MacPixelBuffer>(buffer);
+  CVPixelBufferRelease(buffer);
+  return picture;
+}
+
+std::shared_ptr<PixelBuffer> makeForeignPicture(const PictureSize& size) {
+  return std::make_shared<ForeignPixelBuffer>(size);
+}
+
+DecodedPicture readPicture(CVPixelBufferRef picture) {
+  DecodedPicture read{{CVPixelBufferGetWidth(picture), CVPixelBufferGetHeight(picture)}, {}};
+  CVPixelBufferLockBaseAddress(picture, kCVPixelBufferLock_ReadOnly);
+  const auto* const first = static_cast<const std::uint8_t*>(CVPixelBufferGetBaseAddress(picture));
+  for (std::size_t y = 0; y < read.size.height; ++y) {
+    const std::uint8_t* pixel = first + y * CVPixelBufferGetBytesPerRow(picture);
+    for (std::size_t x = 0; x < read.size.width; ++x, pixel += 4) {
+      read.pixels.push_back({.red = pixel[2], .green = pixel[1], .blue = pixel[0]});
+    }
+  }
+  CVPixelBufferUnlockBaseAddress(picture, kCVPixelBufferLock_ReadOnly);
+  return read;
+}
+
+}  // namespace quorvin::contract

@@ -1,0 +1,78 @@
+#import <CoreMedia/CoreMediaControl.h>
+#import <CoreVideo/CoreVideoControl.h>
+#import <VideoToolbox/VideoToolboxControl.h>
+
+#include <memory>
+#include <stdexcept>
+
+#include "platform/macos/PixelBuffer.h"
+#include "platform/macos/VideoEncoder.h"
+#include "tests/contract/VideoEncoderContract.h"
+#include "tests/macos/standin/Threads.h"
+
+namespace quorvin::contract {
+namespace {
+
+class ForeignPixelBuffer final : public PixelBuffer {
+ public:
+  explicit ForeignPixelBuffer(const PictureSize& size) : size(size) {}
+
+  [[nodiscard]] std::size_t widthPx() const override { return size.width; }
+  [[nodiscard]] std::size_t heightPx() const override { return size.height; }
+
+ private:
+  PictureSize size;
+};
+
+// What has the form of a picture that stands by itself, and shows nothing.
+standin::EncoderOutput encodedPicture() {
+  id format = standin::makeFormatDescription(
+      {.parameterSets = {{.bytes = {0x67, 0x4D, 0x00, 0x0A}}, {.bytes = {0x68, 0xEE}}}});
+  id data = standin::makeBlockBuffer({.blocks = {{0, 0, 0, 3, 0x65, 0x88}, {0x84}}});
+  return {.sampleBuffer = standin::makeSampleBuffer(
+              { .attachments = @[ @{} ], .dataBuffer = data, .formatDescription = format })};
+}
+
+class StandInVideoEncoderWorld final : public VideoEncoderWorld {
+ public:
+  StandInVideoEncoderWorld() {
+    standin::setEncoder([](id /*picture*/, CMTime /*time*/) { return encodedPicture(); });
+  }
+  ~StandInVideoEncoderWorld() override {
+    standin::settle();
+    standin::resetVideoToolbox();
+  }
+
+  VideoEncoder& videoEncoder() override { return encoder; }
+  std::shared_ptr<PixelBuffer> picture(const PictureSize& size,
+                                       const ColourAt& /*colourAt*/) override {
+    @autoreleasepool {
+      id buffer = standin::makePixelBuffer(size.width, size.height);
+      return std::make_shared<MacPixelBuffer>((__bridge CVPixelBufferRef)buffer);
+    }
+  }
+  std::shared_ptr<PixelBuffer> unusablePicture(const PictureSize& size) override {
+    return std::make_shared<ForeignPixelBuffer>(size);
+  }
+  bool runUntil(const Condition& condition) override {
+    settle();
+    return condition();
+  }
+  void settle() override { standin::settle(); }
+  DecodedPicture decode(const std::vector<std::uint8_t>& /*byteStream*/) override {
+    throw std::logic_error("no picture was really encoded");
+  }
+
+ private:
+  MacVideoEncoder encoder;
+};
+
+}  // namespace
+
+INSTANTIATE_TEST_SUITE_P(Mac, VideoEncoderContract,
+                         testing::Values(WorldKind<VideoEncoderWorld>{
+                             "VideoToolbox",
+                             [] { return std::make_unique<StandInVideoEncoderWorld>(); }}),
+                         nameOfWorld);
+
+}  // namespace quorvin::contract
