@@ -7,9 +7,9 @@ import {Picture} from './picture.js';
 import {Settings} from './settings.js';
 
 const connection = new Connection();
-const picture = new Picture();
-const customer = new CustomerSide(connection, (unattended) => picture.setUnattended(unattended));
 const settings = new Settings(connection);
+const picture = new Picture(() => settings.fallBack());
+const customer = new CustomerSide(connection, (unattended) => picture.setUnattended(unattended));
 const control = new Control(connection, showSides);
 
 const connectionState = document.getElementById('connection-state');
@@ -48,8 +48,11 @@ connection.addEventListener('state', ({detail}) => {
 });
 
 connection.addEventListener('picture', async ({detail}) => {
-  await picture.draw(detail.bytes, detail.arrivedAt);
-  connection.acknowledgePicture();
+  try {
+    await picture.draw(detail.bytes, detail.arrivedAt);
+  } finally {
+    connection.acknowledgePicture();
+  }
 });
 
 document.addEventListener('visibilitychange', showSides);

@@ -1,8 +1,12 @@
 // The supporter's picture. A picture is called live only while new ones arrive: the host sends
 // one when the screen changes, so that a still screen and a stuck one look the same from here.
 
+import {isH264} from './h264.js';
+import {H264Decoder, H264Unsupported} from './h264decoder.js';
+import {Statistics} from './statistics.js';
+import {explain} from './texts.js';
+
 const staleAfterMs = 2000;
-const rateWindowMs = 3000;
 const reviewEveryMs = 250;
 
 const byId = (id) => document.getElementById(id);
@@ -37,11 +41,15 @@ export class Picture {
   #period = 0; // counts sessions and connections; what was decoded for an older one is not drawn
   #liveSince = 0;
   #shownSince = null; // when the picture on show came from the host
-  #firstDrawnAt = 0;
-  #recent = []; // {at, size} of the pictures drawn lately
+  #statistics = new Statistics();
+  #format = ''; // of the picture on show
+  #h264 = new H264Decoder();
   #problem = '';
+  #onUnsupported;
 
-  constructor() {
+  // `onUnsupported` is told of every picture that is given up because the browser cannot show H.264.
+  constructor(onUnsupported) {
+    this.#onUnsupported = onUnsupported;
     byId('toggle-stats').onclick = () => this.#toggleStats();
     byId('full-screen').onclick = () => toggleFullScreen();
     byId('full-screen').hidden = !document.fullscreenEnabled;
@@ -75,35 +83,45 @@ export class Picture {
   // Resolves when the picture is on show or has been given up.
   async draw(bytes, arrivedAt) {
     const period = this.#period;
-    if (!isJpeg(bytes)) {
-      this.#problem = 'The picture comes as H.264, which this page cannot show. Choose JPEG.';
-      return;
+    const format = isH264(bytes) ? 'H.264' : 'JPEG';
+    try {
+      const picture = await (format === 'JPEG' ? decodeJpeg(bytes) : this.#h264.decode(bytes));
+      if (period === this.#period) this.#show(picture, format, bytes.byteLength, arrivedAt);
+      picture?.image.close();
+    } catch (error) {
+      if (!(error instanceof H264Unsupported)) throw error;
+      if (period !== this.#period) return;
+      this.#problem = explain({code: 'h264_unsupported'}).what;
+      this.#review();
+      this.#onUnsupported();
     }
-    const image = await createImageBitmap(new Blob([bytes], {type: 'image/jpeg'})).catch(() => null);
-    if (image === null || period !== this.#period) return;
-    this.#put(image);
-    this.#problem = '';
-    if (this.#shownSince === null) this.#firstDrawnAt = performance.now();
-    this.#shownSince = arrivedAt;
-    this.#recent.push({at: performance.now(), size: bytes.byteLength});
+  }
+
+  #show(picture, format, size, arrivedAt) {
+    this.#problem = picture === null ? 'The last picture could not be read.' : '';
+    if (picture !== null) {
+      this.#put(picture);
+      this.#format = format;
+      this.#shownSince = arrivedAt;
+      this.#statistics.drawn(size, performance.now());
+    }
     this.#review();
   }
 
-  #put(image) {
-    const {width, height} = image;
+  #put({image, width, height}) {
     if (this.#canvas.width !== width || this.#canvas.height !== height) {
       this.#canvas.width = width;
       this.#canvas.height = height;
       byId('stage').style.setProperty('--picture-ratio', `${width} / ${height}`);
     }
-    this.#context.drawImage(image, 0, 0);
-    image.close();
+    this.#context.drawImage(image, 0, 0, width, height, 0, 0, width, height);
   }
 
   #clear() {
     ++this.#period;
     this.#shownSince = null;
-    this.#recent = [];
+    this.#statistics.forget();
+    this.#h264.reset();
     this.#problem = '';
     this.#context.clearRect(0, 0, this.#canvas.width, this.#canvas.height);
     this.#review();
@@ -148,27 +166,24 @@ export class Picture {
     byId('stats').hidden = !shown;
   }
 
-  // Pictures a second since the first of a session, or in the last few seconds.
-  #rate(now) {
-    const spanMs = Math.min(rateWindowMs, Math.max(now - this.#firstDrawnAt, reviewEveryMs));
-    return (this.#recent.length * 1000) / spanMs;
-  }
-
   #showStats(now) {
-    this.#recent = this.#recent.filter(({at}) => now - at < rateWindowMs);
-    const count = this.#recent.length;
-    const total = this.#recent.reduce((sum, {size}) => sum + size, 0);
     const seen = this.#shownSince !== null;
-    setText('stats-rate', seen ? this.#rate(now).toFixed(1) : '–');
-    setText('stats-size', count > 0 ? (total / count / 1000).toFixed(0) : '–');
+    const {perSecond, megabitsPerSecond, bytesEach} = this.#statistics.over(now);
+    setText('stats-format', seen ? this.#format : '–');
+    setText('stats-rate', seen ? perSecond.toFixed(1) : '–');
+    setText('stats-bits', seen ? megabitsPerSecond.toFixed(1) : '–');
+    setText('stats-size', bytesEach === null ? '–' : (bytesEach / 1000).toFixed(0));
     setText('stats-age', seen ? `${((now - this.#shownSince) / 1000).toFixed(1)} s` : '–');
     setText('stats-extent', seen ? `${this.#canvas.width} × ${this.#canvas.height}` : '–');
   }
 }
 
-function isJpeg(bytes) {
+// {image, width, height}, of which the caller closes `image`, or null for what is no JPEG picture.
+async function decodeJpeg(bytes) {
   const head = new Uint8Array(bytes, 0, Math.min(2, bytes.byteLength));
-  return head[0] === 0xff && head[1] === 0xd8;
+  if (head[0] !== 0xff || head[1] !== 0xd8) return null;
+  const image = await createImageBitmap(new Blob([bytes], {type: 'image/jpeg'})).catch(() => null);
+  return image && {image, width: image.width, height: image.height};
 }
 
 // Text that stays the same is not set again, so that screen readers do not repeat it.

@@ -29,6 +29,10 @@ export class Settings {
   #live = false;
   #inForce = null; // the settings the host works with, or null without a session
   #accepted = false; // whether those are settings that a page has applied
+  #applying = false;
+  #fallBackWanted = false;
+  #fallBackTried = false; // for the settings in force
+  #fellBack = false; // and nothing has been chosen since
 
   constructor(connection) {
     this.#connection = connection;
@@ -48,6 +52,22 @@ export class Settings {
     this.#inForce = this.#live ? {...hostDefaults, ...settings} : null;
     this.#accepted = this.#live && settings !== null;
     if (this.#live && !wasLive && settings) this.#fill(this.#inForce);
+    if (this.#live !== wasLive) this.#fellBack = this.#fallBackWanted = false;
+    if (this.#inForce?.codec !== 'h264') this.#fallBackTried = false;
+    this.#review();
+    if (this.#fallBackWanted) this.fallBack();
+  }
+
+  // The browser cannot show the H.264 that comes: asks the host for JPEG, once for the settings in
+  // force. A picture can come before the page hears of the settings that it was made with.
+  async fallBack() {
+    if (this.#fallBackTried) return;
+    this.#fallBackWanted = this.#applying || this.#inForce?.codec !== 'h264';
+    if (this.#fallBackWanted) return;
+    this.#fallBackTried = true;
+    this.#fellBack = await this.#send({...this.#inForce, codec: 'jpeg'});
+    if (!this.#fellBack) return;
+    if (this.#form.elements.codec.value === 'h264') this.#form.elements.codec.value = 'jpeg';
     this.#review();
   }
 
@@ -56,6 +76,7 @@ export class Settings {
   }
 
   #changed(input) {
+    this.#fellBack = false;
     if (input.name === 'profile') this.#fill({...this.#read(), ...profiles[input.value].values});
     this.#check(input);
     this.#review();
@@ -106,6 +127,7 @@ export class Settings {
 
   #status() {
     if (!this.#live) return 'Settings can be applied during a session.';
+    if (this.#fellBack) return sentence({code: 'h264_unsupported'});
     const values = this.#read();
     const same = Object.keys(values).every((name) => values[name] === this.#inForce[name]);
     if (!same) return 'Not applied yet.';
@@ -126,11 +148,22 @@ export class Settings {
       return;
     }
     this.#say('Applying…', 'neutral');
+    this.#fellBack = false;
+    this.#fallBackTried = false;
+    this.#applying = true;
+    const applied = await this.#send(this.#read());
+    this.#applying = false;
+    if (applied) this.#say('Applied. These settings are in force.', 'neutral');
+  }
+
+  // Resolves with whether the host has accepted; what went wrong is said.
+  async #send(settings) {
     try {
-      await this.#connection.call('configureStream', this.#read());
-      this.#say('Applied. These settings are in force.', 'neutral');
+      await this.#connection.call('configureStream', settings);
+      return true;
     } catch (error) {
       this.#say(sentence(error), 'bad');
+      return false;
     }
   }
 }

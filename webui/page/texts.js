@@ -42,6 +42,10 @@ const texts = {
     what: 'The settings could not be applied.',
     next: 'The picture stays as it was. Try other settings, or start the session again.',
   },
+  h264_unsupported: {
+    what: 'This browser cannot show H.264.',
+    next: 'The picture comes as JPEG instead.',
+  },
   input_not_authorized: {
     what: 'Mouse and keyboard are not available now.',
     next: 'They work only during a session, with Accessibility allowed.',
