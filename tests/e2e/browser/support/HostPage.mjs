@@ -15,7 +15,8 @@ const browserArguments = [
 // The page of the program under test, in a real browser.
 export class HostPage {
   // With the environment of a screen the browser shows itself there, in a window that fills it.
-  static async open(address, { onScreen = null } = {}) {
+  // `prepare` gets the browser's page before it loads anything.
+  static async open(address, { onScreen = null, prepare = async () => {} } = {}) {
     const browser = await chromium.launch({
       executablePath: process.env.QUORVIN_CHROMIUM ?? '/usr/bin/chromium',
       headless: onScreen === null,
@@ -26,6 +27,7 @@ export class HostPage {
     const context = await browser.newContext({ viewport });
     const page = await context.newPage();
     const hostPage = new HostPage(browser, page);
+    await prepare(page);
     await page.goto(address);
     return hostPage;
   }
