@@ -24,6 +24,11 @@ void KeyRepeat::suppress() {
   if (devices.injectedLast) handToLocalKeyboard();
 }
 
+void KeyRepeat::adopt() {
+  isWanted = true;
+  suppress();
+}
+
 void KeyRepeat::restore() {
   if (!isSuppressed) return;
   isSuppressed = false;

@@ -23,7 +23,7 @@ class KeyRepeat {
   void suppress();
   [[nodiscard]] bool isOff() const { return isSuppressed; }
   // Another connection switched it off and has ended without restoring it.
-  void adopt() { isWanted = true; }
+  void adopt();
   // After the last of them was released: everything as it was found.
   void restore();
 
