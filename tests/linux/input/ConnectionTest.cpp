@@ -129,11 +129,11 @@ TEST(InputConnection, UndoesWhatABrokenOneLeft) {
   (void)stand.take();
   ASSERT_EQ(shutdown(socket, SHUT_RDWR), 0);
   stand.events->settle();
-  EXPECT_THAT(stand.desk.keysDown(), IsEmpty());
+  EXPECT_THAT(stand.settled().keysDown(), IsEmpty());
   EXPECT_TRUE(stand.journal.buttons.empty());
   EXPECT_TRUE(stand.journal.keys.empty());
   stand.events.reset();
-  EXPECT_EQ(stand.desk.condition(), before);
+  EXPECT_EQ(stand.settled().condition(), before);
   EXPECT_TRUE(stand.journal.isEmpty());
 }
 

@@ -39,6 +39,11 @@ class InputStand {
     if (events) events->settle();
     return watcher.take();
   }
+  // The keyboard as it is after that.
+  [[nodiscard]] KeyboardDesk& settled() {
+    if (events) events->settle();
+    return desk;
+  }
   [[nodiscard]] std::vector<std::uint32_t> takeTyped() {
     if (events) events->settle();
     return watcher.takeTyped();

@@ -73,7 +73,7 @@ TEST(KeyInjection, SendsNeitherLocksNorFn) {
   EXPECT_THAT(stand.take(), IsEmpty());
   stand.type(mac::keypadClear);
   EXPECT_THAT(stand.takeTyped(), ElementsAre(XKB_KEY_Clear));
-  EXPECT_EQ(stand.desk.condition().lockedModifiers, 0);
+  EXPECT_EQ(stand.settled().condition().lockedModifiers, 0);
 }
 
 TEST(KeyInjection, KeepsShiftForShortcuts) {
@@ -122,7 +122,7 @@ TEST(KeyInjection, RepeatsAsOftenAsItIsTold) {
   stand.keyDown(mac::a);
   EXPECT_THAT(stand.takeTyped(), ElementsAre(XKB_KEY_a, XKB_KEY_a, XKB_KEY_a));
   stand.keyUp(mac::a);
-  EXPECT_THAT(stand.desk.keysDown(), IsEmpty());
+  EXPECT_THAT(stand.settled().keysDown(), IsEmpty());
 }
 
 TEST(KeyInjection, DoesNotRepeatModifiers) {
@@ -153,6 +153,17 @@ TEST(KeyInjection, DoesNotLetTheServerRepeat) {
   }
 }
 
+TEST(KeyInjection, ChangesNoSettingWhileNothingIsHeld) {
+  InputStand stand;
+  const auto before = stand.settled().condition();
+  stand.keyDown(mac::a);
+  (void)stand.take();
+  EXPECT_NE(stand.settled().condition().repeatControls, before.repeatControls);
+  stand.keyUp(mac::a);
+  (void)stand.take();
+  EXPECT_EQ(stand.settled().condition().repeatControls.back(), before.repeatControls.back());
+}
+
 TEST(KeyInjection, LetsTheLocalKeyboardRepeat) {
   InputStand stand(eagerRepeats);
   stand.type(mac::a);
@@ -172,7 +183,7 @@ TEST(KeyInjection, ReleasesTheKeyThatItPressed) {
   stand.keyUp(mac::q);
   stand.keyUp(mac::shift);
   (void)stand.take();
-  EXPECT_THAT(stand.desk.keysDown(), IsEmpty());
+  EXPECT_THAT(stand.settled().keysDown(), IsEmpty());
   stand.type(mac::q);
   EXPECT_THAT(stand.takeTyped(), ElementsAre(XKB_KEY_q));
 }
@@ -186,7 +197,7 @@ TEST(KeyInjection, ReleasesNothingThatItDidNotPress) {
   stand.keyUp(mac::shift);
   stand.keyUp(mac::a);
   EXPECT_THAT(stand.take(), IsEmpty());
-  EXPECT_THAT(stand.desk.keysDown(), ElementsAre(localShift));
+  EXPECT_THAT(stand.settled().keysDown(), ElementsAre(localShift));
 }
 
 TEST(KeyInjection, LeavesAloneWhatIsHeldAtTheMachine) {
@@ -196,9 +207,9 @@ TEST(KeyInjection, LeavesAloneWhatIsHeldAtTheMachine) {
   (void)stand.take();
   stand.type(mac::a);
   EXPECT_THAT(stand.takeTyped(), ElementsAre(XKB_KEY_A));
-  EXPECT_EQ(stand.desk.condition().heldModifiers, XCB_MOD_MASK_SHIFT);
+  EXPECT_EQ(stand.settled().condition().heldModifiers, XCB_MOD_MASK_SHIFT);
   stand.desk.release(localShift);
-  EXPECT_EQ(stand.desk.condition().heldModifiers, 0);
+  EXPECT_EQ(stand.settled().condition().heldModifiers, 0);
 }
 
 TEST(KeyInjection, ReleasesWhatIsHeldWhenItEnds) {
@@ -207,7 +218,7 @@ TEST(KeyInjection, ReleasesWhatIsHeldWhenItEnds) {
   stand.keyDown(mac::a);
   EXPECT_FALSE(stand.journal.keys.empty());
   stand.events.reset();
-  EXPECT_THAT(stand.desk.keysDown(), IsEmpty());
+  EXPECT_THAT(stand.settled().keysDown(), IsEmpty());
   EXPECT_TRUE(stand.journal.isEmpty());
 }
 
@@ -223,15 +234,15 @@ TEST(KeyInjection, PressesNothingThatNobodyWouldUndo) {
 TEST(KeyInjection, LendsSpareKeysAndTakesThemBack) {
   InputStand stand;
   stand.desk.setLayout("ru");
-  const auto before = stand.desk.condition();
+  const auto before = stand.settled().condition();
   stand.type(mac::a);
   ASSERT_EQ(stand.journal.bound.size(), 1U);
-  EXPECT_THAT(stand.desk.symbolsOf(*stand.journal.bound.begin()),
+  EXPECT_THAT(stand.settled().symbolsOf(*stand.journal.bound.begin()),
               testing::IsSupersetOf({XKB_KEY_a, XKB_KEY_A}));
   stand.type(mac::a);
   EXPECT_EQ(stand.journal.bound.size(), 1U);
   stand.events.reset();
-  EXPECT_EQ(stand.desk.condition(), before);
+  EXPECT_EQ(stand.settled().condition(), before);
 }
 
 TEST(KeyInjection, StillTypesWhenSpareKeysRunOut) {
@@ -265,7 +276,7 @@ TEST(KeyInjection, TypesInTheGroupInForce) {
   stand.desk.lockGroup(1);
   stand.type(mac::q);
   EXPECT_THAT(stand.takeTyped(), ElementsAre(XKB_KEY_q));
-  EXPECT_EQ(stand.desk.condition().group, 1);
+  EXPECT_EQ(stand.settled().condition().group, 1);
 }
 
 }  // namespace

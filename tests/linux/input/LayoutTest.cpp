@@ -57,11 +57,11 @@ TEST_P(LayoutTest, TypesEveryCharacterWhateverIsLocked) {
 TEST_P(LayoutTest, LeavesTheKeyboardAsItWasFound) {
   for (const bool isLocked : {false, true}) {
     stand.desk.lock(isLocked, isLocked);
-    const auto before = stand.desk.condition();
+    const auto before = stand.settled().condition();
     typeEverythingInEveryCase();
     stand.events.reset();
     (void)stand.take();
-    EXPECT_EQ(stand.desk.condition(), before);
+    EXPECT_EQ(stand.settled().condition(), before);
     EXPECT_TRUE(stand.journal.isEmpty());
     stand.events.emplace(stand.server.display(), stand.journal);
   }
@@ -69,9 +69,9 @@ TEST_P(LayoutTest, LeavesTheKeyboardAsItWasFound) {
 
 TEST_P(LayoutTest, ChangesNothingThatIsLockedOrHeldWhileItTypes) {
   stand.desk.lock(true, true);
-  const auto before = stand.desk.condition();
+  const auto before = stand.settled().condition();
   typeEverythingInEveryCase();
-  const auto after = stand.desk.condition();
+  const auto after = stand.settled().condition();
   EXPECT_EQ(after.heldModifiers, before.heldModifiers);
   EXPECT_EQ(after.lockedModifiers, before.lockedModifiers);
   EXPECT_EQ(after.lights, before.lights);
