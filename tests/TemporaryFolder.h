@@ -37,7 +37,7 @@ class TemporaryFolder {
   }
   // The path of a program that runs this text with /bin/sh.
   [[nodiscard]] std::string writeScript(std::string_view name, std::string_view text) const {
-    const auto script = write(name, "#!/bin/sh\n" + std::string(text));
+    auto script = write(name, "#!/bin/sh\n" + std::string(text));
     std::filesystem::permissions(script, std::filesystem::perms::owner_all);
     return script;
   }

@@ -22,6 +22,10 @@ FLOORS = {
     "deliverOneFrame": "twoLocksAndOneTask",
     "buildPayload": "copyPicture",
     "changeToPayloadAtLink": "bareFetchAndEncode",
+    "applyToNothing": "postToNothing",
+    "applyToServer": "bareMove",
+    "injectAndReply": "bareMoveAndReply",
+    "moveFromLinkToScreen": "bareMoveToScreen",
 }
 
 NANOSECONDS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}

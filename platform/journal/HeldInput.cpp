@@ -21,14 +21,8 @@ void HeldInput::note(InputRecord record) {
     case InputChange::pressButton:
       buttons.insert(record.code);
       break;
-    case InputChange::releaseButton:
-      buttons.erase(record.code);
-      break;
     case InputChange::pressKey:
       keys.insert(record.code);
-      break;
-    case InputChange::releaseKey:
-      keys.erase(record.code);
       break;
     case InputChange::bindKey:
       boundKeys.insert(record.code);

@@ -7,14 +7,14 @@
 
 namespace quorvin {
 
-// What the host tells its guardian about one button or key code of the X server.
+// What the host tells its guardian about one button or key code of the X server. Not that something
+// is released: a server that finds a client gone drops what it has not read of it yet, which may be
+// that very release. So the guardian looks at what the server holds when the host is gone.
 enum class InputChange : std::uint8_t {
   pressButton = 1,
-  releaseButton = 2,
-  pressKey = 3,
-  releaseKey = 4,
-  bindKey = 5,
-  unbindKey = 6,
+  pressKey = 2,
+  bindKey = 3,
+  unbindKey = 4,
 };
 
 struct InputRecord {
@@ -28,7 +28,7 @@ inline constexpr std::size_t journalRecordBytes = 2;
 
 [[nodiscard]] JournalMessage journalMessage(InputRecord record);
 
-// What is pressed and bound and not yet undone.
+// What the host may hold: all that it has ever pressed, and the key codes that are bound.
 struct HeldInput {
   std::set<std::uint8_t> buttons;
   std::set<std::uint8_t> keys;

@@ -8,16 +8,8 @@ bool GuardianJournal::willPressButton(std::uint8_t button) {
   return announce({InputChange::pressButton, button});
 }
 
-void GuardianJournal::didReleaseButton(std::uint8_t button) {
-  withdraw({InputChange::releaseButton, button});
-}
-
 bool GuardianJournal::willPressKey(std::uint8_t keycode) {
   return announce({InputChange::pressKey, keycode});
-}
-
-void GuardianJournal::didReleaseKey(std::uint8_t keycode) {
-  withdraw({InputChange::releaseKey, keycode});
 }
 
 bool GuardianJournal::willBindKey(std::uint8_t keycode) {
@@ -25,7 +17,9 @@ bool GuardianJournal::willBindKey(std::uint8_t keycode) {
 }
 
 void GuardianJournal::didUnbindKey(std::uint8_t keycode) {
-  withdraw({InputChange::unbindKey, keycode});
+  const InputRecord record{InputChange::unbindKey, keycode};
+  held.note(record);
+  static_cast<void>(tell(journalMessage(record)));
 }
 
 bool GuardianJournal::announce(InputRecord record) {
@@ -39,11 +33,6 @@ bool GuardianJournal::announce(InputRecord record) {
   if (!guardian->isReadyWithin(patienceLeft)) return false;
   held.note(record);
   return true;
-}
-
-void GuardianJournal::withdraw(InputRecord record) {
-  held.note(record);
-  static_cast<void>(tell(journalMessage(record)));
 }
 
 bool GuardianJournal::tell(const JournalMessage& message) {

@@ -18,8 +18,8 @@ namespace quorvin {
 // does.
 //
 // The guardian is started before the first press. One that is gone, or reads no more, is replaced
-// by another, which is told all that is held; but not more often than once in `startInterval`, so
-// that one that cannot live costs no more than that. Without a guardian that is ready nothing is
+// by another, which is told all that may be held; but not more often than once in `startInterval`,
+// so that one that cannot live costs no more than that. Without a guardian that is ready nothing is
 // pressed or bound. Belongs to the thread of the context.
 class GuardianJournal final : public InputJournal {
  public:
@@ -31,9 +31,10 @@ class GuardianJournal final : public InputJournal {
       : context(context), program(std::move(program)) {}
 
   [[nodiscard]] bool willPressButton(std::uint8_t button) override;
-  void didReleaseButton(std::uint8_t button) override;
+  // The guardian sees for itself what is released; see InputChange.
+  void didReleaseButton(std::uint8_t /*button*/) override {}
   [[nodiscard]] bool willPressKey(std::uint8_t keycode) override;
-  void didReleaseKey(std::uint8_t keycode) override;
+  void didReleaseKey(std::uint8_t /*keycode*/) override {}
   [[nodiscard]] bool willBindKey(std::uint8_t keycode) override;
   void didUnbindKey(std::uint8_t keycode) override;
 
@@ -41,7 +42,6 @@ class GuardianJournal final : public InputJournal {
   using Clock = std::chrono::steady_clock;
 
   [[nodiscard]] bool announce(InputRecord record);
-  void withdraw(InputRecord record);
   // False when there is no guardian, or none any more.
   [[nodiscard]] bool tell(const JournalMessage& message);
   // Starts a guardian that knows all that is held, if it can and may.

@@ -59,4 +59,8 @@ Rect LinuxInputEvents::displayBounds(DisplayID display) {
   return injector != nullptr ? injector->displays().boundsOf(display).value_or(Rect{}) : Rect{};
 }
 
+void LinuxInputEvents::settle() {
+  if (auto* injector = connection.injector()) injector->settle();
+}
+
 }  // namespace quorvin

@@ -30,6 +30,9 @@ class LinuxInputEvents final : public InputEvents {
   [[nodiscard]] bool displayIsActive(DisplayID display) override;
   [[nodiscard]] Rect displayBounds(DisplayID display) override;
 
+  // Waits until what was posted has been carried out, but not for long.
+  void settle();
+
  private:
   InputConnection connection;
 };

@@ -48,6 +48,9 @@ InputInjector::~InputInjector() {
   if (connection.isBroken()) return;
   pointer.releaseAll();
   if (keys) keys->leave();
+  // A local socket that is closed while something unread lies in it takes along what the server
+  // has not read yet.
+  settle();
 }
 
 bool InputInjector::isConnected() {

@@ -49,6 +49,8 @@ class InputInjector {
   // Where the displays lie now.
   [[nodiscard]] const DisplayLayout& displays();
   [[nodiscard]] Leftovers leftovers() const;
+  // Waits until the server has carried out what was posted, but not for long.
+  void settle() { writer.settle(); }
 
  private:
   void post(const MouseRecord& record);

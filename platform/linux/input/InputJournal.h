@@ -5,10 +5,9 @@
 namespace quorvin {
 
 // Told of everything that has to be undone should this process end in between: before it is done,
-// and after it was undone. Something is done or undone once the whole request has been written to
-// the X server's socket: the server carries it out even if this process is gone by then. A press is
-// told again each time it is repeated. Main thread; no call waits, but that the first press may
-// wait a moment for whoever is to undo it.
+// and after it was undone. Something is undone once the whole request has been written to the X
+// server's socket. A press is told again each time it is repeated. Main thread; no call waits, but
+// that the first press may wait a moment for whoever is to undo it.
 //
 // What is told before says whether it may be done: false when nobody would undo it.
 class InputJournal {

@@ -32,7 +32,7 @@ void KeyInjector::press(std::uint16_t virtualKey) {
   if (known == keys.end()) {
     const auto stroke = strokeFor(virtualKey);
     if (!stroke || !journal.willPressKey(stroke->keycode)) return;
-    keyboard->repeat().suppress();
+    if (keys.empty()) keyboard->repeat().suppress();
     if (held().contains(stroke->keycode)) writer.key(stroke->keycode, false);
     keys[virtualKey] = stroke->keycode;
     strike(*stroke);
@@ -52,25 +52,28 @@ void KeyInjector::release(std::uint16_t virtualKey) {
   const Keycode keycode = known->second;
   keys.erase(known);
   if (held().contains(keycode)) return;
-  set(keycode, false);
+  writer.key(keycode, false);
+  if (keys.empty()) keyboard->repeat().resume();
+  writer.flush();
+  journal.didReleaseKey(keycode);
 }
 
 void KeyInjector::leave() {
   while (!keys.empty()) release(keys.begin()->first);
   spares.takeBack();
-  keyboard->repeat().restore();
+  keyboard->repeat().leave();
   writer.flush();
 }
 
 KeyInjector::Leftovers KeyInjector::leftovers() const {
-  return {held(), spares.all(), keyboard->repeat().isOff()};
+  return {held(), spares.all(), keyboard->repeat().isUsed()};
 }
 
 // On a server that was started since, to release a key that is not down does nothing.
 void KeyInjector::adopt(Leftovers left) {
   for (const Keycode keycode : left.keycodes) set(keycode, false);
   spares.adopt(std::move(left.loans), keyboard->map());
-  if (left.isRepeatOff) keyboard->repeat().adopt();
+  if (left.isRepeatUsed) keyboard->repeat().adopt();
 }
 
 std::set<Keycode> KeyInjector::held() const {

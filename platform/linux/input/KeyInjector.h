@@ -41,7 +41,7 @@ class KeyInjector {
   struct Leftovers {
     std::set<Keycode> keycodes;  // that are held
     std::vector<SpareKeys::Loan> loans;
-    bool isRepeatOff = false;
+    bool isRepeatUsed = false;
   };
   [[nodiscard]] Leftovers leftovers() const;
   // Undoes what a connection left that broke before it could.

@@ -17,19 +17,29 @@ KeyRepeat::KeyRepeat(X11Connection& connection, const KeyboardDevices& devices)
 }
 
 void KeyRepeat::suppress() {
-  if (!isWanted || isSuppressed) return;
-  isSuppressed = true;
+  if (!isWanted) return;
   set(false);
-  // The change counts once the keyboard in use becomes another one.
-  if (devices.injectedLast) handToLocalKeyboard();
+  // That counts once the server turns from another keyboard to this one.
+  if (!wasUsed && devices.injectedLast) handToLocalKeyboard();
+  wasUsed = true;
 }
 
-void KeyRepeat::restore() {
-  if (!isSuppressed) return;
-  isSuppressed = false;
+void KeyRepeat::resume() {
+  if (isWanted) set(true);
+}
+
+void KeyRepeat::leave() {
+  if (!wasUsed) return;
   set(true);
   handToLocalKeyboard();
   devices.injectedLast = false;
+  wasUsed = false;
+}
+
+void KeyRepeat::adopt() {
+  isWanted = true;
+  wasUsed = true;
+  set(true);
 }
 
 void KeyRepeat::set(bool repeats) {

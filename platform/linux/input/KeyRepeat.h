@@ -10,8 +10,9 @@ namespace quorvin {
 // typing.
 //
 // Every keyboard has its own setting for it, and the one that is in force is that of the keyboard
-// that was used last. So repeats are switched off for the keyboard that XTEST presses keys of, and
-// the one in front of the person at the machine goes on repeating.
+// that was used last, as it was when the server turned to it. So repeats are off for the keyboard
+// that XTEST presses keys of, but only while there are such keys, since nobody undoes it when this
+// process ends; and the one in front of the person at the machine goes on repeating.
 //
 // Used by the connection's thread; the connection must outlive it.
 class KeyRepeat {
@@ -21,11 +22,14 @@ class KeyRepeat {
 
   // Before keys are pressed.
   void suppress();
-  [[nodiscard]] bool isOff() const { return isSuppressed; }
-  // Another connection switched it off and has ended without restoring it.
-  void adopt() { isWanted = true; }
-  // After the last of them was released: everything as it was found.
-  void restore();
+  // After the last of them was released.
+  void resume();
+  // At the end: everything as it was found.
+  void leave();
+  // There is something to leave as it was found.
+  [[nodiscard]] bool isUsed() const { return wasUsed; }
+  // Another connection did the first and has ended without the others.
+  void adopt();
 
  private:
   void set(bool repeats);
@@ -34,7 +38,7 @@ class KeyRepeat {
   X11Connection& connection;
   KeyboardDevices devices;
   bool isWanted = false;  // was on before
-  bool isSuppressed = false;
+  bool wasUsed = false;
 };
 
 }  // namespace quorvin

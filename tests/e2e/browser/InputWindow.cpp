@@ -4,7 +4,6 @@
 //
 // Usage: input_window X Y WIDTH HEIGHT, the window's place on the screen in pixels.
 
-#include <X11/XKBlib.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <poll.h>

@@ -32,11 +32,15 @@ HostProcess::HostProcess(Launch launch) : errors(::memfd_create("standard error"
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   posix_spawn_file_actions_adddup2(&actions, errors.get(), STDERR_FILENO);
   if (launch.link.isOpen()) posix_spawn_file_actions_adddup2(&actions, launch.link.get(), 3);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  if (launch.hasOwnGroup) posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
   launch.arguments.insert(launch.arguments.begin(), launch.program);
   std::ranges::reverse(launch.environment);  // the first of a name is what a program finds
   const int error =
-      ::posix_spawn(&process, launch.program.c_str(), &actions, nullptr,
+      ::posix_spawn(&process, launch.program.c_str(), &actions, &attributes,
                     asArray(launch.arguments).data(), asArray(launch.environment).data());
+  posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) throw std::system_error(error, std::generic_category(), launch.program);
 }

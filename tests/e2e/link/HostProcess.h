@@ -23,6 +23,8 @@ class HostProcess {
     std::vector<std::string> environment;
     // Becomes the program's descriptor 3.
     FileDescriptor link;
+    // Whether it leads a process group of its own.
+    bool hasOwnGroup = false;
   };
 
   explicit HostProcess(Launch launch);

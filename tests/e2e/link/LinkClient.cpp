@@ -1,11 +1,13 @@
 #include "tests/e2e/link/LinkClient.h"
 
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <system_error>
+#include <thread>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -87,6 +89,19 @@ void LinkClient::discardEvents() {
   while (receive(Clock::now())) {
   }
   events.clear();
+}
+
+void LinkClient::waitUntilStuck() const {
+  constexpr auto quietTime = Milliseconds(300);
+  const auto waitingBytes = [this] {
+    int count = 0;
+    ::ioctl(socket.get(), FIONREAD, &count);
+    return count;
+  };
+  for (int before = -1; before != waitingBytes();) {
+    before = waitingBytes();
+    std::this_thread::sleep_for(quietTime);
+  }
 }
 
 bool LinkClient::isClosedWithin(Milliseconds within) {

@@ -56,6 +56,8 @@ class LinkClient {
   std::optional<std::string> nextLifecycleState(Milliseconds within = patience);
   // Takes texts of the lifecycle channel up to the first of this kind; whether that came in time.
   bool waitForLifecycleState(const std::string& state);
+  // Reads nothing until no more arrives for a while: the link is full, or nothing is sent.
+  void waitUntilStuck() const;
   // Forgets the events that have arrived so far, and reads all that have.
   void discardEvents();
 

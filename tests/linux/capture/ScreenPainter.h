@@ -31,6 +31,8 @@ class ScreenPainter {
   void setCursor(int side, std::uint32_t colour, int hotSpot);
 
   void defineMonitor(const std::string& name, const PixelRect& area, bool isPrimary = false);
+  // The identifier of such a monitor.
+  [[nodiscard]] std::uint32_t monitorNamed(const std::string& name) { return atom(name); }
   void deleteMonitor(const std::string& name);
 
   [[nodiscard]] PixelSize screenSize() const;

@@ -1,5 +1,6 @@
 #include "tests/linux/guardian/ScreenInput.h"
 
+#include <poll.h>
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
 
@@ -110,6 +111,16 @@ void ScreenInput::bind(std::uint8_t key, xcb_keysym_t symbol) {
 
 void ScreenInput::synchronize() {
   owned(xcb_get_input_focus_reply(get(), xcb_get_input_focus(get()), nullptr));
+}
+
+void ScreenInput::waitForSilence() {
+  constexpr int silenceMs = 100;
+  pollfd source{.fd = xcb_get_file_descriptor(get()), .events = POLLIN, .revents = 0};
+  do {
+    xcb_discard_reply(get(), xcb_get_input_focus(get()).sequence);
+    flush();
+    const std::unique_ptr<xcb_generic_event_t, Free> taken(xcb_poll_for_event(get()));
+  } while (::poll(&source, 1, silenceMs) > 0);
 }
 
 void ScreenInput::fake(std::uint8_t type, std::uint8_t code) {

@@ -51,6 +51,8 @@ class ScreenInput {
 
   // Returns once the server has handled every request so far.
   void synchronize();
+  // Returns once the server answers no more.
+  void waitForSilence();
   // Sends what was asked for so far, and does not wait for more.
   void flush() { xcb_flush(connection.get()); }
   [[nodiscard]] xcb_connection_t* get() const { return connection.get(); }

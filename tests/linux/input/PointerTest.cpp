@@ -1,0 +1,126 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <vector>
+
+#include "tests/linux/input/InputStand.h"
+
+namespace quorvin {
+namespace {
+
+using Kind = SeenEvent::Kind;
+
+struct Brief {
+  Kind kind;
+  int detail;
+  Point position;
+
+  friend bool operator==(const Brief&, const Brief&) = default;
+};
+
+std::vector<Brief> brief(const std::vector<SeenEvent>& events) {
+  std::vector<Brief> found;
+  found.reserve(events.size());
+  for (const auto& event : events) found.push_back({event.kind, event.detail, event.position});
+  return found;
+}
+
+TEST(PointerInjection, MovesToTheNearestPixel) {
+  InputStand stand;
+  stand.mouse(MouseEventType::mouseMoved, {10.4, 20.6});
+  EXPECT_EQ(brief(stand.take()), (std::vector<Brief>{{Kind::motion, 0, {10, 21}}}));
+  EXPECT_EQ(stand.watcher.pointer(), (Point{10, 21}));
+}
+
+TEST(PointerInjection, NeverLeavesTheScreen) {
+  InputStand stand;
+  stand.mouse(MouseEventType::mouseMoved, {1e9, 1e300});
+  (void)stand.take();
+  EXPECT_EQ(stand.watcher.pointer(), (Point{639, 479}));
+  stand.mouse(MouseEventType::mouseMoved, {-1e9, -70'000});
+  (void)stand.take();
+  EXPECT_EQ(stand.watcher.pointer(), (Point{0, 0}));
+}
+
+TEST(PointerInjection, MovesBeforeItPresses) {
+  InputStand stand;
+  stand.mouse(MouseEventType::leftMouseDown, {30, 40});
+  stand.mouse(MouseEventType::leftMouseDragged, {50, 60});
+  stand.mouse(MouseEventType::leftMouseUp, {70, 80});
+  EXPECT_EQ(brief(stand.take()), (std::vector<Brief>{{Kind::motion, 0, {30, 40}},
+                                                     {Kind::buttonDown, 1, {30, 40}},
+                                                     {Kind::motion, 0, {50, 60}},
+                                                     {Kind::motion, 0, {70, 80}},
+                                                     {Kind::buttonUp, 1, {70, 80}}}));
+}
+
+TEST(PointerInjection, PressesTheButtonsThatXProgramsMean) {
+  InputStand stand;
+  stand.mouse(MouseEventType::rightMouseDown, {5, 5}, MouseButton::right);
+  stand.mouse(MouseEventType::rightMouseUp, {5, 5}, MouseButton::right);
+  stand.mouse(MouseEventType::otherMouseDown, {5, 5}, MouseButton::center);
+  stand.mouse(MouseEventType::otherMouseUp, {5, 5}, MouseButton::center);
+  std::vector<int> buttons;
+  for (const auto& event : stand.take()) {
+    if (event.kind == Kind::buttonDown || event.kind == Kind::buttonUp) {
+      buttons.push_back(event.detail);
+    }
+  }
+  EXPECT_EQ(buttons, (std::vector<int>{3, 3, 2, 2}));
+}
+
+TEST(PointerInjection, TellsTheJournalWhatIsHeld) {
+  InputStand stand;
+  stand.mouse(MouseEventType::rightMouseDown, {5, 5}, MouseButton::right);
+  EXPECT_THAT(stand.journal.buttons, testing::ElementsAre(3));
+  stand.mouse(MouseEventType::rightMouseUp, {5, 5}, MouseButton::right);
+  EXPECT_TRUE(stand.journal.isEmpty());
+}
+
+TEST(PointerInjection, PressesNothingThatNobodyWouldUndo) {
+  InputStand stand;
+  stand.journal.isThere = false;
+  stand.mouse(MouseEventType::leftMouseDown, {5, 6});
+  EXPECT_EQ(brief(stand.take()), (std::vector<Brief>{{Kind::motion, 0, {5, 6}}}));
+}
+
+TEST(PointerInjection, ReleasesNothingThatItDidNotPress) {
+  InputStand stand;
+  stand.mouse(MouseEventType::leftMouseUp, {5, 6});
+  EXPECT_EQ(brief(stand.take()), (std::vector<Brief>{{Kind::motion, 0, {5, 6}}}));
+}
+
+TEST(PointerInjection, ReleasesWhatIsHeldWhenItEnds) {
+  InputStand stand;
+  stand.mouse(MouseEventType::leftMouseDown, {5, 6});
+  (void)stand.take();
+  stand.events.reset();
+  EXPECT_EQ(brief(stand.take()), (std::vector<Brief>{{Kind::buttonUp, 1, {5, 6}}}));
+  EXPECT_TRUE(stand.journal.isEmpty());
+}
+
+TEST(PointerInjection, MakesNoEventWithoutAPlace) {
+  InputStand stand;
+  EXPECT_EQ(stand.events->createMouseEvent(nullptr, MouseEventType::mouseMoved,
+                                           {std::numeric_limits<double>::quiet_NaN(), 1},
+                                           MouseButton::left),
+            nullptr);
+}
+
+TEST(PointerInjection, ScrollsInWholeNotchesAndCarriesTheRest) {
+  InputStand stand;
+  stand.scroll(60, 0);
+  EXPECT_TRUE(stand.take().empty());
+  stand.scroll(60, -250);
+  stand.scroll(-120, 350);
+  std::vector<int> turned;
+  for (const auto& event : stand.take()) {
+    if (event.kind == Kind::buttonDown) turned.push_back(event.detail);
+  }
+  // 120 up; 250 to the right; 100 down; 300 to the left.
+  EXPECT_EQ(turned, (std::vector<int>{4, 7, 7, 5, 6, 6, 6}));
+}
+
+}  // namespace
+}  // namespace quorvin
