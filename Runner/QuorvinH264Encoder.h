@@ -25,7 +25,9 @@ class QuorvinH264Encoder final : public CompressionOutput,
   // system could not be told stops the process.
   QuorvinH264Encoder(VideoEncoder& videoEncoder, std::int64_t width, std::int64_t height,
                      std::int64_t fps, std::int64_t bitrateMbps, EmitFrame emitFrame);
-  // Ends the session if nobody has; its last payloads still go out.
+  // Ends the session if nobody has; its last payloads still go out. An owner had better end it
+  // first: otherwise a payload on its way may be what holds it last, and the end then comes on the
+  // thread that the end waits for.
   ~QuorvinH264Encoder() override;
 
   QuorvinH264Encoder(const QuorvinH264Encoder&) = delete;

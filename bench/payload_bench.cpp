@@ -21,8 +21,8 @@ namespace {
 constexpr std::size_t unitCount = 4;  // slices of the picture
 constexpr std::size_t lengthSize = 4;
 
-// An encoded picture of so many bytes, its lengths included, with the two parameter sets that go
-// with it; they have the usual sizes.
+// An encoded picture of so many bytes, its lengths included, as the Linux encoder gives it: without
+// attachments, and with two parameter sets of the usual sizes.
 class Picture final : public EncodedSample {
  public:
   explicit Picture(std::size_t size) {
@@ -36,7 +36,7 @@ class Picture final : public EncodedSample {
   }
 
   [[nodiscard]] std::optional<std::vector<EncodedSampleAttachments>> attachments() const override {
-    return std::vector{EncodedSampleAttachments{.notSync = false}};
+    return {};
   }
   [[nodiscard]] std::optional<std::size_t> dataLength() const override { return bytes.size(); }
   [[nodiscard]] EncoderStatus copyDataBytes(std::span<std::uint8_t> destination) const override {

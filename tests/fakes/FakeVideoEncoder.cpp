@@ -72,10 +72,9 @@ std::optional<std::size_t> FakeEncodedSample::dataLength() const {
 }
 
 EncoderStatus FakeEncodedSample::copyDataBytes(std::span<std::uint8_t> destination) const {
-  if (copyStatus != 0) return copyStatus;
   if (!data || destination.size() != data->size()) return parameterError;
   std::ranges::copy(*data, destination.begin());
-  return 0;
+  return copyStatus;  // one that fails may have written everything
 }
 
 std::optional<std::span<const std::uint8_t>> FakeEncodedSample::h264ParameterSet(

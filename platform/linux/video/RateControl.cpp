@@ -16,7 +16,6 @@ constexpr std::chrono::milliseconds pause{200};
 constexpr double caution = 0.9;
 // What uses less of what it may spend than this could have been much finer.
 constexpr double underuse = 0.6;
-constexpr double repeatMargin = 1.15;
 
 // How the bits of a picture fall with the quantiser, by shares of those at quantiser 0. Measured
 // on pictures of a desktop: half as many every fifteen steps while they are fine and every six
@@ -112,11 +111,7 @@ RateControl::Verdict RateControl::keep(double bits) {
 std::optional<std::chrono::nanoseconds> RateControl::repeatAfter() const {
   if (rate <= 0) return {};
   if (picture.isKept && (picture.isRepeat || picture.quantiser <= sharp)) return {};
-  const double wanted = std::min(repeatMargin * estimateOf(sharp), bitsIn(savedAtMost));
-  const std::chrono::duration<double> saving((wanted - level) / rate);
-  const auto bounded =
-      std::clamp<std::chrono::duration<double>>(saving, earliestRepeat, latestRepeat);
-  return std::chrono::duration_cast<std::chrono::nanoseconds>(bounded);
+  return restTime;
 }
 
 double RateControl::bitsIn(std::chrono::nanoseconds duration) const {

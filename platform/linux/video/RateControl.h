@@ -26,10 +26,10 @@ class RateControl {
 
   static constexpr std::chrono::milliseconds savedAtMost{900};
   static constexpr std::chrono::milliseconds reserve{250};
-  // How long after a picture the same one may come again: late enough that it is not one of a
-  // quick sequence, and early enough that a screen at rest is sharp within a second.
-  static constexpr std::chrono::milliseconds earliestRepeat{250};
-  static constexpr std::chrono::milliseconds latestRepeat{600};
+  // How long after a coarse picture the same one should come again: long enough to save up what a
+  // sharp one takes, and for it not to be one of a sequence, but so that a screen at rest is sharp
+  // within a second.
+  static constexpr std::chrono::milliseconds restTime{600};
 
   enum class Action { keep, encodeAgain, drop };
   struct Verdict {

@@ -115,6 +115,34 @@ TEST(VideoEncoder, EncodesUnusualShapes) {
   }
 }
 
+// Desktops full of text that follow each other at once, then an almost plain one, and again.
+TEST(VideoEncoder, HoldsTheBitRateOverAnyFourSecondsThoughThePictureChangesAbruptly) {
+  constexpr PixelSize size{640, 360};
+  constexpr double rate = 1'500'000;
+  constexpr std::size_t picturesInFourSeconds = 120;
+  std::vector<std::shared_ptr<CapturedPixelBuffer>> busy;
+  for (std::uint32_t seed = 1; seed <= 4; ++seed) busy.push_back(desktop(size, seed));
+  const auto still = plainPicture(size, 0x336699);
+  EncoderStand stand(size, std::int64_t{1'500'000});
+  for (std::size_t i = 0; i < 600; ++i) {
+    const bool isStill = i >= 250 && i < 300;
+    stand.encode(isStill ? still : busy[i % busy.size()]);
+  }
+  const auto outputs = stand.recorder.outputs();
+  for (std::size_t first = 0; first + picturesInFourSeconds <= outputs.size(); ++first) {
+    double bits = 0;
+    bool isBusy = true;
+    for (std::size_t i = first; i < first + picturesInFourSeconds; ++i) {
+      bits += outputs[i].bits();
+      isBusy = isBusy && (i < 250 || i >= 300);
+    }
+    EXPECT_LE(bits, 1.25 * 4 * rate) << "from picture " << first;
+    if (isBusy) {
+      EXPECT_GE(bits, 0.75 * 4 * rate) << "from picture " << first;
+    }
+  }
+}
+
 TEST(VideoEncoder, DeclinesWhatItCannotEncode) {
   EncoderRecorder recorder;
   LinuxVideoEncoder encoder;
