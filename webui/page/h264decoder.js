@@ -2,6 +2,8 @@
 
 import {parsePayload} from './h264.js';
 
+const patienceMs = 200;
+
 // This browser has no decoder for the stream.
 export class H264Unsupported extends Error {}
 
@@ -9,14 +11,18 @@ export class H264Decoder {
   #api;
   #decoder = null;
   #configured = ''; // what the decoder is set up for
-  #newest = null; // the last picture out of the decoder that nobody has taken
+  #keepsBack = false; // whether the decoder gives a picture only when it is flushed
+  #wanted = null; // {timestamp, resolve, reject}: the picture that is waited for
   #last = Promise.resolve(); // settles when the payload before has been dealt with
   #period = 0; // counts calls of reset()
   #count = 0;
+  #patienceMs;
 
-  // `api` is where a browser keeps VideoDecoder and EncodedVideoChunk.
-  constructor(api = globalThis) {
+  // `api` is where a browser keeps VideoDecoder and EncodedVideoChunk; `patience` is how many
+  // milliseconds a decoder is given before it is flushed.
+  constructor(api = globalThis, patience = patienceMs) {
     this.#api = api;
+    this.#patienceMs = patience;
   }
 
   // Resolves with {image, width, height}, of which `image` (a VideoFrame that the caller closes) may
@@ -44,13 +50,7 @@ export class H264Decoder {
     if (period !== this.#period) return null;
     try {
       this.#setUp(payload);
-      const data = payload.stream;
-      const timestamp = this.#count++;
-      this.#decoder.decode(new this.#api.EncodedVideoChunk({type: 'key', timestamp, data}));
-      // Without it, a decoder may keep a picture until it has seen the next.
-      await this.#decoder.flush();
-      if (period !== this.#period) return null;
-      return this.#take(payload);
+      return fitting(await this.#frameOf(payload.stream), payload);
     } catch (error) {
       if (period !== this.#period) return null;
       // A decoder that has met with an error is closed for good; the next payload gets another.
@@ -77,37 +77,68 @@ export class H264Decoder {
   }
 
   #make() {
-    const decoder = new this.#api.VideoDecoder({
+    return new this.#api.VideoDecoder({
       output: (frame) => {
-        if (decoder !== this.#decoder) {
-          frame.close();
-          return;
-        }
-        this.#newest?.close();
-        this.#newest = frame;
+        const isWanted = this.#wanted !== null && frame.timestamp === this.#wanted.timestamp;
+        if (isWanted) this.#settle('resolve', frame);
+        else frame.close();
       },
-      error: () => {}, // flush() and decode() tell of it as well
+      error: (error) => this.#settle('reject', error),
     });
-    return decoder;
   }
 
-  #take({width, height}) {
-    const image = this.#newest;
-    this.#newest = null;
-    if (image === null) return null;
-    if (image.displayWidth >= width && image.displayHeight >= height) return {image, width, height};
-    image.close();
-    return null;
+  // Resolves with the VideoFrame, or with null where nothing comes of the stream.
+  async #frameOf(data) {
+    const timestamp = this.#count++;
+    const frame = new Promise((resolve, reject) => {
+      this.#wanted = {timestamp, resolve, reject};
+    });
+    const patience = setTimeout(() => this.#flush(timestamp), this.#patienceMs);
+    try {
+      this.#decoder.decode(new this.#api.EncodedVideoChunk({type: 'key', timestamp, data}));
+      if (this.#keepsBack) this.#flush(timestamp);
+      return await frame;
+    } finally {
+      this.#wanted = null;
+      clearTimeout(patience);
+    }
+  }
+
+  // A decoder may keep a picture until it has seen the next. Flushing takes it as much time as a small
+  // picture or more, so that only such decoders are flushed each time.
+  async #flush(timestamp) {
+    try {
+      this.#keepsBack = true;
+      await this.#decoder.flush();
+      if (this.#wanted?.timestamp === timestamp) {
+        this.#keepsBack = false;
+        this.#settle('resolve', null);
+      }
+    } catch (error) {
+      if (this.#wanted?.timestamp === timestamp) this.#settle('reject', error);
+    }
+  }
+
+  #settle(how, value) {
+    this.#wanted?.[how](value);
+    this.#wanted = null;
   }
 
   #end() {
     const decoder = this.#decoder;
     this.#decoder = null;
     this.#configured = '';
-    this.#newest?.close();
-    this.#newest = null;
+    this.#keepsBack = false;
     if (decoder !== null && decoder.state !== 'closed') decoder.close();
+    this.#settle('resolve', null);
   }
+}
+
+function fitting(image, {width, height}) {
+  if (image === null) return null;
+  if (image.displayWidth >= width && image.displayHeight >= height) return {image, width, height};
+  image.close();
+  return null;
 }
 
 // Without a description, so that the stream may be one of Annex B.

@@ -19,7 +19,8 @@ function fakeBrowser() {
     log,
     decoders: [],
     supported: async () => ({supported: true}),
-    outputs: (chunk) => [{tag: chunk.tag, displayWidth: 16, displayHeight: 10}],
+    outputs: ({tag, timestamp}) => [{tag, timestamp, displayWidth: 16, displayHeight: 10}],
+    keepsBack: false,
     frames: [],
     EncodedVideoChunk: function EncodedVideoChunk({type, timestamp, data}) {
       Object.assign(this, {type, timestamp, tag: data.at(-1)});
@@ -33,7 +34,7 @@ function fakeBrowser() {
     state = 'unconfigured';
     #init;
     #chunks = [];
-    #pending = null;
+    #flushing = null;
     constructor(init) {
       this.#init = init;
       browser.decoders.push(this);
@@ -46,18 +47,21 @@ function fakeBrowser() {
       if (this.state !== 'configured') throw new DOMException('closed', 'InvalidStateError');
       log.push(`${chunk.type} ${chunk.tag}`);
       this.#chunks.push(chunk);
+      if (!browser.held && !browser.keepsBack) queueMicrotask(() => this.#putOut());
     }
     flush() {
+      log.push('flush');
       return new Promise((resolve, reject) => {
-        this.#pending = {resolve, reject};
-        if (!browser.held) this.finish();
+        this.#flushing = {resolve, reject};
+        if (browser.held) return;
+        this.#putOut();
+        resolve();
       });
     }
-    finish() {
+    #putOut() {
       for (const chunk of this.#chunks.splice(0)) {
         for (const picture of browser.outputs(chunk)) this.output(picture);
       }
-      this.#pending.resolve();
     }
     output(picture) {
       const frame = {...picture, closed: false, close: () => (frame.closed = true)};
@@ -67,16 +71,19 @@ function fakeBrowser() {
     fail(name) {
       const error = new DOMException('failed', name);
       this.state = 'closed';
-      this.#pending.reject(error);
+      this.#flushing?.reject(error);
       this.#init.error(error);
     }
     close() {
       this.state = 'closed';
-      this.#pending?.reject(new DOMException('closed', 'AbortError'));
+      this.#flushing?.reject(new DOMException('closed', 'AbortError'));
     }
   };
   return browser;
 }
+
+const noPatienceMs = 0;
+const muchPatienceMs = 1_000_000;
 
 // Lets everything go on that waits for nothing but its turn.
 const settled = () => new Promise((resolve) => setImmediate(resolve));
@@ -86,7 +93,7 @@ let decoder;
 
 beforeEach(() => {
   browser = fakeBrowser();
-  decoder = new H264Decoder(browser);
+  decoder = new H264Decoder(browser, noPatienceMs);
 });
 
 test('a payload becomes a picture of the size in its header', async () => {
@@ -123,8 +130,26 @@ test('what is no picture by itself never reaches the decoder', async () => {
 test('a decoder that gives nothing gives up the picture, and the next one comes', async () => {
   browser.outputs = () => [];
   assert.equal(await decoder.decode(payload(1)), null);
-  browser.outputs = (chunk) => [{tag: chunk.tag, displayWidth: 16, displayHeight: 10}];
+  browser.outputs = ({tag, timestamp}) => [{tag, timestamp, displayWidth: 16, displayHeight: 10}];
   assert.equal((await decoder.decode(payload(2))).image.tag, 2);
+});
+
+test('a decoder that gives its pictures by itself is never flushed', async () => {
+  decoder = new H264Decoder(browser, muchPatienceMs);
+  for (const tag of [1, 2, 3]) await decoder.decode(payload(tag));
+  assert.ok(!browser.log.includes('flush'));
+});
+
+test('one that keeps them back is flushed, later on without waiting', async () => {
+  browser.keepsBack = true;
+  for (const tag of [1, 2, 3]) {
+    const picture = decoder.decode(payload(tag));
+    if (tag > 1) {
+      await settled();
+      assert.deepEqual(browser.log.slice(-2), [`key ${tag}`, 'flush']);
+    }
+    assert.equal((await picture).image.tag, tag);
+  }
 });
 
 test('a picture smaller than its header says is closed and given up', async () => {
@@ -132,11 +157,12 @@ test('a picture smaller than its header says is closed and given up', async () =
   assert.ok(browser.frames[0].closed);
 });
 
-test('of several pictures the last is taken and the others are closed', async () => {
+test('a picture that nobody waits for is closed', async () => {
   const size = {displayWidth: 16, displayHeight: 10};
-  browser.outputs = () => [{tag: 8, ...size}, {tag: 9, ...size}];
-  assert.equal((await decoder.decode(payload(1))).image.tag, 9);
-  assert.deepEqual(browser.frames.map(({closed}) => closed), [true, false]);
+  browser.outputs = ({timestamp}) =>
+    [timestamp - 1, timestamp, timestamp].map((each, tag) => ({tag, timestamp: each, ...size}));
+  assert.equal((await decoder.decode(payload(1))).image.tag, 1);
+  assert.deepEqual(browser.frames.map(({closed}) => closed), [true, false, true]);
 });
 
 test('after an error the next payload gets a new decoder', async () => {
@@ -159,7 +185,7 @@ test('a reset gives up what is under way and closes what comes of it', async () 
   assert.equal(await old, null);
   assert.equal(await waiting, null);
   browser.held = false;
-  browser.decoders[0].output({displayWidth: 16, displayHeight: 10});
+  browser.decoders[0].output({timestamp: 0, displayWidth: 16, displayHeight: 10});
   assert.ok(browser.frames[0].closed);
   assert.equal((await decoder.decode(payload(3))).image.tag, 3);
 });
