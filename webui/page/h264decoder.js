@@ -104,7 +104,7 @@ export class H264Decoder {
     }
   }
 
-  // A decoder may keep a picture until it has seen the next. Flushing takes it as much time as a small
+  // A decoder may keep a picture until it has seen the next. Flushing takes as much time as a small
   // picture or more, so that only such decoders are flushed each time.
   async #flush(timestamp) {
     try {
