@@ -71,8 +71,8 @@ bool H264Library::isEncodable(PixelSize size) {
          blocksIn(size.width) * blocksIn(size.height) <= mostBlocks;
 }
 
-void H264Library::Close::operator()(x264_t* encoder) const {
-  x264_encoder_close(encoder);
+void H264Library::Close::operator()(x264_t* opened) const {
+  x264_encoder_close(opened);
 }
 
 H264Library::H264Library(PixelSize size, int expectedRate) {

@@ -37,7 +37,7 @@ class H264Library {
 
  private:
   struct Close {
-    void operator()(x264_t* encoder) const;
+    void operator()(x264_t* opened) const;
   };
 
   void readParameterSets();
