@@ -39,9 +39,9 @@ class InputWatcher {
 
  private:
   struct Free {
-    void operator()(xkb_context* context) const { xkb_context_unref(context); }
-    void operator()(xkb_keymap* keymap) const { xkb_keymap_unref(keymap); }
-    void operator()(xkb_state* state) const { xkb_state_unref(state); }
+    void operator()(xkb_context* owned) const { xkb_context_unref(owned); }
+    void operator()(xkb_keymap* owned) const { xkb_keymap_unref(owned); }
+    void operator()(xkb_state* owned) const { xkb_state_unref(owned); }
   };
 
   void readLayout();

@@ -76,12 +76,12 @@ std::uint32_t DecodedFrame::colourAt(int x, int y) const {
          byteOf(luma + 1.8556 * blue);
 }
 
-void H264Decoder::Free::operator()(AVCodecContext* context) const {
-  avcodec_free_context(&context);
+void H264Decoder::Free::operator()(AVCodecContext* owned) const {
+  avcodec_free_context(&owned);
 }
 
-void H264Decoder::Free::operator()(AVFrame* frame) const {
-  av_frame_free(&frame);
+void H264Decoder::Free::operator()(AVFrame* owned) const {
+  av_frame_free(&owned);
 }
 
 H264Decoder::H264Decoder() : frame(av_frame_alloc()) {

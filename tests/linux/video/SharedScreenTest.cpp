@@ -12,8 +12,8 @@
 
 #include "Runner/QuorvinH264Encoder.h"
 #include "bench/Desktop.h"
+#include "tests/TemporaryFolder.h"
 #include "tests/linux/capture/CaptureStand.h"
-#include "tests/linux/system/TemporaryFolder.h"
 #include "tests/linux/video/EncoderStand.h"
 
 namespace quorvin {
