@@ -35,16 +35,13 @@ HostStand::HostStand(JpegSize screen)
               "-noreset"}) {}
 
 std::vector<std::string> HostStand::environment() const {
-  return {"PATH=/usr/bin:/bin",
-          "DISPLAY=" + server.display(),
-          "HOME=" + home.path().string(),
+  return {"PATH=/usr/bin:/bin", "DISPLAY=" + server.display(), "HOME=" + home.path().string(),
           "XDG_CONFIG_HOME=" + (home.path() / "config").string(),
-          "DBUS_SESSION_BUS_ADDRESS=disabled:",
-          "NO_AT_BRIDGE=1",
-          "GSETTINGS_BACKEND=memory",
+          "DBUS_SESSION_BUS_ADDRESS=disabled:", "NO_AT_BRIDGE=1", "GSETTINGS_BACKEND=memory",
           withSuppressions("LSAN_OPTIONS",
                            "print_suppressions=0:suppressions=" QUORVIN_LSAN_SUPPRESSIONS),
-          withSuppressions("ASAN_OPTIONS", "fast_unwind_on_malloc=0")};
+          // What the sanitizer keeps back of freed memory would count as the host's.
+          withSuppressions("ASAN_OPTIONS", "fast_unwind_on_malloc=0:quarantine_size_mb=4")};
 }
 
 std::unique_ptr<HostProcess> HostStand::startHost(FileDescriptor link,
