@@ -397,3 +397,13 @@ test('input ends with the session and the next one begins without it', async () 
 test('the page had nothing to complain about', () => {
   assert.deepEqual(page.complaints, []);
 });
+
+// Last, since nothing is left after it but the screen.
+test('nothing stays down when the user interface is killed', async () => {
+  await takeControl();
+  await holdShiftAndButton();
+  process.kill(host.child('quorvin-webui'), 'SIGKILL');
+  await remote.awaitNothingHeld();
+  const [status] = await host.ended;
+  assert.equal(status, 0);
+});

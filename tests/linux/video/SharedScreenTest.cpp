@@ -12,7 +12,6 @@
 
 #include "Runner/QuorvinH264Encoder.h"
 #include "bench/Desktop.h"
-#include "platform/linux/video/RateControl.h"
 #include "tests/TemporaryFolder.h"
 #include "tests/linux/capture/CaptureStand.h"
 #include "tests/linux/video/EncoderStand.h"
@@ -154,17 +153,26 @@ TEST(SharedScreen, TurnsSharpWhenItHasComeToRest) {
       ASSERT_TRUE(screen.sharing->waitForPayloads(count + 1));
     }
   }
-  ASSERT_TRUE(screen.sharing->waitUntilIdle());
-  const auto times = screen.sharing->allPictureTimes();
-  const auto rest = times.back() - times.at(times.size() - 2);
-  EXPECT_GE(rest, RateControl::restTime) << "the last picture is a repeat, after the rest";
+  // The encoder may be behind, and has the stream repeat the last picture when it has caught up.
+  const auto cameToRest = std::chrono::steady_clock::now();
+  const auto perfect = screen.shownPerfectly();
+  const auto isSharp = [&](const Bytes& payload) {
+    const auto frames = H264Decoder::decodeAll({streamOf(payload)});
+    return frames.size() == 1 && psnrOf(frames[0], perfect) >= 40;
+  };
+  bool sharp = false;
+  for (auto seen = screen.sharing->allPayloads().size() - 1;
+       !sharp && screen.sharing->waitForPayloads(seen + 1);) {
+    const auto payloads = screen.sharing->allPayloads();
+    seen = payloads.size();
+    sharp = isSharp(payloads.back());
+  }
+  EXPECT_TRUE(sharp);
   // For the reader of the results: a second is the aim, on a machine that is not busy.
-  testing::Test::RecordProperty(
+  const auto rest = std::chrono::steady_clock::now() - cameToRest;
+  RecordProperty(
       "rest_ms",
       static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(rest).count()));
-  const auto frames = H264Decoder::decodeAll({streamOf(screen.sharing->allPayloads().back())});
-  ASSERT_EQ(frames.size(), 1U);
-  EXPECT_GE(psnrOf(frames[0], screen.shownPerfectly()), 40);
 }
 
 TEST(SharedScreen, IsWhatOthersToolsTakeForMainProfileKeyFramesOfItsSize) {

@@ -1,6 +1,6 @@
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
-import { mkdtempSync, rmSync } from 'node:fs';
+import { mkdtempSync, readFileSync, readdirSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { isAbsolute, join } from 'node:path';
 
@@ -63,10 +63,36 @@ export class Host {
     return status;
   }
 
+  // The process that the host has started from the program of that name.
+  child(name) {
+    return readdirSync('/proc')
+      .filter((entry) => /^\d+$/.test(entry))
+      .map(Number)
+      .find((process) => parentOf(process) === this.process.pid && commandOf(process) === name);
+  }
+
   // For the end of a test run that may have failed anywhere.
   async destroy() {
     if (this.leftProcesses()) process.kill(-this.process.pid, 'SIGKILL');
     await this.ended;
     rmSync(this.home, { recursive: true, force: true });
+  }
+}
+
+// See proc(5); undefined when the process has just ended.
+function parentOf(process) {
+  try {
+    const status = readFileSync(`/proc/${process}/status`, 'utf8');
+    return Number(/^PPid:\s*(\d+)$/m.exec(status)?.[1]);
+  } catch {
+    return undefined;
+  }
+}
+
+function commandOf(process) {
+  try {
+    return readFileSync(`/proc/${process}/cmdline`, 'utf8').split('\0')[0].split('/').pop();
+  } catch {
+    return undefined;
   }
 }
