@@ -1,6 +1,7 @@
 #include <memory>
 #include <string>
 
+#include "tests/contract/ForeignPixelBuffer.h"
 #include "tests/contract/VideoEncoderContract.h"
 #include "tests/fakes/FakeVideoEncoder.h"
 
@@ -8,16 +9,6 @@ namespace quorvin::contract {
 namespace {
 
 using fakes::FakeVideoEncoder;
-
-class ForeignPixelBuffer final : public PixelBuffer {
- public:
-  explicit ForeignPixelBuffer(const PictureSize& size) : size(size) {}
-  [[nodiscard]] std::size_t widthPx() const override { return size.width; }
-  [[nodiscard]] std::size_t heightPx() const override { return size.height; }
-
- private:
-  PictureSize size;
-};
 
 // Pictures of one colour, which is what the fake's units say of a picture.
 class FakeVideoEncoderWorld final : public VideoEncoderWorld {

@@ -7,16 +7,11 @@
 
 #include "platform/linux/capture/CapturedPixelBuffer.h"
 #include "platform/linux/capture/ImageEncoder.h"
+#include "tests/contract/ForeignPixelBuffer.h"
 #include "tests/contract/ImageEncoderContract.h"
 
 namespace quorvin::contract {
 namespace {
-
-class ForeignPixelBuffer final : public PixelBuffer {
- public:
-  [[nodiscard]] std::size_t widthPx() const override { return 8; }
-  [[nodiscard]] std::size_t heightPx() const override { return 8; }
-};
 
 class LinuxImageEncoderWorld final : public ImageEncoderWorld {
  public:
@@ -36,7 +31,7 @@ class LinuxImageEncoderWorld final : public ImageEncoderWorld {
                                                  size.width * bytesPerPixel);
   }
   std::shared_ptr<PixelBuffer> unusablePicture() override {
-    return std::make_shared<ForeignPixelBuffer>();
+    return std::make_shared<ForeignPixelBuffer>(PictureSize{8, 8});
   }
 
   DecodedPicture decode(const Data& file) override {

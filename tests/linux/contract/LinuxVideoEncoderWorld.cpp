@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "platform/linux/video/VideoEncoder.h"
+#include "tests/contract/ForeignPixelBuffer.h"
 #include "tests/contract/VideoEncoderContract.h"
 #include "tests/linux/video/H264Decoder.h"
 #include "tests/linux/video/TestPictures.h"
@@ -14,16 +15,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds patience{20};
 constexpr std::chrono::milliseconds lookAgain{1};
-
-class ForeignPixelBuffer final : public PixelBuffer {
- public:
-  explicit ForeignPixelBuffer(const PictureSize& size) : size(size) {}
-  [[nodiscard]] std::size_t widthPx() const override { return size.width; }
-  [[nodiscard]] std::size_t heightPx() const override { return size.height; }
-
- private:
-  PictureSize size;
-};
 
 class LinuxVideoEncoderWorld final : public VideoEncoderWorld {
  public:

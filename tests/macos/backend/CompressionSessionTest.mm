@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "tests/contract/ForeignPixelBuffer.h"
 #import "tests/macos/backend/CompressionFixture.h"
 
 namespace quorvin {
@@ -13,12 +14,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
-
-class ForeignPixelBuffer final : public PixelBuffer {
- public:
-  [[nodiscard]] std::size_t widthPx() const override { return 64; }
-  [[nodiscard]] std::size_t heightPx() const override { return 48; }
-};
 
 class CompressionSessionTest : public CompressionTest {
  protected:
@@ -127,7 +122,9 @@ TEST_F(CompressionSessionTest, LeavesThePictureToTheEncoderUntilItCameOut) {
 }
 
 TEST_F(CompressionSessionTest, RefusesAPictureThatTheSystemDoesNotKnow) {
-  EXPECT_EQ(session->encodeFrame(std::make_shared<ForeignPixelBuffer>(), {1, 30}, {}),
+  EXPECT_EQ(session->encodeFrame(
+                std::make_shared<contract::ForeignPixelBuffer>(contract::PictureSize{64, 48}),
+                {1, 30}, {}),
             kVTParameterErr);
   EXPECT_EQ(session->encodeFrame(nullptr, {1, 30}, {}), kVTParameterErr);
   EXPECT_THAT(standin::callsOf("VTCompressionSessionEncodeFrame"), IsEmpty());

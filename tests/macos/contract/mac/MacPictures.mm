@@ -1,4 +1,5 @@
 #import "tests/macos/contract/mac/MacPictures.h"
+#include "tests/contract/ForeignPixelBuffer.h"
 
 #include <cstdint>
 #include <stdexcept>
@@ -7,17 +8,6 @@
 
 namespace quorvin::contract {
 namespace {
-
-class ForeignPixelBuffer final : public PixelBuffer {
- public:
-  explicit ForeignPixelBuffer(const PictureSize& size) : size(size) {}
-
-  [[nodiscard]] std::size_t widthPx() const override { return size.width; }
-  [[nodiscard]] std::size_t heightPx() const override { return size.height; }
-
- private:
-  PictureSize size;
-};
 
 CVPixelBufferRef makeBuffer(const PictureSize& size) {
   CVPixelBufferRef buffer = nullptr;

@@ -6,16 +6,11 @@
 
 #include "platform/macos/ImageEncoder.h"
 #include "platform/macos/PixelBuffer.h"
+#include "tests/contract/ForeignPixelBuffer.h"
 #include "tests/contract/ImageEncoderContract.h"
 
 namespace quorvin::contract {
 namespace {
-
-class ForeignPixelBuffer final : public PixelBuffer {
- public:
-  [[nodiscard]] std::size_t widthPx() const override { return 8; }
-  [[nodiscard]] std::size_t heightPx() const override { return 8; }
-};
 
 class StandInImageEncoderWorld final : public ImageEncoderWorld {
  public:
@@ -31,7 +26,7 @@ class StandInImageEncoderWorld final : public ImageEncoderWorld {
     return std::make_shared<MacPixelBuffer>((__bridge CVPixelBufferRef)buffer);
   }
   std::shared_ptr<PixelBuffer> unusablePicture() override {
-    return std::make_shared<ForeignPixelBuffer>();
+    return std::make_shared<ForeignPixelBuffer>(PictureSize{8, 8});
   }
   DecodedPicture decode(const Data& file) override {
     const auto decoded = standin::decodeJpeg(file.bytes());

@@ -7,22 +7,12 @@
 
 #include "platform/macos/PixelBuffer.h"
 #include "platform/macos/VideoEncoder.h"
+#include "tests/contract/ForeignPixelBuffer.h"
 #include "tests/contract/VideoEncoderContract.h"
 #include "tests/macos/standin/Threads.h"
 
 namespace quorvin::contract {
 namespace {
-
-class ForeignPixelBuffer final : public PixelBuffer {
- public:
-  explicit ForeignPixelBuffer(const PictureSize& size) : size(size) {}
-
-  [[nodiscard]] std::size_t widthPx() const override { return size.width; }
-  [[nodiscard]] std::size_t heightPx() const override { return size.height; }
-
- private:
-  PictureSize size;
-};
 
 // What has the form of a picture that stands by itself, and shows nothing.
 standin::EncoderOutput encodedPicture() {
