@@ -16,11 +16,6 @@ bool hasXTest(X11Connection& connection) {
                   xcb_test_get_version(connection.get(), 2, 2)) != nullptr;
 }
 
-bool isRelease(const MouseRecord& record) {
-  return record.type == MouseEventType::leftMouseUp ||
-         record.type == MouseEventType::rightMouseUp || record.type == MouseEventType::otherMouseUp;
-}
-
 }  // namespace
 
 InputServer InputServer::ask(X11Connection& connection) {
@@ -75,7 +70,7 @@ InputInjector::Leftovers InputInjector::leftovers() const {
 // For a server that has stopped reading nothing new is done, rather than waiting for it. What is
 // held is released all the same: that takes little, and the server will come to it.
 void InputInjector::post(const MouseRecord& record) {
-  if (isRelease(record) || writer.hasRoom()) pointer.post(record);
+  if (record.isRelease() || writer.hasRoom()) pointer.post(record);
 }
 
 void InputInjector::post(const ScrollRecord& record) {

@@ -11,6 +11,15 @@ struct MouseRecord {
   MouseEventType type = MouseEventType::mouseMoved;
   Point position;
   MouseButton button = MouseButton::left;
+
+  [[nodiscard]] bool isPress() const {
+    return type == MouseEventType::leftMouseDown || type == MouseEventType::rightMouseDown ||
+           type == MouseEventType::otherMouseDown;
+  }
+  [[nodiscard]] bool isRelease() const {
+    return type == MouseEventType::leftMouseUp || type == MouseEventType::rightMouseUp ||
+           type == MouseEventType::otherMouseUp;
+  }
 };
 
 struct ScrollRecord {

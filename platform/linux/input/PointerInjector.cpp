@@ -30,16 +30,6 @@ std::uint8_t numberOf(MouseButton button) {
   return leftButton;
 }
 
-bool presses(MouseEventType type) {
-  return type == MouseEventType::leftMouseDown || type == MouseEventType::rightMouseDown ||
-         type == MouseEventType::otherMouseDown;
-}
-
-bool releases(MouseEventType type) {
-  return type == MouseEventType::leftMouseUp || type == MouseEventType::rightMouseUp ||
-         type == MouseEventType::otherMouseUp;
-}
-
 // The first and the last pixel of a display are at whole coordinates, so that nothing between them
 // is rounded beyond them. The server keeps the rest on the screen.
 std::int16_t pixel(double coordinate) {
@@ -52,9 +42,9 @@ std::int16_t pixel(double coordinate) {
 
 void PointerInjector::post(const MouseRecord& record) {
   writer.move(pixel(record.position.x), pixel(record.position.y));
-  if (presses(record.type)) press(numberOf(record.button));
+  if (record.isPress()) press(numberOf(record.button));
   writer.flush();
-  if (releases(record.type)) release(numberOf(record.button));
+  if (record.isRelease()) release(numberOf(record.button));
 }
 
 void PointerInjector::post(const ScrollRecord& record) {
