@@ -5,6 +5,7 @@
 
 #include "platform/ScreenCapture.h"
 #include "platform/linux/capture/PictureRepeat.h"
+#include "platform/linux/capture/RowHistory.h"
 
 namespace quorvin {
 
@@ -26,7 +27,13 @@ class CapturedPixelBuffer : public PixelBuffer {
   [[nodiscard]] const std::uint8_t* data() const { return pixels; }
   [[nodiscard]] std::size_t strideBytes() const { return stride; }
 
-  // Before anybody else has the picture.
+  // This and `setRepeat` before anybody else has the picture.
+  void setRowHistory(std::shared_ptr<const RowHistory> newHistory) {
+    history = std::move(newHistory);
+  }
+  // Null for a picture that is of no stream.
+  [[nodiscard]] const std::shared_ptr<const RowHistory>& rowHistory() const { return history; }
+
   void setRepeat(std::shared_ptr<PictureRepeat> newRepeat) { repeat = std::move(newRepeat); }
   [[nodiscard]] bool isRepeat() const { return repeat && repeat->isRepeat(); }
   // Does nothing for a picture that is of no stream.
@@ -41,6 +48,7 @@ class CapturedPixelBuffer : public PixelBuffer {
   std::size_t height;
   std::size_t stride;
   std::shared_ptr<PictureRepeat> repeat;
+  std::shared_ptr<const RowHistory> history;
 };
 
 }  // namespace quorvin
