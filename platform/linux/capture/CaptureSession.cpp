@@ -24,10 +24,11 @@ CaptureSession::CaptureSession(const CaptureTarget& target, const CaptureSetting
       wakeup(std::move(wakeup)),
       counters(std::move(counters)),
       display(connection, extensions, target.display),
+      damage(extensions.damage ? std::make_unique<X11DamageMonitor>(connection, extensions)
+                               : nullptr),
       reader(connection, chooseTransport(connection, extensions), this->counters),
-      composer(reader, !extensions.damage.has_value(), this->wakeup),
+      composer(reader, damage.get(), this->wakeup),
       pacer(now, settings.frameInterval) {
-  if (extensions.damage) damage.emplace(connection, extensions);
   configure(settings);
 }
 
@@ -92,20 +93,23 @@ bool CaptureSession::drainEvents() {
 }
 
 void CaptureSession::followDisplay(CaptureTime now) {
-  if (display.update(now)) applyDisplay();
+  if (!display.update(now)) return;
+  applyDisplay();
+  composer.startOver();
 }
 
 void CaptureSession::applyDisplay() {
   const PixelRect& area = display.area();
-  reader.setOrigin(area.x, area.y);
-  composer.configure(area.size(), settings.picture, settings.queueDepth);
-  composer.screenChanged(PixelRegion(wholeOf(area.size())));
-  placer.emplace(area.size(), settings.picture);
+  composer.configure(area, settings.picture, settings.queueDepth);
+  // A new one would hold the cursor to look different.
+  if (!placer || !placer->serves(area.size(), settings.picture)) {
+    placer.emplace(area.size(), settings.picture);
+  }
   pictureDue = true;
 }
 
 bool CaptureSession::hasNews(CaptureTime now) const {
-  return pictureDue || repeatDueAt() <= now || (damage && damage->isPending()) ||
+  return pictureDue || repeatDueAt() <= now || composer.isPending() ||
          (pointer && pointer->isPending());
 }
 
@@ -123,7 +127,7 @@ std::optional<std::chrono::nanoseconds> CaptureSession::pollInterval() const {
 std::shared_ptr<CapturedPixelBuffer> CaptureSession::look(CaptureTime now) {
   ++counters->looks;
   // Both are asked in any case, since asking also takes note of the answer.
-  const bool isScreenNew = screenChanged();
+  const bool isScreenNew = composer.findChanges();
   const bool isCursorNew = cursorChanged();
   const bool isNew = isScreenNew || isCursorNew || pictureDue;
   if (!isNew && repeatDueAt() > now) {
@@ -145,14 +149,6 @@ std::shared_ptr<CapturedPixelBuffer> CaptureSession::takePicture(CaptureTime now
     pictureFailed(now);
   }
   return picture;
-}
-
-bool CaptureSession::screenChanged() {
-  if (!damage) return composer.findChanges().value_or(true);
-  if (!damage->isPending()) return false;
-  const PixelRegion changes = damage->take(display.area());
-  composer.screenChanged(changes);
-  return !changes.isEmpty();
 }
 
 bool CaptureSession::cursorChanged() {

@@ -55,7 +55,6 @@ class CaptureSession {
   [[nodiscard]] std::optional<std::chrono::nanoseconds> pollInterval() const;
   [[nodiscard]] std::shared_ptr<CapturedPixelBuffer> look(CaptureTime now);
   [[nodiscard]] std::shared_ptr<CapturedPixelBuffer> takePicture(CaptureTime now, bool isRepeat);
-  [[nodiscard]] bool screenChanged();
   [[nodiscard]] bool cursorChanged();
   void pictureFailed(CaptureTime now);
 
@@ -65,8 +64,8 @@ class CaptureSession {
   std::shared_ptr<CaptureCounters> counters;
   CaptureSettings settings;
   X11DisplayFollower display;
-  std::optional<X11DamageMonitor> damage;   // empty: compare pixels instead
-  std::optional<X11CursorMonitor> pointer;  // empty: the cursor is not shown
+  std::unique_ptr<X11DamageMonitor> damage;  // null: compare pixels instead
+  std::optional<X11CursorMonitor> pointer;   // empty: the cursor is not shown
   X11ScreenReader reader;
   FrameComposer composer;
   CapturePacer pacer;

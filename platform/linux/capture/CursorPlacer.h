@@ -21,6 +21,10 @@ class CursorPlacer {
  public:
   CursorPlacer(PixelSize display, PixelSize picture) : display(display), picture(picture) {}
 
+  [[nodiscard]] bool serves(PixelSize ofDisplay, PixelSize ofPicture) const {
+    return ofDisplay == display && ofPicture == picture;
+  }
+
   // The hot spot is at this pixel of the display. Empty when no part of the cursor is visible.
   [[nodiscard]] std::optional<CursorPlacement> place(
       const std::shared_ptr<const CursorImage>& cursor, int x, int y);

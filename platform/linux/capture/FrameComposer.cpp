@@ -2,68 +2,172 @@
 
 namespace quorvin {
 
-FrameComposer::FrameComposer(X11ScreenReader& reader, bool comparing,
+namespace {
+
+// The rows in full width: a region of such rectangles holds few rows that were not meant, since no
+// two that are far apart become one.
+PixelRegion fullRows(const RowSet& rows, int width) {
+  PixelRegion region;
+  for (const RowRange& range : rows.ranges()) {
+    region.add({0, range.first, width, range.end - range.first});
+  }
+  return region;
+}
+
+RowRange rowsOf(const PixelRect& rect) {
+  return {rect.y, rect.bottom()};
+}
+
+RowSet rowsOf(const PixelRegion& region) {
+  RowSet rows;
+  for (const PixelRect& rect : region.rects()) rows.add(rowsOf(rect));
+  return rows;
+}
+
+}  // namespace
+
+FrameComposer::FrameComposer(X11ScreenReader& reader, X11DamageMonitor* damage,
                              std::shared_ptr<CaptureWakeup> wakeup)
     : reader(reader),
-      comparing(comparing),
+      damage(damage),
       pool([&reader](PixelSize size) { return reader.makeImage(size); }, std::move(wakeup)) {}
 
-void FrameComposer::configure(PixelSize newDisplay, PixelSize newPicture, std::size_t depth) {
+void FrameComposer::configure(const PixelRect& newDisplay, PixelSize newPicture,
+                              std::size_t depth) {
   pool.configure(newPicture, depth);
   if (newDisplay == display && newPicture == picture) return;
   display = newDisplay;
   picture = newPicture;
+  reader.setOrigin(display.x, display.y);
   copy.reset();
-  if (comparing || display != picture) makeCopy();
-  pool.markStale(PixelRegion(wholeOf(picture)));
-}
-
-void FrameComposer::makeCopy() {
-  copy.emplace(Copy{reader.makeImage(display), PixelRegion(wholeOf(display)),
-                    PixelScaler(display, picture)});
-}
-
-void FrameComposer::screenChanged(const PixelRegion& region) {
-  if (copy) {
-    copy->stale.add(region);
-  } else {
-    pool.markStale(region);
+  if (damage == nullptr || display.size() != picture) {
+    copy.emplace(Copy{reader.makeImage(display.size()), {}, PixelScaler(display.size(), picture)});
   }
+  startOver();
 }
 
-std::optional<bool> FrameComposer::findChanges() {
+void FrameComposer::startOver() {
+  if (copy) copy->stale.add(wholeOf(display.size()));
+  pool.markStale(PixelRegion(wholeOf(picture)));
+  tracker.restart(picture.height);
+  outOfDate = true;
+}
+
+bool FrameComposer::findChanges() {
+  if (damage == nullptr) {
+    compare();
+  } else if (damage->isPending()) {
+    noteChanges(damage->take(display));
+  }
+  return outOfDate;
+}
+
+void FrameComposer::compare() {
   const auto changes = reader.readChanges(copy->image);
-  if (!changes) return {};
+  if (!changes) {
+    startOver();
+    return;
+  }
+  // An earlier reading that failed may have brought in what now is no change any more.
+  copy->stale.rows.add(*changes);
+  if (copy->stale.isEmpty()) return;
+  copyChanged(copy->stale.rows);
   copy->stale.clear();
-  pool.markStale(copy->scaler.sourceChanged(copy->image, *changes));
-  return !changes->isEmpty();
+  outOfDate = true;
+}
+
+void FrameComposer::noteChanges(const ScreenChanges& changes) {
+  if (changes.isEmpty()) return;
+  outOfDate = true;
+  if (copy) {
+    copy->stale.add(changes);
+  } else {
+    pool.markStale(changes.region);
+    markChanged(changes.rows);
+  }
 }
 
 std::shared_ptr<CapturedPixelBuffer> FrameComposer::compose(
     const std::optional<CursorPlacement>& cursor) {
   SurfacePool::Surface& surface = pool.mostRecentFree();
-  if (!draw(surface)) return {};
-  surface.stale.clear();
-  if (cursor) {
-    blendCursor(*cursor->image, cursor->area, surface.image);
-    surface.stale.add(intersectionOf(cursor->area, wholeOf(picture)));
+  const auto changesMeanwhile = draw(surface);
+  if (!changesMeanwhile) {
+    startOver();
+    return {};
   }
-  return pool.lend(surface);
+  surface.stale.clear();
+  markCursor(cursor);
+  drawCursor(cursor, surface);
+  auto result = pool.lend(surface);
+  result->setRowHistory(tracker.nextPicture());
+  outOfDate = false;
+  noteChanges(*changesMeanwhile);
+  return result;
 }
 
-bool FrameComposer::draw(SurfacePool::Surface& surface) {
-  if (!copy) return reader.read(surface.stale, surface.image);
-  if (!refreshCopy()) return false;
-  copy->scaler.draw(copy->image, surface.stale, surface.image);
-  return true;
+// Brings the surface up to date. As `read`.
+std::optional<ScreenChanges> FrameComposer::draw(SurfacePool::Surface& surface) {
+  if (copy) {
+    auto changesMeanwhile = refreshCopy();
+    if (!changesMeanwhile) return {};
+    copy->scaler.draw(copy->image, rowsOf(surface.stale), surface.image);
+    return changesMeanwhile;
+  }
+  auto changesMeanwhile = read(surface.stale, surface.image);
+  if (changesMeanwhile) markChanged(changesMeanwhile->rows);
+  return changesMeanwhile;
 }
 
-bool FrameComposer::refreshCopy() {
-  if (copy->stale.isEmpty()) return true;
-  if (!reader.read(copy->stale, copy->image)) return false;
-  pool.markStale(copy->scaler.sourceChanged(copy->image, copy->stale));
+std::optional<ScreenChanges> FrameComposer::refreshCopy() {
+  auto changesMeanwhile = read(copy->stale.region, copy->image);
+  if (!changesMeanwhile) return {};
+  copy->stale.rows.add(changesMeanwhile->rows);
+  copyChanged(copy->stale.rows);
   copy->stale.clear();
-  return true;
+  return changesMeanwhile;
+}
+
+// Brings the region up to date. Returns what changed on the display since `findChanges`, or nothing
+// if it cannot be read. The pixels may be newer than the changes that `findChanges` named, and more
+// of them may have been fetched than that; so the rows that changed meanwhile count as changed in
+// this picture. And the pixels may still be older than what changed meanwhile, so those rows count
+// again in the next one. In all other rows, what was fetched is what was on the display all the
+// time from the first question to the second, because the server carries out one request after the
+// other and notes with each drawing what it changed.
+std::optional<ScreenChanges> FrameComposer::read(const PixelRegion& region, PixelImage& target) {
+  if (region.isEmpty()) return ScreenChanges{};
+  const bool complete = reader.read(region, target, [this] {
+    if (damage != nullptr) damage->ask();
+  });
+  ScreenChanges changesMeanwhile;
+  if (damage != nullptr) changesMeanwhile = damage->answer(display);
+  if (!complete) return {};
+  return changesMeanwhile;
+}
+
+void FrameComposer::copyChanged(const RowSet& rows) {
+  const RowSet altered = copy->scaler.sourceChanged(copy->image, rows);
+  pool.markStale(fullRows(altered, picture.width));
+  markChanged(altered);
+}
+
+void FrameComposer::drawCursor(const std::optional<CursorPlacement>& cursor,
+                               SurfacePool::Surface& surface) {
+  if (!cursor) return;
+  blendCursor(*cursor->image, cursor->area, surface.image);
+  const PixelRect visible = intersectionOf(cursor->area, wholeOf(picture));
+  surface.stale.add(copy ? fullRows(RowSet(rowsOf(visible)), picture.width) : PixelRegion(visible));
+}
+
+void FrameComposer::markCursor(const std::optional<CursorPlacement>& cursor) {
+  if (cursor == drawnCursor) return;
+  if (drawnCursor) tracker.markChanged(rowsOf(drawnCursor->area));
+  if (cursor) tracker.markChanged(rowsOf(cursor->area));
+  drawnCursor = cursor;
+}
+
+void FrameComposer::markChanged(const RowSet& rows) {
+  for (const RowRange& range : rows.ranges()) tracker.markChanged(range);
 }
 
 }  // namespace quorvin

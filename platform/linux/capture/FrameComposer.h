@@ -5,29 +5,37 @@
 
 #include "platform/linux/capture/CursorPlacer.h"
 #include "platform/linux/capture/PixelScaler.h"
+#include "platform/linux/capture/RowTracker.h"
 #include "platform/linux/capture/SurfacePool.h"
+#include "platform/linux/capture/X11DamageMonitor.h"
 #include "platform/linux/capture/X11ScreenReader.h"
 
 namespace quorvin {
 
 // Turns what is on a display into pictures, touching no more pixels than have changed. A picture
 // of the display's own size is read straight into its surface; otherwise, or when changes must be
-// found by comparing, a copy of the display stands in between. Used by the capturing thread.
+// found by comparing, a copy of the display stands in between. Each picture carries the history of
+// its rows: one that did not change has the same pixels as in the picture before, byte for byte but
+// for the undefined ones. Used by the capturing thread.
 class FrameComposer {
  public:
-  // `comparing` when nobody tells what changed. The reader must outlive the composer.
-  FrameComposer(X11ScreenReader& reader, bool comparing, std::shared_ptr<CaptureWakeup> wakeup);
+  // Without `damage`, when nobody tells what changed, the display is compared with its copy. The
+  // reader and the monitor must outlive the composer.
+  FrameComposer(X11ScreenReader& reader, X11DamageMonitor* damage,
+                std::shared_ptr<CaptureWakeup> wakeup);
 
-  // To be called before anything else, and again whenever one of them changes.
-  void configure(PixelSize display, PixelSize picture, std::size_t depth);
+  // To be called before anything else, and again whenever one of them changes. `display` is its
+  // area of the root window.
+  void configure(const PixelRect& display, PixelSize picture, std::size_t depth);
+  // For when all that is known of the display has become worthless.
+  void startOver();
 
   // True when there is a surface for the next picture.
   [[nodiscard]] bool canCompose() const { return pool.hasFree(); }
-  // Tells which pixels of the display are no longer what they were.
-  void screenChanged(const PixelRegion& region);
-  // Compares the display with the copy and tells whether it differs; empty when it cannot be read.
-  // Only if comparing.
-  [[nodiscard]] std::optional<bool> findChanges();
+  // True when the display may differ from the last picture, as far as one knows without asking.
+  [[nodiscard]] bool isPending() const { return outOfDate || (damage && damage->isPending()); }
+  // Finds out what has changed on the display, which the next picture will show; false if nothing.
+  [[nodiscard]] bool findChanges();
   // The display as it is now, with the cursor on it. Null when the display cannot be read.
   [[nodiscard]] std::shared_ptr<CapturedPixelBuffer> compose(
       const std::optional<CursorPlacement>& cursor);
@@ -36,20 +44,29 @@ class FrameComposer {
   // The copy of the display and what is made from it.
   struct Copy {
     PixelImage image;
-    PixelRegion stale;
+    ScreenChanges stale;
     PixelScaler scaler;
   };
 
-  void makeCopy();
-  [[nodiscard]] bool draw(SurfacePool::Surface& surface);
-  [[nodiscard]] bool refreshCopy();
+  void compare();
+  void noteChanges(const ScreenChanges& changes);
+  [[nodiscard]] std::optional<ScreenChanges> draw(SurfacePool::Surface& surface);
+  [[nodiscard]] std::optional<ScreenChanges> refreshCopy();
+  [[nodiscard]] std::optional<ScreenChanges> read(const PixelRegion& region, PixelImage& target);
+  void copyChanged(const RowSet& rows);
+  void drawCursor(const std::optional<CursorPlacement>& cursor, SurfacePool::Surface& surface);
+  void markCursor(const std::optional<CursorPlacement>& cursor);
+  void markChanged(const RowSet& rows);
 
   X11ScreenReader& reader;
-  bool comparing;
+  X11DamageMonitor* damage;
   SurfacePool pool;
-  PixelSize display;
+  RowTracker tracker;
+  PixelRect display;
   PixelSize picture;
   std::optional<Copy> copy;
+  std::optional<CursorPlacement> drawnCursor;  // of the last picture
+  bool outOfDate = false;                      // the last picture, as far as is known
 };
 
 }  // namespace quorvin

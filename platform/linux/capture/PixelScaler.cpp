@@ -10,10 +10,6 @@ namespace quorvin {
 
 namespace {
 
-// How far, in pixels of the picture, a source pixel reaches beyond its own place: one for the
-// interpolation, one for the odd row or column that halving leaves out.
-constexpr int reachPx = 2;
-
 PixelSize halfOf(PixelSize size) {
   return {size.width / 2, size.height / 2};
 }
@@ -25,25 +21,25 @@ PixelImage allocateImage(PixelSize size) {
   return image;
 }
 
-int roundedDown(std::int64_t value, int from, int to) {
-  return static_cast<int>(value * to / from);
+int roundedDown(int value, int from, int to) {
+  return static_cast<int>(static_cast<std::int64_t>(value) * to / from);
 }
 
-int roundedUp(std::int64_t value, int from, int to) {
-  return static_cast<int>((value * to + from - 1) / from);
+int roundedUp(int value, int from, int to) {
+  return static_cast<int>((static_cast<std::int64_t>(value) * to + from - 1) / from);
 }
 
-struct Rows {
-  int top = 0;
-  int bottom = 0;
-};
+// The rows of the half-sized image that these rows of the full one make up. The last row of an odd
+// number is left out.
+RowRange halfOf(RowRange rows, int halfHeight) {
+  return {rows.first / 2, std::min((rows.end + 1) / 2, halfHeight)};
+}
 
-// Draws these rows of the half-sized image; always full ones, since libyuv rounds differently at
-// the end of a row.
-void halve(const PixelImage& full, const Rows& rows, PixelImage& half) {
-  const int count = rows.bottom - rows.top;
-  libyuv::ARGBScale(full.at(0, rows.top * 2), static_cast<int>(full.strideBytes()),
-                    half.size.width * 2, count * 2, half.at(0, rows.top),
+void halve(const PixelImage& full, RowRange rows, PixelImage& half) {
+  const int count = rows.end - rows.first;
+  if (count <= 0) return;
+  libyuv::ARGBScale(full.at(0, rows.first * 2), static_cast<int>(full.strideBytes()),
+                    half.size.width * 2, count * 2, half.at(0, rows.first),
                     static_cast<int>(half.strideBytes()), half.size.width, count,
                     libyuv::kFilterBox);
 }
@@ -58,44 +54,51 @@ PixelScaler::PixelScaler(PixelSize source, PixelSize picture)
   }
 }
 
-PixelRegion PixelScaler::sourceChanged(const PixelImage& source, const PixelRegion& region) {
-  PixelRegion altered;
-  for (const PixelRect& rect : region.rects()) {
+RowSet PixelScaler::sourceChanged(const PixelImage& source, const RowSet& rows) {
+  RowSet altered;
+  for (RowRange range : rows.ranges()) {
     const PixelImage* full = &source;
-    Rows rows{rect.y, rect.bottom()};
     for (PixelImage& half : halved) {
-      rows = {rows.top / 2, std::min((rows.bottom + 1) / 2, half.size.height)};
-      if (rows.top < rows.bottom) halve(*full, rows, half);
+      range = halfOf(range, half.size.height);
+      halve(*full, range, half);
       full = &half;
     }
-    altered.add(pictureArea(rect));
+    altered.add(pictureRows(range));
   }
   return altered;
 }
 
-void PixelScaler::draw(const PixelImage& source, const PixelRegion& region,
-                       PixelImage& picture) const {
+void PixelScaler::draw(const PixelImage& source, const RowSet& rows, PixelImage& picture) const {
+  if (rows.isEmpty()) return;
   const PixelImage& from = lastStep(source);
-  for (const PixelRect& rect : region.rects()) {
-    const PixelRect visible = intersectionOf(rect, wholeOf(pictureSize));
-    if (visible.isEmpty()) continue;
-    const int top = canDrawRows() ? visible.y : 0;
-    const int rows = canDrawRows() ? visible.height : pictureSize.height;
-    libyuv::ARGBScaleClip(
-        from.memory.get(), static_cast<int>(from.strideBytes()), from.size.width, from.size.height,
-        picture.memory.get(), static_cast<int>(picture.strideBytes()), pictureSize.width,
-        pictureSize.height, 0, top, pictureSize.width, rows, libyuv::kFilterBilinear);
+  if (!canDrawRows()) {
+    drawRows(from, {0, pictureSize.height}, picture);
+    return;
   }
+  for (const RowRange& range : rows.ranges()) drawRows(from, range, picture);
 }
 
-PixelRect PixelScaler::pictureArea(const PixelRect& sourceArea) const {
-  if (sourceSize == pictureSize) return sourceArea;
-  const int left = roundedDown(sourceArea.x, sourceSize.width, pictureSize.width) - reachPx;
-  const int top = roundedDown(sourceArea.y, sourceSize.height, pictureSize.height) - reachPx;
-  const int right = roundedUp(sourceArea.right(), sourceSize.width, pictureSize.width) + reachPx;
-  const int bottom =
-      roundedUp(sourceArea.bottom(), sourceSize.height, pictureSize.height) + reachPx;
-  return intersectionOf({left, top, right - left, bottom - top}, wholeOf(pictureSize));
+void PixelScaler::drawRows(const PixelImage& from, RowRange rows, PixelImage& picture) const {
+  const int first = std::max(rows.first, 0);
+  const int end = std::min(rows.end, pictureSize.height);
+  if (first >= end) return;
+  libyuv::ARGBScaleClip(
+      from.memory.get(), static_cast<int>(from.strideBytes()), from.size.width, from.size.height,
+      picture.memory.get(), static_cast<int>(picture.strideBytes()), pictureSize.width,
+      pictureSize.height, 0, first, pictureSize.width, end - first, libyuv::kFilterBilinear);
+}
+
+// `rows` of what the last step starts from. Each row of a picture is interpolated from two that
+// follow each other, so a row reaches less than one beyond its place; when libyuv enlarges, it
+// spreads the first to the last row over the whole picture, which moves the place by up to one
+// more.
+RowRange PixelScaler::pictureRows(RowRange rows) const {
+  if (rows.first >= rows.end) return {};
+  const int from = halved.empty() ? sourceSize.height : halved.back().size.height;
+  if (from == pictureSize.height) return rows;
+  const int reach = from > pictureSize.height ? 1 : 2;
+  return {roundedDown(std::max(rows.first - reach, 0), from, pictureSize.height),
+          roundedUp(std::min(rows.end + reach, from), from, pictureSize.height)};
 }
 
 const PixelImage& PixelScaler::lastStep(const PixelImage& source) const {

@@ -3,25 +3,30 @@
 #include <vector>
 
 #include "platform/linux/capture/PixelImage.h"
+#include "platform/linux/capture/RowSet.h"
 
 namespace quorvin {
 
 // Makes pictures of one size out of a display's pixels. Interpolation alone would skip pixels when
 // it shrinks by more than a half, and with them strokes of text; so the display is first halved by
 // averaging, as often as that leaves it larger than the picture. The halved images are kept, so
-// that a small change costs little. One thread at a time.
+// that a small change costs little. Always works on full rows, since libyuv rounds differently at
+// the end of what it draws. One thread at a time.
 class PixelScaler {
  public:
   PixelScaler(PixelSize source, PixelSize picture);
 
-  // Tells that `region` of the source has changed. Returns the part of a picture that this alters.
-  [[nodiscard]] PixelRegion sourceChanged(const PixelImage& source, const PixelRegion& region);
+  // Tells that these rows of the source have changed. Returns the rows of a picture that this may
+  // alter; all others keep their very bytes.
+  [[nodiscard]] RowSet sourceChanged(const PixelImage& source, const RowSet& rows);
 
-  // Brings `region` of the picture up to date, and maybe pixels beside it.
-  void draw(const PixelImage& source, const PixelRegion& region, PixelImage& picture) const;
+  // Brings these rows of the picture up to date. Others that it draws as well do not change if they
+  // are up to date.
+  void draw(const PixelImage& source, const RowSet& rows, PixelImage& picture) const;
 
  private:
-  [[nodiscard]] PixelRect pictureArea(const PixelRect& sourceArea) const;
+  void drawRows(const PixelImage& from, RowRange rows, PixelImage& picture) const;
+  [[nodiscard]] RowRange pictureRows(RowRange rows) const;
   [[nodiscard]] const PixelImage& lastStep(const PixelImage& source) const;
   [[nodiscard]] bool canDrawRows() const;
 

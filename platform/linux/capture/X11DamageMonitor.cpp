@@ -16,6 +16,7 @@ X11DamageMonitor::X11DamageMonitor(X11Connection& connection, const X11Extension
 }
 
 X11DamageMonitor::~X11DamageMonitor() {
+  discardAnswer();
   xcb_damage_destroy(connection.get(), damage);
   xcb_xfixes_destroy_region(connection.get(), parts);
 }
@@ -27,13 +28,23 @@ void X11DamageMonitor::handle(const xcb_generic_event_t& event) {
   if (static_cast<std::int32_t>(event.full_sequence - takenAt) >= 0) pending = true;
 }
 
-PixelRegion X11DamageMonitor::take(const PixelRect& area) {
+void X11DamageMonitor::ask() {
+  discardAnswer();
   pending = false;
   takenAt = xcb_damage_subtract(connection.get(), damage, XCB_NONE, parts).sequence;
-  const auto reply = x11Reply(xcb_xfixes_fetch_region_reply, connection.get(),
-                              xcb_xfixes_fetch_region(connection.get(), parts));
-  PixelRegion changes;
-  if (!reply) return changes;
+  asked = xcb_xfixes_fetch_region(connection.get(), parts);
+}
+
+ScreenChanges X11DamageMonitor::answer(const PixelRect& area) {
+  ScreenChanges changes;
+  if (!asked) return changes;
+  const auto reply = x11Reply(xcb_xfixes_fetch_region_reply, connection.get(), *asked);
+  asked.reset();
+  if (!reply) {
+    // What the server forgot to tell could be anything.
+    changes.add(wholeOf(area.size()));
+    return changes;
+  }
   const std::span rects(
       xcb_xfixes_fetch_region_rectangles(reply.get()),
       static_cast<std::size_t>(xcb_xfixes_fetch_region_rectangles_length(reply.get())));
@@ -42,6 +53,11 @@ PixelRegion X11DamageMonitor::take(const PixelRect& area) {
     changes.add(intersectionOf(changed, area).movedBy(-area.x, -area.y));
   }
   return changes;
+}
+
+void X11DamageMonitor::discardAnswer() {
+  if (asked) xcb_discard_reply(connection.get(), asked->sequence);
+  asked.reset();
 }
 
 }  // namespace quorvin

@@ -4,9 +4,10 @@
 #include <xcb/xfixes.h>
 
 #include <cstdint>
+#include <optional>
 
 #include "platform/linux/X11Connection.h"
-#include "platform/linux/capture/PixelRegion.h"
+#include "platform/linux/capture/ScreenChanges.h"
 #include "platform/linux/capture/X11Extensions.h"
 
 namespace quorvin {
@@ -24,15 +25,28 @@ class X11DamageMonitor {
 
   void handle(const xcb_generic_event_t& event);
   [[nodiscard]] bool isPending() const { return pending; }
-  // What changed since the last call within this area of the root window, in coordinates relative
-  // to it. Pixels fetched after it are at least as new as the changes it names.
-  [[nodiscard]] PixelRegion take(const PixelRect& area);
+
+  // Asks what changed since it was last asked, without waiting. The server carries requests out in
+  // the order in which they were sent: what is drawn before this one is named by its answer, and
+  // what is drawn later by the next.
+  void ask();
+  // The answer, as far as it lies within this area of the root window, in coordinates relative to
+  // it. Waits for it; empty if nothing was asked.
+  [[nodiscard]] ScreenChanges answer(const PixelRect& area);
+  // Both at once. Pixels fetched after it are at least as new as the changes it names.
+  [[nodiscard]] ScreenChanges take(const PixelRect& area) {
+    ask();
+    return answer(area);
+  }
 
  private:
+  void discardAnswer();
+
   X11Connection& connection;
   X11Extensions::Events events;
   xcb_damage_damage_t damage;
   xcb_xfixes_region_t parts;
+  std::optional<xcb_xfixes_fetch_region_cookie_t> asked;
   std::uint32_t takenAt = 0;  // number of the request that took the last changes
   bool pending = false;
 };

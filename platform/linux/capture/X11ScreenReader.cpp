@@ -45,38 +45,46 @@ void X11ScreenReader::setOrigin(int x, int y) {
   originY = y;
 }
 
-bool X11ScreenReader::read(const PixelRegion& region, PixelImage& target) {
+bool X11ScreenReader::read(const PixelRegion& region, PixelImage& target,
+                           const std::function<void()>& followUp) {
   const Consumer convert = [this, &target](const PixelRect& rect, const std::uint8_t* pixels) {
     convertPixels(format, pixels, rowBytes(rect), target.at(rect.x, rect.y), target.strideBytes(),
                   rect.width, rect.height);
   };
+  const bool requested = request(region, target, convert);
+  if (followUp) followUp();
+  return finish(convert) && requested;
+}
+
+std::optional<RowSet> X11ScreenReader::readChanges(PixelImage& target) {
+  RowSet changes;
+  std::vector<std::uint8_t> converted(target.strideBytes());
+  const Consumer compare = [&](const PixelRect& rect, const std::uint8_t* pixels) {
+    for (int row = rect.y; row < rect.bottom(); ++row, pixels += rowBytes(rect)) {
+      convertPixels(format, pixels, rowBytes(rect), converted.data(), rowBytes(rect), rect.width,
+                    1);
+      std::uint8_t* known = target.at(rect.x, row);
+      if (std::memcmp(known, converted.data(), rowBytes(rect)) == 0) continue;
+      std::memcpy(known, converted.data(), rowBytes(rect));
+      changes.add({row, row + 1});
+    }
+  };
+  if (!requestInSlices(wholeOf(target.size), compare) || !finish(compare)) return {};
+  return changes;
+}
+
+bool X11ScreenReader::request(const PixelRegion& region, const PixelImage& target,
+                              const Consumer& consume) {
   for (const PixelRect& wanted : region.rects()) {
     const PixelRect rect = intersectionOf(wanted, wholeOf(target.size));
     if (rect.isEmpty()) continue;
     if (canReadInPlace(rect, target)) {
       requestInPlace(rect, target);
-    } else if (!requestInSlices(rect, convert)) {
+    } else if (!requestInSlices(rect, consume)) {
       return false;
     }
   }
-  return finish(convert);
-}
-
-std::optional<PixelRegion> X11ScreenReader::readChanges(PixelImage& target) {
-  PixelRegion changes;
-  std::vector<std::uint8_t> converted(target.strideBytes());
-  const Consumer compare = [&](const PixelRect& rect, const std::uint8_t* pixels) {
-    for (int row = 0; row < rect.height; ++row, pixels += rowBytes(rect)) {
-      convertPixels(format, pixels, rowBytes(rect), converted.data(), rowBytes(rect), rect.width,
-                    1);
-      std::uint8_t* known = target.at(rect.x, rect.y + row);
-      if (std::memcmp(known, converted.data(), rowBytes(rect)) == 0) continue;
-      std::memcpy(known, converted.data(), rowBytes(rect));
-      changes.add({rect.x, rect.y + row, rect.width, 1});
-    }
-  };
-  if (!requestInSlices(wholeOf(target.size), compare) || !finish(compare)) return {};
-  return changes;
+  return true;
 }
 
 bool X11ScreenReader::canReadInPlace(const PixelRect& rect, const PixelImage& target) const {

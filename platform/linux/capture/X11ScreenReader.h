@@ -7,6 +7,7 @@
 #include "platform/linux/X11Connection.h"
 #include "platform/linux/capture/CaptureCounters.h"
 #include "platform/linux/capture/PixelImage.h"
+#include "platform/linux/capture/RowSet.h"
 #include "platform/linux/capture/X11PixelFormat.h"
 #include "platform/linux/capture/X11SharedMemory.h"
 
@@ -27,11 +28,15 @@ class X11ScreenReader {
 
   // Brings `region` of the image up to date, and maybe pixels beside it. The image has the area's
   // size. False when the server refused, as it does for areas outside of the root window, or when
-  // the connection broke; the region's pixels are undefined then.
-  [[nodiscard]] bool read(const PixelRegion& region, PixelImage& target);
+  // the connection broke; the image's pixels are undefined then. `followUp` is called once, when
+  // all pixels have been asked for and before the last of them are awaited: requests that it sends
+  // cost no further round trip.
+  [[nodiscard]] bool read(const PixelRegion& region, PixelImage& target,
+                          const std::function<void()>& followUp = {});
 
-  // Fetches everything and tells which rows of the image it changed; empty when the server refused.
-  [[nodiscard]] std::optional<PixelRegion> readChanges(PixelImage& target);
+  // Fetches everything and tells which rows of the image it changed; empty when the server refused,
+  // with the image's pixels undefined.
+  [[nodiscard]] std::optional<RowSet> readChanges(PixelImage& target);
 
  private:
   struct Fetch {
@@ -43,6 +48,8 @@ class X11ScreenReader {
   // Takes the tightly packed pixels of one rectangle.
   using Consumer = std::function<void(const PixelRect& rect, const std::uint8_t* pixels)>;
 
+  [[nodiscard]] bool request(const PixelRegion& region, const PixelImage& target,
+                             const Consumer& consume);
   [[nodiscard]] bool canReadInPlace(const PixelRect& rect, const PixelImage& target) const;
   void requestInPlace(const PixelRect& rect, const PixelImage& target);
   [[nodiscard]] bool requestInSlices(const PixelRect& rect, const Consumer& consume);

@@ -22,7 +22,7 @@ PixelImage noise(PixelSize size) {
 
 PixelImage scaledAtOnce(const PixelImage& source, PixelSize picture) {
   PixelScaler scaler(source.size, picture);
-  const PixelRegion altered = scaler.sourceChanged(source, PixelRegion(wholeOf(source.size)));
+  const RowSet altered = scaler.sourceChanged(source, RowSet({0, source.size.height}));
   PixelImage result = makeTestImage(picture);
   scaler.draw(source, altered, result);
   return result;
@@ -60,21 +60,71 @@ TEST_P(PixelScalerTest, KeepsAUniformColour) {
   }
 }
 
+int randomBelow(std::mt19937& random, int limit) {
+  return static_cast<int>(random() % static_cast<unsigned>(limit));
+}
+
+// Puts noise into a rectangle and returns its rows.
+RowRange disturb(PixelImage& image, std::mt19937& random) {
+  const PixelRect rect = intersectionOf(
+      {randomBelow(random, image.size.width), randomBelow(random, image.size.height),
+       1 + randomBelow(random, 40), 1 + randomBelow(random, randomBelow(random, 4) == 0 ? 40 : 3)},
+      wholeOf(image.size));
+  for (int y = rect.y; y < rect.bottom(); ++y) {
+    for (int x = rect.x; x < rect.right(); ++x) {
+      setPixel(image, x, y, static_cast<std::uint32_t>(random()));
+    }
+  }
+  return {rect.y, rect.bottom()};
+}
+
 TEST_P(PixelScalerTest, UpdatesOfPartsAddUpToTheWhole) {
   const auto [sourceSize, pictureSize] = GetParam();
   PixelImage source = noise(sourceSize);
   PixelScaler scaler(sourceSize, pictureSize);
   PixelImage picture = makeTestImage(pictureSize);
-  scaler.draw(source, scaler.sourceChanged(source, PixelRegion(wholeOf(sourceSize))), picture);
+  scaler.draw(source, scaler.sourceChanged(source, RowSet({0, sourceSize.height})), picture);
 
   std::mt19937 random(11);  // NOLINT: the same numbers in every run
   for (int round = 0; round < 40; ++round) {
-    const int x = static_cast<int>(random() % static_cast<unsigned>(sourceSize.width));
-    const int y = static_cast<int>(random() % static_cast<unsigned>(sourceSize.height));
-    setPixel(source, x, y, static_cast<std::uint32_t>(random()));
-    scaler.draw(source, scaler.sourceChanged(source, PixelRegion({x, y, 1, 1})), picture);
+    RowSet changed(disturb(source, random));
+    changed.add(disturb(source, random));
+    scaler.draw(source, scaler.sourceChanged(source, changed), picture);
+    // Often enough to see which change was the wrong one.
+    if (round % 8 == 7) {
+      ASSERT_TRUE(areEqual(picture, scaledAtOnce(source, pictureSize))) << round;
+    }
   }
-  EXPECT_TRUE(areEqual(picture, scaledAtOnce(source, pictureSize)));
+}
+
+bool haveEqualRows(const PixelImage& a, const PixelImage& b, RowRange rows) {
+  return std::memcmp(a.at(0, rows.first), b.at(0, rows.first),
+                     a.offsetBytes(0, rows.end - rows.first)) == 0;
+}
+
+// However much of a picture is drawn: what lies outside of the altered rows keeps its bytes.
+TEST_P(PixelScalerTest, RowsThatAreNotAlteredStayTheSame) {
+  const auto [sourceSize, pictureSize] = GetParam();
+  PixelImage source = noise(sourceSize);
+  PixelScaler scaler(sourceSize, pictureSize);
+  static_cast<void>(scaler.sourceChanged(source, RowSet({0, sourceSize.height})));
+  PixelImage before = scaledAtOnce(source, pictureSize);
+  std::mt19937 random(13);  // NOLINT: the same numbers in every run
+  for (int round = 0; round < 10; ++round) {
+    RowSet changed(disturb(source, random));
+    changed.add(disturb(source, random));
+    const RowSet altered = scaler.sourceChanged(source, changed);
+    const PixelImage after = scaledAtOnce(source, pictureSize);
+    int kept = 0;
+    for (const RowRange& range : altered.ranges()) {
+      ASSERT_LE(kept, range.first);
+      EXPECT_TRUE(haveEqualRows(before, after, {kept, range.first})) << round;
+      kept = range.end;
+    }
+    ASSERT_LE(kept, pictureSize.height);
+    EXPECT_TRUE(haveEqualRows(before, after, {kept, pictureSize.height})) << round;
+    before = after;
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -85,7 +135,26 @@ INSTANTIATE_TEST_SUITE_P(
                     Scaling{{640, 400}, {90, 56}}, Scaling{{640, 400}, {1, 1}},
                     Scaling{{320, 200}, {320, 150}}, Scaling{{320, 200}, {400, 250}},
                     Scaling{{320, 200}, {400, 100}}, Scaling{{1, 1}, {3, 2}},
-                    Scaling{{3, 300}, {2, 100}}));
+                    Scaling{{2, 2}, {90, 90}}, Scaling{{7, 5}, {64, 48}},
+                    Scaling{{200, 100}, {201, 101}}, Scaling{{300, 200}, {200, 300}},
+                    Scaling{{2560, 1600}, {1920, 1200}}, Scaling{{1366, 768}, {1000, 562}},
+                    Scaling{{1001, 903}, {201, 177}}, Scaling{{3, 300}, {2, 100}}));
+
+TEST(PixelScaler, AltersFewRowsMoreThanTheChangeCovers) {
+  const PixelImage source = makeTestImage({2560, 1600});
+  PixelScaler scaler(source.size, {1920, 1200});
+  RowSet changed({400, 420});
+  changed.add({1600 - 8, 1600});
+  const RowSet altered = scaler.sourceChanged(source, changed);
+  EXPECT_EQ(altered.ranges(), (std::vector<RowRange>{{299, 316}, {1193, 1200}}));
+}
+
+TEST(PixelScaler, ACopyHasItsVeryRows) {
+  const PixelImage source = makeTestImage({64, 64});
+  PixelScaler scaler(source.size, source.size);
+  const RowSet altered = scaler.sourceChanged(source, RowSet({30, 31}));
+  EXPECT_EQ(altered.ranges(), (std::vector<RowRange>{{30, 31}}));
+}
 
 TEST(PixelScaler, KeepsThinLinesWhenItShrinksALot) {
   PixelImage source = makeTestImage({900, 30}, 0xffffff);
