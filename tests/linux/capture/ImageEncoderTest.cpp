@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "platform/linux/capture/CapturedPixelBuffer.h"
-#include "platform/linux/capture/FrameBufferPool.h"
+#include "platform/linux/jpeg/FrameBufferPool.h"
 #include "platform/linux/capture/ImageEncoder.h"
 #include "tests/linux/capture/TestImages.h"
 

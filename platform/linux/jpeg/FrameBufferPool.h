@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "platform/linux/jpeg/GrowingBytes.h"
+
+namespace quorvin {
+
+// Keeps the memory of a finished file that everybody has let go of for the next one, so that a
+// frame finds its pages mapped already. A buffer comes back when its last owner lets go, on any
+// thread, and also after everybody else has forgotten the pool. Any thread.
+//
+// Buffers are exactly as large as asked for. At most `maximumKept` wait here, and those more than
+// twice as large as the last one asked for are given back to the system.
+class FrameBufferPool : public std::enable_shared_from_this<FrameBufferPool> {
+ public:
+  // The next file takes up one while the last but one may still be on its way.
+  static constexpr std::size_t maximumKept = 2;
+
+  // The contents are undefined. Throws std::bad_alloc.
+  [[nodiscard]] std::shared_ptr<std::uint8_t> take(std::size_t sizeBytes);
+  // How much waits for its next use.
+  [[nodiscard]] std::size_t keptCount();
+  [[nodiscard]] std::size_t keptBytes();
+
+ private:
+  struct Lent {
+    Lent(std::shared_ptr<FrameBufferPool> pool, GrowingBytes bytes)
+        : pool(std::move(pool)), bytes(std::move(bytes)) {}
+    Lent(const Lent&) = delete;
+    Lent& operator=(const Lent&) = delete;
+    ~Lent() { pool->giveBack(std::move(bytes)); }
+
+    std::shared_ptr<FrameBufferPool> pool;
+    GrowingBytes bytes;
+  };
+
+  [[nodiscard]] GrowingBytes takeKept(std::size_t sizeBytes);
+  [[nodiscard]] bool isTooLarge(const GrowingBytes& buffer) const;
+  void giveBack(GrowingBytes buffer);
+
+  std::mutex mutex;
+  std::vector<GrowingBytes> kept;
+  std::size_t lastSize = 0;
+};
+
+}  // namespace quorvin

@@ -1,0 +1,160 @@
+#include "platform/linux/jpeg/JpegCompression.h"
+
+// clang-format off
+#include <cstdio>  // which jpeglib.h leaves to others
+#include <jpeglib.h>
+#include <jerror.h>
+// clang-format on
+
+#include <algorithm>
+#include <array>
+#include <csetjmp>
+
+namespace quorvin {
+
+namespace {
+
+constexpr int accurateFromQuality = 96;
+constexpr std::size_t firstCapacityBytes = 4096;  // more than a head takes
+
+// Everything of one compression. Nothing in here has a destructor: libjpeg reports an error by
+// never returning, so the functions that call it are left by a jump.
+struct Compression {
+  jpeg_compress_struct library;
+  jpeg_error_mgr errors;
+  std::jmp_buf exit;
+  jpeg_destination_mgr destination;
+  GrowingBytes* into;
+  const JpegForm* form;
+  const std::uint8_t* firstRow;
+  std::size_t strideBytes;
+};
+
+Compression& compressionOf(void* clientData) {
+  return *static_cast<Compression*>(clientData);
+}
+
+[[noreturn]] void leave(j_common_ptr library) {
+  std::longjmp(compressionOf(library->client_data).exit, 1);  // NOLINT: made for C
+}
+
+// The library would write to the standard error output.
+void saySilently(j_common_ptr /*library*/) {}
+void warnSilently(j_common_ptr /*library*/, int /*level*/) {}
+
+void writeFrom(Compression& compression, std::size_t offset) {
+  GrowingBytes& into = *compression.into;
+  compression.destination.next_output_byte = into.data() + offset;
+  compression.destination.free_in_buffer = into.capacityBytes() - offset;
+}
+
+void makeRoom(Compression& compression) {
+  GrowingBytes& into = *compression.into;
+  const std::size_t capacity = std::max(into.capacityBytes() * 2, firstCapacityBytes);
+  if (!into.setCapacity(capacity)) ERREXIT1(&compression.library, JERR_OUT_OF_MEMORY, 0);
+}
+
+void begin(j_compress_ptr library) {
+  Compression& compression = compressionOf(library->client_data);
+  if (compression.into->capacityBytes() == 0) makeRoom(compression);
+  writeFrom(compression, 0);
+}
+
+boolean goOn(j_compress_ptr library) {
+  Compression& compression = compressionOf(library->client_data);
+  const std::size_t full = compression.into->capacityBytes();
+  makeRoom(compression);
+  writeFrom(compression, full);
+  return TRUE;
+}
+
+void end(j_compress_ptr library) {
+  Compression& compression = compressionOf(library->client_data);
+  compression.into->setWritten(compression.into->capacityBytes() -
+                               compression.destination.free_in_buffer);
+}
+
+void setUp(Compression& compression) {
+  jpeg_compress_struct& library = compression.library;
+  jpeg_create_compress(&library);
+  library.dest = &compression.destination;
+  library.image_width = static_cast<JDIMENSION>(compression.form->widthPx);
+  library.image_height = static_cast<JDIMENSION>(compression.form->heightPx);
+  library.input_components = 4;
+  library.in_color_space = JCS_EXT_BGRX;
+  jpeg_set_defaults(&library);
+  jpeg_set_quality(&library, compression.form->quality, TRUE);
+  library.dct_method = compression.form->quality >= accurateFromQuality ? JDCT_ISLOW : JDCT_IFAST;
+  library.restart_in_rows = 1;
+}
+
+void writeHead(Compression& compression) {
+  setUp(compression);
+  jpeg_start_compress(&compression.library, TRUE);
+  jpeg_write_scanlines(&compression.library, nullptr, 0);  // tables wait for the first pixels
+}
+
+void writeHeadOnly(Compression& compression) {
+  writeHead(compression);
+  end(&compression.library);
+}
+
+void writeRowsOnly(Compression& compression) {
+  writeHead(compression);
+  writeFrom(compression, 0);
+  jpeg_compress_struct& library = compression.library;
+  std::array<JSAMPROW, mcuSidePx> rows{};
+  while (library.next_scanline < library.image_height) {
+    const auto first = library.next_scanline;
+    const auto count = std::min(static_cast<JDIMENSION>(rows.size()), library.image_height - first);
+    for (JDIMENSION i = 0; i < count; ++i) {
+      // It only reads them, but was written before there was a const.
+      rows[i] = const_cast<JSAMPROW>(compression.firstRow + (first + i) * compression.strideBytes);
+    }
+    jpeg_write_scanlines(&library, rows.data(), count);
+  }
+  jpeg_finish_compress(&library);
+}
+
+// False when `work` was left by an error.
+bool finishes(Compression& compression, void (*work)(Compression&)) {
+  if (setjmp(compression.exit) != 0) return false;  // NOLINT: made for C
+  work(compression);
+  return true;
+}
+
+bool run(Compression& compression, void (*work)(Compression&)) {
+  compression.library.err = jpeg_std_error(&compression.errors);
+  compression.library.client_data = &compression;
+  compression.errors.error_exit = leave;
+  compression.errors.output_message = saySilently;
+  compression.errors.emit_message = warnSilently;
+  compression.destination.init_destination = begin;
+  compression.destination.empty_output_buffer = goOn;
+  compression.destination.term_destination = end;
+  const bool isDone = finishes(compression, work);
+  jpeg_destroy_compress(&compression.library);
+  if (!isDone) compression.into->setWritten(0);
+  return isDone;
+}
+
+}  // namespace
+
+bool writeJpegHead(const JpegForm& form, GrowingBytes& into) {
+  Compression compression{};
+  compression.form = &form;
+  compression.into = &into;
+  return run(compression, writeHeadOnly);
+}
+
+bool codeMcuRows(const JpegForm& form, const std::uint8_t* firstRow, std::size_t strideBytes,
+                 GrowingBytes& into) {
+  Compression compression{};
+  compression.form = &form;
+  compression.into = &into;
+  compression.firstRow = firstRow;
+  compression.strideBytes = strideBytes;
+  return run(compression, writeRowsOnly);
+}
+
+}  // namespace quorvin

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "platform/Data.h"
+#include "platform/linux/jpeg/FrameBufferPool.h"
+
+namespace quorvin {
+
+// MCU rows that follow each other in memory, each with the marker behind it. Row i is what lies
+// from `bounds[i]` up to `bounds[i + 1]`, counted from `origin`.
+struct McuRows {
+  const std::uint8_t* origin = nullptr;
+  std::span<const std::size_t> bounds;
+
+  [[nodiscard]] std::size_t sizeBytes() const { return bounds.back() - bounds.front(); }
+};
+
+// A finished file, and where in it each MCU row begins; the last entry is where it ends.
+struct JpegFile {
+  Data bytes;
+  std::vector<std::size_t> bounds;
+
+  // From `first` up to `end` - 1.
+  [[nodiscard]] McuRows rows(int first, int end) const;
+};
+
+// Puts a file together out of all its MCU rows, from top to bottom. Restart markers depend on
+// nothing but the row's place in the file and are written as that wants them. Throws
+// std::bad_alloc.
+[[nodiscard]] JpegFile assembleJpeg(std::span<const std::uint8_t> head,
+                                    const std::vector<McuRows>& pieces, FrameBufferPool& buffers);
+
+}  // namespace quorvin

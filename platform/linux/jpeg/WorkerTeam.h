@@ -1,0 +1,41 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace quorvin {
+
+// Threads that share a piece of work with the one that has it to do. One thread at a time.
+class WorkerTeam {
+ public:
+  // So many threads beside the caller's, or as many as the system has to give.
+  explicit WorkerTeam(std::size_t helpers);
+  WorkerTeam(const WorkerTeam&) = delete;
+  WorkerTeam& operator=(const WorkerTeam&) = delete;
+  ~WorkerTeam();
+
+  // Calls `work` once with each number below `count`, on whichever thread is free, and returns when
+  // all calls have. `work` must not throw.
+  void run(std::size_t count, const std::function<void(std::size_t)>& work);
+
+ private:
+  void help();
+  void workOff(std::unique_lock<std::mutex>& lock);
+
+  std::mutex mutex;  // guards all of this
+  std::condition_variable begun;
+  std::condition_variable done;
+  const std::function<void(std::size_t)>* current = nullptr;
+  std::size_t next = 0;
+  std::size_t end = 0;
+  std::size_t unfinished = 0;
+  bool isEnding = false;
+
+  std::vector<std::thread> threads;
+};
+
+}  // namespace quorvin

@@ -1,0 +1,103 @@
+#include "tests/linux/jpeg/JpegDecoders.h"
+
+#include <turbojpeg.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavutil/pixdesc.h>
+}
+
+namespace quorvin {
+
+namespace {
+
+void require(bool condition, const std::string& complaint) {
+  if (!condition) throw std::runtime_error(complaint);
+}
+
+using TurboJpeg = std::unique_ptr<void, int (*)(void*)>;
+
+struct FreeContext {
+  void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+};
+struct FreePacket {
+  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+};
+struct FreeFrame {
+  void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+};
+
+void appendPlane(std::vector<std::uint8_t>& planes, const AVFrame& frame, int plane) {
+  const auto* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
+  const bool isColour = plane > 0;
+  const int width = isColour ? AV_CEIL_RSHIFT(frame.width, format->log2_chroma_w) : frame.width;
+  const int height = isColour ? AV_CEIL_RSHIFT(frame.height, format->log2_chroma_h) : frame.height;
+  for (int y = 0; y < height; ++y) {
+    const std::uint8_t* row = frame.data[plane] + std::ptrdiff_t{y} * frame.linesize[plane];
+    planes.insert(planes.end(), row, row + width);
+  }
+}
+
+}  // namespace
+
+std::vector<std::uint8_t> encodeWithTurboJpeg(const CapturedPixelBuffer& picture, int quality) {
+  const TurboJpeg compressor(tjInitCompress(), tjDestroy);
+  const int width = static_cast<int>(picture.widthPx());
+  const int height = static_cast<int>(picture.heightPx());
+  std::vector<std::uint8_t> file(tjBufSize(width, height, TJSAMP_420));
+  auto* bytes = file.data();
+  auto size = static_cast<unsigned long>(file.size());  // NOLINT: the library's own type
+  const int failed = tjCompress2(compressor.get(), picture.data(), width,
+                                 static_cast<int>(picture.strideBytes()), height, TJPF_BGRX, &bytes,
+                                 &size, TJSAMP_420, quality, TJFLAG_FASTDCT | TJFLAG_NOREALLOC);
+  require(failed == 0, tjGetErrorStr2(compressor.get()));
+  file.resize(size);
+  return file;
+}
+
+std::vector<std::uint8_t> decodeWithTurboJpeg(std::span<const std::uint8_t> file) {
+  const TurboJpeg decompressor(tjInitDecompress(), tjDestroy);
+  int width = 0;
+  int height = 0;
+  int subsampling = 0;
+  int colourSpace = 0;
+  require(tjDecompressHeader3(decompressor.get(), file.data(), file.size(), &width, &height,
+                              &subsampling, &colourSpace) == 0,
+          tjGetErrorStr2(decompressor.get()));
+  require(subsampling == TJSAMP_420, "colours are not at half resolution");
+  std::vector<std::uint8_t> pixels(static_cast<std::size_t>(width) *
+                                   static_cast<std::size_t>(height) * 3);
+  require(tjDecompress2(decompressor.get(), file.data(), file.size(), pixels.data(), width, 0,
+                        height, TJPF_RGB, TJFLAG_STOPONWARNING) == 0,
+          tjGetErrorStr2(decompressor.get()));
+  return pixels;
+}
+
+std::vector<std::uint8_t> decodeWithLibavcodec(std::span<const std::uint8_t> file) {
+  const AVCodec* codec = avcodec_find_decoder(AV_CODEC_ID_MJPEG);
+  require(codec != nullptr, "no decoder of JPEG");
+  const std::unique_ptr<AVCodecContext, FreeContext> context(avcodec_alloc_context3(codec));
+  context->thread_count = 1;
+  context->err_recognition = AV_EF_EXPLODE | AV_EF_CAREFUL | AV_EF_BITSTREAM | AV_EF_BUFFER;
+  require(avcodec_open2(context.get(), codec, nullptr) == 0, "the decoder does not open");
+
+  std::vector<std::uint8_t> padded(file.begin(), file.end());
+  padded.resize(file.size() + AV_INPUT_BUFFER_PADDING_SIZE);
+  const std::unique_ptr<AVPacket, FreePacket> packet(av_packet_alloc());
+  packet->data = padded.data();
+  packet->size = static_cast<int>(file.size());
+  const std::unique_ptr<AVFrame, FreeFrame> frame(av_frame_alloc());
+  require(avcodec_send_packet(context.get(), packet.get()) == 0, "the decoder refuses the file");
+  require(avcodec_receive_frame(context.get(), frame.get()) == 0, "no picture comes out");
+  require(frame->decode_error_flags == 0, "the decoder found errors");
+
+  std::vector<std::uint8_t> planes;
+  for (int plane = 0; plane < 3; ++plane) appendPlane(planes, *frame, plane);
+  return planes;
+}
+
+}  // namespace quorvin

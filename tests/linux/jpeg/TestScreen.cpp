@@ -1,0 +1,75 @@
+#include "tests/linux/jpeg/TestScreen.h"
+
+#include <algorithm>
+
+#include "bench/Desktop.h"
+
+namespace quorvin {
+
+namespace {
+
+std::size_t pixelCount(PixelSize size) {
+  return static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
+}
+
+std::shared_ptr<CapturedPixelBuffer> pictureOf(std::shared_ptr<const void> owner,
+                                               const std::uint32_t* pixels, PixelSize size) {
+  return std::make_shared<CapturedPixelBuffer>(
+      std::move(owner), reinterpret_cast<const std::uint8_t*>(pixels),
+      static_cast<std::size_t>(size.width), static_cast<std::size_t>(size.height),
+      static_cast<std::size_t>(size.width) * sizeof *pixels);
+}
+
+}  // namespace
+
+void TestScreen::resize(PixelSize newSize) {
+  extent = newSize;
+  pixels.assign(pixelCount(extent), 0);
+  restartSeries();
+}
+
+void TestScreen::fillRows(RowRange rows, std::uint32_t colour) {
+  std::fill(row(rows.first), row(rows.end), colour);
+  tracker.markChanged(rows);
+}
+
+void TestScreen::drawNoise(RowRange rows, std::mt19937& random) {
+  std::generate(row(rows.first), row(rows.end),
+                [&random] { return static_cast<std::uint32_t>(random()); });
+  tracker.markChanged(rows);
+}
+
+void TestScreen::drawDesktop(RowRange rows, std::uint32_t seed) {
+  const auto desktop = desktopPicture(extent.width, extent.height, seed);
+  const auto from = desktop.begin() + (row(rows.first) - pixels.data());
+  std::copy(from, from + (row(rows.end) - row(rows.first)), row(rows.first));
+  tracker.markChanged(rows);
+}
+
+void TestScreen::setPixel(int x, int y, std::uint32_t colour) {
+  row(y)[x] = colour;
+  tracker.markChanged({y, y + 1});
+}
+
+TestPicture TestScreen::nextPicture() {
+  auto picture = pictureOf(nullptr, pixels.data(), extent);
+  picture->setRowHistory(tracker.nextPicture());
+  return picture;
+}
+
+TestPicture TestScreen::nextPictureCopied() {
+  const auto copy = std::make_shared<const std::vector<std::uint32_t>>(pixels);
+  auto picture = pictureOf(copy, copy->data(), extent);
+  picture->setRowHistory(tracker.nextPicture());
+  return picture;
+}
+
+TestPicture TestScreen::pictureWithoutHistory() const {
+  return pictureOf(nullptr, pixels.data(), extent);
+}
+
+std::uint32_t* TestScreen::row(int y) {
+  return pixels.data() + static_cast<std::ptrdiff_t>(y) * extent.width;
+}
+
+}  // namespace quorvin
