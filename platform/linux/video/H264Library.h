@@ -15,9 +15,9 @@ namespace quorvin {
 // thread at a time.
 class H264Library {
  public:
-  // The finest and the coarsest quantiser of eight-bit H.264 (ITU-T H.264, 7.4.2.2). Six steps
-  // double the width of what is rounded together.
-  static constexpr int finestQuantiser = 0;
+  // The finest quantiser that is taken, and the coarsest of eight-bit H.264 (ITU-T H.264, 7.4.2.2).
+  // Six steps double the width of what is rounded together.
+  static constexpr int finestQuantiser = 12;
   static constexpr int coarsestQuantiser = 51;
 
   // What H.264 can express and a machine can hold.
