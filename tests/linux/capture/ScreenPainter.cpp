@@ -3,7 +3,9 @@
 #include <xcb/xcbext.h>
 #include <xcb/xtest.h>
 
+#include <algorithm>
 #include <array>
+#include <cstring>
 
 namespace quorvin {
 
@@ -23,9 +25,10 @@ std::uint16_t component(std::uint32_t colour, int shift) {
 
 ScreenPainter::ScreenPainter(const std::string& server)
     : connection(server), context(xcb_generate_id(connection.get())) {
-  const std::uint32_t includeInferiors = XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS;
-  xcb_create_gc(connection.get(), context, connection.root(), XCB_GC_SUBWINDOW_MODE,
-                &includeInferiors);
+  // Nobody here wants to hear of what could not be copied.
+  const std::array<std::uint32_t, 2> values{XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS, 0};
+  xcb_create_gc(connection.get(), context, connection.root(),
+                XCB_GC_SUBWINDOW_MODE | XCB_GC_GRAPHICS_EXPOSURES, values.data());
   sync();
 }
 
@@ -43,6 +46,28 @@ void ScreenPainter::draw(const PixelRect& area, const std::vector<std::uint32_t>
                 static_cast<std::uint32_t>(pixels.size() * sizeof(std::uint32_t)),
                 reinterpret_cast<const std::uint8_t*>(pixels.data()));
   sync();
+}
+
+void ScreenPainter::copy(const PixelRect& from, int x, int y) {
+  const xcb_rectangle_t source = rectangleOf(from);
+  xcb_copy_area(connection.get(), connection.root(), connection.root(), context, source.x, source.y,
+                static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), source.width,
+                source.height);
+  sync();
+}
+
+std::vector<std::uint32_t> ScreenPainter::read(const PixelRect& area) {
+  const xcb_rectangle_t source = rectangleOf(area);
+  const auto image =
+      x11Reply(xcb_get_image_reply, connection.get(),
+               xcb_get_image(connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, connection.root(),
+                             source.x, source.y, source.width, source.height, ~0U));
+  if (!image) return {};
+  std::vector<std::uint32_t> pixels(static_cast<std::size_t>(area.area()));
+  std::memcpy(pixels.data(), xcb_get_image_data(image.get()),
+              std::min(pixels.size() * sizeof(std::uint32_t),
+                       static_cast<std::size_t>(xcb_get_image_data_length(image.get()))));
+  return pixels;
 }
 
 void ScreenPainter::movePointer(int x, int y) {

@@ -22,6 +22,10 @@ class ScreenPainter {
   void fillAll(std::uint32_t pixel) { fill(wholeOf(screenSize()), pixel); }
   // Rows of 32-bit pixels.
   void draw(const PixelRect& area, const std::vector<std::uint32_t>& pixels);
+  // Copies a part of the screen to where its upper left corner is to be, as scrolling does.
+  void copy(const PixelRect& from, int x, int y);
+  // What is on the screen, without the cursor; as for `draw`.
+  [[nodiscard]] std::vector<std::uint32_t> read(const PixelRect& area);
 
   // As if a mouse had been moved there.
   void movePointer(int x, int y);
@@ -36,6 +40,7 @@ class ScreenPainter {
   void deleteMonitor(const std::string& name);
 
   [[nodiscard]] PixelSize screenSize() const;
+  [[nodiscard]] int screenDepth() const { return connection.screen().root_depth; }
 
  private:
   [[nodiscard]] xcb_atom_t atom(const std::string& name);

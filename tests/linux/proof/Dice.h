@@ -1,0 +1,53 @@
+#pragma once
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <cstdlib>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include "platform/linux/capture/PixelRegion.h"
+
+namespace quorvin {
+
+// Chance that comes out the same for the same seed, whatever the standard library.
+class Dice {
+ public:
+  explicit Dice(std::uint64_t seed) : engine(seed) {}
+
+  // Both bounds included.
+  int between(int least, int most) {
+    const auto span = static_cast<std::uint64_t>(most - least) + 1;
+    return least + static_cast<int>(engine() % span);
+  }
+  bool oneIn(int times) { return between(1, times) == 1; }
+  std::uint32_t colour() { return static_cast<std::uint32_t>(engine() & 0xffffff); }
+  // Somewhere inside, of any size up to this one.
+  PixelRect rect(PixelSize inside, PixelSize most) {
+    const int width = between(1, std::min(inside.width, most.width));
+    const int height = between(1, std::min(inside.height, most.height));
+    return {between(0, inside.width - width), between(0, inside.height - height), width, height};
+  }
+
+ private:
+  std::mt19937_64 engine;
+};
+
+// The number in a variable of the environment. Throws std::runtime_error when it is none.
+inline std::uint64_t numberFromEnvironment(const char* name, std::uint64_t otherwise) {
+  const char* text = std::getenv(name);
+  if (text == nullptr) return otherwise;
+  const std::string_view digits(text);
+  std::uint64_t number = 0;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  if (error != std::errc() || end != digits.data() + digits.size()) {
+    throw std::runtime_error(std::string(name) + " must be a whole number");
+  }
+  return number;
+}
+
+}  // namespace quorvin
