@@ -1,0 +1,192 @@
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <xcb/randr.h>
+
+#include "platform/linux/capture/FrameComposer.h"
+#include "tests/linux/capture/SampleRecorder.h"
+#include "tests/linux/capture/SessionStand.h"
+
+namespace quorvin {
+namespace {
+
+using Rows = std::vector<RowRange>;
+
+constexpr PixelRect screen{0, 0, 320, 240};
+constexpr std::uint32_t amber = 0xc08040;
+constexpr std::uint32_t green = 0x00ff00;
+constexpr std::uint32_t blue = 0x0000ff;
+
+// A composer whose questions and pictures the test puts between the strokes of a painter. Here the
+// size of its pictures.
+class FrameComposerTest : public testing::TestWithParam<PixelSize> {
+ protected:
+  FrameComposerTest() {
+    painter.fillAll(amber);
+    static_cast<void>(damage.take(screen));
+    composer.configure(screen, GetParam(), 3);
+  }
+
+  std::shared_ptr<CapturedPixelBuffer> compose() { return composer.compose(cursor); }
+
+  // Waits until the server has told that something changed.
+  [[nodiscard]] bool waitForNews() {
+    const auto deadline = std::chrono::steady_clock::now() + testPatience;
+    while (!composer.isPending() && std::chrono::steady_clock::now() < deadline) {
+      pollfd source{connection.descriptor(), POLLIN, 0};
+      poll(&source, 1, 1);
+      while (const auto event = connection.pollEvent()) damage.handle(*event);
+    }
+    return composer.isPending();
+  }
+
+  // Makes the whole screen another size, as long as it shows on no monitor.
+  [[nodiscard]] bool resize(std::uint16_t width, std::uint16_t height) {
+    return connection.succeeded(xcb_randr_set_screen_size_checked(
+        connection.get(), connection.root(), width, height, width, height));
+  }
+  void switchMonitorsOff() {
+    const auto resources =
+        x11Reply(xcb_randr_get_screen_resources_reply, connection.get(),
+                 xcb_randr_get_screen_resources(connection.get(), connection.root()));
+    const xcb_randr_crtc_t crtc = *xcb_randr_get_screen_resources_crtcs(resources.get());
+    const auto done =
+        x11Reply(xcb_randr_set_crtc_config_reply, connection.get(),
+                 xcb_randr_set_crtc_config(connection.get(), crtc, XCB_CURRENT_TIME,
+                                           resources->config_timestamp, 0, 0, XCB_NONE,
+                                           XCB_RANDR_ROTATION_ROTATE_0, 0, nullptr));
+  }
+
+  // The rows of a picture that this rectangle of the screen certainly covers.
+  [[nodiscard]] RowRange rowsOf(const PixelRect& rect) const {
+    const int height = GetParam().height;
+    return {rect.y * height / 240, (rect.bottom() * height + 239) / 240};
+  }
+  // Whether there is something of this rectangle among the rows that changed.
+  static bool isChanged(const PictureCopy& earlier, const PictureCopy& later, RowRange rows) {
+    return later.history->changedSince(*earlier.history, rows);
+  }
+
+  XServer server{{"-noreset"}};
+  ScreenPainter painter{server.display()};
+  X11Connection connection{server.display()};
+  X11Extensions extensions = X11Extensions::negotiate(connection);
+  X11DamageMonitor damage{connection, extensions};
+  X11ScreenReader reader{connection, chooseTransport(connection, extensions),
+                         std::make_shared<CaptureCounters>()};
+  FrameComposer composer{reader, &damage, std::make_shared<CaptureWakeup>()};
+  std::optional<CursorPlacement> cursor;
+};
+
+TEST_P(FrameComposerTest, WhatChangesBetweenTheQuestionAndTheFetchIsMarkedTwice) {
+  const PictureCopy first(*compose());
+  painter.fill({0, 50, 320, 10}, blue);
+  ASSERT_TRUE(waitForNews());
+  ASSERT_TRUE(composer.findChanges());
+  const PixelRect late{0, 55, 320, 10};  // half of it is about to be fetched
+  const PixelRect elsewhere{100, 200, 30, 4};
+  painter.fill(late, green);
+  painter.fill(elsewhere, green);
+  const PictureCopy second(*compose());
+  EXPECT_TRUE(agreeWhereUnchanged(first, second));
+  EXPECT_TRUE(isChanged(first, second, rowsOf({0, 50, 320, 10})));
+
+  // The composer knows by itself that it is behind.
+  EXPECT_TRUE(composer.isPending());
+  ASSERT_TRUE(composer.findChanges());
+  const PictureCopy third(*compose());
+  EXPECT_TRUE(agreeWhereUnchanged(second, third));
+  EXPECT_TRUE(agreeWhereUnchanged(first, third));
+  EXPECT_TRUE(isChanged(second, third, rowsOf(late)));
+  EXPECT_TRUE(isChanged(second, third, rowsOf(elsewhere)));
+  EXPECT_FALSE(isChanged(second, third, {0, rowsOf(late).first - 3}));
+  EXPECT_FALSE(composer.isPending());
+
+  composer.startOver();
+  EXPECT_TRUE(lookTheSame(third, PictureCopy(*compose())));
+}
+
+TEST_P(FrameComposerTest, WhatChangesBetweenTwoFetchedPartsBeforeTheFetchIsMarked) {
+  const PictureCopy first(*compose());
+  // Near enough to be fetched as one, with the rows in between.
+  painter.fill({0, 50, 320, 4}, blue);
+  painter.fill({0, 60, 320, 4}, blue);
+  ASSERT_TRUE(waitForNews());
+  ASSERT_TRUE(composer.findChanges());
+  const PixelRect between{0, 56, 320, 2};
+  painter.fill(between, green);
+  const PictureCopy second(*compose());
+  EXPECT_TRUE(agreeWhereUnchanged(first, second));
+  EXPECT_TRUE(isChanged(first, second, rowsOf(between)));
+  ASSERT_TRUE(composer.findChanges());
+  const PictureCopy third(*compose());
+  EXPECT_TRUE(agreeWhereUnchanged(second, third));
+  EXPECT_TRUE(isChanged(second, third, rowsOf(between)));
+}
+
+TEST_P(FrameComposerTest, WhatChangesUnderTheCursorBeforeItIsDrawnAgainIsMarked) {
+  auto image = std::make_shared<CursorImage>();
+  image->size = {4, 4};
+  image->pixels.assign(16, 0);  // nothing is opaque, so that one sees through
+  cursor = CursorPlacement{image, {8, 40, 4, 4}};
+  const PictureCopy first(*compose());
+  painter.fill({0, 200, 20, 2}, blue);
+  ASSERT_TRUE(waitForNews());
+  ASSERT_TRUE(composer.findChanges());
+  painter.fill({0, 0, 320, 120}, green);
+  const PictureCopy second(*compose());
+  EXPECT_TRUE(agreeWhereUnchanged(first, second));
+  ASSERT_TRUE(composer.findChanges());
+  const PictureCopy third(*compose());
+  EXPECT_TRUE(agreeWhereUnchanged(second, third));
+  composer.startOver();
+  EXPECT_TRUE(lookTheSame(third, PictureCopy(*compose())));
+}
+
+TEST_P(FrameComposerTest, ASurfaceThatWasAwayForLongShowsNothingNewerThanMarked) {
+  auto kept = compose();
+  const PictureCopy first(*kept);
+  painter.fill({0, 10, 320, 4}, blue);
+  ASSERT_TRUE(waitForNews());
+  ASSERT_TRUE(composer.findChanges());
+  auto other = compose();  // on another surface
+  const PictureCopy second(*other);
+  // Now the first surface is free again, and rows 10 to 13 of it are stale.
+  kept.reset();
+  painter.fill({0, 100, 320, 4}, blue);
+  ASSERT_TRUE(waitForNews());
+  ASSERT_TRUE(composer.findChanges());
+  painter.fill({0, 11, 320, 1}, green);
+  const PictureCopy third(*compose());
+  EXPECT_TRUE(agreeWhereUnchanged(second, third));
+  EXPECT_TRUE(agreeWhereUnchanged(first, third));
+  ASSERT_TRUE(composer.findChanges());
+  EXPECT_TRUE(agreeWhereUnchanged(third, PictureCopy(*compose())));
+}
+
+TEST_P(FrameComposerTest, AReadingThatFailsBeginsANewSeries) {
+  const auto first = compose();
+  ASSERT_TRUE(first);
+  // As while the mode of a screen changes.
+  switchMonitorsOff();
+  ASSERT_TRUE(resize(160, 120));
+  painter.fill({0, 0, 10, 10}, green);
+  ASSERT_TRUE(waitForNews());
+  ASSERT_TRUE(composer.findChanges());
+  EXPECT_FALSE(compose());
+  EXPECT_TRUE(composer.isPending());
+  ASSERT_TRUE(resize(320, 240));
+  painter.fillAll(blue);
+  // The composer must not depend on being told that all of it is new.
+  static_cast<void>(damage.take(screen));
+  const auto second = compose();
+  ASSERT_TRUE(second);
+  EXPECT_EQ(rowsChangedSince(*first, *second), (Rows{{0, GetParam().height}}));
+  EXPECT_NEAR(PictureCopy(*second).pixels.front(), blue, 2);  // scaling rounds
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, FrameComposerTest,
+                         testing::Values(PixelSize{320, 240}, PixelSize{240, 180},
+                                         PixelSize{150, 113}, PixelSize{400, 300}));
+
+}  // namespace
+}  // namespace quorvin

@@ -1,0 +1,131 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <deque>
+#include <random>
+#include <thread>
+
+#include "tests/linux/capture/SessionStand.h"
+
+namespace quorvin {
+namespace {
+
+// How many pictures a test looks at.
+constexpr int rounds = 300;
+
+struct Situation {
+  std::vector<std::string> server;  // options of Xvfb
+  PixelSize picture;
+};
+
+int randomBelow(std::mt19937& random, int limit) {
+  return static_cast<int>(random() % static_cast<unsigned>(limit));
+}
+
+void scribble(ScreenPainter& painter, std::mt19937& random) {
+  const int height = randomBelow(random, 8) == 0 ? 100 : 6;
+  painter.fill({randomBelow(random, 320), randomBelow(random, 240), 1 + randomBelow(random, 300),
+                1 + randomBelow(random, height)},
+               static_cast<std::uint32_t>(random() & 0xffffff));
+}
+
+// Scribbles on its own for as long as it lives, so that changes fall between any two requests.
+class Scribbler {
+ public:
+  explicit Scribbler(const std::string& server)
+      : thread([this, server] {
+          ScreenPainter painter(server);
+          std::mt19937 random(3);  // NOLINT: the same strokes in every run
+          while (!ended) scribble(painter, random);
+        }) {}
+  Scribbler(const Scribbler&) = delete;
+  Scribbler& operator=(const Scribbler&) = delete;
+  ~Scribbler() {
+    ended = true;
+    thread.join();
+  }
+
+ private:
+  std::atomic<bool> ended = false;
+  std::thread thread;
+};
+
+class PictureRowsStressTest : public testing::TestWithParam<Situation> {
+ protected:
+  // Looks at many pictures, of which some are kept for a while so that surfaces take turns.
+  template <typename Change>
+  void lookAtPictures(const Change& change) {
+    std::mt19937 random(29);  // NOLINT: the same numbers in every run
+    std::deque<PictureCopy> earlier;
+    std::deque<std::shared_ptr<CapturedPixelBuffer>> kept;
+    for (int round = 0; round < rounds; ++round) {
+      change(random);
+      auto picture = stand.nextPicture();
+      ASSERT_TRUE(picture);
+      const PictureCopy copy(*picture);
+      for (const PictureCopy& old : earlier) {
+        ASSERT_TRUE(agreeWhereUnchanged(old, copy)) << "in round " << round;
+      }
+      earlier.push_back(copy);
+      if (earlier.size() > 3) earlier.pop_front();
+      if (randomBelow(random, 2) == 0) kept.push_back(std::move(picture));
+      while (kept.size() > 2 || (!kept.empty() && randomBelow(random, 3) == 0)) kept.pop_front();
+    }
+  }
+
+  // Compares the last picture with one that another session makes from nothing.
+  void expectNothingStale(const CaptureSettings& settings) {
+    stand.painter.fill({0, 0, 1, 1}, 0xffffff);
+    auto last = stand.nextPicture();
+    ASSERT_TRUE(last);
+    // So many steps ask for the pointer at least twice, and with the answer comes the news of all
+    // that has changed before.
+    while (auto newer = stand.pictureWithin(25)) last = std::move(newer);
+    const PictureCopy copy(*last);
+    last.reset();
+    stand.start(settings);
+    const auto fresh = stand.nextPicture();
+    ASSERT_TRUE(fresh);
+    EXPECT_TRUE(lookTheSame(copy, PictureCopy(*fresh)));
+  }
+
+  SessionStand stand{GetParam().server};
+};
+
+TEST_P(PictureRowsStressTest, RowsThatAreNotMarkedAreTheSame) {
+  auto settings = SessionStand::usualSettings();
+  settings.picture = GetParam().picture;
+  settings.showsCursor = true;
+  stand.painter.setCursor(16, 0xff00ff, 8);
+  stand.start(settings);
+  lookAtPictures([this](std::mt19937& random) {
+    for (int i = randomBelow(random, 3); i >= 0; --i) scribble(stand.painter, random);
+    if (randomBelow(random, 3) == 0) {
+      stand.painter.movePointer(randomBelow(random, 320), randomBelow(random, 240));
+    }
+  });
+  expectNothingStale(settings);
+}
+
+TEST_P(PictureRowsStressTest, ChangesAtAnyMomentAreMarked) {
+  auto settings = SessionStand::usualSettings();
+  settings.picture = GetParam().picture;
+  settings.showsCursor = true;
+  stand.painter.setCursor(16, 0xff00ff, 8);
+  stand.start(settings);
+  {
+    const Scribbler scribbler(stand.server.display());
+    lookAtPictures([](std::mt19937& /*random*/) {});
+  }
+  expectNothingStale(settings);
+}
+
+INSTANTIATE_TEST_SUITE_P(Situations, PictureRowsStressTest,
+                         testing::Values(Situation{{}, {320, 240}}, Situation{{}, {240, 180}},
+                                         Situation{{}, {107, 59}}, Situation{{}, {400, 260}},
+                                         Situation{{"-extension", "MIT-SHM"}, {320, 240}},
+                                         Situation{{"-extension", "DAMAGE"}, {320, 240}},
+                                         Situation{{"-extension", "DAMAGE"}, {200, 150}}));
+
+}  // namespace
+}  // namespace quorvin

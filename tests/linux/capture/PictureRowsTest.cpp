@@ -1,0 +1,221 @@
+#include <gtest/gtest.h>
+
+#include "tests/linux/capture/SessionStand.h"
+
+namespace quorvin {
+namespace {
+
+using Rows = std::vector<RowRange>;
+
+constexpr std::uint32_t amber = 0xc08040;
+constexpr std::uint32_t green = 0x00ff00;
+constexpr std::uint32_t blue = 0x0000ff;
+
+CaptureSettings withCursor() {
+  auto settings = SessionStand::usualSettings();
+  settings.showsCursor = true;
+  return settings;
+}
+
+CaptureSettings ofSize(PixelSize size) {
+  auto settings = SessionStand::usualSettings();
+  settings.picture = size;
+  return settings;
+}
+
+// The ways in which servers can tell of changes and hand over pixels.
+class PictureRowsTest : public testing::TestWithParam<std::vector<std::string>> {
+ protected:
+  // The picture before anything changes.
+  std::shared_ptr<CapturedPixelBuffer> begin(
+      const CaptureSettings& settings = SessionStand::usualSettings()) {
+    stand.painter.fillAll(amber);
+    stand.start(settings);
+    return stand.nextPicture();
+  }
+  // Puts a cursor of 16 x 16 pixels there, with its hot spot in the middle.
+  void placeCursor(int x, int y) {
+    stand.painter.setCursor(16, green, 8);
+    stand.painter.movePointer(x, y);
+  }
+
+  SessionStand stand{GetParam()};
+};
+
+TEST_P(PictureRowsTest, AChangeMarksItsRowsAndNoOthers) {
+  const auto before = begin();
+  stand.painter.fill({100, 100, 7, 5}, blue);
+  const auto after = stand.nextPicture();
+  ASSERT_TRUE(after);
+  EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{100, 105}}));
+}
+
+TEST_P(PictureRowsTest, WhatLiesBetweenTwoChangesIsNotMarked) {
+  const auto before = begin();
+  stand.painter.fill({10, 20, 2, 18}, blue);
+  stand.painter.fill({10, 60, 2, 4}, blue);
+  stand.painter.fill({300, 239, 5, 1}, blue);
+  const auto after = stand.nextPicture();
+  ASSERT_TRUE(after);
+  EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{20, 38}, {60, 64}, {239, 240}}));
+}
+
+TEST_P(PictureRowsTest, APictureCanBeComparedWithAnyEarlierOne) {
+  const auto first = begin();
+  stand.painter.fill({0, 10, 320, 2}, blue);
+  const auto second = stand.nextPicture();
+  stand.painter.fill({5, 50, 5, 3}, blue);
+  const auto third = stand.nextPicture();
+  ASSERT_TRUE(second && third);
+  EXPECT_EQ(rowsChangedSince(*first, *third), (Rows{{10, 12}, {50, 53}}));
+  EXPECT_EQ(rowsChangedSince(*second, *third), (Rows{{50, 53}}));
+}
+
+TEST_P(PictureRowsTest, AMoveOfThePointerMarksWhereItWasAndWhereItIs) {
+  placeCursor(50, 50);
+  const auto before = begin(withCursor());
+  stand.painter.movePointer(200, 150);
+  const auto after = stand.nextPicture();
+  ASSERT_TRUE(after);
+  EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{42, 58}, {142, 158}}));
+}
+
+TEST_P(PictureRowsTest, ANewLookOfThePointerMarksBoth) {
+  placeCursor(50, 50);
+  const auto before = begin(withCursor());
+  stand.painter.setCursor(20, blue, 2);
+  const auto after = stand.nextPicture();
+  ASSERT_TRUE(after);
+  EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{42, 68}}));
+}
+
+TEST_P(PictureRowsTest, APointerThatStaysMarksNothing) {
+  placeCursor(50, 50);
+  auto before = begin(withCursor());
+  const RowHistory first = *before->rowHistory();
+  before.reset();  // so that its surface is drawn on again
+  stand.painter.fill({200, 200, 4, 4}, blue);
+  const auto after = stand.nextPicture();
+  ASSERT_TRUE(after);
+  EXPECT_TRUE(after->rowHistory()->changedSince(first, {200, 204}));
+  EXPECT_FALSE(after->rowHistory()->changedSince(first, {0, 200}));
+  EXPECT_FALSE(after->rowHistory()->changedSince(first, {204, 240}));
+}
+
+TEST_P(PictureRowsTest, ThePointerMarksItsRowsWhenItAppearsAndDisappears) {
+  placeCursor(50, 235);
+  const auto without = begin();
+  stand.session->configure(withCursor());
+  const auto with = stand.nextPicture();
+  ASSERT_TRUE(with);
+  EXPECT_EQ(rowsChangedSince(*without, *with), (Rows{{227, 240}}));
+  stand.session->configure(SessionStand::usualSettings());
+  const auto withoutAgain = stand.nextPicture();
+  ASSERT_TRUE(withoutAgain);
+  EXPECT_EQ(rowsChangedSince(*with, *withoutAgain), (Rows{{227, 240}}));
+}
+
+TEST_P(PictureRowsTest, AnotherRateChangesNoRow) {
+  placeCursor(50, 50);
+  const auto before = begin(withCursor());
+  auto slower = withCursor();
+  slower.frameInterval *= 2;
+  slower.queueDepth = 5;
+  stand.session->configure(slower);
+  const auto after = stand.nextPicture();
+  ASSERT_TRUE(after);
+  EXPECT_EQ(rowsChangedSince(*before, *after), Rows{});
+}
+
+TEST_P(PictureRowsTest, AnotherSizeBeginsANewSeries) {
+  const auto before = begin();
+  stand.session->configure(ofSize({160, 240}));
+  const auto narrow = stand.nextPicture();
+  ASSERT_TRUE(narrow);
+  EXPECT_EQ(rowsChangedSince(*before, *narrow), (Rows{{0, 240}}));
+  stand.session->configure(SessionStand::usualSettings());
+  const auto after = stand.nextPicture();
+  ASSERT_TRUE(after);
+  EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{0, 240}}));
+}
+
+TEST_P(PictureRowsTest, ARepeatedPictureChangesNoRow) {
+  placeCursor(50, 50);
+  const auto before = begin(withCursor());
+  before->askForRepeat({});
+  const auto after = stand.nextPicture();
+  ASSERT_TRUE(after);
+  EXPECT_TRUE(after->isRepeat());
+  EXPECT_EQ(rowsChangedSince(*before, *after), Rows{});
+}
+
+TEST_P(PictureRowsTest, AScaledChangeMarksTheRowsItReaches) {
+  const auto before = begin(ofSize({240, 180}));
+  stand.painter.fill({100, 100, 3, 4}, blue);
+  const auto after = stand.nextPicture();
+  ASSERT_TRUE(after);
+  EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{74, 79}}));
+}
+
+TEST_P(PictureRowsTest, AHalvedChangeMarksNoMoreThanItsRows) {
+  const auto before = begin(ofSize({160, 120}));
+  stand.painter.fill({100, 100, 3, 3}, blue);
+  const auto after = stand.nextPicture();
+  ASSERT_TRUE(after);
+  EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{50, 52}}));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Servers, PictureRowsTest,
+    testing::Values(std::vector<std::string>{}, std::vector<std::string>{"-extension", "MIT-SHM"},
+                    std::vector<std::string>{"-extension", "DAMAGE"},
+                    std::vector<std::string>{"-extension", "MIT-SHM", "-extension", "DAMAGE"}));
+
+TEST(PictureRows, AMovedDisplayBeginsANewSeries) {
+  SessionStand stand;
+  stand.painter.fillAll(amber);
+  stand.painter.defineMonitor("cinema", {0, 0, 100, 100});
+  stand.start(ofSize({100, 100}));
+  const auto before = stand.nextPicture();
+  ASSERT_TRUE(before);
+  stand.painter.deleteMonitor("cinema");
+  stand.painter.defineMonitor("cinema", {10, 10, 100, 100});
+  const auto after = stand.nextPicture();
+  ASSERT_TRUE(after);
+  EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{0, 100}}));
+}
+
+TEST(PictureRows, AChangeOnAPartOfTheScreenMarksItsPlaceOnThePicture) {
+  SessionStand stand;
+  stand.painter.fillAll(amber);
+  stand.painter.defineMonitor("cinema", {50, 60, 100, 100});
+  stand.start(ofSize({100, 100}));
+  const auto before = stand.nextPicture();
+  stand.painter.fill({0, 50, 320, 12}, blue);
+  const auto after = stand.nextPicture();
+  ASSERT_TRUE(before && after);
+  EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{0, 2}}));
+}
+
+// What is fetched for a caret between two pictures that use the same surface.
+std::uint64_t fetchedForACaret(const CaptureSettings& settings) {
+  SessionStand stand;
+  stand.painter.fillAll(amber);
+  stand.start(settings);
+  if (!stand.nextPicture()) return 0;
+  stand.counters->fetchedBytes = 0;
+  stand.painter.fill({100, 100, 2, 18}, blue);
+  if (!stand.nextPicture()) return 0;
+  return stand.counters->fetchedBytes;
+}
+
+TEST(PictureRows, OnlyTheCaretIsFetched) {
+  EXPECT_EQ(fetchedForACaret(SessionStand::usualSettings()), 2U * 18 * bytesPerPixel);
+}
+
+TEST(PictureRows, OnlyTheCaretIsFetchedForAScaledPicture) {
+  EXPECT_EQ(fetchedForACaret(ofSize({240, 180})), 2U * 18 * bytesPerPixel);
+}
+
+}  // namespace
+}  // namespace quorvin

@@ -1,0 +1,109 @@
+#include "tests/linux/capture/SessionStand.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+
+#include "platform/linux/capture/X11Monitors.h"
+#include "tests/linux/capture/SampleRecorder.h"
+
+namespace quorvin {
+
+namespace {
+
+constexpr std::chrono::nanoseconds interval = std::chrono::milliseconds(10);
+
+std::vector<std::string> withoutReset(std::vector<std::string> options) {
+  options.emplace_back("-noreset");
+  return options;
+}
+
+DisplayID firstDisplay(const std::string& server) {
+  X11Connection connection(server);
+  return listMonitors(connection, X11Extensions::negotiate(connection)).front().id;
+}
+
+void waitForEvents(const CaptureSession& session) {
+  pollfd source{session.descriptor(), POLLIN, 0};
+  poll(&source, 1, 1);
+}
+
+}  // namespace
+
+SessionStand::SessionStand(std::vector<std::string> options)
+    : server(withoutReset(std::move(options))), painter(server.display()) {}
+
+CaptureSettings SessionStand::usualSettings() {
+  return {{320, 240}, interval, 3, false};
+}
+
+void SessionStand::start(const CaptureSettings& settings) {
+  session.emplace(CaptureTarget{server.display(), firstDisplay(server.display())}, settings,
+                  std::make_shared<CaptureWakeup>(), counters, now);
+}
+
+std::shared_ptr<CapturedPixelBuffer> SessionStand::nextPicture() {
+  const auto deadline = std::chrono::steady_clock::now() + testPatience;
+  while (std::chrono::steady_clock::now() < deadline) {
+    if (auto picture = pictureWithin(1)) return picture;
+    waitForEvents(*session);
+  }
+  return {};
+}
+
+std::shared_ptr<CapturedPixelBuffer> SessionStand::pictureWithin(int steps) {
+  for (int i = 0; i < steps; ++i) {
+    now += interval;
+    if (auto picture = session->step(now).picture) return picture;
+  }
+  return {};
+}
+
+std::vector<RowRange> rowsChangedSince(const CapturedPixelBuffer& earlier,
+                                       const CapturedPixelBuffer& later) {
+  RowSet rows;
+  for (int row = 0; row < static_cast<int>(later.heightPx()); ++row) {
+    if (later.rowHistory()->changedSince(*earlier.rowHistory(), {row, row + 1})) {
+      rows.add({row, row + 1});
+    }
+  }
+  return rows.ranges();
+}
+
+PictureCopy::PictureCopy(const CapturedPixelBuffer& picture)
+    : size{static_cast<int>(picture.widthPx()), static_cast<int>(picture.heightPx())},
+      pixels(picture.widthPx() * picture.heightPx()),
+      history(picture.rowHistory()) {
+  for (std::size_t row = 0; row < picture.heightPx(); ++row) {
+    std::memcpy(&pixels[row * picture.widthPx()], picture.data() + row * picture.strideBytes(),
+                picture.widthPx() * bytesPerPixel);
+  }
+  for (std::uint32_t& pixel : pixels) pixel &= 0xffffff;
+}
+
+bool PictureCopy::hasRowOf(const PictureCopy& other, int row) const {
+  const auto width = static_cast<std::size_t>(size.width);
+  const std::size_t offset = static_cast<std::size_t>(row) * width;
+  return std::memcmp(&pixels[offset], &other.pixels[offset], width * bytesPerPixel) == 0;
+}
+
+testing::AssertionResult agreeWhereUnchanged(const PictureCopy& earlier, const PictureCopy& later) {
+  for (int row = 0; row < later.size.height; ++row) {
+    if (later.history->changedSince(*earlier.history, {row, row + 1})) continue;
+    if (later.hasRowOf(earlier, row)) continue;
+    return testing::AssertionFailure() << "row " << row << " differs";
+  }
+  return testing::AssertionSuccess();
+}
+
+testing::AssertionResult lookTheSame(const PictureCopy& a, const PictureCopy& b) {
+  if (a.size != b.size) return testing::AssertionFailure() << "the sizes differ";
+  for (int row = 0; row < a.size.height; ++row) {
+    if (!a.hasRowOf(b, row)) return testing::AssertionFailure() << "row " << row << " differs";
+  }
+  return testing::AssertionSuccess();
+}
+
+}  // namespace quorvin

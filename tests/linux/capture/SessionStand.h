@@ -1,0 +1,64 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/linux/capture/CaptureSession.h"
+#include "tests/linux/capture/ScreenPainter.h"
+#include "tests/linux/system/XServer.h"
+
+namespace quorvin {
+
+// A capture session of a virtual X server of 320 x 240 pixels, which takes its steps when the test
+// wants it to, by a clock that only the test moves.
+class SessionStand {
+ public:
+  // The options are those of Xvfb.
+  explicit SessionStand(std::vector<std::string> options = {});
+
+  // 320 x 240, no cursor, 100 pictures a second, three surfaces.
+  [[nodiscard]] static CaptureSettings usualSettings();
+
+  // Captures the first display listed, which is a monitor that was defined, if any.
+  void start(const CaptureSettings& settings = usualSettings());
+  // Steps until there is a picture; null when none came in time.
+  [[nodiscard]] std::shared_ptr<CapturedPixelBuffer> nextPicture();
+  // Takes so many steps, a frame interval apart. Null if none of them brought a picture.
+  [[nodiscard]] std::shared_ptr<CapturedPixelBuffer> pictureWithin(int steps);
+
+  XServer server;
+  ScreenPainter painter;
+  std::shared_ptr<CaptureCounters> counters = std::make_shared<CaptureCounters>();
+  std::optional<CaptureSession> session;
+
+ private:
+  CaptureTime now;
+};
+
+// The rows that the history of a picture holds to differ from an earlier one.
+[[nodiscard]] std::vector<RowRange> rowsChangedSince(const CapturedPixelBuffer& earlier,
+                                                     const CapturedPixelBuffer& later);
+
+// A picture as it was; surfaces are drawn on again once they are released.
+struct PictureCopy {
+  explicit PictureCopy(const CapturedPixelBuffer& picture);
+
+  // Whether a row looks the same on both.
+  [[nodiscard]] bool hasRowOf(const PictureCopy& other, int row) const;
+
+  PixelSize size;
+  std::vector<std::uint32_t> pixels;  // 0xRRGGBB, rows from the top
+  std::shared_ptr<const RowHistory> history;
+};
+
+// True when the rows that may not differ do not, and both are pictures of one series.
+[[nodiscard]] testing::AssertionResult agreeWhereUnchanged(const PictureCopy& earlier,
+                                                           const PictureCopy& later);
+// True when they are the same all over.
+[[nodiscard]] testing::AssertionResult lookTheSame(const PictureCopy& a, const PictureCopy& b);
+
+}  // namespace quorvin
