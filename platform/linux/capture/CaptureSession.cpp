@@ -126,7 +126,9 @@ std::optional<std::chrono::nanoseconds> CaptureSession::pollInterval() const {
 
 std::shared_ptr<CapturedPixelBuffer> CaptureSession::look(CaptureTime now) {
   ++counters->looks;
-  // Both are asked in any case, since asking also takes note of the answer.
+  // Both questions travel at once, and both answers are taken note of in any case.
+  composer.askForChanges();
+  if (pointer) pointer->ask();
   const bool isScreenNew = composer.findChanges();
   const bool isCursorNew = cursorChanged();
   const bool isNew = isScreenNew || isCursorNew || pictureDue;

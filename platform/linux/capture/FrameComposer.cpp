@@ -53,11 +53,16 @@ void FrameComposer::startOver() {
   outOfDate = true;
 }
 
+void FrameComposer::askForChanges() {
+  if (damage != nullptr && damage->isPending()) damage->ask();
+}
+
 bool FrameComposer::findChanges() {
   if (damage == nullptr) {
     compare();
-  } else if (damage->isPending()) {
-    noteChanges(damage->take(display));
+  } else {
+    askForChanges();
+    noteChanges(damage->answer(display));
   }
   return outOfDate;
 }

@@ -34,6 +34,9 @@ class FrameComposer {
   [[nodiscard]] bool canCompose() const { return pool.hasFree(); }
   // True when the display may differ from the last picture, as far as one knows without asking.
   [[nodiscard]] bool isPending() const { return outOfDate || (damage && damage->isPending()); }
+  // Asks what has changed on the display, if that is to be asked, without waiting; `findChanges`
+  // does so too.
+  void askForChanges();
   // Finds out what has changed on the display, which the next picture will show; false if nothing.
   [[nodiscard]] bool findChanges();
   // The display as it is now, with the cursor on it. Null when the display cannot be read.

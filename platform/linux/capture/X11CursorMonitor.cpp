@@ -1,6 +1,5 @@
 #include "platform/linux/capture/X11CursorMonitor.h"
 
-#include <xcb/xfixes.h>
 #include <xcb/xinput.h>
 
 namespace quorvin {
@@ -11,6 +10,7 @@ X11CursorMonitor::X11CursorMonitor(X11Connection& connection, const X11Extension
 }
 
 X11CursorMonitor::~X11CursorMonitor() {
+  discardAnswers();
   select(false);
 }
 
@@ -39,29 +39,43 @@ void X11CursorMonitor::handle(const xcb_generic_event_t& event) {
   }
 }
 
-std::optional<X11Cursor> X11CursorMonitor::current() {
+void X11CursorMonitor::ask() {
+  discardAnswers();
   moved = false;
-  if (reshaped) image = fetchImage();
+  askedPlace = xcb_query_pointer(connection.get(), connection.root());
+  if (reshaped && fixes) askedImage = xcb_xfixes_get_cursor_image(connection.get());
   reshaped = false;
-  const auto pointer = x11Reply(xcb_query_pointer_reply, connection.get(),
-                                xcb_query_pointer(connection.get(), connection.root()));
-  if (!pointer || pointer->same_screen == 0) return {};
-  return X11Cursor{pointer->root_x, pointer->root_y, image};
 }
 
-std::shared_ptr<const CursorImage> X11CursorMonitor::fetchImage() {
-  if (!fixes) return {};
-  const auto reply = x11Reply(xcb_xfixes_get_cursor_image_reply, connection.get(),
-                              xcb_xfixes_get_cursor_image(connection.get()));
+std::optional<X11Cursor> X11CursorMonitor::current() {
+  if (!askedPlace) ask();
+  const auto place = x11Reply(xcb_query_pointer_reply, connection.get(), *askedPlace);
+  askedPlace.reset();
+  if (askedImage) image = takeImage(*askedImage);
+  askedImage.reset();
+  if (!place || place->same_screen == 0) return {};
+  return X11Cursor{place->root_x, place->root_y, image};
+}
+
+std::shared_ptr<const CursorImage> X11CursorMonitor::takeImage(
+    xcb_xfixes_get_cursor_image_cookie_t request) {
+  const auto reply = x11Reply(xcb_xfixes_get_cursor_image_reply, connection.get(), request);
   if (!reply) return {};
-  auto fetched = std::make_shared<CursorImage>();
-  fetched->size = {reply->width, reply->height};
-  fetched->hotSpotX = reply->xhot;
-  fetched->hotSpotY = reply->yhot;
+  auto taken = std::make_shared<CursorImage>();
+  taken->size = {reply->width, reply->height};
+  taken->hotSpotX = reply->xhot;
+  taken->hotSpotY = reply->yhot;
   const std::uint32_t* pixels = xcb_xfixes_get_cursor_image_cursor_image(reply.get());
-  fetched->pixels.assign(pixels,
-                         pixels + xcb_xfixes_get_cursor_image_cursor_image_length(reply.get()));
-  return fetched;
+  taken->pixels.assign(pixels,
+                       pixels + xcb_xfixes_get_cursor_image_cursor_image_length(reply.get()));
+  return taken;
+}
+
+void X11CursorMonitor::discardAnswers() {
+  if (askedPlace) xcb_discard_reply(connection.get(), askedPlace->sequence);
+  if (askedImage) xcb_discard_reply(connection.get(), askedImage->sequence);
+  askedPlace.reset();
+  askedImage.reset();
 }
 
 }  // namespace quorvin

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <xcb/xfixes.h>
+
 #include <memory>
 #include <optional>
 
@@ -32,12 +34,17 @@ class X11CursorMonitor {
   [[nodiscard]] bool isPending() const { return moved || reshaped; }
   // False when the server has no means to tell of motion, so that one has to look now and then.
   [[nodiscard]] bool hearsMotion() const { return input.has_value(); }
-  // Asks the server; empty while the pointer is on another screen or the connection broke.
+  // Asks the server without waiting, so that the answer can come along with others.
+  void ask();
+  // The answer, for which it waits; asks if nobody has. Empty while the pointer is on another
+  // screen or the connection broke.
   [[nodiscard]] std::optional<X11Cursor> current();
 
  private:
   void select(bool wanted);
-  [[nodiscard]] std::shared_ptr<const CursorImage> fetchImage();
+  [[nodiscard]] std::shared_ptr<const CursorImage> takeImage(
+      xcb_xfixes_get_cursor_image_cookie_t request);
+  void discardAnswers();
 
   X11Connection& connection;
   std::optional<X11Extensions::Events> fixes;
@@ -45,6 +52,8 @@ class X11CursorMonitor {
   std::shared_ptr<const CursorImage> image;
   bool moved = true;
   bool reshaped = true;
+  std::optional<xcb_query_pointer_cookie_t> askedPlace;
+  std::optional<xcb_xfixes_get_cursor_image_cookie_t> askedImage;
 };
 
 }  // namespace quorvin
