@@ -58,8 +58,8 @@ H264PayloadBuilder::H264PayloadBuilder(const H264ParameterSets& parameterSets,
                                        std::size_t unitsLength)
     : unitsOffset(headSize + sizeInStream(parameterSets)),
       unitsLength(unitsLength),
-      // operator new, unlike make_shared, leaves the memory as it is: every byte is written anyway.
-      storage(new std::uint8_t[unitsOffset + unitsLength]) {
+      // As it comes, for every byte is written anyway.
+      storage(std::make_shared_for_overwrite<std::uint8_t[]>(unitsOffset + unitsLength)) {
   auto* end = storage.get() + headSize;
   for (const auto& set : parameterSets) {
     if (!set) continue;

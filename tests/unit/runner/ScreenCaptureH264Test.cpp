@@ -121,6 +121,19 @@ TEST_F(ScreenCaptureH264Test, EncodesOnItsOwnQueue) {
   EXPECT_TRUE(onQueue);
 }
 
+// One that did would wait for itself here.
+TEST_F(ScreenCaptureH264Test, HoldsNoLockWhileAPictureIsPutInOrTheLastComeOut) {
+  encoder().delivery = Delivery::whenTold;
+  int asked = 0;
+  encoder().whileEncoding = encoder().whileCompleting = [&] {
+    asked += capture->requestedCodec() == "h264" ? 1 : 0;
+    capture->stop();
+  };
+  sendPicture(1);
+  EXPECT_EQ(asked, 2);
+  EXPECT_THAT(emitted, IsEmpty());
+}
+
 TEST_F(ScreenCaptureH264Test, SkipsSamplesWithoutACompletePicture) {
   auto incomplete = sampleOf(1);
   incomplete->attachmentList = {SampleAttachments{frameStatusIdle}};
@@ -215,6 +228,33 @@ TEST_F(ScreenCaptureH264Test, TriesAnEncoderAgainAfterTheNextConfigure) {
   EXPECT_EQ(capture->requestedCodec(), "h264");
   sendPicture(2);
   EXPECT_THAT(emittedH264(), ElementsAre(false, true));
+}
+
+TEST_F(ScreenCaptureH264Test, TriesOnceForEachConfigureWhileNoEncoderCanBeMade) {
+  encoder().status = -12908;
+  encoder().makesSessions = false;
+  for (std::size_t configured = 1; configured <= 3; ++configured) {
+    configure(h264Settings());
+    EXPECT_EQ(capture->requestedCodec(), "h264");
+    sendPicture(1);
+    sendPicture(2, 640, 480);
+    sendPicture(3);
+    EXPECT_EQ(encoder().creations.size(), configured);
+    EXPECT_EQ(capture->requestedCodec(), "jpeg");
+  }
+  EXPECT_EQ(emitted.size(), 9U) << "no picture is lost to it";
+}
+
+TEST_F(ScreenCaptureH264Test, StaysWithJPEGWhenTheStreamHasTakenTheSettings) {
+  machine.screenCapture.completesUpdates = false;
+  encoder().makesSessions = false;
+  configure(h264Settings());
+  sendPicture(1);
+  stream()->completeUpdate();
+  machine.dispatch.runUntilIdle();
+  EXPECT_EQ(capture->requestedCodec(), "jpeg");
+  sendPicture(2);
+  EXPECT_EQ(encoder().creations.size(), 1U);
 }
 
 TEST_F(ScreenCaptureH264Test, KeepsTheOtherSettingsWhenItFallsBack) {
