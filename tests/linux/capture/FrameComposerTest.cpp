@@ -184,6 +184,26 @@ TEST_P(FrameComposerTest, AReadingThatFailsBeginsANewSeries) {
   EXPECT_NEAR(PictureCopy(*second).pixels.front(), blue, 2);  // scaling rounds
 }
 
+TEST_P(FrameComposerTest, AComparisonThatFailsBeginsANewSeries) {
+  FrameComposer comparing(reader, nullptr, std::make_shared<CaptureWakeup>());
+  comparing.configure(screen, GetParam(), 3);
+  ASSERT_TRUE(comparing.findChanges());
+  const auto first = comparing.compose({});
+  ASSERT_TRUE(first);
+  EXPECT_FALSE(comparing.findChanges());
+  switchMonitorsOff();
+  ASSERT_TRUE(resize(160, 120));
+  ASSERT_TRUE(comparing.findChanges());
+  EXPECT_FALSE(comparing.compose({}));
+  ASSERT_TRUE(resize(320, 240));
+  painter.fillAll(amber);  // as it was
+  ASSERT_TRUE(comparing.findChanges());
+  const auto second = comparing.compose({});
+  ASSERT_TRUE(second);
+  EXPECT_EQ(rowsChangedSince(*first, *second), (Rows{{0, GetParam().height}}));
+  EXPECT_TRUE(lookTheSame(PictureCopy(*first), PictureCopy(*second)));
+}
+
 INSTANTIATE_TEST_SUITE_P(Sizes, FrameComposerTest,
                          testing::Values(PixelSize{320, 240}, PixelSize{240, 180},
                                          PixelSize{150, 113}, PixelSize{400, 300}));
