@@ -41,6 +41,12 @@ class Painter {
     return std::move(pixels);
   }
 
+  std::vector<std::uint32_t> paintText() {
+    fill({0, 0, width, height}, paper);
+    writeLines({0, 0, width, height});
+    return std::move(pixels);
+  }
+
  private:
   int random(int below) {
     return static_cast<int>(generator() % static_cast<unsigned>(std::max(below, 1)));
@@ -81,6 +87,10 @@ class Painter {
 
 std::vector<std::uint32_t> desktopPicture(int widthPx, int heightPx, std::uint32_t seed) {
   return Painter(widthPx, heightPx, seed).paint();
+}
+
+std::vector<std::uint32_t> textPicture(int widthPx, int heightPx, std::uint32_t seed) {
+  return Painter(widthPx, heightPx, seed).paintText();
 }
 
 }  // namespace quorvin

@@ -10,4 +10,7 @@ namespace quorvin {
 [[nodiscard]] std::vector<std::uint32_t> desktopPicture(int widthPx, int heightPx,
                                                         std::uint32_t seed);
 
+// Lines of such text on paper, each 18 rows high.
+[[nodiscard]] std::vector<std::uint32_t> textPicture(int widthPx, int heightPx, std::uint32_t seed);
+
 }  // namespace quorvin

@@ -7,15 +7,14 @@
 #include <turbojpeg.h>
 
 #include <chrono>
-#include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <thread>
 #include <vector>
 
 #include "bench/Desktop.h"
+#include "bench/ProcessorTime.h"
+#include "bench/Statistics.h"
 #include "platform/linux/capture/X11Extensions.h"
 #include "platform/linux/capture/X11ScreenReader.h"
 #include "platform/linux/capture/X11SharedMemory.h"
@@ -33,10 +32,6 @@ constexpr int heightPx = 1080;
 constexpr int quality = 72;
 constexpr auto quietTime = 120ms;  // longer than a frame interval, so that each change is isolated
 constexpr auto idleTime = 5s;
-
-double seconds(Clock::duration duration) {
-  return std::chrono::duration<double>(duration).count();
-}
 
 // A screen with a desktop on it, and a host that shares it.
 class SharedDesktop {
@@ -139,27 +134,15 @@ void callAndReplyAfterAPause(benchmark::State& state) {
 }
 BENCHMARK(callAndReplyAfterAPause)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
 
-// Nanoseconds that all threads of a process have run.
-std::uint64_t processorTime(pid_t process) {
-  std::uint64_t total = 0;
-  const auto tasks = std::filesystem::path("/proc") / std::to_string(process) / "task";
-  for (const auto& task : std::filesystem::directory_iterator(tasks)) {
-    std::uint64_t ran = 0;
-    std::ifstream(task.path() / "schedstat") >> ran;
-    total += ran;
-  }
-  return total;
-}
-
 // The time given is the processor's in one second of wall time.
 void idleSecond(benchmark::State& state) {
   auto& shared = desktop();
   shared.settle();
   for (auto _ : state) {
-    const auto before = processorTime(shared.host.process->processId());
+    const auto before = processorTimeOf(shared.host.process->processId());
     std::this_thread::sleep_for(idleTime);
-    const auto ran = processorTime(shared.host.process->processId()) - before;
-    state.SetIterationTime(static_cast<double>(ran) * 1e-9 / seconds(idleTime));
+    const auto ran = processorTimeOf(shared.host.process->processId()) - before;
+    state.SetIterationTime(seconds(ran) / seconds(idleTime));
   }
 }
 BENCHMARK(idleSecond)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(1);

@@ -10,12 +10,9 @@
 #include <libyuv/convert_from_argb.h>
 #include <x264.h>
 
-#include <algorithm>
 #include <array>
-#include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <ctime>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -23,6 +20,8 @@
 
 #include "Runner/QuorvinH264Encoder.h"
 #include "bench/Desktop.h"
+#include "bench/ProcessorTime.h"
+#include "bench/Statistics.h"
 #include "platform/linux/video/RateControl.h"
 #include "platform/linux/video/VideoEncoder.h"
 #include "tests/linux/video/TestPictures.h"
@@ -32,17 +31,6 @@ namespace {
 
 constexpr int widthPx = 1920;
 constexpr int heightPx = 1080;
-
-double processorMs() {
-  timespec time{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-  return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) * 1e-6;
-}
-
-double median(std::vector<double> values) {
-  std::ranges::sort(values);
-  return values.at(values.size() / 2);
-}
 
 class BareCalls {
  public:
@@ -131,12 +119,12 @@ void pictureToH264Payload(benchmark::State& state) {
   std::size_t shown = 0;
   while (state.KeepRunning()) {
     const auto& picture = pictures.at(++shown % pictures.size());
-    const double start = processorMs();
+    const auto start = ownProcessorTime();
     ourWay.run(picture);
-    const double between = processorMs();
+    const auto between = ownProcessorTime();
     bareCalls.run(*picture);
-    ours.push_back(between - start);
-    bare.push_back(processorMs() - between);
+    ours.push_back(milliseconds(between - start));
+    bare.push_back(milliseconds(ownProcessorTime() - between));
     ratios.push_back(ours.back() / bare.back());
     state.SetIterationTime(ours.back() / 1000);
   }

@@ -8,10 +8,11 @@ program in the same run. Medians count where a file has repetitions. Exit status
 holds no result or a benchmark reported an error.
 """
 
-import json
 import re
 import sys
 from typing import NamedTuple, Optional
+
+from bench_results import BenchmarkFailed, read_entries, split_name
 
 # What each benchmark is held against: the cost that no implementation could avoid. Benchmarks
 # that are such a floor themselves, or have none, are not listed.
@@ -31,10 +32,6 @@ FLOORS = {
 NANOSECONDS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 
 
-class BenchmarkFailed(Exception):
-    pass
-
-
 class Result(NamedTuple):
     """The time is the processor's, except for benchmarks that say by their name that they wait."""
 
@@ -45,30 +42,12 @@ class Result(NamedTuple):
 
 def read_results(path):
     """Results by benchmark name, in file order."""
-    with open(path, encoding="utf-8") as file:
-        entries = json.load(file)["benchmarks"]
-    for entry in entries:
-        if entry.get("error_occurred"):
-            raise BenchmarkFailed(f"{entry['name']}: {entry.get('error_message')}")
     results = {}
-    for entry in entries:
-        name = entry.get("run_name", entry["name"])
-        is_median = entry.get("aggregate_name") == "median"
-        if not is_median and (entry["run_type"] == "aggregate" or name in results):
-            continue
+    for name, entry in read_entries(path).items():
         clock = "real_time" if re.search("/(real|manual)_time", name) else "cpu_time"
         time = entry[clock] * NANOSECONDS[entry["time_unit"]]
         results[name] = Result(time, entry.get("bytes_per_second"), entry.get("ratio"))
-    if not results:
-        raise BenchmarkFailed(f"{path}: no results")
     return results
-
-
-def split_name(name):
-    """What the benchmark is called, and its arguments without how it was run."""
-    base, *arguments = name.split("/")
-    options = re.compile(r"(iterations|repeats|min_time|threads):|(real|manual|process)_time")
-    return base, tuple(part for part in arguments if not options.match(part))
 
 
 def floor_of(name, results):
@@ -109,16 +88,17 @@ def rows(results):
         )
 
 
-def main(paths):
-    print("| Benchmark | Time | Throughput | Against | Times as long |")
-    print("|---|---:|---:|---|---:|")
+def table(paths):
+    """The lines of the table."""
+    yield "| Benchmark | Time | Throughput | Against | Times as long |"
+    yield "|---|---:|---:|---|---:|"
     for path in paths:
         for row in rows(read_results(path)):
-            print("| " + " | ".join(row) + " |")
+            yield "| " + " | ".join(row) + " |"
 
 
 if __name__ == "__main__":
     try:
-        main(sys.argv[1:])
+        print("\n".join(table(sys.argv[1:])))
     except BenchmarkFailed as failure:
         sys.exit(f"bench_table.py: {failure}")

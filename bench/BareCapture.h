@@ -1,0 +1,40 @@
+#pragma once
+
+#include <turbojpeg.h>
+#include <xcb/shm.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/linux/X11Connection.h"
+#include "platform/linux/capture/PixelMemory.h"
+#include "platform/linux/capture/PixelRegion.h"
+
+namespace quorvin {
+
+// The library calls that make a JPEG file of a whole screen, with nothing around them: fetch it
+// through shared memory, scale it where the picture is smaller, encode it with TurboJPEG. The
+// settings of scaling and of JPEG are the host's, at quality 72. One thread at a time.
+class BareCapture {
+ public:
+  BareCapture(const std::string& server, PixelSize screen, PixelSize picture);
+
+  void run();
+
+ private:
+  void fetch();
+  void scale();
+  void encode();
+
+  X11Connection connection;
+  PixelSize screen;
+  PixelSize picture;
+  xcb_shm_seg_t segment;
+  PixelMemory fetched;
+  PixelMemory scaled;
+  std::unique_ptr<void, decltype(&tjDestroy)> compressor{tjInitCompress(), &tjDestroy};
+  std::vector<unsigned char> file;
+};
+
+}  // namespace quorvin

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bench/PictureSource.h"
+#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/capture/PixelRegion.h"
+#include "tests/e2e/link/HostProcess.h"
+
+namespace quorvin {
+
+// `ffmpeg -f x11grab` at 30 pictures a second, read through a pipe.
+class FfmpegPictures final : public PictureSource {
+ public:
+  struct Options {
+    std::string server;
+    PixelSize screen;
+    std::vector<std::string> input;   // further options of what is grabbed
+    std::vector<std::string> output;  // filters, the encoder and its settings
+    bool isH264 = false;              // else each picture is a JPEG file
+  };
+
+  explicit FfmpegPictures(const Options& options);
+
+  [[nodiscard]] std::optional<Bytes> next(Clock::time_point deadline) override;
+  [[nodiscard]] pid_t processId() const override { return process->processId(); }
+
+ private:
+  // False when nothing came in time.
+  [[nodiscard]] bool receive(Clock::time_point deadline);
+  [[nodiscard]] std::optional<std::size_t> endOfPicture();
+
+  bool isH264;
+  FileDescriptor pipe;
+  std::unique_ptr<HostProcess> process;
+  Bytes received;
+  std::size_t searched = 0;  // bytes of them in which no end has been found
+};
+
+// libx264 for latency, every picture by itself, at the bit rate of the host's default.
+[[nodiscard]] std::vector<std::string> intraOnlyX264();
+// JPEG files of this quality, from 2, the finest, to 31.
+[[nodiscard]] std::vector<std::string> motionJpeg(int quality);
+
+}  // namespace quorvin

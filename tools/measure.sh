@@ -1,0 +1,94 @@
+#!/usr/bin/env bash
+# Measures the host and writes the results into docs/performance.md; see usage() below.
+set -euo pipefail
+
+projectRoot=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$projectRoot"
+. tools/script-lib.sh
+
+usage() {
+  cat <<END
+usage: tools/measure.sh [--trial FOLDER] [--build FOLDER] [PROGRAM...]
+
+Builds the release preset, runs the benchmarks (about a quarter of an hour on an idle machine),
+leaves their results in build/results/measured/ and renews the tables and the picture of
+docs/performance.md from all the results that are there.
+
+  PROGRAM         only these: ${programs[*]}
+  --trial FOLDER  leaves results, document and picture in that folder instead
+  --build FOLDER  takes the programs of that build folder, as they are
+END
+}
+
+programs=(peer change host capture video codec delivery payload)
+results="$projectRoot/build/results/measured"
+document="$projectRoot/docs/performance.md"
+picture="$projectRoot/docs/images/cost-of-change.svg"
+buildFolder=
+
+# For programs that do not repeat their measurements themselves.
+repetitions=(--benchmark_repetitions=9)
+
+useTrialFolder() {
+  mkdir -p "$1/images"
+  results=$(cd "$1" && pwd)
+  cp "$document" "$results/"
+  document="$results/performance.md"
+  picture="$results/images/cost-of-change.svg"
+}
+
+parseArguments() {
+  local -a wanted=()
+  while (($# > 0)); do
+    case "$1" in
+      --trial) useTrialFolder "${2:?--trial needs a folder}" && shift 2 ;;
+      --build) buildFolder=${2:?--build needs a folder} && shift 2 ;;
+      --help | -h) usage && exit 0 ;;
+      -*) usage >&2 && exit 2 ;;
+      *) wanted+=("$1") && shift ;;
+    esac
+  done
+  if ((${#wanted[@]} > 0)); then programs=("${wanted[@]}"); fi
+}
+
+build() {
+  if [[ -n "$buildFolder" ]]; then return; fi
+  buildFolder=build/release
+  logged measure-configure cmake --preset release -DBUILD_TESTING=ON
+  logged measure-build cmake --build --preset release --target Runner/all bench/all
+}
+
+warnWhenBusy() {
+  local load
+  read -r load _ </proc/loadavg
+  if awk -v load="$load" 'BEGIN { exit !(load > 0.5) }'; then
+    say "warning: other programs are at work here (load average $load); ratios may hold, times not" >&2
+  fi
+}
+
+measure() {
+  local name=$1 program="$buildFolder/bench/$1_bench"
+  local -a options=()
+  case "$name" in
+    codec | delivery | payload) options=("${repetitions[@]}") ;;
+  esac
+  say "== $name"
+  QUORVIN_MEASURE=1 "$program" --benchmark_out="$results/${name}_bench.json" \
+    --benchmark_out_format=json "${options[@]}"
+}
+
+main() {
+  local name
+  parseArguments "$@"
+  mkdir -p "$results"
+  # Every program brings a screen of its own.
+  unset DISPLAY WAYLAND_DISPLAY XAUTHORITY
+  warnWhenBusy
+  build
+  for name in "${programs[@]}"; do measure "$name"; done
+  tools/change_chart.py "$results/change_bench.json" "$picture"
+  tools/bench_report.py "$results" "$document"
+  say "written: $document, $picture"
+}
+
+main "$@"
