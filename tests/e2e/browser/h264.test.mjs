@@ -211,6 +211,27 @@ test('it asked the host once, and for nothing but the codec', () => {
   assert.deepEqual(settings[1], { ...settings[0], codec: 'jpeg' });
 });
 
+test('a host that refuses JPEG is asked once, however many pictures come that cannot be shown', async () => {
+  payloads.calls = [];
+  payloads.refuses = ({ method, arguments: args }) =>
+    method === 'configureStream' && args.codec === 'jpeg';
+  await page.page.selectOption('#codec', 'h264');
+  await page.page.click('#apply-settings');
+  for (const colour of ['seagreen', 'slategray', 'tomato']) {
+    payloads.newestH264 = null;
+    screen.paint(colour);
+    await until('a payload', () => payloads.newestH264 !== null);
+    payloads.acknowledged = 0;
+    payloads.slip(payloads.newestH264);
+    await until('the answer to it', () => payloads.acknowledged > 0);
+  }
+  await until('the word of it', () => page.page.isVisible('#notice'));
+  assert.match(await page.text('#notice'), /cannot show H\.264/);
+  const codecs = payloads.callsOf('configureStream').map(({ args }) => args.codec);
+  assert.deepEqual(codecs, ['h264', 'jpeg']);
+  payloads.refuses = () => false;
+});
+
 test('choosing H.264 again is taken as it was the first time', async () => {
   payloads.calls = [];
   await chooseH264(640);

@@ -5,6 +5,7 @@ export class Payloads {
   calls = []; // methods with their arguments, as the page sent them
   acknowledged = 0; // since the last call of slip()
   newestH264 = null;
+  refuses = () => false; // whether a call, {method, arguments}, is answered here instead, with an error
   #toPage = null;
 
   // Has to come before the page is loaded.
@@ -13,8 +14,10 @@ export class Payloads {
       const toHost = toPage.connectToServer();
       this.#toPage = toPage;
       toPage.onMessage((message) => {
-        this.#fromPage(JSON.parse(message));
-        toHost.send(message);
+        const asked = JSON.parse(message);
+        this.#fromPage(asked);
+        if (this.refuses(asked)) toPage.send(refusalOf(asked));
+        else toHost.send(message);
       });
       toHost.onMessage((message) => {
         if (isH264(message)) this.newestH264 = message;
@@ -38,6 +41,10 @@ export class Payloads {
     this.#toPage.send(JSON.stringify({ event: 'frame', ageMs: 0 }));
     this.#toPage.send(Buffer.from(bytes));
   }
+}
+
+function refusalOf({ id }) {
+  return JSON.stringify({ id, error: { code: 'capture_failed', message: 'Refused.' } });
 }
 
 const headerBytes = 12;

@@ -10,12 +10,14 @@ export class VirtualScreen {
       { stdio: ['ignore', 'ignore', 'ignore', 'pipe'] },
     );
     const number = await Promise.race([firstLine(server.stdio[3]), failure(server)]);
-    return new VirtualScreen(server, `:${number}`);
+    return new VirtualScreen(server, `:${number}`, width, height);
   }
 
-  constructor(server, display) {
+  constructor(server, display, width, height) {
     this.server = server;
     this.display = display;
+    this.width = width;
+    this.height = height;
     this.environment = { ...process.env, DISPLAY: display, NO_AT_BRIDGE: '1' };
     delete this.environment.XAUTHORITY;
     delete this.environment.WAYLAND_DISPLAY;
