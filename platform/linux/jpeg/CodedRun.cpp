@@ -1,6 +1,7 @@
 #include "platform/linux/jpeg/CodedRun.h"
 
 #include <new>
+#include <span>
 
 #include "platform/linux/jpeg/JpegCompression.h"
 #include "platform/linux/jpeg/RestartMarkers.h"
@@ -8,17 +9,18 @@
 namespace quorvin {
 
 bool CodedRun::code(const CapturedPixelBuffer& picture, const JpegForm& form, RowRange mcuRows) {
-  const RowRange pixels = pixelRowsOf(mcuRows, form.heightPx);
-  const JpegForm part{form.widthPx, pixels.end - pixels.first, form.quality};
-  const auto offset = static_cast<std::size_t>(pixels.first) * picture.strideBytes();
-  if (!codeMcuRows(part, picture.data() + offset, picture.strideBytes(), bytes)) return false;
   try {
-    findMcuRows(bytes.written(), bounds);
+    bounds.assign(static_cast<std::size_t>(mcuRows.end - mcuRows.first) + 1, 0);
   } catch (const std::bad_alloc&) {
     return false;
   }
+  const std::span ends = std::span(bounds).subspan(1);
+  const RowRange pixels = pixelRowsOf(mcuRows, form.heightPx);
+  const JpegForm part{form.widthPx, pixels.end - pixels.first, form.quality};
+  const auto offset = static_cast<std::size_t>(pixels.first) * picture.strideBytes();
   coded = mcuRows;
-  return bounds.size() == static_cast<std::size_t>(mcuRows.end - mcuRows.first) + 1;
+  return codeMcuRows(part, picture.data() + offset, picture.strideBytes(), bytes, ends) &&
+         findEnds(bytes.written(), ends);
 }
 
 }  // namespace quorvin

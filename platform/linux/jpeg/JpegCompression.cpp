@@ -28,6 +28,7 @@ struct Compression {
   const JpegForm* form;
   const std::uint8_t* firstRow;
   std::size_t strideBytes;
+  std::size_t* marks;
 };
 
 Compression& compressionOf(void* clientData) {
@@ -68,10 +69,13 @@ boolean goOn(j_compress_ptr library) {
   return TRUE;
 }
 
+std::size_t writtenBytes(const Compression& compression) {
+  return compression.into->capacityBytes() - compression.destination.free_in_buffer;
+}
+
 void end(j_compress_ptr library) {
-  Compression& compression = compressionOf(library->client_data);
-  compression.into->setWritten(compression.into->capacityBytes() -
-                               compression.destination.free_in_buffer);
+  const Compression& compression = compressionOf(library->client_data);
+  compression.into->setWritten(writtenBytes(compression));
 }
 
 void setUp(Compression& compression) {
@@ -99,21 +103,28 @@ void writeHeadOnly(Compression& compression) {
   end(&compression.library);
 }
 
+// The pixels of the next MCU row, or of what there is of it.
+void writeRow(Compression& compression) {
+  jpeg_compress_struct& library = compression.library;
+  const auto first = library.next_scanline;
+  std::array<JSAMPROW, mcuSidePx> rows{};
+  const auto count = std::min(static_cast<JDIMENSION>(rows.size()), library.image_height - first);
+  for (JDIMENSION i = 0; i < count; ++i) {
+    // It only reads them, but was written before there was a const.
+    rows[i] = const_cast<JSAMPROW>(compression.firstRow + (first + i) * compression.strideBytes);
+  }
+  jpeg_write_scanlines(&library, rows.data(), count);
+}
+
 void writeRowsOnly(Compression& compression) {
   writeHead(compression);
   writeFrom(compression, 0);
-  jpeg_compress_struct& library = compression.library;
-  std::array<JSAMPROW, mcuSidePx> rows{};
-  while (library.next_scanline < library.image_height) {
-    const auto first = library.next_scanline;
-    const auto count = std::min(static_cast<JDIMENSION>(rows.size()), library.image_height - first);
-    for (JDIMENSION i = 0; i < count; ++i) {
-      // It only reads them, but was written before there was a const.
-      rows[i] = const_cast<JSAMPROW>(compression.firstRow + (first + i) * compression.strideBytes);
-    }
-    jpeg_write_scanlines(&library, rows.data(), count);
+  for (std::size_t* mark = compression.marks;
+       compression.library.next_scanline < compression.library.image_height; ++mark) {
+    writeRow(compression);
+    *mark = writtenBytes(compression);
   }
-  jpeg_finish_compress(&library);
+  jpeg_finish_compress(&compression.library);
 }
 
 // False when `work` was left by an error.
@@ -148,12 +159,13 @@ bool writeJpegHead(const JpegForm& form, GrowingBytes& into) {
 }
 
 bool codeMcuRows(const JpegForm& form, const std::uint8_t* firstRow, std::size_t strideBytes,
-                 GrowingBytes& into) {
+                 GrowingBytes& into, std::span<std::size_t> marks) {
   Compression compression{};
   compression.form = &form;
   compression.into = &into;
   compression.firstRow = firstRow;
   compression.strideBytes = strideBytes;
+  compression.marks = marks.data();
   return run(compression, writeRowsOnly);
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "platform/linux/jpeg/GrowingBytes.h"
 #include "platform/linux/jpeg/JpegForm.h"
@@ -18,7 +19,10 @@ namespace quorvin {
 
 // The MCU rows of `form.heightPx` rows of BGRX pixels, and nothing in front of them. Behind each
 // stand two bytes: a restart marker, numbered as if the first row were that of a file, or EOI.
+// `marks`, one for each row, tells where to look for them: libjpeg holds the last bytes of a row
+// back until the next begins, so that the marker is the first one from there on.
 [[nodiscard]] bool codeMcuRows(const JpegForm& form, const std::uint8_t* firstRow,
-                               std::size_t strideBytes, GrowingBytes& into);
+                               std::size_t strideBytes, GrowingBytes& into,
+                               std::span<std::size_t> marks);
 
 }  // namespace quorvin

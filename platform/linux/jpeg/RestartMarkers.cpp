@@ -1,19 +1,30 @@
 #include "platform/linux/jpeg/RestartMarkers.h"
 
-#include <cstring>
+#include <algorithm>
 
 namespace quorvin {
 
-void findMcuRows(std::span<const std::uint8_t> coded, std::vector<std::size_t>& bounds) {
-  bounds.assign(1, 0);
-  std::size_t from = 0;
-  while (from + markerBytes <= coded.size()) {
-    const auto* found = static_cast<const std::uint8_t*>(
-        std::memchr(coded.data() + from, 0xFF, coded.size() - from - 1));
-    if (found == nullptr) return;
-    from = static_cast<std::size_t>(found - coded.data()) + markerBytes;
-    if (found[1] != 0) bounds.push_back(from);
+namespace {
+
+constexpr std::uint8_t prefix = 0xFF;
+
+// Behind the next marker; beyond the end when there is none.
+std::size_t behindMarker(std::span<const std::uint8_t> coded, std::size_t from) {
+  std::size_t place = from;
+  while (place + 1 < coded.size() && (coded[place] != prefix || coded[place + 1] == 0)) ++place;
+  return place + markerBytes;
+}
+
+}  // namespace
+
+bool findEnds(std::span<const std::uint8_t> coded, std::span<std::size_t> marks) {
+  std::size_t end = 0;
+  for (std::size_t row = 0; row < marks.size(); ++row) {
+    end = behindMarker(coded, std::max(end, marks[row]));
+    if (end > coded.size() || coded[end - 1] != markerBehind(row, marks.size())) return false;
+    marks[row] = end;
   }
+  return end == coded.size();
 }
 
 }  // namespace quorvin

@@ -3,24 +3,25 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <vector>
 
 namespace quorvin {
 
 // ITU-T T.81, B.1.1.2: a marker is FF and a byte that is neither 00 nor FF. In coded data every FF
 // has a 00 behind it, so that the markers in it are found without decoding anything.
 inline constexpr std::size_t markerBytes = 2;
-inline constexpr std::uint8_t firstRestartMarker = 0xD0;  // eight of them in turn
-inline constexpr std::uint8_t endOfImageMarker = 0xD9;
 
-// The second byte of what stands behind an MCU row of a file that has `mcuRows` of them.
+// The second byte of what stands behind an MCU row of a file that has `mcuRows` of them: one of
+// eight restart markers in turn, or EOI.
 [[nodiscard]] constexpr std::uint8_t markerBehind(std::size_t mcuRow, std::size_t mcuRows) {
-  if (mcuRow + 1 == mcuRows) return endOfImageMarker;
-  return static_cast<std::uint8_t>(firstRestartMarker + mcuRow % 8);
+  constexpr std::uint8_t firstRestart = 0xD0;
+  constexpr std::uint8_t endOfImage = 0xD9;
+  if (mcuRow + 1 == mcuRows) return endOfImage;
+  return static_cast<std::uint8_t>(firstRestart + mcuRow % 8);
 }
 
-// Where each of the MCU rows begins, and as the last entry where the last one ends, each with the
-// marker behind it. What follows the last marker is left out.
-void findMcuRows(std::span<const std::uint8_t> coded, std::vector<std::size_t>& bounds);
+// Where MCU rows end, each with the marker behind it, when row i ends with the first marker from
+// `marks[i]` on. They take the place of the marks. False when what is found are not just the
+// markers of so many rows.
+[[nodiscard]] bool findEnds(std::span<const std::uint8_t> coded, std::span<std::size_t> marks);
 
 }  // namespace quorvin

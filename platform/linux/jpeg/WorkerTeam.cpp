@@ -30,7 +30,10 @@ void WorkerTeam::run(std::size_t count, const std::function<void(std::size_t)>& 
   next = 0;
   end = count;
   unfinished = count;
+  // Whoever is woken wants the lock at once, and would only go to sleep again.
+  lock.unlock();
   if (count > 1) begun.notify_all();
+  lock.lock();
   workOff(lock);
   done.wait(lock, [this] { return unfinished == 0; });
 }
@@ -51,7 +54,10 @@ void WorkerTeam::workOff(std::unique_lock<std::mutex>& lock) {
     lock.unlock();
     work(number);
     lock.lock();
-    if (--unfinished == 0) done.notify_one();
+    if (--unfinished > 0) continue;
+    lock.unlock();
+    done.notify_one();
+    lock.lock();
   }
 }
 
