@@ -132,13 +132,13 @@ std::optional<ScreenChanges> FrameComposer::refreshCopy() {
   return changesMeanwhile;
 }
 
-// Brings the region up to date. Returns what changed on the display since `findChanges`, or nothing
-// if it cannot be read. The pixels may be newer than the changes that `findChanges` named, and more
-// of them may have been fetched than that; so the rows that changed meanwhile count as changed in
-// this picture. And the pixels may still be older than what changed meanwhile, so those rows count
-// again in the next one. In all other rows, what was fetched is what was on the display all the
-// time from the first question to the second, because the server carries out one request after the
-// other and notes with each drawing what it changed.
+// Brings the region up to date. Returns what changed on the display since the server was last
+// asked, or nothing if the display cannot be read. The pixels may be newer than the last answer,
+// also those that were fetched for other reasons than a change; so what changed meanwhile counts as
+// changed in this picture. They may also still be older than that; so it counts again in the next
+// one. All other rows have not changed between the two questions, so what was fetched of them is
+// what any earlier picture shows: the server carries out one request after the other, and each
+// drawing is noted as a change together with being carried out.
 std::optional<ScreenChanges> FrameComposer::read(const PixelRegion& region, PixelImage& target) {
   if (region.isEmpty()) return ScreenChanges{};
   const bool complete = reader.read(region, target, [this] {
