@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "platform/linux/capture/CapturedPixelBuffer.h"
-#include "platform/linux/jpeg/FrameBufferPool.h"
 #include "platform/linux/capture/ImageEncoder.h"
 #include "tests/linux/capture/TestImages.h"
 
@@ -88,24 +87,6 @@ TEST_F(ImageEncoderTest, ReusesTheMemoryOfAReleasedPayload) {
   const std::uint8_t* memory = first.value().data();
   first.reset();
   EXPECT_EQ(context->jpegRepresentation(bufferOf(image), 0.72).value().data(), memory);
-}
-
-TEST(FrameBufferPool, KeepsNoMoreThanAFewBuffers) {
-  const auto pool = std::make_shared<FrameBufferPool>();
-  std::vector<std::shared_ptr<std::uint8_t>> taken;
-  for (std::size_t i = 0; i < FrameBufferPool::maximumKept + 3; ++i) {
-    taken.push_back(pool->take(1 << 16));
-  }
-  taken.clear();
-  EXPECT_EQ(pool->keptCount(), FrameBufferPool::maximumKept);
-}
-
-TEST(FrameBufferPool, DropsBuffersThatHaveBecomeTooSmall) {
-  const auto pool = std::make_shared<FrameBufferPool>();
-  static_cast<void>(pool->take(100));
-  const auto large = pool->take(1000);
-  large.get()[999] = 1;
-  EXPECT_EQ(pool->keptCount(), 0U);
 }
 
 }  // namespace

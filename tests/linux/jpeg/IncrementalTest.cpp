@@ -87,6 +87,7 @@ class Life {
     const auto fresh = JpegEncoder(JpegThreads{}).encode(picture, quality);
     if (!incremental || !fresh) return "not encoded";
     if (*incremental != *fresh) return "the file differs";
+    if (encoder.keptBytes() > 2 * fresh->size()) return "too much is kept";
     if (chance(50) && decodeWithTurboJpeg(incremental->bytes()) !=
                           decodeWithTurboJpeg(encodeWithTurboJpeg(picture, quality))) {
       return "the decoded pixels differ";

@@ -28,8 +28,12 @@ void TestScreen::resize(PixelSize newSize) {
   restartSeries();
 }
 
-void TestScreen::fillRows(RowRange rows, std::uint32_t colour) {
+void TestScreen::changeSecretly(RowRange rows, std::uint32_t colour) {
   std::fill(row(rows.first), row(rows.end), colour);
+}
+
+void TestScreen::fillRows(RowRange rows, std::uint32_t colour) {
+  changeSecretly(rows, colour);
   tracker.markChanged(rows);
 }
 

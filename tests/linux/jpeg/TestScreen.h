@@ -32,6 +32,9 @@ class TestScreen {
   // Says that rows changed that did not.
   void markUnchanged(RowRange rows) { tracker.markChanged(rows); }
 
+  // Says nothing of rows that did.
+  void changeSecretly(RowRange rows, std::uint32_t colour);
+
   // Of what is there now; valid until something is drawn.
   [[nodiscard]] TestPicture nextPicture();
   // The same with memory of its own.

@@ -1,0 +1,174 @@
+// What the files are made of, and that others read from them the very pixels that they read from
+// TurboJPEG's.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <vector>
+
+#include "platform/linux/jpeg/JpegEncoder.h"
+#include "tests/linux/jpeg/JpegDecoders.h"
+#include "tests/linux/jpeg/TestScreen.h"
+
+namespace quorvin {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::uint8_t startOfImage = 0xD8;
+constexpr std::uint8_t endOfImage = 0xD9;
+constexpr std::uint8_t startOfScan = 0xDA;
+constexpr std::uint8_t restartInterval = 0xDD;
+constexpr std::uint8_t huffmanTables = 0xC4;
+constexpr std::uint8_t baselineFrame = 0xC0;
+
+int numberAt(const Bytes& bytes, std::size_t place) {
+  return bytes.at(place) << 8 | bytes.at(place + 1);
+}
+
+// A file read as ITU-T T.81, B.1.1 describes it, marker by marker.
+struct Anatomy {
+  explicit Anatomy(const Data& data) : bytes(data.bytes().begin(), data.bytes().end()) {
+    readSegments();
+    readScan();
+  }
+
+  Bytes bytes;
+  Bytes segments;  // the markers in front of the scan's data
+  int restartMcus = 0;
+  int widthPx = 0;
+  int heightPx = 0;
+  Bytes markersInScan;
+  std::size_t behindLastMarker = 0;
+
+ private:
+  std::uint8_t markerAt(std::size_t place) {
+    EXPECT_EQ(bytes.at(place), 0xFF);
+    return bytes.at(place + 1);
+  }
+
+  void readSegments() {
+    EXPECT_EQ(markerAt(0), startOfImage);
+    std::size_t place = 2;
+    while (segments.empty() || segments.back() != startOfScan) {
+      const auto marker = markerAt(place);
+      segments.push_back(marker);
+      if (marker == restartInterval) restartMcus = numberAt(bytes, place + 4);
+      if (marker == baselineFrame) {
+        heightPx = numberAt(bytes, place + 5);
+        widthPx = numberAt(bytes, place + 7);
+      }
+      place += 2 + static_cast<std::size_t>(numberAt(bytes, place + 2));
+    }
+    behindLastMarker = place;
+  }
+
+  void readScan() {
+    for (std::size_t place = behindLastMarker; place + 1 < bytes.size(); ++place) {
+      if (bytes[place] != 0xFF || bytes[place + 1] == 0) continue;
+      markersInScan.push_back(bytes[place + 1]);
+      behindLastMarker = place + 2;
+    }
+  }
+};
+
+// Something of everything: plain rows, text, and noise.
+void paint(TestScreen& screen, std::uint32_t seed) {
+  std::mt19937 random(seed);
+  const int height = screen.size().height;
+  screen.drawDesktop({0, height}, seed);
+  screen.fillRows({height / 3, height / 2}, 0x3050A0);
+  screen.drawNoise({height * 3 / 4, height}, random);
+}
+
+Data encode(JpegEncoder& encoder, const TestPicture& picture, int quality) {
+  auto file = encoder.encode(*picture, quality);
+  EXPECT_TRUE(file);
+  return file.value_or(Data());
+}
+
+class JpegOfSize : public testing::TestWithParam<PixelSize> {
+ protected:
+  JpegOfSize() { paint(screen, 7); }
+
+  TestScreen screen{GetParam()};
+  JpegEncoder encoder{JpegThreads{}};
+};
+
+INSTANTIATE_TEST_SUITE_P(Sizes, JpegOfSize,
+                         testing::Values(PixelSize{1, 1}, PixelSize{1, 200}, PixelSize{200, 1},
+                                         PixelSize{16, 16}, PixelSize{17, 17}, PixelSize{15, 33},
+                                         PixelSize{33, 160}, PixelSize{640, 481},
+                                         PixelSize{65'500, 1}, PixelSize{1, 65'500}));
+
+TEST_P(JpegOfSize, HasARestartMarkerBehindEachMcuRowButTheLast) {
+  const Anatomy file(encode(encoder, screen.nextPicture(), 72));
+  const auto [width, height] = GetParam();
+  const auto rows = static_cast<std::size_t>((height + 15) / 16);
+  Bytes expected;
+  for (std::size_t row = 0; row + 1 < rows; ++row) {
+    expected.push_back(static_cast<std::uint8_t>(0xD0 + row % 8));
+  }
+  expected.push_back(endOfImage);
+  EXPECT_EQ(file.markersInScan, expected);
+  EXPECT_EQ(file.restartMcus, (width + 15) / 16);
+}
+
+TEST_P(JpegOfSize, IsABaselineFileOfThatSizeWithNothingBehindItsEnd) {
+  const Anatomy file(encode(encoder, screen.nextPicture(), 72));
+  EXPECT_EQ(file.widthPx, GetParam().width);
+  EXPECT_EQ(file.heightPx, GetParam().height);
+  EXPECT_THAT(file.segments, testing::Contains(baselineFrame));
+  EXPECT_THAT(file.segments, testing::Contains(huffmanTables));
+  EXPECT_EQ(file.behindLastMarker, file.bytes.size());
+}
+
+TEST_P(JpegOfSize, IsReadByOthersAsTurboJpegsFileIs) {
+  const auto picture = screen.nextPicture();
+  const auto file = encode(encoder, picture, 72);
+  const auto whole = encodeWithTurboJpeg(*picture, 72);
+  EXPECT_EQ(decodeWithTurboJpeg(file.bytes()), decodeWithTurboJpeg(whole));
+  EXPECT_EQ(decodeWithLibavcodec(file.bytes()), decodeWithLibavcodec(whole));
+}
+
+TEST_P(JpegOfSize, IsReadByOthersAlsoWhenItIsPutTogetherOfKeptRows) {
+  for (std::uint32_t step = 0; step < 6; ++step) {
+    const int y = static_cast<int>(step * 31) % GetParam().height;
+    screen.fillRows({y, std::min(y + 20, GetParam().height)}, 0xA03050 + step * 999);
+    const auto picture = screen.nextPicture();
+    const auto file = encode(encoder, picture, 72);
+    const auto whole = encodeWithTurboJpeg(*picture, 72);
+    EXPECT_EQ(decodeWithTurboJpeg(file.bytes()), decodeWithTurboJpeg(whole));
+    EXPECT_EQ(decodeWithLibavcodec(file.bytes()), decodeWithLibavcodec(whole));
+  }
+}
+
+TEST(JpegQuality, GivesTurboJpegsPixelsFromTheWorstToTheBest) {
+  TestScreen screen({100, 90});
+  paint(screen, 3);
+  JpegEncoder encoder(JpegThreads{});
+  for (int quality = 1; quality <= 100; ++quality) {
+    const auto picture = screen.nextPicture();
+    EXPECT_EQ(decodeWithTurboJpeg(encode(encoder, picture, quality).bytes()),
+              decodeWithTurboJpeg(encodeWithTurboJpeg(*picture, quality)))
+        << "at quality " << quality;
+  }
+}
+
+TEST(JpegRows, MayLieApartInThePicturesMemory) {
+  constexpr std::size_t width = 20;
+  constexpr std::size_t height = 40;
+  constexpr std::size_t stride = width * 4 + 12;
+  Bytes pixels(stride * height);
+  std::mt19937 random(1);
+  std::ranges::generate(pixels, [&random] { return static_cast<std::uint8_t>(random()); });
+  const CapturedPixelBuffer picture(nullptr, pixels.data(), width, height, stride);
+  const auto file = JpegEncoder(JpegThreads{}).encode(picture, 72).value();
+  EXPECT_EQ(decodeWithTurboJpeg(file.bytes()),
+            decodeWithTurboJpeg(encodeWithTurboJpeg(picture, 72)));
+}
+
+}  // namespace
+}  // namespace quorvin
