@@ -46,6 +46,8 @@ class BareCalls {
     parameters.i_keyint_max = 1;
     parameters.b_annexb = 0;
     parameters.b_repeat_headers = 0;
+    parameters.rc.i_rc_method = X264_RC_CQP;
+    parameters.rc.i_qp_constant = RateControl::finest;
     encoder.reset(x264_encoder_open(&parameters));
     if (!encoder) throw std::runtime_error("no encoder");
   }

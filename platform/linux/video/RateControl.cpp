@@ -134,8 +134,7 @@ bool RateControl::isFull() const {
 }
 
 bool RateControl::fits(double bits) const {
-  const double overdraft = picture.isRepeat ? 0 : bitsIn(reserve) / 2;
-  return bits <= std::min(level, picture.spendable + overdraft);
+  return bits <= std::min(level, picture.spendable + bitsIn(reserve) / 2);
 }
 
 }  // namespace quorvin

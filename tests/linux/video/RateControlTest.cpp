@@ -175,6 +175,18 @@ TEST(RateControl, EncodesAgainWhenThePictureIsFarLargerThanExpected) {
   EXPECT_GT(result.bits, 0);
 }
 
+// What is kept back is for the picture that comes to rest, not for one in between.
+TEST(RateControl, LeavesHalfOfTheReserveAloneWhateverComesInBetween) {
+  for (const double factor : {2.0, 4.0, 5.0, 6.0, 7.0}) {
+    Stream stream;
+    stream.play(start, 10s, 30, always({2e6, 0.08}));
+    const auto before = stream.results.back();
+    const auto larger = stream.put(before.at + 33ms, {factor * 2e6, 0.08});
+    EXPECT_GT(larger.bits, 0);
+    EXPECT_LE(larger.bits, before.bits + rate * seconds(RateControl::reserve) / 2) << factor;
+  }
+}
+
 TEST(RateControl, LeavesOutWhatDoesNotFitAndGoesOnAsSoonAsItDoes) {
   Stream stream;
   stream.play(start, 10s, 30, always(noise));

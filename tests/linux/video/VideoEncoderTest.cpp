@@ -5,6 +5,7 @@
 #include <future>
 #include <limits>
 #include <thread>
+#include <utility>
 
 #include "bench/Desktop.h"
 #include "tests/linux/video/EncoderStand.h"
@@ -204,8 +205,9 @@ TEST(VideoEncoder, RefusesPicturesOfAnotherSizeAndTimesWithoutScale) {
   const auto picture = plainPicture({64, 48}, 0);
   EXPECT_NE(stand.session->encodeFrame(picture, {1, 0}, {}), 0);
   EXPECT_NE(stand.session->encodeFrame(picture, {1, -30}, {}), 0);
-  EXPECT_NE(stand.session->encodeFrame(picture, {std::numeric_limits<std::int64_t>::max(), 1}, {}),
-            0);
+  using Limits = std::numeric_limits<std::int64_t>;
+  EXPECT_NE(stand.session->encodeFrame(picture, {Limits::max(), 1}, {}), 0);
+  EXPECT_NE(stand.session->encodeFrame(picture, {Limits::min(), 1}, {}), 0);
   EXPECT_NE(stand.session->completeFrames(MediaTime{1, 0}), 0);
   EXPECT_TRUE(stand.recorder.outputs().empty());
 }
@@ -219,6 +221,30 @@ TEST(VideoEncoder, TakesNothingOnceInvalidated) {
   stand.session->completeFrames({});
   stand.session->invalidate();
   EXPECT_TRUE(stand.recorder.outputs().empty());
+}
+
+// So that the stream can capture the next one into the same memory meanwhile.
+TEST(VideoEncoder, HasLetGoOfAPictureWhenItHandsOutWhatItMadeOfIt) {
+  EncoderStand stand({64, 48});
+  std::promise<void> lettingGo;
+  std::weak_ptr<CapturedPixelBuffer> second;
+  bool isFirst = true;
+  bool wasLetGo = false;
+  stand.recorder.onOutput([&] {
+    if (std::exchange(isFirst, false)) {
+      lettingGo.get_future().wait();
+    } else {
+      wasLetGo = second.expired();
+    }
+  });
+  ASSERT_EQ(stand.session->encodeFrame(plainPicture({64, 48}, 0), {1, 30}, {}), 0);
+  auto picture = plainPicture({64, 48}, 0xFFFFFF);
+  second = picture;
+  ASSERT_EQ(stand.session->encodeFrame(picture, {2, 30}, {}), 0);
+  picture.reset();
+  lettingGo.set_value();
+  ASSERT_EQ(stand.session->completeFrames({}), 0);
+  EXPECT_TRUE(wasLetGo);
 }
 
 TEST(VideoEncoder, MayBeLetGoFromWithinWhatItHandsOut) {
@@ -251,7 +277,32 @@ TEST(VideoEncoder, InvalidatingWaitsForWhatIsBeingHandedOut) {
     ASSERT_TRUE(stand.recorder.waitFor(1));
     stand.session->invalidate();
     EXPECT_FALSE(isInside);
+    const auto count = stand.recorder.outputs().size();
+    stand.session.reset();  // whose thread is at its end after this
+    EXPECT_EQ(stand.recorder.outputs().size(), count);
   }
+}
+
+TEST(VideoEncoder, InvalidatingLetsGoOfThePicturesThatWait) {
+  EncoderStand stand({64, 48});
+  std::promise<void> allPutIn;
+  std::weak_ptr<CapturedPixelBuffer> waiting;
+  bool wasLetGo = false;
+  stand.recorder.onOutput([&] {
+    allPutIn.get_future().wait();
+    EXPECT_FALSE(waiting.expired());
+    stand.session->invalidate();
+    wasLetGo = waiting.expired();
+  });
+  ASSERT_EQ(stand.session->encodeFrame(plainPicture({64, 48}, 0), {1, 30}, {}), 0);
+  auto picture = plainPicture({64, 48}, 0xFFFFFF);
+  waiting = picture;
+  ASSERT_EQ(stand.session->encodeFrame(picture, {2, 30}, {}), 0);
+  picture.reset();
+  allPutIn.set_value();
+  ASSERT_EQ(stand.session->completeFrames({}), 0);
+  EXPECT_TRUE(wasLetGo);
+  EXPECT_EQ(stand.recorder.outputs().size(), 1U);
 }
 
 }  // namespace
