@@ -95,6 +95,7 @@ void FrameComposer::noteChanges(const ScreenChanges& changes) {
 std::shared_ptr<CapturedPixelBuffer> FrameComposer::compose(
     const std::optional<CursorPlacement>& cursor) {
   SurfacePool::Surface& surface = pool.mostRecentFree();
+  surface.underCursor.putBack(surface.image);
   const auto changesMeanwhile = draw(surface);
   if (!changesMeanwhile) {
     startOver();
@@ -159,9 +160,8 @@ void FrameComposer::copyChanged(const RowSet& rows) {
 void FrameComposer::drawCursor(const std::optional<CursorPlacement>& cursor,
                                SurfacePool::Surface& surface) {
   if (!cursor) return;
+  surface.underCursor.save(surface.image, intersectionOf(cursor->area, wholeOf(picture)));
   blendCursor(*cursor->image, cursor->area, surface.image);
-  const PixelRect visible = intersectionOf(cursor->area, wholeOf(picture));
-  surface.stale.add(copy ? fullRows(RowSet(rowsOf(visible)), picture.width) : PixelRegion(visible));
 }
 
 void FrameComposer::markCursor(const std::optional<CursorPlacement>& cursor) {

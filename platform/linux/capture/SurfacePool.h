@@ -8,6 +8,7 @@
 
 #include "platform/linux/capture/CaptureWakeup.h"
 #include "platform/linux/capture/CapturedPixelBuffer.h"
+#include "platform/linux/capture/CoveredPixels.h"
 #include "platform/linux/capture/PixelImage.h"
 
 namespace quorvin {
@@ -21,6 +22,7 @@ class SurfacePool {
   struct Surface {
     PixelImage image;
     PixelRegion stale;
+    CoveredPixels underCursor;
     std::uint64_t lastUse = 0;
     std::shared_ptr<std::atomic<bool>> lent;
   };

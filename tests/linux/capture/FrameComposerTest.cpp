@@ -123,7 +123,7 @@ TEST_P(FrameComposerTest, WhatChangesBetweenTwoFetchedPartsBeforeTheFetchIsMarke
   EXPECT_TRUE(isChanged(second, third, rowsOf(between)));
 }
 
-TEST_P(FrameComposerTest, WhatChangesUnderTheCursorBeforeItIsDrawnAgainIsMarked) {
+TEST_P(FrameComposerTest, WhatChangesUnderTheCursorIsNotShownUnmarked) {
   auto image = std::make_shared<CursorImage>();
   image->size = {4, 4};
   image->pixels.assign(16, 0);  // nothing is opaque, so that one sees through

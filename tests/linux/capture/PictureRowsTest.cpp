@@ -201,6 +201,7 @@ TEST(PictureRows, AChangeOnAPartOfTheScreenMarksItsPlaceOnThePicture) {
 std::uint64_t fetchedForACaret(const CaptureSettings& settings) {
   SessionStand stand;
   stand.painter.fillAll(amber);
+  stand.painter.movePointer(200, 200);
   stand.start(settings);
   if (!stand.nextPicture()) return 0;
   stand.counters->fetchedBytes = 0;
@@ -211,6 +212,10 @@ std::uint64_t fetchedForACaret(const CaptureSettings& settings) {
 
 TEST(PictureRows, OnlyTheCaretIsFetched) {
   EXPECT_EQ(fetchedForACaret(SessionStand::usualSettings()), 2U * 18 * bytesPerPixel);
+}
+
+TEST(PictureRows, OnlyTheCaretIsFetchedThoughThePointerIsDrawnAgain) {
+  EXPECT_EQ(fetchedForACaret(withCursor()), 2U * 18 * bytesPerPixel);
 }
 
 TEST(PictureRows, OnlyTheCaretIsFetchedForAScaledPicture) {
