@@ -87,7 +87,7 @@ async function awaitTheScreenOnThePage(what) {
 
 // After something that has already been awaited.
 async function changeAndLook(what, change) {
-  const before = screenBlocks;
+  const before = screenBlocks ?? onScreen(await page.pictureSize());
   await change();
   const size = await page.pictureSize();
   screenBlocks = onScreen(size);

@@ -117,5 +117,22 @@ TEST(PictureEncoder, SpendsAtMostASecondsBudgetOnTheFirstPicturesAfterAPause) {
   EXPECT_GE(bits, rate / 2) << "of which the first make use";
 }
 
+// They are most of what goes out for so small a picture.
+TEST(PictureEncoder, CountsTheParameterSetsThatGoOutWithEachPicture) {
+  constexpr PixelSize size{16, 16};
+  constexpr int rate = 6000;
+  const auto plain = plainPicture(size, 0x336699);
+  Pictures pictures(size, {.averageBitRate = rate, .expectedRate = 30});
+  std::size_t shown = 0;
+  double bits = 0;
+  for (int i = 0; i < 4 * 30; ++i) {
+    const auto bytes = pictures.put(plain, 1h + i * frameInterval).size();
+    shown += bytes > 0 ? 1 : 0;
+    bits += 8.0 * static_cast<double>(bytes);
+  }
+  EXPECT_LE(bits, 1.25 * 4 * rate);
+  EXPECT_GE(shown, 40U);
+}
+
 }  // namespace
 }  // namespace quorvin
