@@ -6,10 +6,9 @@
 //
 // Processor times are those of all threads, for each change, or for a thirtieth of a second where
 // nothing changes. The latency is the time from painting to the whole file being in memory, or to
-// the whole first picture that differs having come out of ffmpeg. TurboJPEG's begins without being
-// told of the change first. The first two take turns with each change; ffmpeg follows them with
-// the same changes, since it would not let them alone. The counters are medians of the changes,
-// except for processor times of more than one thread, which are means.
+// the whole first picture that differs having come out of ffmpeg. TurboJPEG begins right after
+// painting, without having to be told. The three take turns, in each of which one of them runs
+// alone. The counters are medians of the turns.
 
 #include <benchmark/benchmark.h>
 
@@ -118,30 +117,39 @@ Clock::time_point fileOf(StreamPayloads& stream, Clock::time_point paintedFrom) 
   return times.done;
 }
 
-Turn compare(ChangingScreen& screen, PixelSize picture, int changes) {
-  BareCapture calls(screen.display(), screen.size, picture);
+Costs measureOurs(ChangingScreen& screen, PixelSize picture, int changes) {
   StreamPayloads stream(screen.display(), picture);
-  calls.run();  // touches its memory
-  std::vector<double> ours;
-  std::vector<double> bare;
-  std::vector<double> bareProcessor;
+  std::vector<double> latencies;
   // Everything of ours runs on threads of its own.
   const auto before = otherThreadsTime();
   auto next = Clock::now();
   for (int i = 0; i < changes; ++i) {
     std::this_thread::sleep_until(next += changeInterval);
+    if (!screen.changes()) continue;
+    const auto start = Clock::now();
+    screen.paint();
+    latencies.push_back(milliseconds(fileOf(stream, start) - start));
+  }
+  return {milliseconds(otherThreadsTime() - before) / changes,
+          screen.changes() ? median(latencies) : 0};
+}
+
+Costs measureBare(ChangingScreen& screen, PixelSize picture, int changes) {
+  BareCapture calls(screen.display(), screen.size, picture);
+  calls.run();  // touches its memory
+  std::vector<double> latencies;
+  std::vector<double> processor;
+  auto next = Clock::now();
+  for (int i = 0; i < changes; ++i) {
+    std::this_thread::sleep_until(next += changeInterval);
     const auto start = Clock::now();
     if (screen.changes()) screen.paint();
-    const auto painted = Clock::now();
-    if (screen.changes()) ours.push_back(milliseconds(fileOf(stream, start) - start));
-    const auto bareStart = Clock::now();
-    const auto bareBefore = ownThreadTime();
+    const auto before = ownThreadTime();
     calls.run();
-    bareProcessor.push_back(milliseconds(ownThreadTime() - bareBefore));
-    bare.push_back(milliseconds(painted - start + (Clock::now() - bareStart)));
+    processor.push_back(milliseconds(ownThreadTime() - before));
+    latencies.push_back(milliseconds(Clock::now() - start));
   }
-  const auto spent = milliseconds(otherThreadsTime() - before) / changes;
-  return {{spent, ours.empty() ? 0 : median(ours)}, {median(bareProcessor), median(bare)}, {}};
+  return {median(processor), median(latencies)};
 }
 
 FfmpegPictures startFfmpeg(const ChangingScreen& screen, PixelSize picture) {
@@ -185,7 +193,7 @@ Costs measureFfmpeg(ChangingScreen& screen, PixelSize picture, int changes) {
 }
 
 void report(benchmark::State& state, const std::string& name, const std::vector<Turn>& turns,
-            Costs Turn::*way) {
+            Costs Turn::*way, Change change) {
   std::vector<double> processor;
   std::vector<double> latency;
   for (const auto& turn : turns) {
@@ -193,7 +201,7 @@ void report(benchmark::State& state, const std::string& name, const std::vector<
     latency.push_back((turn.*way).latency);
   }
   state.counters[name + "ProcessorMs"] = median(processor);
-  if (median(latency) > 0) state.counters[name + "LatencyMs"] = median(latency);
+  if (change != Change::none) state.counters[name + "LatencyMs"] = median(latency);
 }
 
 void costOfChange(benchmark::State& state, Change change, PixelSize screenSize, PixelSize picture) {
@@ -202,14 +210,15 @@ void costOfChange(benchmark::State& state, Change change, PixelSize screenSize, 
   std::vector<Turn> turns;
   std::vector<double> ratios;
   for (auto _ : state) {
-    auto& turn = turns.emplace_back(compare(screen, picture, changes));
-    turn.ffmpeg = measureFfmpeg(screen, picture, changes / 2);
+    const Turn turn{measureOurs(screen, picture, changes), measureBare(screen, picture, changes),
+                    measureFfmpeg(screen, picture, changes / 2)};
+    turns.push_back(turn);
     ratios.push_back(turn.ours.processor / turn.bare.processor);
     state.SetIterationTime(turn.ours.processor / 1000);
   }
-  report(state, "ours", turns, &Turn::ours);
-  report(state, "bare", turns, &Turn::bare);
-  report(state, "ffmpeg", turns, &Turn::ffmpeg);
+  report(state, "ours", turns, &Turn::ours, change);
+  report(state, "bare", turns, &Turn::bare, change);
+  report(state, "ffmpeg", turns, &Turn::ffmpeg, change);
   state.counters["ratio"] = median(ratios);
 }
 

@@ -12,12 +12,13 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
-#include <ctime>
 #include <memory>
 #include <stdexcept>
 #include <vector>
 
 #include "bench/Desktop.h"
+#include "bench/ProcessorTime.h"
+#include "bench/Statistics.h"
 #include "platform/linux/capture/CapturedPixelBuffer.h"
 #include "platform/linux/capture/RowTracker.h"
 #include "platform/linux/jpeg/JpegEncoder.h"
@@ -25,25 +26,16 @@
 namespace quorvin {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr int widthPx = 1920;
 constexpr int heightPx = 1080;
 constexpr int quality = 72;
 
 double processorMs() {
-  timespec time{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-  return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) * 1e-6;
+  return milliseconds(ownProcessorTime());
 }
 
 double wallMs() {
-  return std::chrono::duration<double, std::milli>(Clock::now().time_since_epoch()).count();
-}
-
-double median(std::vector<double> values) {
-  std::ranges::sort(values);
-  return values.at(values.size() / 2);
+  return milliseconds(std::chrono::steady_clock::now().time_since_epoch());
 }
 
 class WholeFrame {

@@ -148,15 +148,15 @@ PictureSource::Bytes warmUp(PictureSource& source, Clock::time_point until) {
 
 // Every few pictures are looked at, or the last one where none come.
 Turn measure(PictureSource& source, Codec codec) {
-  constexpr std::size_t lookedAt = 13;  // no multiple of the number of desktops
+  constexpr std::size_t lookedAt = 5;  // so that all desktops have their turn
   // What an encoder has saved up for the first pictures is spent by then, and a still one sharp.
   std::vector<PictureSource::Bytes> kept{
-      warmUp(source, Clock::now() + std::chrono::milliseconds(effort(1000, 3000)))};
+      warmUp(source, Clock::now() + std::chrono::milliseconds(effort(300, 3000)))};
   Turn turn;
   std::size_t count = 0;
   const auto start = Clock::now();
   const auto before = processorTimeOf(source.processId());
-  const auto until = start + std::chrono::milliseconds(effort(700, 5000));
+  const auto until = start + std::chrono::milliseconds(effort(300, 5000));
   while (auto picture = source.next(until)) {
     turn.bytes += static_cast<double>(picture->size());
     if (count++ % lookedAt == 0) kept.push_back(std::move(*picture));
@@ -186,7 +186,7 @@ double stillPsnrOf(PictureSource& source) {
 std::unique_ptr<HostPictures> startHost(Codec codec) {
   auto host =
       std::make_unique<HostPictures>(sharedScreen().stand, codec == Codec::h264 ? "h264" : "jpeg");
-  (void)warmUp(*host, Clock::now() + 1s);
+  (void)warmUp(*host, Clock::now() + std::chrono::milliseconds(effort(300, 1000)));
   return host;
 }
 
