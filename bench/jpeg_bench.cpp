@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "bench/Desktop.h"
+#include "bench/Effort.h"
 #include "bench/ProcessorTime.h"
 #include "bench/Statistics.h"
 #include "platform/linux/capture/CapturedPixelBuffer.h"
@@ -136,7 +137,7 @@ void withOptions(benchmark::internal::Benchmark* benchmark) {
       ->Arg(2)
       ->Unit(benchmark::kMillisecond)
       ->UseManualTime()
-      ->Iterations(100)
+      ->Iterations(effort(3, 100))
       ->Repetitions(5)
       ->ReportAggregatesOnly();
 }
