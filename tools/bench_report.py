@@ -14,9 +14,10 @@ import sys
 from pathlib import Path
 
 import bench_table
-from bench_results import BenchmarkFailed, cases_of
+from bench_results import BenchmarkFailed, cases_of, read_context
+from bench_table import ratio_text
 
-TIMES = ("host", "capture", "video", "codec", "delivery", "payload")
+TIMES = ("host", "capture", "jpeg", "video", "codec", "delivery", "payload")
 CODECS = {"H264": "H.264", "Jpeg": "JPEG"}
 # At most so many times ffmpeg's processor time.
 PEER_AIMS = {
@@ -40,11 +41,6 @@ CHANGES = {
 
 def time_text(milliseconds):
     return bench_table.time_text(milliseconds * 1e6)
-
-
-def ratio_text(ratio):
-    digits = 2 if ratio >= 0.1 else 3 if ratio >= 0.001 else 4
-    return f"{ratio:.{digits}f}"
 
 
 def aim_text(aims, name):
@@ -129,7 +125,22 @@ def times_table(folder):
     return bench_table.table(folder / f"{program}_bench.json" for program in TIMES)
 
 
-TABLES = {"peers": peer_table, "changes": change_table, "times": times_table}
+def origin(path):
+    """Where and when the results come from, and how busy the machine was."""
+    context = read_context(path)
+    load = context.get("load_avg") or ["unknown"]
+    return (
+        f"Measured on {context['date'][:10]} on {context['num_cpus']} processors of "
+        f"{context['mhz_per_cpu'] / 1e3:.1f} GHz; load average before it began: {load[0]}."
+    )
+
+
+# What makes each table, and the results that tell where all of them come from.
+TABLES = {
+    "peers": (peer_table, "peer"),
+    "changes": (change_table, "change"),
+    "times": (times_table, "host"),
+}
 
 
 def with_new_tables(text, folder):
@@ -137,8 +148,9 @@ def with_new_tables(text, folder):
         name = match.group("name")
         if name not in TABLES:
             raise BenchmarkFailed(f"there is no table of the name {name}")
-        table = "\n".join(TABLES[name](folder))
-        return f"{match.group('begin')}\n{table}\n{match.group('end')}"
+        make, program = TABLES[name]
+        lines = [*make(folder), "", origin(folder / f"{program}_bench.json")]
+        return "\n".join([match.group("begin"), *lines, match.group("end")])
 
     pattern = re.compile(
         r"(?P<begin>^<!-- table: (?P<name>\w+) -->$).*?(?P<end>^<!-- end of table -->$)",

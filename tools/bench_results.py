@@ -8,6 +8,12 @@ class BenchmarkFailed(Exception):
     pass
 
 
+def read_context(path):
+    """What the file says of the machine and the run."""
+    with open(path, encoding="utf-8") as file:
+        return json.load(file)["context"]
+
+
 def read_entries(path):
     """What the file says of each benchmark, by name, in file order. Medians count where it has
     repetitions. Raises BenchmarkFailed when a benchmark reported an error or there is none."""
@@ -30,7 +36,7 @@ def read_entries(path):
 def split_name(name):
     """What the benchmark is called, and its arguments without how it was run."""
     base, *arguments = name.split("/")
-    options = re.compile(r"(iterations|repeats|min_time|threads):|(real|manual|process)_time")
+    options = re.compile(r"(iterations|repeats|min_time):|(real|manual|process)_time")
     return base, tuple(part for part in arguments if not options.match(part))
 
 

@@ -20,7 +20,7 @@ docs/performance.md from all the results that are there.
 END
 }
 
-programs=(peer change host capture video codec delivery payload)
+programs=(peer change host capture jpeg video codec delivery payload)
 results="$projectRoot/build/results/measured"
 document="$projectRoot/docs/performance.md"
 picture="$projectRoot/docs/images/cost-of-change.svg"

@@ -9,6 +9,14 @@ from pathlib import Path
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tools"))
 
 
+CONTEXT = {
+    "date": "2026-11-21T16:02:14+00:00",
+    "num_cpus": 2,
+    "mhz_per_cpu": 2300,
+    "load_avg": [0.0625, 0.5, 1.0],
+}
+
+
 def entry(name, **values):
     """A benchmark that ran once, as the library writes it down."""
     return {
@@ -30,7 +38,7 @@ class BenchCase(unittest.TestCase):
 
     def write(self, name, *entries):
         path = self.folder / name
-        path.write_text(json.dumps({"benchmarks": entries}), encoding="utf-8")
+        path.write_text(json.dumps({"context": CONTEXT, "benchmarks": entries}), encoding="utf-8")
         return path
 
     def write_changes(self, **changed):

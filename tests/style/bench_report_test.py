@@ -25,7 +25,7 @@ class BenchReportTest(BenchCase):
         lines = self.renewed(f"before\n<!-- table: peers -->\nold\n{END}\nafter\n")
         self.assertEqual(lines[:2] + lines[-2:], ["before", "<!-- table: peers -->", END, "after"])
         self.assertNotIn("old", lines)
-        self.assertEqual(len(lines), 4 + 6)
+        self.assertEqual(len(lines), 4 + 6 + 2)
 
     def test_the_table_of_peers_shows_both_sides_the_ratio_and_the_aim(self):
         self.write_peers()
@@ -46,13 +46,22 @@ class BenchReportTest(BenchCase):
             "| 400 us, 8 ms, 25 ms |",
         )
         self.assertTrue(lines[3].endswith(" | 0.050 |  |  |"), lines[3])
-        self.assertEqual(len(lines), 2 + 2 + 10)
+        self.assertEqual(len(lines), 2 + 2 + 10 + 2)
 
     def test_the_table_of_times_adds_up_the_programs(self):
         for program in bench_report.TIMES:
             self.write(f"{program}_bench.json", entry(f"{program}Benchmark"))
         lines = self.renewed(f"<!-- table: times -->\n{END}\n")
-        self.assertEqual(len(lines), 2 + 2 + len(bench_report.TIMES))
+        self.assertEqual(len(lines), 2 + 2 + len(bench_report.TIMES) + 2)
+
+    def test_below_a_table_stands_where_it_comes_from(self):
+        self.write_peers()
+        lines = self.renewed(f"<!-- table: peers -->\n{END}\n")
+        self.assertEqual(
+            lines[-2],
+            "Measured on 2026-11-21 on 2 processors of 2.3 GHz; load average before it began: "
+            "0.0625.",
+        )
 
     def test_a_missing_result_leaves_the_file_as_it_was(self):
         text = f"<!-- table: peers -->\nold\n{END}\n"
