@@ -60,7 +60,7 @@ class StreamProof : public testing::TestWithParam<Way> {
   [[nodiscard]] std::string story() const;
 
   const std::uint64_t seed = numberFromEnvironment("QUORVIN_SEED", 1);
-  const std::uint64_t steps = numberFromEnvironment("QUORVIN_STEPS", 1000);
+  const std::uint64_t steps = numberFromEnvironment("QUORVIN_STEPS", 2000);
   std::shared_ptr<TwiceEncoder> twice = std::make_shared<TwiceEncoder>(seed);
 
   CaptureStand stand{GetParam().serverOptions};
@@ -71,7 +71,7 @@ class StreamProof : public testing::TestWithParam<Way> {
   void paintAllTheTime();
   void configure();
   void showDisplay(const PixelRect& area);
-  void resizeDisplay();
+  void changeDisplay();
   void movePointer();
   void waitForPicture();
   [[nodiscard]] PixelSize somePictureSize();
@@ -87,6 +87,7 @@ class StreamProof : public testing::TestWithParam<Way> {
   PixelRect display;
   std::optional<OtherProgram> otherProgram;
   std::deque<std::string> lastNotes;
+  std::uint32_t markColour = 0;
   bool fine = true;
 };
 
@@ -116,38 +117,40 @@ void StreamProof::paintAllTheTime() {
 }
 
 void StreamProof::step() {
-  switch (dice.between(0, 49)) {
+  switch (dice.between(0, 39)) {
     case 0:
+    case 1:
       configure();
       break;
-    case 1:
-      resizeDisplay();
-      break;
     case 2:
+    case 3:
+      changeDisplay();
+      break;
+    case 4:
       note("cursor of another shape");
       stand.painter.setCursor(dice.between(1, 40), dice.colour(), 0);
       break;
-    case 3:
+    case 5:
       note("pointer put elsewhere");
       stand.painter.warpPointer(dice.between(0, 319), dice.between(0, 239));
       break;
-    case 4: {
+    case 6: {
       const int quality = dice.between(1, 100);
       note("quality " + std::to_string(quality));
       twice->setQuality(quality);
       break;
     }
-    case 5:
+    case 7:
       note("some pictures are dropped");
       twice->setDropped(dice.oneIn(2) ? 0 : dice.between(1, 90));
       break;
-    case 6: {
+    case 8: {
       const int held = dice.between(0, static_cast<int>(configuration.queueDepth) - 1);
       note("pictures are held: " + std::to_string(held));
       twice->setHeld(static_cast<std::size_t>(held));
       break;
     }
-    case 7:
+    case 9:
       checkAtRest();
       break;
     default:
@@ -190,13 +193,22 @@ PixelSize StreamProof::somePictureSize() {
 }
 
 void StreamProof::showDisplay(const PixelRect& area) {
+  // To define it once more would change nothing.
+  if (!display.isEmpty()) stand.painter.deleteMonitor("display");
   display = area;
   stand.painter.defineMonitor("display", area, true);
 }
 
-void StreamProof::resizeDisplay() {
-  note("display resized");
-  showDisplay(dice.oneIn(2) ? wholeOf(screenSize) : dice.rect(screenSize, screenSize));
+void StreamProof::changeDisplay() {
+  if (dice.oneIn(2)) {
+    note("display moved");
+    showDisplay({dice.between(0, screenSize.width - display.width),
+                 dice.between(0, screenSize.height - display.height), display.width,
+                 display.height});
+  } else {
+    note("display resized");
+    showDisplay(dice.oneIn(3) ? wholeOf(screenSize) : dice.rect(screenSize, screenSize));
+  }
 }
 
 void StreamProof::movePointer() {
@@ -204,11 +216,15 @@ void StreamProof::movePointer() {
                             dice.between(0, screenSize.height - 1));
 }
 
-// So that something changes in every case, which need not be what the picture shows.
+// With something that changes in every case: a colour that is neither there now nor was before.
 void StreamProof::waitForPicture() {
   const auto before = twice->counts().pictures;
   const PixelRect mark = intersectionOf({display.x, display.y, 8, 8}, display);
-  stand.painter.fill(mark, ~stand.painter.read(mark).front() & 0xffffff);
+  const auto there = stand.painter.read(mark).at(0) & 0xffffff;
+  do {
+    markColour = (markColour + 0x010307) & 0xffffff;
+  } while (markColour == there);
+  stand.painter.fill(mark, markColour);
   if (!twice->waitForMoreThan(before)) giveUp("no picture came");
 }
 
@@ -264,6 +280,7 @@ void StreamProof::giveUp(const std::string& why) {
 std::string StreamProof::story() const {
   std::string told = "seed " + std::to_string(seed) + ": " + twice->complaint();
   for (const auto& each : lastNotes) told += "\n  " + each;
+  for (const auto& error : stand.delegate->errors()) told += "\n  " + error.localizedDescription;
   return told;
 }
 
