@@ -1,0 +1,133 @@
+#include "tests/e2e/soak/SoakedHost.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
+#include <stdexcept>
+
+namespace quorvin {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const FlutterReply done = Value();
+
+void require(bool condition, const std::string& complaint) {
+  if (!condition) throw std::runtime_error(complaint);
+}
+
+Map argumentsOf(const SoakSettings& settings) {
+  return {{"profile", "sharp"},
+          {"show_cursor", settings.showsCursor},
+          {"codec", settings.isH264 ? "h264" : "jpeg"},
+          {"max_width", settings.most.width},
+          {"max_height", settings.most.height},
+          {"fps", settings.fps},
+          {"bitrate_mbps", settings.megabits},
+          {"jpeg_quality", settings.quality},
+          {"queue_depth", settings.queueDepth}};
+}
+
+// The proportions of the display, within both limits, and never larger than it.
+PayloadKind kindOf(const SoakSettings& settings, PixelSize display) {
+  const double scale = std::min({1.0, static_cast<double>(settings.most.width) / display.width,
+                                 static_cast<double>(settings.most.height) / display.height});
+  return {settings.isH264,
+          {static_cast<int>(scale * display.width), static_cast<int>(scale * display.height)}};
+}
+
+std::size_t entriesOf(const std::filesystem::path& folder) {
+  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+}  // namespace
+
+SoakedHost::SoakedHost(HostStand& stand) : host(stand) {
+  require(host.client->listen() == done, "the host lets nobody listen");
+}
+
+void SoakedHost::start(PixelSize newDisplay) {
+  display = newDisplay;
+  // A new session knows nothing of the settings of the one before.
+  latestSettings = {};
+  inFlight = {kindOf(latestSettings, display)};
+  latestIsNew = true;
+  require(host.startCapture(), "the host does not start a session");
+  ++counted.sessions;
+}
+
+void SoakedHost::stop() {
+  require(host.client->call("stopCapture") == done, "the host does not stop a session");
+  require(host.client->eventsAfterReply() == 0, "pictures come after the end of a session");
+  host.client->discardEvents();
+  inFlight.clear();
+}
+
+void SoakedHost::configure(const std::vector<SoakSettings>& settings) {
+  std::vector<std::uint32_t> calls;
+  for (const auto& each : settings) {
+    expectAlso(each);
+    calls.push_back(
+        host.client->send(LinkClient::methodChannel, "configureStream", argumentsOf(each)));
+  }
+  for (const auto id : calls) {
+    require(host.client->waitForReply(id) == done, "the host does not take good settings");
+  }
+  counted.settings += settings.size();
+}
+
+// Codec and size do not change at the same moment, so that every mixture can occur.
+void SoakedHost::expectAlso(const SoakSettings& settings) {
+  const auto latestKind = kindOf(settings, display);
+  latestIsNew = std::ranges::find(inFlight, latestKind) == inFlight.end();
+  const auto before = inFlight;
+  for (const auto& kind : before) {
+    inFlight.push_back({latestKind.isH264, kind.size});
+    inFlight.push_back({kind.isH264, latestKind.size});
+  }
+  inFlight.push_back(latestKind);
+  latestSettings = settings;
+}
+
+void SoakedHost::call(const std::string& method, const Value& arguments) {
+  const auto reply = host.client->call(method, arguments);
+  const auto* error = std::get_if<FlutterError>(&reply);
+  require(std::holds_alternative<Value>(reply),
+          "the host fails in " + method + (error == nullptr ? "" : ": " + error->code));
+}
+
+std::optional<SoakedPicture> SoakedHost::nextPicture(std::chrono::milliseconds within) {
+  const auto event = host.client->nextEvent(within);
+  if (!event) return std::nullopt;
+  if (const auto* error = std::get_if<FlutterError>(&*event)) {
+    throw std::runtime_error("the session ended: " + error->message.value_or(error->code));
+  }
+  const auto* data = std::get<Value>(*event).as<Data>();
+  require(data != nullptr, "an event is no picture");
+  const auto bytes = data->bytes();
+  SoakedPicture picture{{bytes.begin(), bytes.end()}, decodePayload(bytes)};
+  check(picture.decoded.kind);
+  return picture;
+}
+
+void SoakedHost::check(const PayloadKind& kind) {
+  ++(kind.isH264 ? counted.h264 : counted.jpeg);
+  require(std::ranges::find(inFlight, kind) != inFlight.end(),
+          "nobody asked for " + textOf(kind) + " but for " + textOf(latest()));
+  if (latestIsNew && kind == latest()) inFlight = {kind};
+}
+
+void SoakedHost::end() {
+  host.client->close();
+  const auto status = host.process->statusWithin(60s);
+  require(status == 0, "the host ends with status " + (status ? std::to_string(*status) : "none"));
+  require(errorOutput().empty(), "the host complains");
+}
+
+Vitals SoakedHost::vitals() const {
+  const auto folder = std::filesystem::path("/proc") / std::to_string(host.process->processId());
+  return {host.process->residentBytes(), entriesOf(folder / "task"), entriesOf(folder / "fd")};
+}
+
+}  // namespace quorvin

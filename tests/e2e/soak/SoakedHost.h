@@ -1,0 +1,86 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/soak/Payload.h"
+
+namespace quorvin {
+
+// What is asked of the picture; the rest follows from it.
+struct SoakSettings {
+  bool isH264 = false;
+  PixelSize most{1920, 1200};
+  int fps = 30;
+  int megabits = 7;
+  int quality = 72;
+  int queueDepth = 3;
+  bool showsCursor = true;
+};
+
+struct SoakedPicture {
+  std::vector<std::uint8_t> payload;
+  DecodedPayload decoded;
+};
+
+// What a process keeps of the system.
+struct Vitals {
+  std::size_t residentBytes = 0;
+  std::size_t threads = 0;
+  std::size_t descriptors = 0;
+};
+
+// The real host, whose every answer and payload is held against what was asked of it. Everything
+// throws std::runtime_error when it is not as it should be.
+class SoakedHost {
+ public:
+  explicit SoakedHost(HostStand& stand);
+
+  // A session of a display of this size.
+  void start(PixelSize display);
+  // Nothing comes any more afterwards.
+  void stop();
+  // Sends all of them before it waits for an answer; the last one counts.
+  void configure(const std::vector<SoakSettings>& settings);
+  // Something else that has to succeed.
+  void call(const std::string& method, const Value& arguments = {});
+  // The next picture, if one comes within the time.
+  std::optional<SoakedPicture> nextPicture(std::chrono::milliseconds within);
+  // Closes the link and waits until the host has ended as it should.
+  void end();
+
+  // What the pictures will be once the last settings have come through.
+  [[nodiscard]] const PayloadKind& latest() const { return inFlight.back(); }
+  [[nodiscard]] const SoakSettings& settings() const { return latestSettings; }
+  [[nodiscard]] Vitals vitals() const;
+  // What it has to say for itself.
+  [[nodiscard]] std::string errorOutput() const { return host.process->errorOutput(); }
+
+  struct Counts {
+    std::size_t jpeg = 0;
+    std::size_t h264 = 0;
+    std::size_t settings = 0;
+    std::size_t sessions = 0;
+  };
+  [[nodiscard]] const Counts& counts() const { return counted; }
+
+ private:
+  void expectAlso(const SoakSettings& settings);
+  void check(const PayloadKind& kind);
+
+  ConnectedHost host;
+  PixelSize display;
+  SoakSettings latestSettings;
+  // What pictures may be at the moment, the latest last.
+  std::vector<PayloadKind> inFlight;
+  // Whether the first picture of the latest kind means that all earlier settings are through.
+  bool latestIsNew = false;
+  Counts counted;
+};
+
+}  // namespace quorvin
