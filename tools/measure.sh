@@ -58,12 +58,20 @@ build() {
   logged measure-build cmake --build --preset release --target Runner/all bench/all
 }
 
-warnWhenBusy() {
+isBusy() {
   local load
   read -r load _ </proc/loadavg
-  if awk -v load="$load" 'BEGIN { exit !(load > 0.5) }'; then
-    say "warning: other programs are at work here (load average $load); ratios may hold, times not" >&2
-  fi
+  awk -v load="$load" 'BEGIN { exit !(load > 0.5) }'
+}
+
+# What the build has left behind in the load average wears off in that time.
+waitForRest() {
+  local attempt
+  for ((attempt = 0; attempt < 12; ++attempt)); do
+    isBusy || return 0
+    sleep 10
+  done
+  say "warning: other programs are at work here; ratios may hold, times not" >&2
 }
 
 measure() {
@@ -83,8 +91,8 @@ main() {
   mkdir -p "$results"
   # Every program brings a screen of its own.
   unset DISPLAY WAYLAND_DISPLAY XAUTHORITY
-  warnWhenBusy
   build
+  waitForRest
   for name in "${programs[@]}"; do measure "$name"; done
   tools/change_chart.py "$results/change_bench.json" "$picture"
   tools/bench_report.py "$results" "$document"
