@@ -23,9 +23,15 @@ void SurfacePool::configure(PixelSize newSize, std::size_t newDepth) {
 }
 
 bool SurfacePool::hasFree() const {
-  const auto lent =
-      std::ranges::count_if(surfaces, isLent) + std::ranges::count_if(retired, isLent);
-  return static_cast<std::size_t>(lent) < depth;
+  if (countLent() < depth) return true;
+  someoneWaits->store(true);
+  // One may have come back before that, and told nobody.
+  return countLent() < depth;
+}
+
+std::size_t SurfacePool::countLent() const {
+  return static_cast<std::size_t>(std::ranges::count_if(surfaces, isLent) +
+                                  std::ranges::count_if(retired, isLent));
 }
 
 SurfacePool::Surface& SurfacePool::mostRecentFree() {
@@ -46,11 +52,12 @@ std::shared_ptr<CapturedPixelBuffer> SurfacePool::lend(Surface& surface) {
   surface.lastUse = ++uses;
   surface.lent->store(true);
   const PixelImage& image = surface.image;
-  std::shared_ptr<const void> loan(image.memory.get(), [memory = image.memory, lent = surface.lent,
-                                                        wakeup = wakeup](const void*) {
-    lent->store(false);
-    wakeup->signal();
-  });
+  std::shared_ptr<const void> loan(
+      image.memory.get(), [memory = image.memory, lent = surface.lent, someoneWaits = someoneWaits,
+                           wakeup = wakeup](const void*) {
+        lent->store(false);
+        if (someoneWaits->exchange(false)) wakeup->signal();
+      });
   return std::make_shared<CapturedPixelBuffer>(
       std::move(loan), image.memory.get(), static_cast<std::size_t>(image.size.width),
       static_cast<std::size_t>(image.size.height), image.strideBytes());

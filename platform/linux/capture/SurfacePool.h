@@ -28,12 +28,14 @@ class SurfacePool {
   };
 
   // `makeImage` is called when a surface is needed that was never there; `wakeup` is signalled
-  // whenever one comes back.
+  // when one comes back after there was none. At other times nobody waits for it, and rousing a
+  // thread costs more than a small change of the screen does.
   SurfacePool(PixelImageFactory makeImage, std::shared_ptr<CaptureWakeup> wakeup);
 
   // Surfaces of another size are dropped, once they have come back.
   void configure(PixelSize size, std::size_t depth);
 
+  // If there is none, the return of the next one is signalled.
   [[nodiscard]] bool hasFree() const;
   // The free surface that was used last, since it has the least stale pixels; made if need be.
   // Only if there is one. It stays free until it is lent, and is valid until the pool changes.
@@ -44,10 +46,12 @@ class SurfacePool {
 
  private:
   [[nodiscard]] static bool isLent(const Surface& surface);
+  [[nodiscard]] std::size_t countLent() const;
   Surface& makeSurface();
 
   PixelImageFactory makeImage;
   std::shared_ptr<CaptureWakeup> wakeup;
+  std::shared_ptr<std::atomic<bool>> someoneWaits = std::make_shared<std::atomic<bool>>(false);
   PixelSize size;
   std::size_t depth = 0;
   std::vector<Surface> surfaces;

@@ -38,12 +38,37 @@ TEST_F(SurfacePoolTest, LendsNoMoreThanItsDepth) {
   EXPECT_TRUE(pool.hasFree());
 }
 
-TEST_F(SurfacePoolTest, SignalsWhenASurfaceComesBack) {
+TEST_F(SurfacePoolTest, SignalsWhenASurfaceComesBackAfterThereWasNone) {
   pool.configure(size, 1);
   auto picture = lendNext();
+  EXPECT_FALSE(pool.hasFree());
   EXPECT_FALSE(isSignalled(*wakeup));
   picture.reset();
   EXPECT_TRUE(isSignalled(*wakeup));
+}
+
+TEST_F(SurfacePoolTest, SignalsOnceForEachTimeThatThereWasNone) {
+  pool.configure(size, 2);
+  auto first = lendNext();
+  auto second = lendNext();
+  EXPECT_FALSE(pool.hasFree());
+  first.reset();
+  wakeup->clear();
+  second.reset();
+  EXPECT_FALSE(isSignalled(*wakeup));
+  first = lendNext();
+  second = lendNext();
+  EXPECT_FALSE(pool.hasFree());
+  second.reset();
+  EXPECT_TRUE(isSignalled(*wakeup));
+}
+
+TEST_F(SurfacePoolTest, RousesNobodyWhileSurfacesAreLeft) {
+  pool.configure(size, 2);
+  auto picture = lendNext();
+  EXPECT_TRUE(pool.hasFree());
+  picture.reset();
+  EXPECT_FALSE(isSignalled(*wakeup));
 }
 
 TEST_F(SurfacePoolTest, AllocatesOnlyWhatIsInUseAtATime) {
