@@ -18,13 +18,15 @@ from bench_results import BenchmarkFailed, cases_of, read_context
 from bench_table import ratio_text
 
 TIMES = ("host", "capture", "jpeg", "video", "codec", "delivery", "payload")
-CODECS = {"H264": "H.264", "Jpeg": "JPEG"}
+CODECS = {"H264": "H.264", "Jpeg": "JPEG", "JpegOfLikeBytes": "JPEG, of like bytes"}
 # At most so many times ffmpeg's processor time.
 PEER_AIMS = {
     "movingH264": 0.65,
     "movingJpeg": 0.30,
+    "movingJpegOfLikeBytes": 0.30,
     "busyH264": 0.65,
     "busyJpeg": 0.30,
+    "busyJpegOfLikeBytes": 0.30,
     "stillH264": 0.05,
     "stillJpeg": 0.05,
 }
@@ -65,7 +67,7 @@ def ratio_for_each_picture(entry):
 
 def peer_rows(folder):
     for (name,), entry in cases_of(folder / "peer_bench.json", "hostBesideFfmpeg").items():
-        scene, codec = re.fullmatch("(moving|busy|still)(H264|Jpeg)", name).groups()
+        scene, codec = re.fullmatch(f"(moving|busy|still)({'|'.join(CODECS)})", name).groups()
 
         def pair(counter, text):
             return f"{text(entry['ours' + counter])}, {text(entry['peer' + counter])}"
