@@ -2,28 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <charconv>
-#include <cstdlib>
 #include <iostream>
-#include <optional>
-#include <string_view>
+#include <string>
+
+#include "tests/EnvironmentNumber.h"
 
 namespace quorvin::simulation {
 
 namespace {
-
-std::optional<std::uint64_t> numberFromEnvironment(const char* name) {
-  const char* text = std::getenv(name);
-  if (text == nullptr) return std::nullopt;
-  const std::string_view digits(text);
-  std::uint64_t number = 0;
-  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  if (error != std::errc() || end != digits.data() + digits.size()) {
-    ADD_FAILURE() << name << " must be a whole number, not \"" << digits << "\".";
-    return std::nullopt;
-  }
-  return number;
-}
 
 std::string howToReplay(std::uint64_t seed) {
   const auto* test = testing::UnitTest::GetInstance()->current_test_info();

@@ -46,14 +46,12 @@ void GuardianJournal::start() {
   const auto now = Clock::now();
   if (now < mayStart) return;
   mayStart = now + startInterval;
-  guardian = GuardianProcess::start(program);
+  guardian = GuardianProcess::start(program, held.asMessage());
   if (guardian == nullptr) return;
   lossWatch = MainLoopSource::onDescriptor(context, guardian->descriptor(), G_IO_HUP, [this] {
     lose();
     return MainLoopSource::Next::finished;
   });
-  // What is sent before it is ready waits for it.
-  if (!held.isEmpty()) static_cast<void>(tell(held.asMessage()));
 }
 
 void GuardianJournal::lose() {

@@ -27,6 +27,11 @@ SocketPair makeSocketPair() {
   return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
+bool sendWhole(int socket, std::span<const std::uint8_t> message) {
+  return ::send(socket, message.data(), message.size(), MSG_DONTWAIT | MSG_NOSIGNAL) ==
+         static_cast<ssize_t>(message.size());
+}
+
 // The socket as standard input, standard error as it is, and nothing else that is open here: what a
 // child keeps open never ends for those on the other side.
 class GuardiansHandles {
@@ -68,9 +73,11 @@ class OwnSession {
 
 }  // namespace
 
-std::unique_ptr<GuardianProcess> GuardianProcess::start(const std::string& program) {
+std::unique_ptr<GuardianProcess> GuardianProcess::start(const std::string& program,
+                                                        std::span<const std::uint8_t> message) {
   auto sockets = makeSocketPair();
   if (!sockets.own.isOpen()) return nullptr;
+  if (!message.empty() && !sendWhole(sockets.own.get(), message)) return nullptr;
   std::string name = program;
   const std::array<char*, 2> arguments{name.data(), nullptr};
   pid_t process = 0;
@@ -93,8 +100,7 @@ bool GuardianProcess::isReadyWithin(std::chrono::milliseconds limit) {
 }
 
 bool GuardianProcess::send(std::span<const std::uint8_t> message) {
-  return ::send(socket.get(), message.data(), message.size(), MSG_DONTWAIT | MSG_NOSIGNAL) ==
-         static_cast<ssize_t>(message.size());
+  return sendWhole(socket.get(), message);
 }
 
 void GuardianProcess::kill() {

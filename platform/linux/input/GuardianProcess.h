@@ -17,8 +17,10 @@ namespace quorvin {
 // Main thread.
 class GuardianProcess {
  public:
-  // Null when the program cannot be started.
-  [[nodiscard]] static std::unique_ptr<GuardianProcess> start(const std::string& program);
+  // Null when the program cannot be started. The message, if there is one, awaits it from its first
+  // moment on: this process may end in the next.
+  [[nodiscard]] static std::unique_ptr<GuardianProcess> start(
+      const std::string& program, std::span<const std::uint8_t> message = {});
   GuardianProcess(const GuardianProcess&) = delete;
   GuardianProcess& operator=(const GuardianProcess&) = delete;
   // Lets it undo what it knows of.

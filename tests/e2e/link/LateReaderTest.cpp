@@ -3,10 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
-#include <string>
 #include <thread>
 
+#include "tests/EnvironmentNumber.h"
 #include "tests/e2e/link/HostStand.h"
 #include "tests/e2e/link/ScreenNoise.h"
 
@@ -20,8 +19,7 @@ constexpr std::size_t growthBytesMax = std::size_t{32} * 1024 * 1024;
 
 // How long the reader stops, in seconds: QUORVIN_LATE_READER_S, or a few.
 std::chrono::seconds stoppedFor() {
-  const char* given = std::getenv("QUORVIN_LATE_READER_S");
-  return given == nullptr ? 4s : std::chrono::seconds(std::stoi(given));
+  return std::chrono::seconds(numberFromEnvironment("QUORVIN_LATE_READER_S").value_or(4));
 }
 
 TEST(LateReader, CostsBoundedMemoryAndIsAnsweredAgain) {

@@ -13,6 +13,7 @@
 
 #include "platform/linux/capture/CapturedPixelBuffer.h"
 #include "platform/linux/capture/ImageEncoder.h"
+#include "tests/EnvironmentNumber.h"
 #include "tests/e2e/soak/SoakedHost.h"
 #include "tests/linux/proof/RandomPainter.h"
 
@@ -72,8 +73,8 @@ class Soak : public testing::Test {
   void report();
   void note(const std::string& what);
 
-  const std::uint64_t seed = numberFromEnvironment("QUORVIN_SEED", 1);
-  const std::chrono::seconds length{numberFromEnvironment("QUORVIN_SOAK_S", 60)};
+  const std::uint64_t seed = numberFromEnvironment("QUORVIN_SEED").value_or(1);
+  const std::chrono::seconds length{numberFromEnvironment("QUORVIN_SOAK_S").value_or(60)};
   Dice dice{seed};
   HostStand stand{{.widthPx = screenSize.width, .heightPx = screenSize.height}};
   ScreenPainter desk{stand.server.display()};

@@ -175,6 +175,19 @@ TEST_F(Guardian, EndsWithAHostThatHoldsNothing) {
   EXPECT_TRUE(host.allAreGone());
 }
 
+TEST_F(Guardian, KnowsFromItsFirstMomentWhatItIsStartedWith) {
+  DyingHost host(server.display(), [](auto& /*journal*/, auto& input) {
+    input.pressKey(letter);
+    input.synchronize();
+    const auto message = journalMessage({InputChange::pressKey, letter});
+    const auto guardian = GuardianProcess::start(QUORVIN_INPUT_GUARDIAN, message);
+    if (guardian != nullptr) ::kill(::getpid(), SIGKILL);
+    return false;
+  });
+  EXPECT_TRUE(host.allAreGone());
+  EXPECT_EQ(probe.pressed(), nothing);
+}
+
 TEST_F(Guardian, SurvivesAnyMessage) {
   DyingHost host(server.display(), [](auto& /*journal*/, auto& input) {
     const auto guardian = GuardianProcess::start(QUORVIN_INPUT_GUARDIAN);

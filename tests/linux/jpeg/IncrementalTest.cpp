@@ -7,16 +7,13 @@
 
 #include <gtest/gtest.h>
 
-#include <charconv>
-#include <cstdlib>
 #include <deque>
 #include <iostream>
 #include <random>
-#include <stdexcept>
 #include <string>
-#include <string_view>
 
 #include "platform/linux/jpeg/JpegEncoder.h"
+#include "tests/EnvironmentNumber.h"
 #include "tests/linux/jpeg/JpegDecoders.h"
 #include "tests/linux/jpeg/TestScreen.h"
 
@@ -24,18 +21,6 @@ namespace quorvin {
 namespace {
 
 constexpr std::uint64_t stepsOfALife = 100;
-
-std::optional<std::uint64_t> numberFromEnvironment(const char* name) {
-  const char* text = std::getenv(name);
-  if (text == nullptr) return std::nullopt;
-  const std::string_view digits(text);
-  std::uint64_t number = 0;
-  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  if (error != std::errc() || end != digits.data() + digits.size()) {
-    throw std::runtime_error(std::string(name) + " must be a whole number");
-  }
-  return number;
-}
 
 class Life {
  public:

@@ -1,14 +1,8 @@
 #pragma once
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
-#include <cstdlib>
 #include <random>
-#include <stdexcept>
-#include <string>
-#include <string_view>
-#include <system_error>
 
 #include "platform/linux/capture/PixelRegion.h"
 
@@ -36,18 +30,5 @@ class Dice {
  private:
   std::mt19937_64 engine;
 };
-
-// The number in a variable of the environment. Throws std::runtime_error when it is none.
-inline std::uint64_t numberFromEnvironment(const char* name, std::uint64_t otherwise) {
-  const char* text = std::getenv(name);
-  if (text == nullptr) return otherwise;
-  const std::string_view digits(text);
-  std::uint64_t number = 0;
-  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  if (error != std::errc() || end != digits.data() + digits.size()) {
-    throw std::runtime_error(std::string(name) + " must be a whole number");
-  }
-  return number;
-}
 
 }  // namespace quorvin

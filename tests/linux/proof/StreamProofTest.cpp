@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/EnvironmentNumber.h"
 #include "tests/linux/capture/CaptureStand.h"
 #include "tests/linux/proof/RandomPainter.h"
 #include "tests/linux/proof/TwiceEncoder.h"
@@ -59,8 +60,8 @@ class StreamProof : public testing::TestWithParam<Way> {
   // What led to it.
   [[nodiscard]] std::string story() const;
 
-  const std::uint64_t seed = numberFromEnvironment("QUORVIN_SEED", 1);
-  const std::uint64_t steps = numberFromEnvironment("QUORVIN_STEPS", 2000);
+  const std::uint64_t seed = numberFromEnvironment("QUORVIN_SEED").value_or(1);
+  const std::uint64_t steps = numberFromEnvironment("QUORVIN_STEPS").value_or(2000);
   std::shared_ptr<TwiceEncoder> twice = std::make_shared<TwiceEncoder>(seed);
 
   CaptureStand stand{GetParam().serverOptions};
