@@ -5,17 +5,11 @@
 #include <cmath>
 #include <stdexcept>
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-}
+#include "tests/linux/video/AvPacket.h"
 
 namespace quorvin {
 
 namespace {
-
-struct FreePacket {
-  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
 
 void require(bool condition, const char* complaint) {
   if (!condition) throw std::runtime_error(complaint);
@@ -61,12 +55,7 @@ PictureDecoder::PictureDecoder(bool isH264) : frame(av_frame_alloc()) {
 
 std::vector<std::uint32_t> PictureDecoder::decode(std::span<const std::uint8_t> picture,
                                                   PixelSize size) {
-  std::vector<std::uint8_t> padded(picture.begin(), picture.end());
-  padded.resize(picture.size() + AV_INPUT_BUFFER_PADDING_SIZE);
-  const std::unique_ptr<AVPacket, FreePacket> packet(av_packet_alloc());
-  packet->data = padded.data();
-  packet->size = static_cast<int>(picture.size());
-  require(avcodec_send_packet(context.get(), packet.get()) == 0 &&
+  require(avcodec_send_packet(context.get(), AvPacket(picture).get()) == 0 &&
               avcodec_receive_frame(context.get(), frame.get()) == 0,
           "no picture");
   require(frame->width == size.width && frame->height == size.height, "a picture of another size");

@@ -52,6 +52,11 @@ class Scribbler {
 
 class PictureRowsStressTest : public testing::TestWithParam<Situation> {
  protected:
+  PictureRowsStressTest() {
+    stand.painter.setCursor(16, 0xff00ff, 8);
+    stand.start(settings);
+  }
+
   // Looks at many pictures, of which some are kept for a while so that surfaces take turns.
   template <typename Change>
   void lookAtPictures(const Change& change) {
@@ -74,7 +79,7 @@ class PictureRowsStressTest : public testing::TestWithParam<Situation> {
   }
 
   // Compares the last picture with one that another session makes from nothing.
-  void expectNothingStale(const CaptureSettings& settings) {
+  void expectNothingStale() {
     stand.painter.fill({0, 0, 1, 1}, 0xffffff);
     auto last = stand.nextPicture();
     ASSERT_TRUE(last);
@@ -89,35 +94,33 @@ class PictureRowsStressTest : public testing::TestWithParam<Situation> {
     EXPECT_TRUE(lookTheSame(copy, PictureCopy(*fresh)));
   }
 
+  static CaptureSettings settingsOfSituation() {
+    auto wanted = SessionStand::usualSettings();
+    wanted.picture = GetParam().picture;
+    wanted.showsCursor = true;
+    return wanted;
+  }
+
   SessionStand stand{GetParam().server};
+  CaptureSettings settings = settingsOfSituation();
 };
 
 TEST_P(PictureRowsStressTest, RowsThatAreNotMarkedAreTheSame) {
-  auto settings = SessionStand::usualSettings();
-  settings.picture = GetParam().picture;
-  settings.showsCursor = true;
-  stand.painter.setCursor(16, 0xff00ff, 8);
-  stand.start(settings);
   lookAtPictures([this](std::mt19937& random) {
     for (int i = randomBelow(random, 3); i >= 0; --i) scribble(stand.painter, random);
     if (randomBelow(random, 3) == 0) {
       stand.painter.movePointer(randomBelow(random, 320), randomBelow(random, 240));
     }
   });
-  expectNothingStale(settings);
+  expectNothingStale();
 }
 
 TEST_P(PictureRowsStressTest, ChangesAtAnyMomentAreMarked) {
-  auto settings = SessionStand::usualSettings();
-  settings.picture = GetParam().picture;
-  settings.showsCursor = true;
-  stand.painter.setCursor(16, 0xff00ff, 8);
-  stand.start(settings);
   {
     const Scribbler scribbler(stand.server.display());
     lookAtPictures([](std::mt19937& /*random*/) {});
   }
-  expectNothingStale(settings);
+  expectNothingStale();
 }
 
 INSTANTIATE_TEST_SUITE_P(Situations, PictureRowsStressTest,

@@ -6,8 +6,9 @@
 #include <stdexcept>
 #include <string>
 
+#include "tests/linux/video/AvPacket.h"
+
 extern "C" {
-#include <libavcodec/avcodec.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -23,9 +24,6 @@ using TurboJpeg = std::unique_ptr<void, int (*)(void*)>;
 
 struct FreeContext {
   void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-};
-struct FreePacket {
-  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
 };
 struct FreeFrame {
   void operator()(AVFrame* frame) const { av_frame_free(&frame); }
@@ -85,13 +83,9 @@ std::vector<std::uint8_t> decodeWithLibavcodec(std::span<const std::uint8_t> fil
   context->err_recognition = AV_EF_EXPLODE | AV_EF_CAREFUL | AV_EF_BITSTREAM | AV_EF_BUFFER;
   require(avcodec_open2(context.get(), codec, nullptr) == 0, "the decoder does not open");
 
-  std::vector<std::uint8_t> padded(file.begin(), file.end());
-  padded.resize(file.size() + AV_INPUT_BUFFER_PADDING_SIZE);
-  const std::unique_ptr<AVPacket, FreePacket> packet(av_packet_alloc());
-  packet->data = padded.data();
-  packet->size = static_cast<int>(file.size());
   const std::unique_ptr<AVFrame, FreeFrame> frame(av_frame_alloc());
-  require(avcodec_send_packet(context.get(), packet.get()) == 0, "the decoder refuses the file");
+  require(avcodec_send_packet(context.get(), AvPacket(file).get()) == 0,
+          "the decoder refuses the file");
   require(avcodec_receive_frame(context.get(), frame.get()) == 0, "no picture comes out");
   require(frame->decode_error_flags == 0, "the decoder found errors");
 

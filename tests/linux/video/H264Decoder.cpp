@@ -6,17 +6,11 @@
 #include <memory>
 #include <stdexcept>
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-}
+#include "tests/linux/video/AvPacket.h"
 
 namespace quorvin {
 
 namespace {
-
-struct FreePacket {
-  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
 
 void require(bool condition, const char* complaint) {
   if (!condition) throw std::runtime_error(complaint);
@@ -96,12 +90,8 @@ H264Decoder::H264Decoder() : frame(av_frame_alloc()) {
 }
 
 std::vector<DecodedFrame> H264Decoder::decode(const std::vector<std::uint8_t>& payload) {
-  std::vector<std::uint8_t> padded = payload;
-  padded.resize(payload.size() + AV_INPUT_BUFFER_PADDING_SIZE);
-  const std::unique_ptr<AVPacket, FreePacket> packet(av_packet_alloc());
-  packet->data = padded.data();
-  packet->size = static_cast<int>(payload.size());
-  require(avcodec_send_packet(context.get(), packet.get()) == 0, "the decoder refuses a payload");
+  require(avcodec_send_packet(context.get(), AvPacket(payload).get()) == 0,
+          "the decoder refuses a payload");
   std::vector<DecodedFrame> frames;
   while (avcodec_receive_frame(context.get(), frame.get()) == 0) {
     require(frame->decode_error_flags == 0, "the decoder found errors");
