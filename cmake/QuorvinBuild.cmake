@@ -9,9 +9,12 @@ set(CMAKE_OBJCXX_EXTENSIONS OFF)
 
 find_program(QUORVIN_CCACHE ccache)
 if(QUORVIN_CCACHE)
-  set(CMAKE_C_COMPILER_LAUNCHER "${QUORVIN_CCACHE}")
-  set(CMAKE_CXX_COMPILER_LAUNCHER "${QUORVIN_CCACHE}")
-  set(CMAKE_OBJCXX_COMPILER_LAUNCHER "${QUORVIN_CCACHE}")
+  # It keeps what uses precompiled headers only when told that they hold no time of day.
+  set(launcher "${CMAKE_COMMAND}" -E env CCACHE_SLOPPINESS=pch_defines,time_macros
+      "${QUORVIN_CCACHE}")
+  set(CMAKE_C_COMPILER_LAUNCHER ${launcher})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
+  set(CMAKE_OBJCXX_COMPILER_LAUNCHER ${launcher})
 endif()
 
 set(QUORVIN_SANITIZE "" CACHE STRING "Sanitizers for every target, as given to -fsanitize=")

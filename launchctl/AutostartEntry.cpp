@@ -7,7 +7,7 @@
 namespace quorvin::launchctl {
 namespace {
 
-std::string quoted(std::string_view argument) {
+std::string inQuotes(std::string_view argument) {
   std::string text = "\"";
   for (const char letter : argument) {
     if (std::string_view("\"`$\\").find(letter) != std::string_view::npos) text += '\\';
@@ -51,7 +51,7 @@ std::string desktopCommandLine(const std::vector<std::string>& command) {
   std::string line;
   for (const auto& argument : command) {
     if (!line.empty()) line += ' ';
-    line += quoted(argument);
+    line += inQuotes(argument);
   }
   return escaped(line);
 }

@@ -27,7 +27,7 @@ std::string hexadecimal(char letter) {
   return {'\\', 'x', digits[value / 16], digits[value % 16]};
 }
 
-std::string quoted(std::string_view argument) {
+std::string inQuotes(std::string_view argument) {
   std::string text = "\"";
   for (const char letter : argument) {
     if (letter == '"' || letter == '\\') {
@@ -52,9 +52,9 @@ std::string systemdUnitName(const std::string& label) {
 std::string systemdCommandLine(const std::vector<std::string>& command) {
   if (!canBeProgram(command.front())) return systemdCommandLine(throughShell(command));
   // The colon, which is not a part of the path, keeps "$" from standing for a variable.
-  std::string line = quoted(":" + command.front());
+  std::string line = inQuotes(":" + command.front());
   for (auto argument = command.begin() + 1; argument != command.end(); ++argument) {
-    line += ' ' + quoted(*argument);
+    line += ' ' + inQuotes(*argument);
   }
   return line;
 }

@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
-#include <utility>
 #include <variant>
 #include <vector>
 
@@ -56,22 +55,27 @@ class Value {
                                std::vector<float>, std::vector<double>, List, Map>;
 
   Value() = default;
+  Value(const Value& other);
+  Value(Value&& other) noexcept;
+  Value& operator=(const Value& other);
+  Value& operator=(Value&& other) noexcept;
+  ~Value();
   Value(std::nullptr_t) {}                                  // NOLINT: implicit
   Value(std::same_as<bool> auto value) : storage(value) {}  // NOLINT: implicit
   template <typename T>
   requires(std::integral<T> && !std::same_as<T, bool>) Value(T value)
       : storage(static_cast<std::int64_t>(value)) {}  // NOLINT: implicit
   Value(std::floating_point auto value) : storage(static_cast<double>(value)) {}  // NOLINT
-  Value(const char* value) : storage(std::string(value)) {}              // NOLINT: implicit
-  Value(std::string_view value) : storage(std::string(value)) {}         // NOLINT: implicit
-  Value(std::string value) : storage(std::move(value)) {}                // NOLINT: implicit
-  Value(Data value) : storage(std::move(value)) {}                       // NOLINT: implicit
-  Value(List value) : storage(std::move(value)) {}                       // NOLINT: implicit
-  Value(Map value) : storage(std::move(value)) {}                        // NOLINT: implicit
-  Value(std::vector<std::int32_t> value) : storage(std::move(value)) {}  // NOLINT: implicit
-  Value(std::vector<std::int64_t> value) : storage(std::move(value)) {}  // NOLINT: implicit
-  Value(std::vector<float> value) : storage(std::move(value)) {}         // NOLINT: implicit
-  Value(std::vector<double> value) : storage(std::move(value)) {}        // NOLINT: implicit
+  Value(const char* value);                // NOLINT: implicit
+  Value(std::string_view value);           // NOLINT: implicit
+  Value(std::string value);                // NOLINT: implicit
+  Value(Data value);                       // NOLINT: implicit
+  Value(List value);                       // NOLINT: implicit
+  Value(Map value);                        // NOLINT: implicit
+  Value(std::vector<std::int32_t> value);  // NOLINT: implicit
+  Value(std::vector<std::int64_t> value);  // NOLINT: implicit
+  Value(std::vector<float> value);         // NOLINT: implicit
+  Value(std::vector<double> value);        // NOLINT: implicit
 
   [[nodiscard]] bool isNull() const { return std::holds_alternative<std::monostate>(storage); }
   // The alternative asked for, or nullptr when the value is of another type.
@@ -81,7 +85,7 @@ class Value {
   }
   [[nodiscard]] const Storage& variant() const { return storage; }
 
-  friend bool operator==(const Value& a, const Value& b) = default;
+  friend bool operator==(const Value& a, const Value& b);
 
  private:
   Storage storage;
@@ -91,43 +95,7 @@ struct MapEntry {
   Value key;
   Value value;
 
-  friend bool operator==(const MapEntry&, const MapEntry&) = default;
+  friend bool operator==(const MapEntry&, const MapEntry&);
 };
-
-inline Map::Map() = default;
-inline Map::Map(const Map& other) = default;
-inline Map::Map(Map&& other) noexcept = default;
-inline Map& Map::operator=(const Map& other) = default;
-inline Map& Map::operator=(Map&& other) noexcept = default;
-inline Map::~Map() = default;
-
-inline Map::Map(std::initializer_list<MapEntry> entries) : storage(entries) {}
-
-inline void Map::append(Value key, Value value) {
-  storage.push_back(MapEntry{std::move(key), std::move(value)});
-}
-
-inline const Value* Map::find(std::string_view key) const {
-  for (auto entry = storage.rbegin(); entry != storage.rend(); ++entry) {
-    const auto* text = entry->key.as<std::string>();
-    if (text != nullptr && *text == key) return &entry->value;
-  }
-  return nullptr;
-}
-
-inline bool Map::hasOnlyStringKeys() const {
-  for (const auto& entry : storage) {
-    if (entry.key.as<std::string>() == nullptr) return false;
-  }
-  return true;
-}
-
-inline std::size_t Map::size() const {
-  return storage.size();
-}
-
-inline bool operator==(const Map& a, const Map& b) {
-  return a.storage == b.storage;
-}
 
 }  // namespace quorvin

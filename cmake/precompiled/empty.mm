@@ -1,0 +1,1 @@
+// A target needs a source to have its headers compiled.
