@@ -32,8 +32,9 @@ constexpr int journal = STDIN_FILENO;
 // Everything that can be held at once fits in.
 constexpr std::size_t messageBytesMax = 4096;
 
-// What the host has asked of the server last may still be on its way when the host is gone.
-constexpr int looksAtLeast = 5;
+// What the host has asked of the server last may still be on its way when the host is gone. Where
+// it cannot be seen among the server's clients, nobody knows for how long.
+constexpr int looksAtAnUnseenHost = 6;
 constexpr int looksAtMost = 500;
 constexpr auto timeBetweenLooks = std::chrono::milliseconds(10);
 
@@ -70,27 +71,36 @@ bool takeMessages(HeldInput& held) {
   }
 }
 
-// Returns what is held at the host's end, or nothing when the display has ended before.
-HeldInput waitForEnd(InputDisplay& display) {
+struct End {
   HeldInput held;
+  // Whether the host was seen among the server's clients while it lived.
+  bool wasSeen = false;
+};
+
+// Returns what is held at the host's end, or nothing when the display has ended before.
+End waitForEnd(InputDisplay& display, pid_t host) {
+  End end;
   std::array<pollfd, 2> sources{{{.fd = journal, .events = POLLIN, .revents = 0},
                                  {.fd = display.descriptor(), .events = POLLIN, .revents = 0}}};
-  while (takeMessages(held)) {
+  while (takeMessages(end.held)) {
+    if (!end.wasSeen && !end.held.isEmpty()) end.wasSeen = display.hasClient(host);
     display.discardEvents();
     if (display.isBroken()) return {};
     ::poll(sources.data(), sources.size(), -1);
   }
-  return held;
+  return end;
 }
 
-void undo(InputDisplay& display, const HeldInput& held, pid_t host) {
-  for (int look = 0; look < looksAtMost && !display.isBroken(); ++look) {
+// Ends as soon as it can: the next host may be there already, and press the same keys.
+void undo(InputDisplay& display, const End& end, pid_t host) {
+  const int looksAtLeast = end.wasSeen ? 1 : looksAtAnUnseenHost;
+  for (int look = 1; look <= looksAtMost && !display.isBroken(); ++look) {
     const bool isSettled = look >= looksAtLeast && !display.hasClient(host);
-    display.release(held);
+    display.release(end.held);
     if (isSettled) break;
     std::this_thread::sleep_for(timeBetweenLooks);
   }
-  display.unbind(held.boundKeys);
+  display.unbind(end.held.boundKeys);
 }
 
 }  // namespace
@@ -101,8 +111,8 @@ int main() {
     const auto host = hostProcess();
     InputDisplay display;
     sayReady();
-    const auto held = waitForEnd(display);
-    if (!held.isEmpty()) undo(display, held, host);
+    const auto end = waitForEnd(display, host);
+    if (!end.held.isEmpty()) undo(display, end, host);
     return 0;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "quorvin-input-guardian: %s\n", error.what());
