@@ -14,13 +14,9 @@ PixelRegion fullRows(const RowSet& rows, int width) {
   return region;
 }
 
-RowRange rowsOf(const PixelRect& rect) {
-  return {rect.y, rect.bottom()};
-}
-
 RowSet rowsOf(const PixelRegion& region) {
   RowSet rows;
-  for (const PixelRect& rect : region.rects()) rows.add(rowsOf(rect));
+  for (const PixelRect& rect : region.rects()) rows.add({rect.y, rect.bottom()});
   return rows;
 }
 
@@ -49,7 +45,7 @@ void FrameComposer::configure(const PixelRect& newDisplay, PixelSize newPicture,
 void FrameComposer::startOver() {
   if (copy) copy->stale.add(wholeOf(display.size()));
   pool.markStale(PixelRegion(wholeOf(picture)));
-  tracker.restart(picture.height);
+  tracker.restart(picture);
   outOfDate = true;
 }
 
@@ -88,7 +84,7 @@ void FrameComposer::noteChanges(const ScreenChanges& changes) {
     copy->stale.add(changes);
   } else {
     pool.markStale(changes.region);
-    markChanged(changes.rows);
+    markChanged(changes.parts);
   }
 }
 
@@ -120,7 +116,7 @@ std::optional<ScreenChanges> FrameComposer::draw(SurfacePool::Surface& surface) 
     return changesMeanwhile;
   }
   auto changesMeanwhile = read(surface.stale, surface.image);
-  if (changesMeanwhile) markChanged(changesMeanwhile->rows);
+  if (changesMeanwhile) markChanged(changesMeanwhile->parts);
   return changesMeanwhile;
 }
 
@@ -154,7 +150,7 @@ std::optional<ScreenChanges> FrameComposer::read(const PixelRegion& region, Pixe
 void FrameComposer::copyChanged(const RowSet& rows) {
   const RowSet altered = copy->scaler.sourceChanged(copy->image, rows);
   pool.markStale(fullRows(altered, picture.width));
-  markChanged(altered);
+  for (const RowRange& range : altered.ranges()) tracker.markChanged(range);
 }
 
 void FrameComposer::drawCursor(const std::optional<CursorPlacement>& cursor,
@@ -166,13 +162,13 @@ void FrameComposer::drawCursor(const std::optional<CursorPlacement>& cursor,
 
 void FrameComposer::markCursor(const std::optional<CursorPlacement>& cursor) {
   if (cursor == drawnCursor) return;
-  if (drawnCursor) tracker.markChanged(rowsOf(drawnCursor->area));
-  if (cursor) tracker.markChanged(rowsOf(cursor->area));
+  if (drawnCursor) tracker.markChanged(drawnCursor->area);
+  if (cursor) tracker.markChanged(cursor->area);
   drawnCursor = cursor;
 }
 
-void FrameComposer::markChanged(const RowSet& rows) {
-  for (const RowRange& range : rows.ranges()) tracker.markChanged(range);
+void FrameComposer::markChanged(const std::vector<PixelRect>& parts) {
+  for (const PixelRect& part : parts) tracker.markChanged(part);
 }
 
 }  // namespace quorvin

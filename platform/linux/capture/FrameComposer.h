@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "platform/linux/capture/CursorPlacer.h"
 #include "platform/linux/capture/PixelScaler.h"
@@ -59,7 +60,7 @@ class FrameComposer {
   void copyChanged(const RowSet& rows);
   void drawCursor(const std::optional<CursorPlacement>& cursor, SurfacePool::Surface& surface);
   void markCursor(const std::optional<CursorPlacement>& cursor);
-  void markChanged(const RowSet& rows);
+  void markChanged(const std::vector<PixelRect>& parts);
 
   X11ScreenReader& reader;
   X11DamageMonitor* damage;

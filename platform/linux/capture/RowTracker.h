@@ -2,8 +2,8 @@
 
 #include <cstdint>
 #include <memory>
-#include <vector>
 
+#include "platform/linux/capture/PixelRegion.h"
 #include "platform/linux/capture/RowHistory.h"
 
 namespace quorvin {
@@ -11,18 +11,23 @@ namespace quorvin {
 // Keeps the history of the rows of a stream's pictures while they are made. One thread at a time.
 class RowTracker {
  public:
-  // Begins a new series of pictures of so many rows; nothing is known of how they compare with
-  // those before.
-  void restart(int rows);
-  // The next picture differs from the last one in these rows; what lies outside of it is left out.
-  void markChanged(RowRange rows);
+  // Begins a new series of pictures of that size; nothing is known of how they compare with those
+  // before.
+  void restart(PixelSize newPicture);
+  // The next picture differs from the last one in these pixels; what lies outside of it is left
+  // out.
+  void markChanged(const PixelRect& area);
+  void markChanged(RowRange rows) {
+    markChanged({0, rows.first, picture.width, rows.end - rows.first});
+  }
   // The history of the next picture, which is made from now on. Only after `restart`.
   [[nodiscard]] std::shared_ptr<const RowHistory> nextPicture();
 
  private:
+  PixelSize picture;
   std::shared_ptr<const void> series;
   std::uint64_t number = 0;  // of the last picture
-  std::vector<std::uint64_t> changedBy;
+  ChangeNumbers changedBy;
 };
 
 }  // namespace quorvin

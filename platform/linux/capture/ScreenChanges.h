@@ -1,27 +1,34 @@
 #pragma once
 
+#include <vector>
+
 #include "platform/linux/capture/PixelRegion.h"
 #include "platform/linux/capture/RowSet.h"
 
 namespace quorvin {
 
-// What changed on a display: a region to fetch, and exactly the rows. The region does not tell
-// them, since it may hold much of what lies between two changes.
+// What changed on a display: a region to fetch, and exactly the parts and their rows. The region
+// does not tell them, since it may hold much of what lies between two changes.
 struct ScreenChanges {
   PixelRegion region;
   RowSet rows;
+  std::vector<PixelRect> parts;
 
   void add(const PixelRect& rect) {
+    if (rect.isEmpty()) return;
     region.add(rect);
-    if (!rect.isEmpty()) rows.add({rect.y, rect.bottom()});
+    rows.add({rect.y, rect.bottom()});
+    parts.push_back(rect);
   }
   void add(const ScreenChanges& changes) {
     region.add(changes.region);
     rows.add(changes.rows);
+    parts.insert(parts.end(), changes.parts.begin(), changes.parts.end());
   }
   void clear() {
     region.clear();
     rows.clear();
+    parts.clear();
   }
   [[nodiscard]] bool isEmpty() const { return rows.isEmpty(); }
 };

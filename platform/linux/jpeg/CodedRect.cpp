@@ -1,26 +1,36 @@
-#include "platform/linux/jpeg/CodedRun.h"
+#include "platform/linux/jpeg/CodedRect.h"
 
 #include <new>
 #include <span>
 
+#include "platform/linux/capture/PixelImage.h"
 #include "platform/linux/jpeg/JpegCompression.h"
 #include "platform/linux/jpeg/RestartMarkers.h"
 
 namespace quorvin {
 
-bool CodedRun::code(const CapturedPixelBuffer& picture, const JpegForm& form, RowRange mcuRows) {
+bool CodedRect::code(const CapturedPixelBuffer& picture, const JpegForm& form,
+                     const SegmentRect& rect) {
   try {
-    bounds.assign(static_cast<std::size_t>(mcuRows.end - mcuRows.first) + 1, 0);
+    bounds.assign(static_cast<std::size_t>(rect.count()) + 1, 0);
   } catch (const std::bad_alloc&) {
     return false;
   }
-  const std::span ends = std::span(bounds).subspan(1);
-  const RowRange pixels = pixelRowsOf(mcuRows, form.heightPx);
-  const JpegForm part{form.widthPx, pixels.end - pixels.first, form.quality};
-  const auto offset = static_cast<std::size_t>(pixels.first) * picture.strideBytes();
-  coded = mcuRows;
-  return codeMcuRows(part, picture.data() + offset, picture.strideBytes(), bytes, ends) &&
-         findEnds(bytes.written(), ends);
+  const RowRange rows = pixelRowsOf(rect.mcuRows, form.heightPx);
+  const ColumnRange columns = pixelColumnsOf(rect.first, rect.end, form.widthPx);
+  const JpegForm part{columns.end - columns.first, rows.end - rows.first, form.quality};
+  const auto offset = static_cast<std::size_t>(rows.first) * picture.strideBytes() +
+                      static_cast<std::size_t>(columns.first) * bytesPerPixel;
+  coded = rect;
+  return codeSegments(part, segmentMcus(form.widthPx), picture.data() + offset,
+                      picture.strideBytes(), bytes) &&
+         findEnds(bytes.written(), std::span(bounds).subspan(1));
+}
+
+Segments CodedRect::row(int number) const {
+  const auto across = static_cast<std::size_t>(coded.across());
+  return {bytes.written().data(),
+          std::span(bounds).subspan(static_cast<std::size_t>(number) * across, across + 1)};
 }
 
 }  // namespace quorvin

@@ -10,26 +10,26 @@
 
 namespace quorvin {
 
-// MCU rows that follow each other in a picture, coded in one go: libjpeg needs as long to begin as
-// it does for a tenth of a row of a large screen. Reused from picture to picture. One thread at a
-// time.
-class CodedRun {
+// A rectangle of segments, coded in one go: libjpeg needs as long to begin as it does for a tenth
+// of a row of a large screen. Reused from picture to picture. One thread at a time.
+class CodedRect {
  public:
   // False when memory is exhausted.
   [[nodiscard]] bool code(const CapturedPixelBuffer& picture, const JpegForm& form,
-                          RowRange mcuRows);
+                          const SegmentRect& rect);
 
   // Of the last `code` that came true, and up to the next.
-  [[nodiscard]] RowRange place() const { return coded; }
-  [[nodiscard]] McuRows rows() const { return {bytes.written().data(), bounds}; }
+  [[nodiscard]] const SegmentRect& place() const { return coded; }
+  // The segments of one of its MCU rows, counted from 0.
+  [[nodiscard]] Segments row(int number) const;
 
   [[nodiscard]] std::size_t capacityBytes() const { return bytes.capacityBytes(); }
   void releaseSpare() { static_cast<void>(bytes.setCapacity(bytes.written().size())); }
 
  private:
-  RowRange coded;
+  SegmentRect coded;
   GrowingBytes bytes;
-  std::vector<std::size_t> bounds;  // as in McuRows
+  std::vector<std::size_t> bounds;  // as in Segments
 };
 
 }  // namespace quorvin

@@ -26,9 +26,9 @@ struct Compression {
   jpeg_destination_mgr destination;
   GrowingBytes* into;
   const JpegForm* form;
-  const std::uint8_t* firstRow;
+  int segmentMcus;
+  const std::uint8_t* firstPixel;
   std::size_t strideBytes;
-  std::size_t* marks;
 };
 
 Compression& compressionOf(void* clientData) {
@@ -89,7 +89,7 @@ void setUp(Compression& compression) {
   jpeg_set_defaults(&library);
   jpeg_set_quality(&library, compression.form->quality, TRUE);
   library.dct_method = compression.form->quality >= accurateFromQuality ? JDCT_ISLOW : JDCT_IFAST;
-  library.restart_in_rows = 1;
+  library.restart_interval = static_cast<unsigned>(compression.segmentMcus);
 }
 
 void writeHead(Compression& compression) {
@@ -111,7 +111,7 @@ void writeRow(Compression& compression) {
   const auto count = std::min(static_cast<JDIMENSION>(rows.size()), library.image_height - first);
   for (JDIMENSION i = 0; i < count; ++i) {
     // It only reads them, but was written before there was a const.
-    rows[i] = const_cast<JSAMPROW>(compression.firstRow + (first + i) * compression.strideBytes);
+    rows[i] = const_cast<JSAMPROW>(compression.firstPixel + (first + i) * compression.strideBytes);
   }
   jpeg_write_scanlines(&library, rows.data(), count);
 }
@@ -119,10 +119,8 @@ void writeRow(Compression& compression) {
 void writeRowsOnly(Compression& compression) {
   writeHead(compression);
   writeFrom(compression, 0);
-  for (std::size_t* mark = compression.marks;
-       compression.library.next_scanline < compression.library.image_height; ++mark) {
+  while (compression.library.next_scanline < compression.library.image_height) {
     writeRow(compression);
-    *mark = writtenBytes(compression);
   }
   jpeg_finish_compress(&compression.library);
 }
@@ -154,18 +152,19 @@ bool run(Compression& compression, void (*work)(Compression&)) {
 bool writeJpegHead(const JpegForm& form, GrowingBytes& into) {
   Compression compression{};
   compression.form = &form;
+  compression.segmentMcus = segmentMcus(form.widthPx);
   compression.into = &into;
   return run(compression, writeHeadOnly);
 }
 
-bool codeMcuRows(const JpegForm& form, const std::uint8_t* firstRow, std::size_t strideBytes,
-                 GrowingBytes& into, std::span<std::size_t> marks) {
+bool codeSegments(const JpegForm& part, int segmentMcus, const std::uint8_t* firstPixel,
+                  std::size_t strideBytes, GrowingBytes& into) {
   Compression compression{};
-  compression.form = &form;
+  compression.form = &part;
+  compression.segmentMcus = segmentMcus;
   compression.into = &into;
-  compression.firstRow = firstRow;
+  compression.firstPixel = firstPixel;
   compression.strideBytes = strideBytes;
-  compression.marks = marks.data();
   return run(compression, writeRowsOnly);
 }
 

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "platform/linux/jpeg/JpegCompression.h"
-#include "platform/linux/jpeg/RowPlan.h"
+#include "platform/linux/jpeg/SegmentPlan.h"
 
 namespace quorvin {
 
@@ -19,9 +19,30 @@ constexpr std::size_t threadsMax = 4;
 // So that nobody waits long for the one who got the busiest part of the screen.
 constexpr int piecesPerThread = 2;
 
-int longestPiece(int rows, std::size_t threadCount) {
+int largestPiece(int segments, std::size_t threadCount) {
   const int pieces = static_cast<int>(threadCount) * piecesPerThread;
-  return (rows + pieces - 1) / pieces;
+  return (segments + pieces - 1) / pieces;
+}
+
+// Segments and where the first of them belongs in the file.
+struct Placed {
+  std::size_t first;
+  Segments segments;
+};
+
+// What was coded, in the order of the file.
+std::vector<Placed> inOrder(std::span<const CodedRect> coded, const JpegForm& form) {
+  const int across = segmentsAcross(form.widthPx);
+  std::vector<Placed> placed;
+  for (const auto& rect : coded) {
+    const SegmentRect& place = rect.place();
+    for (int row = 0; row < place.down(); ++row) {
+      const int first = (place.mcuRows.first + row) * across + place.first;
+      placed.push_back({static_cast<std::size_t>(first), rect.row(row)});
+    }
+  }
+  std::ranges::sort(placed, {}, &Placed::first);
+  return placed;
 }
 
 }  // namespace
@@ -47,18 +68,18 @@ std::optional<Data> JpegEncoder::encode(const CapturedPixelBuffer& picture, int 
 
 std::size_t JpegEncoder::keptBytes() const {
   return std::accumulate(
-      runMemory.begin(), runMemory.end(), last ? last->file.bytes.size() : 0,
-      [](std::size_t sum, const CodedRun& run) { return sum + run.capacityBytes(); });
+      rectMemory.begin(), rectMemory.end(), last ? last->file.bytes.size() : 0,
+      [](std::size_t sum, const CodedRect& rect) { return sum + rect.capacityBytes(); });
 }
 
 std::optional<Data> JpegEncoder::encodeChanges(const CapturedPixelBuffer& picture,
                                                const JpegForm& form) {
-  auto runs = changedRuns(picture, form);
-  if (runs.empty()) {
+  auto rects = changedRects(picture, form);
+  if (rects.empty()) {
     last->history = picture.rowHistory();
     return last->file.bytes;
   }
-  if (!code(picture, form, std::move(runs)) || !prepareHead(form)) return {};
+  if (!code(picture, form, std::move(rects)) || !prepareHead(form)) return {};
   auto file = assembleJpeg(head.written(), piecesOf(form), *buffers);
   Data bytes = file.bytes;
   remember(picture, form, std::move(file));
@@ -66,36 +87,34 @@ std::optional<Data> JpegEncoder::encodeChanges(const CapturedPixelBuffer& pictur
   return bytes;
 }
 
-std::vector<RowRange> JpegEncoder::changedRuns(const CapturedPixelBuffer& picture,
-                                               const JpegForm& form) const {
-  if (!last || last->form != form || !picture.rowHistory()) {
-    return {{0, mcuRowsOf(form.heightPx)}};
-  }
-  return changedMcuRows(*picture.rowHistory(), *last->history, form.heightPx);
+std::vector<SegmentRect> JpegEncoder::changedRects(const CapturedPixelBuffer& picture,
+                                                   const JpegForm& form) const {
+  if (!last || last->form != form || !picture.rowHistory()) return {allSegments(form)};
+  return changedSegments(*picture.rowHistory(), *last->history, form);
 }
 
-bool JpegEncoder::isWorthSharing(int mcuRows, const JpegForm& form) const {
-  return threads.count > 1 && mcuRows > 1 &&
-         std::int64_t{mcuRows} * mcuSidePx * form.widthPx >= threads.sharedFromPx;
+bool JpegEncoder::isWorthSharing(int segments, const JpegForm& form) const {
+  const std::int64_t segmentPx = segmentMcus(form.widthPx) * mcuSidePx * mcuSidePx;
+  return threads.count > 1 && segments * segmentPx >= threads.sharedFromPx;
 }
 
 bool JpegEncoder::code(const CapturedPixelBuffer& picture, const JpegForm& form,
-                       std::vector<RowRange> runs) {
-  const int rows = countRows(runs);
-  const bool isShared = isWorthSharing(rows, form);
-  if (isShared) runs = cutRuns(runs, longestPiece(rows, threads.count));
-  if (runMemory.size() < runs.size()) runMemory.resize(runs.size());
-  coded = std::span(runMemory).first(runs.size());
+                       std::vector<SegmentRect> rects) {
+  const int segments = countSegments(rects);
+  const bool isShared = isWorthSharing(segments, form);
+  if (isShared) rects = cutRects(rects, largestPiece(segments, threads.count));
+  if (rectMemory.size() < rects.size()) rectMemory.resize(rects.size());
+  coded = std::span(rectMemory).first(rects.size());
 
   std::atomic<bool> isSound = true;
-  const auto codeRun = [&](std::size_t i) {
-    if (!coded[i].code(picture, form, runs[i])) isSound = false;
+  const auto codeRect = [&](std::size_t i) {
+    if (!coded[i].code(picture, form, rects[i])) isSound = false;
   };
-  if (isShared) {
+  if (isShared && rects.size() > 1) {
     if (!team) team = std::make_unique<WorkerTeam>(threads.count - 1);
-    team->run(runs.size(), codeRun);
+    team->run(rects.size(), codeRect);
   } else {
-    for (std::size_t i = 0; i < runs.size(); ++i) codeRun(i);
+    for (std::size_t i = 0; i < rects.size(); ++i) codeRect(i);
   }
   return isSound;
 }
@@ -108,17 +127,16 @@ bool JpegEncoder::prepareHead(const JpegForm& form) {
   return true;
 }
 
-std::vector<McuRows> JpegEncoder::piecesOf(const JpegForm& form) const {
-  std::vector<McuRows> pieces;
-  int row = 0;
-  for (const auto& run : coded) {
-    const auto [first, end] = run.place();
-    if (row < first) pieces.push_back(last->file.rows(row, first));
-    pieces.push_back(run.rows());
-    row = end;
+std::vector<Segments> JpegEncoder::piecesOf(const JpegForm& form) const {
+  std::vector<Segments> pieces;
+  std::size_t next = 0;
+  for (const auto& [first, segments] : inOrder(coded, form)) {
+    if (next < first) pieces.push_back(last->file.segments(next, first));
+    pieces.push_back(segments);
+    next = first + segments.count();
   }
-  const int rows = mcuRowsOf(form.heightPx);
-  if (row < rows) pieces.push_back(last->file.rows(row, rows));
+  const std::size_t count = segmentCount(form);
+  if (next < count) pieces.push_back(last->file.segments(next, count));
   return pieces;
 }
 
@@ -131,13 +149,13 @@ void JpegEncoder::remember(const CapturedPixelBuffer& picture, const JpegForm& f
 
 void JpegEncoder::forgetCoded() {
   coded = {};
-  runMemory.clear();
+  rectMemory.clear();
 }
 
 void JpegEncoder::trim(std::size_t limitBytes) {
   if (keptBytes() <= (last ? 2 : 1) * limitBytes) return;
-  runMemory.resize(coded.size());
-  for (auto& run : runMemory) run.releaseSpare();
+  rectMemory.resize(coded.size());
+  for (auto& rect : rectMemory) rect.releaseSpare();
 }
 
 }  // namespace quorvin

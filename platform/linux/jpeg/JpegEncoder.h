@@ -9,7 +9,7 @@
 
 #include "platform/Data.h"
 #include "platform/linux/capture/CapturedPixelBuffer.h"
-#include "platform/linux/jpeg/CodedRun.h"
+#include "platform/linux/jpeg/CodedRect.h"
 #include "platform/linux/jpeg/FrameBufferPool.h"
 #include "platform/linux/jpeg/GrowingBytes.h"
 #include "platform/linux/jpeg/JpegFile.h"
@@ -27,14 +27,14 @@ struct JpegThreads {
   [[nodiscard]] static JpegThreads ofThisMachine();
 };
 
-// Writes JPEG files (ITU-T T.81) of the pictures of a screen. Each MCU row is a restart segment,
-// which is decoded without any other, so that the bytes of one that looks as it did in the last
+// Writes JPEG files (ITU-T T.81) of the pictures of a screen. They are cut into restart segments,
+// which are decoded without any other, so that the bytes of one that looks as it did in the last
 // file are taken over from there; only what changed is coded. A file depends on its picture and
 // quality alone, never on what came before.
 //
 // Kept between two pictures are the last file, which its receiver may hold as well, and the memory
-// in which rows were coded: together at most twice the size of the last file, and a few words a
-// row. What waits in the pool for the next file comes on top. One thread at a time.
+// in which segments were coded: together at most twice the size of the last file, and a few words a
+// segment. What waits in the pool for the next file comes on top. One thread at a time.
 class JpegEncoder {
  public:
   explicit JpegEncoder(JpegThreads threads) : threads(threads) {}
@@ -55,13 +55,13 @@ class JpegEncoder {
 
   [[nodiscard]] std::optional<Data> encodeChanges(const CapturedPixelBuffer& picture,
                                                   const JpegForm& form);
-  [[nodiscard]] std::vector<RowRange> changedRuns(const CapturedPixelBuffer& picture,
-                                                  const JpegForm& form) const;
-  [[nodiscard]] bool isWorthSharing(int mcuRows, const JpegForm& form) const;
+  [[nodiscard]] std::vector<SegmentRect> changedRects(const CapturedPixelBuffer& picture,
+                                                      const JpegForm& form) const;
+  [[nodiscard]] bool isWorthSharing(int segments, const JpegForm& form) const;
   [[nodiscard]] bool code(const CapturedPixelBuffer& picture, const JpegForm& form,
-                          std::vector<RowRange> runs);
+                          std::vector<SegmentRect> rects);
   [[nodiscard]] bool prepareHead(const JpegForm& form);
-  [[nodiscard]] std::vector<McuRows> piecesOf(const JpegForm& form) const;
+  [[nodiscard]] std::vector<Segments> piecesOf(const JpegForm& form) const;
   void remember(const CapturedPixelBuffer& picture, const JpegForm& form, JpegFile file);
   void forgetCoded();
   void trim(std::size_t limitBytes);
@@ -71,8 +71,8 @@ class JpegEncoder {
   std::shared_ptr<FrameBufferPool> buffers = std::make_shared<FrameBufferPool>();
   JpegForm headForm;
   GrowingBytes head;
-  std::vector<CodedRun> runMemory;
-  std::span<CodedRun> coded;  // what of it the picture at hand takes
+  std::vector<CodedRect> rectMemory;
+  std::span<CodedRect> coded;  // what of it the picture at hand takes
   std::optional<LastFile> last;
 };
 

@@ -9,7 +9,7 @@ namespace quorvin {
 
 namespace {
 
-std::vector<std::size_t> layOut(std::size_t headBytes, const std::vector<McuRows>& pieces) {
+std::vector<std::size_t> layOut(std::size_t headBytes, const std::vector<Segments>& pieces) {
   std::vector<std::size_t> bounds{headBytes};
   for (const auto& piece : pieces) {
     const std::size_t begin = bounds.back();
@@ -27,13 +27,11 @@ std::uint8_t* append(std::uint8_t* place, const std::uint8_t* bytes, std::size_t
 
 }  // namespace
 
-McuRows JpegFile::rows(int first, int end) const {
-  const auto place = static_cast<std::size_t>(first);
-  const auto count = static_cast<std::size_t>(end - first);
-  return {bytes.data(), std::span(bounds).subspan(place, count + 1)};
+Segments JpegFile::segments(std::size_t first, std::size_t end) const {
+  return {bytes.data(), std::span(bounds).subspan(first, end - first + 1)};
 }
 
-JpegFile assembleJpeg(std::span<const std::uint8_t> head, const std::vector<McuRows>& pieces,
+JpegFile assembleJpeg(std::span<const std::uint8_t> head, const std::vector<Segments>& pieces,
                       FrameBufferPool& buffers) {
   auto bounds = layOut(head.size(), pieces);
   const std::size_t size = bounds.back();
@@ -42,9 +40,9 @@ JpegFile assembleJpeg(std::span<const std::uint8_t> head, const std::vector<McuR
   for (const auto& piece : pieces) {
     place = append(place, piece.origin + piece.bounds.front(), piece.sizeBytes());
   }
-  const std::size_t rows = bounds.size() - 1;
-  for (std::size_t row = 0; row < rows; ++row) {
-    buffer.get()[bounds[row + 1] - 1] = markerBehind(row, rows);
+  const std::size_t count = bounds.size() - 1;
+  for (std::size_t segment = 0; segment < count; ++segment) {
+    buffer.get()[bounds[segment + 1] - 1] = markerBehind(segment, count);
   }
   return {Data(buffer, std::span<const std::uint8_t>(buffer.get(), size)), std::move(bounds)};
 }

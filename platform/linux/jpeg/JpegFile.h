@@ -10,28 +10,28 @@
 
 namespace quorvin {
 
-// MCU rows that follow each other in memory, each with the marker behind it. Row i is what lies
+// Segments that follow each other in memory, each with the marker behind it. Segment i is what lies
 // from `bounds[i]` up to `bounds[i + 1]`, counted from `origin`.
-struct McuRows {
+struct Segments {
   const std::uint8_t* origin = nullptr;
   std::span<const std::size_t> bounds;
 
+  [[nodiscard]] std::size_t count() const { return bounds.size() - 1; }
   [[nodiscard]] std::size_t sizeBytes() const { return bounds.back() - bounds.front(); }
 };
 
-// A finished file, and where in it each MCU row begins; the last entry is where it ends.
+// A finished file, and where in it each segment begins; the last entry is where it ends.
 struct JpegFile {
   Data bytes;
   std::vector<std::size_t> bounds;
 
   // From `first` up to `end` - 1.
-  [[nodiscard]] McuRows rows(int first, int end) const;
+  [[nodiscard]] Segments segments(std::size_t first, std::size_t end) const;
 };
 
-// Puts a file together out of all its MCU rows, from top to bottom. Restart markers depend on
-// nothing but the row's place in the file and are written as that wants them. Throws
-// std::bad_alloc.
+// Puts a file together out of all its segments, in their order. Restart markers depend on nothing
+// but the segment's place in the file and are written as that wants them. Throws std::bad_alloc.
 [[nodiscard]] JpegFile assembleJpeg(std::span<const std::uint8_t> head,
-                                    const std::vector<McuRows>& pieces, FrameBufferPool& buffers);
+                                    const std::vector<Segments>& pieces, FrameBufferPool& buffers);
 
 }  // namespace quorvin

@@ -1,30 +1,45 @@
 #include "platform/linux/jpeg/RestartMarkers.h"
 
-#include <algorithm>
-
 namespace quorvin {
 
 namespace {
 
 constexpr std::uint8_t prefix = 0xFF;
 
-// Behind the next marker; beyond the end when there is none.
+constexpr std::size_t blockBytes = 64;
+
+bool isMarker(const std::uint8_t* place) {
+  return place[0] == prefix && place[1] != 0;
+}
+
+// Without a way out of the loop the compiler looks at many bytes at once; every hundredth byte is
+// an FF, and hardly any is that of a marker.
+bool hasMarker(const std::uint8_t* block) {
+  unsigned found = 0;
+  for (std::size_t i = 0; i < blockBytes; ++i) {
+    found |= static_cast<unsigned>(block[i] == prefix) & static_cast<unsigned>(block[i + 1] != 0);
+  }
+  return found != 0;
+}
+
+// Behind the next marker; 0 when there is none.
 std::size_t behindMarker(std::span<const std::uint8_t> coded, std::size_t from) {
   std::size_t place = from;
-  while (place + 1 < coded.size() && (coded[place] != prefix || coded[place + 1] == 0)) ++place;
-  return place + markerBytes;
+  while (place + blockBytes < coded.size() && !hasMarker(coded.data() + place)) place += blockBytes;
+  while (place + 1 < coded.size() && !isMarker(coded.data() + place)) ++place;
+  return place + 1 < coded.size() ? place + markerBytes : 0;
 }
 
 }  // namespace
 
-bool findEnds(std::span<const std::uint8_t> coded, std::span<std::size_t> marks) {
-  std::size_t end = 0;
-  for (std::size_t row = 0; row < marks.size(); ++row) {
-    end = behindMarker(coded, std::max(end, marks[row]));
-    if (end > coded.size() || coded[end - 1] != markerBehind(row, marks.size())) return false;
-    marks[row] = end;
+bool findEnds(std::span<const std::uint8_t> coded, std::span<std::size_t> ends) {
+  std::size_t place = 0;
+  for (std::size_t segment = 0; segment < ends.size(); ++segment) {
+    place = behindMarker(coded, place);
+    if (place == 0 || coded[place - 1] != markerBehind(segment, ends.size())) return false;
+    ends[segment] = place;
   }
-  return end == coded.size();
+  return place == coded.size();
 }
 
 }  // namespace quorvin

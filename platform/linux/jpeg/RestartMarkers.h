@@ -10,18 +10,17 @@ namespace quorvin {
 // has a 00 behind it, so that the markers in it are found without decoding anything.
 inline constexpr std::size_t markerBytes = 2;
 
-// The second byte of what stands behind an MCU row of a file that has `mcuRows` of them: one of
+// The second byte of what stands behind a segment of a file that has `segments` of them: one of
 // eight restart markers in turn, or EOI.
-[[nodiscard]] constexpr std::uint8_t markerBehind(std::size_t mcuRow, std::size_t mcuRows) {
+[[nodiscard]] constexpr std::uint8_t markerBehind(std::size_t segment, std::size_t segments) {
   constexpr std::uint8_t firstRestart = 0xD0;
   constexpr std::uint8_t endOfImage = 0xD9;
-  if (mcuRow + 1 == mcuRows) return endOfImage;
-  return static_cast<std::uint8_t>(firstRestart + mcuRow % 8);
+  if (segment + 1 == segments) return endOfImage;
+  return static_cast<std::uint8_t>(firstRestart + segment % 8);
 }
 
-// Where MCU rows end, each with the marker behind it, when row i ends with the first marker from
-// `marks[i]` on. They take the place of the marks. False when what is found are not just the
-// markers of so many rows.
-[[nodiscard]] bool findEnds(std::span<const std::uint8_t> coded, std::span<std::size_t> marks);
+// Where so many segments end, each with the marker behind it. False when what is found are not just
+// their markers.
+[[nodiscard]] bool findEnds(std::span<const std::uint8_t> coded, std::span<std::size_t> ends);
 
 }  // namespace quorvin

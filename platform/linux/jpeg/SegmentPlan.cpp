@@ -1,35 +1,73 @@
-#include "platform/linux/jpeg/RowPlan.h"
+#include "platform/linux/jpeg/SegmentPlan.h"
 
+#include <algorithm>
 #include <numeric>
-
-#include "platform/linux/jpeg/JpegForm.h"
 
 namespace quorvin {
 
-std::vector<RowRange> changedMcuRows(const RowHistory& picture, const RowHistory& earlier,
-                                     int heightPx) {
-  std::vector<RowRange> runs;
-  const int rows = mcuRowsOf(heightPx);
-  for (int row = 0; row < rows; ++row) {
-    if (!picture.changedSince(earlier, pixelRowsOf({row, row + 1}, heightPx))) continue;
-    if (runs.empty() || runs.back().end != row) runs.push_back({row, row});
-    runs.back().end = row + 1;
+namespace {
+
+// The changed segments of one MCU row, as rectangles of its height.
+std::vector<SegmentRect> changedInRow(const RowHistory& picture, const RowHistory& earlier,
+                                      const JpegForm& form, int row) {
+  std::vector<SegmentRect> rects;
+  const RowRange mcuRows{row, row + 1};
+  const RowRange pixels = pixelRowsOf(mcuRows, form.heightPx);
+  if (!picture.changedSince(earlier, pixels)) return rects;
+  for (int i = 0; i < segmentsAcross(form.widthPx); ++i) {
+    if (!picture.changedSince(earlier, pixels, pixelColumnsOf(i, i + 1, form.widthPx))) continue;
+    if (rects.empty() || rects.back().end != i) rects.push_back({mcuRows, i, i});
+    rects.back().end = i + 1;
   }
-  return runs;
+  return rects;
 }
 
-int countRows(const std::vector<RowRange>& runs) {
-  return std::accumulate(runs.begin(), runs.end(), 0,
-                         [](int sum, const RowRange& run) { return sum + run.end - run.first; });
+// Adds what is below one of the rectangles to it.
+void addRow(std::vector<SegmentRect>& rects, const std::vector<SegmentRect>& row) {
+  const std::size_t above = rects.size();
+  for (const auto& added : row) {
+    const auto end = rects.begin() + static_cast<std::ptrdiff_t>(above);
+    const auto same = std::find_if(rects.begin(), end, [&added](const SegmentRect& rect) {
+      return rect.mcuRows.end == added.mcuRows.first && rect.first == added.first &&
+             rect.end == added.end;
+    });
+    if (same != end) {
+      same->mcuRows.end = added.mcuRows.end;
+    } else {
+      rects.push_back(added);
+    }
+  }
 }
 
-std::vector<RowRange> cutRuns(const std::vector<RowRange>& runs, int longest) {
-  std::vector<RowRange> pieces;
-  for (const auto& run : runs) {
-    const int rows = run.end - run.first;
-    const int count = (rows + longest - 1) / longest;
+}  // namespace
+
+std::vector<SegmentRect> changedSegments(const RowHistory& picture, const RowHistory& earlier,
+                                         const JpegForm& form) {
+  std::vector<SegmentRect> rects;
+  for (int row = 0; row < mcuRowsOf(form.heightPx); ++row) {
+    addRow(rects, changedInRow(picture, earlier, form, row));
+  }
+  return rects;
+}
+
+SegmentRect allSegments(const JpegForm& form) {
+  return {{0, mcuRowsOf(form.heightPx)}, 0, segmentsAcross(form.widthPx)};
+}
+
+int countSegments(const std::vector<SegmentRect>& rects) {
+  return std::accumulate(rects.begin(), rects.end(), 0,
+                         [](int sum, const SegmentRect& rect) { return sum + rect.count(); });
+}
+
+std::vector<SegmentRect> cutRects(const std::vector<SegmentRect>& rects, int most) {
+  std::vector<SegmentRect> pieces;
+  for (const auto& rect : rects) {
+    const int rows = rect.down();
+    const int count = std::min(rows, (rect.count() + most - 1) / most);
     for (int i = 0; i < count; ++i) {
-      pieces.push_back({run.first + rows * i / count, run.first + rows * (i + 1) / count});
+      const int top = rect.mcuRows.first;
+      pieces.push_back(
+          {{top + rows * i / count, top + rows * (i + 1) / count}, rect.first, rect.end});
     }
   }
   return pieces;

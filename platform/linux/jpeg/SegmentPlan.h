@@ -3,17 +3,22 @@
 #include <vector>
 
 #include "platform/linux/capture/RowHistory.h"
+#include "platform/linux/jpeg/JpegForm.h"
 
 namespace quorvin {
 
-// The MCU rows of a picture of that height in which a pixel may differ from the earlier picture of
-// the same height, as runs from top to bottom.
-[[nodiscard]] std::vector<RowRange> changedMcuRows(const RowHistory& picture,
-                                                   const RowHistory& earlier, int heightPx);
+// The segments of a picture of that form in which a pixel may differ from the earlier picture of
+// the same form, as rectangles from top to bottom that have no segment in common.
+[[nodiscard]] std::vector<SegmentRect> changedSegments(const RowHistory& picture,
+                                                       const RowHistory& earlier,
+                                                       const JpegForm& form);
 
-[[nodiscard]] int countRows(const std::vector<RowRange>& runs);
+[[nodiscard]] SegmentRect allSegments(const JpegForm& form);
 
-// The same rows in the same order, with runs longer than that cut into equal pieces.
-[[nodiscard]] std::vector<RowRange> cutRuns(const std::vector<RowRange>& runs, int longest);
+[[nodiscard]] int countSegments(const std::vector<SegmentRect>& rects);
+
+// The same segments, with rectangles that hold more than so many cut into pieces of whole rows of
+// about the same height.
+[[nodiscard]] std::vector<SegmentRect> cutRects(const std::vector<SegmentRect>& rects, int most);
 
 }  // namespace quorvin

@@ -165,6 +165,45 @@ TEST_P(PictureRowsTest, AHalvedChangeMarksNoMoreThanItsRows) {
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{50, 52}}));
 }
 
+// Where the server tells of changes, it is known where in its rows one is.
+TEST(PictureTiles, AChangeMarksTheTilesItReaches) {
+  SessionStand stand;
+  stand.painter.fillAll(amber);
+  stand.start();
+  const auto before = stand.nextPicture();
+  stand.painter.fill({100, 100, 7, 5}, blue);
+  stand.painter.fill({250, 200, 10, 5}, blue);
+  const auto after = stand.nextPicture();
+  ASSERT_TRUE(before && after);
+  const auto& history = *after->rowHistory();
+  const auto& earlier = *before->rowHistory();
+  EXPECT_FALSE(history.changedSince(earlier, {100, 105}, {0, 96}));
+  EXPECT_TRUE(history.changedSince(earlier, {100, 105}, {96, 112}));
+  EXPECT_FALSE(history.changedSince(earlier, {100, 105}, {112, 320}));
+  EXPECT_FALSE(history.changedSince(earlier, {200, 205}, {0, 240}));
+  EXPECT_TRUE(history.changedSince(earlier, {200, 205}, {240, 256}));
+  EXPECT_TRUE(history.changedSince(earlier, {200, 205}, {256, 272}));
+  EXPECT_FALSE(history.changedSince(earlier, {200, 205}, {272, 320}));
+}
+
+TEST(PictureTiles, AMoveOfThePointerMarksTheTilesItLeavesAndReaches) {
+  SessionStand stand;
+  stand.painter.fillAll(amber);
+  stand.painter.setCursor(16, green, 8);
+  stand.painter.movePointer(104, 50);
+  stand.start(withCursor());
+  const auto before = stand.nextPicture();
+  stand.painter.movePointer(300, 50);
+  const auto after = stand.nextPicture();
+  ASSERT_TRUE(before && after);
+  const auto& history = *after->rowHistory();
+  const auto& earlier = *before->rowHistory();
+  EXPECT_FALSE(history.changedSince(earlier, {42, 58}, {0, 96}));
+  EXPECT_TRUE(history.changedSince(earlier, {42, 58}, {96, 112}));
+  EXPECT_FALSE(history.changedSince(earlier, {42, 58}, {112, 288}));
+  EXPECT_TRUE(history.changedSince(earlier, {42, 58}, {288, 320}));
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Servers, PictureRowsTest,
     testing::Values(std::vector<std::string>{}, std::vector<std::string>{"-extension", "MIT-SHM"},

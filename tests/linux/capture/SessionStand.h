@@ -47,15 +47,15 @@ class SessionStand {
 struct PictureCopy {
   explicit PictureCopy(const CapturedPixelBuffer& picture);
 
-  // Whether a row looks the same on both.
-  [[nodiscard]] bool hasRowOf(const PictureCopy& other, int row) const;
+  // Whether a part of a row looks the same on both.
+  [[nodiscard]] bool hasPixelsOf(const PictureCopy& other, int row, ColumnRange columns) const;
 
   PixelSize size;
   std::vector<std::uint32_t> pixels;  // 0xRRGGBB, rows from the top
   std::shared_ptr<const RowHistory> history;
 };
 
-// True when the rows that may not differ do not, and both are pictures of one series.
+// True when what may not differ does not, by rows and by tiles.
 [[nodiscard]] testing::AssertionResult agreeWhereUnchanged(const PictureCopy& earlier,
                                                            const PictureCopy& later);
 // True when they are the same all over.

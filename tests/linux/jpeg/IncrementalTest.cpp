@@ -49,21 +49,27 @@ class Life {
     if (chance(30)) screen.restartSeries();
     if (chance(12)) quality = chance(2) ? 72 : anyQuality();
     if (chance(10)) screen.markUnchanged(anyRows());
+    if (chance(10)) screen.markUnchanged(anyArea());
     for (std::size_t count = below(4); count > 0; --count) draw();
   }
 
   void draw() {
     const auto colour = static_cast<std::uint32_t>(random());
-    switch (below(5)) {
+    switch (below(6)) {
       case 0:
         return screen.fillRows(anyRows(), colour);
       case 1:
         return screen.drawNoise(anyRows(), random);
       case 2:
         return screen.drawDesktop(anyRows(), colour);
-      default:  // the most frequent and the least: a caret
-        return screen.setPixel(static_cast<int>(below(asSize(screen.size().width))),
-                               static_cast<int>(below(asSize(screen.size().height))), colour);
+      case 3:
+        return screen.fill(anyArea(), colour);
+      default: {  // the most frequent and the least: a caret
+        auto caret = anyArea();
+        caret.width = 1;
+        caret.height = 1;
+        return screen.fill(caret, colour);
+      }
     }
   }
 
@@ -80,9 +86,12 @@ class Life {
     return {};
   }
 
-  // Small mostly, so that there can be many, and as often as not of whole MCU rows.
+  // Small mostly, so that there can be many, wide enough for several segments side by side now and
+  // then, and as often as not of whole MCU rows.
   PixelSize anySize() {
-    const int width = 1 + static_cast<int>(below(chance(20) ? 400 : 50));
+    const int width = chance(3)
+                          ? 128 * (2 + static_cast<int>(below(3))) - static_cast<int>(below(16))
+                          : 1 + static_cast<int>(below(chance(20) ? 400 : 50));
     const int height = 1 + static_cast<int>(below(chance(20) ? 600 : 140));
     return {width, chance(3) ? (height + 15) / 16 * 16 : height};
   }
@@ -92,6 +101,14 @@ class Life {
     const auto first = below(height);
     const auto most = chance(4) ? height - first : std::min<std::size_t>(height - first, 5);
     return {static_cast<int>(first), static_cast<int>(first + 1 + below(most))};
+  }
+
+  PixelRect anyArea() {
+    const RowRange rows = anyRows();
+    const auto width = asSize(screen.size().width);
+    const auto left = below(width);
+    return {static_cast<int>(left), rows.first, static_cast<int>(1 + below(width - left)),
+            rows.end - rows.first};
   }
 
   static std::size_t asSize(int number) { return static_cast<std::size_t>(number); }

@@ -45,12 +45,24 @@ TEST_F(JpegEncoderTest, LooksAtNoRowThatDidNotChange) {
   screen.changeSecretly({0, size.height}, 0);
   EXPECT_EQ(encodeNext(), first);
 
-  screen.markUnchanged({50, 51});
+  screen.markUnchanged(RowRange{50, 51});
   const auto lookedAtOne = encodeNext();
   EXPECT_NE(lookedAtOne, first);
   EXPECT_NE(lookedAtOne, freshFile(screen.nextPicture()));
-  screen.markUnchanged({0, size.height});
+  screen.markUnchanged(RowRange{0, size.height});
   EXPECT_EQ(encodeNext(), freshFile(screen.nextPicture()));
+}
+
+TEST_F(JpegEncoderTest, LooksAtNoSegmentThatDidNotChange) {
+  screen.resize({1920, 32});
+  screen.drawNoise({0, 32}, random);
+  const auto first = encodeNext();
+  screen.changeSecretly({0, 32}, 0);
+  screen.markUnchanged(PixelRect{500, 3, 10, 10});
+  const auto segment = encodeNext();
+  // Of noise little is left where it has gone.
+  EXPECT_LT(segment.size(), first.size() * 31 / 32);
+  EXPECT_GT(segment.size(), first.size() * 29 / 32);
 }
 
 TEST_F(JpegEncoderTest, TakesAnEarlierPictureForWhatItIs) {

@@ -101,19 +101,22 @@ INSTANTIATE_TEST_SUITE_P(Sizes, JpegOfSize,
                          testing::Values(PixelSize{1, 1}, PixelSize{1, 200}, PixelSize{200, 1},
                                          PixelSize{16, 16}, PixelSize{17, 17}, PixelSize{15, 33},
                                          PixelSize{33, 160}, PixelSize{640, 481},
+                                         PixelSize{1366, 40}, PixelSize{1915, 50},
                                          PixelSize{65'500, 1}, PixelSize{1, 65'500}));
 
-TEST_P(JpegOfSize, HasARestartMarkerBehindEachMcuRowButTheLast) {
+TEST_P(JpegOfSize, HasARestartMarkerBehindEachSegmentButTheLast) {
   const Anatomy file(encode(encoder, screen.nextPicture(), 72));
   const auto [width, height] = GetParam();
-  const auto rows = static_cast<std::size_t>((height + 15) / 16);
+  const int mcus = (width + 15) / 16;
+  ASSERT_GT(file.restartMcus, 0);
+  EXPECT_EQ(mcus % file.restartMcus, 0);
+  const auto segments = static_cast<std::size_t>((height + 15) / 16 * (mcus / file.restartMcus));
   Bytes expected;
-  for (std::size_t row = 0; row + 1 < rows; ++row) {
-    expected.push_back(static_cast<std::uint8_t>(0xD0 + row % 8));
+  for (std::size_t segment = 0; segment + 1 < segments; ++segment) {
+    expected.push_back(static_cast<std::uint8_t>(0xD0 + segment % 8));
   }
   expected.push_back(endOfImage);
   EXPECT_EQ(file.markersInScan, expected);
-  EXPECT_EQ(file.restartMcus, (width + 15) / 16);
 }
 
 TEST_P(JpegOfSize, IsABaselineFileOfThatSizeWithNothingBehindItsEnd) {
@@ -135,8 +138,10 @@ TEST_P(JpegOfSize, IsReadByOthersAsTurboJpegsFileIs) {
 
 TEST_P(JpegOfSize, IsReadByOthersAlsoWhenItIsPutTogetherOfKeptRows) {
   for (std::uint32_t step = 0; step < 6; ++step) {
-    const int y = static_cast<int>(step * 31) % GetParam().height;
-    screen.fillRows({y, std::min(y + 20, GetParam().height)}, 0xA03050 + step * 999);
+    const auto [width, height] = GetParam();
+    const int x = static_cast<int>(step * 311) % width;
+    const int y = static_cast<int>(step * 31) % height;
+    screen.fill(intersectionOf({x, y, 300, 20}, wholeOf(GetParam())), 0xA03050 + step * 999);
     const auto picture = screen.nextPicture();
     const auto file = encode(encoder, picture, 72);
     const auto whole = encodeWithTurboJpeg(*picture, 72);

@@ -50,9 +50,9 @@ void TestScreen::drawDesktop(RowRange rows, std::uint32_t seed) {
   tracker.markChanged(rows);
 }
 
-void TestScreen::setPixel(int x, int y, std::uint32_t colour) {
-  row(y)[x] = colour;
-  tracker.markChanged({y, y + 1});
+void TestScreen::fill(const PixelRect& area, std::uint32_t colour) {
+  for (int y = area.y; y < area.bottom(); ++y) std::fill_n(row(y) + area.x, area.width, colour);
+  tracker.markChanged(area);
 }
 
 TestPicture TestScreen::nextPicture() {

@@ -22,15 +22,16 @@ class TestScreen {
   // A new series of pictures; the screen is black.
   void resize(PixelSize newSize);
   // A new series of pictures of what is there.
-  void restartSeries() { tracker.restart(extent.height); }
+  void restartSeries() { tracker.restart(extent); }
 
-  // Each marks the rows that it draws on.
+  // Each marks what it draws on.
   void fillRows(RowRange rows, std::uint32_t colour);
   void drawNoise(RowRange rows, std::mt19937& random);
   void drawDesktop(RowRange rows, std::uint32_t seed);
-  void setPixel(int x, int y, std::uint32_t colour);
-  // Says that rows changed that did not.
+  void fill(const PixelRect& area, std::uint32_t colour);
+  // Says that something changed that did not.
   void markUnchanged(RowRange rows) { tracker.markChanged(rows); }
+  void markUnchanged(const PixelRect& area) { tracker.markChanged(area); }
 
   // Says nothing of rows that did.
   void changeSecretly(RowRange rows, std::uint32_t colour);
