@@ -41,7 +41,9 @@ std::vector<std::string> HostStand::environment() const {
           withSuppressions("LSAN_OPTIONS",
                            "print_suppressions=0:suppressions=" QUORVIN_LSAN_SUPPRESSIONS),
           // What the sanitizer keeps back of freed memory would count as the host's.
-          withSuppressions("ASAN_OPTIONS", "fast_unwind_on_malloc=0:quarantine_size_mb=4")};
+          withSuppressions("ASAN_OPTIONS",
+                           "fast_unwind_on_malloc=0:quarantine_size_mb=4:"
+                           "allocator_release_to_os_interval_ms=100")};
 }
 
 std::unique_ptr<HostProcess> HostStand::startHost(FileDescriptor link,
