@@ -33,8 +33,10 @@ constexpr int journal = STDIN_FILENO;
 constexpr std::size_t messageBytesMax = 4096;
 
 // What the host has asked of the server last may still be on its way when the host is gone. Where
-// it cannot be seen among the server's clients, nobody knows for how long.
-constexpr int looksAtAnUnseenHost = 6;
+// the server does not know the processes of its clients, nobody knows for how long.
+constexpr int looksWithoutKnowing = 6;
+// A connection of the host's that stays is one that another process shares.
+constexpr int looksBeforeTheConnectionEnds = 20;
 constexpr int looksAtMost = 500;
 constexpr auto timeBetweenLooks = std::chrono::milliseconds(10);
 
@@ -71,36 +73,30 @@ bool takeMessages(HeldInput& held) {
   }
 }
 
-struct End {
-  HeldInput held;
-  // Whether the host was seen among the server's clients while it lived.
-  bool wasSeen = false;
-};
-
 // Returns what is held at the host's end, or nothing when the display has ended before.
-End waitForEnd(InputDisplay& display, pid_t host) {
-  End end;
+HeldInput waitForEnd(InputDisplay& display) {
+  HeldInput held;
   std::array<pollfd, 2> sources{{{.fd = journal, .events = POLLIN, .revents = 0},
                                  {.fd = display.descriptor(), .events = POLLIN, .revents = 0}}};
-  while (takeMessages(end.held)) {
-    if (!end.wasSeen && !end.held.isEmpty()) end.wasSeen = display.hasClient(host);
+  while (takeMessages(held)) {
     display.discardEvents();
     if (display.isBroken()) return {};
     ::poll(sources.data(), sources.size(), -1);
   }
-  return end;
+  return held;
 }
 
-// Ends as soon as it can: the next host may be there already, and press the same keys.
-void undo(InputDisplay& display, const End& end, pid_t host) {
-  const int looksAtLeast = end.wasSeen ? 1 : looksAtAnUnseenHost;
+// Releases once, when nothing of the host's can come any more: the next host may be there already
+// and press the same keys.
+void undo(InputDisplay& display, const HeldInput& held, pid_t host) {
+  const int looksAtLeast = display.hasClient(::getpid()) ? 1 : looksWithoutKnowing;
   for (int look = 1; look <= looksAtMost && !display.isBroken(); ++look) {
-    const bool isSettled = look >= looksAtLeast && !display.hasClient(host);
-    display.release(end.held);
-    if (isSettled) break;
+    const bool isGone = !display.hasClient(host);
+    if (isGone || look > looksBeforeTheConnectionEnds) display.release(held);
+    if (isGone && look >= looksAtLeast) break;
     std::this_thread::sleep_for(timeBetweenLooks);
   }
-  display.unbind(end.held.boundKeys);
+  display.unbind(held.boundKeys);
 }
 
 }  // namespace
@@ -111,8 +107,8 @@ int main() {
     const auto host = hostProcess();
     InputDisplay display;
     sayReady();
-    const auto end = waitForEnd(display, host);
-    if (!end.held.isEmpty()) undo(display, end, host);
+    const auto held = waitForEnd(display);
+    if (!held.isEmpty()) undo(display, held, host);
     return 0;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "quorvin-input-guardian: %s\n", error.what());
