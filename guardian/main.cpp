@@ -32,11 +32,8 @@ constexpr int journal = STDIN_FILENO;
 // Everything that can be held at once fits in.
 constexpr std::size_t messageBytesMax = 4096;
 
-// What the host has asked of the server last may still be on its way when the host is gone. Where
-// the server does not know the processes of its clients, nobody knows for how long.
-constexpr int looksWithoutKnowing = 6;
-// A connection of the host's that stays is one that another process shares.
-constexpr int looksBeforeTheConnectionEnds = 20;
+// What the host has asked of the server last may still be on its way when the host is gone.
+constexpr int looksAtLeast = 5;
 constexpr int looksAtMost = 500;
 constexpr auto timeBetweenLooks = std::chrono::milliseconds(10);
 
@@ -86,14 +83,11 @@ HeldInput waitForEnd(InputDisplay& display) {
   return held;
 }
 
-// Releases once, when nothing of the host's can come any more: the next host may be there already
-// and press the same keys.
 void undo(InputDisplay& display, const HeldInput& held, pid_t host) {
-  const int looksAtLeast = display.hasClient(::getpid()) ? 1 : looksWithoutKnowing;
-  for (int look = 1; look <= looksAtMost && !display.isBroken(); ++look) {
-    const bool isGone = !display.hasClient(host);
-    if (isGone || look > looksBeforeTheConnectionEnds) display.release(held);
-    if (isGone && look >= looksAtLeast) break;
+  for (int look = 0; look < looksAtMost && !display.isBroken(); ++look) {
+    const bool isSettled = look >= looksAtLeast && !display.hasClient(host);
+    display.release(held);
+    if (isSettled) break;
     std::this_thread::sleep_for(timeBetweenLooks);
   }
   display.unbind(held.boundKeys);

@@ -51,21 +51,6 @@ TEST_F(Guardian, ReleasesWhatIsHeldHoweverTheHostEnds) {
   }
 }
 
-// Which may have been started right after the end of the last one.
-TEST_F(Guardian, LeavesThePressesOfTheNextHostAlone) {
-  for (int round = 0; round < 5; ++round) {
-    DyingHost host(server.display(), pressButtonShiftAndLetter);
-    ASSERT_TRUE(probe.waitFor(buttonShiftAndLetter));
-    host.end(SIGKILL);
-    ASSERT_TRUE(probe.waitFor(nothing));
-    probe.pressKey(letter);
-    EXPECT_TRUE(host.allAreGone());
-    EXPECT_EQ(probe.pressed(), (ScreenInput::Pressed{.buttons = {}, .keys = {letter}})) << round;
-    probe.releaseKey(letter);
-    ASSERT_TRUE(probe.waitFor(nothing));
-  }
-}
-
 TEST_F(Guardian, IsNotReachedBySignalsToTheHostsGroup) {
   DyingHost host(server.display(), pressButtonShiftAndLetter);
   ASSERT_TRUE(probe.waitFor(buttonShiftAndLetter));
