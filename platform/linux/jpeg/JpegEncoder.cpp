@@ -94,7 +94,7 @@ std::vector<SegmentRect> JpegEncoder::changedRects(const CapturedPixelBuffer& pi
 }
 
 bool JpegEncoder::isWorthSharing(int segments, const JpegForm& form) const {
-  const std::int64_t segmentPx = segmentMcus(form.widthPx) * mcuSidePx * mcuSidePx;
+  const std::int64_t segmentPx = std::int64_t{segmentMcus(form.widthPx)} * mcuSidePx * mcuSidePx;
   return threads.count > 1 && segments * segmentPx >= threads.sharedFromPx;
 }
 
