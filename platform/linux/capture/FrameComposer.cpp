@@ -81,7 +81,8 @@ void FrameComposer::noteChanges(const ScreenChanges& changes) {
   if (changes.isEmpty()) return;
   outOfDate = true;
   if (copy) {
-    copy->stale.add(changes);
+    copy->stale.region.add(changes.region);
+    copy->stale.rows.add(changes.rows);
   } else {
     pool.markStale(changes.region);
     markChanged(changes.parts);

@@ -20,11 +20,6 @@ struct ScreenChanges {
     rows.add({rect.y, rect.bottom()});
     parts.push_back(rect);
   }
-  void add(const ScreenChanges& changes) {
-    region.add(changes.region);
-    rows.add(changes.rows);
-    parts.insert(parts.end(), changes.parts.begin(), changes.parts.end());
-  }
   void clear() {
     region.clear();
     rows.clear();

@@ -39,6 +39,20 @@ TEST(RestartMarkers, StartAgainAfterTheEighth) {
   EXPECT_EQ(markerBehind(19, 20), 0xD9);
 }
 
+TEST(RestartMarkers, AreFoundWhereverTheyLieInLongData) {
+  for (std::size_t first = 0; first < 150; ++first) {
+    for (const std::size_t second : {std::size_t{1}, std::size_t{62}, std::size_t{63}}) {
+      Bytes coded(first, 0xFF);
+      for (std::size_t i = 1; i < first; i += 2) coded[i] = 0;  // as coded data has them
+      if (first % 2 == 1) coded.back() = 7;
+      coded.insert(coded.end(), {0xFF, 0xD0});
+      coded.insert(coded.end(), second, 7);
+      coded.insert(coded.end(), {0xFF, 0xD9});
+      EXPECT_EQ(endsIn(coded, 2), (Places{first + 2, first + second + 4})) << first;
+    }
+  }
+}
+
 TEST(RestartMarkers, AreRefusedWhenTheyAreNotThoseOfSoManySegments) {
   const Bytes coded{1, 0xFF, 0xD0, 2, 0xFF, 0xD9};
   EXPECT_EQ(endsIn(coded, 2), (Places{3, 6}));
