@@ -1,5 +1,6 @@
 #include "guardian/InputDisplay.h"
 
+#include <unistd.h>
 #include <xcb/res.h>
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
@@ -57,6 +58,11 @@ InputDisplay::InputDisplay() : connection(xcb_connect(nullptr, nullptr)) {
 void InputDisplay::discardEvents() {
   while (const std::unique_ptr<xcb_generic_event_t, Free> event{xcb_poll_for_event(get())}) {
   }
+}
+
+bool InputDisplay::tellsProcesses() {
+  const auto* extension = xcb_get_extension_data(get(), &xcb_res_id);
+  return extension != nullptr && extension->present != 0 && hasClient(::getpid());
 }
 
 bool InputDisplay::hasClient(pid_t process) {

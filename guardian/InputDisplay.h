@@ -23,8 +23,11 @@ class InputDisplay {
   // The server tells every client when the meaning of keys changes, asked or not.
   void discardEvents();
 
+  // Whether the server knows which processes on this machine are connected.
+  [[nodiscard]] bool tellsProcesses();
   // Whether a program on this machine with that process id is connected. When it no longer is, the
-  // server has carried out everything that it was ever asked by it.
+  // server has carried out everything that it was ever asked by it. To be asked of a server that
+  // tells processes: one without the X-Resource extension would count as broken from then on.
   [[nodiscard]] bool hasClient(pid_t process);
 
   // Releases those of the buttons, and then of the keys, that synthetic input holds. Others must be

@@ -32,10 +32,12 @@ constexpr int journal = STDIN_FILENO;
 // Everything that can be held at once fits in.
 constexpr std::size_t messageBytesMax = 4096;
 
-// What the host has asked of the server last may still be on its way when the host is gone.
-constexpr int looksAtLeast = 5;
-constexpr int looksAtMost = 500;
+// What the host has asked of the server last may still be on its way when the host is gone. Where
+// the server does not tell the processes of its clients, nobody knows for how long.
+constexpr auto timeWithoutKnowing = std::chrono::milliseconds(50);
 constexpr auto timeBetweenLooks = std::chrono::milliseconds(10);
+// A connection of the host's that stays for longer is one that another process shares.
+constexpr int looksAtMost = 100;
 
 // Whoever ends a group of processes ends this one too early: the host may need it until its very
 // end, which is this program's end as well.
@@ -63,7 +65,9 @@ bool takeMessages(HeldInput& held) {
   std::array<std::uint8_t, messageBytesMax> message{};
   for (;;) {
     const auto size = ::recv(journal, message.data(), message.size(), MSG_DONTWAIT);
-    if (size < 0 && errno == EINTR) continue;
+    // A host that ended before it read that this program is ready counts as a reset connection.
+    // That is said once, and before the messages that it has left.
+    if (size < 0 && (errno == EINTR || errno == ECONNRESET)) continue;
     if (size < 0) return errno == EAGAIN || errno == EWOULDBLOCK;
     if (size == 0) return false;
     held.note(std::span(message).first(static_cast<std::size_t>(size)));
@@ -83,13 +87,18 @@ HeldInput waitForEnd(InputDisplay& display) {
   return held;
 }
 
-void undo(InputDisplay& display, const HeldInput& held, pid_t host) {
-  for (int look = 0; look < looksAtMost && !display.isBroken(); ++look) {
-    const bool isSettled = look >= looksAtLeast && !display.hasClient(host);
-    display.release(held);
-    if (isSettled) break;
+void waitUntilForgotten(InputDisplay& display, pid_t host) {
+  if (!display.tellsProcesses()) return std::this_thread::sleep_for(timeWithoutKnowing);
+  for (int look = 0; look < looksAtMost && display.hasClient(host); ++look) {
     std::this_thread::sleep_for(timeBetweenLooks);
   }
+}
+
+// Releases once, when nothing of the host's can come any more: the next host may be there already
+// and press the same keys.
+void undo(InputDisplay& display, const HeldInput& held, pid_t host) {
+  waitUntilForgotten(display, host);
+  display.release(held);
   display.unbind(held.boundKeys);
 }
 

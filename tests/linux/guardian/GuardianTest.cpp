@@ -2,11 +2,13 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/wait.h>
 
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
+#include <memory>
 #include <random>
 #include <string>
 #include <thread>
@@ -49,6 +51,32 @@ TEST_F(Guardian, ReleasesWhatIsHeldHoweverTheHostEnds) {
     EXPECT_TRUE(host.allAreGone());
     EXPECT_EQ(probe.pressed(), nothing) << signal;
   }
+}
+
+// Which may have been started right after the end of the last one.
+TEST_F(Guardian, LeavesThePressesOfTheNextHostAlone) {
+  for (int round = 0; round < 5; ++round) {
+    DyingHost host(server.display(), pressButtonShiftAndLetter);
+    ASSERT_TRUE(probe.waitFor(buttonShiftAndLetter));
+    host.end(SIGKILL);
+    ASSERT_TRUE(probe.waitFor(nothing));
+    probe.pressKey(letter);
+    EXPECT_TRUE(host.allAreGone());
+    EXPECT_EQ(probe.pressed(), (ScreenInput::Pressed{.buttons = {}, .keys = {letter}})) << round;
+    probe.releaseKey(letter);
+    ASSERT_TRUE(probe.waitFor(nothing));
+  }
+}
+
+// Which only the X-Resource extension tells.
+TEST(GuardianWithoutResources, ReleasesWhatIsHeldThoughTheServerTellsNoProcesses) {
+  XServer server({"-noreset", "-extension", "X-Resource"});
+  ScreenInput probe(server.display());
+  DyingHost host(server.display(), pressButtonShiftAndLetter);
+  ASSERT_TRUE(probe.waitFor(buttonShiftAndLetter));
+  host.end(SIGKILL);
+  EXPECT_TRUE(host.allAreGone());
+  EXPECT_EQ(probe.pressed(), nothing);
 }
 
 TEST_F(Guardian, IsNotReachedBySignalsToTheHostsGroup) {
@@ -184,6 +212,30 @@ TEST_F(Guardian, KnowsFromItsFirstMomentWhatItIsStartedWith) {
     if (guardian != nullptr) ::kill(::getpid(), SIGKILL);
     return false;
   });
+  EXPECT_TRUE(host.allAreGone());
+  EXPECT_EQ(probe.pressed(), nothing);
+}
+
+// For the guardian's socket that is an end of its own kind.
+TEST_F(Guardian, TakesTheMessagesOfAHostThatDidNotReadThatItIsReady) {
+  std::unique_ptr<GuardianProcess> guardian;
+  DyingHost host(server.display(), [&guardian](auto& /*journal*/, auto& input) {
+    guardian = GuardianProcess::start(QUORVIN_INPUT_GUARDIAN);
+    if (guardian == nullptr) return false;
+    pollfd ready{.fd = guardian->descriptor(), .events = POLLIN, .revents = 0};
+    if (::poll(&ready, 1, 20'000) != 1) return false;
+    const auto process = DyingHost::childrenOf(::getpid()).at(0);
+    ::kill(process, SIGSTOP);
+    if (::waitpid(process, nullptr, WUNTRACED) != process) return false;
+    const bool isTold = guardian->send(journalMessage({InputChange::pressKey, letter}));
+    input.pressKey(letter);
+    return isTold;
+  });
+  ASSERT_TRUE(host.workedWell());
+  ASSERT_TRUE(probe.waitFor({.buttons = {}, .keys = {letter}}));
+  const auto process = host.guardian();
+  host.end(SIGKILL);
+  ::kill(process, SIGCONT);
   EXPECT_TRUE(host.allAreGone());
   EXPECT_EQ(probe.pressed(), nothing);
 }
