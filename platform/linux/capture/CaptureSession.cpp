@@ -14,6 +14,15 @@ constexpr std::chrono::nanoseconds warpPollInterval = std::chrono::milliseconds(
 // For so long a screen may refuse to be read, as it does while its size changes.
 constexpr std::chrono::nanoseconds unreadablePatience = std::chrono::seconds(2);
 
+std::unique_ptr<X11DamageMonitor> makeDamageMonitor(X11Connection& connection,
+                                                    const X11Extensions& extensions,
+                                                    X11Transport transport) {
+  if (!extensions.damage) return nullptr;
+  const bool pixelsComeAlong = transport == X11Transport::replies;
+  return std::make_unique<X11DamageMonitor>(
+      connection, extensions, pixelsComeAlong ? DamageReport::something : DamageReport::bounds);
+}
+
 }  // namespace
 
 CaptureSession::CaptureSession(const CaptureTarget& target, const CaptureSettings& settings,
@@ -24,9 +33,9 @@ CaptureSession::CaptureSession(const CaptureTarget& target, const CaptureSetting
       wakeup(std::move(wakeup)),
       counters(std::move(counters)),
       display(connection, extensions, target.display),
-      damage(extensions.damage ? std::make_unique<X11DamageMonitor>(connection, extensions)
-                               : nullptr),
-      reader(connection, chooseTransport(connection, extensions), this->counters),
+      transport(chooseTransport(connection, extensions)),
+      damage(makeDamageMonitor(connection, extensions, transport)),
+      reader(connection, transport, this->counters),
       composer(reader, damage.get(), this->wakeup),
       pacer(now, settings.frameInterval) {
   configure(settings);
@@ -49,7 +58,7 @@ CaptureStep CaptureSession::step(CaptureTime now) {
   followDisplay(now);
   const bool canCapture = display.isPresent() && composer.canCompose();
   const auto decision = pacer.decide(now, hasNews(now), canCapture);
-  CaptureStep result{CaptureStep::Outcome::nothing, {}, now, now};
+  CaptureStep result{CaptureStep::Outcome::nothing, {}, now, now, true};
   switch (decision.action) {
     case CapturePacer::Action::look:
       result.picture = look(now);
@@ -66,6 +75,8 @@ CaptureStep CaptureSession::step(CaptureTime now) {
         result.wakeAt = std::min(decision.wakeAt, display.deadline());
         // One that is due already waits for what the decision waits for.
         if (const auto due = repeatDueAt(); due > now) result.wakeAt = std::min(result.wakeAt, due);
+        // A busy screen has much to tell between two pictures.
+        result.hearsServer = !(canCapture && hasNews(now));
       }
       break;
   }

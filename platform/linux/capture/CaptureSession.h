@@ -28,11 +28,14 @@ struct CaptureStep {
   std::shared_ptr<CapturedPixelBuffer> picture;  // only of that outcome
   CaptureTime at;                                // when the step was taken
   CaptureTime wakeAt;                            // when the next one is due at the latest
+  // Whether what the server says until then could bring it forward.
+  bool hearsServer = true;
 };
 
 // One running capture over one connection of its own. It has no thread: whoever owns it calls
-// `step` when the connection's descriptor becomes readable, when the wake-up is signalled and when
-// the last step said so. Everything on one thread; what goes wrong for good is thrown as Error.
+// `step` when the connection's descriptor becomes readable, unless the last step did not want to
+// hear of it, when the wake-up is signalled and when the last step said so. Everything on one
+// thread; what goes wrong for good is thrown as Error.
 class CaptureSession {
  public:
   CaptureSession(const CaptureTarget& target, const CaptureSettings& settings,
@@ -64,6 +67,7 @@ class CaptureSession {
   std::shared_ptr<CaptureCounters> counters;
   CaptureSettings settings;
   X11DisplayFollower display;
+  X11Transport transport;
   std::unique_ptr<X11DamageMonitor> damage;  // null: compare pixels instead
   std::optional<X11CursorMonitor> pointer;   // empty: the cursor is not shown
   X11ScreenReader reader;

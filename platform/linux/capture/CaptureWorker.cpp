@@ -111,29 +111,29 @@ void CaptureWorker::runCommands() {
   for (const Command& command : batch) command();
 }
 
-CaptureTime CaptureWorker::advance() {
-  if (!session) return CaptureTime::max();
+CaptureWorker::Pause CaptureWorker::advance() {
+  if (!session) return {};
   try {
     CaptureStep step = session->step(CaptureClock::now());
-    const CaptureTime wakeAt = step.wakeAt;
+    const Pause pause{step.wakeAt, step.hearsServer};
     if (output) output->deliver(std::move(step), gate);
-    return wakeAt;
+    return pause;
   } catch (const Error& error) {
     fail(error);
   } catch (const std::exception& error) {
     fail(outOfResources(error));
   }
-  return CaptureTime::max();
+  return {};
 }
 
-void CaptureWorker::wait(CaptureTime until) {
+void CaptureWorker::wait(const Pause& pause) {
   std::array<pollfd, 2> sources{pollfd{wakeup->descriptor(), POLLIN, 0}, pollfd{-1, POLLIN, 0}};
-  if (session) sources[1].fd = session->descriptor();
-  if (until == CaptureTime::max()) {
+  if (session && pause.hearsServer) sources[1].fd = session->descriptor();
+  if (pause.until == CaptureTime::max()) {
     ppoll(sources.data(), sources.size(), nullptr, nullptr);
     return;
   }
-  const auto left = until - CaptureClock::now();
+  const auto left = pause.until - CaptureClock::now();
   if (left <= left.zero()) return;
   const timespec timeout = timespecOf(left);
   ppoll(sources.data(), sources.size(), &timeout, nullptr);

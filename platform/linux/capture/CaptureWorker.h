@@ -37,8 +37,13 @@ class CaptureWorker : public std::enable_shared_from_this<CaptureWorker> {
   void post(Command command, const Completion& completion);
   void run();
   void runCommands();
-  [[nodiscard]] CaptureTime advance();
-  void wait(CaptureTime until);
+  // What comes between two steps.
+  struct Pause {
+    CaptureTime until = CaptureTime::max();
+    bool hearsServer = true;
+  };
+  [[nodiscard]] Pause advance();
+  void wait(const Pause& pause);
 
   void startNow(const Completion& completion);
   void stopNow(const Completion& completion);

@@ -1,5 +1,8 @@
 #include "platform/linux/capture/FrameComposer.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace quorvin {
 
 namespace {
@@ -20,6 +23,21 @@ RowSet rowsOf(const PixelRegion& region) {
   return rows;
 }
 
+bool contains(const PixelRegion& region, const PixelRect& rect) {
+  return std::ranges::any_of(region.rects(), [&rect](const PixelRect& part) {
+    return intersectionOf(part, rect) == rect;
+  });
+}
+
+// Those of the rectangles that are not whole in the other region.
+PixelRegion without(const PixelRegion& region, const PixelRegion& other) {
+  PixelRegion rest;
+  for (const PixelRect& rect : region.rects()) {
+    if (!contains(other, rect)) rest.add(rect);
+  }
+  return rest;
+}
+
 }  // namespace
 
 FrameComposer::FrameComposer(X11ScreenReader& reader, X11DamageMonitor* damage,
@@ -30,6 +48,7 @@ FrameComposer::FrameComposer(X11ScreenReader& reader, X11DamageMonitor* damage,
 
 void FrameComposer::configure(const PixelRect& newDisplay, PixelSize newPicture,
                               std::size_t depth) {
+  dropFetch();
   pool.configure(newPicture, depth);
   if (newDisplay == display && newPicture == picture) return;
   display = newDisplay;
@@ -50,7 +69,23 @@ void FrameComposer::startOver() {
 }
 
 void FrameComposer::askForChanges() {
-  if (damage != nullptr && damage->isPending()) damage->ask();
+  if (damage == nullptr || !damage->isPending()) return;
+  dropFetch();
+  const PixelRect reported =
+      intersectionOf(damage->reportedArea(), display).movedBy(-display.x, -display.y);
+  damage->ask();
+  if (!reported.isEmpty() && canCompose()) askForPixels(reported);
+}
+
+// Most changes are a single one, which the server has reported where it is. So its pixels are asked
+// for together with what has changed, and no second round trip is needed for them.
+void FrameComposer::askForPixels(const PixelRect& reported) {
+  fetch.emplace(Fetch{copy ? nullptr : &pool.mostRecentFree(), {}});
+  if (fetch->surface != nullptr) fetch->surface->underCursor.putBack(fetch->surface->image);
+  fetch->region = fetch->surface != nullptr ? fetch->surface->stale : copy->stale.region;
+  fetch->region.add(reported);
+  reader.ask(fetch->region, fetch->surface != nullptr ? fetch->surface->image : copy->image);
+  damage->ask();
 }
 
 bool FrameComposer::findChanges() {
@@ -59,8 +94,21 @@ bool FrameComposer::findChanges() {
   } else {
     askForChanges();
     noteChanges(damage->answer(display));
+    finishFetch();
   }
   return outOfDate;
+}
+
+void FrameComposer::finishFetch() {
+  if (!fetch || fetch->isThere) return;
+  fetch->isThere = reader.finish();
+  fetch->changesMeanwhile = damage->answer(display);
+  // There is no picture to come for which it could be of use.
+  if (!outOfDate) dropFetch();
+}
+
+void FrameComposer::dropFetch() {
+  if (const auto dropped = std::exchange(fetch, {})) noteChanges(dropped->changesMeanwhile);
 }
 
 void FrameComposer::compare() {
@@ -91,8 +139,7 @@ void FrameComposer::noteChanges(const ScreenChanges& changes) {
 
 std::shared_ptr<CapturedPixelBuffer> FrameComposer::compose(
     const std::optional<CursorPlacement>& cursor) {
-  SurfacePool::Surface& surface = pool.mostRecentFree();
-  surface.underCursor.putBack(surface.image);
+  SurfacePool::Surface& surface = takeSurface();
   const auto changesMeanwhile = draw(surface);
   if (!changesMeanwhile) {
     startOver();
@@ -106,6 +153,14 @@ std::shared_ptr<CapturedPixelBuffer> FrameComposer::compose(
   outOfDate = false;
   noteChanges(*changesMeanwhile);
   return result;
+}
+
+// Without the cursor.
+SurfacePool::Surface& FrameComposer::takeSurface() {
+  SurfacePool::Surface& surface =
+      fetch && fetch->surface != nullptr ? *fetch->surface : pool.mostRecentFree();
+  surface.underCursor.putBack(surface.image);
+  return surface;
 }
 
 // Brings the surface up to date. As `read`.
@@ -134,17 +189,21 @@ std::optional<ScreenChanges> FrameComposer::refreshCopy() {
 // asked, or nothing if the display cannot be read. The pixels may be newer than the last answer,
 // also those that were fetched for other reasons than a change; so what changed meanwhile counts as
 // changed in this picture. They may also still be older than that; so it counts again in the next
-// one. All other rows have not changed between the two questions, so what was fetched of them is
-// what any earlier picture shows: the server carries out one request after the other, and each
+// one. All else has not changed between the first question and the last, so what was fetched of it
+// is what any earlier picture shows: the server carries out one request after the other, and each
 // drawing is noted as a change together with being carried out.
 std::optional<ScreenChanges> FrameComposer::read(const PixelRegion& region, PixelImage& target) {
-  if (region.isEmpty()) return ScreenChanges{};
-  const bool complete = reader.read(region, target, [this] {
-    if (damage != nullptr) damage->ask();
-  });
+  const auto fetched = std::exchange(fetch, {});
+  const PixelRegion rest =
+      fetched && fetched->isThere == true ? without(region, fetched->region) : region;
   ScreenChanges changesMeanwhile;
-  if (damage != nullptr) changesMeanwhile = damage->answer(display);
-  if (!complete) return {};
+  if (fetched) changesMeanwhile = fetched->changesMeanwhile;
+  if (rest.isEmpty()) return changesMeanwhile;
+  reader.ask(rest, target);
+  if (damage != nullptr) damage->ask();
+  const bool isComplete = reader.finish();
+  if (damage != nullptr) changesMeanwhile.add(damage->answer(display));
+  if (!isComplete) return {};
   return changesMeanwhile;
 }
 

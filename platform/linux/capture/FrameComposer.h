@@ -35,8 +35,8 @@ class FrameComposer {
   [[nodiscard]] bool canCompose() const { return pool.hasFree(); }
   // True when the display may differ from the last picture, as far as one knows without asking.
   [[nodiscard]] bool isPending() const { return outOfDate || (damage && damage->isPending()); }
-  // Asks what has changed on the display, if that is to be asked, without waiting; `findChanges`
-  // does so too.
+  // Asks what has changed on the display, if that is to be asked, without waiting, and for the
+  // pixels that probably have; `findChanges` does so too, and must follow.
   void askForChanges();
   // Finds out what has changed on the display, which the next picture will show; false if nothing.
   [[nodiscard]] bool findChanges();
@@ -52,6 +52,18 @@ class FrameComposer {
     PixelScaler scaler;
   };
 
+  // Pixels that were asked for together with what changed.
+  struct Fetch {
+    SurfacePool::Surface* surface;  // null when they go into the copy
+    PixelRegion region;
+    std::optional<bool> isThere = {};     // once it is known
+    ScreenChanges changesMeanwhile = {};  // since the question that went with it
+  };
+
+  void askForPixels(const PixelRect& reported);
+  void finishFetch();
+  void dropFetch();
+  [[nodiscard]] SurfacePool::Surface& takeSurface();
   void compare();
   void noteChanges(const ScreenChanges& changes);
   [[nodiscard]] std::optional<ScreenChanges> draw(SurfacePool::Surface& surface);
@@ -69,6 +81,7 @@ class FrameComposer {
   PixelRect display;
   PixelSize picture;
   std::optional<Copy> copy;
+  std::optional<Fetch> fetch;
   std::optional<CursorPlacement> drawnCursor;  // of the last picture
   bool outOfDate = false;                      // the last picture, as far as is known
 };

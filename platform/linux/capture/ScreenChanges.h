@@ -20,6 +20,9 @@ struct ScreenChanges {
     rows.add({rect.y, rect.bottom()});
     parts.push_back(rect);
   }
+  void add(const ScreenChanges& others) {
+    for (const PixelRect& part : others.parts) add(part);
+  }
   void clear() {
     region.clear();
     rows.clear();

@@ -45,15 +45,16 @@ void X11ScreenReader::setOrigin(int x, int y) {
   originY = y;
 }
 
-bool X11ScreenReader::read(const PixelRegion& region, PixelImage& target,
-                           const std::function<void()>& followUp) {
-  const Consumer convert = [this, &target](const PixelRect& rect, const std::uint8_t* pixels) {
+void X11ScreenReader::ask(const PixelRegion& region, PixelImage& target) {
+  convert = [this, &target](const PixelRect& rect, const std::uint8_t* pixels) {
     convertPixels(format, pixels, rowBytes(rect), target.at(rect.x, rect.y), target.strideBytes(),
                   rect.width, rect.height);
   };
-  const bool requested = request(region, target, convert);
-  if (followUp) followUp();
-  return finish(convert) && requested;
+  isAskedFor = request(region, target, convert);
+}
+
+bool X11ScreenReader::finish() {
+  return finish(convert) && isAskedFor;
 }
 
 std::optional<RowSet> X11ScreenReader::readChanges(PixelImage& target) {

@@ -28,11 +28,15 @@ class X11ScreenReader {
 
   // Brings `region` of the image up to date, and maybe pixels beside it. The image has the area's
   // size. False when the server refused, as it does for areas outside of the root window, or when
-  // the connection broke; the image's pixels are undefined then. `followUp` is called once, when
-  // all pixels have been asked for and before the last of them are awaited: requests that it sends
-  // cost no further round trip.
-  [[nodiscard]] bool read(const PixelRegion& region, PixelImage& target,
-                          const std::function<void()>& followUp = {});
+  // the connection broke; the image's pixels are undefined then.
+  [[nodiscard]] bool read(const PixelRegion& region, PixelImage& target) {
+    ask(region, target);
+    return finish();
+  }
+  // The same in two steps: requests that are sent in between cost no further round trip. The image
+  // must stay where it is until the second.
+  void ask(const PixelRegion& region, PixelImage& target);
+  [[nodiscard]] bool finish();
 
   // Fetches everything and tells which rows of the image it changed; empty when the server refused,
   // with the image's pixels undefined.
@@ -67,6 +71,8 @@ class X11ScreenReader {
   PixelImage scratch;  // made when first needed
   std::size_t scratchUsed = 0;
   std::vector<Fetch> pending;
+  Consumer convert;  // of what `ask` has asked for
+  bool isAskedFor = false;
 };
 
 }  // namespace quorvin

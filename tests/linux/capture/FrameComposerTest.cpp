@@ -31,12 +31,19 @@ class FrameComposerTest : public testing::TestWithParam<PixelSize> {
   // Waits until the server has told that something changed.
   [[nodiscard]] bool waitForNews() {
     const auto deadline = std::chrono::steady_clock::now() + testPatience;
-    while (!composer.isPending() && std::chrono::steady_clock::now() < deadline) {
+    while (!damage.isPending() && std::chrono::steady_clock::now() < deadline) {
       pollfd source{connection.descriptor(), POLLIN, 0};
       poll(&source, 1, 1);
       while (const auto event = connection.pollEvent()) damage.handle(*event);
     }
-    return composer.isPending();
+    return damage.isPending();
+  }
+
+  // Lets the server report a change far from those that follow, so that only its pixels are asked
+  // for together with what changed, and the others' when the picture is made.
+  [[nodiscard]] bool waitForNewsFromTheCorner() {
+    painter.fill({316, 236, 4, 4}, cornerColour++);
+    return waitForNews();
   }
 
   // Makes the whole screen another size, as long as it shows on no monitor.
@@ -70,17 +77,18 @@ class FrameComposerTest : public testing::TestWithParam<PixelSize> {
   ScreenPainter painter{server.display()};
   X11Connection connection{server.display()};
   X11Extensions extensions = X11Extensions::negotiate(connection);
-  X11DamageMonitor damage{connection, extensions};
+  X11DamageMonitor damage{connection, extensions, DamageReport::bounds};
   X11ScreenReader reader{connection, chooseTransport(connection, extensions),
                          std::make_shared<CaptureCounters>()};
   FrameComposer composer{reader, &damage, std::make_shared<CaptureWakeup>()};
   std::optional<CursorPlacement> cursor;
+  std::uint32_t cornerColour = 0x405060;
 };
 
 TEST_P(FrameComposerTest, WhatChangesBetweenTheQuestionAndTheFetchIsMarkedTwice) {
   const PictureCopy first(*compose());
+  ASSERT_TRUE(waitForNewsFromTheCorner());
   painter.fill({0, 50, 320, 10}, blue);
-  ASSERT_TRUE(waitForNews());
   ASSERT_TRUE(composer.findChanges());
   const PixelRect late{0, 55, 320, 10};  // half of it is about to be fetched
   const PixelRect elsewhere{100, 200, 30, 4};
@@ -107,10 +115,10 @@ TEST_P(FrameComposerTest, WhatChangesBetweenTheQuestionAndTheFetchIsMarkedTwice)
 
 TEST_P(FrameComposerTest, WhatChangesBetweenTwoFetchedPartsBeforeTheFetchIsMarked) {
   const PictureCopy first(*compose());
+  ASSERT_TRUE(waitForNewsFromTheCorner());
   // Near enough to be fetched as one, with the rows in between.
   painter.fill({0, 50, 320, 4}, blue);
   painter.fill({0, 60, 320, 4}, blue);
-  ASSERT_TRUE(waitForNews());
   ASSERT_TRUE(composer.findChanges());
   const PixelRect between{0, 56, 320, 2};
   painter.fill(between, green);
@@ -129,8 +137,8 @@ TEST_P(FrameComposerTest, WhatChangesUnderTheCursorIsNotShownUnmarked) {
   image->pixels.assign(16, 0);  // nothing is opaque, so that one sees through
   cursor = CursorPlacement{image, {8, 40, 4, 4}};
   const PictureCopy first(*compose());
+  ASSERT_TRUE(waitForNewsFromTheCorner());
   painter.fill({0, 200, 20, 2}, blue);
-  ASSERT_TRUE(waitForNews());
   ASSERT_TRUE(composer.findChanges());
   painter.fill({0, 0, 320, 120}, green);
   const PictureCopy second(*compose());
@@ -152,8 +160,8 @@ TEST_P(FrameComposerTest, ASurfaceThatWasAwayForLongShowsNothingNewerThanMarked)
   const PictureCopy second(*other);
   // Now the first surface is free again, and rows 10 to 13 of it are stale.
   kept.reset();
+  ASSERT_TRUE(waitForNewsFromTheCorner());
   painter.fill({0, 100, 320, 4}, blue);
-  ASSERT_TRUE(waitForNews());
   ASSERT_TRUE(composer.findChanges());
   painter.fill({0, 11, 320, 1}, green);
   const PictureCopy third(*compose());
@@ -161,6 +169,53 @@ TEST_P(FrameComposerTest, ASurfaceThatWasAwayForLongShowsNothingNewerThanMarked)
   EXPECT_TRUE(agreeWhereUnchanged(first, third));
   ASSERT_TRUE(composer.findChanges());
   EXPECT_TRUE(agreeWhereUnchanged(third, PictureCopy(*compose())));
+}
+
+TEST_P(FrameComposerTest, WhatChangesAfterTheFetchComesWithTheNextPicture) {
+  const PictureCopy first(*compose());
+  painter.fill({0, 50, 320, 10}, blue);
+  ASSERT_TRUE(waitForNews());
+  ASSERT_TRUE(composer.findChanges());  // which has fetched the pixels as well
+  painter.fill({0, 55, 320, 10}, green);
+  const PictureCopy second(*compose());
+  EXPECT_TRUE(agreeWhereUnchanged(first, second));
+  ASSERT_TRUE(waitForNews());
+  ASSERT_TRUE(composer.findChanges());
+  const PictureCopy third(*compose());
+  EXPECT_TRUE(agreeWhereUnchanged(second, third));
+  EXPECT_TRUE(isChanged(second, third, rowsOf({0, 55, 320, 10})));
+  composer.startOver();
+  EXPECT_TRUE(lookTheSame(third, PictureCopy(*compose())));
+}
+
+TEST_P(FrameComposerTest, WhatWasFetchedForNoPictureIsNotLost) {
+  const PictureCopy first(*compose());
+  painter.fill({0, 50, 320, 10}, blue);
+  ASSERT_TRUE(waitForNews());
+  ASSERT_TRUE(composer.findChanges());
+  painter.fill({0, 55, 320, 10}, green);
+  ASSERT_TRUE(waitForNews());
+  ASSERT_TRUE(composer.findChanges());
+  const PictureCopy second(*compose());
+  EXPECT_TRUE(agreeWhereUnchanged(first, second));
+  composer.startOver();
+  EXPECT_TRUE(lookTheSame(second, PictureCopy(*compose())));
+}
+
+TEST_P(FrameComposerTest, WhatChangesBesideTheDisplayIsNoChange) {
+  const PixelRect display{20, 30, 100, 80};
+  composer.configure(display, GetParam(), 3);
+  const PictureCopy first(*compose());
+  painter.fill({0, 0, 320, 30}, blue);
+  ASSERT_TRUE(waitForNews());
+  EXPECT_FALSE(composer.findChanges());
+  painter.fill({110, 100, 20, 20}, blue);
+  ASSERT_TRUE(waitForNews());
+  ASSERT_TRUE(composer.findChanges());
+  const PictureCopy second(*compose());
+  EXPECT_TRUE(agreeWhereUnchanged(first, second));
+  composer.startOver();
+  EXPECT_TRUE(lookTheSame(second, PictureCopy(*compose())));
 }
 
 TEST_P(FrameComposerTest, AReadingThatFailsBeginsANewSeries) {
