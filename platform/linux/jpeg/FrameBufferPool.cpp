@@ -6,12 +6,30 @@
 
 namespace quorvin {
 
-std::shared_ptr<std::uint8_t> FrameBufferPool::take(std::size_t sizeBytes) {
+namespace {
+
+constexpr std::size_t spareShare = 8;
+
+bool fits(std::size_t sizeBytes, std::size_t capacityBytes) {
+  return sizeBytes <= capacityBytes && capacityBytes - sizeBytes <= sizeBytes / spareShare;
+}
+
+// In the middle of what fits, so that the next files may be larger as well as smaller.
+std::size_t fittingCapacity(std::size_t sizeBytes) {
+  return sizeBytes + sizeBytes / spareShare / 2;
+}
+
+}  // namespace
+
+FrameBufferPool::Buffer FrameBufferPool::take(std::size_t sizeBytes) {
   GrowingBytes buffer = takeKept(sizeBytes);
-  if (!buffer.setCapacity(sizeBytes)) throw std::bad_alloc();
+  if (!fits(sizeBytes, buffer.capacityBytes()) && !buffer.setCapacity(fittingCapacity(sizeBytes))) {
+    throw std::bad_alloc();
+  }
+  const std::size_t capacity = buffer.capacityBytes();
   auto lent = std::make_shared<Lent>(shared_from_this(), std::move(buffer));
   std::uint8_t* bytes = lent->bytes.data();
-  return {std::move(lent), bytes};
+  return {{std::move(lent), bytes}, capacity};
 }
 
 std::size_t FrameBufferPool::keptCount() {

@@ -14,15 +14,22 @@ namespace quorvin {
 // frame finds its pages mapped already. A buffer comes back when its last owner lets go, on any
 // thread, and also after everybody else has forgotten the pool. Any thread.
 //
-// Buffers are exactly as large as asked for. At most `maximumKept` wait here, and those more than
-// twice as large as the last one asked for are given back to the system.
+// Buffers are at most an eighth larger than asked for: files that follow each other are of nearly
+// the same size, and to take a page away from a large buffer interrupts all threads of the process.
+// At most `maximumKept` wait here, and those more than twice as large as the last one asked for are
+// given back to the system.
 class FrameBufferPool : public std::enable_shared_from_this<FrameBufferPool> {
  public:
   // The next file takes up one while the last but one may still be on its way.
   static constexpr std::size_t maximumKept = 2;
 
+  struct Buffer {
+    std::shared_ptr<std::uint8_t> bytes;
+    std::size_t capacityBytes = 0;
+  };
+
   // The contents are undefined. Throws std::bad_alloc.
-  [[nodiscard]] std::shared_ptr<std::uint8_t> take(std::size_t sizeBytes);
+  [[nodiscard]] Buffer take(std::size_t sizeBytes);
   // How much waits for its next use.
   [[nodiscard]] std::size_t keptCount();
   [[nodiscard]] std::size_t keptBytes();

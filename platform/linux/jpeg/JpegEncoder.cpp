@@ -68,7 +68,7 @@ std::optional<Data> JpegEncoder::encode(const CapturedPixelBuffer& picture, int 
 
 std::size_t JpegEncoder::keptBytes() const {
   return std::accumulate(
-      rectMemory.begin(), rectMemory.end(), last ? last->file.bytes.size() : 0,
+      rectMemory.begin(), rectMemory.end(), last ? last->file.capacityBytes : 0,
       [](std::size_t sum, const CodedRect& rect) { return sum + rect.capacityBytes(); });
 }
 
@@ -152,10 +152,14 @@ void JpegEncoder::forgetCoded() {
   rectMemory.clear();
 }
 
-void JpegEncoder::trim(std::size_t limitBytes) {
-  if (keptBytes() <= (last ? 2 : 1) * limitBytes) return;
+void JpegEncoder::trim(std::size_t sizeBytes) {
+  const std::size_t limit = (last ? 2 : 1) * sizeBytes;
+  if (keptBytes() <= limit) return;
   rectMemory.resize(coded.size());
   for (auto& rect : rectMemory) rect.releaseSpare();
+  // The file's own spare memory may still be too much.
+  coded = {};
+  while (keptBytes() > limit) rectMemory.pop_back();
 }
 
 }  // namespace quorvin

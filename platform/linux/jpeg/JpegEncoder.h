@@ -64,7 +64,8 @@ class JpegEncoder {
   [[nodiscard]] std::vector<Segments> piecesOf(const JpegForm& form) const;
   void remember(const CapturedPixelBuffer& picture, const JpegForm& form, JpegFile file);
   void forgetCoded();
-  void trim(std::size_t limitBytes);
+  // Keeps what `keptBytes` may be behind a file of this size.
+  void trim(std::size_t sizeBytes);
 
   JpegThreads threads;
   std::unique_ptr<WorkerTeam> team;  // from the first picture on that is worth it

@@ -35,7 +35,7 @@ JpegFile assembleJpeg(std::span<const std::uint8_t> head, const std::vector<Segm
                       FrameBufferPool& buffers) {
   auto bounds = layOut(head.size(), pieces);
   const std::size_t size = bounds.back();
-  const auto buffer = buffers.take(size);
+  const auto [buffer, capacity] = buffers.take(size);
   std::uint8_t* place = append(buffer.get(), head.data(), head.size());
   for (const auto& piece : pieces) {
     place = append(place, piece.origin + piece.bounds.front(), piece.sizeBytes());
@@ -44,7 +44,8 @@ JpegFile assembleJpeg(std::span<const std::uint8_t> head, const std::vector<Segm
   for (std::size_t segment = 0; segment < count; ++segment) {
     buffer.get()[bounds[segment + 1] - 1] = markerBehind(segment, count);
   }
-  return {Data(buffer, std::span<const std::uint8_t>(buffer.get(), size)), std::move(bounds)};
+  return {Data(buffer, std::span<const std::uint8_t>(buffer.get(), size)), capacity,
+          std::move(bounds)};
 }
 
 }  // namespace quorvin

@@ -23,6 +23,7 @@ struct Segments {
 // A finished file, and where in it each segment begins; the last entry is where it ends.
 struct JpegFile {
   Data bytes;
+  std::size_t capacityBytes = 0;  // of the memory it is in
   std::vector<std::size_t> bounds;
 
   // From `first` up to `end` - 1.

@@ -14,22 +14,33 @@ class FrameBufferPoolTest : public testing::Test {
 };
 
 TEST_F(FrameBufferPoolTest, LendsAReturnedBufferAgain) {
-  const auto* memory = pool->take(1000).get();
+  const auto* memory = pool->take(1000).bytes.get();
   EXPECT_EQ(pool->keptCount(), 1U);
-  EXPECT_EQ(pool->take(1000).get(), memory);
+  EXPECT_EQ(pool->take(1000).bytes.get(), memory);
 }
 
 TEST_F(FrameBufferPoolTest, FitsABufferToEachFile) {
   for (const std::size_t size : {1000U, 1001U, 1500U, 900U, 1U, 0U, 70'000U}) {
     const auto buffer = pool->take(size);
-    std::fill_n(buffer.get(), size, std::uint8_t{1});
+    EXPECT_GE(buffer.capacityBytes, size);
+    EXPECT_LE(buffer.capacityBytes, size + size / 8);
+    std::fill_n(buffer.bytes.get(), buffer.capacityBytes, std::uint8_t{1});
   }
   EXPECT_EQ(pool->keptCount(), 1U);
-  EXPECT_EQ(pool->keptBytes(), 70'000U);
+  EXPECT_GE(pool->keptBytes(), 70'000U);
+}
+
+TEST_F(FrameBufferPoolTest, KeepsABufferAsItIsForFilesOfNearlyItsSize) {
+  const auto first = pool->take(100'000).capacityBytes;
+  for (const std::size_t size : {100'000U, 97'000U, 105'000U, 99'000U}) {
+    EXPECT_EQ(pool->take(size).capacityBytes, first) << size;
+  }
+  EXPECT_NE(pool->take(first + 1).capacityBytes, first);
+  EXPECT_LT(pool->take(90'000).capacityBytes, first);
 }
 
 TEST_F(FrameBufferPoolTest, KeepsNoMoreThanAFewBuffers) {
-  std::vector<std::shared_ptr<std::uint8_t>> taken;
+  std::vector<FrameBufferPool::Buffer> taken;
   for (std::size_t i = 0; i < FrameBufferPool::maximumKept + 3; ++i) {
     taken.push_back(pool->take(1 << 16));
   }
@@ -47,7 +58,7 @@ TEST_F(FrameBufferPoolTest, DropsBuffersMuchLargerThanTheLastFile) {
 TEST_F(FrameBufferPoolTest, DropsALargeBufferThatComesBackLate) {
   auto large = pool->take(100'000);
   const auto small = pool->take(1000);
-  large.reset();
+  large = {};
   EXPECT_EQ(pool->keptBytes(), 0U);
 }
 
