@@ -22,9 +22,18 @@ bool CodedRect::code(const CapturedPixelBuffer& picture, const JpegForm& form,
   const auto offset = static_cast<std::size_t>(rows.first) * picture.strideBytes() +
                       static_cast<std::size_t>(columns.first) * bytesPerPixel;
   coded = rect;
-  return codeSegments(part, segmentMcus(form.widthPx), picture.data() + offset,
-                      picture.strideBytes(), bytes) &&
-         findEnds(bytes.written(), std::span(bounds).subspan(1));
+  return writeJpeg(part, segmentMcus(form.widthPx), picture.data() + offset, picture.strideBytes(),
+                   bytes) &&
+         findBounds();
+}
+
+bool CodedRect::findBounds() {
+  const std::size_t begin = findCodedData(bytes.written());
+  if (begin == 0 || !findEnds(bytes.written().subspan(begin), std::span(bounds).subspan(1))) {
+    return false;
+  }
+  for (std::size_t& bound : bounds) bound += begin;
+  return true;
 }
 
 Segments CodedRect::row(int number) const {

@@ -27,8 +27,10 @@ class CodedRect {
   void releaseSpare() { static_cast<void>(bytes.setCapacity(bytes.written().size())); }
 
  private:
+  [[nodiscard]] bool findBounds();
+
   SegmentRect coded;
-  GrowingBytes bytes;
+  GrowingBytes bytes;               // a file of its own
   std::vector<std::size_t> bounds;  // as in Segments
 };
 

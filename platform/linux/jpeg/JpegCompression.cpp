@@ -9,6 +9,9 @@
 #include <algorithm>
 #include <array>
 #include <csetjmp>
+#include <span>
+
+#include "platform/linux/jpeg/PlanarMcuRow.h"
 
 namespace quorvin {
 
@@ -29,6 +32,7 @@ struct Compression {
   int segmentMcus;
   const std::uint8_t* firstPixel;
   std::size_t strideBytes;
+  PlanarMcuRow planar;  // where the pixels pass through it
 };
 
 Compression& compressionOf(void* clientData) {
@@ -78,6 +82,11 @@ void end(j_compress_ptr library) {
   compression.into->setWritten(writtenBytes(compression));
 }
 
+// Whether what is coded is to be as near to the pixels as libjpeg can come.
+bool isAccurate(const Compression& compression) {
+  return compression.form->quality >= accurateFromQuality;
+}
+
 void setUp(Compression& compression) {
   jpeg_compress_struct& library = compression.library;
   jpeg_create_compress(&library);
@@ -88,41 +97,61 @@ void setUp(Compression& compression) {
   library.in_color_space = JCS_EXT_BGRX;
   jpeg_set_defaults(&library);
   jpeg_set_quality(&library, compression.form->quality, TRUE);
-  library.dct_method = compression.form->quality >= accurateFromQuality ? JDCT_ISLOW : JDCT_IFAST;
+  library.dct_method = isAccurate(compression) ? JDCT_ISLOW : JDCT_IFAST;
   library.restart_interval = static_cast<unsigned>(compression.segmentMcus);
 }
 
-void writeHead(Compression& compression) {
+void writeHeadOnly(Compression& compression) {
   setUp(compression);
   jpeg_start_compress(&compression.library, TRUE);
   jpeg_write_scanlines(&compression.library, nullptr, 0);  // tables wait for the first pixels
+  end(&compression.library);
 }
 
-void writeHeadOnly(Compression& compression) {
-  writeHead(compression);
-  end(&compression.library);
+int rowsLeftForMcuRow(const jpeg_compress_struct& library) {
+  return static_cast<int>(
+      std::min<JDIMENSION>(mcuSidePx, library.image_height - library.next_scanline));
+}
+
+const std::uint8_t* nextPixels(const Compression& compression) {
+  return compression.firstPixel + compression.library.next_scanline * compression.strideBytes;
 }
 
 // The pixels of the next MCU row, or of what there is of it.
 void writeRow(Compression& compression) {
-  jpeg_compress_struct& library = compression.library;
-  const auto first = library.next_scanline;
   std::array<JSAMPROW, mcuSidePx> rows{};
-  const auto count = std::min(static_cast<JDIMENSION>(rows.size()), library.image_height - first);
-  for (JDIMENSION i = 0; i < count; ++i) {
-    // It only reads them, but was written before there was a const.
-    rows[i] = const_cast<JSAMPROW>(compression.firstPixel + (first + i) * compression.strideBytes);
+  const int count = rowsLeftForMcuRow(compression.library);
+  const std::uint8_t* pixels = nextPixels(compression);
+  for (JSAMPROW& row : std::span(rows).first(static_cast<std::size_t>(count))) {
+    row = const_cast<JSAMPROW>(pixels);  // only reads them, but is older than const
+    pixels += compression.strideBytes;
   }
-  jpeg_write_scanlines(&library, rows.data(), count);
+  jpeg_write_scanlines(&compression.library, rows.data(), static_cast<JDIMENSION>(count));
 }
 
-void writeRowsOnly(Compression& compression) {
-  writeHead(compression);
-  writeFrom(compression, 0);
-  while (compression.library.next_scanline < compression.library.image_height) {
-    writeRow(compression);
-  }
-  jpeg_finish_compress(&compression.library);
+void writePlanarRow(Compression& compression) {
+  compression.planar.take(nextPixels(compression), compression.strideBytes,
+                          rowsLeftForMcuRow(compression.library));
+  jpeg_write_raw_data(&compression.library, compression.planar.components().data(), mcuSidePx);
+}
+
+void preparePlanarRow(Compression& compression) {
+  const int widthPx = compression.form->widthPx;
+  auto* library = reinterpret_cast<j_common_ptr>(&compression.library);
+  void* memory = library->mem->alloc_large(library, JPOOL_IMAGE, PlanarMcuRow::bytesFor(widthPx));
+  compression.planar = PlanarMcuRow(static_cast<std::uint8_t*>(memory), widthPx);
+}
+
+void writeWhole(Compression& compression) {
+  jpeg_compress_struct& library = compression.library;
+  setUp(compression);
+  const bool isPlanar = !isAccurate(compression);
+  library.raw_data_in = static_cast<boolean>(isPlanar);
+  if (isPlanar) preparePlanarRow(compression);
+  jpeg_start_compress(&library, TRUE);
+  const auto write = isPlanar ? writePlanarRow : writeRow;
+  while (library.next_scanline < library.image_height) write(compression);
+  jpeg_finish_compress(&library);
 }
 
 // False when `work` was left by an error.
@@ -157,15 +186,15 @@ bool writeJpegHead(const JpegForm& form, GrowingBytes& into) {
   return run(compression, writeHeadOnly);
 }
 
-bool codeSegments(const JpegForm& part, int segmentMcus, const std::uint8_t* firstPixel,
-                  std::size_t strideBytes, GrowingBytes& into) {
+bool writeJpeg(const JpegForm& part, int segmentMcus, const std::uint8_t* firstPixel,
+               std::size_t strideBytes, GrowingBytes& into) {
   Compression compression{};
   compression.form = &part;
   compression.segmentMcus = segmentMcus;
   compression.into = &into;
   compression.firstPixel = firstPixel;
   compression.strideBytes = strideBytes;
-  return run(compression, writeRowsOnly);
+  return run(compression, writeWhole);
 }
 
 }  // namespace quorvin

@@ -9,18 +9,15 @@
 namespace quorvin {
 
 // The calls of libjpeg: baseline, colours at half resolution (4:2:0), the standard's own Huffman
-// tables, a restart marker after each segment. The fast DCT does below quality 96, from where on
-// its rounding would show. Both return false when libjpeg cannot do it, which is for want of
-// memory, and print nothing. Any thread.
+// tables, a restart marker after each segment. The fast DCT and libyuv's conversion of colours do
+// below quality 96, from where on their rounding would show. Both return false when libjpeg cannot
+// do it, which is for want of memory, and print nothing. Any thread.
 
 // What stands in front of the first segment in a file of that form, from SOI to SOS.
 [[nodiscard]] bool writeJpegHead(const JpegForm& form, GrowingBytes& into);
 
-// A part of a picture, of so many BGRX pixels, cut into segments of that length, and nothing in
-// front of them. Behind each stand two bytes: a restart marker, numbered as if the first were that
-// of a file, or EOI.
-[[nodiscard]] bool codeSegments(const JpegForm& part, int segmentMcus,
-                                const std::uint8_t* firstPixel, std::size_t strideBytes,
-                                GrowingBytes& into);
+// A whole file of a part of a picture, of so many BGRX pixels, cut into segments of that length.
+[[nodiscard]] bool writeJpeg(const JpegForm& part, int segmentMcus, const std::uint8_t* firstPixel,
+                             std::size_t strideBytes, GrowingBytes& into);
 
 }  // namespace quorvin

@@ -32,6 +32,17 @@ std::size_t behindMarker(std::span<const std::uint8_t> coded, std::size_t from) 
 
 }  // namespace
 
+std::size_t findCodedData(std::span<const std::uint8_t> file) {
+  constexpr std::uint8_t startOfScan = 0xDA;
+  std::size_t place = markerBytes;  // SOI is nothing but a marker
+  while (place + markerBytes + 2 <= file.size() && isMarker(file.data() + place)) {
+    const bool isLast = file[place + 1] == startOfScan;
+    place += markerBytes + file[place + 2] * 256U + file[place + 3];
+    if (isLast) return place < file.size() ? place : 0;
+  }
+  return 0;
+}
+
 bool findEnds(std::span<const std::uint8_t> coded, std::span<std::size_t> ends) {
   std::size_t place = 0;
   for (std::size_t segment = 0; segment < ends.size(); ++segment) {

@@ -19,6 +19,10 @@ inline constexpr std::size_t markerBytes = 2;
   return static_cast<std::uint8_t>(firstRestart + segment % 8);
 }
 
+// Where the coded data of a file begins, behind SOS; what stands in front of it tells its length
+// itself (B.1.1.4). 0 when there is no such place.
+[[nodiscard]] std::size_t findCodedData(std::span<const std::uint8_t> file);
+
 // Where so many segments end, each with the marker behind it. False when what is found are not just
 // their markers.
 [[nodiscard]] bool findEnds(std::span<const std::uint8_t> coded, std::span<std::size_t> ends);

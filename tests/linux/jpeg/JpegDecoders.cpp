@@ -1,7 +1,10 @@
 #include "tests/linux/jpeg/JpegDecoders.h"
 
+#include <libyuv/convert_from_argb.h>
 #include <turbojpeg.h>
 
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -40,21 +43,74 @@ void appendPlane(std::vector<std::uint8_t>& planes, const AVFrame& frame, int pl
   }
 }
 
-}  // namespace
-
-std::vector<std::uint8_t> encodeWithTurboJpeg(const CapturedPixelBuffer& picture, int quality) {
+// A compression by TurboJPEG: takes where to write, how many bytes there are and have become, and
+// returns what the library does.
+template <typename Compress>
+std::vector<std::uint8_t> turboJpegFile(int width, int height, const Compress& compress) {
   const TurboJpeg compressor(tjInitCompress(), tjDestroy);
-  const int width = static_cast<int>(picture.widthPx());
-  const int height = static_cast<int>(picture.heightPx());
   std::vector<std::uint8_t> file(tjBufSize(width, height, TJSAMP_420));
   auto* bytes = file.data();
   auto size = static_cast<unsigned long>(file.size());  // NOLINT: the library's own type
-  const int failed = tjCompress2(compressor.get(), picture.data(), width,
-                                 static_cast<int>(picture.strideBytes()), height, TJPF_BGRX, &bytes,
-                                 &size, TJSAMP_420, quality, TJFLAG_FASTDCT | TJFLAG_NOREALLOC);
-  require(failed == 0, tjGetErrorStr2(compressor.get()));
+  require(compress(compressor.get(), &bytes, &size) == 0, tjGetErrorStr2(compressor.get()));
   file.resize(size);
   return file;
+}
+
+// The whole picture in libyuv's brightness and colours. TurboJPEG wants even sides, and what is
+// missing repeats what is last.
+class Planes {
+ public:
+  explicit Planes(const CapturedPixelBuffer& picture)
+      : width(static_cast<int>(picture.widthPx())),
+        height(static_cast<int>(picture.heightPx())),
+        stride((width + 1) / 2 * 2) {
+    const int rows = (height + 1) / 2 * 2;
+    const auto size = static_cast<std::size_t>(stride) * static_cast<std::size_t>(rows);
+    for (auto& plane : planes) plane.resize(&plane == planes.data() ? size : size / 4);
+    libyuv::ARGBToJ420(picture.data(), static_cast<int>(picture.strideBytes()), planes[0].data(),
+                       stride, planes[1].data(), stride / 2, planes[2].data(), stride / 2, width,
+                       height);
+    for (int row = 0; row < height && stride > width; ++row) *at(width, row) = *at(width - 1, row);
+    if (rows > height) std::copy_n(at(0, height - 1), stride, at(0, height));
+  }
+
+  [[nodiscard]] std::array<const std::uint8_t*, 3> pointers() const {
+    return {planes[0].data(), planes[1].data(), planes[2].data()};
+  }
+  [[nodiscard]] std::array<int, 3> strides() const { return {stride, stride / 2, stride / 2}; }
+
+ private:
+  std::uint8_t* at(int x, int y) { return planes[0].data() + std::ptrdiff_t{y} * stride + x; }
+
+  int width;
+  int height;
+  int stride;
+  std::array<std::vector<std::uint8_t>, 3> planes;
+};
+
+}  // namespace
+
+std::vector<std::uint8_t> encodeWithTurboJpeg(const CapturedPixelBuffer& picture, int quality) {
+  const int width = static_cast<int>(picture.widthPx());
+  const int height = static_cast<int>(picture.heightPx());
+  const int flags = TJFLAG_FASTDCT | TJFLAG_NOREALLOC;
+  return turboJpegFile(width, height, [&](tjhandle compressor, auto** bytes, auto* size) {
+    return tjCompress2(compressor, picture.data(), width, static_cast<int>(picture.strideBytes()),
+                       height, TJPF_BGRX, bytes, size, TJSAMP_420, quality, flags);
+  });
+}
+
+std::vector<std::uint8_t> encodePlanesWithTurboJpeg(const CapturedPixelBuffer& picture,
+                                                    int quality) {
+  const int width = static_cast<int>(picture.widthPx());
+  const int height = static_cast<int>(picture.heightPx());
+  const Planes planes(picture);
+  const int flags = TJFLAG_FASTDCT | TJFLAG_NOREALLOC;
+  return turboJpegFile(width, height, [&](tjhandle compressor, auto** bytes, auto* size) {
+    return tjCompressFromYUVPlanes(compressor, planes.pointers().data(), width,
+                                   planes.strides().data(), height, TJSAMP_420, bytes, size,
+                                   quality, flags);
+  });
 }
 
 std::vector<std::uint8_t> decodeWithTurboJpeg(std::span<const std::uint8_t> file) {

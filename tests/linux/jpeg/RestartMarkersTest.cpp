@@ -22,6 +22,22 @@ TEST(RestartMarkers, EndEachSegment) {
   EXPECT_EQ(endsIn(coded, 3), (Places{4, 7, 12}));
 }
 
+TEST(CodedData, BeginsBehindTheStartOfTheScan) {
+  const Bytes head{0xFF, 0xD8, 0xFF, 0xE0, 0, 4, 0xFF, 0xDA, 0xFF, 0xDA, 0, 3, 9};
+  Bytes file = head;
+  file.insert(file.end(), {1, 2, 0xFF, 0xD9});
+  EXPECT_EQ(findCodedData(file), head.size());
+  // Cut off anywhere in front of it, there is none.
+  for (std::size_t size = 0; size <= head.size(); ++size) {
+    EXPECT_EQ(findCodedData(std::span(file).first(size)), 0U) << size;
+  }
+}
+
+TEST(CodedData, DoesNotBeginInWhatIsNoFile) {
+  EXPECT_EQ(findCodedData(Bytes(100, 0)), 0U);
+  EXPECT_EQ(findCodedData(Bytes{0xFF, 0xD8, 0xFF, 0xE0, 0xFF, 0xFF, 1, 2}), 0U);
+}
+
 TEST(RestartMarkers, AreNotTheStuffedBytesOfCodedData) {
   const Bytes coded{0xFF, 0, 0xFF, 0, 0xFF, 0xD0, 0xFF, 0, 0xFF, 0xD9};
   EXPECT_EQ(endsIn(coded, 2), (Places{6, 10}));
