@@ -37,7 +37,7 @@ std::size_t findCodedData(std::span<const std::uint8_t> file) {
   std::size_t place = markerBytes;  // SOI is nothing but a marker
   while (place + markerBytes + 2 <= file.size() && isMarker(file.data() + place)) {
     const bool isLast = file[place + 1] == startOfScan;
-    place += markerBytes + file[place + 2] * 256U + file[place + 3];
+    place += markerBytes + std::size_t{256} * file[place + 2] + file[place + 3];
     if (isLast) return place < file.size() ? place : 0;
   }
   return 0;
