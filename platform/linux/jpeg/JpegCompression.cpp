@@ -17,7 +17,7 @@ namespace quorvin {
 
 namespace {
 
-constexpr int accurateFromQuality = 96;
+constexpr int exactFromQuality = 96;
 constexpr std::size_t firstCapacityBytes = 4096;  // more than a head takes
 
 // Everything of one compression. Nothing in here has a destructor: libjpeg reports an error by
@@ -82,9 +82,9 @@ void end(j_compress_ptr library) {
   compression.into->setWritten(writtenBytes(compression));
 }
 
-// Whether what is coded is to be as near to the pixels as libjpeg can come.
-bool isAccurate(const Compression& compression) {
-  return compression.form->quality >= accurateFromQuality;
+// Whether colours are to be as near to the pixels' as libjpeg can come.
+bool takesExactColours(const Compression& compression) {
+  return compression.form->quality >= exactFromQuality;
 }
 
 void setUp(Compression& compression) {
@@ -97,7 +97,6 @@ void setUp(Compression& compression) {
   library.in_color_space = JCS_EXT_BGRX;
   jpeg_set_defaults(&library);
   jpeg_set_quality(&library, compression.form->quality, TRUE);
-  library.dct_method = isAccurate(compression) ? JDCT_ISLOW : JDCT_IFAST;
   library.restart_interval = static_cast<unsigned>(compression.segmentMcus);
 }
 
@@ -145,7 +144,7 @@ void preparePlanarRow(Compression& compression) {
 void writeWhole(Compression& compression) {
   jpeg_compress_struct& library = compression.library;
   setUp(compression);
-  const bool isPlanar = !isAccurate(compression);
+  const bool isPlanar = !takesExactColours(compression);
   library.raw_data_in = static_cast<boolean>(isPlanar);
   if (isPlanar) preparePlanarRow(compression);
   jpeg_start_compress(&library, TRUE);

@@ -9,9 +9,10 @@
 namespace quorvin {
 
 // The calls of libjpeg: baseline, colours at half resolution (4:2:0), the standard's own Huffman
-// tables, a restart marker after each segment. The fast DCT and libyuv's conversion of colours do
-// below quality 96, from where on their rounding would show. Both return false when libjpeg cannot
-// do it, which is for want of memory, and print nothing. Any thread.
+// tables, a restart marker after each segment. Below quality 96 libyuv converts the colours; from
+// there on its rounding would show. The DCT is the accurate one, which has the wider vector units
+// and so takes no longer than the fast one. Both return false when libjpeg cannot do it, which is
+// for want of memory, and print nothing. Any thread.
 
 // What stands in front of the first segment in a file of that form, from SOI to SOS.
 [[nodiscard]] bool writeJpegHead(const JpegForm& form, GrowingBytes& into);

@@ -93,7 +93,7 @@ class Planes {
 std::vector<std::uint8_t> encodeWithTurboJpeg(const CapturedPixelBuffer& picture, int quality) {
   const int width = static_cast<int>(picture.widthPx());
   const int height = static_cast<int>(picture.heightPx());
-  const int flags = TJFLAG_FASTDCT | TJFLAG_NOREALLOC;
+  const int flags = TJFLAG_ACCURATEDCT | TJFLAG_NOREALLOC;
   return turboJpegFile(width, height, [&](tjhandle compressor, auto** bytes, auto* size) {
     return tjCompress2(compressor, picture.data(), width, static_cast<int>(picture.strideBytes()),
                        height, TJPF_BGRX, bytes, size, TJSAMP_420, quality, flags);
@@ -105,7 +105,7 @@ std::vector<std::uint8_t> encodePlanesWithTurboJpeg(const CapturedPixelBuffer& p
   const int width = static_cast<int>(picture.widthPx());
   const int height = static_cast<int>(picture.heightPx());
   const Planes planes(picture);
-  const int flags = TJFLAG_FASTDCT | TJFLAG_NOREALLOC;
+  const int flags = TJFLAG_ACCURATEDCT | TJFLAG_NOREALLOC;
   return turboJpegFile(width, height, [&](tjhandle compressor, auto** bytes, auto* size) {
     return tjCompressFromYUVPlanes(compressor, planes.pointers().data(), width,
                                    planes.strides().data(), height, TJSAMP_420, bytes, size,

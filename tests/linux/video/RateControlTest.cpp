@@ -125,6 +125,20 @@ TEST_P(RateControlAtRate, HoldsTheAverageWhenThePictureChangesAbruptly) {
   EXPECT_LE(stream.mostIn(4s), 1.25 * 4 * rate);
 }
 
+// As long as every picture could take more than there is to spend.
+TEST_P(RateControlAtRate, SpendsTheAverageAlsoWhenThePictureChangesAbruptly) {
+  Stream stream;
+  const auto alternating = [](nanoseconds at) {
+    constexpr std::array contents{text, noise, photograph, text, photograph, noise};
+    return contents.at(static_cast<std::size_t>((at - start) / 700ms) % contents.size());
+  };
+  stream.play(start, 60s, GetParam(), alternating);
+  EXPECT_LE(stream.mostIn(4s), 1.25 * 4 * rate);
+  for (auto from = start; from <= start + 56s; from += 100ms) {
+    EXPECT_GE(stream.bitsBetween(from, from + 4s), 0.75 * 4 * rate) << seconds(from - start);
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Rates, RateControlAtRate, testing::Values(5, 10, 15, 24, 30, 60));
 
 TEST(RateControl, SpendsWhatAPauseHasSavedOnTheFirstPicture) {
