@@ -1,5 +1,9 @@
 #pragma once
 
+#include <unistd.h>
+
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,16 +16,30 @@ namespace quorvin {
 // A virtual X server of this test's own.
 class XServer {
  public:
-  explicit XServer(std::vector<std::string> options = {}) : child(command(std::move(options))) {}
+  explicit XServer(const std::vector<std::string>& options = {}) {
+    // One that finds its display taken ends at once, without a word; numbers come round again, and
+    // some tests take long.
+    for (int attempt = 0; attempt < 5 && number.empty(); ++attempt) {
+      child.emplace(command(options));
+      number = child->readyLine();
+    }
+    if (number.empty()) throw std::runtime_error("no X server starts");
+  }
+  XServer(const XServer&) = delete;
+  XServer& operator=(const XServer&) = delete;
+  ~XServer() { end(); }
 
   // As in DISPLAY.
-  [[nodiscard]] std::string display() const { return ":" + child.readyLine(); }
-  void freeze() const { child.send(SIGSTOP); }
-  void thaw() const { child.send(SIGCONT); }
-  void end() { child.end(); }
+  [[nodiscard]] std::string display() const { return ":" + number; }
+  void freeze() const { child->send(SIGSTOP); }
+  void thaw() const { child->send(SIGCONT); }
+  void end() {
+    child->end();
+    unlink(("/tmp/.X11-unix/X" + number).c_str());  // which a killed one leaves
+  }
 
  private:
-  static std::vector<std::string> command(std::vector<std::string> options) {
+  static std::vector<std::string> command(const std::vector<std::string>& options) {
     std::vector<std::string> words{"Xvfb",       unusedDisplay(),
                                    "-displayfd", std::to_string(ChildProcess::readyDescriptor),
                                    "-screen",    "0",
@@ -31,7 +49,8 @@ class XServer {
     return words;
   }
 
-  ChildProcess child;
+  std::optional<ChildProcess> child;
+  std::string number;
 };
 
 }  // namespace quorvin
