@@ -46,6 +46,14 @@ class FrameComposerTest : public testing::TestWithParam<PixelSize> {
     return waitForNews();
   }
 
+  // Holds the next picture against an earlier one and one that is made from nothing.
+  void expectSoundPictureAfter(const PictureCopy& earlier) {
+    const PictureCopy next(*compose());
+    EXPECT_TRUE(agreeWhereUnchanged(earlier, next));
+    composer.startOver();
+    EXPECT_TRUE(lookTheSame(next, PictureCopy(*compose())));
+  }
+
   // Makes the whole screen another size, as long as it shows on no monitor.
   [[nodiscard]] bool resize(std::uint16_t width, std::uint16_t height) {
     return connection.succeeded(xcb_randr_set_screen_size_checked(
@@ -196,10 +204,7 @@ TEST_P(FrameComposerTest, WhatWasFetchedForNoPictureIsNotLost) {
   painter.fill({0, 55, 320, 10}, green);
   ASSERT_TRUE(waitForNews());
   ASSERT_TRUE(composer.findChanges());
-  const PictureCopy second(*compose());
-  EXPECT_TRUE(agreeWhereUnchanged(first, second));
-  composer.startOver();
-  EXPECT_TRUE(lookTheSame(second, PictureCopy(*compose())));
+  expectSoundPictureAfter(first);
 }
 
 TEST_P(FrameComposerTest, WhatChangesBesideTheDisplayIsNoChange) {
@@ -212,10 +217,7 @@ TEST_P(FrameComposerTest, WhatChangesBesideTheDisplayIsNoChange) {
   painter.fill({110, 100, 20, 20}, blue);
   ASSERT_TRUE(waitForNews());
   ASSERT_TRUE(composer.findChanges());
-  const PictureCopy second(*compose());
-  EXPECT_TRUE(agreeWhereUnchanged(first, second));
-  composer.startOver();
-  EXPECT_TRUE(lookTheSame(second, PictureCopy(*compose())));
+  expectSoundPictureAfter(first);
 }
 
 TEST_P(FrameComposerTest, AReadingThatFailsBeginsANewSeries) {
