@@ -40,6 +40,11 @@ if(QUORVIN_SANITIZE)
   endif()
 endif()
 
+if(QUORVIN_FUZZERS)
+  # A fuzzer is worth what it tries in its time, and tries several times as much like this.
+  add_compile_options(-O2)
+endif()
+
 option(QUORVIN_COVERAGE "Record which lines run (clang only)" OFF)
 if(QUORVIN_COVERAGE)
   add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
