@@ -22,6 +22,7 @@
 
 #include "guardian/InputDisplay.h"
 #include "platform/journal/HeldInput.h"
+#include "platform/unix/ProgramStart.h"
 
 namespace {
 
@@ -42,7 +43,7 @@ constexpr int looksAtMost = 100;
 // Whoever ends a group of processes ends this one too early: the host may need it until its very
 // end, which is this program's end as well.
 void outliveSignals() {
-  for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGPIPE}) std::signal(signal, SIG_IGN);
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT}) std::signal(signal, SIG_IGN);
 }
 
 // The process that made the socket, as the kernel remembers it after its end.
@@ -106,6 +107,7 @@ void undo(InputDisplay& display, const HeldInput& held, pid_t host) {
 
 int main() {
   outliveSignals();
+  prepareProcess();
   try {
     const auto host = hostProcess();
     InputDisplay display;

@@ -15,7 +15,6 @@
 #include "launchctl/Failure.h"
 #include "launchctl/FileDescriptor.h"
 #include "launchctl/ProcessIdentity.h"
-#include "launchctl/Signals.h"
 
 extern "C" {  // glibc 2.36 does not say so itself
 #include <sys/pidfd.h>
@@ -110,7 +109,6 @@ void AgentProcess::become(const std::vector<std::string>& program) const {
   const auto self = identityOf(::getpid());
   if (!self) throw Failure("cannot read /proc; mount it, or log in to a session with systemd");
   record.replace(toText(*self));
-  takeDefaultSignals(nullptr);
   auto words = program;
   std::vector<char*> arguments(words.size() + 1, nullptr);
   std::ranges::transform(words, arguments.begin(), [](auto& word) { return word.data(); });

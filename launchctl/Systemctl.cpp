@@ -6,7 +6,6 @@
 #include <memory>
 
 #include "launchctl/Failure.h"
-#include "launchctl/Signals.h"
 
 namespace quorvin::launchctl {
 namespace {
@@ -33,8 +32,8 @@ Systemctl::Result Systemctl::run(const std::vector<std::string>& command) const 
   int status = 0;
   GError* problem = nullptr;
   const bool started =
-      g_spawn_sync(nullptr, arguments.data(), nullptr, G_SPAWN_SEARCH_PATH, takeDefaultSignals,
-                   nullptr, &output, &problems, &status, &problem) != FALSE;
+      g_spawn_sync(nullptr, arguments.data(), nullptr, G_SPAWN_SEARCH_PATH, nullptr, nullptr,
+                   &output, &problems, &status, &problem) != FALSE;
   const std::unique_ptr<char, GlibDeleter> ownedOutput(output);
   const std::unique_ptr<char, GlibDeleter> ownedProblems(problems);
   const std::unique_ptr<GError, GlibDeleter> ownedProblem(problem);

@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "launchctl/Launchctl.h"
-#include "launchctl/Signals.h"
+#include "platform/unix/ProgramStart.h"
 
 namespace {
 
@@ -49,7 +49,7 @@ void report(const std::string& message) {
 }  // namespace
 
 int main(int count, char** words) {
-  ignoreWriteSignals();
+  quorvin::prepareProcess();
   try {
     carryOut(parseCommandLine({words + std::min(count, 1), words + count}, ::getuid()));
     return static_cast<int>(ExitStatus::success);

@@ -49,6 +49,7 @@ class Wall(NamedTuple):
 SEAM = r"platform/[^/]+\.h"
 CODECS = r"platform/flutter/.+"
 JOURNAL = r"platform/journal/.+"
+UNIX = r"platform/unix/.+"
 
 # The first that matches a file counts.
 WALLS = [
@@ -79,30 +80,36 @@ WALLS = [
         "platform/journal/ may include only itself and the standard library",
     ),
     Wall(
+        UNIX,
+        UNIX,
+        True,
+        "platform/unix/ may include only itself, the standard library and POSIX",
+    ),
+    Wall(
         r"(?P<own>platform/[^/]+)/.+",
-        rf"{{own}}/.+|{CODECS}|{JOURNAL}|{SEAM}",
+        rf"{{own}}/.+|{CODECS}|{JOURNAL}|{UNIX}|{SEAM}",
         True,
         "a back end may include only itself, the headers directly in platform/, platform/flutter/, "
-        "platform/journal/ and libraries",
+        "platform/journal/, platform/unix/ and libraries",
     ),
     Wall(
         r"webui/.+",
-        rf"webui/.+|{CODECS}|{SEAM}",
+        rf"webui/.+|{CODECS}|{UNIX}|{SEAM}",
         True,
-        "webui/ may include only itself, the headers directly in platform/, platform/flutter/ and "
-        "libraries",
+        "webui/ may include only itself, the headers directly in platform/, platform/flutter/, "
+        "platform/unix/ and libraries",
     ),
     Wall(
         r"launchctl/.+",
-        r"launchctl/.+",
+        rf"launchctl/.+|{UNIX}",
         True,
-        "launchctl/ may include only itself and libraries",
+        "launchctl/ may include only itself, platform/unix/ and libraries",
     ),
     Wall(
         r"guardian/.+",
-        rf"guardian/.+|{JOURNAL}",
+        rf"guardian/.+|{JOURNAL}|{UNIX}",
         True,
-        "guardian/ may include only itself, platform/journal/ and libraries",
+        "guardian/ may include only itself, platform/journal/, platform/unix/ and libraries",
     ),
 ]
 

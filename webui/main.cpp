@@ -13,6 +13,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/unix/ProgramStart.h"
 #include "webui/Browser.h"
 #include "webui/EventSource.h"
 #include "webui/Switchboard.h"
@@ -107,7 +108,7 @@ int serve(FileDescriptor link) {
 }  // namespace
 
 int main() {
-  std::signal(SIGPIPE, SIG_IGN);
+  quorvin::prepareProcess();
   try {
     return serve(takeLink());
   } catch (const std::exception& error) {

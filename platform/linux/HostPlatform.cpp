@@ -1,6 +1,9 @@
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "platform/Platform.h"
@@ -20,9 +23,13 @@
 #include "platform/linux/ui/MainContext.h"
 #include "platform/linux/ui/NotificationCenter.h"
 #include "platform/linux/video/VideoEncoder.h"
+#include "platform/unix/ProgramStart.h"
 
 namespace quorvin {
 namespace {
+
+// GTK's, and those that GTK and GLib have at work for it at the same time.
+constexpr std::size_t threadsToStartWith = 8;
 
 // The arguments as the kernel keeps them, so that nobody has to hand them down (proc(5)).
 std::vector<std::string> processArguments() {
@@ -84,12 +91,23 @@ class LinuxPlatform {
                .videoEncoder = videoEncoder};
 };
 
+LinuxPlatform& makePlatform() {
+  prepareProcess();
+  try {
+    requireThreads(threadsToStartWith);
+    return *new LinuxPlatform;
+  } catch (const std::system_error&) {
+    std::fputs("quorvin-support: The system has too few threads left to start with.\n", stderr);
+    std::exit(EXIT_FAILURE);
+  }
+}
+
 }  // namespace
 
 Platform& hostPlatform() {
   // Never destroyed: a thread that is stuck in a call of the system when the process ends may still
   // report back to any part of it.
-  static auto& host = *new LinuxPlatform;
+  static auto& host = makePlatform();
   return host.platform();
 }
 

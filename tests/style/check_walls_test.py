@@ -101,6 +101,15 @@ class CheckWalls(StyleCheckCase):
         for header in ('"platform/Data.h"', '"platform/linux/A.h"', '"guardian/A.h"', "<poll.h>"):
             self.assert_crosses("platform/journal/A.cpp", header)
 
+    def test_every_program_on_linux_may_know_what_all_of_them_need_of_the_system(self):
+        for source in ("platform/linux/A.cpp", "webui/A.cpp", "launchctl/A.cpp", "guardian/A.cpp"):
+            self.assert_allowed(source, '"platform/unix/A.h"')
+        self.assert_allowed("platform/unix/A.cpp", '"platform/unix/A.h"', "<unistd.h>", "<thread>")
+        for header in ('"platform/Data.h"', '"platform/linux/A.h"', '"webui/A.h"'):
+            self.assert_crosses("platform/unix/A.cpp", header)
+        for source in ("Runner/A.cpp", "platform/A.h", "platform/journal/A.cpp"):
+            self.assert_crosses(source, '"platform/unix/A.h"')
+
     def test_a_relative_path_leads_through_no_wall(self):
         files = {"platform/linux/A.h": "", "webui/B.cpp": '#include "../platform/linux/A.h"\n'}
         self.assert_fails(files, "webui/B.cpp:1: includes platform/linux/A.h, but ")
