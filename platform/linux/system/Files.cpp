@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -42,6 +43,16 @@ std::optional<Bytes> readToEnd(int descriptor) {
   }
 }
 
+// The same place, below the folder's given name; nothing when it does not lie in that folder. What
+// is the same folder is asked of the file system: it may have several names, by links and mounts.
+std::optional<fs::path> pathThrough(const fs::path& folder, const fs::path& path) {
+  std::error_code ignored;
+  for (auto above = path.parent_path(); above != above.root_path(); above = above.parent_path()) {
+    if (fs::equivalent(above, folder, ignored)) return folder / path.lexically_relative(above);
+  }
+  return {};
+}
+
 }  // namespace
 
 LinuxFiles::LinuxFiles(std::optional<fs::path> executable) : executable(std::move(executable)) {}
@@ -55,9 +66,15 @@ std::optional<fs::path> LinuxFiles::executableOfProcess() {
 
 fs::path LinuxFiles::bundlePath() {
   if (!executable) return {};
-  auto folder = executable->parent_path();
-  if (folder.filename() != "Linux" || folder.parent_path().filename() != "Contents") return folder;
-  return folder.parent_path().parent_path();
+  auto bundle = executable->parent_path();
+  if (bundle.filename() == "Linux" && bundle.parent_path().filename() == "Contents") {
+    bundle = bundle.parent_path().parent_path();
+  }
+  for (const fs::path& applications :
+       {fs::path("/Applications"), homeDirectory() / "Applications"}) {
+    if (const auto renamed = pathThrough(applications, bundle)) return *renamed;
+  }
+  return bundle;
 }
 
 std::optional<fs::path> LinuxFiles::executablePath() {
@@ -69,10 +86,16 @@ fs::path LinuxFiles::homeDirectoryForCurrentUser() {
 }
 
 fs::path LinuxFiles::homeDirectory() {
-  const char* home = std::getenv("HOME");
-  if (home != nullptr && fs::path(home).is_absolute()) return home;
-  const auto* account = getpwuid(getuid());
-  return account != nullptr ? account->pw_dir : "/";
+  const char* told = std::getenv("HOME");
+  fs::path home = told != nullptr ? told : "";
+  if (!home.is_absolute()) {
+    const auto* account = getpwuid(getuid());
+    home = account != nullptr ? account->pw_dir : "/";
+  }
+  const bool goesUp = std::ranges::find(home, "..") != home.end();
+  std::error_code error;
+  const auto resolved = goesUp ? fs::weakly_canonical(home, error) : home;
+  return standardized(error ? home : resolved);
 }
 
 std::optional<fs::path> LinuxFiles::desktopDirectory() {

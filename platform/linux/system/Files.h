@@ -19,10 +19,13 @@ class LinuxFiles final : public Files {
   // start: a file that is replaced later goes by another name.
   [[nodiscard]] static std::optional<std::filesystem::path> executableOfProcess();
 
-  // The folder whose "Contents/Linux" the executable is in, or else the executable's own folder.
+  // The folder whose "Contents/Linux" the executable is in, or else the executable's own folder. In
+  // an Applications folder it goes by the name that this folder has for the user: the kernel names
+  // the executable with all links resolved, and a home or its Applications folder may be one.
   [[nodiscard]] std::filesystem::path bundlePath() override;
   [[nodiscard]] std::optional<std::filesystem::path> executablePath() override;
-  // Both are HOME, or what the user database says when HOME holds no absolute path.
+  // Both are HOME, or what the user database says when HOME holds no absolute path; standardised,
+  // with links resolved only where ".." makes that necessary.
   [[nodiscard]] std::filesystem::path homeDirectoryForCurrentUser() override;
   [[nodiscard]] std::filesystem::path homeDirectory() override;
   // XDG_DESKTOP_DIR of the user's folder list, or else "Desktop" in the home folder

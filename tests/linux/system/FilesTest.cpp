@@ -81,6 +81,75 @@ TEST_F(LinuxFilesTest, FindsTheBundleThatTheExecutableIsIn) {
   EXPECT_EQ(LinuxFiles(fs::path("/opt/Linux/program")).bundlePath(), "/opt/Linux");
 }
 
+// The kernel names the executable with all links resolved.
+class InstalledThroughLinksTest : public LinuxFilesTest {
+ protected:
+  InstalledThroughLinksTest() {
+    fs::create_directories(folder.path("disk/home/Applications/Tools/A.app"));
+    fs::create_directories(folder.path("disk/elsewhere/B.app"));
+    fs::create_directory_symlink("disk/home", folder.path("home"));
+  }
+  // Where a bundle of this path, as the kernel names it, lies for somebody with that home.
+  [[nodiscard]] std::string bundle(const std::string& path, const fs::path& home) const {
+    const char* before = std::getenv("HOME");
+    const std::string saved = before == nullptr ? "" : before;
+    setenv("HOME", home.c_str(), 1);
+    LinuxFiles program(folder.path(path) / "Contents/Linux/program");
+    auto found = program.bundlePath().string();
+    const auto ownFolder = program.homeDirectory().string() + "/Applications/";
+    setenv("HOME", saved.c_str(), 1);
+    if (found.starts_with(ownFolder)) return "own " + found.substr(ownFolder.size());
+    return found;
+  }
+};
+
+TEST_F(InstalledThroughLinksTest, IsInTheUsersOwnFolderHoweverTheHomeIsReached) {
+  const auto app = "disk/home/Applications/Tools/A.app";
+  for (const auto* home : {"disk/home", "home", "home/", "disk//home/.", "disk/elsewhere/../home",
+                           "home/../elsewhere/../home/"}) {
+    EXPECT_EQ(bundle(app, folder.path(home)), "own Tools/A.app") << home;
+  }
+}
+
+TEST_F(InstalledThroughLinksTest, IsInAnApplicationsFolderThatIsALinkToAnotherDisk) {
+  fs::create_directory(folder.path("me"));
+  fs::create_directory_symlink(folder.path("disk/elsewhere"), folder.path("me/Applications"));
+  EXPECT_EQ(bundle("disk/elsewhere/B.app", folder.path("me")), "own B.app");
+}
+
+TEST_F(InstalledThroughLinksTest, IsNotThereByALinkInsideTheFolder) {
+  fs::create_directory_symlink(folder.path("disk/elsewhere"),
+                               folder.path("disk/home/Applications/elsewhere"));
+  fs::create_directory_symlink(folder.path("disk/elsewhere/B.app"),
+                               folder.path("disk/home/Applications/B.app"));
+  for (const auto* home : {"disk/home", "home"}) {
+    EXPECT_EQ(bundle("disk/elsewhere/B.app", folder.path(home)),
+              folder.path("disk/elsewhere/B.app"))
+        << home;
+  }
+}
+
+TEST_F(InstalledThroughLinksTest, IsNotTheFolderItselfNorBesideIt) {
+  fs::create_directories(folder.path("disk/home/ApplicationsOld/A.app"));
+  EXPECT_EQ(bundle("disk/home/ApplicationsOld/A.app", folder.path("home")),
+            folder.path("disk/home/ApplicationsOld/A.app"));
+  EXPECT_EQ(bundle("disk/home/Applications", folder.path("home")),
+            folder.path("disk/home/Applications"));
+}
+
+TEST_F(LinuxFilesTest, StandardisesTheHomeFolderAndResolvesLinksOnlyBeforeDots) {
+  fs::create_directories(folder.path("real/me"));
+  fs::create_directory_symlink("real/me", folder.path("link"));
+  const auto homeIs = [&](const fs::path& told, const fs::path& expected) {
+    return inChild([&] {
+      setenv("HOME", told.c_str(), 1);
+      return files.homeDirectory() == expected;
+    });
+  };
+  EXPECT_EQ(homeIs(folder.path("link/./"), folder.path("link")), 0);
+  EXPECT_EQ(homeIs(folder.path("link/../me"), folder.path("real/me")), 0);
+}
+
 TEST_F(LinuxFilesTest, HasNoBundleWithoutAnExecutable) {
   LinuxFiles lost(std::nullopt);
   EXPECT_EQ(lost.bundlePath(), fs::path());
