@@ -20,6 +20,7 @@ constexpr auto programVariable = "QUORVIN_UI";
 constexpr auto programBesideHost = "quorvin-webui";
 constexpr int startUpErrorStatus = 1;
 constexpr int restartStatus = 1;
+constexpr int uiFailureStatus = 1;
 constexpr auto programPatience = std::chrono::seconds(2);
 
 std::optional<std::string> environmentValue(const char* name) {
@@ -135,6 +136,7 @@ void LinuxApplication::windowChanged(const WindowState& former, const WindowStat
 }
 
 void LinuxApplication::linkClosed() {
+  uiLeftFirst = !exitStatus;
   end(delegate->applicationShouldTerminateAfterLastWindowClosed() ? EXIT_SUCCESS : restartStatus);
 }
 
@@ -151,10 +153,19 @@ void LinuxApplication::finish() {
   runUntil([&used] { return used.expired(); });
   dispatch.finish();
   gtk.reset();
-  if (uiProgram != nullptr) uiProgram->end(programPatience);
-  uiProgram.reset();
+  endUserInterface();
   for (auto& signal : signals) signal.cancel();
   delegate.reset();
+}
+
+void LinuxApplication::endUserInterface() {
+  if (uiProgram != nullptr && uiProgram->end(programPatience) && uiLeftFirst) {
+    report(
+        StartUpError("The user interface has failed. If it says no more about that above, start "
+                     "this program again."));
+    exitStatus = uiFailureStatus;
+  }
+  uiProgram.reset();
 }
 
 // Returns what expires with the last of the program's channels.

@@ -27,7 +27,8 @@ class LinuxNotificationCenter;
 // and status 1. It ends when the delegate lets its window's closing end it, when the other side
 // closes the UI link, and on SIGTERM, SIGINT and SIGHUP. The status is 0, except for a link that
 // was closed under an application which outlives its windows: that is 1, so that whoever
-// supervises it starts it, and with it the user interface, again.
+// supervises it starts it, and with it the user interface, again. It is 1, too, when the
+// user-interface program that was started here has ended this run by a failure of its own.
 class LinuxApplication final : public Application {
  public:
   LinuxApplication(GMainContext* context, LinuxDispatch& dispatch,
@@ -53,6 +54,7 @@ class LinuxApplication final : public Application {
   void load(const ApplicationFactories& factories, FileDescriptor uiSocket);
   void runLoop();
   void finish();
+  void endUserInterface();
   [[nodiscard]] std::weak_ptr<const LinuxMessenger> letGoOfProgram();
   void runUntil(const std::function<bool()>& condition);
   [[nodiscard]] std::unique_ptr<GtkThread> startGtk();
@@ -72,6 +74,7 @@ class LinuxApplication final : public Application {
   std::shared_ptr<MainWindow> mainWindow;
   GMainLoop* loop = nullptr;  // while it runs
   std::optional<int> exitStatus;
+  bool uiLeftFirst = false;  // before anything else had ended this run
   bool isMade = false;
 };
 

@@ -92,12 +92,13 @@ UiProgram::~UiProgram() {
   end(lastPatience);
 }
 
-void UiProgram::end(std::chrono::milliseconds patience) {
-  if (hasEndedWithin(patience)) return;
+bool UiProgram::end(std::chrono::milliseconds patience) {
+  if (hasEndedWithin(patience)) return g_subprocess_get_successful(process.get()) == FALSE;
   g_subprocess_send_signal(process.get(), SIGTERM);
-  if (hasEndedWithin(patience)) return;
+  if (hasEndedWithin(patience)) return false;
   g_subprocess_force_exit(process.get());
   g_subprocess_wait(process.get(), nullptr, nullptr);
+  return false;
 }
 
 bool UiProgram::hasEndedWithin(std::chrono::milliseconds patience) {

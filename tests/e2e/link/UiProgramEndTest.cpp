@@ -56,6 +56,23 @@ TEST_F(UiProgramOfHost, EndsTheHostByLeaving) {
   EXPECT_TRUE(isGone(program));
 }
 
+TEST_F(UiProgramOfHost, EndsTheHostWithStatusOneByFailing) {
+  for (const auto* failure : {"exit 3\n", "kill -9 $$\n"}) {
+    const auto host = startWith("echo 'out of order' >&2\n" + std::string(failure));
+    EXPECT_EQ(host->statusWithin(), 1) << failure;
+    EXPECT_EQ(host->errorOutput().find("out of order\nquorvin-support: "), 0U)
+        << host->errorOutput();
+  }
+}
+
+TEST_F(UiProgramOfHost, MayFailWhenTheHostIsAskedToEnd) {
+  const auto host = startWith(std::string(announce) + "read line <&3\nexit 3\n");
+  waitForProgram();
+  host->send(SIGTERM);
+  EXPECT_EQ(host->statusWithin(), 0) << host->errorOutput();
+  EXPECT_EQ(host->errorOutput(), "");
+}
+
 TEST_F(UiProgramOfHost, LeavesWithTheHost) {
   const auto host = startWith(std::string(announce) + "read line <&3\nexit 0\n");
   const auto program = waitForProgram();
