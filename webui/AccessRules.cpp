@@ -13,10 +13,6 @@ namespace {
 constexpr std::size_t tokenBytes = 16;
 constexpr std::string_view scheme = "http://";
 
-bool isWithScheme(std::string_view origin, std::string_view host) {
-  return origin.starts_with(scheme) && origin.substr(scheme.size()) == host;
-}
-
 }  // namespace
 
 std::string makeToken() {
@@ -46,16 +42,14 @@ bool equalInConstantTime(std::string_view given, std::string_view expected) {
 }
 
 AccessRules::AccessRules(std::uint16_t port, std::string token)
-    : numericHost("127.0.0.1:" + std::to_string(port)),
-      namedHost("localhost:" + std::to_string(port)),
-      token(std::move(token)) {}
+    : host("127.0.0.1:" + std::to_string(port)), token(std::move(token)) {}
 
 bool AccessRules::hostAllowed(std::string_view hostHeader) const {
-  return hostHeader == numericHost || hostHeader == namedHost;
+  return hostHeader == host;
 }
 
 bool AccessRules::originAllowed(std::string_view originHeader) const {
-  return isWithScheme(originHeader, numericHost) || isWithScheme(originHeader, namedHost);
+  return originHeader.starts_with(scheme) && originHeader.substr(scheme.size()) == host;
 }
 
 std::optional<std::string> AccessRules::resourceOf(std::string_view path) const {
@@ -68,14 +62,13 @@ std::optional<std::string> AccessRules::resourceOf(std::string_view path) const 
 }
 
 std::string AccessRules::address() const {
-  return std::string(scheme) + numericHost + "/" + token + "/";
+  return std::string(scheme) + host + "/" + token + "/";
 }
 
 std::string AccessRules::contentPolicy() const {
   return "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' blob: data:; "
          "connect-src 'self' ws://" +
-         numericHost + " ws://" + namedHost +
-         "; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
+         host + "; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
 }
 
 }  // namespace quorvin::webui

@@ -17,7 +17,8 @@ namespace quorvin::webui {
 // Who may talk to the local web server. It listens on the loopback interface only, but other
 // users of the machine and every page in the user's browser can reach that too: the secret in the
 // path keeps out the first, the Host and Origin headers (names that a foreign page cannot forge,
-// even with a name that resolves to this machine) the second.
+// even with a name that resolves to this machine) the second. The number 127.0.0.1 is the only name
+// it goes by: "localhost" may lead to ::1, where the same port can be somebody else's.
 class AccessRules {
  public:
   AccessRules(std::uint16_t port, std::string token);
@@ -34,8 +35,7 @@ class AccessRules {
   [[nodiscard]] std::string contentPolicy() const;
 
  private:
-  std::string numericHost;
-  std::string namedHost;
+  std::string host;
   std::string token;
 };
 

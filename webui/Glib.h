@@ -46,8 +46,9 @@ class FileDescriptor {
   ~FileDescriptor() { reset(); }
 
   [[nodiscard]] int get() const { return number; }
+  int release() { return std::exchange(number, -1); }
   void reset() {
-    if (number >= 0) close(std::exchange(number, -1));
+    if (number >= 0) close(release());
   }
 
  private:

@@ -24,6 +24,8 @@ const char* typeOf(std::string_view name) {
 
 std::optional<PageAsset> findPageAsset(std::string_view name) {
   if (name.empty()) name = "index.html";
+  // A slash at the end would be overlooked.
+  if (name.find('/') != std::string_view::npos) return std::nullopt;
   const auto path = "/com/quorvin/webui/" + std::string(name);
   const BytesPointer bytes(g_resource_lookup_data(quorvin_page_get_resource(), path.c_str(),
                                                   G_RESOURCE_LOOKUP_FLAGS_NONE, nullptr));

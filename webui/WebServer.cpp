@@ -1,8 +1,7 @@
 #include "webui/WebServer.h"
 
-#include <algorithm>
 #include <array>
-#include <stdexcept>
+#include <sstream>
 #include <string_view>
 #include <utility>
 
@@ -12,32 +11,10 @@ namespace quorvin::webui {
 
 namespace {
 
-constexpr std::uint16_t portsTried = 100;
 constexpr std::string_view webSocketResource = "ws";
 constexpr const char* everyPath = "/";
-
-ObjectPointer<SoupServer> makeServer() {
-  // Paths stay as they were sent: there is one way only to write each of ours.
-  ObjectPointer<SoupServer> server(soup_server_new("raw-paths", TRUE, nullptr));
-  // Pictures are compressed already, and calls are short.
-  soup_server_remove_websocket_extension(server.get(), SOUP_TYPE_WEBSOCKET_EXTENSION_DEFLATE);
-  return server;
-}
-
-std::uint16_t listen(SoupServer* server) {
-  std::string reason;
-  for (std::uint16_t offset = 0; offset < portsTried; ++offset) {
-    const auto port = static_cast<std::uint16_t>(WebServer::firstPort + offset);
-    const ObjectPointer<GSocketAddress> address(
-        g_inet_socket_address_new_from_string("127.0.0.1", port));
-    GError* error = nullptr;
-    if (soup_server_listen(server, address.get(), SoupServerListenOptions{}, &error) != FALSE) {
-      return port;
-    }
-    reason = ErrorPointer(error)->message;
-  }
-  throw std::runtime_error("no free port on 127.0.0.1: " + reason);
-}
+constexpr const char* plainText = "text/plain; charset=utf-8";
+constexpr std::string_view nothingHere = "Nothing is here.\n";
 
 // All values of the header, so that a second one cannot hide behind the first.
 std::string headerOf(SoupServerMessage* message, const char* name) {
@@ -47,22 +24,28 @@ std::string headerOf(SoupServerMessage* message, const char* name) {
 }
 
 void respond(SoupServerMessage* message, guint status, const char* type, std::string_view body) {
+  soup_message_headers_replace(soup_server_message_get_response_headers(message), "Connection",
+                               "close");
   soup_server_message_set_status(message, status, nullptr);
   soup_server_message_set_response(message, type, SOUP_MEMORY_COPY, body.data(), body.size());
 }
 
 void refuse(SoupServerMessage* message, guint status, std::string_view why) {
-  respond(message, status, "text/plain; charset=utf-8", why);
+  respond(message, status, plainText, why);
 }
 
 }  // namespace
 
-WebServer::WebServer(PageHandler onPage)
-    : onPage(std::move(onPage)), server(makeServer()), rules(listen(server.get()), makeToken()) {
+WebServer::WebServer(PageHandler onPage, std::chrono::milliseconds requestTimeMax)
+    : onPage(std::move(onPage)),
+      // Paths stay as they were sent: there is one way only to write each of ours.
+      server(soup_server_new("raw-paths", TRUE, nullptr)),
+      door(server.get()),
+      rules(door.port(), makeToken()) {
   soup_server_add_early_handler(server.get(), everyPath, onHeaders, this, nullptr);
   soup_server_add_handler(server.get(), everyPath, onRequest, this, nullptr);
-  soup_server_add_websocket_handler(server.get(), everyPath, nullptr, nullptr, onWebSocket, this,
-                                    nullptr);
+  door.open(
+      {[this](std::string_view target) { return serves(target); }, refusal(), requestTimeMax});
 }
 
 WebServer::~WebServer() {
@@ -76,58 +59,78 @@ void WebServer::onHeaders(SoupServer* /*server*/, SoupServerMessage* message, co
 
 void WebServer::onRequest(SoupServer* /*server*/, SoupServerMessage* message, const char* path,
                           GHashTable* /*query*/, gpointer self) {
-  static_cast<const WebServer*>(self)->answer(message, path);
+  static_cast<WebServer*>(self)->answer(message, path);
 }
 
-void WebServer::onWebSocket(SoupServer* /*server*/, SoupServerMessage* /*message*/,
-                            const char* /*path*/, SoupWebsocketConnection* connection,
-                            gpointer self) {
-  static_cast<const WebServer*>(self)->onPage(connection);
+void WebServer::onUpgraded(SoupServerMessage* message, gpointer self) {
+  static_cast<WebServer*>(self)->openPage(message);
+}
+
+bool WebServer::serves(std::string_view target) const {
+  const auto resource = rules.resourceOf(target);
+  return resource && (*resource == webSocketResource || findPageAsset(*resource));
 }
 
 // Before anything of a request but its headers has been read.
 void WebServer::screen(SoupServerMessage* message, const char* path) const {
   // No request to this server has a use for a body.
   soup_message_body_set_accumulate(soup_server_message_get_request_body(message), FALSE);
-  addCommonHeaders(message);
+  auto* headers = soup_server_message_get_response_headers(message);
+  for (const auto& [name, value] : commonHeaders()) {
+    soup_message_headers_replace(headers, name.c_str(), value.c_str());
+  }
   const std::string_view method = soup_server_message_get_method(message);
-  const auto resource = rules.resourceOf(path);
   if (!rules.hostAllowed(headerOf(message, "Host"))) {
     refuse(message, SOUP_STATUS_FORBIDDEN, "This address is not served.\n");
-  } else if (!resource) {
-    refuse(message, SOUP_STATUS_NOT_FOUND, "Nothing is here.\n");
   } else if (method != "GET" && method != "HEAD") {
-    soup_message_headers_replace(soup_server_message_get_response_headers(message), "Allow",
-                                 "GET, HEAD");
+    soup_message_headers_replace(headers, "Allow", "GET, HEAD");
     refuse(message, SOUP_STATUS_METHOD_NOT_ALLOWED, "This can only be read.\n");
-  } else if (*resource == webSocketResource && !rules.originAllowed(headerOf(message, "Origin"))) {
+  } else if (rules.resourceOf(path) == webSocketResource &&
+             !rules.originAllowed(headerOf(message, "Origin"))) {
     refuse(message, SOUP_STATUS_FORBIDDEN, "Another page may not connect.\n");
   }
 }
 
-void WebServer::answer(SoupServerMessage* message, const char* path) const {
-  const auto resource = rules.resourceOf(path);
-  // The WebSocket handler takes over when this one leaves the request without a status.
-  if (!resource || *resource == webSocketResource) return;
-  if (const auto asset = findPageAsset(*resource)) {
+void WebServer::answer(SoupServerMessage* message, const char* path) {
+  const auto resource = rules.resourceOf(path).value_or(std::string());
+  if (resource == webSocketResource) {
+    if (soup_websocket_server_process_handshake(message, nullptr, nullptr, nullptr, nullptr)) {
+      g_signal_connect(message, "wrote-informational", G_CALLBACK(onUpgraded), this);
+    }
+  } else if (const auto asset = findPageAsset(resource)) {
     respond(message, SOUP_STATUS_OK, asset->type, asset->content);
-  } else {
-    refuse(message, SOUP_STATUS_NOT_FOUND, "Nothing is here.\n");
   }
 }
 
-void WebServer::addCommonHeaders(SoupServerMessage* message) const {
-  auto* headers = soup_server_message_get_response_headers(message);
-  const auto set = [&](const char* name, const char* value) {
-    soup_message_headers_replace(headers, name, value);
-  };
-  set("Content-Security-Policy", rules.contentPolicy().c_str());
-  set("X-Content-Type-Options", "nosniff");
-  set("X-Frame-Options", "DENY");
-  set("Referrer-Policy", "no-referrer");
-  set("Cross-Origin-Opener-Policy", "same-origin");
-  set("Cross-Origin-Resource-Policy", "same-origin");
-  set("Cache-Control", "no-store");
+// Once the handshake has been answered.
+void WebServer::openPage(SoupServerMessage* message) {
+  door.letStay(message);
+  const auto held = referTo(message);
+  const ObjectPointer<GIOStream> stream(soup_server_message_steal_connection(message));
+  const ObjectPointer<SoupWebsocketConnection> page(
+      soup_websocket_connection_new(stream.get(), soup_server_message_get_uri(message),
+                                    SOUP_WEBSOCKET_CONNECTION_SERVER, nullptr, nullptr, nullptr));
+  onPage(page.get());
+}
+
+WebServer::Headers WebServer::commonHeaders() const {
+  return {{{"Content-Security-Policy", rules.contentPolicy()},
+           {"X-Content-Type-Options", "nosniff"},
+           {"X-Frame-Options", "DENY"},
+           {"Referrer-Policy", "no-referrer"},
+           {"Cross-Origin-Opener-Policy", "same-origin"},
+           {"Cross-Origin-Resource-Policy", "same-origin"},
+           {"Cache-Control", "no-store"}}};
+}
+
+std::string WebServer::refusal() const {
+  std::ostringstream answer;
+  answer << "HTTP/1.1 404 Not Found\r\n";
+  for (const auto& [name, value] : commonHeaders()) answer << name << ": " << value << "\r\n";
+  answer << "Content-Type: " << plainText << "\r\nContent-Length: " << nothingHere.size()
+         << "\r\nConnection: close\r\n\r\n"
+         << nothingHere;
+  return answer.str();
 }
 
 }  // namespace quorvin::webui

@@ -2,11 +2,15 @@
 
 #include <libsoup/soup.h>
 
-#include <cstdint>
+#include <array>
+#include <chrono>
 #include <functional>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "webui/AccessRules.h"
+#include "webui/FrontDoor.h"
 #include "webui/Glib.h"
 
 namespace quorvin::webui {
@@ -15,14 +19,12 @@ namespace quorvin::webui {
 // access rules let in. On the main loop's thread.
 class WebServer {
  public:
-  static constexpr std::uint16_t firstPort = 8765;
-
   // Called with the WebSocket of every page that opens one; the server keeps no hold on it.
   using PageHandler = std::function<void(SoupWebsocketConnection*)>;
 
-  // Listens on the first free port from `firstPort` on. Throws std::runtime_error when there is
-  // none within reach, or no random token to be had.
-  explicit WebServer(PageHandler onPage);
+  // Throws std::runtime_error when there is no free port, or no random token to be had.
+  explicit WebServer(PageHandler onPage,
+                     std::chrono::milliseconds requestTimeMax = FrontDoor::requestTimeMax);
   WebServer(const WebServer&) = delete;
   WebServer& operator=(const WebServer&) = delete;
   ~WebServer();
@@ -34,14 +36,19 @@ class WebServer {
                         GHashTable* query, gpointer self);
   static void onRequest(SoupServer* server, SoupServerMessage* message, const char* path,
                         GHashTable* query, gpointer self);
-  static void onWebSocket(SoupServer* server, SoupServerMessage* message, const char* path,
-                          SoupWebsocketConnection* connection, gpointer self);
+  static void onUpgraded(SoupServerMessage* message, gpointer self);
+  [[nodiscard]] bool serves(std::string_view target) const;
   void screen(SoupServerMessage* message, const char* path) const;
-  void answer(SoupServerMessage* message, const char* path) const;
-  void addCommonHeaders(SoupServerMessage* message) const;
+  void answer(SoupServerMessage* message, const char* path);
+  void openPage(SoupServerMessage* message);
+  using Headers = std::array<std::pair<std::string, std::string>, 7>;
+  [[nodiscard]] Headers commonHeaders() const;
+  // The whole answer to a request for anything that is not here.
+  [[nodiscard]] std::string refusal() const;
 
   PageHandler onPage;
   ObjectPointer<SoupServer> server;
+  FrontDoor door;
   AccessRules rules;
 };
 

@@ -33,18 +33,18 @@ TEST(AccessRules, ComparisonSeesEveryDifference) {
 
 TEST(AccessRules, OnlyThisServerIsAHost) {
   EXPECT_TRUE(rules().hostAllowed("127.0.0.1:8765"));
-  EXPECT_TRUE(rules().hostAllowed("localhost:8765"));
-  for (const auto* host : {"", "127.0.0.1", "localhost", "127.0.0.1:8766", "example.com:8765",
-                           "localhost:8765.example.com", "127.0.0.1:8765, 127.0.0.1:8765"}) {
+  for (const auto* host :
+       {"", "127.0.0.1", "localhost", "localhost:8765", "[::1]:8765", "127.0.0.1:8766",
+        "example.com:8765", "localhost:8765.example.com", "127.0.0.1:8765, 127.0.0.1:8765"}) {
     EXPECT_FALSE(rules().hostAllowed(host)) << host;
   }
 }
 
 TEST(AccessRules, OnlyOwnPagesAreAnOrigin) {
   EXPECT_TRUE(rules().originAllowed("http://127.0.0.1:8765"));
-  EXPECT_TRUE(rules().originAllowed("http://localhost:8765"));
-  for (const auto* origin : {"", "null", "https://127.0.0.1:8765", "http://127.0.0.1",
-                             "http://example.com:8765", "http://127.0.0.1:8765/"}) {
+  for (const auto* origin :
+       {"", "null", "http://localhost:8765", "http://[::1]:8765", "https://127.0.0.1:8765",
+        "http://127.0.0.1", "http://example.com:8765", "http://127.0.0.1:8765/"}) {
     EXPECT_FALSE(rules().originAllowed(origin)) << origin;
   }
 }

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "webui/WebServer.h"
 #include "webui/tests/RawRequest.h"
@@ -11,6 +12,9 @@ namespace {
 
 class WebServerTest : public testing::Test {
  protected:
+  explicit WebServerTest(std::chrono::milliseconds requestTimeMax = FrontDoor::requestTimeMax)
+      : server([this](SoupWebsocketConnection*) { ++pagesOpened; }, requestTimeMax) {}
+
   [[nodiscard]] std::string address() const { return server.access().address(); }
   [[nodiscard]] std::string authority() const {
     const auto start = std::string("http://").size();
@@ -43,9 +47,7 @@ class WebServerTest : public testing::Test {
   }
 
   int pagesOpened = 0;
-  WebServer server{[this](SoupWebsocketConnection*) {
-    ++pagesOpened;
-  }};
+  WebServer server;
 };
 
 TEST_F(WebServerTest, ServesThePageAndItsAssetsBehindTheToken) {
@@ -58,8 +60,17 @@ TEST_F(WebServerTest, ServesThePageAndItsAssetsBehindTheToken) {
   EXPECT_NE(get(root() + "icon.svg").find("Content-Type: image/svg+xml"), std::string::npos);
 }
 
-TEST_F(WebServerTest, AnswersToItsNameAsWellAsItsNumber) {
-  EXPECT_EQ(statusOf(request("GET", root(), "localhost:" + std::to_string(port()))), 200);
+TEST_F(WebServerTest, KnowsOneWayOnlyToWriteEachPath) {
+  ASSERT_EQ(statusOf(get(root() + "main.js")), 200);
+  for (const auto& path :
+       {"/." + root(), "/x/.." + root(), "/" + root(), root() + ".", root() + "./main.js",
+        root() + "main.js/", root() + "main.js?", root() + "main.js#x", root() + "?x=1",
+        root() + "main%2Ejs", root() + "../" + root().substr(1), address(), address() + "main.js",
+        root() + "main.js HTTP/1.1"}) {
+    const auto answer = get(path);
+    EXPECT_EQ(statusOf(answer), 404) << path;
+    EXPECT_EQ(answer.find("<html"), std::string::npos) << path;
+  }
 }
 
 TEST_F(WebServerTest, SendsTheHeadersThatKeepOthersOutWithEveryAnswer) {
@@ -89,8 +100,10 @@ TEST_F(WebServerTest, HasNoOtherFiles) {
 }
 
 TEST_F(WebServerTest, RefusesNamesThatOnlyResolveToThisMachine) {
-  for (const auto& host : {std::string("example.com:8765"), std::string("127.0.0.1"),
-                           "rebind.example:" + std::to_string(port())}) {
+  const auto portText = std::to_string(port());
+  for (const auto& host :
+       {std::string("example.com:8765"), std::string("127.0.0.1"), "rebind.example:" + portText,
+        "localhost:" + portText, "[::1]:" + portText, authority() + "\r\nHost: " + authority()}) {
     EXPECT_EQ(statusOf(request("GET", root(), host)), 403) << host;
   }
 }
@@ -109,8 +122,8 @@ TEST_F(WebServerTest, OpensWebSocketsForItsOwnPages) {
 }
 
 TEST_F(WebServerTest, RefusesWebSocketsOfOtherPages) {
-  for (const auto* origin :
-       {"", "Origin: null\r\n", "Origin: http://example.com\r\n", "Origin: http://127.0.0.1\r\n"}) {
+  for (const auto* origin : {"", "Origin: null\r\n", "Origin: http://example.com\r\n",
+                             "Origin: http://127.0.0.1\r\n", "Origin: http://localhost:8765\r\n"}) {
     EXPECT_EQ(statusOf(handshake(root() + "ws", origin)), 403) << origin;
   }
   const auto own = "Origin: http://" + authority() + "\r\n";
@@ -135,6 +148,52 @@ TEST_F(WebServerTest, SecondServerTakesTheNextFreePort) {
   const WebServer second([](SoupWebsocketConnection*) {});
   EXPECT_NE(second.access().address().substr(0, 22), address().substr(0, 22));
   EXPECT_EQ(statusOf(get(root())), 200);
+}
+
+TEST_F(WebServerTest, ServesWhoeverKnowsTheTokenWhenStrangersTakeUpEveryPlace) {
+  std::vector<FileDescriptor> strangers;
+  for (std::size_t count = 0; count < 3 * FrontDoor::connectionsMax; ++count) {
+    strangers.push_back(connectTo(port()));
+    if (count % 2 == 0) sendAll(strangers.back(), "GET /");
+    EXPECT_EQ(statusOf(get(root())), 200);
+  }
+  // The oldest had to go, the others may still ask.
+  EXPECT_EQ(readAnswer(strangers.front(), "never"), "");
+  sendAll(strangers.back(), "GET / HTTP/1.1\r\n\r\n");
+  EXPECT_EQ(statusOf(readAnswer(strangers.back(), "never")), 404);
+}
+
+TEST_F(WebServerTest, ReadsARequestThatComesInPieces) {
+  const auto socket = connectTo(port());
+  const auto request = "GET " + root() + "main.js HTTP/1.1\r\nHost: " + authority() + "\r\n\r\n";
+  for (const auto character : request) {
+    sendAll(socket, std::string_view(&character, 1));
+    while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
+    }
+  }
+  EXPECT_EQ(statusOf(readAnswer(socket, "never")), 200);
+}
+
+TEST_F(WebServerTest, LetsGoOfWhoLeavesInTheMiddleOfARequest) {
+  const auto socket = connectTo(port());
+  sendAll(socket, "GET /half");
+  shutdown(socket.get(), SHUT_WR);
+  EXPECT_EQ(readAnswer(socket, "never"), "");
+}
+
+class QuickWebServerTest : public WebServerTest {
+ protected:
+  QuickWebServerTest() : WebServerTest(std::chrono::milliseconds(1)) {}
+};
+
+TEST_F(QuickWebServerTest, ConnectionsThatSayNothingOrTooLittleEndInTime) {
+  const auto request = "GET " + root() + " HTTP/1.1\r\n";
+  for (const auto& start :
+       {std::string(), std::string("GET "), request, request + "Host: " + authority() + "\r\n"}) {
+    const auto socket = connectTo(port());
+    sendAll(socket, start);
+    EXPECT_EQ(readAnswer(socket, "never").find("200"), std::string::npos) << start;
+  }
 }
 
 }  // namespace
