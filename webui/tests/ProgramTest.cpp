@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "tests/ChildProgram.h"
 #include "webui/Glib.h"
 
 namespace quorvin::webui {
@@ -33,7 +34,7 @@ class Program {
     auto out = socketPair();
     host = std::move(link[0]);
     output = std::move(out[0]);
-    process = fork();
+    process = forkChild();
     if (process == 0) run(link[1].get(), out[1].get(), linkVariable);
   }
   Program(const Program&) = delete;

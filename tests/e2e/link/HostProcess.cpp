@@ -1,7 +1,6 @@
 #include "tests/e2e/link/HostProcess.h"
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -12,37 +11,24 @@
 #include <csignal>
 #include <ctime>
 #include <fstream>
-#include <system_error>
 #include <thread>
+#include <utility>
+
+#include "tests/ChildProgram.h"
 
 namespace quorvin {
-namespace {
-
-std::vector<char*> asArray(std::vector<std::string>& words) {
-  std::vector<char*> pointers(words.size() + 1, nullptr);
-  std::ranges::transform(words, pointers.begin(), [](auto& word) { return word.data(); });
-  return pointers;
-}
-
-}  // namespace
 
 HostProcess::HostProcess(Launch launch) : errors(::memfd_create("standard error", MFD_CLOEXEC)) {
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_adddup2(&actions, errors.get(), STDERR_FILENO);
-  if (launch.link.isOpen()) posix_spawn_file_actions_adddup2(&actions, launch.link.get(), 3);
-  posix_spawnattr_t attributes;
-  posix_spawnattr_init(&attributes);
-  if (launch.hasOwnGroup) posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
   launch.arguments.insert(launch.arguments.begin(), launch.program);
   std::ranges::reverse(launch.environment);  // the first of a name is what a program finds
-  const int error =
-      ::posix_spawn(&process, launch.program.c_str(), &actions, &attributes,
-                    asArray(launch.arguments).data(), asArray(launch.environment).data());
-  posix_spawnattr_destroy(&attributes);
-  posix_spawn_file_actions_destroy(&actions);
-  if (error != 0) throw std::system_error(error, std::generic_category(), launch.program);
+  const FileDescriptor silence(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+  std::vector<std::pair<int, int>> descriptors = {{silence.get(), STDOUT_FILENO},
+                                                  {errors.get(), STDERR_FILENO}};
+  if (launch.link.isOpen()) descriptors.emplace_back(launch.link.get(), 3);
+  process = startProgram({.words = std::move(launch.arguments),
+                          .environment = std::move(launch.environment),
+                          .descriptors = std::move(descriptors),
+                          .hasOwnGroup = launch.hasOwnGroup});
 }
 
 HostProcess::~HostProcess() {

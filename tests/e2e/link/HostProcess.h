@@ -13,7 +13,7 @@
 namespace quorvin {
 
 // The real host, or any other program, in an environment of its own. Killed at the end when it is
-// still there.
+// still there, also when this process is killed.
 class HostProcess {
  public:
   struct Launch {

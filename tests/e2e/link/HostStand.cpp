@@ -9,8 +9,6 @@
 #include <fstream>
 #include <system_error>
 
-#include "tests/linux/system/UnusedDisplay.h"
-
 namespace quorvin {
 namespace {
 
@@ -30,7 +28,7 @@ std::pair<FileDescriptor, FileDescriptor> makeLinkPair() {
 }
 
 HostStand::HostStand(JpegSize screen)
-    : server({unusedDisplay(), "-screen", "0",
+    : server({"-screen", "0",
               std::to_string(screen.widthPx) + "x" + std::to_string(screen.heightPx) + "x24",
               "-noreset"}) {}
 

@@ -15,6 +15,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "tests/ChildProgram.h"
+
 namespace quorvin {
 namespace {
 
@@ -34,7 +36,7 @@ Pipe makePipe() {
 DyingHost::DyingHost(const std::string& display, const Work& work) {
   auto result = makePipe();
   auto errors = makePipe();
-  process = ::fork();
+  process = forkChild();
   if (process < 0) throw std::runtime_error("no process");
   if (process == 0) run(display, work, std::move(result.write), std::move(errors.write));
   result.write.reset();

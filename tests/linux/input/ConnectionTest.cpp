@@ -109,8 +109,7 @@ TEST(InputConnection, ComesBackWithTheServer) {
   stand->type(mac::a);
   EXPECT_FALSE(stand->events->displayIsActive(1));
 
-  const ChildProcess again({"Xvfb", display, "-displayfd", "3", "-screen", "0", "640x480x24",
-                            "-noreset", "-nolisten", "tcp"});
+  const XServer again({display, "-screen", "0", "640x480x24", "-noreset"});
   InputWatcher watcher(display);
   stand->type(mac::a);
   stand->events->settle();

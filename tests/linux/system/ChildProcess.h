@@ -1,20 +1,22 @@
 #pragma once
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <csignal>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "tests/ChildProgram.h"
 
 namespace quorvin {
 
-// A program that says one line on a descriptor once it is ready, and is killed at the end.
+// A program that says one line on a descriptor once it is ready, and is killed at the end, also
+// when this process is killed.
 class ChildProcess {
  public:
   // The descriptor on which the child is to say its line.
@@ -23,7 +25,11 @@ class ChildProcess {
   explicit ChildProcess(std::vector<std::string> command) {
     std::array<int, 2> pipe{};
     if (pipe2(pipe.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-    spawn(command, pipe[1]);
+    const int silence = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    pid = startProgram({.words = std::move(command),
+                        .environment = {},
+                        .descriptors = {{silence, STDERR_FILENO}, {pipe[1], readyDescriptor}}});
+    close(silence);
     close(pipe[1]);
     char letter = 0;
     while (read(pipe[0], &letter, 1) == 1 && letter != '\n') line += letter;
@@ -35,6 +41,12 @@ class ChildProcess {
 
   [[nodiscard]] const std::string& readyLine() const { return line; }
   void send(int signal) const { kill(pid, signal); }
+  // Returns once it has stopped or ended.
+  void stop() const {
+    kill(pid, SIGSTOP);
+    siginfo_t state{};
+    waitid(P_PID, static_cast<id_t>(pid), &state, WSTOPPED | WEXITED | WNOWAIT);
+  }
   void end() {
     if (pid <= 0) return;
     kill(pid, SIGKILL);
@@ -43,19 +55,6 @@ class ChildProcess {
   }
 
  private:
-  void spawn(std::vector<std::string>& command, int ready) {
-    std::vector<char*> arguments(command.size() + 1, nullptr);
-    std::ranges::transform(command, arguments.begin(), [](auto& word) { return word.data(); });
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, ready, readyDescriptor);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    const int error =
-        posix_spawnp(&pid, arguments.front(), &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (error != 0) throw std::runtime_error("cannot start " + command.front());
-  }
-
   pid_t pid = 0;
   std::string line;
 };

@@ -14,6 +14,7 @@
 
 #include "platform/Error.h"
 #include "platform/linux/system/UserDefaults.h"
+#include "tests/ChildProgram.h"
 #include "tests/TemporaryFolder.h"
 
 namespace quorvin {
@@ -42,7 +43,7 @@ class DefaultsFileTest : public testing::Test {
   }
   // Exit status of a process of its own that does the work.
   static int inAnotherProcess(const std::function<int()>& work) {
-    const pid_t child = fork();
+    const pid_t child = forkChild();
     if (child == 0) _exit(work());
     int status = 0;
     waitpid(child, &status, 0);
@@ -97,7 +98,7 @@ TEST_F(DefaultsFileTest, LosesNothingWhenManyProcessesStoreAtOnce) {
   constexpr int keysEach = 20;
   std::vector<pid_t> children;
   for (int writer = 0; writer < writers; ++writer) {
-    const pid_t child = fork();
+    const pid_t child = forkChild();
     if (child == 0) {
       auto defaults = open();
       for (int key = 0; key < keysEach; ++key) {

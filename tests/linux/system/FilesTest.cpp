@@ -16,6 +16,7 @@
 
 #include "platform/Error.h"
 #include "platform/linux/system/Files.h"
+#include "tests/ChildProgram.h"
 #include "tests/TemporaryFolder.h"
 
 namespace quorvin {
@@ -61,7 +62,7 @@ class LinuxFilesTest : public testing::Test {
   }
   // The work's exit status in a process of its own, whose limits and folders may be spoilt.
   static int inChild(const std::function<bool()>& work) {
-    const auto child = fork();
+    const auto child = forkChild();
     if (child == 0) _exit(work() ? 0 : 1);
     int status = -1;
     waitpid(child, &status, 0);

@@ -31,10 +31,12 @@ class XServer {
 
   // As in DISPLAY.
   [[nodiscard]] std::string display() const { return ":" + number; }
-  void freeze() const { child->send(SIGSTOP); }
+  // Returns once it carries nothing out any more.
+  void freeze() const { child->stop(); }
   void thaw() const { child->send(SIGCONT); }
   void end() {
-    child->end();
+    if (!child) return;
+    child.reset();
     unlink(("/tmp/.X11-unix/X" + number).c_str());  // which a killed one leaves
   }
 

@@ -26,6 +26,7 @@
 #include "platform/linux/system/PropertyList.h"
 #include "platform/linux/system/Text.h"
 #include "platform/linux/system/UserDefaults.h"
+#include "tests/ChildProgram.h"
 #include "tests/TemporaryFolder.h"
 #include "tests/fakes/FakeMachine.h"
 
@@ -45,7 +46,7 @@ bool changesSomething(unsigned long long systemCall) {
 // A process that does the work and is killed just before such a system call, by number from 0.
 // Returns its exit status, or minus the signal that ended it.
 int exitStatus(const std::function<int()>& work, std::optional<int> killedBefore) {
-  const pid_t child = fork();
+  const pid_t child = forkChild();
   if (child == 0) {
     if (killedBefore) {
       ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
