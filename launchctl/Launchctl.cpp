@@ -8,8 +8,8 @@
 namespace quorvin::launchctl {
 
 void bootstrap(const std::filesystem::path& file, const Surroundings& surroundings) {
+  const Lock lock(surroundings.stateFolder);
   const auto agent = readAgentFile(file);
-  const Lock lock(surroundings.lockFolder);
   const Registration registration(agent.label, surroundings);
   registration.requireFreePlaces();
   if (registration.isComplete()) {
@@ -27,18 +27,18 @@ void bootout(const std::filesystem::path& file, const Surroundings& surroundings
                   "neither the content nor the name of " + file.string() +
                       " says which agent it is about; name the file LABEL.plist");
   }
-  const Lock lock(surroundings.lockFolder);
   const Registration registration(*label, surroundings);
   if (!registration.hasTraces()) {
     throw Failure(ExitStatus::noSuchAgent,
                   *label + " is not registered, so there is nothing to do");
   }
+  const Lock lock(surroundings.stateFolder);
   registration.remove();
 }
 
 void run(const std::string& label, const std::vector<std::string>& program,
          const Surroundings& surroundings) {
-  const Lock lock(surroundings.lockFolder);
+  const Lock lock(surroundings.stateFolder);
   const AgentProcess process(processRecord(label, surroundings));
   if (!process.isRunning()) process.become(program);
 }

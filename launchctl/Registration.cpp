@@ -22,7 +22,7 @@ bool isLink(const std::filesystem::path& path) {
 }  // namespace
 
 OwnFile processRecord(const std::string& label, const Surroundings& surroundings) {
-  return OwnFile(surroundings.stateFolder / "quorvin-launchctl" / (label + ".process"));
+  return OwnFile(surroundings.stateFolder / (label + ".process"));
 }
 
 Registration::Registration(std::string agentLabel, const Surroundings& surroundings)

@@ -30,8 +30,7 @@ Surroundings lookAround() {
   const auto systemctl = variable("QUORVIN_SYSTEMCTL");
   std::error_code ignored;
   return {folder("XDG_CONFIG_HOME", home / ".config"),
-          folder("XDG_STATE_HOME", home / ".local" / "state"),
-          folder("XDG_RUNTIME_DIR", home),
+          folder("XDG_STATE_HOME", home / ".local" / "state") / "quorvin-launchctl",
           std::filesystem::read_symlink("/proc/self/exe", ignored),
           systemctl.empty() ? "systemctl" : systemctl,
           !variable("DISPLAY").empty() || !variable("WAYLAND_DISPLAY").empty()};

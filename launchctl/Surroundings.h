@@ -8,8 +8,7 @@ namespace quorvin::launchctl {
 // What the program takes from its environment.
 struct Surroundings {
   std::filesystem::path configFolder;   // XDG_CONFIG_HOME
-  std::filesystem::path stateFolder;    // XDG_STATE_HOME
-  std::filesystem::path lockFolder;     // a folder of the user's that is there
+  std::filesystem::path stateFolder;    // this program's own, below XDG_STATE_HOME
   std::filesystem::path ownExecutable;  // of this program
   std::string systemctl;                // QUORVIN_SYSTEMCTL, or "systemctl"
   bool hasDisplay = false;              // whether it was called from a graphical session
