@@ -1,8 +1,11 @@
 #include "launchctl/AgentFile.h"
 
 #include <fcntl.h>
+#include <grp.h>
+#include <pwd.h>
 #include <strings.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -30,7 +33,33 @@ std::string reasonOf(int error) {
   return std::generic_category().message(error);
 }
 
-// launchd reads no file that somebody else could have written.
+// The group that useradd(8) makes for this user alone: it has the user's name, lists nobody else
+// and is no other account's own. The name is asked for because not every user database tells of all
+// its accounts.
+bool isOwnGroup(gid_t group) {
+  const auto* account = ::getpwuid(::getuid());
+  if (account == nullptr || account->pw_gid != group) return false;
+  const std::string user = account->pw_name;
+  const auto* entry = ::getgrgid(group);
+  bool isOwn = entry != nullptr && user == entry->gr_name;
+  for (auto* member = isOwn ? entry->gr_mem : nullptr; isOwn && *member != nullptr; ++member) {
+    isOwn = user == *member;
+  }
+  ::setpwent();
+  while (isOwn && (account = ::getpwent()) != nullptr) {
+    isOwn = account->pw_gid != group || account->pw_uid == ::getuid();
+  }
+  ::endpwent();
+  return isOwn;
+}
+
+// With an access control list, the permissions of the group are those of everybody on it.
+bool hasAccessList(int file) {
+  return ::fgetxattr(file, "system.posix_acl_access", nullptr, 0) > 0;
+}
+
+// launchd reads no file that somebody else could have written. A user's private group, for which
+// many systems let every file be written, is nobody else.
 void requireTrustworthy(int file) {
   struct stat state {};
   if (::fstat(file, &state) != 0) throw Failure(reasonOf(errno));
@@ -38,7 +67,9 @@ void requireTrustworthy(int file) {
   if (state.st_uid != 0 && state.st_uid != ::getuid()) {
     throw Failure("it belongs to another user; copy it to a file of your own");
   }
-  if ((state.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+  const bool mayOthers = (state.st_mode & S_IWOTH) != 0;
+  const bool mayGroup = (state.st_mode & S_IWGRP) != 0;
+  if (mayOthers || (mayGroup && (hasAccessList(file) || !isOwnGroup(state.st_gid)))) {
     throw Failure("others may write to it; run chmod go-w on it");
   }
 }

@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "launchctl/Launchctl.h"
+#include "launchctl/OwnFile.h"
 #include "platform/unix/ProgramStart.h"
 
 namespace {
@@ -42,8 +43,22 @@ void carryOut(const Request& request) {
   }
 }
 
-void report(const std::string& message) {
-  std::fputs(("quorvin-launchctl: " + oneLine(message) + "\n").c_str(), stderr);
+// The host that calls this program throws away what it says. The newest line comes first.
+void writeDown(const std::string& line) {
+  constexpr std::size_t earlierBytesMax = 4096;
+  try {
+    const OwnFile log(lookAround().stateFolder / "log");
+    log.replace(line + log.content().substr(0, earlierBytesMax));
+  } catch (const Failure&) {
+    // There is nobody left to tell.
+  }
+}
+
+int report(const std::string& message, ExitStatus status) {
+  const auto line = oneLine(message) + "\n";
+  std::fputs(("quorvin-launchctl: " + line).c_str(), stderr);
+  if (status == ExitStatus::failed) writeDown(line);
+  return static_cast<int>(status);
 }
 
 }  // namespace
@@ -54,10 +69,8 @@ int main(int count, char** words) {
     carryOut(parseCommandLine({words + std::min(count, 1), words + count}, ::getuid()));
     return static_cast<int>(ExitStatus::success);
   } catch (const Failure& failure) {
-    report(failure.what());
-    return static_cast<int>(failure.status());
+    return report(failure.what(), failure.status());
   } catch (const std::exception& failure) {
-    report(failure.what());
-    return static_cast<int>(ExitStatus::failed);
+    return report(failure.what(), ExitStatus::failed);
   }
 }

@@ -167,9 +167,9 @@ TEST_F(AgentFile, IsRefusedWhenItAsksForWhatThereIsNot) {
   EXPECT_EQ(refusalOf(type("ProcessType", "<string>Background</string>")), "");
 }
 
-TEST_F(AgentFile, IsRefusedUnlessOnlyItsOwnerCanWriteIt) {
+TEST_F(AgentFile, IsRefusedWhenOthersCanWriteIt) {
   const auto file = folder.write("com.example.agent.plist", AgentDescription{}.xml());
-  for (const mode_t mode : {0664U, 0646U, 0666U}) {
+  for (const mode_t mode : {0646U, 0666U, 0602U}) {
     ASSERT_EQ(::chmod(file.c_str(), mode), 0);
     EXPECT_THAT(refusalOfFile(file), HasSubstr("chmod go-w"));
   }

@@ -75,11 +75,15 @@ std::filesystem::path LaunchctlStand::record(const std::string& label) const {
   return home() + "/.local/state/quorvin-launchctl/" + label + ".process";
 }
 
+std::filesystem::path LaunchctlStand::log() const {
+  return home() + "/.local/state/quorvin-launchctl/log";
+}
+
 std::vector<std::string> LaunchctlStand::files() const {
   std::vector<std::string> found;
   std::error_code ignored;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(home(), ignored)) {
-    if (!entry.is_directory()) found.push_back(entry.path());
+    if (!entry.is_directory() && entry.path() != log()) found.push_back(entry.path());
   }
   return found;
 }

@@ -45,7 +45,9 @@ class LaunchctlStand {
   [[nodiscard]] std::filesystem::path unit(const std::string& label = agentLabel) const;
   [[nodiscard]] std::filesystem::path entry(const std::string& label = agentLabel) const;
   [[nodiscard]] std::filesystem::path record(const std::string& label = agentLabel) const;
-  // Every file below the home folder.
+  // Where it writes down why it has failed.
+  [[nodiscard]] std::filesystem::path log() const;
+  // Every other file below the home folder.
   [[nodiscard]] std::vector<std::string> files() const;
 
  private:
