@@ -38,8 +38,8 @@ class Files {
   // The whole content, links followed; nothing when it cannot be read, for whatever reason.
   [[nodiscard]] virtual std::optional<Data> contents(const std::filesystem::path& path) = 0;
   // Puts the bytes there in one step: a reader sees the old file or the new one, whole, and a
-  // failure leaves the old one. A new file gets the process' usual permissions, an existing one
-  // keeps its own. A link at the path is replaced, not followed.
+  // failure leaves the old one. A new file gets the process' usual permissions or fewer, an
+  // existing one keeps its own. A link at the path is replaced, not followed.
   virtual void writeAtomically(std::span<const std::uint8_t> bytes,
                                const std::filesystem::path& path) = 0;
   // A folder with all that is in it; of a link the link itself.

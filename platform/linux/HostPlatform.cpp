@@ -50,9 +50,9 @@ std::string besideExecutable(const char* name) {
 class LinuxPlatform {
  public:
   LinuxPlatform()
-      : process(processArguments(), ActivityServices::fromEnvironment(),
-                LinuxProcess::launchctlFromEnvironment(executable())),
-        userDefaults(LinuxUserDefaults::pathFromEnvironment()),
+      : userDefaults(LinuxUserDefaults::pathFromEnvironment()),
+        process(processArguments(), ActivityServices::fromEnvironment(),
+                LinuxProcess::launchctlFromEnvironment(executable()), &userDefaults.lock()),
         permissions(process, PermissionsEnvironment::fromEnvironment()),
         application(mainContext.get(), dispatch, notificationCenter) {}
 
@@ -61,17 +61,17 @@ class LinuxPlatform {
  private:
   MainContext mainContext;
   LinuxDispatch dispatch;
+  LinuxUserDefaults userDefaults;
   LinuxProcess process;
   LinuxPropertyList propertyList;
   LinuxText text;
-  LinuxUserDefaults userDefaults;
   LinuxPermissions permissions;
   LinuxImageEncoder imageEncoder;
   GuardianJournal inputJournal{mainContext.get(), besideExecutable("quorvin-input-guardian")};
   LinuxInputEvents inputEvents{PermissionsEnvironment::fromEnvironment().display, inputJournal};
   LinuxScreenCapture screenCapture;
   LinuxVideoEncoder videoEncoder;
-  LinuxFiles files{LinuxFiles::executableOfProcess()};
+  LinuxFiles files{LinuxFiles::executableOfProcess(), &userDefaults.lock()};
   LinuxFlutter flutter;
   LinuxNotificationCenter notificationCenter;
   LinuxApplication application;

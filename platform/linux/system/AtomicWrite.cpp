@@ -16,8 +16,9 @@
 namespace quorvin {
 namespace {
 
-constexpr mode_t newFileMode = 0666;
-constexpr mode_t unfinishedMode = 0200;  // until the file gets the permissions of the old one
+// For its owner alone to write: a program that only obeys such files is to obey this one, too.
+constexpr mode_t newFileMode = 0644;
+constexpr mode_t unfinishedMode = 0200;  // until the file gets its permissions
 constexpr int namesTriedMax = 7;
 
 void requireSuccess(bool isSuccess) {
@@ -76,12 +77,13 @@ void syncFolder(const std::filesystem::path& folder) {
 
 }  // namespace
 
-void replaceFile(const std::filesystem::path& path, std::span<const std::uint8_t> bytes) {
+void replaceFile(const std::filesystem::path& path, std::span<const std::uint8_t> bytes,
+                 std::optional<mode_t> mode) {
   const auto folder = path.parent_path();
-  const auto oldMode = modeOfRegularFile(path);
-  TemporaryFile file(folder, oldMode ? unfinishedMode : newFileMode);
+  if (!mode) mode = modeOfRegularFile(path);
+  TemporaryFile file(folder, mode ? unfinishedMode : newFileMode);
   file.write(bytes);
-  if (oldMode) file.setMode(*oldMode);
+  if (mode) file.setMode(*mode);
   file.sync();
   file.renameTo(path);
   syncFolder(folder);

@@ -1,15 +1,19 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <span>
 
 namespace quorvin {
 
 // Replaces the file at the path in one step: a file beside it is written, brought to the disk and
 // given its name. Nothing but the old file is left after a failure, which is thrown as
-// std::system_error. A new file's permissions are what the process' mask leaves of 0666; those of a
-// regular file that was there are kept; a link is replaced.
-void replaceFile(const std::filesystem::path& path, std::span<const std::uint8_t> bytes);
+// std::system_error. A link is replaced. The file gets this mode; without one, those permissions
+// that a regular file there had, or else what the process' mask leaves of 0644.
+void replaceFile(const std::filesystem::path& path, std::span<const std::uint8_t> bytes,
+                 std::optional<mode_t> mode = {});
 
 }  // namespace quorvin

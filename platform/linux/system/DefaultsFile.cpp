@@ -2,13 +2,12 @@
 
 #include <fcntl.h>
 #include <glib.h>
-#include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -22,6 +21,7 @@ namespace quorvin {
 namespace {
 
 constexpr std::size_t fileBytesMax = 1 << 20;
+constexpr mode_t ownerOnly = 0600;
 constexpr auto group = "defaults";
 
 struct FreeKeyFile {
@@ -42,28 +42,6 @@ KeyFile parse(const std::string& content) {
     return nullptr;
   }
   return file;
-}
-
-// Keeps other processes from storing meanwhile. The lock lies beside the file, since the file
-// itself is replaced.
-class Lock {
- public:
-  explicit Lock(const std::string& path)
-      : file(open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-    if (!file.isOpen()) throw posixError(path + ".lock", "opened", errno);
-    while (flock(file.get(), LOCK_EX) != 0) {
-      if (errno != EINTR) throw posixError(path + ".lock", "locked", errno);
-    }
-  }
-
- private:
-  FileDescriptor file;
-};
-
-void createFolder(const std::filesystem::path& folder) {
-  std::error_code error;
-  std::filesystem::create_directories(folder, error);
-  if (error) throw posixError(folder.string(), "created", error);
 }
 
 // Out of the way, but not lost: somebody may want to see what was in it.
@@ -104,7 +82,8 @@ void write(const std::string& path, GKeyFile* file) {
   if (length > fileBytesMax) throw posixError(path, "written", EFBIG);
   try {
     // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): a text is bytes on the disk
-    replaceFile(path, std::span(reinterpret_cast<const std::uint8_t*>(text.get()), length));
+    replaceFile(path, std::span(reinterpret_cast<const std::uint8_t*>(text.get()), length),
+                ownerOnly);
   } catch (const std::system_error& error) {
     throw posixError(path, "written", error.code());
   }
@@ -129,10 +108,15 @@ std::optional<std::string> DefaultsFile::readString(const std::string& path,
   return text.get();
 }
 
+bool DefaultsFile::holds(const std::string& path,
+                         const std::map<std::string, std::optional<std::string>>& changes) {
+  return std::ranges::all_of(changes, [&path](const auto& change) {
+    return readString(path, change.first) == change.second;
+  });
+}
+
 void DefaultsFile::store(const std::string& path,
                          const std::map<std::string, std::optional<std::string>>& changes) {
-  createFolder(std::filesystem::path(path).parent_path());
-  const Lock lock(path);
   const auto file = load(path);
   for (const auto& [key, value] : changes) change(file.get(), key, value);
   write(path, file.get());

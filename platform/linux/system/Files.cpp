@@ -23,6 +23,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::size_t fileBytesMax = 1 << 24;
+
 [[noreturn]] void fail(const fs::path& path, const std::string& what, const std::error_code& code) {
   throw posixError(path.string(), what, code);
 }
@@ -40,6 +42,7 @@ std::optional<Bytes> readToEnd(int descriptor) {
     if (count < 0) return {};
     if (count == 0) return content;
     content.insert(content.end(), part.begin(), part.begin() + count);
+    if (content.size() > fileBytesMax) return {};
   }
 }
 
@@ -55,7 +58,12 @@ std::optional<fs::path> pathThrough(const fs::path& folder, const fs::path& path
 
 }  // namespace
 
-LinuxFiles::LinuxFiles(std::optional<fs::path> executable) : executable(std::move(executable)) {}
+LinuxFiles::LinuxFiles(std::optional<fs::path> executable, AccountLock* lock)
+    : executable(std::move(executable)), lock(lock) {}
+
+void LinuxFiles::takeLock() const {
+  if (lock != nullptr) lock->take();
+}
 
 std::optional<fs::path> LinuxFiles::executableOfProcess() {
   std::error_code error;
@@ -110,9 +118,10 @@ fs::path LinuxFiles::standardized(const fs::path& path) {
 }
 
 void LinuxFiles::createDirectory(const fs::path& path) {
-  std::error_code error;
-  fs::create_directories(path, error);
-  requireSuccess(path, "created", error);
+  constexpr int mode = 0755;
+  takeLock();
+  if (g_mkdir_with_parents(path.c_str(), mode) != 0)
+    throw posixError(path.string(), "created", errno);
 }
 
 std::optional<Data> LinuxFiles::contents(const fs::path& path) {
@@ -126,6 +135,7 @@ std::optional<Data> LinuxFiles::contents(const fs::path& path) {
 }
 
 void LinuxFiles::writeAtomically(std::span<const std::uint8_t> bytes, const fs::path& path) {
+  takeLock();
   try {
     replaceFile(path, bytes);
   } catch (const std::system_error& error) {
@@ -134,6 +144,7 @@ void LinuxFiles::writeAtomically(std::span<const std::uint8_t> bytes, const fs::
 }
 
 void LinuxFiles::removeItem(const fs::path& path) {
+  takeLock();
   std::error_code error;
   if (fs::remove_all(path, error) == 0 && !error) {
     error = std::make_error_code(std::errc::no_such_file_or_directory);

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "platform/Files.h"
+#include "platform/linux/system/AccountLock.h"
 
 namespace quorvin {
 
@@ -12,8 +13,9 @@ namespace quorvin {
 // sentence that names the path and what was refused.
 class LinuxFiles final : public Files {
  public:
-  // Nothing stands for an executable that cannot be found.
-  explicit LinuxFiles(std::optional<std::filesystem::path> executable);
+  // Nothing stands for an executable that cannot be found. The lock, if there is one, is taken
+  // before a folder or a file is made, replaced or removed.
+  explicit LinuxFiles(std::optional<std::filesystem::path> executable, AccountLock* lock = nullptr);
 
   // The running executable as the kernel knows it (proc(5)), its links resolved. To be asked at the
   // start: a file that is replaced later goes by another name.
@@ -32,10 +34,12 @@ class LinuxFiles final : public Files {
   // (https://www.freedesktop.org/wiki/Software/xdg-user-dirs/).
   [[nodiscard]] std::optional<std::filesystem::path> desktopDirectory() override;
   [[nodiscard]] std::filesystem::path standardized(const std::filesystem::path& path) override;
+  // Folders that only their owner may write to, as far as the process' mask does not say less.
   void createDirectory(const std::filesystem::path& path) override;
-  // Regular files only: a pipe or a device would not end.
+  // Regular files of up to 16 MiB only: a pipe or a device would not end.
   [[nodiscard]] std::optional<Data> contents(const std::filesystem::path& path) override;
-  // The bytes are on the disk, and not only on the way there, when this returns.
+  // The bytes are on the disk, and not only on the way there, when this returns. Only its owner may
+  // write to a new file, whatever the process' mask says.
   void writeAtomically(std::span<const std::uint8_t> bytes,
                        const std::filesystem::path& path) override;
   void removeItem(const std::filesystem::path& path) override;
@@ -46,7 +50,10 @@ class LinuxFiles final : public Files {
       const std::filesystem::path& link) override;
 
  private:
+  void takeLock() const;
+
   std::optional<std::filesystem::path> executable;
+  AccountLock* lock;
 };
 
 }  // namespace quorvin

@@ -76,10 +76,11 @@ ActivityServices ActivityServices::fromEnvironment() {
 }
 
 LinuxProcess::LinuxProcess(std::vector<std::string> arguments, ActivityServices services,
-                           std::string launchctlProgram)
+                           std::string launchctlProgram, AccountLock* lock)
     : argumentList(std::move(arguments)),
       services(std::move(services)),
-      launchctlProgram(std::move(launchctlProgram)) {}
+      launchctlProgram(std::move(launchctlProgram)),
+      lock(lock) {}
 
 std::string LinuxProcess::launchctlFromEnvironment(const std::string& executable) {
   auto named = variable("QUORVIN_LAUNCHCTL");
@@ -109,8 +110,9 @@ std::uint32_t LinuxProcess::userID() {
 
 std::int32_t LinuxProcess::runTask(const std::string& executablePath,
                                    const std::vector<std::string>& arguments) {
-  return runProgram(executablePath == "/bin/launchctl" ? launchctlProgram : executablePath,
-                    arguments);
+  if (executablePath != "/bin/launchctl") return runProgram(executablePath, arguments);
+  if (lock != nullptr) lock->takeIfThere();
+  return runProgram(launchctlProgram, arguments);
 }
 
 // Linux slows no process down for being in the background, so the options change nothing.

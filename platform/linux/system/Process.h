@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/Process.h"
+#include "platform/linux/system/AccountLock.h"
 
 namespace quorvin {
 
@@ -23,9 +24,10 @@ struct ActivityServices {
 // thread-default GLib main context to be iterated, and never waits for the display or the bus.
 class LinuxProcess final : public Process {
  public:
-  // Tasks of "/bin/launchctl", which no Linux has, run the program of the other name instead.
+  // Tasks of "/bin/launchctl", which no Linux has, run the program of the other name instead, and
+  // take the lock, if there is one, before that.
   LinuxProcess(std::vector<std::string> arguments, ActivityServices services,
-               std::string launchctlProgram = "/bin/launchctl");
+               std::string launchctlProgram = "/bin/launchctl", AccountLock* lock = nullptr);
 
   // What QUORVIN_LAUNCHCTL names, or else quorvin-launchctl beside the executable.
   [[nodiscard]] static std::string launchctlFromEnvironment(const std::string& executable);
@@ -48,6 +50,7 @@ class LinuxProcess final : public Process {
   std::vector<std::string> argumentList;
   ActivityServices services;
   std::string launchctlProgram;
+  AccountLock* lock;
 };
 
 }  // namespace quorvin

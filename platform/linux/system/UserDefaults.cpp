@@ -23,7 +23,8 @@ const char* absolutePathIn(const char* variable) {
 
 }  // namespace
 
-LinuxUserDefaults::LinuxUserDefaults(std::string path) : path(std::move(path)) {}
+LinuxUserDefaults::LinuxUserDefaults(std::string path)
+    : path(std::move(path)), accountLock(this->path + ".lock") {}
 
 std::string LinuxUserDefaults::pathFromEnvironment() {
   constexpr auto file = "/com.quorvin.support/defaults.ini";
@@ -62,8 +63,10 @@ void LinuxUserDefaults::removeObject(const std::string& key) {
 }
 
 void LinuxUserDefaults::synchronize() {
-  if (changes.empty()) return;
-  DefaultsFile::store(path, changes);
+  if (!DefaultsFile::holds(path, changes)) {
+    accountLock.take();
+    DefaultsFile::store(path, changes);
+  }
   changes.clear();
 }
 

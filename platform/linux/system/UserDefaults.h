@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/UserDefaults.h"
+#include "platform/linux/system/AccountLock.h"
 
 namespace quorvin {
 
@@ -12,8 +13,10 @@ namespace quorvin {
 // text there: numbers read as they are written, and "YES", "true" and "1" in any case are true. A
 // file that is missing, unreadable, malformed or larger than a mebibyte holds no keys.
 //
-// Storing is durable and all or nothing, and leaves alone what another process stored meanwhile. A
-// file that cannot be understood is put aside under another name, and said so on standard error.
+// Storing is durable and all or nothing, and leaves alone what another process stored meanwhile. It
+// takes the account's lock and writes a private file, but nothing at all when the file says already
+// what is to be stored. A file that cannot be understood is put aside under another name, and said
+// so on standard error.
 class LinuxUserDefaults final : public UserDefaults {
  public:
   explicit LinuxUserDefaults(std::string path);
@@ -30,8 +33,12 @@ class LinuxUserDefaults final : public UserDefaults {
   void removeObject(const std::string& key) override;
   void synchronize() override;
 
+  // For others who change what belongs to the settings.
+  [[nodiscard]] AccountLock& lock() { return accountLock; }
+
  private:
   std::string path;
+  AccountLock accountLock;
   std::map<std::string, std::optional<std::string>> changes;  // not yet stored; empty: removed
 };
 

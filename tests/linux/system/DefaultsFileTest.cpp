@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -8,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -100,8 +102,8 @@ TEST_F(DefaultsFileTest, LosesNothingWhenManyProcessesStoreAtOnce) {
   for (int writer = 0; writer < writers; ++writer) {
     const pid_t child = forkChild();
     if (child == 0) {
-      auto defaults = open();
       for (int key = 0; key < keysEach; ++key) {
+        auto defaults = open();  // whoever has stored keeps the lock
         defaults.setString("x", std::to_string(writer) + "-" + std::to_string(key));
         defaults.synchronize();
       }
@@ -138,6 +140,41 @@ TEST_F(DefaultsFileTest, PutsADamagedFileAsideAndSaysSo) {
     EXPECT_EQ(kept.str(), damaged);
     std::filesystem::remove(aside.front());
   }
+}
+
+TEST_F(DefaultsFileTest, IsForItsOwnerOnlyWhateverTheMaskSaysAndTheFileBefore) {
+  using std::filesystem::perms;
+  const auto old = umask(0);
+  for (const bool isThere : {false, true}) {
+    if (isThere) {
+      start("[defaults]\nname=old\n");
+      std::filesystem::permissions(file(), perms::all);
+      std::filesystem::permissions(folder.path("config"), perms::all);
+    }
+    auto writer = open();
+    writer.setString("new", "name");
+    writer.synchronize();
+    EXPECT_EQ(std::filesystem::status(file()).permissions(),
+              perms::owner_read | perms::owner_write);
+    EXPECT_EQ(std::filesystem::status(folder.path("config")).permissions(), perms::owner_all);
+    std::filesystem::remove_all(folder.path("config"));
+  }
+  umask(old);
+}
+
+TEST_F(DefaultsFileTest, WritesNothingThatIsSoAlready) {
+  auto writer = open();
+  writer.removeObject("name");
+  writer.removeObject("on");
+  writer.synchronize();
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+
+  start("[defaults]\nname=a b\n");
+  writer.setString("a b", "name");
+  writer.removeObject("on");
+  writer.synchronize();
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path("config")), {}), 1);
+  EXPECT_EQ(content(), "[defaults]\nname=a b\n");
 }
 
 TEST_F(DefaultsFileTest, ReplacesBytesThatAreNoText) {

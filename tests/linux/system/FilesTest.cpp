@@ -209,6 +209,27 @@ TEST_F(LinuxFilesTest, GivesANewFileTheProcessUsualPermissions) {
   EXPECT_EQ(modeOf(path), 0640U);
 }
 
+TEST_F(LinuxFilesTest, LetsOnlyTheOwnerWriteToWhatIsNew) {
+  EXPECT_EQ(inChild([&] {
+              umask(0);
+              files.createDirectory(folder.path("a/b"));
+              files.writeAtomically(bytesOf("x"), folder.path("a/b/file"));
+              return true;
+            }),
+            0);
+  EXPECT_EQ(modeOf(folder.path("a")), 0755U);
+  EXPECT_EQ(modeOf(folder.path("a/b")), 0755U);
+  EXPECT_EQ(modeOf(folder.path("a/b/file")), 0644U);
+}
+
+TEST_F(LinuxFilesTest, ReadsNoFileThatWouldFillTheMemory) {
+  const auto path = folder.write("file", "");
+  fs::resize_file(path, 1 << 24);
+  EXPECT_EQ(files.contents(path).value().bytes().size(), std::size_t{1} << 24);
+  fs::resize_file(path, std::uintmax_t{1} << 40);
+  EXPECT_EQ(files.contents(path), std::nullopt);
+}
+
 TEST_F(LinuxFilesTest, KeepsThePermissionsOfAnExistingFile) {
   const auto path = folder.write("file", "old");
   for (const mode_t mode : {0600U, 0666U, 0400U}) {

@@ -153,10 +153,11 @@ class InstallKillTest : public testing::TestWithParam<bool> {
   }
   int attempt(const std::string& copy, const std::function<void(Platform&)>& work) const {
     fakes::FakeMachine machine;
-    LinuxFiles files(home() / "Applications" / copy / "Quorvin Support.app" /
-                     "Contents/Linux/quorvin-support");
     LinuxUserDefaults defaults(folder.path("config/defaults.ini"));
-    LinuxProcess process({"host"}, {}, folder.path("launchctl"));
+    LinuxFiles files(
+        home() / "Applications" / copy / "Quorvin Support.app" / "Contents/Linux/quorvin-support",
+        &defaults.lock());
+    LinuxProcess process({"host"}, {}, folder.path("launchctl"), &defaults.lock());
     LinuxPropertyList propertyList;
     LinuxText text;
     Platform platform{.application = machine.application,
