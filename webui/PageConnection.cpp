@@ -1,28 +1,35 @@
 #include "webui/PageConnection.h"
 
-#include <chrono>
 #include <utility>
+
+#include "webui/AccessRules.h"
+#include "webui/MessageBounds.h"
+#include "webui/PageMessage.h"
 
 namespace quorvin::webui {
 
 namespace {
 
-// Browsers answer pings even for a page in the background, so silence means that the browser is
-// stuck or gone. Then nothing more may pile up for it, and nobody behind it can press Stop.
-constexpr guint pingIntervalSeconds = 10;
-constexpr std::chrono::seconds silenceMax{30};
+// Then the browser is stuck or gone.
+constexpr int overdueMax = 15;
+// A question follows when so much may lie unread.
+constexpr std::size_t unreadBytesAsked = std::size_t{256} * 1024;
+// What a message costs besides its bytes while it waits.
+constexpr std::size_t messageCost = 256;
 
 }  // namespace
 
-PageConnection::PageConnection(SoupWebsocketConnection* givenSocket, std::size_t messageBytesMax,
-                               Handlers givenHandlers)
+PageConnection::PageConnection(SoupWebsocketConnection* givenSocket, Handlers givenHandlers,
+                               std::chrono::milliseconds interval)
     : socket(referTo(givenSocket)), handlers(std::move(givenHandlers)) {
-  soup_websocket_connection_set_max_incoming_payload_size(socket.get(), messageBytesMax);
-  soup_websocket_connection_set_keepalive_interval(socket.get(), pingIntervalSeconds);
+  soup_websocket_connection_set_max_incoming_payload_size(socket.get(), pageMessageBytesMax);
   g_signal_connect(socket.get(), "message", G_CALLBACK(onMessage), this);
-  g_signal_connect(socket.get(), "pong", G_CALLBACK(onPong), this);
+  g_signal_connect(socket.get(), "error", G_CALLBACK(onError), this);
   g_signal_connect(socket.get(), "closed", G_CALLBACK(onSocketClosed), this);
-  silenceCheck = EventSource::every(silenceMax, [this] { return checkSilence(); });
+  questions = EventSource::every(interval, [this] {
+    checkAnswer();
+    return true;
+  });
 }
 
 PageConnection::~PageConnection() {
@@ -35,17 +42,61 @@ bool PageConnection::open() const {
 }
 
 void PageConnection::sendText(const std::string& text) {
-  if (open()) soup_websocket_connection_send_text(socket.get(), text.c_str());
+  if (!maySend()) return;
+  soup_websocket_connection_send_text(socket.get(), text.c_str());
+  sent(text.size());
 }
 
 void PageConnection::sendBinary(const Data& data) {
-  if (open()) soup_websocket_connection_send_binary(socket.get(), data.data(), data.size());
+  if (!maySend()) return;
+  soup_websocket_connection_send_binary(socket.get(), data.data(), data.size());
+  lastPictureBytes = data.size();
+  sent(data.size());
+}
+
+bool PageConnection::maySend() {
+  if (!open()) return false;
+  if (unreadBytes <= unreadBytesMax + lastPictureBytes) return true;
+  giveUp(SOUP_WEBSOCKET_CLOSE_POLICY_VIOLATION, "the page does not read");
+  return false;
+}
+
+void PageConnection::sent(std::size_t bytes) {
+  unreadBytes += bytes + messageCost;
+  sentSinceQuestion += bytes + messageCost;
+  if (expectedWord.empty() && unreadBytes > unreadBytesAsked) ask();
+}
+
+// The word cannot be guessed, and all that was sent before it has come before it.
+void PageConnection::ask() {
+  expectedWord = makeToken();
+  sendText(questionText(expectedWord));
+  sentSinceQuestion = 0;
+}
+
+void PageConnection::answered(std::string_view word) {
+  if (expectedWord.empty() || word != expectedWord) return;
+  expectedWord.clear();
+  unreadBytes = sentSinceQuestion;
+  forgetFrames(socket.get());
+  if (std::exchange(overdue, 0) > 0) handlers.onAnswering();
+  if (unreadBytes > unreadBytesAsked) ask();
+}
+
+void PageConnection::checkAnswer() {
+  if (expectedWord.empty()) {
+    ask();
+  } else if (++overdue == 1) {
+    handlers.onAnswering();
+  } else if (overdue == overdueMax) {
+    giveUp(SOUP_WEBSOCKET_CLOSE_GOING_AWAY, "the page does not answer");
+  }
 }
 
 void PageConnection::onMessage(SoupWebsocketConnection* /*socket*/, gint type, GBytes* message,
                                gpointer self) {
-  auto* page = static_cast<PageConnection*>(self);
-  page->heardOf = true;
+  const auto* page = static_cast<PageConnection*>(self);
+  if (!page->open()) return;
   if (type != SOUP_WEBSOCKET_DATA_TEXT) {
     page->handlers.onBinary();
     return;
@@ -55,19 +106,23 @@ void PageConnection::onMessage(SoupWebsocketConnection* /*socket*/, gint type, G
   page->handlers.onText(std::string_view(text, size));
 }
 
-void PageConnection::onPong(SoupWebsocketConnection* /*socket*/, GBytes* /*message*/,
-                            gpointer self) {
-  static_cast<PageConnection*>(self)->heardOf = true;
+void PageConnection::onError(SoupWebsocketConnection* /*socket*/, const GError* error,
+                             gpointer self) {
+  // Whatever else fails, "closed" follows.
+  if (error->domain != SOUP_WEBSOCKET_ERROR) return;
+  static_cast<PageConnection*>(self)->giveUp(static_cast<SoupWebsocketCloseCode>(error->code),
+                                             error->message);
 }
 
 void PageConnection::onSocketClosed(SoupWebsocketConnection* /*socket*/, gpointer self) {
   static_cast<PageConnection*>(self)->reportClosed();
 }
 
-bool PageConnection::checkSilence() {
-  if (std::exchange(heardOf, false)) return true;
-  reportClosed();
-  return false;
+// The library would go on reading until the reason has gone out, which may be never.
+void PageConnection::giveUp(SoupWebsocketCloseCode code, const char* why) {
+  if (!open()) return;
+  soup_websocket_connection_close(socket.get(), static_cast<gushort>(code), why);
+  end = EventSource::once(std::chrono::milliseconds(0), [this] { reportClosed(); });
 }
 
 void PageConnection::reportClosed() {

@@ -83,7 +83,10 @@ PageMessage parsePageMessage(std::string_view text) {
   if (const auto sides = document->find("show"); sides != document->end()) {
     return parseShows(*sides);
   }
-  return PageMistake{std::nullopt, "A message calls, acknowledges or says what is shown."};
+  if (const auto word = document->find("answer"); word != document->end() && word->is_string()) {
+    return PageAnswer{word->get<std::string>()};
+  }
+  return PageMistake{std::nullopt, "A message calls, acknowledges, answers or says what is shown."};
 }
 
 std::string replyText(std::int64_t id, const FlutterReply& reply) {
@@ -120,6 +123,10 @@ std::string streamErrorText(const FlutterError& error) {
 
 std::string frameText(std::int64_t ageMs) {
   return textOfJson({{"event", "frame"}, {"ageMs", ageMs}});
+}
+
+std::string questionText(const std::string& word) {
+  return textOfJson({{"event", "question"}, {"word", word}});
 }
 
 }  // namespace quorvin::webui

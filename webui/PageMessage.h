@@ -24,6 +24,8 @@ namespace quorvin::webui {
 //                                                  and whether its picture takes mouse and
 //                                                  keyboard: "injectInput" of a page that has not
 //                                                  said so is refused
+//   {"answer":"..."}                               the word of a question, at once, and by the
+//                                                  script that works the Stop button
 //
 // To the page, JSON texts:
 //
@@ -40,6 +42,9 @@ namespace quorvin::webui {
 //   {"event":"error","code","message","details"}   an error of the frame stream
 //   {"event":"frame","ageMs":n}                    the next binary message is a picture that came
 //                                                  from the host n milliseconds ago
+//   {"event":"question","word":"..."}              whether the page's script works, and has got
+//                                                  whatever came before; a page that owes an
+//                                                  answer shows nobody a Stop button
 //
 // and binary messages: pictures as the host sent them. A page gets the next picture when it has
 // acknowledged the last one; pictures that come meanwhile replace each other, so that a slow page
@@ -47,6 +52,8 @@ namespace quorvin::webui {
 
 // The largest message a page may send.
 inline constexpr std::size_t pageMessageBytesMax = std::size_t{64} * 1024;
+// And so many frames between two answers to questions, which come every other second.
+inline constexpr std::size_t pageFramesMax = 20'000;
 
 struct PageCall {
   std::int64_t id = 0;
@@ -60,12 +67,15 @@ struct PageShows {
   bool picture = false;
   bool input = false;
 };
+struct PageAnswer {
+  std::string word;
+};
 // Why a text was refused, and the id of the call if it is one.
 struct PageMistake {
   std::optional<std::int64_t> id;
   std::string message;
 };
-using PageMessage = std::variant<PageCall, PageAcknowledgement, PageShows, PageMistake>;
+using PageMessage = std::variant<PageCall, PageAcknowledgement, PageShows, PageAnswer, PageMistake>;
 
 // Never throws. Calls of methods that the host does not offer come back as PageMistake.
 [[nodiscard]] PageMessage parsePageMessage(std::string_view text);
@@ -77,5 +87,6 @@ using PageMessage = std::variant<PageCall, PageAcknowledgement, PageShows, PageM
 [[nodiscard]] std::string stateText(const SessionTracker& session, bool input);
 [[nodiscard]] std::string streamErrorText(const FlutterError& error);
 [[nodiscard]] std::string frameText(std::int64_t ageMs);
+[[nodiscard]] std::string questionText(const std::string& word);
 
 }  // namespace quorvin::webui

@@ -19,8 +19,10 @@ std::int64_t ageMsOf(const Frame& frame) {
 }  // namespace
 
 Switchboard::Switchboard(FileDescriptor linkSocket, LinkClient::CloseHandler onLinkClosed,
-                         std::chrono::milliseconds absenceMax)
+                         std::chrono::milliseconds absenceMax,
+                         std::chrono::milliseconds questionInterval)
     : absenceLimit(absenceMax),
+      questionInterval(questionInterval),
       announcedState(stateText(session, false)),
       host(std::move(linkSocket), {[this](Data payload) { handleFrame(std::move(payload)); },
                                    [this](const FlutterError& error) { handleStreamError(error); },
@@ -47,14 +49,16 @@ void Switchboard::addPage(SoupWebsocketConnection* socket) {
   const auto id = ++lastPageId;
   auto& page = pages[id];
   page.connection = std::make_unique<PageConnection>(
-      socket, pageMessageBytesMax,
+      socket,
       PageConnection::Handlers{[this, id](std::string_view text) { handleText(id, text); },
                                [this, id] {
                                  handle(id, PageMistake{std::nullopt, "A message is text."});
                                },
+                               [this] { reviewAbsence(); },
                                [this, id] {
                                  removePage(id);
-                               }});
+                               }},
+      questionInterval);
   page.connection->sendText(announcedState);
   reviewListening();
 }
@@ -74,6 +78,10 @@ void Switchboard::handleText(PageId id, std::string_view text) {
 
 void Switchboard::handle(PageId id, const PageMistake& message) {
   pages.at(id).connection->sendText(mistakeText(message));
+}
+
+void Switchboard::handle(PageId id, const PageAnswer& message) {
+  pages.at(id).connection->answered(message.word);
 }
 
 void Switchboard::handle(PageId id, const PageAcknowledgement& message) {
@@ -229,7 +237,9 @@ void Switchboard::reviewListening() {
 }
 
 bool Switchboard::stopButtonShown() const {
-  return std::ranges::any_of(pages, [](const auto& entry) { return entry.second.shows.customer; });
+  return std::ranges::any_of(pages, [](const auto& entry) {
+    return entry.second.shows.customer && entry.second.connection->answering();
+  });
 }
 
 void Switchboard::reviewAbsence() {

@@ -29,10 +29,14 @@ class Switchboard {
  public:
   // A session goes on for so long with no page that offers its Stop button: enough to reload one.
   static constexpr std::chrono::milliseconds customerAbsenceMax{10'000};
+  // It takes up to two intervals to notice that a page's script no longer works.
+  static_assert(customerAbsenceMax + 2 * PageConnection::questionInterval <
+                std::chrono::seconds(15));
 
   // Takes over the UI link. `onLinkClosed` as in LinkClient.
   Switchboard(FileDescriptor linkSocket, LinkClient::CloseHandler onLinkClosed,
-              std::chrono::milliseconds absenceMax = customerAbsenceMax);
+              std::chrono::milliseconds absenceMax = customerAbsenceMax,
+              std::chrono::milliseconds questionInterval = PageConnection::questionInterval);
 
   void addPage(SoupWebsocketConnection* socket);
 
@@ -54,6 +58,7 @@ class Switchboard {
   void handle(PageId id, const PageCall& message);
   void handle(PageId id, const PageAcknowledgement& message);
   void handle(PageId id, const PageShows& message);
+  void handle(PageId id, const PageAnswer& message);
   void handle(PageId id, const PageMistake& message);
 
   void callHost(const FlutterMethodCall& call, FlutterResult onReply);
@@ -76,6 +81,7 @@ class Switchboard {
   [[nodiscard]] bool stopButtonShown() const;
 
   std::chrono::milliseconds absenceLimit;
+  std::chrono::milliseconds questionInterval;
   SessionTracker session;
   std::map<PageId, Page> pages;
   PageId lastPageId = 0;

@@ -5,7 +5,9 @@
 #include <string_view>
 #include <utility>
 
+#include "webui/MessageBounds.h"
 #include "webui/PageAssets.h"
+#include "webui/PageMessage.h"
 
 namespace quorvin::webui {
 
@@ -107,9 +109,10 @@ void WebServer::openPage(SoupServerMessage* message) {
   door.letStay(message);
   const auto held = referTo(message);
   const ObjectPointer<GIOStream> stream(soup_server_message_steal_connection(message));
-  const ObjectPointer<SoupWebsocketConnection> page(
-      soup_websocket_connection_new(stream.get(), soup_server_message_get_uri(message),
-                                    SOUP_WEBSOCKET_CONNECTION_SERVER, nullptr, nullptr, nullptr));
+  auto* bounds = makeBoundsExtension({pageMessageBytesMax, pageFramesMax});
+  const ObjectPointer<SoupWebsocketConnection> page(soup_websocket_connection_new(
+      stream.get(), soup_server_message_get_uri(message), SOUP_WEBSOCKET_CONNECTION_SERVER, nullptr,
+      nullptr, g_list_prepend(nullptr, bounds)));
   onPage(page.get());
 }
 

@@ -85,6 +85,8 @@ export class Connection extends EventTarget {
     const message = JSON.parse(data);
     if (message.event === 'frame') {
       this.#announcedAgeMs = message.ageMs;
+    } else if (message.event === 'question') {
+      this.#send({answer: message.word});
     } else if (message.event === 'state') {
       this.#emit('state', message);
     } else if (message.event === 'error') {

@@ -25,10 +25,12 @@ inline constexpr const char* takesInput =
 // The whole program but its entry: a fake host on one side, real WebSockets on the other.
 class SwitchboardTest : public testing::Test {
  protected:
-  explicit SwitchboardTest(std::chrono::milliseconds absenceMax = Switchboard::customerAbsenceMax)
+  explicit SwitchboardTest(
+      std::chrono::milliseconds absenceMax = Switchboard::customerAbsenceMax,
+      std::chrono::milliseconds questionInterval = PageConnection::questionInterval)
       : switchboard(
             host.takeClientEnd(), [this](const std::string& reason) { linkClosed = reason; },
-            absenceMax) {
+            absenceMax, questionInterval) {
     host.answer("listen", Value());
     host.answer("cancel", Value());
     host.answer("stopCapture", Value());

@@ -14,8 +14,8 @@
 
 namespace quorvin::webui {
 
-// A page as the server sees it: a WebSocket that records what arrives and acknowledges nothing by
-// itself.
+// A page as the server sees it: a WebSocket that answers questions, records whatever else arrives
+// and acknowledges nothing by itself.
 class TestPage {
  public:
   TestPage(std::string address, const char* origin) : session(soup_session_new()) {
@@ -45,6 +45,12 @@ class TestPage {
   void close() const {
     soup_websocket_connection_close(socket.get(), SOUP_WEBSOCKET_CLOSE_NORMAL, nullptr);
   }
+  // Sends these bytes as they are, without a frame around them.
+  void sendRaw(std::string_view bytes) const {
+    auto* stream = soup_websocket_connection_get_io_stream(socket.get());
+    g_output_stream_write_all(g_io_stream_get_output_stream(stream), bytes.data(), bytes.size(),
+                              nullptr, nullptr, nullptr);
+  }
   // Goes away as a killed browser does.
   void vanish() {
     g_signal_handlers_disconnect_by_data(socket.get(), this);
@@ -73,6 +79,11 @@ class TestPage {
   std::vector<nlohmann::json> texts;
   std::vector<Bytes> pictures;
   bool closed = false;
+  int closeCode = 0;
+  std::string closeReason;
+  bool answers = true;
+  int questions = 0;
+  std::string lastWord;
 
  private:
   static void onConnected(GObject* /*source*/, GAsyncResult* result, gpointer self) {
@@ -93,14 +104,28 @@ class TestPage {
     gsize size = 0;
     const auto* bytes = static_cast<const std::uint8_t*>(g_bytes_get_data(message, &size));
     if (type == SOUP_WEBSOCKET_DATA_TEXT) {
-      page->texts.push_back(nlohmann::json::parse(bytes, bytes + size));
+      page->received(nlohmann::json::parse(bytes, bytes + size));
     } else {
       page->pictures.emplace_back(bytes, bytes + size);
     }
   }
 
+  void received(const nlohmann::json& text) {
+    if (text.value("event", "") != "question") {
+      texts.push_back(text);
+      return;
+    }
+    ++questions;
+    lastWord = text["word"];
+    if (answers) send(nlohmann::json{{"answer", text["word"]}}.dump());
+  }
+
   static void onClosed(SoupWebsocketConnection* /*socket*/, gpointer self) {
-    static_cast<TestPage*>(self)->closed = true;
+    auto* page = static_cast<TestPage*>(self);
+    page->closed = true;
+    page->closeCode = soup_websocket_connection_get_close_code(page->socket.get());
+    const char* reason = soup_websocket_connection_get_close_data(page->socket.get());
+    page->closeReason = reason != nullptr ? reason : "";
   }
 
   ObjectPointer<SoupSession> session;

@@ -1,0 +1,37 @@
+// The page's connection: what it answers by itself.
+
+import assert from 'node:assert/strict';
+import {test} from 'node:test';
+
+import {Connection} from '../../page/connection.js';
+
+class RecordingSocket {
+  static last = null;
+  sent = [];
+
+  constructor(address) {
+    this.address = String(address);
+    RecordingSocket.last = this;
+  }
+
+  send(text) {
+    this.sent.push(JSON.parse(text));
+  }
+}
+
+test('a question is answered at once with its word, and concerns nobody else', () => {
+  globalThis.location = {href: 'http://127.0.0.1:8765/0123/'};
+  globalThis.WebSocket = RecordingSocket;
+  const connection = new Connection();
+  const events = [];
+  for (const type of ['state', 'streamerror', 'picture']) {
+    connection.addEventListener(type, () => events.push(type));
+  }
+  connection.open();
+  const socket = RecordingSocket.last;
+  assert.equal(socket.address, 'ws://127.0.0.1:8765/0123/ws');
+  socket.onopen();
+  socket.onmessage({data: '{"event":"question","word":"5eed"}'});
+  assert.deepEqual(socket.sent, [{answer: '5eed'}]);
+  assert.deepEqual(events, []);
+});
