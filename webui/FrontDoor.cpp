@@ -18,10 +18,10 @@ namespace quorvin::webui {
 namespace {
 
 constexpr std::uint16_t portsTried = 100;
-constexpr int backlog = 64;
+// So many before other sources of the main loop get their turn.
+constexpr int arrivalsPerTurn = 16;
 constexpr std::size_t requestLineMax = 1024;
 constexpr std::size_t headReadMax = std::size_t{64} * 1024;
-// When the system has no descriptor left, it may have one soon.
 constexpr std::chrono::milliseconds shortageRest{100};
 
 bool setOption(const FileDescriptor& socket, int level, int option, int value) {
@@ -36,7 +36,7 @@ FileDescriptor listenOn(std::uint16_t port) {
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   if (setOption(socket, SOL_SOCKET, SO_REUSEADDR, 1) &&
       bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
-      listen(socket.get(), backlog) == 0) {
+      listen(socket.get(), SOMAXCONN) == 0) {
     return socket;
   }
   return FileDescriptor();
@@ -80,13 +80,22 @@ void FrontDoor::awaitGuests() {
 }
 
 bool FrontDoor::accept() {
-  FileDescriptor socket(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-  if (socket.get() >= 0) {
-    if (guests.size() < connectionsMax || turnOutOldestStranger()) admit(std::move(socket));
-    return true;
+  for (int count = 0; count < arrivalsPerTurn; ++count) {
+    FileDescriptor socket(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (socket.get() >= 0) {
+      if (guests.size() < connectionsMax || turnOutOldestStranger()) admit(std::move(socket));
+    } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
+      return makeRoom();
+    } else if (errno == EAGAIN) {
+      break;
+    }
   }
-  if (errno != EMFILE && errno != ENFILE && errno != ENOBUFS && errno != ENOMEM) return true;
-  turnOutOldestStranger();
+  return true;
+}
+
+// When the system has no descriptor left. Returns whether there may be one now.
+bool FrontDoor::makeRoom() {
+  if (turnOutOldestStranger()) return true;
   pause = EventSource::once(shortageRest, [this] { awaitGuests(); });
   return false;
 }

@@ -61,6 +61,7 @@ class FrontDoor {
   static void onStreamGone(gpointer self, GObject* stream);
   void awaitGuests();
   bool accept();
+  bool makeRoom();
   void admit(FileDescriptor socket);
   bool turnOutOldestStranger();
   void turnOut(Number number);

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -30,6 +31,7 @@ class WebServer {
   ~WebServer();
 
   [[nodiscard]] const AccessRules& access() const { return rules; }
+  [[nodiscard]] std::uint16_t port() const { return door.port(); }
 
  private:
   static void onHeaders(SoupServer* server, SoupServerMessage* message, const char* path,

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "platform/unix/ProgramStart.h"
+#include "webui/AddressFile.h"
 #include "webui/Browser.h"
 #include "webui/EventSource.h"
 #include "webui/Switchboard.h"
@@ -96,10 +97,11 @@ int serve(FileDescriptor link) {
   const auto terminations = EventSource::onSignal(SIGTERM, endOnRequest);
   const auto hangUps = EventSource::onSignal(SIGHUP, endOnRequest);
 
+  const AddressFile file(server.port(), server.access().address());
   announce(server.access().address());
   // At a login nobody asked for a browser window.
   switchboard.askWhetherUnattended([&](bool unattended) {
-    if (!unattended) openInBrowser(server.access().address());
+    if (!unattended) openInBrowser(file.path());
   });
   g_main_loop_run(loop.get());
   return status;

@@ -6,10 +6,16 @@
 
 #include <array>
 #include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "tests/ChildProgram.h"
+#include "tests/TemporaryFolder.h"
 #include "webui/Glib.h"
 
 namespace quorvin::webui {
@@ -34,8 +40,9 @@ class Program {
     auto out = socketPair();
     host = std::move(link[0]);
     output = std::move(out[0]);
+    const auto runtime = "XDG_RUNTIME_DIR=" + folder.path().string();
     process = forkChild();
-    if (process == 0) run(link[1].get(), out[1].get(), linkVariable);
+    if (process == 0) run(link[1].get(), out[1].get(), runtime.c_str(), linkVariable);
   }
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
@@ -43,6 +50,12 @@ class Program {
     if (process <= 0) return;
     kill(process, SIGKILL);
     waitpid(process, nullptr, 0);
+  }
+
+  // The files that it keeps for the user's other programs.
+  [[nodiscard]] std::vector<std::filesystem::path> files() const {
+    const std::filesystem::directory_iterator begin(folder.path("com.quorvin.support"));
+    return {begin, std::filesystem::directory_iterator()};
   }
 
   void closeLink() { host.reset(); }
@@ -77,11 +90,11 @@ class Program {
 
  private:
   // In the forked child, where nothing may allocate: other tests may have left threads behind.
-  [[noreturn]] static void run(int link, int out, const char* linkVariable) {
+  [[noreturn]] static void run(int link, int out, const char* runtime, const char* linkVariable) {
     dup2(out, STDOUT_FILENO);
     dup2(out, STDERR_FILENO);
     dup2(link, 3);
-    std::array<const char*, 3> environment{"QUORVIN_WEBUI_OPEN=0", linkVariable, nullptr};
+    std::array<const char*, 4> environment{"QUORVIN_WEBUI_OPEN=0", runtime, linkVariable, nullptr};
     execle(QUORVIN_WEBUI_PROGRAM, "quorvin-webui", nullptr, environment.data());
     _exit(127);
   }
@@ -93,6 +106,7 @@ class Program {
     return !ended;
   }
 
+  const TemporaryFolder folder;
   FileDescriptor host;
   FileDescriptor output;
   pid_t process = 0;
@@ -119,6 +133,20 @@ TEST(Program, PrintsItsAddressAndEndsWithTheHost) {
   program.closeLink();
   EXPECT_EQ(program.exitStatus(), 0);
   EXPECT_EQ(program.rest, "");
+}
+
+TEST(Program, KeepsItsAddressInAFileUntilItEnds) {
+  Program program(goodLink);
+  const auto line = program.readLine();
+  ASSERT_EQ(program.files().size(), 1U);
+  std::ostringstream content;
+  content << std::ifstream(program.files().front()).rdbuf();
+  constexpr std::string_view before = "Quorvin Support: open ";
+  const auto address = line.substr(before.size(), line.find(" in a") - before.size());
+  EXPECT_NE(content.str().find(address), std::string::npos);
+  program.terminate();
+  EXPECT_EQ(program.exitStatus(), 0);
+  EXPECT_TRUE(program.files().empty());
 }
 
 TEST(Program, LetsTheHostEndFirstAfterAnInterrupt) {

@@ -4,7 +4,8 @@
 import assert from 'node:assert/strict';
 import { existsSync, mkdirSync, readFileSync } from 'node:fs';
 import { hostname } from 'node:os';
-import { fileURLToPath } from 'node:url';
+import { join } from 'node:path';
+import { fileURLToPath, pathToFileURL } from 'node:url';
 import { after, before, test } from 'node:test';
 
 import { Host } from './support/Host.mjs';
@@ -58,6 +59,19 @@ test('an address without the right token is refused', async () => {
   assert.equal((await fetch(wrong)).status, 404);
   assert.equal((await fetch(new URL('/', wrong))).status, 404);
   assert.equal((await fetch(host.address)).status, 200);
+});
+
+test('the file that a browser is handed leads to the page', async () => {
+  const { port } = new URL(host.address);
+  const file = join(host.home, 'com.quorvin.support', `page-${port}.html`);
+  const visitor = await HostPage.open(pathToFileURL(file).href);
+  try {
+    await visitor.page.waitForURL(host.address);
+    await visitor.page.waitForSelector('#permission-screen[data-granted=true]');
+    assert.deepEqual(visitor.complaints, []);
+  } finally {
+    await visitor.close();
+  }
 });
 
 test('the page shows the device, its permissions and that nothing is shared', async () => {
