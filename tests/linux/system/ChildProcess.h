@@ -41,7 +41,7 @@ class ChildProcess {
 
   [[nodiscard]] const std::string& readyLine() const { return line; }
   void send(int signal) const { kill(pid, signal); }
-  // Returns once it has stopped or ended.
+  // Returns once it has stopped or ended; at once in a fork of this process, whose child it is not.
   void stop() const {
     kill(pid, SIGSTOP);
     siginfo_t state{};
