@@ -21,7 +21,7 @@
 namespace quorvin::webui {
 namespace {
 
-constexpr int deadlineMs = 10'000;
+constexpr int deadlineMs = 30'000;
 constexpr const char* goodLink = "QUORVIN_UI_FD=3";
 
 std::array<FileDescriptor, 2> socketPair() {

@@ -7,9 +7,9 @@
 
 namespace quorvin::webui {
 
-// Runs the main loop until the condition holds; false if it does not within ten seconds.
+// Runs the main loop until the condition holds; false if it does not within half a minute.
 inline bool runUntil(const std::function<bool()>& condition) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
   // Wakes the loop now and then, so that the deadline is noticed when nothing happens.
   const guint waker = g_timeout_add(
       20, [](gpointer) -> gboolean { return TRUE; }, nullptr);

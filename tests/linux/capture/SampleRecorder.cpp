@@ -89,6 +89,12 @@ bool SampleRecorder::waitForPictures(std::size_t count) {
   });
 }
 
+bool SampleRecorder::waitForIdleSample() {
+  return waitFor([](const auto& samples) {
+    return !samples.empty() && samples.back().status == frameStatusIdle;
+  });
+}
+
 bool SampleRecorder::waitForColour(int x, int y, std::uint32_t colour) {
   return waitFor([=](const auto& samples) {
     const auto newest =

@@ -45,6 +45,8 @@ class SampleRecorder final : public StreamOutput {
   [[nodiscard]] bool waitFor(const Condition& condition);
   [[nodiscard]] bool waitForSamples(std::size_t count);
   [[nodiscard]] bool waitForPictures(std::size_t count);
+  // Waits until the newest sample is an idle one.
+  [[nodiscard]] bool waitForIdleSample();
   // Waits until the newest picture has about this colour at this place.
   [[nodiscard]] bool waitForColour(int x, int y, std::uint32_t colour);
   [[nodiscard]] std::vector<RecordedSample> samples();

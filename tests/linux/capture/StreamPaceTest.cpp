@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 
@@ -77,12 +78,18 @@ TEST(StreamPace, AnIsolatedChangeIsCapturedAtOnce) {
   auto configuration = CaptureStand::usualConfiguration();
   configuration.minimumFrameInterval = {1, 1};
   ASSERT_TRUE(stand.start(configuration));
-  // After the first picture and an idle sample, more than an interval has passed.
-  ASSERT_TRUE(stand.recorder->waitForSamples(2));
-  const auto painted = now();
-  stand.painter.fillAll(0x336699);
-  ASSERT_TRUE(stand.recorder->waitForColour(5, 5, 0x336699));
-  EXPECT_LT(stand.recorder->pictures().back().time - painted, milliseconds(500));
+  // More often than once where others keep this process from running. What waited for the next idle
+  // sample instead would take a second each time.
+  auto quickest = std::chrono::nanoseconds::max();
+  for (std::uint32_t colour = 1; colour <= 10 && quickest >= milliseconds(500); ++colour) {
+    // After a picture and an idle sample, more than an interval has passed.
+    ASSERT_TRUE(stand.recorder->waitForIdleSample());
+    const auto painted = now();
+    stand.painter.fillAll(colour * 0x111111);
+    ASSERT_TRUE(stand.recorder->waitForColour(5, 5, colour * 0x111111));
+    quickest = std::min(quickest, stand.recorder->pictures().back().time - painted);
+  }
+  EXPECT_LT(quickest, milliseconds(500));
 }
 
 TEST(StreamPace, FetchesOnlyWhatChanged) {

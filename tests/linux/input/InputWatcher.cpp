@@ -54,7 +54,7 @@ std::vector<SeenEvent> InputWatcher::take() {
 }
 
 std::vector<SeenEvent> InputWatcher::takeAtLeast(std::size_t count) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
   auto seen = take();
   while (seen.size() < count && std::chrono::steady_clock::now() < deadline) {
     pollfd socket{connection.descriptor(), POLLIN, 0};

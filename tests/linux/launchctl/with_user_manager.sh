@@ -22,7 +22,9 @@ inGroup() {
   own=/sys/fs/cgroup$(sed -n 's/^0:://p' /proc/self/cgroup)
   group=$own/quorvin-test-$$
   mkdir "$group" || fail "no control group can be made here."
-  unshare --fork --kill-child --pid --mount --propagation private --mount-proc \
+  # Nothing outlives this script, even when it is killed.
+  "${script%/*}/../../../tools/end_with_parent.sh" $$ \
+    unshare --fork --kill-child --pid --mount --propagation private --mount-proc \
     "$script" --enter "$group" "$@" || status=$?
   # What the namespace held has been killed; the groups empty themselves as it goes.
   local attempt

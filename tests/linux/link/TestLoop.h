@@ -17,7 +17,7 @@ class TestLoop {
 
   // Iterates until the condition holds; false when it does not within `patience`.
   bool runUntil(const std::function<bool()>& condition,
-                std::chrono::milliseconds patience = std::chrono::seconds(10)) const {
+                std::chrono::milliseconds patience = std::chrono::seconds(30)) const {
     bool expired = false;
     const auto deadline = MainLoopSource::onTimeout(context(), patience, [&expired] {
       expired = true;

@@ -1,9 +1,9 @@
-import { spawn } from 'node:child_process';
 import { once } from 'node:events';
 import { mkdtempSync, readFileSync, readdirSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { isAbsolute, join } from 'node:path';
 
+import { spawnChild } from './children.mjs';
 import { until } from './until.mjs';
 
 const addressLine = /^Quorvin Support: open (http:\/\/127\.0\.0\.1:\d+\/[0-9a-f]+\/) in a browser$/m;
@@ -28,7 +28,7 @@ export class Host {
   constructor(program, args, home, environment) {
     this.home = home;
     this.output = '';
-    this.process = spawn(isAbsolute(program) ? program : join(home, program), args, {
+    this.process = spawnChild(isAbsolute(program) ? program : join(home, program), args, {
       env: environment,
       detached: true,
       stdio: ['ignore', 'pipe', 'pipe'],

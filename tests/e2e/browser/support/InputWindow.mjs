@@ -1,7 +1,7 @@
-import { spawn } from 'node:child_process';
 import { once } from 'node:events';
 import { createInterface } from 'node:readline';
 
+import { spawnChild } from './children.mjs';
 import { until } from './until.mjs';
 
 const shiftMask = 1;
@@ -17,7 +17,7 @@ export class InputWindow {
   }
 
   constructor(program, environment, geometry) {
-    this.process = spawn(program, geometry.map(String), {
+    this.process = spawnChild(program, geometry.map(String), {
       env: environment,
       stdio: ['pipe', 'pipe', 'inherit'],
     });

@@ -1,13 +1,14 @@
-import { spawn } from 'node:child_process';
 import { once } from 'node:events';
 import { createInterface } from 'node:readline';
+
+import { spawnChild } from './children.mjs';
 
 // A program that changes a virtual screen. Every order resolves once the server has carried it out.
 export class ScreenChanger {
   #answers;
 
   constructor(program, environment) {
-    this.process = spawn(program, [], { env: environment, stdio: ['pipe', 'pipe', 'inherit'] });
+    this.process = spawnChild(program, [], { env: environment, stdio: ['pipe', 'pipe', 'inherit'] });
     this.#answers = createInterface({ input: this.process.stdout })[Symbol.asyncIterator]();
   }
 

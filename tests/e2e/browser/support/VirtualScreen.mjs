@@ -1,15 +1,17 @@
-import { spawn, spawnSync } from 'node:child_process';
+import { spawnSync } from 'node:child_process';
 import { once } from 'node:events';
+
+import { spawnChild } from './children.mjs';
 
 // An X server of its own with nothing on it but what a test puts there.
 export class VirtualScreen {
   static async start(width, height) {
-    const server = spawn(
+    const server = spawnChild(
       'Xvfb',
       ['-displayfd', '3', '-screen', '0', `${width}x${height}x24`, '-nolisten', 'tcp', '-noreset'],
       { stdio: ['ignore', 'ignore', 'ignore', 'pipe'] },
     );
-    const number = await Promise.race([firstLine(server.stdio[3]), failure(server)]);
+    const number = await firstLine(server.stdio[3]);
     return new VirtualScreen(server, `:${number}`, width, height);
   }
 
@@ -33,7 +35,7 @@ export class VirtualScreen {
 
   // Starts a program that stays on the screen.
   open(program, ...args) {
-    this.programs.push(spawn(program, args, { env: this.environment, stdio: 'ignore' }));
+    this.programs.push(spawnChild(program, args, { env: this.environment, stdio: 'ignore' }));
   }
 
   async stop() {
@@ -54,9 +56,4 @@ async function firstLine(stream) {
     if (text.includes('\n')) return text.split('\n')[0];
   }
   throw new Error('Xvfb ended before it had a display');
-}
-
-async function failure(server) {
-  const [error] = await once(server, 'error');
-  throw error;
 }

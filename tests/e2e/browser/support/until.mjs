@@ -2,7 +2,7 @@ import { setTimeout as pause } from 'node:timers/promises';
 
 // Asks again and again until the condition gives something true, and returns that. Fails, saying
 // what was waited for and what came last, when it never does.
-export async function until(what, condition, deadlineMs = 15_000) {
+export async function until(what, condition, deadlineMs = 30_000) {
   const end = Date.now() + deadlineMs;
   for (;;) {
     const result = await condition();
