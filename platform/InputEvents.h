@@ -95,8 +95,8 @@ class InputEvents {
 
   virtual void post(EventTapLocation tap, const std::shared_ptr<InputEvent>& event) = 0;
 
-  // Both say how things are now. Of a display that does not exist (any more) the first says no,
-  // and the second gives a rectangle without extent.
+  // Both say how things are, as the system has told last. Of a display that does not exist (any
+  // more) the first says no, and the second gives a rectangle without extent.
   [[nodiscard]] virtual bool displayIsActive(DisplayID display) = 0;
   // In the global coordinate space.
   [[nodiscard]] virtual Rect displayBounds(DisplayID display) = 0;

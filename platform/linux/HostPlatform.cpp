@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -54,7 +55,12 @@ class LinuxPlatform {
         process(processArguments(), ActivityServices::fromEnvironment(),
                 LinuxProcess::launchctlFromEnvironment(executable()), &userDefaults.lock()),
         permissions(process, PermissionsEnvironment::fromEnvironment()),
-        application(mainContext.get(), dispatch, notificationCenter) {}
+        application(mainContext.get(), dispatch, notificationCenter,
+                    {.begin = [this] { inputEvents.open(); },
+                     .endWithin =
+                         [this](auto limit) {
+                           inputEvents.endWithin(limit);
+                         }}) {}
 
   Platform& platform() { return all; }
 
@@ -67,8 +73,12 @@ class LinuxPlatform {
   LinuxText text;
   LinuxPermissions permissions;
   LinuxImageEncoder imageEncoder;
-  GuardianJournal inputJournal{mainContext.get(), besideExecutable("quorvin-input-guardian")};
-  LinuxInputEvents inputEvents{PermissionsEnvironment::fromEnvironment().display, inputJournal};
+  // Of the thread that remote input has.
+  std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> inputContext{
+      g_main_context_new(), &g_main_context_unref};
+  GuardianJournal inputJournal{inputContext.get(), besideExecutable("quorvin-input-guardian")};
+  LinuxInputEvents inputEvents{PermissionsEnvironment::fromEnvironment().display, inputJournal,
+                               inputContext.get()};
   LinuxScreenCapture screenCapture;
   LinuxVideoEncoder videoEncoder;
   LinuxFiles files{LinuxFiles::executableOfProcess(), &userDefaults.lock()};

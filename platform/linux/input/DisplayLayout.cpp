@@ -1,7 +1,5 @@
 #include "platform/linux/input/DisplayLayout.h"
 
-#include <algorithm>
-
 #include "platform/Error.h"
 
 namespace quorvin {
@@ -11,16 +9,10 @@ DisplayLayout::DisplayLayout(X11Connection& connection, const X11Extensions& ext
   read();
 }
 
-void DisplayLayout::update() {
-  if (watch.takeChange()) read();
-}
-
-std::optional<Rect> DisplayLayout::boundsOf(DisplayID display) const {
-  const auto found = std::ranges::find(monitors, display, &X11Monitor::id);
-  if (found == monitors.end()) return {};
-  const PixelRect& area = found->area;
-  return Rect{{static_cast<double>(area.x), static_cast<double>(area.y)},
-              {static_cast<double>(area.width), static_cast<double>(area.height)}};
+bool DisplayLayout::update() {
+  if (!watch.takeChange()) return false;
+  read();
+  return true;
 }
 
 void DisplayLayout::read() {

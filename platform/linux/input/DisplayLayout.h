@@ -1,17 +1,13 @@
 #pragma once
 
-#include <optional>
 #include <vector>
 
-#include "platform/Geometry.h"
 #include "platform/linux/capture/X11Monitors.h"
 
 namespace quorvin {
 
 // Where the displays lie. The server is asked once and again whenever it has said that something
-// changed, and not at every question: two questions come with every move of a pointer, and looking
-// for what the server has sent costs a hundredth of asking it. The answer is no older for that: the
-// server sends the news before it carries out anything that is posted later.
+// changed.
 //
 // Used by the connection's thread; the connection must outlive it.
 class DisplayLayout {
@@ -19,11 +15,9 @@ class DisplayLayout {
   DisplayLayout(X11Connection& connection, const X11Extensions& extensions);
 
   void handle(const xcb_generic_event_t& event) { watch.handle(event); }
-  // Takes notice of the changes that were handled.
-  void update();
-  // In the coordinates of the root window, which are the global space. Empty when there is no such
-  // display.
-  [[nodiscard]] std::optional<Rect> boundsOf(DisplayID display) const;
+  // Takes notice of the changes that were handled; false when there were none.
+  [[nodiscard]] bool update();
+  [[nodiscard]] const std::vector<X11Monitor>& displays() const { return monitors; }
 
  private:
   void read();

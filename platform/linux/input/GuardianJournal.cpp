@@ -26,7 +26,7 @@ bool GuardianJournal::announce(InputRecord record) {
   const auto message = journalMessage(record);
   auto patienceLeft = std::chrono::milliseconds(0);
   if (!tell(message)) {
-    start();
+    if (guardian == nullptr) start();
     if (!tell(message)) return false;
     patienceLeft = patience;
   }
@@ -45,7 +45,7 @@ bool GuardianJournal::tell(const JournalMessage& message) {
 void GuardianJournal::start() {
   const auto now = Clock::now();
   if (now < mayStart) return;
-  mayStart = now + startInterval;
+  mayStart = std::max(mayStart + startInterval, now);
   guardian = GuardianProcess::start(program, held.asMessage());
   if (guardian == nullptr) return;
   lossWatch = MainLoopSource::onDescriptor(context, guardian->descriptor(), G_IO_HUP, [this] {
@@ -60,6 +60,8 @@ void GuardianJournal::lose() {
   guardian->kill();
   guardian.reset();
   if (held.isEmpty()) return;
+  start();
+  if (guardian != nullptr) return;
   const auto pause = std::chrono::ceil<std::chrono::milliseconds>(mayStart - Clock::now());
   nextStart =
       MainLoopSource::onTimeout(context, std::max(pause, std::chrono::milliseconds(0)), [this] {

@@ -18,9 +18,10 @@ namespace quorvin {
 // does.
 //
 // The guardian is started before the first press. One that is gone, or reads no more, is replaced
-// by another, which is told all that may be held; but not more often than once in `startInterval`,
-// so that one that cannot live costs no more than that. Without a guardian that is ready nothing is
-// pressed or bound. Belongs to the thread of the context.
+// by another at once, which is told all that may be held. In the long run there is not more than
+// one start in `startInterval`, so that one that cannot live costs no more than that. Without a
+// guardian that is ready nothing is pressed or bound. Belongs to the thread that serves the
+// context.
 class GuardianJournal final : public InputJournal {
  public:
   static constexpr auto startInterval = std::chrono::seconds(1);
@@ -46,14 +47,14 @@ class GuardianJournal final : public InputJournal {
   [[nodiscard]] bool tell(const JournalMessage& message);
   // Starts a guardian that knows all that is held, if it can and may.
   void start();
-  // Replaces the guardian as soon as it may, if anything is held.
+  // Replaces the guardian, at once or as soon as it may, if anything is held.
   void lose();
 
   GMainContext* const context;
   const std::string program;
   HeldInput held;
   std::unique_ptr<GuardianProcess> guardian;
-  Clock::time_point mayStart;
+  Clock::time_point mayStart;  // at once, and once more before the next interval begins
   MainLoopSource lossWatch;
   MainLoopSource nextStart;
 };

@@ -14,7 +14,7 @@ namespace quorvin {
 
 // A started quorvin-input-guardian. It takes the end of its socket for the end of this process, and
 // lives on in a session of its own, so that whoever ends a group of processes does not reach it.
-// Main thread.
+// One thread.
 class GuardianProcess {
  public:
   // Null when the program cannot be started. The message, if there is one, awaits it from its first

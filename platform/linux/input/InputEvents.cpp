@@ -18,8 +18,9 @@ std::shared_ptr<InputEvent> make(LinuxInputEvent::Record record) {
 
 }  // namespace
 
-LinuxInputEvents::LinuxInputEvents(std::string display, InputJournal& journal)
-    : connection(std::move(display), journal) {}
+LinuxInputEvents::LinuxInputEvents(std::string display, InputJournal& journal,
+                                   GMainContext* context)
+    : thread(std::move(display), journal, context) {}
 
 std::shared_ptr<EventSource> LinuxInputEvents::createSource(EventSourceState /*state*/) {
   return std::make_shared<LinuxEventSource>();
@@ -45,22 +46,15 @@ std::shared_ptr<InputEvent> LinuxInputEvents::createKeyboardEvent(
 
 void LinuxInputEvents::post(EventTapLocation /*tap*/, const std::shared_ptr<InputEvent>& event) {
   const auto made = std::dynamic_pointer_cast<LinuxInputEvent>(event);
-  if (!made) return;
-  if (auto* injector = connection.injector()) injector->post(made->record);
+  if (made) thread.post(made->record);
 }
 
 bool LinuxInputEvents::displayIsActive(DisplayID display) {
-  auto* injector = connection.injector();
-  return injector != nullptr && injector->displays().boundsOf(display).has_value();
+  return thread.boundsOf(display).has_value();
 }
 
 Rect LinuxInputEvents::displayBounds(DisplayID display) {
-  auto* injector = connection.injector();
-  return injector != nullptr ? injector->displays().boundsOf(display).value_or(Rect{}) : Rect{};
-}
-
-void LinuxInputEvents::settle() {
-  if (auto* injector = connection.injector()) injector->settle();
+  return thread.boundsOf(display).value_or(Rect{});
 }
 
 }  // namespace quorvin

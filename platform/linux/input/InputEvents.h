@@ -1,21 +1,30 @@
 #pragma once
 
+#include <glib.h>
+
+#include <chrono>
 #include <memory>
 #include <string>
 
 #include "platform/InputEvents.h"
-#include "platform/linux/input/InputConnection.h"
 #include "platform/linux/input/InputJournal.h"
+#include "platform/linux/input/InputThread.h"
 
 namespace quorvin {
 
 // Input for the X server that a display name stands for. The global coordinate space is that of the
-// root window, and displays are those that can be captured. When there is no server, or one that
-// takes no input, posting does nothing.
+// root window, and displays are those that can be captured, as the server has told last. When there
+// is no server, or one that takes no input, posting does nothing. No call but settle() waits for
+// the server; everything that does is done by an InputThread.
 class LinuxInputEvents final : public InputEvents {
  public:
-  // `display` as in DISPLAY; none when it is empty. The journal must outlive this object.
-  LinuxInputEvents(std::string display, InputJournal& journal);
+  // `display` as in DISPLAY; none when it is empty. The journal must outlive this object, and is
+  // used by the thread alone, which serves the context if there is one.
+  LinuxInputEvents(std::string display, InputJournal& journal, GMainContext* context = nullptr);
+
+  // Has the connection made that is otherwise made when it is first needed. Until it is, no display
+  // is active.
+  void open() { thread.open(); }
 
   [[nodiscard]] std::shared_ptr<EventSource> createSource(EventSourceState state) override;
   [[nodiscard]] std::shared_ptr<InputEvent> createMouseEvent(
@@ -30,11 +39,17 @@ class LinuxInputEvents final : public InputEvents {
   [[nodiscard]] bool displayIsActive(DisplayID display) override;
   [[nodiscard]] Rect displayBounds(DisplayID display) override;
 
-  // Waits until what was posted has been carried out, but not for long.
-  void settle();
+  // Waits until what was posted has been carried out and what the server has told is known; false
+  // when that was not within the time.
+  bool settle(std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+    return thread.settle(limit);
+  }
+  // At the end of the program: releases everything and leaves the keyboard as it was found, which
+  // goes on without the caller when it is not done within the time. Whether it is.
+  bool endWithin(std::chrono::milliseconds limit) { return thread.endWithin(limit); }
 
  private:
-  InputConnection connection;
+  InputThread thread;
 };
 
 }  // namespace quorvin

@@ -18,25 +18,25 @@ bool hasXTest(X11Connection& connection) {
 
 }  // namespace
 
-InputServer InputServer::ask(X11Connection& connection) {
-  InputServer server;
-  server.extensions = X11Extensions::negotiate(connection);
-  server.canInject = hasXTest(connection);
-  if (server.canInject && server.extensions.input) server.keyboard = Keyboard::open(connection);
-  return server;
+InputInjector::InputInjector(X11Connection& connection, InputJournal& journal)
+    : connection(connection),
+      journal(journal),
+      extensions(X11Extensions::negotiate(connection)),
+      layout(connection, extensions),
+      writer(connection),
+      pointer(writer, journal) {}
+
+void InputInjector::prepare() {
+  canInject = hasXTest(connection);
+  if (!canInject || !extensions.input) return;
+  auto keyboard = Keyboard::open(connection);
+  if (!keyboard) return;
+  keys = std::make_unique<KeyInjector>(connection, std::move(keyboard), writer, journal);
 }
 
-InputInjector::InputInjector(X11Connection& connection, InputServer server, InputJournal& journal,
-                             Leftovers left)
-    : connection(connection),
-      canInject(server.canInject),
-      layout(connection, server.extensions),
-      writer(connection),
-      pointer(writer, journal) {
+void InputInjector::undo(Leftovers left) {
   pointer.adopt(std::move(left.buttons));
-  if (!server.keyboard) return;
-  keys = std::make_unique<KeyInjector>(connection, std::move(server.keyboard), writer, journal);
-  keys->adopt(std::move(left.keys));
+  if (keys) keys->adopt(std::move(left.keys));
 }
 
 InputInjector::~InputInjector() {
@@ -45,36 +45,34 @@ InputInjector::~InputInjector() {
   if (keys) keys->leave();
   // A local socket that is closed while something unread lies in it takes along what the server
   // has not read yet.
-  settle();
-}
-
-bool InputInjector::isConnected() {
-  handleEvents();
-  return !connection.isBroken();
+  writer.settle();
 }
 
 void InputInjector::post(const LinuxInputEvent::Record& record) {
-  if (!canInject) return;
-  std::visit([this](const auto& one) { post(one); }, record);
+  if (canInject) std::visit([this](const auto& one) { post(one); }, record);
+  writer.ask();
 }
 
-const DisplayLayout& InputInjector::displays() {
-  layout.update();
-  return layout;
+bool InputInjector::takeNews() {
+  bool haveDisplaysChanged = false;
+  handleEvents();
+  while (layout.update()) {
+    haveDisplaysChanged = true;
+    handleEvents();  // that came before the answer
+  }
+  return haveDisplaysChanged;
 }
 
 InputInjector::Leftovers InputInjector::leftovers() const {
   return {pointer.held(), keys ? keys->leftovers() : KeyInjector::Leftovers{}};
 }
 
-// For a server that has stopped reading nothing new is done, rather than waiting for it. What is
-// held is released all the same: that takes little, and the server will come to it.
 void InputInjector::post(const MouseRecord& record) {
-  if (record.isRelease() || writer.hasRoom()) pointer.post(record);
+  pointer.post(record);
 }
 
 void InputInjector::post(const ScrollRecord& record) {
-  if (writer.hasRoom()) pointer.post(record);
+  pointer.post(record);
 }
 
 void InputInjector::post(const KeyRecord& record) {
@@ -83,7 +81,6 @@ void InputInjector::post(const KeyRecord& record) {
     keys->release(record.virtualKey);
     return;
   }
-  if (!writer.hasRoom()) return;
   keys->prepare();
   handleEvents();
   keys->press(record.virtualKey);

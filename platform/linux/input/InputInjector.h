@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <set>
+#include <vector>
 
 #include "platform/linux/X11Connection.h"
 #include "platform/linux/capture/X11Extensions.h"
@@ -15,18 +16,8 @@
 
 namespace quorvin {
 
-// What was found out about a server when it was connected to.
-struct InputServer {
-  // Waits for the server.
-  [[nodiscard]] static InputServer ask(X11Connection& connection);
-
-  X11Extensions extensions;
-  bool canInject = false;
-  std::unique_ptr<Keyboard> keyboard;  // null when its keyboard cannot be worked
-};
-
-// Works the pointer and the keyboard of one X server. Used by the connection's thread; connection
-// and journal must outlive it.
+// Works the pointer and the keyboard of one X server, for which it may have to wait. Used by the
+// connection's thread; connection and journal must outlive it.
 class InputInjector {
  public:
   // What has to be undone.
@@ -35,22 +26,26 @@ class InputInjector {
     KeyInjector::Leftovers keys;
   };
 
-  // Undoes first what was left by a connection that broke.
-  InputInjector(X11Connection& connection, InputServer server, InputJournal& journal,
-                Leftovers left);
+  // Finds out where the displays lie.
+  InputInjector(X11Connection& connection, InputJournal& journal);
   InputInjector(const InputInjector&) = delete;
   InputInjector& operator=(const InputInjector&) = delete;
   // Releases what is held and leaves the keyboard as it was found, if the connection stands.
   ~InputInjector();
 
-  // Takes notice of what the server has sent; false once the connection is broken.
-  [[nodiscard]] bool isConnected();
+  // Finds out what can be worked, without which nothing is.
+  void prepare();
+  // Undoes what was left by a connection that broke. To be called when all is prepared.
+  void undo(Leftovers left);
+
   void post(const LinuxInputEvent::Record& record);
-  // Where the displays lie now.
-  [[nodiscard]] const DisplayLayout& displays();
+  // Whether the server has carried out what was posted last. To be asked whenever the server has
+  // sent something, and nothing else before it says yes.
+  [[nodiscard]] bool isCarriedOut() { return writer.isAnswered(); }
+  // Takes notice of what the server has sent; true when the displays may have changed.
+  [[nodiscard]] bool takeNews();
+  [[nodiscard]] const std::vector<X11Monitor>& displays() const { return layout.displays(); }
   [[nodiscard]] Leftovers leftovers() const;
-  // Waits until the server has carried out what was posted, but not for long.
-  void settle() { writer.settle(); }
 
  private:
   void post(const MouseRecord& record);
@@ -59,10 +54,12 @@ class InputInjector {
   void handleEvents();
 
   X11Connection& connection;
-  bool canInject;
+  InputJournal& journal;
+  const X11Extensions extensions;
   DisplayLayout layout;
   XTestWriter writer;
   PointerInjector pointer;
+  bool canInject = false;
   std::unique_ptr<KeyInjector> keys;  // null when there is no keyboard to work
 };
 

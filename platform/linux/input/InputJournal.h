@@ -5,9 +5,10 @@
 namespace quorvin {
 
 // Told of everything that has to be undone should this process end in between: before it is done,
-// and after it was undone. Something is undone once the whole request has been written to the X
-// server's socket. A press is told again each time it is repeated. Main thread; no call waits, but
-// that the first press may wait a moment for whoever is to undo it.
+// and after it was undone. A release is done once the whole request has been written to the X
+// server's socket, and a key code is unbound once the server has carried that out. A press is told
+// again each time it is repeated. Used by one thread; no call waits, but that the first press may
+// wait a moment for whoever is to undo it.
 //
 // What is told before says whether it may be done: false when nobody would undo it.
 class InputJournal {

@@ -1,17 +1,12 @@
 #include "platform/linux/input/Keyboard.h"
 
-#include <chrono>
 #include <utility>
 
-#include "platform/linux/input/ServerAnswer.h"
 #include "platform/linux/input/XkbProtocol.h"
 
 namespace quorvin {
 
 namespace {
-
-constexpr std::chrono::milliseconds patience{200};
-constexpr std::chrono::milliseconds none{0};
 
 constexpr std::uint16_t layoutEvents =
     XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
@@ -54,20 +49,13 @@ void Keyboard::handle(const xcb_generic_event_t& event, const std::set<Keycode>&
 }
 
 void Keyboard::askState() {
-  const bool wasSilent = question.has_value();
-  if (!wasSilent) question = xcb_xkb_get_state(connection.get(), devices.core).sequence;
-  xcb_flush(connection.get());
-  const auto answer = awaitAnswer(connection, *question, wasSilent ? none : patience);
-  if (!answer.answered) return;
-  question.reset();
-  if (!answer.reply) return;
-  const auto& reply = *static_cast<const xcb_xkb_get_state_reply_t*>(answer.reply.get());
-  current = {reply.baseMods, reply.latchedMods, reply.lockedMods, reply.group};
-  if (wasSilent) askState();  // that was the state some time ago
+  const auto reply = x11Reply(xcb_xkb_get_state_reply, connection.get(),
+                              xcb_xkb_get_state(connection.get(), devices.core));
+  if (reply) current = {reply->baseMods, reply->latchedMods, reply->lockedMods, reply->group};
 }
 
 bool Keyboard::follow() {
-  if (!isOutdated || question) return false;
+  if (!isOutdated) return false;
   isOutdated = false;
   auto changed = KeyboardMap::read(connection, devices.injecting);
   if (!changed) return false;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <set>
 
 #include "platform/linux/X11Connection.h"
@@ -11,12 +10,11 @@
 
 namespace quorvin {
 
-// What the server says of the keyboard: its layout, kept up to date, and its state. Used by the
-// connection's thread; the connection must outlive it.
+// What the server says of the keyboard: its layout, kept up to date, and its state. Waits for the
+// server. Used by the connection's thread; the connection must outlive it.
 class Keyboard {
  public:
-  // Waits for the server, and may therefore run on a thread of its own. Null when the server lacks
-  // XKB or XInput 2.
+  // Null when the server lacks XKB or XInput 2.
   [[nodiscard]] static std::unique_ptr<Keyboard> open(X11Connection& connection);
 
   // Changes of the key codes that are this program's own are no news.
@@ -24,8 +22,7 @@ class Keyboard {
 
   // Asks the server for the state. It changes with every key, also with those that this program
   // pressed a moment ago, so that only an answer says what the next key will find; and it is needed
-  // only before a key is pressed, which is seldom. A server that does not answer in time is not
-  // waited for again until it has; the state stays what it was.
+  // only before a key is pressed, which is seldom.
   void askState();
   // Reads the layout anew when it has changed, as the events before the last answer told; true when
   // it did.
@@ -44,7 +41,6 @@ class Keyboard {
   std::unique_ptr<KeyboardMap> layout;
   std::unique_ptr<KeyRepeat> keyRepeat;
   KeyboardState current;
-  std::optional<unsigned> question;  // sequence number of one that has not been answered
   bool isOutdated = false;
 };
 

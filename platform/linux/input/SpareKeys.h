@@ -32,7 +32,7 @@ class SpareKeys {
                                             const std::set<Keycode>& held);
   // Key codes that have symbols of this object.
   [[nodiscard]] std::set<Keycode> lent() const;
-  // Takes the symbols away from all of them.
+  // Takes the symbols away from all of them; waits for the server.
   void takeBack();
   // After the layout was replaced: forgets those whose symbols went with it.
   void follow(const KeyboardMap& map);

@@ -1,17 +1,13 @@
 #pragma once
 
-#include <chrono>
-#include <cstddef>
 #include <cstdint>
-#include <optional>
 
 #include "platform/linux/X11Connection.h"
 
 namespace quorvin {
 
 // Sends input with the XTEST extension
-// (https://www.x.org/releases/current/doc/xextproto/xtest.html). Nothing here has a reply, so that
-// nothing waits for the server. Used by the connection's thread.
+// (https://www.x.org/releases/current/doc/xextproto/xtest.html). Used by the connection's thread.
 class XTestWriter {
  public:
   explicit XTestWriter(X11Connection& connection) : connection(connection) {}
@@ -23,27 +19,17 @@ class XTestWriter {
 
   // Writes what was sent to the server's socket.
   void flush();
-  // Waits until the server has carried out everything, but not for long.
+  // Waits until the server has carried out everything.
   void settle();
-  // False while a server that hangs is so far behind that flushing would soon wait for it without
-  // end. There is then still room for the little that must be sent all the same. A server that is
-  // merely busy is waited for a moment.
-  [[nodiscard]] bool hasRoom();
+  // The same without waiting: asks the server something, and looks whether it has answered.
+  void ask();
+  [[nodiscard]] bool isAnswered();
 
  private:
-  void ask();
-  void takeAnswer(std::chrono::milliseconds limitOfWait);
   void send(std::uint8_t type, std::uint8_t detail, std::int16_t x, std::int16_t y);
 
   X11Connection& connection;
-  // In bytes, as far as they take up room in the socket; with what the system adds to each flush.
-  std::size_t unflushed = 0;
-  std::size_t unread = 0;         // that the server may not have read yet
-  std::size_t afterQuestion = 0;  // what of it was sent after the question
-  // The sequence number of a request that the server has not answered; its answer tells that it has
-  // read everything before.
-  std::optional<unsigned> question;
-  bool isSilent = false;  // has been waited for in vain
+  unsigned question = 0;  // the sequence number of what was asked last
 };
 
 }  // namespace quorvin

@@ -22,6 +22,7 @@ constexpr int startUpErrorStatus = 1;
 constexpr int restartStatus = 1;
 constexpr int uiFailureStatus = 1;
 constexpr auto programPatience = std::chrono::seconds(2);
+constexpr auto surroundingsPatience = std::chrono::milliseconds(500);
 
 std::optional<std::string> environmentValue(const char* name) {
   const char* value = std::getenv(name);
@@ -49,8 +50,12 @@ void report(const StartUpError& error) {
 }  // namespace
 
 LinuxApplication::LinuxApplication(GMainContext* context, LinuxDispatch& dispatch,
-                                   LinuxNotificationCenter& notificationCenter)
-    : context(context), dispatch(dispatch), notificationCenter(notificationCenter) {}
+                                   LinuxNotificationCenter& notificationCenter,
+                                   Surroundings surroundings)
+    : context(context),
+      dispatch(dispatch),
+      notificationCenter(notificationCenter),
+      surroundings(std::move(surroundings)) {}
 
 LinuxApplication::~LinuxApplication() = default;
 
@@ -60,6 +65,7 @@ int LinuxApplication::run(int /*argc*/, char** /*argv*/, ApplicationFactories fa
   handleSignals();
   try {
     gtk = startGtk();
+    surroundings.begin();
     load(factories, connectUserInterface());
   } catch (const StartUpError& error) {
     report(error);
@@ -147,12 +153,17 @@ void LinuxApplication::end(int status) {
 }
 
 void LinuxApplication::finish() {
+  using Clock = std::chrono::steady_clock;
+  const auto patienceEnd = Clock::now() + surroundingsPatience;
+  surroundings.endWithin(std::chrono::milliseconds(0));
   // What is under way on other threads, a start of the capture say, holds parts of the program
   // until it has reported back. All of it winds up on this thread, and before anything it needs.
   const auto used = letGoOfProgram();
   runUntil([&used] { return used.expired(); });
   dispatch.finish();
   gtk.reset();
+  surroundings.endWithin(
+      std::chrono::duration_cast<std::chrono::milliseconds>(patienceEnd - Clock::now()));
   endUserInterface();
   for (auto& signal : signals) signal.cancel();
   delegate.reset();

@@ -3,6 +3,7 @@
 #include <glib.h>
 
 #include <array>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -31,8 +32,15 @@ class LinuxNotificationCenter;
 // user-interface program that was started here has ended this run by a failure of its own.
 class LinuxApplication final : public Application {
  public:
+  // What else belongs to a run; called on the main thread.
+  struct Surroundings {
+    std::function<void()> begin;  // once there is a display
+    // Begins to end it, and waits for that no longer than this.
+    std::function<void(std::chrono::milliseconds)> endWithin;
+  };
+
   LinuxApplication(GMainContext* context, LinuxDispatch& dispatch,
-                   LinuxNotificationCenter& notificationCenter);
+                   LinuxNotificationCenter& notificationCenter, Surroundings surroundings);
   ~LinuxApplication() override;
 
   // When this returns everything made for the run is gone: listeners are cancelled, handlers
@@ -66,6 +74,7 @@ class LinuxApplication final : public Application {
   GMainContext* context;
   LinuxDispatch& dispatch;
   LinuxNotificationCenter& notificationCenter;
+  const Surroundings surroundings;
   std::array<MainLoopSource, 3> signals;
   std::unique_ptr<GtkThread> gtk;
   std::unique_ptr<UiProgram> uiProgram;  // unless it was there first and started this process

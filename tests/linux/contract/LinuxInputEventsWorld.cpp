@@ -34,13 +34,18 @@ class LinuxInputEventsWorld final : public InputEventsWorld {
     painter.defineMonitor(name, pixels(bounds));
     const DisplayID display = painter.monitorNamed(name);
     names[display] = name;
+    events.settle();
     return display;
   }
   void moveDisplay(DisplayID display, const Rect& bounds) override {
     painter.deleteMonitor(names.at(display));
     painter.defineMonitor(names.at(display), pixels(bounds));
+    events.settle();
   }
-  void disconnectDisplay(DisplayID display) override { painter.deleteMonitor(names.at(display)); }
+  void disconnectDisplay(DisplayID display) override {
+    painter.deleteMonitor(names.at(display));
+    events.settle();
+  }
 
  private:
   static PixelRect pixels(const Rect& bounds) {

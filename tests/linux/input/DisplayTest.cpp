@@ -28,6 +28,7 @@ TEST(InputDisplays, AreThoseThatCanBeCaptured) {
   painter.defineMonitor("right", {320, 100, 300, 200});
   const auto displays = capturable(stand.server.display());
   ASSERT_GE(displays.size(), 2U);
+  stand.events->settle();
   for (const auto& display : displays) {
     EXPECT_TRUE(stand.events->displayIsActive(display->displayID()));
     const Rect bounds = stand.events->displayBounds(display->displayID());
@@ -44,10 +45,12 @@ TEST(InputDisplays, AreFollowedWhileTheyMoveAndVanish) {
   for (int step = 0; step < 20; ++step) {
     painter.deleteMonitor("one");
     painter.defineMonitor("one", {step, 2 * step, 100 + step, 50});
+    stand.events->settle();
     EXPECT_EQ(stand.events->displayBounds(display),
               (Rect{{1.0 * step, 2.0 * step}, {100.0 + step, 50}}));
   }
   painter.deleteMonitor("one");
+  stand.events->settle();
   EXPECT_FALSE(stand.events->displayIsActive(display));
   EXPECT_EQ(stand.events->displayBounds(display), Rect{});
 }
@@ -57,12 +60,14 @@ TEST(InputDisplays, LieOnTheScreenEvenWhenTheyBeginLeftOfIt) {
   ScreenPainter painter(stand.server.display());
   painter.defineMonitor("one", {-100, -50, 300, 200});
   const auto display = capturable(stand.server.display()).front()->displayID();
+  stand.events->settle();
   EXPECT_EQ(stand.events->displayBounds(display), (Rect{{0, 0}, {200, 150}}));
 }
 
 TEST(InputDisplays, AreTheWholeScreenOnAServerThatKnowsNone) {
   InputStand stand({"-extension", "RANDR"});
   const auto display = capturable(stand.server.display()).front()->displayID();
+  stand.events->settle();
   EXPECT_EQ(stand.events->displayBounds(display), (Rect{{0, 0}, {640, 480}}));
 }
 

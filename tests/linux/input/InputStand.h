@@ -18,7 +18,7 @@ class InputStand {
   // The options are those of Xvfb.
   explicit InputStand(std::vector<std::string> options = {})
       : server(withScreen(std::move(options))), desk(server.display()), watcher(server.display()) {
-    events.emplace(server.display(), journal);
+    events.emplace(server.display(), record);
   }
 
   void mouse(MouseEventType type, Point position, MouseButton button = MouseButton::left) {
@@ -48,6 +48,11 @@ class InputStand {
     if (events) events->settle();
     return watcher.takeTyped();
   }
+  // What it was told by then.
+  [[nodiscard]] JournalRecord& journal() {
+    if (events) events->settle();
+    return record;
+  }
 
   static std::vector<std::string> withScreen(std::vector<std::string> options) {
     for (const char* word : {"-screen", "0", "640x480x24", "-noreset"}) options.emplace_back(word);
@@ -57,7 +62,7 @@ class InputStand {
   XServer server;
   KeyboardDesk desk;
   InputWatcher watcher;
-  JournalRecord journal;
+  JournalRecord record;  // the events' alone while there is something to carry out
   std::optional<LinuxInputEvents> events;
 
  private:

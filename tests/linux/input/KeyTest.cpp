@@ -148,7 +148,7 @@ TEST(KeyInjection, DoesNotLetTheServerRepeat) {
     stand.events.reset();
     constexpr std::uint8_t returnKey = 36;
     stand.desk.typeWithXTest(returnKey);
-    stand.events.emplace(stand.server.display(), stand.journal);
+    stand.events.emplace(stand.server.display(), stand.journal());
     (void)stand.take();
   }
 }
@@ -216,16 +216,16 @@ TEST(KeyInjection, ReleasesWhatIsHeldWhenItEnds) {
   InputStand stand;
   stand.keyDown(mac::shift);
   stand.keyDown(mac::a);
-  EXPECT_FALSE(stand.journal.keys.empty());
+  EXPECT_FALSE(stand.journal().keys.empty());
   stand.events.reset();
   EXPECT_THAT(stand.settled().keysDown(), IsEmpty());
-  EXPECT_TRUE(stand.journal.isEmpty());
+  EXPECT_TRUE(stand.journal().isEmpty());
 }
 
 TEST(KeyInjection, PressesNothingThatNobodyWouldUndo) {
   InputStand stand;
   stand.desk.setLayout("ru");
-  stand.journal.isThere = false;
+  stand.journal().isThere = false;
   stand.type(mac::a);
   stand.type(mac::enter);
   EXPECT_THAT(stand.take(), IsEmpty());
@@ -236,11 +236,11 @@ TEST(KeyInjection, LendsSpareKeysAndTakesThemBack) {
   stand.desk.setLayout("ru");
   const auto before = stand.settled().condition();
   stand.type(mac::a);
-  ASSERT_EQ(stand.journal.bound.size(), 1U);
-  EXPECT_THAT(stand.settled().symbolsOf(*stand.journal.bound.begin()),
+  ASSERT_EQ(stand.journal().bound.size(), 1U);
+  EXPECT_THAT(stand.settled().symbolsOf(*stand.journal().bound.begin()),
               testing::IsSupersetOf({XKB_KEY_a, XKB_KEY_A}));
   stand.type(mac::a);
-  EXPECT_EQ(stand.journal.bound.size(), 1U);
+  EXPECT_EQ(stand.journal().bound.size(), 1U);
   stand.events.reset();
   EXPECT_EQ(stand.settled().condition(), before);
 }

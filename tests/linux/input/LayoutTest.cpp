@@ -62,8 +62,8 @@ TEST_P(LayoutTest, LeavesTheKeyboardAsItWasFound) {
     stand.events.reset();
     (void)stand.take();
     EXPECT_EQ(stand.settled().condition(), before);
-    EXPECT_TRUE(stand.journal.isEmpty());
-    stand.events.emplace(stand.server.display(), stand.journal);
+    EXPECT_TRUE(stand.journal().isEmpty());
+    stand.events.emplace(stand.server.display(), stand.journal());
   }
 }
 

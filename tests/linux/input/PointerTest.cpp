@@ -73,14 +73,14 @@ TEST(PointerInjection, PressesTheButtonsThatXProgramsMean) {
 TEST(PointerInjection, TellsTheJournalWhatIsHeld) {
   InputStand stand;
   stand.mouse(MouseEventType::rightMouseDown, {5, 5}, MouseButton::right);
-  EXPECT_THAT(stand.journal.buttons, testing::ElementsAre(3));
+  EXPECT_THAT(stand.journal().buttons, testing::ElementsAre(3));
   stand.mouse(MouseEventType::rightMouseUp, {5, 5}, MouseButton::right);
-  EXPECT_TRUE(stand.journal.isEmpty());
+  EXPECT_TRUE(stand.journal().isEmpty());
 }
 
 TEST(PointerInjection, PressesNothingThatNobodyWouldUndo) {
   InputStand stand;
-  stand.journal.isThere = false;
+  stand.journal().isThere = false;
   stand.mouse(MouseEventType::leftMouseDown, {5, 6});
   EXPECT_EQ(brief(stand.take()), (std::vector<Brief>{{Kind::motion, 0, {5, 6}}}));
 }
@@ -97,7 +97,7 @@ TEST(PointerInjection, ReleasesWhatIsHeldWhenItEnds) {
   (void)stand.take();
   stand.events.reset();
   EXPECT_EQ(brief(stand.take()), (std::vector<Brief>{{Kind::buttonUp, 1, {5, 6}}}));
-  EXPECT_TRUE(stand.journal.isEmpty());
+  EXPECT_TRUE(stand.journal().isEmpty());
 }
 
 TEST(PointerInjection, MakesNoEventWithoutAPlace) {

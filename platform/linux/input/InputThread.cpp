@@ -1,0 +1,191 @@
+#include "platform/linux/input/InputThread.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <system_error>
+#include <utility>
+
+#include "platform/Error.h"
+
+namespace quorvin {
+
+namespace {
+
+Rect rectOf(const PixelRect& area) {
+  return {{static_cast<double>(area.x), static_cast<double>(area.y)},
+          {static_cast<double>(area.width), static_cast<double>(area.height)}};
+}
+
+}  // namespace
+
+InputThread::InputThread(std::string display, InputJournal& journal, GMainContext* context)
+    : display(std::move(display)),
+      journal(journal),
+      context(context != nullptr ? g_main_context_ref(context) : g_main_context_new(),
+              &g_main_context_unref) {}
+
+InputThread::~InputThread() {
+  endWithin(std::chrono::milliseconds(0));
+  if (thread.joinable()) thread.join();
+}
+
+void InputThread::open() {
+  if (display.empty()) return;
+  {
+    const std::lock_guard lock(mutex);
+    if (calls.isEnding) return;
+    calls.isConnectionWanted = true;
+  }
+  wake();
+  if (thread.joinable()) return;
+  try {
+    thread = std::thread([this] { run(); });
+  } catch (const std::system_error& error) {
+    const std::lock_guard lock(mutex);
+    queue.clear();
+    if (!std::exchange(hasFailed, true)) {
+      std::fprintf(stderr, "quorvin-support: no remote input: %s\n", error.what());
+    }
+  }
+}
+
+void InputThread::post(const LinuxInputEvent::Record& record) {
+  {
+    const std::lock_guard lock(mutex);
+    if (calls.isEnding || display.empty()) return;
+    queue.push(record);
+  }
+  open();
+}
+
+std::optional<Rect> InputThread::boundsOf(DisplayID display) {
+  {
+    const std::lock_guard lock(mutex);
+    const auto found = std::ranges::find(monitors, display, &X11Monitor::id);
+    if (found != monitors.end()) return rectOf(found->area);
+    if (isConnected) return {};
+  }
+  open();
+  return {};
+}
+
+bool InputThread::settle(std::chrono::milliseconds limit) {
+  open();
+  if (!thread.joinable()) return false;
+  std::unique_lock lock(mutex);
+  const auto asked = ++calls.settlesAsked;
+  wake();
+  return changed.wait_for(lock, limit, [&] { return settlesDone >= asked || hasEnded; });
+}
+
+bool InputThread::endWithin(std::chrono::milliseconds limit) {
+  std::unique_lock lock(mutex);
+  calls.isEnding = true;
+  wake();
+  return !thread.joinable() || changed.wait_for(lock, limit, [this] { return hasEnded; });
+}
+
+void InputThread::run() {
+  pthread_setname_np(pthread_self(), "RemoteInput");
+  for (bool isEnding = false; !isEnding;) {
+    const auto asked = takeCalls();
+    takeNews();
+    if (injector == nullptr && asked.isConnectionWanted) connect();
+    if (const auto record = takeRecord()) {
+      carryOut(*record);
+      continue;
+    }
+    answer(asked.settlesAsked);
+    isEnding = asked.isEnding;
+    if (!isEnding) g_main_context_iteration(context.get(), TRUE);
+  }
+  disconnect();
+  const std::lock_guard lock(mutex);
+  hasEnded = true;
+  changed.notify_all();
+}
+
+InputThread::Calls InputThread::takeCalls() {
+  const std::lock_guard lock(mutex);
+  auto taken = calls;
+  calls.isConnectionWanted = false;
+  if (!queue.isEmpty()) taken.isConnectionWanted = true;
+  return taken;
+}
+
+std::optional<LinuxInputEvent::Record> InputThread::takeRecord() {
+  const std::lock_guard lock(mutex);
+  if (injector == nullptr) return {};
+  return queue.take();
+}
+
+void InputThread::answer(std::uint64_t settles) {
+  const std::lock_guard lock(mutex);
+  settlesDone = settles;
+  changed.notify_all();
+}
+
+void InputThread::connect() {
+  const auto begin = Clock::now();
+  try {
+    connection = std::make_unique<X11Connection>(display);
+    injector = std::make_unique<InputInjector>(*connection, journal);
+    // The first event of a session may already ask for them.
+    publish(true, injector->displays());
+    injector->prepare();
+  } catch (const Error&) {
+    // That there is no connection is all there is to know about it.
+  }
+  if (connection == nullptr || connection->isBroken()) {
+    leaveConnection();
+    const std::lock_guard lock(mutex);
+    return queue.clear();
+  }
+  injector->undo(std::exchange(left, {}));
+  // Whatever the server sends ends a wait; what it is, is looked at afterwards.
+  serverWatch = MainLoopSource::onDescriptor(context.get(), connection->descriptor(), G_IO_IN,
+                                             [] { return MainLoopSource::Next::again; });
+  forgetIfHung(begin);
+}
+
+void InputThread::disconnect() {
+  if (injector != nullptr) left = injector->leftovers();
+  leaveConnection();
+}
+
+void InputThread::leaveConnection() {
+  serverWatch.cancel();
+  injector.reset();
+  connection.reset();
+  publish(false, {});
+}
+
+void InputThread::takeNews() {
+  if (injector == nullptr) return;
+  const bool haveDisplaysChanged = injector->takeNews();
+  if (connection->isBroken()) return disconnect();
+  if (haveDisplaysChanged) publish(true, injector->displays());
+}
+
+void InputThread::carryOut(const LinuxInputEvent::Record& record) {
+  const auto begin = Clock::now();
+  injector->post(record);
+  while (!injector->isCarriedOut()) g_main_context_iteration(context.get(), TRUE);
+  forgetIfHung(begin);
+}
+
+void InputThread::forgetIfHung(Clock::time_point begin) {
+  if (Clock::now() - begin < hangsAfter) return;
+  const std::lock_guard lock(mutex);
+  queue.forgetNews();
+}
+
+void InputThread::publish(bool connected, std::vector<X11Monitor> found) {
+  const std::lock_guard lock(mutex);
+  isConnected = connected;
+  monitors = std::move(found);
+}
+
+}  // namespace quorvin

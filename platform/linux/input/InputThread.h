@@ -1,0 +1,112 @@
+#pragma once
+
+#include <glib.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/Geometry.h"
+#include "platform/linux/X11Connection.h"
+#include "platform/linux/capture/X11Monitors.h"
+#include "platform/linux/input/InputInjector.h"
+#include "platform/linux/input/InputJournal.h"
+#include "platform/linux/input/InputQueue.h"
+#include "platform/linux/ui/MainLoopSource.h"
+
+namespace quorvin {
+
+// A thread that works the pointer and the keyboard of an X server, over a connection that it makes
+// when it is first needed and makes anew when it broke. It waits for the server for as long as that
+// takes, and nobody waits for it.
+//
+// It carries out one record after the other, and takes the next when the server has carried out the
+// one before. After a server has hung, what came in the meantime is dropped, but for releases.
+// Between records, and while it waits for the server to carry one out, it serves the context, so
+// that the journal can have its sources there. Everything here is called by one other thread.
+class InputThread {
+ public:
+  // A server that is merely busy takes less than this for one record, also when the first press has
+  // to wait for whoever is to undo it.
+  static constexpr auto hangsAfter = std::chrono::seconds(2);
+
+  // `display` as in DISPLAY; there is no thread when it is empty. Without a context the thread
+  // makes one of its own. The journal, which the thread alone uses, must outlive this object.
+  InputThread(std::string display, InputJournal& journal, GMainContext* context);
+  InputThread(const InputThread&) = delete;
+  InputThread& operator=(const InputThread&) = delete;
+  // Waits for the end of the thread, and so for the server.
+  ~InputThread();
+
+  // Sees to it that there is a connection soon. Without a thread to be had there is none, which is
+  // reported on standard error once.
+  void open();
+  void post(const LinuxInputEvent::Record& record);
+  // As the server has told last, in the coordinates of the root window, which are the global space.
+  // Empty when there is no such display, or no connection (yet).
+  [[nodiscard]] std::optional<Rect> boundsOf(DisplayID display);
+
+  // Waits until what was posted has been carried out and all news from the server is known. False
+  // when that was not within the time, or cannot be.
+  bool settle(std::chrono::milliseconds limit);
+  // Has everything carried out that was posted, releases what is held, leaves the keyboard as it
+  // was found and ends the thread. Nothing is posted from now on. True when that was done within
+  // the time; the thread goes on with it otherwise.
+  bool endWithin(std::chrono::milliseconds limit);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  // What has been asked of the thread.
+  struct Calls {
+    bool isConnectionWanted = false;
+    std::uint64_t settlesAsked = 0;
+    bool isEnding = false;
+  };
+
+  void wake() { g_main_context_wakeup(context.get()); }
+
+  // The rest runs on the thread.
+  void run();
+  [[nodiscard]] Calls takeCalls();
+  [[nodiscard]] std::optional<LinuxInputEvent::Record> takeRecord();
+  void answer(std::uint64_t settles);
+  void connect();
+  // Keeps in mind what is left to be undone.
+  void disconnect();
+  void leaveConnection();
+  void takeNews();
+  void carryOut(const LinuxInputEvent::Record& record);
+  // After the server has been waited for since then.
+  void forgetIfHung(Clock::time_point begin);
+  void publish(bool connected, std::vector<X11Monitor> found);
+
+  const std::string display;
+  InputJournal& journal;
+  const std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> context;
+
+  std::unique_ptr<X11Connection> connection;
+  std::unique_ptr<InputInjector> injector;  // as long as there is a connection
+  InputInjector::Leftovers left;            // of the last one, when its connection broke
+  MainLoopSource serverWatch;
+
+  std::mutex mutex;  // guards everything below but the thread
+  std::condition_variable changed;
+  InputQueue queue;
+  Calls calls;
+  std::uint64_t settlesDone = 0;
+  bool isConnected = false;
+  bool hasFailed = false;  // to make the thread
+  bool hasEnded = false;
+  std::vector<X11Monitor> monitors;
+
+  std::thread thread;
+};
+
+}  // namespace quorvin
