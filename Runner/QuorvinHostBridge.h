@@ -57,6 +57,7 @@ class QuorvinHostBridge final : public FlutterStreamHandler,
   void startCompleted(std::int64_t generation, const std::shared_ptr<QuorvinScreenCapture>& started,
                       const std::optional<Error>& error, const FlutterResult& result);
   void captureEnded(std::int64_t generation, const Error& error);
+  void clearSession();  // after the capture has ended or failed to start
   void sendFrame(std::int64_t generation, Data frame);
   void beginSupportActivity();
   void endSupportActivity();

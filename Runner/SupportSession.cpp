@@ -40,6 +40,7 @@ void QuorvinHostBridge::startCapture(const FlutterResult& result) {
   // A capture that was there before is let go without being stopped: its callbacks carry an older
   // generation, and its own start, if still under way, will find that out and stop it.
   capture = started;
+  inputDisplayID.reset();
   // Bridge and capture are held strongly here: the pending call must get its answer. The main
   // thread empties the box, so that neither ends on whichever thread drops the completion last.
   struct PendingStart {
@@ -82,24 +83,28 @@ void QuorvinHostBridge::startCompleted(std::int64_t generation,
     return result(FlutterError{"capture_cancelled", "Support was stopped.", {}});
   }
   if (error) {
-    capture.reset();
-    endSupportActivity();
+    clearSession();
     return result(FlutterError{"capture_failed", error->localizedDescription, {}});
   }
-  inputDisplayID = started->displayID();
+  // The system may have ended the capture before it answered the start.
+  if (capture != nullptr) inputDisplayID = started->displayID();
   result(Value());
 }
 
 void QuorvinHostBridge::captureEnded(std::int64_t generation, const Error& error) {
   if (captureGeneration != generation) return;
-  remoteInput().releaseAll();
-  inputDisplayID.reset();
-  capture.reset();
-  endSupportActivity();
+  clearSession();
   if (!eventSink) return;
   eventSink(FlutterError{
       stoppedByUser(platform, error) ? "capture_user_stopped" : "capture_stopped",
       error.localizedDescription, Map{{"domain", error.domain}, {"code", error.code}}});
+}
+
+void QuorvinHostBridge::clearSession() {
+  remoteInput().releaseAll();
+  inputDisplayID.reset();
+  capture.reset();
+  endSupportActivity();
 }
 
 void QuorvinHostBridge::sendFrame(std::int64_t generation, Data frame) {

@@ -178,6 +178,7 @@ void SessionWorld::startSession() {
   const auto capturesBefore = machine.dispatch.serialQueueRequests.size();
   call("startCapture", Map{{"locallyAuthorized", true}});
   if (machine.dispatch.serialQueueRequests.size() == capturesBefore) return;  // refused
+  newestStart = calls.back().call;
   liveSession = static_cast<int>(captureQueues.size());
   captureQueues.push_back(machine.dispatch.newestSerialQueue());
   mayReportEnd = true;
@@ -225,6 +226,16 @@ void SessionWorld::followInput() {
 void SessionWorld::expectNothingHeld(const std::string& when) {
   followInput();
   if (!heldInput.empty()) fail("nothing stays pressed " + when);
+}
+
+// Input is for sessions only, and the mouse for those whose display is known: that runs.
+void SessionWorld::checkInput() {
+  if (!bridge->hasSession()) expectNothingHeld("without a session");
+  followInput();
+  const bool isRunning = bridge->hasSession() && newestStart->replies == 1;
+  if (bridge->inputDisplay().has_value() != isRunning) {
+    fail("input has a display exactly while a session runs");
+  }
 }
 
 void SessionWorld::listen() {
@@ -282,7 +293,7 @@ std::optional<int> SessionWorld::sessionOf(const DispatchQueue* captureQueue) co
 
 void SessionWorld::checkPromises() {
   followSession();
-  followInput();
+  checkInput();
   checkReplies(/*mustBeAnswered=*/false);
   checkQueuedDeliveries();
   const std::size_t expected = bridge->hasSession() ? 1 : 0;

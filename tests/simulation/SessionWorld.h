@@ -54,6 +54,7 @@ class SessionWorld {
 
   void followInput();
   void expectNothingHeld(const std::string& when);
+  void checkInput();
   void checkPromises();
   void checkReplies(bool mustBeAnswered);
   void checkQueuedDeliveries();
@@ -66,6 +67,7 @@ class SessionWorld {
   std::weak_ptr<QuorvinHostBridge> weakBridge;
   std::vector<Action> actions;
   std::vector<PendingCall> calls;
+  std::shared_ptr<fakes::FakeMessenger::Call> newestStart;  // that was not refused
   // The capture queue of every session so far, which tells whose stream or sample it is. Held, so
   // that no later queue takes the address of an earlier one.
   std::vector<std::shared_ptr<fakes::SimulatedQueue>> captureQueues;

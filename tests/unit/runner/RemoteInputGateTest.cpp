@@ -215,15 +215,33 @@ TEST_F(RemoteInputGateTest, WhatIsHeldStaysHeldWhenASessionIsStartedAnew) {
   EXPECT_THAT(releasedKeys(), ElementsAre(0));
 }
 
-TEST_F(RemoteInputGateTest, AFailedStartReleasesNothingByItself) {
+TEST_F(RemoteInputGateTest, ReleasesWhatWasPressedBeforeAStartFails) {
   machine.screenCapture.completesStarts = false;
-  startSession();
+  bool isReleasedAtReply = false;
+  bridge->handle({"startCapture", Map{{"locallyAuthorized", true}}},
+                 [&](const FlutterReply& /*reply*/) {
+                   isReleasedAtReply = releasedKeys() == std::vector<int>{0, 56};
+                 });
+  machine.dispatch.runUntilIdle();
+  press(56);
   press(0);
   stream()->completeStart(Error("system", -3802, "Failed."));
   machine.dispatch.runUntilIdle();
-  EXPECT_THAT(releasedKeys(), IsEmpty());
-  expectReply(invoke("releaseInput"), nothing());
-  EXPECT_THAT(releasedKeys(), ElementsAre(0));
+  EXPECT_TRUE(isReleasedAtReply);
+  expectReply(inject(Map{{"action", "keyUp"}, {"keyCode", 0}}), notAuthorized());
+}
+
+TEST_F(RemoteInputGateTest, ReleasesWhatARunningSessionHeldWhenItsRestartFails) {
+  startSession();
+  inject(Map{{"action", "mouseDown"}, {"x", 0.5}, {"y", 0.5}});
+  machine.screenCapture.completesStarts = false;
+  startSession();
+  expectReply(inject(Map{{"action", "mouseUp"}, {"x", 0.5}, {"y", 0.5}}), badEvent());
+  machine.inputEvents.posted.clear();
+  stream()->completeStart(Error("system", -3802, "Failed."));
+  machine.dispatch.runUntilIdle();
+  ASSERT_EQ(machine.inputEvents.posted.size(), 1U);
+  EXPECT_EQ(machine.inputEvents.posted[0].type, MouseEventType::leftMouseUp);
 }
 
 }  // namespace

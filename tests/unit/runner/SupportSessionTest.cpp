@@ -80,6 +80,36 @@ TEST_F(SupportSessionTest, KnowsTheDisplayOnlyOnceTheCaptureRuns) {
   EXPECT_EQ(bridge->inputDisplay(), std::nullopt);
 }
 
+TEST_F(SupportSessionTest, ForgetsTheDisplayWhenASessionIsStartedAnew) {
+  startSession();
+  ASSERT_EQ(bridge->inputDisplay(), 1U);
+  machine.screenCapture.completesStarts = false;
+  const auto restart = startSession();
+  EXPECT_EQ(bridge->inputDisplay(), std::nullopt) << "while it starts";
+  stream()->completeStart(Error("system", -3802, "The stream failed to start."));
+  machine.dispatch.runUntilIdle();
+  expectReply(restart, error("capture_failed", "The stream failed to start."));
+  EXPECT_EQ(bridge->inputDisplay(), std::nullopt) << "after it failed";
+}
+
+TEST_F(SupportSessionTest, AStartThatIsAnsweredAfterTheSystemsStopLeavesNoDisplay) {
+  listen();
+  machine.screenCapture.completesStarts = false;
+  const auto start = startSession();
+  const auto starting = stream();
+  const Error gone("system", -3821, "The system stopped the stream.");
+  starting->stopWithError(gone);
+  machine.dispatch.runUntilIdle();
+  EXPECT_FALSE(bridge->hasSession());
+  EXPECT_EQ(start->replies, 0);
+  starting->completeStart();
+  machine.dispatch.runUntilIdle();
+  expectReply(start, nothing());
+  EXPECT_THAT(events(), ElementsAre(stopped("capture_stopped", gone)));
+  EXPECT_FALSE(bridge->hasSession());
+  EXPECT_EQ(bridge->inputDisplay(), std::nullopt);
+}
+
 TEST_F(SupportSessionTest, AFailedStartEndsTheActivityAndTheNextStartBeginsANewOne) {
   machine.screenCapture.startError = Error("system", -3802, "The stream failed to start.");
   expectReply(startSession(), error("capture_failed", "The stream failed to start."));
