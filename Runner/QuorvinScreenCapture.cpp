@@ -279,10 +279,11 @@ void QuorvinScreenCapture::encodeJPEG(const PixelBuffer& picture) {
 }
 
 void QuorvinScreenCapture::deliverLatest(Data payload) {
+  std::optional<Data> replaced;  // let go of after the lock, since its owner may do anything then
   {
     const std::lock_guard lock(frameLock);
     if (stopped) return;
-    pendingFrame = std::move(payload);
+    replaced = std::exchange(pendingFrame, std::move(payload));
     if (deliveryScheduled) return;  // the delivery under way picks up this newer one
     deliveryScheduled = true;
   }
@@ -295,9 +296,8 @@ void QuorvinScreenCapture::deliverPendingFrame() {
   std::optional<Data> payload;
   {
     const std::lock_guard lock(frameLock);
-    std::swap(payload, pendingFrame);
+    std::swap(payload, pendingFrame);  // empty once the capture has stopped
     deliveryScheduled = false;
-    if (stopped) payload.reset();
   }
   if (payload) emitFrame(std::move(*payload));
 }
@@ -308,8 +308,9 @@ bool QuorvinScreenCapture::isStopped() {
 }
 
 bool QuorvinScreenCapture::markStopped() {
+  std::optional<Data> dropped;  // let go of after the lock
   const std::lock_guard lock(frameLock);
-  pendingFrame.reset();
+  std::swap(dropped, pendingFrame);
   return !std::exchange(stopped, true);
 }
 

@@ -19,6 +19,7 @@ class FakeImageEncoder final : public ImageEncoder {
   bool fails = false;
   std::function<void()> whileEncoding;  // what another thread does meanwhile
   std::size_t paddingBytes = 0;         // makes files larger
+  std::function<void()> whenLetGo;      // of each file, when its last holder lets go of it
   std::vector<double> factors;          // of every request
   std::uint32_t newestContent = 0;      // of the pictures encoded, the highest
   std::vector<bool> contexts;           // cacheIntermediates of every context made
@@ -57,7 +58,12 @@ class FakeImageEncoder final : public ImageEncoder {
       if (owner.fails) return std::nullopt;
       const auto content = static_cast<const FakePixelBuffer&>(picture).content;
       owner.newestContent = std::max(owner.newestContent, content);
-      return file(content, owner.paddingBytes);
+      auto written = file(content, owner.paddingBytes);
+      if (!owner.whenLetGo) return written;
+      const auto bytes = written.bytes();
+      return Data(
+          std::shared_ptr<void>(nullptr, [written, action = owner.whenLetGo](void*) { action(); }),
+          bytes);
     }
 
    private:

@@ -414,6 +414,28 @@ TEST_F(ScreenCaptureTest, AFrameThatIsBeingEncodedAtTheStopIsDropped) {
   EXPECT_EQ(machine.imageEncoder.factors.size(), 1U);
 }
 
+// Whoever owns a payload's bytes may call the capture when they are let go: no lock is held then.
+// One that is would be waited for here for ever.
+TEST_F(ScreenCaptureTest, LetsGoOfAPayloadOutsideItsLocks) {
+  std::vector<std::string> let;
+  std::string when = "replaced";
+  machine.imageEncoder.whenLetGo = [&] {
+    let.push_back(when);
+    capture->configure(PictureSettings(), [](const auto& /*error*/) {});
+  };
+  start();
+  const auto running = stream();
+  const auto queue = machine.dispatch.newestSerialQueue();
+  for (const std::uint32_t content : {1U, 2U}) {
+    running->send(FakeSample::complete(content));
+    machine.dispatch.runOneOf(*queue);
+  }
+  EXPECT_THAT(let, ElementsAre("replaced"));
+  when = "stopped";
+  capture->stop();
+  EXPECT_THAT(let, ElementsAre("replaced", "stopped"));
+}
+
 TEST_F(ScreenCaptureTest, SamplesAfterAStopAreDropped) {
   start();
   const auto running = stream();
