@@ -43,7 +43,7 @@ std::shared_ptr<PixelBuffer> MacCaptureSample::imageBuffer() const {
 
 MediaTime MacCaptureSample::presentationTimeStamp() const {
   const CMTime time = CMSampleBufferGetPresentationTimeStamp(sample);
-  return {time.value, time.timescale};
+  return {time.value, time.timescale, time.flags, time.epoch};
 }
 
 }  // namespace quorvin

@@ -37,9 +37,8 @@ struct ToPropertyValue {
   }
 };
 
-// A time that is no number has a time scale of 0, and comes from a sample like that.
 CMTime toTime(MediaTime time) {
-  return time.timescale == 0 ? kCMTimeInvalid : CMTimeMake(time.value, time.timescale);
+  return {time.value, time.timescale, static_cast<CMTimeFlags>(time.flags), time.epoch};
 }
 
 CMTime toTime(const std::optional<MediaTime>& time) {

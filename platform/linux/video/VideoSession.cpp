@@ -15,7 +15,7 @@ constexpr auto endOfTime = std::chrono::nanoseconds::max();
 std::optional<std::chrono::nanoseconds> nanosecondsOf(MediaTime time) {
   constexpr std::int64_t mostSeconds =
       std::numeric_limits<std::int64_t>::max() / std::nano::den - 1;
-  if (time.timescale <= 0) return {};
+  if (time.timescale <= 0 || (time.flags & mediaTimeValid) == 0) return {};
   const std::int64_t seconds = time.value / time.timescale;
   if (seconds > mostSeconds || seconds < -mostSeconds) return {};
   const std::int64_t rest = time.value % time.timescale;

@@ -198,13 +198,14 @@ TEST(VideoEncoder, TakesRatesOfAnySize) {
   }
 }
 
-TEST(VideoEncoder, RefusesPicturesOfAnotherSizeAndTimesWithoutScale) {
+TEST(VideoEncoder, RefusesPicturesOfAnotherSizeAndTimesThatAreNone) {
   EncoderStand stand({64, 48});
   EXPECT_NE(stand.session->encodeFrame(plainPicture({64, 50}, 0), {1, 30}, {}), 0);
   EXPECT_NE(stand.session->encodeFrame(nullptr, {1, 30}, {}), 0);
   const auto picture = plainPicture({64, 48}, 0);
   EXPECT_NE(stand.session->encodeFrame(picture, {1, 0}, {}), 0);
   EXPECT_NE(stand.session->encodeFrame(picture, {1, -30}, {}), 0);
+  EXPECT_NE(stand.session->encodeFrame(picture, {1, 30, 0}, {}), 0);
   using Limits = std::numeric_limits<std::int64_t>;
   EXPECT_NE(stand.session->encodeFrame(picture, {Limits::max(), 1}, {}), 0);
   EXPECT_NE(stand.session->encodeFrame(picture, {Limits::min(), 1}, {}), 0);

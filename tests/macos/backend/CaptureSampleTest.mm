@@ -118,7 +118,11 @@ TEST_F(CaptureSampleTest, ReadsThePresentationTimeUnchanged) {
       (*ScriptedSample({.presentationTimeStamp = CMTimeMake(-7, 90'000)})).presentationTimeStamp(),
       (MediaTime{-7, 90'000}));
   EXPECT_EQ((*ScriptedSample({.presentationTimeStamp = kCMTimeInvalid})).presentationTimeStamp(),
-            (MediaTime{0, 0}));
+            (MediaTime{0, 0, 0}));
+  const CMTime rounded{
+      5, 600, static_cast<CMTimeFlags>(kCMTimeFlags_Valid | kCMTimeFlags_HasBeenRounded), 3};
+  EXPECT_EQ((*ScriptedSample({.presentationTimeStamp = rounded})).presentationTimeStamp(),
+            (MediaTime{5, 600, 3, 3}));
 }
 
 TEST_F(CaptureSampleTest, HasNoPictureWhenTheSampleHasNone) {

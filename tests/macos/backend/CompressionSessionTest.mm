@@ -93,6 +93,21 @@ TEST_F(CompressionSessionTest, EncodesThePictureItself) {
   standin::setEncoder({});
 }
 
+TEST_F(CompressionSessionTest, PassesATimeStampOnWhole) {
+  CMTime encoded = kCMTimeInvalid;
+  standin::setEncoder([&encoded](id /*picture*/, CMTime time) {
+    encoded = time;
+    return standin::EncoderOutput{};
+  });
+  EXPECT_EQ(session->encodeFrame(makePicture(), {5, 600, 3, 7}, {}), 0);
+  standin::settle();
+  standin::setEncoder({});
+  EXPECT_EQ(encoded.value, 5);
+  EXPECT_EQ(encoded.timescale, 600);
+  EXPECT_EQ(encoded.flags, kCMTimeFlags_Valid | kCMTimeFlags_HasBeenRounded);
+  EXPECT_EQ(encoded.epoch, 7);
+}
+
 TEST_F(CompressionSessionTest, PassesADurationOnThatIsKnown) {
   EXPECT_EQ(session->encodeFrame(makePicture(), {12, 600}, MediaTime{1, 30}), 0);
   EXPECT_THAT(argumentsOf("VTCompressionSessionEncodeFrame"),
@@ -100,7 +115,7 @@ TEST_F(CompressionSessionTest, PassesADurationOnThatIsKnown) {
 }
 
 TEST_F(CompressionSessionTest, PassesATimeStampOnThatIsNoNumber) {
-  EXPECT_EQ(session->encodeFrame(makePicture(), {0, 0}, MediaTime{0, 0}), 0);
+  EXPECT_EQ(session->encodeFrame(makePicture(), {0, 0, 0}, MediaTime{0, 0, 0}), 0);
   EXPECT_THAT(argumentsOf("VTCompressionSessionEncodeFrame"),
               ElementsAre("invalid", "invalid", "NULL", "NULL", "NULL"));
   EXPECT_THAT(standin::takeViolations(), ElementsAre("a frame without a time stamp"));
