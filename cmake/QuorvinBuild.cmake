@@ -17,6 +17,10 @@ if(QUORVIN_CCACHE)
   set(CMAKE_OBJCXX_COMPILER_LAUNCHER ${launcher})
 endif()
 
+# A product and a sum are rounded one by one, or positions would differ from one kind of processor
+# to another in their last bit.
+add_compile_options(-ffp-contract=off)
+
 set(QUORVIN_SANITIZE "" CACHE STRING "Sanitizers for every target, as given to -fsanitize=")
 
 add_compile_options(-Wall -Wextra -Wpedantic -Werror -Wconversion -Wsign-conversion

@@ -1,3 +1,5 @@
+#include <cmath>
+
 #include "tests/unit/runner/RemoteInputControllerTest.h"
 
 namespace quorvin {
@@ -20,6 +22,14 @@ TEST(RemoteInputPoint, KeepsItsFraction) {
 TEST(RemoteInputPoint, MapsEverythingOfASinglePixelOntoIt) {
   EXPECT_EQ(pointOn({{0, 0}, {1, 1}}, 1, 1), (Point{0, 0}));
   EXPECT_EQ(pointOn({{7, 8}, {0.5, 0.25}}, 1, 1), (Point{7, 8}));
+}
+
+// In one step the two would be rounded once, on a processor that has such an instruction.
+TEST(RemoteInputPoint, RoundsTheProductBeforeTheSum) {
+  const Rect display{{100, -1920}, {1920, 1920}};
+  EXPECT_EQ(pointOn(display, 0.1, 0.3), (Point{291.9, -1344.3000000000002}));
+  EXPECT_NE(std::fma(0.1, 1919.0, 100.0), 291.9);
+  EXPECT_NE(std::fma(0.3, 1919.0, -1920.0), -1344.3000000000002);
 }
 
 TEST(RemoteInputPoint, FollowsDisplaysLeftOfTheMainOne) {
