@@ -26,6 +26,7 @@ class FakeFiles final : public Files {
   std::optional<Path> executable =
       "/Applications/Quorvin Support.app/Contents/Linux/quorvin-support";
   Path home = "/Users/someone";
+  std::optional<Path> currentUsersHome;  // where the two answers are to differ
   std::optional<Path> desktop = "/Users/someone/Desktop";
   std::map<std::string, Error> failures;
   FailurePlan* plan = nullptr;
@@ -57,7 +58,7 @@ class FakeFiles final : public Files {
 
   Path bundlePath() override { return bundle; }
   std::optional<Path> executablePath() override { return executable; }
-  Path homeDirectoryForCurrentUser() override { return home; }
+  Path homeDirectoryForCurrentUser() override { return currentUsersHome.value_or(home); }
   Path homeDirectory() override { return home; }
   std::optional<Path> desktopDirectory() override { return desktop; }
   Path standardized(const Path& path) override {

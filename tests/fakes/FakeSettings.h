@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/Error.h"
 #include "platform/Permissions.h"
 #include "platform/PropertyList.h"
 #include "platform/Text.h"
@@ -78,7 +79,10 @@ class FakePermissions final : public Permissions {
                               : "isProcessTrustedWithOptions");
     return accessibility;
   }
-  std::optional<std::string> copyComputerName() override { return name; }
+  std::optional<std::string> copyComputerName() override {
+    calls.emplace_back("copyComputerName");
+    return name;
+  }
 };
 
 // Remembers what it was given; what it writes only says that it wrote.
@@ -86,8 +90,10 @@ class FakePropertyList final : public PropertyList {
  public:
   std::vector<Value> written;
   FailurePlan* plan = nullptr;
+  std::optional<Error> error;  // why nothing can be written
 
   Data xmlData(const Value& propertyList) override {
+    if (error) throw Error(*error);
     if (plan != nullptr) plan->step("xmlData");
     written.push_back(propertyList);
     return Data(Bytes{'l', 'i', 's', 't', static_cast<std::uint8_t>('0' + written.size())});

@@ -81,6 +81,23 @@ TEST(AppDelegate, HidesAnUnattendedRunAndKeepsItRunning) {
   EXPECT_TRUE(delegate.applicationSupportsSecureRestorableState());
 }
 
+// A command has run and ended the process by then, unless its argument came up only now.
+TEST(AppDelegate, IsAnAccessoryWhileAManagementCommandIsAskedForButHidesNoWindow) {
+  for (const auto* command : {"--install-unattended", "--remove-unattended", "--status-unattended",
+                              "--help-unattended"}) {
+    FakeMachine machine;
+    AppDelegate delegate(machine.platform);
+    machine.process.argumentList.emplace_back(command);
+    FakeWindow window;
+    machine.application.windowList = {&window};
+    std::optional<ActivationPolicy> policyAtSuper;
+    delegate.applicationDidFinishLaunching([&] { policyAtSuper = machine.application.policy; });
+    machine.dispatch.runUntilIdle();
+    EXPECT_EQ(policyAtSuper, ActivationPolicy::accessory) << command;
+    EXPECT_THAT(window.calls, IsEmpty()) << command;
+  }
+}
+
 TEST(AppDelegate, HidesNothingWhenThereAreNoWindows) {
   FakeMachine machine;
   machine.authorizeUnattended("Workshop");

@@ -104,6 +104,81 @@ TEST_F(LoginAgentTest, TakesACopyInASubfolderOfEitherApplicationsFolder) {
   }
 }
 
+TEST_F(LoginAgentTest, LooksForTheCopyInOneHomeFolderAndKeepsTheAgentInTheOther) {
+  machine.files.home = "/Users/told";
+  machine.files.currentUsersHome = "/Users/someone";
+  machine.files.bundle = "/Users/someone/Applications/Quorvin Support.app";
+  EXPECT_NE(installFailure(), "");
+  expectNothingChanged();
+  machine.files.bundle = "/Users/told/Applications/Quorvin Support.app";
+  EXPECT_EQ(installFailure(), "");
+  EXPECT_TRUE(machine.files.textAt(agentFile));
+  EXPECT_FALSE(machine.files.hasItem("/Users/told"));
+  EXPECT_THAT(machine.process.tasks, ElementsAre(launchctl("bootout"), launchctl("bootstrap")));
+  remove();
+  EXPECT_FALSE(machine.files.hasItem(agentFile));
+}
+
+// Each precondition with each that comes after it, both not met: the earlier one is reported.
+TEST_F(LoginAgentTest, ReportsTheFirstOfTwoPreconditionsThatAreNotMet) {
+  struct Precondition {
+    std::string message;
+    std::function<void(fakes::FakeMachine&)> breakIt;
+  };
+  const std::string notInstalled =
+      "Move Quorvin Support to Applications and run the setup command from that installed copy.";
+  const std::string notPermitted =
+      "Open Quorvin Support once and allow Screen Recording and Accessibility before enabling "
+      "unattended access.";
+  const std::vector<Precondition> preconditions = {
+      {notInstalled,
+       [](auto& broken) {
+         broken.files.bundle = "/Volumes/Quorvin Support.app";
+       }},
+      {notInstalled,
+       [](auto& broken) {
+         broken.files.executable.reset();
+       }},
+      {notPermitted,
+       [](auto& broken) {
+         broken.permissions.screenRecording = false;
+       }},
+      {notPermitted,
+       [](auto& broken) {
+         broken.permissions.accessibility = false;
+       }},
+      {"A device name is required. Use --name \"My Mac\".",
+       [](auto& broken) {
+         broken.permissions.name.reset();
+       }},
+      {"No folder.",
+       [](auto& broken) {
+         broken.files.failures.emplace("createDirectory", Error("system", 1, "No folder."));
+       }},
+      {"No list.",
+       [](auto& broken) {
+         broken.propertyList.error = {"system", 1, "No list."};
+       }},
+  };
+  for (std::size_t first = 0; first < preconditions.size(); ++first) {
+    for (std::size_t second = first + 1; second < preconditions.size(); ++second) {
+      fakes::FakeMachine broken;
+      preconditions[first].breakIt(broken);
+      preconditions[second].breakIt(broken);
+      try {
+        UnattendedAccess::install(broken.platform, std::nullopt);
+        ADD_FAILURE() << first << " and " << second << " are not needed";
+      } catch (const Error& error) {
+        EXPECT_EQ(error.localizedDescription, preconditions[first].message)
+            << first << " and " << second;
+      }
+      EXPECT_THAT(broken.userDefaults.changes, IsEmpty());
+      EXPECT_THAT(broken.process.tasks, IsEmpty());
+      EXPECT_EQ(broken.files.changes.size(), first < 5 ? 0U : 1U) << "the folder, if anything";
+    }
+  }
+}
+
 TEST_F(LoginAgentTest, NeedsBothPermissionsAndAsksForNeither) {
   constexpr auto message =
       "Open Quorvin Support once and allow Screen Recording and Accessibility before enabling "
@@ -128,6 +203,15 @@ TEST_F(LoginAgentTest, NeedsAName) {
   EXPECT_EQ(failure([this] { install(std::nullopt); }, "com.quorvin.support.unattended"),
             "A device name is required. Use --name \"My Mac\".");
   expectNothingChanged();
+}
+
+TEST_F(LoginAgentTest, FetchesTheComputersNameInEveryCase) {
+  for (const auto* requested : {"Workshop", " "}) {
+    machine.permissions.calls.clear();
+    install(requested);
+    EXPECT_THAT(machine.permissions.calls, ElementsAre("preflightScreenCaptureAccess",
+                                                       "isProcessTrusted", "copyComputerName"));
+  }
 }
 
 TEST_F(LoginAgentTest, TakesTheComputersNameWhenNoneIsAskedFor) {
