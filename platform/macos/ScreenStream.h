@@ -1,8 +1,10 @@
 #pragma once
 
 #import <ScreenCaptureKit/ScreenCaptureKit.h>
+#import <dispatch/dispatch.h>
 
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -11,12 +13,22 @@
 
 namespace quorvin {
 
-// A stream of ScreenCaptureKit's. The bridges are kept here, since an SCStream knows its delegate
-// only weakly.
-class MacScreenStream final : public ScreenStream {
+// A stream of ScreenCaptureKit's. Nothing promises that an SCStream keeps the bridges that it
+// calls, nor that it answers once it was let go of. So every request holds all of this until it is
+// answered, and the last block of each sample queue holds the bridges until the samples before it
+// are through.
+//
+// ScreenCaptureKit may refuse to stop a stream whose start it has not answered, and that stream
+// would then run on. Such a stop is asked for once more when the start is answered, which is why it
+// gets a handler even without a completion. It is the second stop that the completion hears of.
+class MacScreenStream final : public ScreenStream,
+                              public std::enable_shared_from_this<MacScreenStream> {
  public:
   MacScreenStream(SCContentFilter* filter, const StreamConfiguration& configuration,
                   std::weak_ptr<StreamDelegate> delegate);
+  MacScreenStream(const MacScreenStream&) = delete;
+  MacScreenStream& operator=(const MacScreenStream&) = delete;
+  ~MacScreenStream() override;
 
   // The queue must be one of MacDispatch.
   [[nodiscard]] std::optional<Error> addStreamOutput(
@@ -28,9 +40,24 @@ class MacScreenStream final : public ScreenStream {
                            Completion completion) override;
 
  private:
+  struct Output {
+    QuorvinStreamOutput* bridge;
+    dispatch_queue_t queue;
+  };
+
+  // Any thread.
+  void requestStop(Completion completion);
+  void stopOnceStarted(const Completion& completion);
+  void startAnswered();
+  [[nodiscard]] bool isStarting();
+
   QuorvinStreamDelegate* delegateBridge;
-  std::vector<QuorvinStreamOutput*> outputBridges;
+  std::vector<Output> outputs;
   SCStream* stream;
+
+  std::mutex mutex;  // guards the two below
+  bool startIsUnanswered = false;
+  std::vector<Completion> refusedStops;
 };
 
 }  // namespace quorvin

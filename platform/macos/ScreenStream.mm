@@ -30,13 +30,18 @@ SCStreamConfiguration* toStreamConfiguration(const StreamConfiguration& configur
 
 using CompletionHandler = void (^)(NSError* _Nullable);
 
-// Holds the stream until it has answered: nothing promises an answer from one that was let go of.
-CompletionHandler _Nullable handlerFor(SCStream* stream, Completion completion) {
+CompletionHandler _Nullable handlerFor(std::shared_ptr<MacScreenStream> stream,
+                                       Completion completion) {
   if (!completion) return nil;
   return ^(NSError* error) {
-    static_cast<void>(stream);
+    static_cast<void>(stream);  // held until here
     completion(toOptionalError(error));
   };
+}
+
+bool saysThatThereIsNothingToStop(NSError* error) {
+  return [error.domain isEqualToString:SCStreamErrorDomain] &&
+         error.code == SCStreamErrorAttemptToStopStreamState;
 }
 
 }  // namespace
@@ -47,6 +52,18 @@ MacScreenStream::MacScreenStream(SCContentFilter* filter, const StreamConfigurat
       stream([[SCStream alloc] initWithFilter:filter
                                 configuration:toStreamConfiguration(configuration)
                                      delegate:delegateBridge]) {}
+
+MacScreenStream::~MacScreenStream() {
+  stream = nil;  // first, so that it queues nothing after these blocks
+  QuorvinStreamDelegate* delegate = delegateBridge;
+  for (const auto& output : outputs) {
+    QuorvinStreamOutput* bridge = output.bridge;
+    dispatch_async(output.queue, ^{
+      static_cast<void>(delegate);
+      static_cast<void>(bridge);
+    });
+  }
+}
 
 std::optional<Error> MacScreenStream::addStreamOutput(
     std::weak_ptr<StreamOutput> output, StreamOutputType type,
@@ -61,22 +78,62 @@ std::optional<Error> MacScreenStream::addStreamOutput(
                          error:&error]) {
     return toError(error);
   }
-  outputBridges.push_back(bridge);
+  outputs.push_back({bridge, queue->queue()});
   return std::nullopt;
 }
 
 void MacScreenStream::startCapture(Completion completion) {
-  [stream startCaptureWithCompletionHandler:handlerFor(stream, std::move(completion))];
+  {
+    const std::lock_guard lock(mutex);
+    startIsUnanswered = true;
+  }
+  const auto self = shared_from_this();
+  [stream startCaptureWithCompletionHandler:^(NSError* error) {
+    self->startAnswered();
+    if (completion) completion(toOptionalError(error));
+  }];
 }
 
 void MacScreenStream::stopCapture(Completion completion) {
-  [stream stopCaptureWithCompletionHandler:handlerFor(stream, std::move(completion))];
+  if (!isStarting()) return requestStop(std::move(completion));
+  const auto self = shared_from_this();
+  [stream stopCaptureWithCompletionHandler:^(NSError* error) {
+    if (saysThatThereIsNothingToStop(error)) return self->stopOnceStarted(completion);
+    if (completion) completion(toOptionalError(error));
+  }];
+}
+
+void MacScreenStream::requestStop(Completion completion) {
+  [stream stopCaptureWithCompletionHandler:handlerFor(shared_from_this(), std::move(completion))];
+}
+
+void MacScreenStream::stopOnceStarted(const Completion& completion) {
+  {
+    const std::lock_guard lock(mutex);
+    if (startIsUnanswered) return refusedStops.push_back(completion);
+  }
+  requestStop(completion);
+}
+
+void MacScreenStream::startAnswered() {
+  std::vector<Completion> refused;
+  {
+    const std::lock_guard lock(mutex);
+    startIsUnanswered = false;
+    refused.swap(refusedStops);
+  }
+  for (const auto& completion : refused) requestStop(completion);
+}
+
+bool MacScreenStream::isStarting() {
+  const std::lock_guard lock(mutex);
+  return startIsUnanswered;
 }
 
 void MacScreenStream::updateConfiguration(const StreamConfiguration& configuration,
                                           Completion completion) {
   [stream updateConfiguration:toStreamConfiguration(configuration)
-            completionHandler:handlerFor(stream, std::move(completion))];
+            completionHandler:handlerFor(shared_from_this(), std::move(completion))];
 }
 
 }  // namespace quorvin

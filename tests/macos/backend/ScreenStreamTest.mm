@@ -145,7 +145,7 @@ TEST_F(ScreenStreamTest, StartsWithoutAnybodyWhoWantsToKnow) {
   stream->startCapture({});
   const auto starts = standin::callsOf(startRequest);
   ASSERT_THAT(starts, SizeIs(1));
-  EXPECT_THAT(starts[0].arguments, ElementsAre("nil"));
+  EXPECT_THAT(starts[0].arguments, ElementsAre("given")) << "the stream itself wants to know";
   EXPECT_TRUE(newestStream()->isRunning());
 }
 
@@ -324,21 +324,115 @@ TEST_F(ScreenStreamTest, AnswersAStartAlthoughItWasReleasedMeanwhile) {
 }
 
 TEST_F(ScreenStreamTest, AnswersEverythingThatIsOwedAfterItsRelease) {
-  auto stream = makeStream();
+  auto stream = makeRunningStream(std::make_shared<RecordingOutput>());
   standin::holdAnswers();
   Answers answers;
-  stream->startCapture(answers.completion());
   stream->updateConfiguration(configuration, answers.completion());
   stream->stopCapture(answers.completion());
   stream.reset();
-  for (std::size_t answered = 1; answered <= 3; ++answered) {
+  for (std::size_t answered = 1; answered <= 2; ++answered) {
     EXPECT_TRUE(newestStream()->isAlive());
     standin::releaseOldestAnswer();
     standin::settle();
     EXPECT_THAT(answers.given(), SizeIs(answered));
   }
   EXPECT_FALSE(newestStream()->isAlive());
-  EXPECT_THAT(answers.given(), ElementsAre(std::nullopt, std::nullopt, std::nullopt));
+  EXPECT_THAT(answers.given(), ElementsAre(std::nullopt, std::nullopt));
+}
+
+TEST_F(ScreenStreamTest, KeepsItsOutputForSamplesThatWaitWhenItIsReleased) {
+  const auto output = std::make_shared<RecordingOutput>();
+  auto stream = makeRunningStream(output);
+  standin::hold(queueLabel);
+  EXPECT_TRUE(newestStream()->sendSample({}));
+  stream.reset();
+  standin::resume(queueLabel);
+  standin::settle();
+  EXPECT_THAT(output->received(), SizeIs(1));
+}
+
+TEST_F(ScreenStreamTest, KeepsItsOutputForASampleThatItsReleaseLeavesBehind) {
+  const auto output = std::make_shared<RecordingOutput>();
+  auto stream = makeRunningStream(output);
+  newestStream()->leaveSampleBehind();
+  standin::hold(queueLabel);
+  stream.reset();
+  EXPECT_FALSE(newestStream()->isAlive());
+  standin::resume(queueLabel);
+  standin::settle();
+  EXPECT_THAT(output->received(), SizeIs(1));
+}
+
+// ---- a stop while the start is unanswered, which is refused ----
+
+TEST_F(ScreenStreamTest, RepeatsARefusedStopWhenTheStartIsAnswered) {
+  auto stream = makeStream();
+  standin::holdAnswers();
+  std::size_t stopsAtStart = 0;
+  Answers stopped;
+  stream->startCapture([&](const std::optional<Error>& error) {
+    EXPECT_EQ(error, std::nullopt);
+    stopsAtStart = standin::callsOf(stopRequest).size();
+  });
+  stream->stopCapture(stopped.completion());
+  stream.reset();
+  standin::releaseNewestAnswer();
+  standin::settle();
+  EXPECT_THAT(standin::callsOf(stopRequest), SizeIs(1));
+  EXPECT_THAT(stopped.given(), IsEmpty());
+  standin::releaseAnswers();
+  standin::settle();
+  EXPECT_EQ(stopsAtStart, 2) << "before anybody hears of the start";
+  EXPECT_FALSE(newestStream()->isRunning());
+  EXPECT_THAT(stopped.given(), ElementsAre(std::nullopt));
+  EXPECT_EQ(stopped.heldCompletions(), 0);
+  EXPECT_THAT(standin::callsOf(stopRequest), SizeIs(2));
+}
+
+TEST_F(ScreenStreamTest, RepeatsAStopWhoseRefusalComesAfterTheAnswerToTheStart) {
+  const auto stream = makeStream();
+  standin::holdAnswers();
+  Answers started;
+  stream->startCapture(started.completion());
+  stream->stopCapture({});
+  standin::releaseOldestAnswer();
+  standin::settle();
+  EXPECT_THAT(started.given(), ElementsAre(std::nullopt));
+  EXPECT_THAT(standin::callsOf(stopRequest), SizeIs(1)) << "which nobody has refused yet";
+  EXPECT_TRUE(newestStream()->isRunning());
+  standin::releaseOldestAnswer();
+  standin::settle();
+  EXPECT_FALSE(newestStream()->isRunning());
+  EXPECT_EQ(standin::heldAnswers(), 0) << "nobody asked to know";
+  EXPECT_THAT(standin::callsOf(stopRequest), SizeIs(2));
+}
+
+TEST_F(ScreenStreamTest, RepeatsNoStopThatFailsForAnotherReason) {
+  const auto stream = makeStream();
+  standin::holdAnswers();
+  standin::failNext(CaptureRequest::stop, scriptedFailure());
+  Answers answers;
+  stream->startCapture(answers.completion());
+  stream->stopCapture(answers.completion());
+  standin::releaseOldestAnswer();
+  standin::settle();
+  standin::releaseAnswers();
+  standin::settle();
+  EXPECT_THAT(answers.given(), ElementsAre(std::nullopt, failure()));
+  EXPECT_THAT(standin::callsOf(stopRequest), SizeIs(1));
+}
+
+TEST_F(ScreenStreamTest, RepeatsNoStopOfAStreamWhoseStartWasAnswered) {
+  const auto stream = makeRunningStream(std::make_shared<RecordingOutput>());
+  standin::failNext(CaptureRequest::stop,
+                    standin::streamError(SCStreamErrorAttemptToStopStreamState, "Too late."));
+  Answers stopped;
+  stream->stopCapture(stopped.completion());
+  standin::settle();
+  EXPECT_THAT(stopped.given(),
+              ElementsAre(Error(capture.streamErrorDomain(), SCStreamErrorAttemptToStopStreamState,
+                                "Too late.")));
+  EXPECT_THAT(standin::callsOf(stopRequest), SizeIs(1));
 }
 
 }  // namespace

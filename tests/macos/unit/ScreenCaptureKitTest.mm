@@ -180,7 +180,7 @@ TEST_F(ScreenCaptureKitTest, ReleasesHeldAnswersOneByOne) {
   EXPECT_THAT(takeViolations(), ElementsAre("no answer of ScreenCaptureKit is held"));
 }
 
-TEST_F(ScreenCaptureKitTest, HoldsItsOutputsStronglyAndItsDelegateWeakly) {
+TEST_F(ScreenCaptureKitTest, HoldsItsOutputsAndItsDelegateWeakly) {
   __weak StreamListener* weakOutput = nil;
   __weak StreamListener* weakDelegate = nil;
   SCStream* stream = nil;
@@ -191,11 +191,42 @@ TEST_F(ScreenCaptureKitTest, HoldsItsOutputsStronglyAndItsDelegateWeakly) {
     weakDelegate = delegate;
     stream = makeStream(delegate);
     addOutput(stream, output);
+    [stream startCaptureWithCompletionHandler:nil];
+    EXPECT_TRUE(captureStreams().back()->sendSample({}));
   }
-  EXPECT_NE(weakOutput, nil);
-  EXPECT_EQ(weakDelegate, nil);
-  stream = nil;
   EXPECT_EQ(weakOutput, nil);
+  EXPECT_EQ(weakDelegate, nil);
+  settle();
+  EXPECT_THAT(takeViolations(), ElementsAre("a sample for an output that is gone"));
+}
+
+TEST_F(ScreenCaptureKitTest, LeavesASampleBehindWhenTheTestSaysSo) {
+  StreamListener* listener = [[StreamListener alloc] init];
+  @autoreleasepool {
+    SCStream* stream = makeStream();
+    addOutput(stream, listener);
+    captureStreams().back()->leaveSampleBehind();
+  }
+  EXPECT_FALSE(captureStreams().back()->isAlive());
+  settle();
+  EXPECT_EQ(listener.samples, 1);
+}
+
+TEST_F(ScreenCaptureKitTest, IsNotToBeStoppedBeforeItsStartIsAnswered) {
+  SCStream* stream = makeStream();
+  __block NSInteger refusal = 0;
+  holdAnswers();
+  [stream startCaptureWithCompletionHandler:^(NSError*){
+  }];
+  [stream stopCaptureWithCompletionHandler:^(NSError* error) {
+    refusal = error.code;
+  }];
+  releaseAnswers();
+  settle();
+  EXPECT_EQ(refusal, SCStreamErrorAttemptToStopStreamState);
+  EXPECT_TRUE(captureStreams().back()->isRunning());
+  [stream stopCaptureWithCompletionHandler:nil];
+  EXPECT_FALSE(captureStreams().back()->isRunning());
 }
 
 TEST_F(ScreenCaptureKitTest, DeliversOnlyWhileItRuns) {
@@ -226,7 +257,8 @@ TEST_F(ScreenCaptureKitTest, DeliversOnAThreadOfItsOwnWithoutAQueue) {
 
 TEST_F(ScreenCaptureKitTest, CountsThePicturesThatAreStillHeld) {
   SCStream* stream = makeStream();
-  addOutput(stream, [[StreamListener alloc] init]);
+  StreamListener* listener = [[StreamListener alloc] init];
+  addOutput(stream, listener);
   [stream startCaptureWithCompletionHandler:nil];
   const auto system = captureStreams().back();
   EXPECT_TRUE(system->sendSample({}));
@@ -236,6 +268,8 @@ TEST_F(ScreenCaptureKitTest, CountsThePicturesThatAreStillHeld) {
   settle();
   EXPECT_EQ(system->picturesHeld(), 0);
   EXPECT_TRUE(system->sendSample({}));
+  settle();
+  EXPECT_EQ(listener.samples, 4);
 }
 
 TEST_F(ScreenCaptureKitTest, EndsAtTheSystemsWill) {

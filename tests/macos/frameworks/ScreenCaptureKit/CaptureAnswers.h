@@ -16,6 +16,7 @@ class CaptureAnswers {
   void hold();
   [[nodiscard]] std::size_t held() const;
   void releaseOldest();
+  void releaseNewest();
   void releaseAll();
   void drop();
 

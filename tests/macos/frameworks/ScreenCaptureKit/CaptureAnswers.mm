@@ -1,5 +1,7 @@
 #import <ScreenCaptureKit/CaptureAnswers.h>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "tests/macos/standin/CallLog.h"
@@ -48,6 +50,14 @@ void CaptureAnswers::releaseOldest() {
     waiting.pop_front();
   }
   run(std::move(oldest));
+}
+
+void CaptureAnswers::releaseNewest() {
+  {
+    const std::lock_guard lock(mutex);
+    std::ranges::rotate(waiting, std::ranges::prev(waiting.end(), waiting.empty() ? 0 : 1));
+  }
+  releaseOldest();
 }
 
 void CaptureAnswers::releaseAll() {

@@ -20,8 +20,9 @@ using ErrorHandler = void (^)(NSError*);
 
 namespace {
 
+// Held weakly, like the delegate: nothing promises that a stream keeps them.
 struct Output {
-  id<SCStreamOutput> receiver;
+  __weak id<SCStreamOutput> receiver;
   SCStreamOutputType type;
   dispatch_queue_t queue;
 };
@@ -39,10 +40,12 @@ void answer(SCStream* stream, ErrorHandler handler, NSError* error) {
 }
 
 void deliver(const Output& output, SCStream* stream, id sample) {
-  id<SCStreamOutput> receiver = output.receiver;
+  __weak id<SCStreamOutput> weakReceiver = output.receiver;
   const auto type = output.type;
-  if (![receiver respondsToSelector:@selector(stream:didOutputSampleBuffer:ofType:)]) return;
   dispatch_block_t work = ^{
+    id<SCStreamOutput> receiver = weakReceiver;
+    if (receiver == nil) return violation("a sample for an output that is gone");
+    if (![receiver respondsToSelector:@selector(stream:didOutputSampleBuffer:ofType:)]) return;
     [receiver stream:stream didOutputSampleBuffer:(__bridge CMSampleBufferRef)sample ofType:type];
   };
   if (output.queue != nil) return dispatch_async(output.queue, work);
@@ -55,7 +58,7 @@ void deliver(const Output& output, SCStream* stream, id sample) {
   std::shared_ptr<standin::StreamRecord> _record;
   __weak id<SCStreamDelegate> _delegate;
   std::mutex _outputsMutex;
-  std::vector<Output> _outputs;  // held strongly, unlike the delegate
+  std::vector<Output> _outputs;
 }
 
 - (instancetype)initWithFilter:(SCContentFilter*)contentFilter
@@ -75,7 +78,10 @@ void deliver(const Output& output, SCStream* stream, id sample) {
 }
 
 - (void)dealloc {
-  _record->detach();
+  id sample = _record->detach();
+  if (sample == nil) return;
+  SCStream* gone = nil;
+  for (const auto& output : _outputs) deliver(output, gone, sample);
 }
 
 - (BOOL)addStreamOutput:(id<SCStreamOutput>)output
@@ -99,7 +105,16 @@ void deliver(const Output& output, SCStream* stream, id sample) {
 - (void)startCaptureWithCompletionHandler:(ErrorHandler)completionHandler {
   record("-[SCStream startCaptureWithCompletionHandler:]",
          {named((__bridge void*)completionHandler)});
-  answer(self, completionHandler, _record->start());
+  NSError* error = _record->start(completionHandler != nil);
+  if (completionHandler == nil) return;
+  const auto started = _record;
+  answer(
+      self,
+      ^(NSError* given) {
+        started->noteStartAnswered();
+        completionHandler(given);
+      },
+      error);
 }
 
 - (void)stopCaptureWithCompletionHandler:(ErrorHandler)completionHandler {

@@ -46,10 +46,12 @@ void failNext(CaptureRequest request, ErrorScript error);
 
 // Answers to completion handlers come on a system thread at once, or, while they are held, one by
 // one when the test lets them go. The handlers of a stream that was released meanwhile are never
-// run: nothing promises that a Mac would.
+// run: nothing promises that a Mac would. A stream whose start has a handler is not to be stopped
+// before that has been called, which some error of a Mac's seems to say; nothing promises better.
 void holdAnswers();
 [[nodiscard]] std::size_t heldAnswers();
 void releaseOldestAnswer();
+void releaseNewestAnswer();
 void releaseAnswers();  // all of them, oldest first, and those that follow come at once again
 
 // Requests that the state of their stream does not allow. They are answered with an error, as on a
@@ -108,6 +110,8 @@ class CaptureStream {
   virtual bool sendSample(const SampleScript& script) = 0;
   // Ends the stream by the system's will and tells the delegate on a system thread.
   virtual void stopWithError(const ErrorScript& error) = 0;
+  // Has a sample without a picture on its way to the outputs when the SCStream is released.
+  virtual void leaveSampleBehind() = 0;
 
  protected:
   CaptureStream() = default;

@@ -24,6 +24,8 @@ std::size_t heldAnswers() { return captureState().answers.held(); }
 
 void releaseOldestAnswer() { captureState().answers.releaseOldest(); }
 
+void releaseNewestAnswer() { captureState().answers.releaseNewest(); }
+
 void releaseAnswers() { captureState().answers.releaseAll(); }
 
 std::vector<std::string> requestsInWrongState() { return captureState().wrongStates(); }

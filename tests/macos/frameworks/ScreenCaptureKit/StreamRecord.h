@@ -28,12 +28,14 @@ class StreamRecord final : public CaptureStream {
   [[nodiscard]] std::size_t picturesHeld() const override;
   bool sendSample(const SampleScript& script) override;
   void stopWithError(const ErrorScript& error) override;
+  void leaveSampleBehind() override;
 
   // ---- for the SCStream ----
   void attach(SCStream* owner);
-  void detach();  // it is being released
+  [[nodiscard]] id detach();  // it is being released; the sample that it leaves behind, or nil
   // The error that the request is answered with, or nil when it was carried out.
-  NSError* start();
+  NSError* start(bool isToBeAnswered);
+  void noteStartAnswered();
   NSError* stop();
   NSError* update(const StreamSettings& settings);
 
@@ -47,6 +49,8 @@ class StreamRecord final : public CaptureStream {
   mutable std::mutex mutex;
   bool isAttached = false;
   bool running = false;
+  bool startIsUnanswered = false;
+  bool leavesSample = false;
   std::vector<StreamSettings> allSettings;
   std::vector<std::weak_ptr<const void>> pictures;
   __weak SCStream* stream;

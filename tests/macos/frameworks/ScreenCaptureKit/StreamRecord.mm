@@ -75,33 +75,44 @@ void StreamRecord::attach(SCStream* owner) {
   isAttached = true;
 }
 
-void StreamRecord::detach() {
+void StreamRecord::leaveSampleBehind() {
+  const std::lock_guard lock(mutex);
+  leavesSample = true;
+}
+
+id StreamRecord::detach() {
   const std::lock_guard lock(mutex);
   isAttached = false;
   running = false;
+  return leavesSample ? makeSampleBuffer({.attachments = SampleScript().attachments}) : nil;
 }
 
 NSError* StreamRecord::refuse(CaptureRequest request, bool isAllowed, SCStreamErrorCode code,
                               const char* operation) {
-  if (!isAllowed) {
-    captureState().noteWrongState(operation);
-    return makeError(streamError(code, "The stream is in the wrong state."));
-  }
-  const auto failure = captureState().takeFailure(request);
-  return failure ? makeError(*failure) : nil;
+  if (const auto failure = captureState().takeFailure(request)) return makeError(*failure);
+  if (isAllowed) return nil;
+  captureState().noteWrongState(operation);
+  return makeError(streamError(code, "The stream is in the wrong state."));
 }
 
-NSError* StreamRecord::start() {
+NSError* StreamRecord::start(bool isToBeAnswered) {
   const std::lock_guard lock(mutex);
   NSError* error = refuse(CaptureRequest::start, !running, SCStreamErrorAttemptToStartStreamState,
                           "-[SCStream startCaptureWithCompletionHandler:]");
   if (error == nil) running = true;
+  if (error == nil) startIsUnanswered = isToBeAnswered;
   return error;
+}
+
+void StreamRecord::noteStartAnswered() {
+  const std::lock_guard lock(mutex);
+  startIsUnanswered = false;
 }
 
 NSError* StreamRecord::stop() {
   const std::lock_guard lock(mutex);
-  NSError* error = refuse(CaptureRequest::stop, running, SCStreamErrorAttemptToStopStreamState,
+  NSError* error = refuse(CaptureRequest::stop, running && !startIsUnanswered,
+                          SCStreamErrorAttemptToStopStreamState,
                           "-[SCStream stopCaptureWithCompletionHandler:]");
   if (error == nil) running = false;
   return error;
