@@ -36,7 +36,12 @@ void QuorvinHostBridge::startCapture(const FlutterResult& result) {
   beginSupportActivity();
   captureGeneration = nextGeneration(captureGeneration);
   const auto generation = captureGeneration;
-  const auto started = makeCapture(generation);
+  std::shared_ptr<QuorvinScreenCapture> started;
+  try {
+    started = makeCapture(generation);
+  } catch (const Error& error) {
+    return startCompleted(generation, nullptr, error, result);
+  }
   // A capture that was there before is let go without being stopped: its callbacks carry an older
   // generation, and its own start, if still under way, will find that out and stop it.
   capture = started;

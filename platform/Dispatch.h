@@ -61,7 +61,8 @@ class Dispatch {
   [[nodiscard]] virtual std::shared_ptr<DispatchQueue> mainQueue() = 0;
   // A concurrent queue that the whole process shares.
   [[nodiscard]] virtual std::shared_ptr<DispatchQueue> globalQueue(QualityOfService qos) = 0;
-  // Tasks already queued still run after the last reference to the queue is gone.
+  // Tasks already queued still run after the last reference to the queue is gone. Throws Error when
+  // the system has nothing left for a queue.
   [[nodiscard]] virtual std::shared_ptr<DispatchQueue> makeSerialQueue(const std::string& label,
                                                                        QualityOfService qos) = 0;
   [[nodiscard]] virtual std::unique_ptr<DispatchTimer> makeTimer(

@@ -2,6 +2,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <system_error>
 #include <utility>
 
 #include "platform/Error.h"
@@ -17,10 +18,16 @@ struct DisplayAttempt::Outcome {
 };
 
 DisplayAttempt::DisplayAttempt(const std::string& display, Prepare prepare)
-    : outcome(std::make_shared<Outcome>()),
-      thread([outcome = outcome, display, prepare = std::move(prepare)] {
-        make(outcome, display, prepare);
-      }) {}
+    : outcome(std::make_shared<Outcome>()) {
+  try {
+    thread = std::thread([outcome = outcome, display, prepare = std::move(prepare)] {
+      make(outcome, display, prepare);
+    });
+  } catch (const std::system_error&) {
+    // Over before it began, without a connection.
+    outcome->isOver = true;
+  }
+}
 
 DisplayAttempt::~DisplayAttempt() {
   bool isOver = false;
@@ -29,6 +36,7 @@ DisplayAttempt::~DisplayAttempt() {
     outcome->isWanted = false;
     isOver = outcome->isOver;
   }
+  if (!thread.joinable()) return;
   if (isOver) {
     thread.join();
   } else {

@@ -29,8 +29,9 @@
 namespace quorvin {
 namespace {
 
-// GTK's, and those that GTK and GLib have at work for it at the same time.
-constexpr std::size_t threadsToStartWith = 8;
+// Those of this program and its user interface until both wait for something to do, and a few to
+// spare: GTK makes some in between.
+constexpr std::size_t threadsToStartWith = 16;
 
 // The arguments as the kernel keeps them, so that nobody has to hand them down (proc(5)).
 std::vector<std::string> processArguments() {
@@ -106,8 +107,8 @@ LinuxPlatform& makePlatform() {
   try {
     requireThreads(threadsToStartWith);
     return *new LinuxPlatform;
-  } catch (const std::system_error&) {
-    std::fputs("quorvin-support: The system has too few threads left to start with.\n", stderr);
+  } catch (const std::system_error& error) {
+    std::fprintf(stderr, "quorvin-support: %s\n", error.what());
     std::exit(EXIT_FAILURE);
   }
 }

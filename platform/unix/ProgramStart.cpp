@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <future>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -55,9 +56,9 @@ void requireThreads(std::size_t count) {
   const auto release = end.get_future().share();
   try {
     while (threads.size() < count) threads.emplace_back([release] { release.wait(); });
-  } catch (...) {
+  } catch (const std::system_error& error) {
     end.set_value();
-    throw;
+    throw std::system_error(error.code(), "the system has too few threads left");
   }
   end.set_value();
 }

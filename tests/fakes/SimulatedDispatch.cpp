@@ -95,6 +95,7 @@ std::shared_ptr<DispatchQueue> SimulatedDispatch::globalQueue(QualityOfService q
 std::shared_ptr<DispatchQueue> SimulatedDispatch::makeSerialQueue(const std::string& label,
                                                                   QualityOfService qos) {
   serialQueueRequests.push_back({label, qos});
+  if (serialQueueError) throw *std::exchange(serialQueueError, std::nullopt);
   serialQueues.push_back(std::make_shared<SimulatedQueue>(*this, label, false));
   return serialQueues.back();
 }

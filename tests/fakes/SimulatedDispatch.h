@@ -6,11 +6,13 @@
 #include <functional>
 #include <list>
 #include <memory>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "platform/Dispatch.h"
+#include "platform/Error.h"
 
 namespace quorvin::fakes {
 
@@ -72,6 +74,7 @@ class SimulatedDispatch final : public Dispatch {
     QualityOfService qos;
   };
   std::vector<Request> serialQueueRequests;
+  std::optional<Error> serialQueueError;  // thrown in the place of the next serial queue
   std::vector<QualityOfService> globalQueueRequests;
   // Timers that may still fire.
   [[nodiscard]] std::size_t runningTimers() const;

@@ -20,12 +20,6 @@ void answer(const Completion& completion, const std::optional<Error>& error = {}
   if (completion) completion(error);
 }
 
-Error outOfResources(const std::exception& cause) {
-  return screenCaptureError(
-      ScreenCaptureErrorCode::noResources,
-      std::string("The system has too little left to capture the screen: ") + cause.what());
-}
-
 timespec timespecOf(std::chrono::nanoseconds duration) {
   const auto seconds = std::chrono::floor<std::chrono::seconds>(duration);
   return {static_cast<std::time_t>(seconds.count()),

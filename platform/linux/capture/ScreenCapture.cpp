@@ -74,8 +74,8 @@ void LinuxScreenCapture::getShareableContent(bool /*excludingDesktopWindows*/,
   // A server that hangs must not hang the caller.
   try {
     std::thread([server = server, handler] { answerWithContent(server, handler); }).detach();
-  } catch (const std::system_error&) {
-    answerWithContent(server, handler);
+  } catch (const std::system_error& error) {
+    handler(nullptr, outOfResources(error));
   }
 }
 

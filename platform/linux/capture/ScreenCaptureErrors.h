@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,12 @@ enum class ScreenCaptureErrorCode : std::int64_t {
 [[nodiscard]] inline Error screenCaptureError(ScreenCaptureErrorCode code, std::string sentence) {
   return Error{std::string(screenCaptureErrorDomain), static_cast<std::int64_t>(code),
                std::move(sentence)};
+}
+
+[[nodiscard]] inline Error outOfResources(const std::exception& cause) {
+  return screenCaptureError(
+      ScreenCaptureErrorCode::noResources,
+      std::string("The system has too little left to capture the screen: ") + cause.what());
 }
 
 }  // namespace quorvin

@@ -1,5 +1,6 @@
 #include "platform/linux/dispatch/Dispatch.h"
 
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -9,6 +10,7 @@
 #include "platform/linux/dispatch/DispatchMainSource.h"
 #include "platform/linux/dispatch/DispatchPool.h"
 #include "platform/linux/dispatch/SerialQueue.h"
+#include "platform/linux/system/PosixError.h"
 
 namespace quorvin {
 
@@ -35,11 +37,15 @@ std::shared_ptr<DispatchQueue> LinuxDispatch::globalQueue(QualityOfService /*qos
 std::shared_ptr<DispatchQueue> LinuxDispatch::makeSerialQueue(const std::string& label,
                                                               QualityOfService qos) {
   joinEndedThreads();
-  auto thread = std::make_unique<SerialQueueThread>(label, qos);
-  auto queue = thread->makeQueue();
-  const std::lock_guard lock(mutex);
-  threads.push_back(std::move(thread));
-  return queue;
+  try {
+    auto thread = std::make_unique<SerialQueueThread>(label, qos);
+    auto queue = thread->makeQueue();
+    const std::lock_guard lock(mutex);
+    threads.push_back(std::move(thread));
+    return queue;
+  } catch (const std::system_error& error) {
+    throw posixError("A thread", "made", error.code());
+  }
 }
 
 std::unique_ptr<DispatchTimer> LinuxDispatch::makeTimer(std::shared_ptr<DispatchQueue> queue) {

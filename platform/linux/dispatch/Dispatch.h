@@ -38,7 +38,6 @@ class LinuxDispatch final : public Dispatch {
 
   [[nodiscard]] std::shared_ptr<DispatchQueue> mainQueue() override;
   [[nodiscard]] std::shared_ptr<DispatchQueue> globalQueue(QualityOfService qos) override;
-  // Throws std::system_error when the system gives no further thread.
   [[nodiscard]] std::shared_ptr<DispatchQueue> makeSerialQueue(const std::string& label,
                                                                QualityOfService qos) override;
   [[nodiscard]] std::unique_ptr<DispatchTimer> makeTimer(

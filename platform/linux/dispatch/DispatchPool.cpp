@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include <system_error>
 #include <utility>
 
 namespace quorvin {
@@ -13,6 +14,10 @@ thread_local const DispatchPool* poolOfThisThread = nullptr;
 
 }  // namespace
 
+DispatchPool::DispatchPool() {
+  addThread();
+}
+
 DispatchPool::~DispatchPool() {
   finish();
 }
@@ -22,9 +27,17 @@ void DispatchPool::async(Task task) {
   if (isFinished) return;
   tasks.push_back(std::move(task));
   if (tasks.size() > idleThreads && threads.size() < threadsMax) {
-    threads.emplace_back([this] { run(); });
+    try {
+      addThread();
+    } catch (const std::system_error&) {
+      // Those that are there do as well.
+    }
   }
   changed.notify_one();
+}
+
+void DispatchPool::addThread() {
+  threads.emplace_back([this] { run(); });
 }
 
 bool DispatchPool::isCurrent() const {

@@ -11,10 +11,12 @@
 
 namespace quorvin {
 
-// The global queue: at most four threads, started when first needed. Any thread.
+// The global queue: one thread from the start, so that what it takes is done, and up to three more
+// when needed, if the system has them. Any thread.
 class DispatchPool final : public DispatchQueue {
  public:
-  DispatchPool() = default;
+  // Throws std::system_error when there is no first thread.
+  DispatchPool();
   ~DispatchPool() override;
 
   // Drops the task once the pool is finished.
@@ -25,6 +27,7 @@ class DispatchPool final : public DispatchQueue {
   void finish();
 
  private:
+  void addThread();
   void run();
 
   std::condition_variable changed;

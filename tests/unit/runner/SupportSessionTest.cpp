@@ -121,6 +121,16 @@ TEST_F(SupportSessionTest, AFailedStartEndsTheActivityAndTheNextStartBeginsANewO
   EXPECT_EQ(machine.process.runningActivities(), 1U);
 }
 
+TEST_F(SupportSessionTest, AStartForWhichThereIsNoQueueFailsLikeAnyOther) {
+  startSession();
+  machine.dispatch.serialQueueError = Error("system", 11, "A thread could not be made.");
+  expectReply(startSession(), error("capture_failed", "A thread could not be made."));
+  EXPECT_FALSE(bridge->hasSession());
+  EXPECT_EQ(machine.process.runningActivities(), 0U);
+  expectReply(startSession(), nothing());
+  EXPECT_TRUE(bridge->hasSession());
+}
+
 TEST_F(SupportSessionTest, StoppingWhileStartingCancelsTheStart) {
   listen();
   machine.screenCapture.answersContent = false;
