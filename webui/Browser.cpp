@@ -11,9 +11,16 @@ namespace quorvin::webui {
 
 namespace {
 
-void finish(GObject* browser, GAsyncResult* result, gpointer uris) {
+struct Launch {
+  GMainLoop* loop;
+  GList* uris;
+};
+
+void finish(GObject* browser, GAsyncResult* result, gpointer data) {
+  const auto* launch = static_cast<const Launch*>(data);
   g_app_info_launch_uris_finish(G_APP_INFO(browser), result, nullptr);
-  g_list_free_full(static_cast<GList*>(uris), g_free);
+  g_list_free_full(launch->uris, g_free);
+  g_main_loop_quit(launch->loop);
 }
 
 }  // namespace
@@ -28,8 +35,11 @@ void openInBrowser(const std::string& file) {
     g_free(uri);
     return;
   }
-  auto* uris = g_list_prepend(nullptr, uri);
-  g_app_info_launch_uris_async(browser.get(), uris, nullptr, nullptr, finish, uris);
+  // One that is started over D-Bus takes a message and its answer.
+  Launch launch{g_main_loop_new(nullptr, FALSE), g_list_prepend(nullptr, uri)};
+  g_app_info_launch_uris_async(browser.get(), launch.uris, nullptr, nullptr, finish, &launch);
+  g_main_loop_run(launch.loop);
+  g_main_loop_unref(launch.loop);
 }
 
 }  // namespace quorvin::webui

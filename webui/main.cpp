@@ -5,6 +5,7 @@
 #include <charconv>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -15,7 +16,8 @@
 
 #include "platform/unix/ProgramStart.h"
 #include "webui/AddressFile.h"
-#include "webui/Browser.h"
+#include "webui/BrowserLauncher.h"
+#include "webui/Confinement.h"
 #include "webui/EventSource.h"
 #include "webui/Switchboard.h"
 #include "webui/WebServer.h"
@@ -32,6 +34,9 @@ constexpr const char* linkVariable = "QUORVIN_UI_FD";
 // After an interrupt from the terminal, which reaches the host as well, the host may take this
 // long to end in its own order.
 constexpr std::chrono::seconds interruptGrace{3};
+
+// GLib's, and those that it and libsoup may have at work at the same time.
+constexpr std::size_t threadsToStartWith = 4;
 
 FileDescriptor takeLink() {
   const char* text = std::getenv(linkVariable);
@@ -65,6 +70,7 @@ void announce(const std::string& address) {
 
 // Returns the exit status.
 int serve(FileDescriptor link) {
+  BrowserLauncher browser(link);
   struct LoopUnref {
     void operator()(GMainLoop* loop) const { g_main_loop_unref(loop); }
   };
@@ -99,9 +105,13 @@ int serve(FileDescriptor link) {
 
   const AddressFile file(server.port(), server.access().address());
   announce(server.access().address());
+  browser.setPage(file.path());
+  // Nothing that a stranger says is read before this.
+  if constexpr (QUORVIN_CONFINED) confine();
   // At a login nobody asked for a browser window.
   switchboard.askWhetherUnattended([&](bool unattended) {
-    if (!unattended) openInBrowser(file.path());
+    if (!unattended) browser.open();
+    browser.end();
   });
   g_main_loop_run(loop.get());
   return status;
@@ -112,6 +122,7 @@ int serve(FileDescriptor link) {
 int main() {
   quorvin::prepareProcess();
   try {
+    quorvin::requireThreads(threadsToStartWith);
     return serve(takeLink());
   } catch (const std::exception& error) {
     std::fprintf(stderr, "quorvin-webui: %s\n", error.what());

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+
+#include "webui/Glib.h"
+
+namespace quorvin::webui {
+
+// A process of its own that opens the page in the desktop's browser: the one that serves the page
+// starts no programs. Which page that is it is told before strangers can say anything, so that
+// nobody can have it open another one. Ends when it has done so, and with this object.
+class BrowserLauncher {
+ public:
+  // Makes the process, which must be done before there is a second thread; it keeps everything open
+  // that is, but not the link. Without one, no browser is opened.
+  explicit BrowserLauncher(const FileDescriptor& link);
+
+  // What openInBrowser takes.
+  void setPage(const std::string& page);
+  void open();
+  void end() { orders.reset(); }
+
+ private:
+  FileDescriptor orders;
+};
+
+}  // namespace quorvin::webui

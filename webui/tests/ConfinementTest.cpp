@@ -1,0 +1,135 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/ptrace.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <functional>
+#include <future>
+#include <string>
+#include <thread>
+
+#include "webui/Confinement.h"
+
+namespace quorvin::webui {
+namespace {
+
+constexpr int good = 0;
+
+// What the work returns in a process of its own; 128 + n when signal n ended that.
+int statusIn(const std::function<int()>& work) {
+  const pid_t child = fork();
+  if (child == 0) _exit(work());
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+// The error of a call in a confined process; 0 when it succeeds.
+int errorOf(const std::function<bool()>& call) {
+  return statusIn([&call] {
+    confine();
+    return call() ? good : errno;
+  });
+}
+
+bool startProgram() {
+  execl("/bin/true", "true", nullptr);
+  return false;
+}
+
+int openFor(int flags) {
+  return open("/dev/null", flags | O_CLOEXEC);
+}
+
+TEST(Confinement, StartsNoProgramsAndNoProcesses) {
+  EXPECT_EQ(errorOf(startProgram), EPERM);
+  EXPECT_EQ(errorOf([] { return fork() >= 0; }), EPERM);
+  EXPECT_EQ(errorOf([] { return vfork() >= 0; }), EPERM);
+}
+
+TEST(Confinement, HoldsForThreadsThatWereThereBefore) {
+  const int error = statusIn([] {
+    std::promise<void> confined;
+    std::promise<int> result;
+    std::thread earlier([&] {
+      confined.get_future().wait();
+      startProgram();
+      result.set_value(errno);
+    });
+    confine();
+    confined.set_value();
+    earlier.join();
+    return result.get_future().get();
+  });
+  EXPECT_EQ(error, EPERM);
+}
+
+TEST(Confinement, LeavesOtherProcessesAlone) {
+  EXPECT_EQ(errorOf([] { return kill(getppid(), 0) == 0; }), EPERM);
+  EXPECT_EQ(errorOf([] { return ptrace(PTRACE_ATTACH, getppid(), nullptr, nullptr) == 0; }), EPERM);
+  EXPECT_EQ(errorOf([] {
+              rlimit limit{};
+              return prlimit(getppid(), RLIMIT_NOFILE, nullptr, &limit) == 0;
+            }),
+            EPERM);
+}
+
+TEST(Confinement, OpensNoSockets) {
+  EXPECT_EQ(errorOf([] { return socket(AF_INET, SOCK_STREAM, 0) >= 0; }), EPERM);
+  EXPECT_EQ(errorOf([] { return socket(AF_UNIX, SOCK_STREAM, 0) >= 0; }), EPERM);
+}
+
+TEST(Confinement, ChangesNoFiles) {
+  for (const int flags : {O_WRONLY, O_RDWR, O_CREAT, O_TRUNC}) {
+    EXPECT_EQ(errorOf([flags] { return openFor(flags) >= 0; }), EPERM) << flags;
+  }
+  EXPECT_EQ(errorOf([] { return rename("/tmp/not there", "/tmp/there") == 0; }), EPERM);
+  EXPECT_EQ(errorOf([] { return chmod("/tmp/not there", 0) == 0; }), EPERM);
+}
+
+TEST(Confinement, KeepsOutOfPartsOfTheKernel) {
+  EXPECT_EQ(errorOf([] { return unshare(CLONE_NEWUSER) == 0; }), EPERM);
+  EXPECT_EQ(errorOf([] { return chroot("/") == 0; }), EPERM);
+}
+
+TEST(Confinement, StillHasThreadsFilesToReadAndItsOwnEnd) {
+  EXPECT_EQ(errorOf([] {
+              std::thread([] {}).join();
+              rlimit limit{};
+              return openFor(O_RDONLY) >= 0 && getrlimit(RLIMIT_NOFILE, &limit) == 0 &&
+                     unlink("/tmp/not there") != 0 && errno == ENOENT;
+            }),
+            good);
+  EXPECT_EQ(statusIn([] {
+              confine();
+              abort();
+              return good;
+            }),
+            128 + SIGABRT);
+}
+
+TEST(Confinement, LimitsDescriptorsAndMemory) {
+  EXPECT_EQ(errorOf([] {
+              while (openFor(O_RDONLY) >= 0) {
+                if (openFor(O_RDONLY) > 256) return true;
+              }
+              return false;
+            }),
+            EMFILE);
+  EXPECT_EQ(statusIn([] {
+              confine();
+              constexpr std::size_t twoGib = std::size_t{2} << 30U;
+              return malloc(twoGib) == nullptr ? errno : good;  // NOLINT: whether it can be had
+            }),
+            ENOMEM);
+}
+
+}  // namespace
+}  // namespace quorvin::webui
