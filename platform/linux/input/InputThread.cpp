@@ -60,10 +60,10 @@ void InputThread::post(const LinuxInputEvent::Record& record) {
   open();
 }
 
-std::optional<Rect> InputThread::boundsOf(DisplayID display) {
+std::optional<Rect> InputThread::boundsOf(DisplayID id) {
   {
     const std::lock_guard lock(mutex);
-    const auto found = std::ranges::find(monitors, display, &X11Monitor::id);
+    const auto found = std::ranges::find(monitors, id, &X11Monitor::id);
     if (found != monitors.end()) return rectOf(found->area);
     if (isConnected) return {};
   }

@@ -50,7 +50,7 @@ class InputThread {
   void post(const LinuxInputEvent::Record& record);
   // As the server has told last, in the coordinates of the root window, which are the global space.
   // Empty when there is no such display, or no connection (yet).
-  [[nodiscard]] std::optional<Rect> boundsOf(DisplayID display);
+  [[nodiscard]] std::optional<Rect> boundsOf(DisplayID id);
 
   // Waits until what was posted has been carried out and all news from the server is known. False
   // when that was not within the time, or cannot be.
