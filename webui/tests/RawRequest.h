@@ -47,6 +47,17 @@ inline std::string readAnswer(const FileDescriptor& socket, std::string_view eno
   return answer;
 }
 
+// Whether the server ends the connection without having said anything.
+inline bool isClosed(const FileDescriptor& socket) {
+  char byte = 0;
+  ssize_t count = -1;
+  const bool hasHeard = runUntil([&] {
+    count = recv(socket.get(), &byte, 1, MSG_DONTWAIT);
+    return count >= 0 || errno != EAGAIN;
+  });
+  return hasHeard && count <= 0;
+}
+
 // Sends exactly these lines of a request and returns the whole answer, as libraries refuse to
 // write the requests that an attacker would.
 inline std::string rawRequest(std::uint16_t port, const std::string& head) {

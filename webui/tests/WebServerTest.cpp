@@ -158,7 +158,7 @@ TEST_F(WebServerTest, ServesWhoeverKnowsTheTokenWhenStrangersTakeUpEveryPlace) {
     EXPECT_EQ(statusOf(get(root())), 200);
   }
   // The oldest had to go, the others may still ask.
-  EXPECT_EQ(readAnswer(strangers.front(), "never"), "");
+  EXPECT_TRUE(isClosed(strangers.front()));
   sendAll(strangers.back(), "GET / HTTP/1.1\r\n\r\n");
   EXPECT_EQ(statusOf(readAnswer(strangers.back(), "never")), 404);
 }
@@ -178,7 +178,7 @@ TEST_F(WebServerTest, LetsGoOfWhoLeavesInTheMiddleOfARequest) {
   const auto socket = connectTo(port());
   sendAll(socket, "GET /half");
   shutdown(socket.get(), SHUT_WR);
-  EXPECT_EQ(readAnswer(socket, "never"), "");
+  EXPECT_TRUE(isClosed(socket));
 }
 
 class QuickWebServerTest : public WebServerTest {
@@ -192,7 +192,7 @@ TEST_F(QuickWebServerTest, ConnectionsThatSayNothingOrTooLittleEndInTime) {
        {std::string(), std::string("GET "), request, request + "Host: " + authority() + "\r\n"}) {
     const auto socket = connectTo(port());
     sendAll(socket, start);
-    EXPECT_EQ(readAnswer(socket, "never").find("200"), std::string::npos) << start;
+    EXPECT_TRUE(isClosed(socket)) << start;
   }
 }
 
