@@ -171,8 +171,9 @@ TEST_F(ThreadLimit, EndsTheStartOfTheWebInterfaceWithALineOrLetsItWork) {
   bool hasWorked = false;
   for (std::size_t threads = 1; threads <= plenty && !hasWorked; ++threads) {
     SCOPED_TRACE(threads);
-    auto [own, programs] = makeLinkPair();
-    HostProcess webui(launch("quorvin-webui", threads, std::move(programs)));
+    auto link = makeLinkPair();
+    const FileDescriptor own = std::move(link.first);
+    HostProcess webui(launch("quorvin-webui", threads, std::move(link.second)));
     ASSERT_TRUE(comesTrue([&] {
       pollfd waiting{own.get(), POLLIN, 0};
       hasWorked = ::poll(&waiting, 1, 0) == 1 && (waiting.revents & POLLHUP) == 0;
