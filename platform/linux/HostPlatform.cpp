@@ -57,7 +57,8 @@ class LinuxPlatform {
                 LinuxProcess::launchctlFromEnvironment(executable()), &userDefaults.lock()),
         permissions(process, PermissionsEnvironment::fromEnvironment()),
         application(mainContext.get(), dispatch, notificationCenter,
-                    {.begin = [this] { inputEvents.open(); },
+                    {.isReady = [this] { return permissions.areKnown(); },
+                     .begin = [this] { inputEvents.open(); },
                      .endWithin =
                          [this](auto limit) {
                            inputEvents.endWithin(limit);

@@ -23,13 +23,17 @@ std::unique_ptr<X11DamageMonitor> makeDamageMonitor(X11Connection& connection,
       connection, extensions, pixelsComeAlong ? DamageReport::something : DamageReport::bounds);
 }
 
+X11Server serverOf(const CaptureTarget& target) {
+  auto listed = target.spare ? target.spare->take() : std::nullopt;
+  return listed ? std::move(*listed) : X11Server(target.server);
+}
+
 }  // namespace
 
 CaptureSession::CaptureSession(const CaptureTarget& target, const CaptureSettings& settings,
                                std::shared_ptr<CaptureWakeup> wakeup,
                                std::shared_ptr<CaptureCounters> counters, CaptureTime now)
-    : connection(target.server),
-      extensions(X11Extensions::negotiate(connection)),
+    : server(serverOf(target)),
       wakeup(std::move(wakeup)),
       counters(std::move(counters)),
       display(connection, extensions, target.display),

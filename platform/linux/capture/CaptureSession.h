@@ -11,6 +11,7 @@
 #include "platform/linux/capture/X11CursorMonitor.h"
 #include "platform/linux/capture/X11DamageMonitor.h"
 #include "platform/linux/capture/X11DisplayFollower.h"
+#include "platform/linux/capture/X11Server.h"
 
 namespace quorvin {
 
@@ -18,6 +19,8 @@ namespace quorvin {
 struct CaptureTarget {
   std::string server;  // as in DISPLAY, which counts when this is empty
   DisplayID display = 0;
+  PixelSize displaySize;                       // that the configurations of the stream are made for
+  std::shared_ptr<X11SpareServer> spare = {};  // a connection to that server, or null
 };
 
 // What came of one step of a session.
@@ -32,10 +35,10 @@ struct CaptureStep {
   bool hearsServer = true;
 };
 
-// One running capture over one connection of its own. It has no thread: whoever owns it calls
-// `step` when the connection's descriptor becomes readable, unless the last step did not want to
-// hear of it, when the wake-up is signalled and when the last step said so. Everything on one
-// thread; what goes wrong for good is thrown as Error.
+// One running capture over one connection of its own. It has no
+// thread: whoever owns it calls `step` when the connection's descriptor becomes readable, unless
+// the last step did not want to hear of it, when the wake-up is signalled and when the last step
+// said so. Everything on one thread; what goes wrong for good is thrown as Error.
 class CaptureSession {
  public:
   CaptureSession(const CaptureTarget& target, const CaptureSettings& settings,
@@ -61,8 +64,9 @@ class CaptureSession {
   [[nodiscard]] bool cursorChanged();
   void pictureFailed(CaptureTime now);
 
-  X11Connection connection;
-  X11Extensions extensions;
+  X11Server server;
+  X11Connection& connection = server.connection;
+  const X11Extensions& extensions = server.extensions;
   std::shared_ptr<CaptureWakeup> wakeup;
   std::shared_ptr<CaptureCounters> counters;
   CaptureSettings settings;

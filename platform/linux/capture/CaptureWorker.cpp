@@ -51,8 +51,17 @@ void CaptureWorker::stop(const Completion& completion) {
 
 void CaptureWorker::update(const StreamConfiguration& newConfiguration,
                            const Completion& completion) {
-  post([this, newConfiguration, completion] { updateNow(newConfiguration, completion); },
-       completion);
+  try {
+    const auto settings = checkedSettings(newConfiguration);
+    const auto command = [this, newConfiguration, settings] {
+      configuration = newConfiguration;
+      updateNow(settings);
+    };
+    if (!post(command, completion)) return;
+  } catch (const Error& error) {
+    return answer(completion, error);
+  }
+  answer(completion);
 }
 
 void CaptureWorker::quit() {
@@ -63,16 +72,17 @@ void CaptureWorker::quit() {
   wakeup->signal();
 }
 
-void CaptureWorker::post(Command command, const Completion& completion) {
+bool CaptureWorker::post(Command command, const Completion& completion) {
   try {
     const std::scoped_lock lock(mutex);
     if (!wakeup) launch();
     commands.push_back(std::move(command));
     wakeup->signal();
-    return;
+    return true;
   } catch (const Error& error) {
     answer(completion, error);
   }
+  return false;
 }
 
 void CaptureWorker::launch() {
@@ -165,25 +175,15 @@ void CaptureWorker::stopNow(const Completion& completion) {
   answer(completion);
 }
 
-void CaptureWorker::updateNow(const StreamConfiguration& newConfiguration,
-                              const Completion& completion) {
-  std::optional<CaptureSettings> settings;
+void CaptureWorker::updateNow(const CaptureSettings& settings) {
   try {
-    settings = checkedSettings(newConfiguration);
-    configuration = newConfiguration;
-  } catch (const Error& error) {
-    answer(completion, error);
-    return;
-  }
-  try {
-    if (session) session->configure(*settings);
+    if (session) session->configure(settings);
   } catch (const Error& error) {
     // What could not be made is missing for the next picture too.
-    answer(completion, error);
     fail(error);
-    return;
+  } catch (const std::exception& error) {
+    fail(outOfResources(error));
   }
-  answer(completion);
 }
 
 // A run whose gate was closed before has been asked to stop, which answers for its end.

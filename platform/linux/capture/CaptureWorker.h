@@ -26,6 +26,8 @@ class CaptureWorker : public std::enable_shared_from_this<CaptureWorker> {
   void start(const Completion& completion);
   // No sample is handed out from now on, the ones in the queue included.
   void stop(const Completion& completion);
+  // Answers at once, since the worker may be waiting for a server that is stuck: what makes sense
+  // is taken on, and counts from the next picture that is made.
   void update(const StreamConfiguration& newConfiguration, const Completion& completion);
   // Stops everything and ends the thread. Nothing may be asked afterwards.
   void quit();
@@ -34,7 +36,8 @@ class CaptureWorker : public std::enable_shared_from_this<CaptureWorker> {
   using Command = std::function<void()>;
 
   void launch();
-  void post(Command command, const Completion& completion);
+  // False if it could not be done, and the completion knows.
+  bool post(Command command, const Completion& completion);
   void run();
   void runCommands();
   // What comes between two steps.
@@ -47,7 +50,7 @@ class CaptureWorker : public std::enable_shared_from_this<CaptureWorker> {
 
   void startNow(const Completion& completion);
   void stopNow(const Completion& completion);
-  void updateNow(const StreamConfiguration& newConfiguration, const Completion& completion);
+  void updateNow(const CaptureSettings& settings);
   void fail(const Error& error);
   void setGate(std::shared_ptr<CaptureGate> newGate);
   // True if this ended a run.

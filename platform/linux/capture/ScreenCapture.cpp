@@ -10,6 +10,7 @@
 #include "platform/linux/capture/ScreenCaptureErrors.h"
 #include "platform/linux/capture/ScreenCaptureStream.h"
 #include "platform/linux/capture/X11Monitors.h"
+#include "platform/linux/capture/X11Server.h"
 
 namespace quorvin {
 
@@ -17,25 +18,27 @@ namespace {
 
 class MonitorDisplay final : public ShareableDisplay {
  public:
-  explicit MonitorDisplay(const X11Monitor& monitor) : monitor(monitor) {}
+  MonitorDisplay(const X11Monitor& monitor, std::shared_ptr<X11SpareServer> server)
+      : server(std::move(server)), monitor(monitor) {}
 
   [[nodiscard]] DisplayID displayID() const override { return monitor.id; }
   [[nodiscard]] std::int64_t widthPt() const override { return monitor.area.width; }
   [[nodiscard]] std::int64_t heightPt() const override { return monitor.area.height; }
 
+  const std::shared_ptr<X11SpareServer> server;
+
  private:
   const X11Monitor monitor;
 };
 
-std::vector<X11Monitor> monitorsOf(const std::string& server) {
-  X11Connection connection(server);
-  return listMonitors(connection, X11Extensions::negotiate(connection));
-}
-
-std::shared_ptr<const ShareableContent> contentOf(const std::string& server) {
+std::shared_ptr<const ShareableContent> contentOf(const std::string& name) {
+  X11Server server(name);
+  auto monitors = listMonitors(server.connection, server.extensions);
+  std::ranges::stable_partition(monitors, &X11Monitor::isPrimary);
+  const auto spare = std::make_shared<X11SpareServer>(std::move(server));
   auto content = std::make_shared<ShareableContent>();
-  for (const X11Monitor& monitor : monitorsOf(server)) {
-    content->displays.push_back(std::make_shared<MonitorDisplay>(monitor));
+  for (const X11Monitor& monitor : monitors) {
+    content->displays.push_back(std::make_shared<MonitorDisplay>(monitor, spare));
   }
   return content;
 }
@@ -57,17 +60,6 @@ LinuxScreenCapture::LinuxScreenCapture(std::string server,
                                        std::shared_ptr<CaptureCounters> counters)
     : server(std::move(server)), counters(std::move(counters)) {}
 
-std::optional<DisplayID> LinuxScreenCapture::mainScreenNumber() {
-  try {
-    const auto monitors = monitorsOf(server);
-    const auto primary = std::ranges::find_if(monitors, &X11Monitor::isPrimary);
-    if (primary != monitors.end()) return primary->id;
-  } catch (const Error&) {
-    // Whoever asks for the displays next gets to know why.
-  }
-  return {};
-}
-
 void LinuxScreenCapture::getShareableContent(bool /*excludingDesktopWindows*/,
                                              bool /*onScreenWindowsOnly*/,
                                              ShareableContentHandler handler) {
@@ -87,7 +79,11 @@ std::shared_ptr<ScreenStream> LinuxScreenCapture::makeStream(
     const ContentFilter& filter, const StreamConfiguration& configuration,
     std::weak_ptr<StreamDelegate> delegate) {
   std::optional<CaptureTarget> target;
-  if (filter.display) target = CaptureTarget{server, filter.display->displayID()};
+  if (const auto* display = dynamic_cast<const MonitorDisplay*>(filter.display.get())) {
+    const PixelSize size{static_cast<int>(display->widthPt()),
+                         static_cast<int>(display->heightPt())};
+    target = CaptureTarget{server, display->displayID(), size, display->server};
+  }
   return std::make_shared<LinuxScreenStream>(std::move(target), configuration, std::move(delegate),
                                              counters);
 }

@@ -19,8 +19,9 @@ class LinuxScreenCapture final : public ScreenCapture {
   explicit LinuxScreenCapture(std::string server = {}, std::shared_ptr<CaptureCounters> counters =
                                                            std::make_shared<CaptureCounters>());
 
-  // The monitor that the user made the primary one; most virtual servers have none.
-  [[nodiscard]] std::optional<DisplayID> mainScreenNumber() override;
+  // Nothing: only the server knows, and the main thread waits for no server.
+  [[nodiscard]] std::optional<DisplayID> mainScreenNumber() override { return {}; }
+  // The monitor that the user made the primary one comes first; most virtual servers have none.
   // X11 lists neither desktops nor windows apart from the displays, so the two flags change
   // nothing.
   void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly,

@@ -69,6 +69,10 @@ bool LinuxPermissions::isProcessTrustedWithOptions(bool prompt) {
   return false;
 }
 
+bool LinuxPermissions::areKnown() {
+  return display->hasAnswered();
+}
+
 std::optional<std::string> LinuxPermissions::copyComputerName() {
   return computerName(environment.machineInfoPath);
 }

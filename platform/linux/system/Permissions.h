@@ -21,9 +21,11 @@ struct PermissionsEnvironment {
 
 // On X11 whoever may connect to the display may see it, so Screen Recording stands for a display
 // that can be opened and read, and Accessibility for one that takes synthetic input (XTEST). The
-// display is asked once and the connection kept: later calls only look whether it still stands, and
-// open a new one when it does not. No call waits longer than a second for an unresponsive display.
-// What the user has to do about a missing permission goes to standard error.
+// display is asked on a thread of its own when this object is made, and the connection kept: calls
+// only look whether it still stands, and have a new one opened when it does not. Nothing is granted
+// while the display has not answered. Only a call in the first second may wait for that, until the
+// second is over: management commands have no event loop yet in which to wait. What the user has to
+// do about a missing permission goes to standard error.
 class LinuxPermissions final : public Permissions {
  public:
   LinuxPermissions(Process& process, PermissionsEnvironment environment);
@@ -33,6 +35,9 @@ class LinuxPermissions final : public Permissions {
   bool requestScreenCaptureAccess() override;
   [[nodiscard]] bool isProcessTrusted() override;
   bool isProcessTrustedWithOptions(bool prompt) override;
+
+  // Whether the display has answered or failed, so that no call waits. Main thread.
+  [[nodiscard]] bool areKnown();
 
   // The pretty host name, or else the host name.
   [[nodiscard]] std::optional<std::string> copyComputerName() override;

@@ -2,6 +2,7 @@
 
 #include <xcb/xtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <utility>
@@ -10,6 +11,8 @@
 
 namespace quorvin {
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds none{0};
 constexpr std::chrono::milliseconds patience{1000};
@@ -30,14 +33,23 @@ bool canInject(X11Connection& display) {
 
 }  // namespace
 
-PermissionsDisplay::PermissionsDisplay(std::string name) : name(std::move(name)) {}
+PermissionsDisplay::PermissionsDisplay(std::string name)
+    : name(std::move(name)), waitsUntil(Clock::now() + patience) {
+  if (!this->name.empty()) start();
+}
 
 DisplayAccess PermissionsDisplay::access() {
   if (name.empty()) return {};
-  const bool isGoingOn = attempt != nullptr && !attempt->isOverWithin(none);
-  if (isGoingOn) return {};
-  if (!isConnected()) start();
-  return attempt->isOverWithin(patience) && isConnected() ? *answer : DisplayAccess{};
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(waitsUntil - Clock::now());
+  if (!attempt->isOverWithin(std::max(none, left))) return {};
+  if (isConnected()) return *answer;
+  waitsUntil = {};
+  start();
+  return {};
+}
+
+bool PermissionsDisplay::hasAnswered() {
+  return name.empty() || attempt->isOverWithin(none);
 }
 
 void PermissionsDisplay::start() {
@@ -50,7 +62,7 @@ void PermissionsDisplay::start() {
 
 // Reading what has arrived, without waiting, is how libxcb comes to see the end of a connection.
 bool PermissionsDisplay::isConnected() {
-  auto* connection = attempt != nullptr ? attempt->connection() : nullptr;
+  auto* connection = attempt->connection();
   if (connection == nullptr) return false;
   while (connection->pollEvent() != nullptr) {
   }

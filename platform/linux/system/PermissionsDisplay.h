@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -17,18 +18,22 @@ struct DisplayAccess {
 // Main thread.
 class PermissionsDisplay {
  public:
-  // An empty name stands for no display.
+  // Begins to ask. An empty name stands for no display.
   explicit PermissionsDisplay(std::string name);
 
-  // Costs a look at the connection. Only a call that has to open a new one waits for the display,
-  // for at most a second; while that goes on longer, nothing is allowed.
+  // Costs a look at the connection. One that has broken is made anew, and until the display has
+  // answered nothing is allowed. Only the first answer is waited for, and only in the first second
+  // of this object's life, so that a program that does nothing but ask gets to know the truth.
   [[nodiscard]] DisplayAccess access();
+  // Whether `access` would not have to wait.
+  [[nodiscard]] bool hasAnswered();
 
  private:
   void start();
   [[nodiscard]] bool isConnected();
 
   const std::string name;
+  std::chrono::steady_clock::time_point waitsUntil;
   std::shared_ptr<DisplayAccess> answer;  // written by the attempt, read when that is over
   std::unique_ptr<DisplayAttempt> attempt;
 };

@@ -23,6 +23,10 @@ constexpr int restartStatus = 1;
 constexpr int uiFailureStatus = 1;
 constexpr auto programPatience = std::chrono::seconds(2);
 constexpr auto surroundingsPatience = std::chrono::milliseconds(500);
+// Together with GTK's own end, what is stuck may hold up neither a start nor an end for two
+// seconds.
+constexpr auto stuckPatience = std::chrono::seconds(1);
+constexpr auto displayPatience = std::chrono::seconds(10);
 
 std::optional<std::string> environmentValue(const char* name) {
   const char* value = std::getenv(name);
@@ -64,12 +68,13 @@ int LinuxApplication::run(int /*argc*/, char** /*argv*/, ApplicationFactories fa
   isMade = true;
   handleSignals();
   try {
-    gtk = startGtk();
-    surroundings.begin();
-    load(factories, connectUserInterface());
+    startGtk();
+    if (!exitStatus) {
+      surroundings.begin();
+      load(factories, connectUserInterface());
+    }
   } catch (const StartUpError& error) {
-    report(error);
-    end(startUpErrorStatus);
+    failToStart(error);
   }
   if (!exitStatus) runLoop();
   finish();
@@ -88,12 +93,30 @@ void LinuxApplication::handleSignals() {
   }
 }
 
-std::unique_ptr<GtkThread> LinuxApplication::startGtk() {
-  return std::make_unique<GtkThread>([this, mainQueue = dispatch.mainQueue()] {
-    mainQueue->async([this] {
-      if (window != nullptr) window->loseDisplay();
-    });
+// Most displays are there at once, and then nothing is loaded in vain. While this waits for
+// another, signals are heard.
+void LinuxApplication::startGtk() {
+  gtk = std::make_unique<GtkThread>([this, mainQueue = dispatch.mainQueue()](bool wasOpen) {
+    mainQueue->async([this, wasOpen] { displayLost(wasOpen); });
   });
+  displayDeadline = MainLoopSource::onTimeout(context, displayPatience, [this] {
+    if (!gtk->isReady()) {
+      failToStart(StartUpError("The display that DISPLAY names does not answer."));
+    }
+    return MainLoopSource::Next::finished;
+  });
+  runUntil([this] { return exitStatus || (gtk->isReady() && surroundings.isReady()); });
+}
+
+void LinuxApplication::displayLost(bool wasOpen) {
+  displayDeadline.cancel();
+  if (wasOpen && window != nullptr) return windowClosed();
+  failToStart(StartUpError("A display that can be opened is needed; DISPLAY names none."));
+}
+
+void LinuxApplication::failToStart(const StartUpError& error) {
+  if (!exitStatus) report(error);
+  end(startUpErrorStatus);
 }
 
 FileDescriptor LinuxApplication::connectUserInterface() {
@@ -161,6 +184,7 @@ void LinuxApplication::finish() {
   const auto used = letGoOfProgram();
   runUntil([&used] { return used.expired(); });
   dispatch.finish();
+  displayDeadline.cancel();
   gtk.reset();
   surroundings.endWithin(
       std::chrono::duration_cast<std::chrono::milliseconds>(patienceEnd - Clock::now()));
@@ -190,10 +214,10 @@ std::weak_ptr<const LinuxMessenger> LinuxApplication::letGoOfProgram() {
                                : controller->usedMessenger();
 }
 
-// Goes on serving the main queue for as long as that takes, within reason.
+// Goes on serving the main context for as long as that takes, within reason.
 void LinuxApplication::runUntil(const std::function<bool()>& condition) {
   bool isOverdue = false;
-  const auto deadline = MainLoopSource::onTimeout(context, programPatience, [&isOverdue] {
+  const auto deadline = MainLoopSource::onTimeout(context, stuckPatience, [&isOverdue] {
     isOverdue = true;
     return MainLoopSource::Next::finished;
   });

@@ -13,6 +13,7 @@
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/ui/GtkThread.h"
 #include "platform/linux/ui/MainLoopSource.h"
+#include "platform/linux/ui/StartUpError.h"
 #include "platform/linux/ui/UiProgram.h"
 #include "platform/linux/ui/Window.h"
 
@@ -25,16 +26,19 @@ class LinuxNotificationCenter;
 // context must not be the process's default one: that is the GTK thread's.
 //
 // What it cannot start without (a display, the UI link) it reports with one line on standard error
-// and status 1. It ends when the delegate lets its window's closing end it, when the other side
-// closes the UI link, and on SIGTERM, SIGINT and SIGHUP. The status is 0, except for a link that
-// was closed under an application which outlives its windows: that is 1, so that whoever
-// supervises it starts it, and with it the user interface, again. It is 1, too, when the
-// user-interface program that was started here has ended this run by a failure of its own.
+// and status 1. A display that is slow is waited for before anything is loaded, but not for long;
+// one that does not answer at all ends the application later. It ends when the delegate lets its
+// window's closing end it, for which the loss of the window's connection to the display counts as
+// well, when the other side closes the UI link, and on SIGTERM, SIGINT and SIGHUP. The status is 0,
+// except for a link that was closed under an application which outlives its windows: that is 1, so
+// that whoever supervises it starts it, and with it the user interface, again. It is 1, too, when
+// the user-interface program that was started here has ended this run by a failure of its own.
 class LinuxApplication final : public Application {
  public:
   // What else belongs to a run; called on the main thread.
   struct Surroundings {
-    std::function<void()> begin;  // once there is a display
+    std::function<bool()> isReady;  // whether it is known what the display allows
+    std::function<void()> begin;    // once there is a display, or waiting for it took too long
     // Begins to end it, and waits for that no longer than this.
     std::function<void(std::chrono::milliseconds)> endWithin;
   };
@@ -65,7 +69,9 @@ class LinuxApplication final : public Application {
   void endUserInterface();
   [[nodiscard]] std::weak_ptr<const LinuxMessenger> letGoOfProgram();
   void runUntil(const std::function<bool()>& condition);
-  [[nodiscard]] std::unique_ptr<GtkThread> startGtk();
+  void startGtk();
+  void displayLost(bool wasOpen);
+  void failToStart(const StartUpError& error);
   void windowClosed();
   void windowChanged(const WindowState& former, const WindowState& now);
   void linkClosed();
@@ -77,6 +83,7 @@ class LinuxApplication final : public Application {
   const Surroundings surroundings;
   std::array<MainLoopSource, 3> signals;
   std::unique_ptr<GtkThread> gtk;
+  MainLoopSource displayDeadline;
   std::unique_ptr<UiProgram> uiProgram;  // unless it was there first and started this process
   std::unique_ptr<ApplicationDelegate> delegate;
   std::unique_ptr<LinuxWindow> window;

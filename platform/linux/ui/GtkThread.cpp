@@ -10,15 +10,14 @@
 #include <cstdlib>
 #include <deque>
 #include <mutex>
+#include <string>
 #include <utility>
-
-#include "platform/linux/ui/StartUpError.h"
 
 namespace quorvin {
 namespace {
 
-constexpr auto startPatience = std::chrono::seconds(10);
-constexpr auto endPatience = std::chrono::seconds(2);
+constexpr auto endPatience = std::chrono::milliseconds(500);
+constexpr auto backendVariable = "GDK_BACKEND";
 
 // What GDK does at this point is end the process.
 int stayAlive(Display* /*display*/) {
@@ -37,15 +36,26 @@ void skipExitHandlers() {
       nullptr);
 }
 
-bool openDisplay() {
-  // Capture and input need an X server, so the window is on that one too.
+// Capture and input need an X server, so the window is on that one too. The variable would forbid
+// that, and the browser is to find it as it was. It is only set where it is set already, which
+// moves nothing in the environment that another thread may be reading.
+bool initialize() {
   gdk_set_allowed_backends("x11");
+  const char* variable = std::getenv(backendVariable);
+  const std::string former = variable != nullptr ? variable : "";
+  if (variable != nullptr) ::setenv(backendVariable, "x11", 1);
+  // GTK gets no arguments: it would understand some of them itself.
+  const bool isOpen = gtk_init_check(nullptr, nullptr) != FALSE;
+  if (variable != nullptr) ::setenv(backendVariable, former.c_str(), 1);
+  return isOpen;
+}
+
+bool openDisplay() {
   // The program's numbers and messages do not follow the user's locale.
   gtk_disable_setlocale();
   // Names the windows' class, by which desktops find the entry of an application.
   g_set_prgname("quorvin-support");
-  // GTK gets no arguments: it would understand some of them itself.
-  return gtk_init_check(nullptr, nullptr) != FALSE;
+  return initialize();
 }
 
 }  // namespace
@@ -53,9 +63,10 @@ bool openDisplay() {
 // Shared with the thread, which may have to be left behind.
 class GtkThread::State {
  public:
-  enum class Phase { starting, failed, running, stuck, ended };
+  enum class Phase { starting, running, stuck, ended };
 
-  explicit State(std::function<void()> onDisplayLost) : onDisplayLost(std::move(onDisplayLost)) {}
+  explicit State(std::function<void(bool wasOpen)> onDisplayLost)
+      : onDisplayLost(std::move(onDisplayLost)) {}
 
   void enter(Phase next) {
     const std::lock_guard lock(mutex);
@@ -85,7 +96,7 @@ class GtkThread::State {
     task();
   }
 
-  const std::function<void()> onDisplayLost;
+  const std::function<void(bool wasOpen)> onDisplayLost;
 
  private:
   std::mutex mutex;
@@ -98,24 +109,22 @@ class GtkThread::State {
 // Xlib must not return into GDK, which would work on with answers it never got.
 [[noreturn]] void GtkThread::stopForGood(State& state) {
   state.enter(State::Phase::stuck);
-  state.onDisplayLost();
+  state.onDisplayLost(true);
   while (true) std::this_thread::sleep_for(std::chrono::hours(24));
 }
 
-GtkThread::GtkThread(std::function<void()> onDisplayLost)
-    : state(std::make_shared<State>(std::move(onDisplayLost))), thread(&GtkThread::run, state) {
-  const auto phase = state->waitWhile(State::Phase::starting, startPatience);
-  if (phase == State::Phase::running) return;
-  if (phase == State::Phase::failed) {
-    thread.join();
-    throw StartUpError("A display that can be opened is needed; DISPLAY names none.");
-  }
-  leaveBehind();
-  throw StartUpError("The display that DISPLAY names does not answer.");
+GtkThread::GtkThread(std::function<void(bool wasOpen)> onDisplayLost)
+    : state(std::make_shared<State>(std::move(onDisplayLost))), thread(&GtkThread::run, state) {}
+
+bool GtkThread::isReady() const {
+  return state->waitWhile(State::Phase::starting, {}) == State::Phase::running;
 }
 
 void GtkThread::run(const std::shared_ptr<State>& state) {
-  if (!openDisplay()) return state->enter(State::Phase::failed);
+  if (!openDisplay()) {
+    state->enter(State::Phase::ended);
+    return state->onDisplayLost(false);
+  }
   XSetIOErrorHandler(&stayAlive);
   XSetIOErrorExitHandler(
       gdk_x11_get_default_xdisplay(),

@@ -92,12 +92,6 @@ void LinuxWindow::showAfterLoading() {
   onViewThread([](WindowView& view) { view.show(); });
 }
 
-void LinuxWindow::loseDisplay() {
-  auto now = state;
-  now.isShown = now.hasFocus = now.isUncovered = false;
-  setState(now);
-}
-
 void LinuxWindow::setInTaskbar(bool isInTaskbar) {
   onViewThread([isInTaskbar](WindowView& view) { view.setInTaskbar(isInTaskbar); });
 }

@@ -50,8 +50,6 @@ class LinuxWindow final : public Window {
   // Puts the window on the screen for the first time, unless it was ordered out before.
   void showAfterLoading();
   void setInTaskbar(bool isInTaskbar);
-  // The X server is gone, and with it whatever there was to see.
-  void loseDisplay();
 
   // The view controller set last, null before.
   [[nodiscard]] std::shared_ptr<LinuxFlutterViewController> engineController() const {

@@ -10,6 +10,7 @@
 
 #include "tests/e2e/link/HostStand.h"
 #include "tests/e2e/link/ScreenNoise.h"
+#include "tests/e2e/link/WindowProbe.h"
 #include "tests/linux/capture/ScreenPainter.h"
 #include "tests/linux/guardian/ScreenInput.h"
 
@@ -141,6 +142,18 @@ TEST_F(RemoteInput, HoldsNothingOnceTheLinkIsClosed) {
   hold(*host->client);
   host->client->close();
   EXPECT_EQ(host->process->statusWithin(), 0) << host->process->errorOutput();
+  EXPECT_TRUE(screen.waitFor(nothing));
+}
+
+TEST_F(RemoteInput, HoldsNothingOnceTheWindowIsKilled) {
+  const WindowProbe probe(stand.server.display());
+  const auto host = startSession();
+  const auto window = probe.waitForWindow("Quorvin Support");
+  ASSERT_TRUE(window);
+  hold(*host->client);
+  probe.kill(*window);
+  EXPECT_EQ(host->process->statusWithin(), 0) << host->process->errorOutput();
+  EXPECT_TRUE(host->client->isClosedWithin());
   EXPECT_TRUE(screen.waitFor(nothing));
 }
 

@@ -104,11 +104,6 @@ TEST_F(LifecycleOfWindow, StaysResumedUnderACoverUntilItLosesTheFocus) {
   EXPECT_EQ(state, hidden);
 }
 
-TEST_F(LifecycleOfWindow, IsHiddenOnceTheScreenIsGone) {
-  stand.server.end();
-  EXPECT_TRUE(client().waitForLifecycleState(hidden));
-}
-
 TEST_F(Lifecycle, IsHiddenInAnUnattendedRun) {
   stand.enableUnattendedAccess("Till 4");
   ConnectedHost host(stand, {"--unattended"});

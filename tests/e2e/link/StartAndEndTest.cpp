@@ -5,10 +5,14 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/ScreenNoise.h"
 #include "tests/e2e/link/WindowProbe.h"
 
 namespace quorvin {
@@ -86,6 +90,18 @@ TEST_F(UnattendedRun, EndsWithStatusZeroWhenAskedTo) {
   EXPECT_EQ(host.process->statusWithin(), 0) << host.process->errorOutput();
 }
 
+TEST_F(UnattendedRun, OutlivesTheLossOfItsWindow) {
+  const WindowProbe probe(stand.server.display());
+  const ScreenNoise noise(stand.server.display());
+  ConnectedHost host(stand, {"--unattended"});
+  host.client->listen();
+  ASSERT_EQ(host.client->call("startCapture", Map{{"unattended", true}}), FlutterReply(Value()));
+  ASSERT_TRUE(probe.killGtk());
+  EXPECT_EQ(host.process->statusWithin(std::chrono::milliseconds(500)), std::nullopt);
+  host.client->discardEvents();
+  EXPECT_TRUE(host.nextPicture());
+}
+
 TEST_F(UnattendedRun, NeverShowsItsWindow) {
   const WindowProbe probe(stand.server.display());
   ConnectedHost host(stand, {"--unattended"});
@@ -105,6 +121,41 @@ TEST(InteractiveRun, ShowsItsWindowAndEndsWhenThatIsClosed) {
   probe.askToClose(*window);
   EXPECT_EQ(host.process->statusWithin(), 0) << host.process->errorOutput();
   EXPECT_TRUE(host.client->isClosedWithin());
+}
+
+// The window says that closing it ends sharing, so there is none without it.
+TEST(InteractiveRun, EndsWithItsScreen) {
+  HostStand stand;
+  ConnectedHost host(stand);
+  ASSERT_TRUE(host.startCapture());
+  stand.server.end();
+  EXPECT_EQ(host.process->statusWithin(), 0) << host.process->errorOutput();
+  EXPECT_TRUE(host.client->isClosedWithin());
+}
+
+TEST(InteractiveRun, ShowsItsWindowWhateverGtkIsToldToUse) {
+  HostStand stand;
+  const WindowProbe probe(stand.server.display());
+  auto variables = stand.environment();
+  const auto told = stand.home.path() / "told";
+  const auto program = stand.home.write("interface",
+                                        "#!/bin/sh\n"
+                                        "printf %s \"$GDK_BACKEND\" > \"$HOME/new\"\n"
+                                        "mv \"$HOME/new\" \"$HOME/told\"\n"
+                                        "read -r _ <&3\n");
+  std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+  variables.insert(variables.end(), {"GDK_BACKEND=wayland", "QUORVIN_UI=" + program});
+  HostProcess host(
+      {.program = QUORVIN_HOST, .arguments = {}, .environment = variables, .link = {}});
+  EXPECT_TRUE(probe.waitForWindow("Quorvin Support")) << host.errorOutput();
+  // The browser is told what the user wants it to be told.
+  std::string heard;
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (heard.empty() && std::chrono::steady_clock::now() < deadline) {
+    std::getline(std::ifstream(told), heard);
+  }
+  EXPECT_EQ(heard, "wayland");
+  EXPECT_EQ(host.errorOutput(), "");
 }
 
 }  // namespace

@@ -112,6 +112,27 @@ void WindowProbe::askToClose(xcb_window_t window) const {
   xcb_flush(connection.get());
 }
 
+void WindowProbe::kill(xcb_window_t window) const {
+  xcb_kill_client(connection.get(), window);
+  xcb_flush(connection.get());
+}
+
+bool WindowProbe::killGtk() const {
+  const auto found = waitFor([&]() -> std::optional<xcb_window_t> {
+    const auto tree = ownedReply(xcb_query_tree_reply(
+        connection.get(), xcb_query_tree(connection.get(), connection.screen().root), nullptr));
+    if (tree == nullptr) return std::nullopt;
+    const auto* children = xcb_query_tree_children(tree.get());
+    for (int child = 0; child < xcb_query_tree_children_length(tree.get()); ++child) {
+      const auto leader = property(children[child], "WM_CLIENT_LEADER");
+      if (leader != nullptr && leader->value_len > 0) return children[child];
+    }
+    return std::nullopt;
+  });
+  if (found) kill(*found);
+  return found.has_value();
+}
+
 bool WindowProbe::activate(xcb_window_t window) const {
   const auto managed = waitFor([&]() -> std::optional<xcb_window_t> {
     const auto windows = managedWindows();

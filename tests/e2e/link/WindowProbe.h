@@ -34,6 +34,10 @@ class WindowProbe {
   [[nodiscard]] JpegSize sizeOf(xcb_window_t window) const;
   // As the close button of a title bar does.
   void askToClose(xcb_window_t window) const;
+  // Ends the window's program, as far as the X server can: it closes that connection.
+  void kill(xcb_window_t window) const;
+  // The same for whatever has windows of GTK's, shown or not; false when there is none.
+  [[nodiscard]] bool killGtk() const;
   // As an entry of a task bar does: shows the window, above the others and with the input focus.
   // False when no window manager comes to look after it.
   [[nodiscard]] bool activate(xcb_window_t window) const;

@@ -95,12 +95,16 @@ bool SampleRecorder::waitForIdleSample() {
   });
 }
 
-bool SampleRecorder::waitForColour(int x, int y, std::uint32_t colour) {
-  return waitFor([=](const auto& samples) {
+bool SampleRecorder::waitForPicture(const std::function<bool(const RecordedSample&)>& condition) {
+  return waitFor([&](const auto& samples) {
     const auto newest =
         std::ranges::find_if(samples.rbegin(), samples.rend(), &RecordedSample::isComplete);
-    return newest != samples.rend() && newest->isAbout(x, y, colour);
+    return newest != samples.rend() && condition(*newest);
   });
+}
+
+bool SampleRecorder::waitForColour(int x, int y, std::uint32_t colour) {
+  return waitForPicture([=](const auto& newest) { return newest.isAbout(x, y, colour); });
 }
 
 std::vector<RecordedSample> SampleRecorder::samples() {

@@ -47,6 +47,8 @@ class SampleRecorder final : public StreamOutput {
   [[nodiscard]] bool waitForPictures(std::size_t count);
   // Waits until the newest sample is an idle one.
   [[nodiscard]] bool waitForIdleSample();
+  // Waits until this is true of the newest picture.
+  [[nodiscard]] bool waitForPicture(const std::function<bool(const RecordedSample&)>& condition);
   // Waits until the newest picture has about this colour at this place.
   [[nodiscard]] bool waitForColour(int x, int y, std::uint32_t colour);
   [[nodiscard]] std::vector<RecordedSample> samples();

@@ -20,9 +20,10 @@ std::vector<std::string> withoutReset(std::vector<std::string> options) {
   return options;
 }
 
-DisplayID firstDisplay(const std::string& server) {
-  X11Connection connection(server);
-  return listMonitors(connection, X11Extensions::negotiate(connection)).front().id;
+CaptureTarget firstDisplay(const std::string& name) {
+  X11Server server(name);
+  const auto display = listMonitors(server.connection, server.extensions).front();
+  return {name, display.id, display.area.size()};
 }
 
 void waitForEvents(const CaptureSession& session) {
@@ -40,8 +41,8 @@ CaptureSettings SessionStand::usualSettings() {
 }
 
 void SessionStand::start(const CaptureSettings& settings) {
-  session.emplace(CaptureTarget{server.display(), firstDisplay(server.display())}, settings,
-                  std::make_shared<CaptureWakeup>(), counters, now);
+  session.emplace(firstDisplay(server.display()), settings, std::make_shared<CaptureWakeup>(),
+                  counters, now);
 }
 
 std::shared_ptr<CapturedPixelBuffer> SessionStand::nextPicture() {

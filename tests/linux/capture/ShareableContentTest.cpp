@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <future>
 
 #include "tests/linux/capture/CaptureStand.h"
@@ -21,7 +20,6 @@ TEST(ShareableContent, ListsTheRootWindowOfAServerWithoutMonitors) {
   const auto displays = stand.displays();
   ASSERT_EQ(displays.size(), 1U);
   EXPECT_EQ(displays[0]->widthPt(), 320);
-  EXPECT_EQ(stand.capture.mainScreenNumber(), displays[0]->displayID());
 }
 
 TEST(ShareableContent, ListsMonitorsInTheServersOrderWithStableIdentifiers) {
@@ -49,22 +47,29 @@ TEST(ShareableContent, CutsMonitorsOffAtTheEdgeOfTheScreen) {
   EXPECT_EQ(displays[0]->heightPt(), 140);
 }
 
-TEST(ShareableContent, NamesThePrimaryMonitorAsTheMainScreen) {
+TEST(ShareableContent, ListsThePrimaryMonitorFirst) {
   CaptureStand stand;
-  EXPECT_FALSE(stand.capture.mainScreenNumber());
+  const DisplayID whole = stand.displays().at(0)->displayID();
   stand.painter.defineMonitor("left", {0, 0, 160, 240});
-  stand.painter.defineMonitor("main", {160, 0, 160, 240}, true);
-  const auto mainScreen = stand.capture.mainScreenNumber();
-  ASSERT_TRUE(mainScreen);
+  stand.painter.defineMonitor("main", {160, 0, 120, 240}, true);
   const auto displays = stand.displays();
-  const auto main = std::ranges::find(displays, *mainScreen, &ShareableDisplay::displayID);
-  ASSERT_NE(main, displays.end());
-  EXPECT_EQ(std::ranges::count(displays, *mainScreen, &ShareableDisplay::displayID), 1);
+  ASSERT_EQ(displays.size(), 3U);
+  EXPECT_EQ(displays[0]->displayID(), stand.painter.monitorNamed("main"));
+  EXPECT_EQ(displays[1]->displayID(), stand.painter.monitorNamed("left"));
+  EXPECT_EQ(displays[2]->displayID(), whole);
+}
+
+// Which of the displays the main screen is only the server knows.
+TEST(ShareableContent, AsksNoServerForTheMainScreen) {
+  CaptureStand stand;
+  stand.painter.defineMonitor("main", {160, 0, 120, 240}, true);
+  stand.server.freeze();
+  EXPECT_FALSE(stand.capture.mainScreenNumber());
+  stand.server.thaw();
 }
 
 TEST(ShareableContent, IsAnErrorThatSaysWhatToDoWhenThereIsNoServer) {
   LinuxScreenCapture capture(":9999");
-  EXPECT_FALSE(capture.mainScreenNumber());
   std::promise<std::optional<Error>> answer;
   capture.getShareableContent(true, true, [&answer](const auto& content, const auto& error) {
     EXPECT_EQ(content, nullptr);

@@ -110,6 +110,36 @@ TEST_F(PermissionsTest, WaitForADisplayThatHangsOnceAndNotForLong) {
   EXPECT_LT(std::chrono::steady_clock::now() - first, 10s);
 }
 
+// As in a host that has been running for a while.
+TEST_F(PermissionsTest, WaitForNoDisplayThatHangsLater) {
+  auto server = std::make_unique<XServer>();
+  const auto display = server->display();
+  auto permissions = on(display);
+  ASSERT_TRUE(permissions->isProcessTrusted());
+  server->end();
+  ASSERT_TRUE(runMainLoopUntil([&] { return !permissions->isProcessTrusted(); }));
+  server = std::make_unique<XServer>(std::vector<std::string>{display});
+  server->freeze();
+  const auto start = std::chrono::steady_clock::now();
+  for (int call = 0; call < 100; ++call) EXPECT_FALSE(permissions->isProcessTrusted());
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 500ms);
+  server->thaw();
+  EXPECT_TRUE(runMainLoopUntil([&] { return permissions->isProcessTrusted(); }));
+}
+
+TEST_F(PermissionsTest, AreKnownOnceTheDisplayHasAnsweredOrFailed) {
+  const XServer server;
+  server.freeze();
+  auto permissions = on(server.display());
+  EXPECT_FALSE(permissions->areKnown());
+  server.thaw();
+  EXPECT_TRUE(runMainLoopUntil([&] { return permissions->areKnown(); }));
+  EXPECT_TRUE(permissions->isProcessTrusted());
+  auto nowhere = on("/nowhere/display");
+  EXPECT_TRUE(runMainLoopUntil([&] { return nowhere->areKnown(); }));
+  EXPECT_TRUE(on("")->areKnown());
+}
+
 TEST_F(PermissionsTest, AreGrantedOnceADisplayThatHungAnswers) {
   const XServer server;
   server.freeze();

@@ -21,7 +21,7 @@ struct Screen {
   Screen() {
     ::setenv("DISPLAY", server.display().c_str(), 1);
     ::setenv("NO_AT_BRIDGE", "1", 1);
-    gtk = std::make_unique<GtkThread>([] {});
+    gtk = std::make_unique<GtkThread>([](bool /*wasOpen*/) {});
   }
 
   XServer server{{"-noreset"}};
@@ -88,13 +88,6 @@ TEST_F(WindowTest, StaysOutOfSightWhateverIsStillHeardOfIt) {
   ASSERT_TRUE(loop.runUntil([&] { return changes >= heard + 2; }));
   EXPECT_TRUE(seenWhenTold.empty());
   EXPECT_FALSE(window->isVisible());
-}
-
-TEST_F(WindowTest, HasNothingToShowOnceTheDisplayIsLost) {
-  ASSERT_TRUE(isShown());
-  window->loseDisplay();
-  EXPECT_EQ(seenWhenTold, (std::vector{true, false}));
-  EXPECT_FALSE(window->isKey());
 }
 
 TEST_F(WindowTest, TellsNothingOnceItIsGone) {
