@@ -34,6 +34,7 @@ CaptureSession::CaptureSession(const CaptureTarget& target, const CaptureSetting
                                std::shared_ptr<CaptureWakeup> wakeup,
                                std::shared_ptr<CaptureCounters> counters, CaptureTime now)
     : server(serverOf(target)),
+      configuredFor(target.displaySize),
       wakeup(std::move(wakeup)),
       counters(std::move(counters)),
       display(connection, extensions, target.display),
@@ -115,11 +116,11 @@ void CaptureSession::followDisplay(CaptureTime now) {
 
 void CaptureSession::applyDisplay() {
   const PixelRect& area = display.area();
-  composer.configure(area, settings.picture, settings.queueDepth);
+  const PixelSize picture =
+      area.size() == configuredFor ? settings.picture : fittedInto(settings.picture, area.size());
+  composer.configure(area, picture, settings.queueDepth);
   // A new one would hold the cursor to look different.
-  if (!placer || !placer->serves(area.size(), settings.picture)) {
-    placer.emplace(area.size(), settings.picture);
-  }
+  if (!placer || !placer->serves(area.size(), picture)) placer.emplace(area.size(), picture);
   pictureDue = true;
 }
 

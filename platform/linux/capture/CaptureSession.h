@@ -35,7 +35,8 @@ struct CaptureStep {
   bool hearsServer = true;
 };
 
-// One running capture over one connection of its own. It has no
+// One running capture over one connection of its own. The pictures are of the configured size; once
+// the display has another size than that was made for, they are of what fits into it. It has no
 // thread: whoever owns it calls `step` when the connection's descriptor becomes readable, unless
 // the last step did not want to hear of it, when the wake-up is signalled and when the last step
 // said so. Everything on one thread; what goes wrong for good is thrown as Error.
@@ -67,6 +68,7 @@ class CaptureSession {
   X11Server server;
   X11Connection& connection = server.connection;
   const X11Extensions& extensions = server.extensions;
+  const PixelSize configuredFor;
   std::shared_ptr<CaptureWakeup> wakeup;
   std::shared_ptr<CaptureCounters> counters;
   CaptureSettings settings;

@@ -1,6 +1,7 @@
 #include "platform/linux/capture/CaptureSettings.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "platform/linux/capture/ScreenCaptureErrors.h"
 
@@ -34,6 +35,15 @@ std::chrono::nanoseconds durationOf(MediaTime time) {
 }
 
 }  // namespace
+
+PixelSize fittedInto(PixelSize box, PixelSize display) {
+  const double scale = std::min({1.0, static_cast<double>(box.width) / display.width,
+                                 static_cast<double>(box.height) / display.height});
+  const auto scaled = [scale](int px) {
+    return std::max(1, static_cast<int>(std::lround(scale * px)));
+  };
+  return {scaled(display.width), scaled(display.height)};
+}
 
 CaptureSettings checkedSettings(const StreamConfiguration& configuration) {
   if (!isSide(configuration.width) || !isSide(configuration.height)) {

@@ -16,6 +16,10 @@ struct CaptureSettings {
   bool showsCursor = false;
 };
 
+// The size of the largest picture of a display of that size, with its proportions and no larger
+// than itself, that the box holds.
+[[nodiscard]] PixelSize fittedInto(PixelSize box, PixelSize display);
+
 // Throws Error naming what is wrong. A frame interval of zero asks for the display's own rate.
 [[nodiscard]] CaptureSettings checkedSettings(const StreamConfiguration& configuration);
 

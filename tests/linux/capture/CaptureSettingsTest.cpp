@@ -63,5 +63,20 @@ INSTANTIATE_TEST_SUITE_P(Kinds, UnsoundConfiguration,
                                            c.minimumFrameInterval = {1, -30};
                                          }));
 
+TEST(FittedInto, NeverScalesUp) {
+  EXPECT_EQ(fittedInto({1920, 1080}, {1280, 720}), (PixelSize{1280, 720}));
+  EXPECT_EQ(fittedInto({1920, 1080}, {1920, 1080}), (PixelSize{1920, 1080}));
+}
+
+TEST(FittedInto, KeepsTheProportions) {
+  EXPECT_EQ(fittedInto({1920, 1080}, {3840, 2160}), (PixelSize{1920, 1080}));
+  EXPECT_EQ(fittedInto({1920, 1080}, {1080, 1920}), (PixelSize{608, 1080}));
+  EXPECT_EQ(fittedInto({800, 600}, {1920, 1080}), (PixelSize{800, 450}));
+}
+
+TEST(FittedInto, LeavesAtLeastAPixel) {
+  EXPECT_EQ(fittedInto({100, 100}, {16384, 1}), (PixelSize{100, 1}));
+}
+
 }  // namespace
 }  // namespace quorvin

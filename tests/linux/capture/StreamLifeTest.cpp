@@ -3,6 +3,7 @@
 #include <future>
 
 #include "tests/linux/capture/CaptureStand.h"
+#include "tests/linux/capture/SessionStand.h"
 
 namespace quorvin {
 namespace {
@@ -320,6 +321,91 @@ TEST(StreamLife, EndsWithOneErrorWhenTheDisplayIsRemoved) {
   EXPECT_EQ(errors[0].code, 3);
   EXPECT_EQ(errors[0].localizedDescription,
             "The display that was being captured is no longer connected.");
+}
+
+// A display that takes on other modes, and what of it is shown in pictures of at most 160 x 120.
+class ModeChangeTest : public testing::Test {
+ protected:
+  static constexpr std::uint32_t ground = 0x112233;
+
+  void SetUp() override {
+    stand.painter.fillAll(ground);
+    stand.painter.defineMonitor("cinema", {0, 0, 160, 120});
+    ASSERT_TRUE(stand.start(configuration()));
+    ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  }
+
+  static StreamConfiguration configuration() {
+    auto configuration = CaptureStand::usualConfiguration();
+    configuration.width = 160;
+    configuration.height = 120;
+    return configuration;
+  }
+
+  // The display has its last pixel marked, wherever that is; as while a mode is set, it is away for
+  // a moment. The size of the pictures in which that pixel is the last one.
+  PixelSize sizeIn(PixelSize mode) {
+    stand.painter.deleteMonitor("cinema");
+    stand.painter.fillAll(ground);
+    mark ^= 0xffff00;
+    stand.painter.fill({mode.width - 8, mode.height - 8, 8, 8}, mark);
+    stand.painter.defineMonitor("cinema", {0, 0, mode.width, mode.height});
+    return sizeOnceMarked();
+  }
+  PixelSize sizeOnceMarked() {
+    const auto isMarked = [this](const auto& picture) {
+      return picture.isAbout(picture.size.width - 1, picture.size.height - 1, mark) &&
+             picture.isAbout(0, 0, ground);
+    };
+    EXPECT_TRUE(stand.recorder->waitForPicture(isMarked));
+    return stand.recorder->pictures().back().size;
+  }
+
+  CaptureStand stand;
+  std::uint32_t mark = 0xff0000;
+};
+
+TEST_F(ModeChangeTest, ALargerDisplayIsScaledIntoTheConfiguredSize) {
+  EXPECT_EQ(sizeIn({320, 240}), (PixelSize{160, 120}));
+}
+
+TEST_F(ModeChangeTest, ASmallerDisplayIsNotScaledUp) {
+  EXPECT_EQ(sizeIn({120, 90}), (PixelSize{120, 90}));
+}
+
+TEST_F(ModeChangeTest, ADisplayOfOtherProportionsKeepsThem) {
+  EXPECT_EQ(sizeIn({120, 160}), (PixelSize{90, 120}));
+  EXPECT_EQ(sizeIn({320, 120}), (PixelSize{160, 60}));
+}
+
+TEST_F(ModeChangeTest, TheSameConfigurationOnceMoreChangesNoSize) {
+  ASSERT_EQ(sizeIn({100, 120}), (PixelSize{100, 120}));
+  const auto count = stand.recorder->pictures().size();
+  stand.stream->updateConfiguration(configuration(), {});
+  ASSERT_TRUE(stand.recorder->waitForPictures(count + 1));
+  EXPECT_EQ(stand.recorder->pictures().back().size, (PixelSize{100, 120}));
+}
+
+TEST_F(ModeChangeTest, TheFormerModeBringsTheConfiguredSizeBack) {
+  ASSERT_EQ(sizeIn({120, 90}), (PixelSize{120, 90}));
+  EXPECT_EQ(sizeIn({160, 120}), (PixelSize{160, 120}));
+}
+
+// What has changed can then be told from the rows of a picture of another size by nobody.
+TEST(ModeChange, BeginsTheHistoryOfRowsAnew) {
+  SessionStand stand;
+  stand.painter.defineMonitor("cinema", {0, 0, 160, 120});
+  auto settings = SessionStand::usualSettings();
+  settings.picture = {160, 120};
+  stand.start(settings);
+  const auto first = stand.nextPicture();
+  ASSERT_TRUE(first);
+  stand.painter.deleteMonitor("cinema");
+  stand.painter.defineMonitor("cinema", {0, 0, 120, 90});
+  const auto second = stand.nextPicture();
+  ASSERT_TRUE(second);
+  EXPECT_EQ(PictureCopy(*second).size, (PixelSize{120, 90}));
+  EXPECT_EQ(rowsChangedSince(*first, *second), (std::vector<RowRange>{{0, 90}}));
 }
 
 TEST(StreamLife, AMovedDisplayIsFollowed) {
