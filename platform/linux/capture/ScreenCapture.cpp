@@ -34,7 +34,8 @@ class MonitorDisplay final : public ShareableDisplay {
 std::shared_ptr<const ShareableContent> contentOf(const std::string& name) {
   X11Server server(name);
   auto monitors = listMonitors(server.connection, server.extensions);
-  std::ranges::stable_partition(monitors, &X11Monitor::isPrimary);
+  const auto primary = std::ranges::find_if(monitors, &X11Monitor::isPrimary);
+  if (primary != monitors.end()) std::rotate(monitors.begin(), primary, primary + 1);
   const auto spare = std::make_shared<X11SpareServer>(std::move(server));
   auto content = std::make_shared<ShareableContent>();
   for (const X11Monitor& monitor : monitors) {
