@@ -15,6 +15,7 @@
 
 #include "launchctl/AgentFile.h"
 #include "launchctl/Failure.h"
+#include "tests/ChildProgram.h"
 #include "tests/linux/launchctl/LaunchctlStand.h"
 
 namespace quorvin::launchctl {
@@ -32,7 +33,7 @@ class OwnGroup : public testing::Test {
   [[nodiscard]] int outcome(const std::string& passwd, const std::string& group) const {
     const auto accounts = folder.write("passwd", passwd);
     const auto groups = folder.write("group", group);
-    const pid_t child = ::fork();
+    const pid_t child = forkChild();
     if (child == 0) ::_exit(see(accounts, groups) ? tryFile() : 1);
     int status = 0;
     ::waitpid(child, &status, 0);
