@@ -93,6 +93,12 @@ WALLS = [
         "platform/journal/, platform/unix/ and libraries",
     ),
     Wall(
+        r"webui/tests/.+",
+        rf"webui/.+|tests/[^/]+|{CODECS}|{UNIX}|{SEAM}",
+        True,
+        "webui/tests/ may include only what webui/ may and the headers directly in tests/",
+    ),
+    Wall(
         r"webui/.+",
         rf"webui/.+|{CODECS}|{UNIX}|{SEAM}",
         True,
