@@ -66,6 +66,12 @@ constexpr std::array kernelParts{SCMP_SYS(bpf),           SCMP_SYS(perf_event_op
 constexpr std::array unreadable{SCMP_SYS(clone3), SCMP_SYS(openat2), SCMP_SYS(io_uring_setup),
                                 SCMP_SYS(io_uring_enter), SCMP_SYS(io_uring_register)};
 
+// The library's own macros for this are not C++.
+constexpr scmp_arg_cmp argument(unsigned index, scmp_compare comparison, scmp_datum_t first,
+                                scmp_datum_t second = 0) {
+  return {index, comparison, first, second};
+}
+
 class Filter {
  public:
   template <std::size_t count>
@@ -116,14 +122,14 @@ void confine() {
   filter.refuse(kernelParts);
   filter.refuse(unreadable, ENOSYS);
   // Threads of its own are needed, and so are signals to them: abort() is one.
-  filter.refuseWhere(SCMP_SYS(clone), SCMP_A0(SCMP_CMP_MASKED_EQ, CLONE_THREAD, 0));
+  filter.refuseWhere(SCMP_SYS(clone), argument(0, SCMP_CMP_MASKED_EQ, CLONE_THREAD, 0));
   const auto self = static_cast<scmp_datum_t>(::getpid());
-  filter.refuseWhere(SCMP_SYS(tgkill), SCMP_A0(SCMP_CMP_NE, self));
-  filter.refuseWhere(SCMP_SYS(prlimit64), SCMP_A0(SCMP_CMP_NE, 0));
+  filter.refuseWhere(SCMP_SYS(tgkill), argument(0, SCMP_CMP_NE, self));
+  filter.refuseWhere(SCMP_SYS(prlimit64), argument(0, SCMP_CMP_NE, 0));
   for (const auto writing : {scmp_datum_t{O_WRONLY}, scmp_datum_t{O_RDWR}, scmp_datum_t{O_CREAT},
                              scmp_datum_t{O_TRUNC}}) {
-    filter.refuseWhere(SCMP_SYS(open), SCMP_A1(SCMP_CMP_MASKED_EQ, writing, writing));
-    filter.refuseWhere(SCMP_SYS(openat), SCMP_A2(SCMP_CMP_MASKED_EQ, writing, writing));
+    filter.refuseWhere(SCMP_SYS(open), argument(1, SCMP_CMP_MASKED_EQ, writing, writing));
+    filter.refuseWhere(SCMP_SYS(openat), argument(2, SCMP_CMP_MASKED_EQ, writing, writing));
   }
   filter.load();
 }
