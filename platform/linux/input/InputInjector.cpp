@@ -22,7 +22,8 @@ InputInjector::InputInjector(X11Connection& connection, InputJournal& journal)
     : connection(connection),
       journal(journal),
       extensions(X11Extensions::negotiate(connection)),
-      layout(connection, extensions),
+      monitorWatch(connection, extensions),
+      monitors(listMonitors(connection, extensions)),
       writer(connection),
       pointer(writer, journal) {}
 
@@ -37,6 +38,7 @@ void InputInjector::prepare() {
 void InputInjector::undo(Leftovers left) {
   pointer.adopt(std::move(left.buttons));
   if (keys) keys->adopt(std::move(left.keys));
+  writer.settle();
 }
 
 InputInjector::~InputInjector() {
@@ -56,7 +58,8 @@ void InputInjector::post(const LinuxInputEvent::Record& record) {
 bool InputInjector::takeNews() {
   bool haveDisplaysChanged = false;
   handleEvents();
-  while (layout.update()) {
+  while (monitorWatch.takeChange()) {
+    monitors = listMonitors(connection, extensions);
     haveDisplaysChanged = true;
     handleEvents();  // that came before the answer
   }
@@ -88,7 +91,7 @@ void InputInjector::post(const KeyRecord& record) {
 
 void InputInjector::handleEvents() {
   while (const auto event = connection.pollEvent()) {
-    layout.handle(*event);
+    monitorWatch.handle(*event);
     if (keys) keys->handle(*event);
   }
 }

@@ -7,7 +7,7 @@
 
 #include "platform/linux/X11Connection.h"
 #include "platform/linux/capture/X11Extensions.h"
-#include "platform/linux/input/DisplayLayout.h"
+#include "platform/linux/capture/X11Monitors.h"
 #include "platform/linux/input/InputJournal.h"
 #include "platform/linux/input/InputRecord.h"
 #include "platform/linux/input/KeyInjector.h"
@@ -26,7 +26,7 @@ class InputInjector {
     KeyInjector::Leftovers keys;
   };
 
-  // Finds out where the displays lie.
+  // Finds out where the displays lie. Throws Error when the connection breaks.
   InputInjector(X11Connection& connection, InputJournal& journal);
   InputInjector(const InputInjector&) = delete;
   InputInjector& operator=(const InputInjector&) = delete;
@@ -35,16 +35,18 @@ class InputInjector {
 
   // Finds out what can be worked, without which nothing is.
   void prepare();
-  // Undoes what was left by a connection that broke. To be called when all is prepared.
+  // Undoes what was left by a connection that broke, and waits until the server has carried that
+  // out. To be called when all is prepared.
   void undo(Leftovers left);
 
   void post(const LinuxInputEvent::Record& record);
   // Whether the server has carried out what was posted last. To be asked whenever the server has
   // sent something, and nothing else before it says yes.
   [[nodiscard]] bool isCarriedOut() { return writer.isAnswered(); }
-  // Takes notice of what the server has sent; true when the displays may have changed.
+  // Takes notice of what the server has sent; true when the displays may have changed. Throws Error
+  // when the connection breaks.
   [[nodiscard]] bool takeNews();
-  [[nodiscard]] const std::vector<X11Monitor>& displays() const { return layout.displays(); }
+  [[nodiscard]] const std::vector<X11Monitor>& displays() const { return monitors; }
   [[nodiscard]] Leftovers leftovers() const;
 
  private:
@@ -56,7 +58,8 @@ class InputInjector {
   X11Connection& connection;
   InputJournal& journal;
   const X11Extensions extensions;
-  DisplayLayout layout;
+  X11MonitorWatch monitorWatch;
+  std::vector<X11Monitor> monitors;
   XTestWriter writer;
   PointerInjector pointer;
   bool canInject = false;

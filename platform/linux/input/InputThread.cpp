@@ -164,9 +164,12 @@ void InputThread::leaveConnection() {
 
 void InputThread::takeNews() {
   if (injector == nullptr) return;
-  const bool haveDisplaysChanged = injector->takeNews();
-  if (connection->isBroken()) return disconnect();
-  if (haveDisplaysChanged) publish(true, injector->displays());
+  try {
+    if (injector->takeNews()) publish(true, injector->displays());
+  } catch (const Error&) {
+    // The connection broke.
+  }
+  if (connection->isBroken()) disconnect();
 }
 
 void InputThread::carryOut(const LinuxInputEvent::Record& record) {
