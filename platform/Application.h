@@ -8,19 +8,12 @@
 
 #include "platform/Flutter.h"
 #include "platform/Geometry.h"
+#include "platform/Interface.h"
 
 namespace quorvin {
 
 // Whoever notifications can come from. Main thread, like everything here.
-class NotificationSender {
- public:
-  NotificationSender(const NotificationSender&) = delete;
-  NotificationSender& operator=(const NotificationSender&) = delete;
-  virtual ~NotificationSender() = default;
-
- protected:
-  NotificationSender() = default;
-};
+class NotificationSender : public Interface {};
 
 // Bits of a window's occlusion state; the values are those of NSWindowOcclusionState.
 inline constexpr std::uint64_t windowOcclusionStateVisible = 1 << 1;
@@ -41,42 +34,25 @@ class Window : public NotificationSender {
   [[nodiscard]] virtual bool isMiniaturized() = 0;
   // The visible bit is unset while other windows cover all of it.
   [[nodiscard]] virtual std::uint64_t occlusionState() = 0;
-
- protected:
-  Window() = default;
 };
 
 // What the application framework asks of the program.
-class ApplicationDelegate {
+class ApplicationDelegate : public Interface {
  public:
-  ApplicationDelegate(const ApplicationDelegate&) = delete;
-  ApplicationDelegate& operator=(const ApplicationDelegate&) = delete;
-  virtual ~ApplicationDelegate() = default;
-
   // `superApplicationDidFinishLaunching` is what the framework's own delegate does then; to be
   // called exactly once.
   virtual void applicationDidFinishLaunching(
       const std::function<void()>& superApplicationDidFinishLaunching) = 0;
   virtual bool applicationShouldTerminateAfterLastWindowClosed() = 0;
   virtual bool applicationSupportsSecureRestorableState() = 0;
-
- protected:
-  ApplicationDelegate() = default;
 };
 
 // The program's side of the main window; owned by that window for its whole life.
-class MainWindow {
+class MainWindow : public Interface {
  public:
-  MainWindow(const MainWindow&) = delete;
-  MainWindow& operator=(const MainWindow&) = delete;
-  virtual ~MainWindow() = default;
-
   // Called once, when the window has been loaded and before it is shown. `superAwakeFromNib` is
   // what the system's own window does then; to be called exactly once.
   virtual void awakeFromNib(const std::function<void()>& superAwakeFromNib) = 0;
-
- protected:
-  MainWindow() = default;
 };
 
 enum class ActivationPolicy { regular = 0, accessory = 1, prohibited = 2 };
@@ -100,31 +76,16 @@ enum class Notification {
 };
 
 // Stands for one subscription between addObserver and removeObserver.
-class NotificationObserver {
+class NotificationObserver : public Interface {};
+
+class NotificationCenter : public Interface {
  public:
-  NotificationObserver(const NotificationObserver&) = delete;
-  NotificationObserver& operator=(const NotificationObserver&) = delete;
-  virtual ~NotificationObserver() = default;
-
- protected:
-  NotificationObserver() = default;
-};
-
-class NotificationCenter {
- public:
-  NotificationCenter(const NotificationCenter&) = delete;
-  NotificationCenter& operator=(const NotificationCenter&) = delete;
-  virtual ~NotificationCenter() = default;
-
   // The handler runs on the main thread, possibly inside the change that it tells of, for
   // notifications of that name from that sender, or from any when there is none. The center keeps
   // it until it is removed, which it may do itself.
   [[nodiscard]] virtual std::shared_ptr<NotificationObserver> addObserver(
       Notification name, NotificationSender* sender, std::function<void()> handler) = 0;
   virtual void removeObserver(const std::shared_ptr<NotificationObserver>& observer) = 0;
-
- protected:
-  NotificationCenter() = default;
 };
 
 class Application : public NotificationSender {
@@ -141,9 +102,6 @@ class Application : public NotificationSender {
   virtual void setActivationPolicy(ActivationPolicy policy) = 0;
   // The application's windows, in its own order; valid until this is called again.
   [[nodiscard]] virtual std::vector<Window*> windows() = 0;
-
- protected:
-  Application() = default;
 };
 
 }  // namespace quorvin

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "platform/Data.h"
+#include "platform/Interface.h"
 
 namespace quorvin {
 
@@ -13,12 +14,8 @@ namespace quorvin {
 // member. Paths are absolute and in UTF-8; where a link may stand at a path, the member says
 // whether it is followed. A failure is thrown as the system's own Error, except where a member says
 // otherwise. Main thread.
-class Files {
+class Files : public Interface {
  public:
-  Files(const Files&) = delete;
-  Files& operator=(const Files&) = delete;
-  virtual ~Files() = default;
-
   // Where the running bundle lies, standardised; the executable's folder when it is in no bundle.
   [[nodiscard]] virtual std::filesystem::path bundlePath() = 0;
   // The running executable as the system names it; nothing when it cannot be found.
@@ -54,9 +51,6 @@ class Files {
   // What the link says, unchanged: it may be relative to the link's folder.
   [[nodiscard]] virtual std::filesystem::path destinationOfSymbolicLink(
       const std::filesystem::path& link) = 0;
-
- protected:
-  Files() = default;
 };
 
 }  // namespace quorvin

@@ -6,6 +6,7 @@
 #include <string>
 #include <variant>
 
+#include "platform/Interface.h"
 #include "platform/Value.h"
 
 namespace quorvin {
@@ -42,98 +43,51 @@ using FlutterEvent = std::variant<Value, FlutterError>;
 using FlutterEventSink = std::function<void(FlutterEvent)>;
 
 // Carries the messages of one engine; only handed on.
-class FlutterBinaryMessenger {
+class FlutterBinaryMessenger : public Interface {};
+
+class FlutterMethodChannel : public Interface {
  public:
-  FlutterBinaryMessenger(const FlutterBinaryMessenger&) = delete;
-  FlutterBinaryMessenger& operator=(const FlutterBinaryMessenger&) = delete;
-  virtual ~FlutterBinaryMessenger() = default;
-
- protected:
-  FlutterBinaryMessenger() = default;
-};
-
-class FlutterMethodChannel {
- public:
-  FlutterMethodChannel(const FlutterMethodChannel&) = delete;
-  FlutterMethodChannel& operator=(const FlutterMethodChannel&) = delete;
-  virtual ~FlutterMethodChannel() = default;
-
   // The messenger keeps the handler until it is replaced or removed (an empty one removes), also
   // when this channel has gone. Calls that it has not answered yet may still be answered then.
   virtual void setMethodCallHandler(FlutterMethodCallHandler handler) = 0;
-
- protected:
-  FlutterMethodChannel() = default;
 };
 
 // Hears of who listens, with one listener at most: a second one is preceded by a cancel without
 // arguments, and a cancel while nobody listens is refused and not passed on. An error from onListen
 // is the listener's answer but leaves it listening.
-class FlutterStreamHandler {
+class FlutterStreamHandler : public Interface {
  public:
-  FlutterStreamHandler(const FlutterStreamHandler&) = delete;
-  FlutterStreamHandler& operator=(const FlutterStreamHandler&) = delete;
-  virtual ~FlutterStreamHandler() = default;
-
   virtual std::optional<FlutterError> onListen(const Value& arguments, FlutterEventSink sink) = 0;
   virtual std::optional<FlutterError> onCancel(const Value& arguments) = 0;
-
- protected:
-  FlutterStreamHandler() = default;
 };
 
-class FlutterEventChannel {
+class FlutterEventChannel : public Interface {
  public:
-  FlutterEventChannel(const FlutterEventChannel&) = delete;
-  FlutterEventChannel& operator=(const FlutterEventChannel&) = delete;
-  virtual ~FlutterEventChannel() = default;
-
   // The messenger keeps the handler until it is replaced or removed (a null one removes, without
   // cancelling the listener).
   virtual void setStreamHandler(std::shared_ptr<FlutterStreamHandler> handler) = 0;
-
- protected:
-  FlutterEventChannel() = default;
 };
 
 // Plain text messages on a channel of their own, as UTF-8 without an envelope. A text ends at its
 // first NUL character on some systems.
-class FlutterBasicMessageChannel {
+class FlutterBasicMessageChannel : public Interface {
  public:
-  FlutterBasicMessageChannel(const FlutterBasicMessageChannel&) = delete;
-  FlutterBasicMessageChannel& operator=(const FlutterBasicMessageChannel&) = delete;
-  virtual ~FlutterBasicMessageChannel() = default;
-
   // No answer is asked for.
   virtual void sendMessage(const std::string& message) = 0;
-
- protected:
-  FlutterBasicMessageChannel() = default;
 };
 
 // Holds the user interface's view and, with it, the engine that runs it.
-class FlutterViewController {
+class FlutterViewController : public Interface {
  public:
-  FlutterViewController(const FlutterViewController&) = delete;
-  FlutterViewController& operator=(const FlutterViewController&) = delete;
-  virtual ~FlutterViewController() = default;
-
   // The messenger of this controller's engine; usable at once.
   [[nodiscard]] virtual std::shared_ptr<FlutterBinaryMessenger> binaryMessenger() = 0;
   // Registers the plug-in of that registrar key with this controller as registry. Nothing happens
   // on a system whose user interface brings no such plug-in.
   virtual void registerPlugin(const std::string& key) = 0;
-
- protected:
-  FlutterViewController() = default;
 };
 
-class Flutter {
+class Flutter : public Interface {
  public:
-  Flutter(const Flutter&) = delete;
-  Flutter& operator=(const Flutter&) = delete;
-  virtual ~Flutter() = default;
-
   [[nodiscard]] virtual std::shared_ptr<FlutterViewController> makeViewController() = 0;
   // Both with the standard method codec.
   [[nodiscard]] virtual std::unique_ptr<FlutterMethodChannel> makeMethodChannel(
@@ -143,9 +97,6 @@ class Flutter {
   // With the string codec.
   [[nodiscard]] virtual std::unique_ptr<FlutterBasicMessageChannel> makeBasicMessageChannel(
       const std::string& name, std::shared_ptr<FlutterBinaryMessenger> messenger) = 0;
-
- protected:
-  Flutter() = default;
 };
 
 }  // namespace quorvin

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "platform/Geometry.h"
+#include "platform/Interface.h"
 #include "platform/ScreenCapture.h"
 
 namespace quorvin {
@@ -41,40 +42,21 @@ inline constexpr EventFlags eventFlagMaskAlternate = 0x80000;
 inline constexpr EventFlags eventFlagMaskCommand = 0x100000;
 
 // Where events say that they come from.
-class EventSource {
- public:
-  EventSource(const EventSource&) = delete;
-  EventSource& operator=(const EventSource&) = delete;
-  virtual ~EventSource() = default;
-
- protected:
-  EventSource() = default;
-};
+class EventSource : public Interface {};
 
 // An input event that nobody has seen until it is posted.
-class InputEvent {
+class InputEvent : public Interface {
  public:
-  InputEvent(const InputEvent&) = delete;
-  InputEvent& operator=(const InputEvent&) = delete;
-  virtual ~InputEvent() = default;
-
   virtual void setIntegerValueField(EventField field, std::int64_t value) = 0;
   // Replaces all flags of the event. A system whose applications take the modifiers from the keys
   // that are down has no use for them.
   virtual void setFlags(EventFlags flags) = 0;
-
- protected:
-  InputEvent() = default;
 };
 
 // Makes the system believe that somebody works its mouse and keyboard. Nothing here waits for the
 // system or reports what became of an event.
-class InputEvents {
+class InputEvents : public Interface {
  public:
-  InputEvents(const InputEvents&) = delete;
-  InputEvents& operator=(const InputEvents&) = delete;
-  virtual ~InputEvents() = default;
-
   // Null when the system makes none.
   [[nodiscard]] virtual std::shared_ptr<EventSource> createSource(EventSourceState state) = 0;
 
@@ -100,9 +82,6 @@ class InputEvents {
   [[nodiscard]] virtual bool displayIsActive(DisplayID display) = 0;
   // In the global coordinate space.
   [[nodiscard]] virtual Rect displayBounds(DisplayID display) = 0;
-
- protected:
-  InputEvents() = default;
 };
 
 }  // namespace quorvin

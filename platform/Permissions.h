@@ -3,16 +3,14 @@
 #include <optional>
 #include <string>
 
+#include "platform/Interface.h"
+
 namespace quorvin {
 
 // The permissions that the work needs, and the computer's name. The permission members belong to
 // the main thread; copyComputerName may be called on any.
-class Permissions {
+class Permissions : public Interface {
  public:
-  Permissions(const Permissions&) = delete;
-  Permissions& operator=(const Permissions&) = delete;
-  virtual ~Permissions() = default;
-
   // Screen Recording: whether it is granted, without and with asking the user for it.
   [[nodiscard]] virtual bool preflightScreenCaptureAccess() = 0;
   virtual bool requestScreenCaptureAccess() = 0;
@@ -22,9 +20,6 @@ class Permissions {
 
   // The name the user gave the computer; nothing when there is none.
   [[nodiscard]] virtual std::optional<std::string> copyComputerName() = 0;
-
- protected:
-  Permissions() = default;
 };
 
 }  // namespace quorvin

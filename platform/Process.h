@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/Interface.h"
+
 namespace quorvin {
 
 // Options of an activity, combined with |. The values are those of NSActivityOptions.
@@ -13,23 +15,11 @@ inline constexpr std::uint64_t activityUserInitiated = 0x00FFFFFF;
 inline constexpr std::uint64_t activityLatencyCritical = 0xFF00000000;
 
 // Stands for one running activity between beginActivity and endActivity.
-class ActivityToken {
- public:
-  ActivityToken(const ActivityToken&) = delete;
-  ActivityToken& operator=(const ActivityToken&) = delete;
-  virtual ~ActivityToken() = default;
-
- protected:
-  ActivityToken() = default;
-};
+class ActivityToken : public Interface {};
 
 // The running process and what it tells the system about itself. Main thread.
-class Process {
+class Process : public Interface {
  public:
-  Process(const Process&) = delete;
-  Process& operator=(const Process&) = delete;
-  virtual ~Process() = default;
-
   // The whole list, the executable path included.
   [[nodiscard]] virtual std::vector<std::string> arguments() = 0;
   [[noreturn]] virtual void exit(int status) = 0;
@@ -57,9 +47,6 @@ class Process {
 
   // Whether the system is macOS of at least this version.
   [[nodiscard]] virtual bool isMacOSAtLeast(int major, int minor) = 0;
-
- protected:
-  Process() = default;
 };
 
 }  // namespace quorvin

@@ -10,6 +10,7 @@
 
 #include "platform/Dispatch.h"
 #include "platform/Error.h"
+#include "platform/Interface.h"
 #include "platform/MediaTime.h"
 
 namespace quorvin {
@@ -18,17 +19,10 @@ using DisplayID = std::uint32_t;
 
 // One captured picture in memory of the system's choosing. Immutable while anybody holds it; a
 // stream keeps at most its queue depth of them alive, so holding on to one slows the stream.
-class PixelBuffer {
+class PixelBuffer : public Interface {
  public:
-  PixelBuffer(const PixelBuffer&) = delete;
-  PixelBuffer& operator=(const PixelBuffer&) = delete;
-  virtual ~PixelBuffer() = default;
-
   [[nodiscard]] virtual std::size_t widthPx() const = 0;
   [[nodiscard]] virtual std::size_t heightPx() const = 0;
-
- protected:
-  PixelBuffer() = default;
 };
 
 // What the stream says about a sample; the numbers are those of SCFrameStatus.
@@ -44,49 +38,28 @@ struct SampleAttachments {
 };
 
 // One delivery of a stream. Only a complete sample need carry a picture.
-class CaptureSample {
+class CaptureSample : public Interface {
  public:
-  CaptureSample(const CaptureSample&) = delete;
-  CaptureSample& operator=(const CaptureSample&) = delete;
-  virtual ~CaptureSample() = default;
-
   [[nodiscard]] virtual bool isValid() const = 0;
   // Empty when the sample has no attachments array, or one that does not hold dictionaries.
   [[nodiscard]] virtual std::optional<std::vector<SampleAttachments>> attachments() const = 0;
   [[nodiscard]] virtual std::shared_ptr<PixelBuffer> imageBuffer() const = 0;  // may be null
   [[nodiscard]] virtual MediaTime presentationTimeStamp() const = 0;
-
- protected:
-  CaptureSample() = default;
 };
 
 enum class StreamOutputType { screen, audio, microphone };
 
 // Receives the samples of a stream, on the queue given to addStreamOutput.
-class StreamOutput {
+class StreamOutput : public Interface {
  public:
-  StreamOutput(const StreamOutput&) = delete;
-  StreamOutput& operator=(const StreamOutput&) = delete;
-  virtual ~StreamOutput() = default;
-
   virtual void streamDidOutputSample(const CaptureSample& sample, StreamOutputType type) = 0;
-
- protected:
-  StreamOutput() = default;
 };
 
 // Learns that the system ended the stream; any thread, at most once, never after a stop that was
 // asked for has completed.
-class StreamDelegate {
+class StreamDelegate : public Interface {
  public:
-  StreamDelegate(const StreamDelegate&) = delete;
-  StreamDelegate& operator=(const StreamDelegate&) = delete;
-  virtual ~StreamDelegate() = default;
-
   virtual void streamDidStopWithError(const Error& error) = 0;
-
- protected:
-  StreamDelegate() = default;
 };
 
 inline constexpr std::uint32_t pixelFormat32BGRA = 0x42475241;  // the four characters "BGRA"
@@ -103,18 +76,11 @@ struct StreamConfiguration {
 };
 
 // A display that can be shared. Sizes are in points, the unit of the global coordinate space.
-class ShareableDisplay {
+class ShareableDisplay : public Interface {
  public:
-  ShareableDisplay(const ShareableDisplay&) = delete;
-  ShareableDisplay& operator=(const ShareableDisplay&) = delete;
-  virtual ~ShareableDisplay() = default;
-
   [[nodiscard]] virtual DisplayID displayID() const = 0;
   [[nodiscard]] virtual std::int64_t widthPt() const = 0;
   [[nodiscard]] virtual std::int64_t heightPt() const = 0;
-
- protected:
-  ShareableDisplay() = default;
 };
 
 struct ShareableContent {
@@ -130,12 +96,8 @@ struct ContentFilter {
 // may call. Completions and the delegate come on a thread of the system's choosing. Holding the
 // stream keeps it; a stream that is released while it runs stops by itself, and still runs every
 // completion it was given.
-class ScreenStream {
+class ScreenStream : public Interface {
  public:
-  ScreenStream(const ScreenStream&) = delete;
-  ScreenStream& operator=(const ScreenStream&) = delete;
-  virtual ~ScreenStream() = default;
-
   [[nodiscard]] virtual std::optional<Error> addStreamOutput(
       std::weak_ptr<StreamOutput> output, StreamOutputType type,
       std::shared_ptr<DispatchQueue> sampleHandlerQueue) = 0;
@@ -144,20 +106,13 @@ class ScreenStream {
   virtual void stopCapture(Completion completion) = 0;
   virtual void updateConfiguration(const StreamConfiguration& configuration,
                                    Completion completion) = 0;
-
- protected:
-  ScreenStream() = default;
 };
 
 using ShareableContentHandler =
     std::function<void(std::shared_ptr<const ShareableContent>, const std::optional<Error>&)>;
 
-class ScreenCapture {
+class ScreenCapture : public Interface {
  public:
-  ScreenCapture(const ScreenCapture&) = delete;
-  ScreenCapture& operator=(const ScreenCapture&) = delete;
-  virtual ~ScreenCapture() = default;
-
   // Identifier of the display that holds the main screen, if the system can tell. Main thread.
   [[nodiscard]] virtual std::optional<DisplayID> mainScreenNumber() = 0;
   // Answers once, on any thread, with the displays in the system's order or with an error.
@@ -168,9 +123,6 @@ class ScreenCapture {
   [[nodiscard]] virtual std::shared_ptr<ScreenStream> makeStream(
       const ContentFilter& filter, const StreamConfiguration& configuration,
       std::weak_ptr<StreamDelegate> delegate) = 0;
-
- protected:
-  ScreenCapture() = default;
 };
 
 }  // namespace quorvin

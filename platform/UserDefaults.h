@@ -3,17 +3,15 @@
 #include <optional>
 #include <string>
 
+#include "platform/Interface.h"
+
 namespace quorvin {
 
 // The settings that outlive the process, in the application's own domain. Read afresh at every
 // call, since another process may have written them; what was changed here and not yet stored
 // counts already. Main thread.
-class UserDefaults {
+class UserDefaults : public Interface {
  public:
-  UserDefaults(const UserDefaults&) = delete;
-  UserDefaults& operator=(const UserDefaults&) = delete;
-  virtual ~UserDefaults() = default;
-
   // False when the key is absent. Text counts as true when it is "YES", "true" or "1" in any case,
   // and as false when it is "NO", "false", "0" or empty; any other text, and a number that is
   // neither 0 nor 1, as the system takes it.
@@ -31,9 +29,6 @@ class UserDefaults {
   // not possible; the changes then count for this process only. macOS stores in its own time and
   // reports no failure.
   virtual void synchronize() = 0;
-
- protected:
-  UserDefaults() = default;
 };
 
 }  // namespace quorvin

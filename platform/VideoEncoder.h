@@ -8,6 +8,7 @@
 #include <variant>
 #include <vector>
 
+#include "platform/Interface.h"
 #include "platform/MediaTime.h"
 #include "platform/ScreenCapture.h"
 
@@ -22,12 +23,8 @@ struct EncodedSampleAttachments {
 };
 
 // What an encoder made of one picture. Valid only while the call lasts that hands it out.
-class EncodedSample {
+class EncodedSample : public Interface {
  public:
-  EncodedSample(const EncodedSample&) = delete;
-  EncodedSample& operator=(const EncodedSample&) = delete;
-  virtual ~EncodedSample() = default;
-
   // Empty when the sample has no attachments array.
   [[nodiscard]] virtual std::optional<std::vector<EncodedSampleAttachments>> attachments()
       const = 0;
@@ -41,24 +38,14 @@ class EncodedSample {
   // none of that index. Index 0 is the sequence's and 1 the picture's.
   [[nodiscard]] virtual std::optional<std::span<const std::uint8_t>> h264ParameterSet(
       std::size_t index) const = 0;
-
- protected:
-  EncodedSample() = default;
 };
 
 // Receives what comes out of a session, in the order in which it was put in, on a thread of the
 // encoder's, possibly while another picture is being put in.
-class CompressionOutput {
+class CompressionOutput : public Interface {
  public:
-  CompressionOutput(const CompressionOutput&) = delete;
-  CompressionOutput& operator=(const CompressionOutput&) = delete;
-  virtual ~CompressionOutput() = default;
-
   // Without a sample when the picture failed or was dropped.
   virtual void compressionDidOutput(EncoderStatus status, const EncodedSample* sample) = 0;
-
- protected:
-  CompressionOutput() = default;
 };
 
 enum class CompressionProperty {
@@ -75,12 +62,8 @@ using CompressionPropertyValue = std::variant<bool, std::int32_t, std::int64_t, 
 
 // One encoder at work on pictures of one size. Used by one thread at a time; a session that is let
 // go without having been invalidated is invalidated then.
-class CompressionSession {
+class CompressionSession : public Interface {
  public:
-  CompressionSession(const CompressionSession&) = delete;
-  CompressionSession& operator=(const CompressionSession&) = delete;
-  virtual ~CompressionSession() = default;
-
   virtual EncoderStatus setProperty(CompressionProperty property,
                                     CompressionPropertyValue value) = 0;
   virtual EncoderStatus prepareToEncodeFrames() = 0;
@@ -93,9 +76,6 @@ class CompressionSession {
   virtual EncoderStatus completeFrames(std::optional<MediaTime> until) = 0;
   // Nothing comes out any more once this has returned.
   virtual void invalidate() = 0;
-
- protected:
-  CompressionSession() = default;
 };
 
 enum class VideoCodec : std::uint32_t { h264 = 0x61766331 };  // the four characters "avc1"
@@ -112,20 +92,13 @@ struct CompressionSessionResult {
   std::unique_ptr<CompressionSession> session;  // may be null although the status is 0
 };
 
-class VideoEncoder {
+class VideoEncoder : public Interface {
  public:
-  VideoEncoder(const VideoEncoder&) = delete;
-  VideoEncoder& operator=(const VideoEncoder&) = delete;
-  virtual ~VideoEncoder() = default;
-
   // `output` is not kept alive: it has to outlive the session or its invalidation. Sizes are in
   // pixels.
   [[nodiscard]] virtual CompressionSessionResult createSession(
       std::int32_t width, std::int32_t height, VideoCodec codec,
       const EncoderSpecification& specification, CompressionOutput* output) = 0;
-
- protected:
-  VideoEncoder() = default;
 };
 
 }  // namespace quorvin
