@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/Platform.h"
+#include "platform/linux/DisplayAuthority.h"
 #include "platform/linux/capture/ImageEncoder.h"
 #include "platform/linux/capture/ScreenCapture.h"
 #include "platform/linux/dispatch/Dispatch.h"
@@ -105,6 +106,7 @@ class LinuxPlatform {
 
 LinuxPlatform& makePlatform() {
   prepareProcess();
+  nameDisplayAuthority();
   try {
     requireThreads(threadsToStartWith);
     return *new LinuxPlatform;

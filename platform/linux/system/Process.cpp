@@ -5,9 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <utility>
 
@@ -36,35 +34,7 @@ std::string sessionBusAddress() {
   return address;
 }
 
-// Keeps this thread's writes from raising SIGPIPE, and takes back the one that they caused. The
-// signal's handling is left alone, since it belongs to the whole process.
-class PipeSignalBlock {
- public:
-  PipeSignalBlock() {
-    sigset_t pending;
-    sigpending(&pending);
-    wasPending = sigismember(&pending, SIGPIPE) == 1;
-    sigemptyset(&pipeOnly);
-    sigaddset(&pipeOnly, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &pipeOnly, &before);
-  }
-  PipeSignalBlock(const PipeSignalBlock&) = delete;
-  PipeSignalBlock& operator=(const PipeSignalBlock&) = delete;
-  ~PipeSignalBlock() {
-    constexpr timespec atOnce{};
-    while (!wasPending && sigtimedwait(&pipeOnly, nullptr, &atOnce) < 0 && errno == EINTR) {
-    }
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  }
-
- private:
-  sigset_t pipeOnly{};
-  sigset_t before{};
-  bool wasPending = false;
-};
-
 void writeOnce(int descriptor, std::string_view bytes) {
-  const PipeSignalBlock noSignal;
   while (write(descriptor, bytes.data(), bytes.size()) < 0 && errno == EINTR) {
   }
 }

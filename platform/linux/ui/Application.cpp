@@ -75,6 +75,9 @@ int LinuxApplication::run(int /*argc*/, char** /*argv*/, ApplicationFactories fa
     }
   } catch (const StartUpError& error) {
     failToStart(error);
+  } catch (const std::system_error& error) {
+    failToStart(
+        StartUpError(std::string("The system refuses what a start needs: ") + error.what()));
   }
   if (!exitStatus) runLoop();
   finish();

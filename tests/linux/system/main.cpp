@@ -2,8 +2,10 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/DisplayAuthority.h"
+#include "platform/unix/ProgramStart.h"
 
 int main(int argc, char** argv) {
+  quorvin::prepareProcess();
   quorvin::nameDisplayAuthority();
   testing::InitGoogleMock(&argc, argv);
   return RUN_ALL_TESTS();
