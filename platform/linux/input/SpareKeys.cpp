@@ -35,8 +35,8 @@ void SpareKeys::takeBack() {
   constexpr KeySymbols none;
   for (const auto& loan : loans) change(loan.keycode, none);
   // What a server has not read of a client that ends, it may never read.
-  const auto carriedOut = x11Reply(xcb_get_input_focus_reply, connection.get(),
-                                   xcb_get_input_focus(connection.get()));
+  const auto carriedOut =
+      x11Reply(xcb_get_input_focus_reply, connection.get(), xcb_get_input_focus(connection.get()));
   if (!carriedOut) return;
   for (const auto& loan : loans) journal.didUnbindKey(loan.keycode);
   loans.clear();

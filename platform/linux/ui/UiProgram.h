@@ -33,8 +33,8 @@ class UiProgram {
   [[nodiscard]] FileDescriptor takeSocket() { return std::move(socket); }
 
   // Waits for the program to leave, as it does when its link is closed; one that stays is asked
-  // to with SIGTERM after `patience`, and killed after as long again. Whether it has failed: left by
-  // itself with another status than 0, or by a signal.
+  // to with SIGTERM after `patience`, and killed after as long again. Whether it has failed: left
+  // by itself with another status than 0, or by a signal.
   bool end(std::chrono::milliseconds patience);
 
  private:
