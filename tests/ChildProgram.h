@@ -8,7 +8,11 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -77,6 +81,25 @@ struct ChildProgram {
   if (error == 0) return child;
   if (child > 0) ::waitpid(child, nullptr, 0);
   throw std::system_error(error, std::generic_category(), program.words.front());
+}
+
+// Processes that it has started and that are there still.
+[[nodiscard]] inline std::vector<pid_t> childrenOf(pid_t parent) {
+  std::vector<pid_t> children;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+    const auto name = entry.path().filename().string();
+    pid_t candidate = 0;
+    if (std::from_chars(name.data(), name.data() + name.size(), candidate).ec != std::errc()) {
+      continue;
+    }
+    // proc(5): number, name in brackets, state, parent
+    std::string text;
+    std::getline(std::ifstream(entry.path() / "stat"), text);
+    const auto bracket = text.rfind(") ");
+    if (bracket == std::string::npos || text[bracket + 2] == 'Z') continue;
+    if (std::atoi(text.c_str() + bracket + 4) == parent) children.push_back(candidate);
+  }
+  return children;
 }
 
 }  // namespace quorvin

@@ -3,17 +3,14 @@
 
 #include <gtest/gtest.h>
 
-#include <charconv>
 #include <chrono>
 #include <csignal>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <map>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "tests/ChildProgram.h"
 #include "tests/e2e/link/HostStand.h"
 #include "tests/linux/guardian/ScreenInput.h"
 
@@ -34,28 +31,8 @@ constexpr auto aimForAnAnswer = 500ms;
 const FlutterReply done = Value();
 const ScreenInput::Pressed nothing;
 
-std::vector<pid_t> childrenOf(pid_t parent) {
-  std::vector<pid_t> children;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-    const auto name = entry.path().filename().string();
-    pid_t candidate = 0;
-    if (std::from_chars(name.data(), name.data() + name.size(), candidate).ec != std::errc()) {
-      continue;
-    }
-    // proc(5): number, name in brackets, state, parent
-    std::string text;
-    std::getline(std::ifstream(entry.path() / "stat"), text);
-    const auto bracket = text.rfind(") ");
-    if (bracket == std::string::npos || text[bracket + 2] == 'Z') continue;
-    if (std::stoi(text.substr(bracket + 4)) == parent) children.push_back(candidate);
-  }
-  return children;
-}
-
 class HeldInputAttack : public testing::Test {
  protected:
-  using Symbols = std::map<int, std::vector<xcb_keysym_t>>;
-
   std::unique_ptr<ConnectedHost> startSession() {
     auto host = std::make_unique<ConnectedHost>(stand);
     host->client->listen();
@@ -80,7 +57,7 @@ class HeldInputAttack : public testing::Test {
       const auto now = screen.pressed();
       return now.buttons.size() == 1 && now.keys.size() == 3;
     }));
-    ASSERT_TRUE(symbols() != before);
+    ASSERT_TRUE(screen.symbols() != before);
   }
   static pid_t guardianOf(const ConnectedHost& host) {
     const auto children = childrenOf(host.process->processId());
@@ -96,24 +73,14 @@ class HeldInputAttack : public testing::Test {
     }
     return true;
   }
-  Symbols symbols() {
-    const auto* setup = xcb_get_setup(screen.get());
-    Symbols all;
-    for (int code = setup->min_keycode; code <= setup->max_keycode; ++code) {
-      all[code] = screen.symbolsOf(static_cast<std::uint8_t>(code));
-      // The width of the table grows and stays; that says nothing about the keys.
-      while (!all[code].empty() && all[code].back() == XCB_NO_SYMBOL) all[code].pop_back();
-    }
-    return all;
-  }
   void expectNothingLeft(const std::string& after) {
     EXPECT_TRUE(screen.waitFor(nothing)) << after;
-    EXPECT_TRUE(comesTrue([this] { return symbols() == before; })) << after;
+    EXPECT_TRUE(comesTrue([this] { return screen.symbols() == before; })) << after;
   }
 
   HostStand stand;
   ScreenInput screen{stand.server.display()};
-  const Symbols before = symbols();
+  const ScreenInput::Symbols before = screen.symbols();
 };
 
 struct Ending {
@@ -161,7 +128,7 @@ TEST_F(HeldInputAttack, AnOrderlyEndNeedsNoGuardian) {
     ending.make(*host);
     EXPECT_TRUE(host->process->statusWithin(aimForTheEnd)) << ending.name;
     EXPECT_TRUE(screen.waitFor(nothing, 100ms)) << ending.name;
-    EXPECT_TRUE(symbols() == before) << ending.name;
+    EXPECT_TRUE(screen.symbols() == before) << ending.name;
     ::kill(guardian, SIGKILL);
   }
 }

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -72,20 +71,9 @@ class RemoteInput : public testing::Test {
     return true;
   }
 
-  using Symbols = std::map<int, std::vector<xcb_keysym_t>>;
-  Symbols symbols() {
-    const auto* setup = xcb_get_setup(screen.get());
-    Symbols all;
-    for (int code = setup->min_keycode; code <= setup->max_keycode; ++code) {
-      all[code] = screen.symbolsOf(static_cast<std::uint8_t>(code));
-      // The width of the table grows and stays; that says nothing about the keys.
-      while (!all[code].empty() && all[code].back() == XCB_NO_SYMBOL) all[code].pop_back();
-    }
-    return all;
-  }
-  bool waitForSymbols(const Symbols& expected) {
+  bool waitForSymbols(const ScreenInput::Symbols& expected) {
     const auto deadline = std::chrono::steady_clock::now() + ScreenInput::patience;
-    while (symbols() != expected) {
+    while (screen.symbols() != expected) {
       if (std::chrono::steady_clock::now() > deadline) return false;
     }
     return true;
@@ -185,12 +173,12 @@ TEST_F(RemoteInput, HoldsNothingOnceTheHostsProcessGroupIsKilled) {
 }
 
 TEST_F(RemoteInput, LeavesNoKeyCodeBoundHoweverTheHostEnds) {
-  const auto before = symbols();
+  const auto before = screen.symbols();
   for (const int signal : {SIGTERM, SIGKILL, SIGSEGV}) {
     const auto host = startSession();
     ASSERT_EQ(key(*host->client, "keyDown", section), done);
     ASSERT_TRUE(waitForPress());
-    EXPECT_NE(symbols(), before);
+    EXPECT_NE(screen.symbols(), before);
     host->process->send(signal);
     EXPECT_TRUE(host->process->statusWithin()) << signal;
     EXPECT_TRUE(screen.waitFor(nothing)) << signal;

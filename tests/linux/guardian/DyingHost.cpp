@@ -7,11 +7,8 @@
 
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <utility>
 
@@ -91,24 +88,6 @@ bool DyingHost::allAreGone() {
       return true;
   }
   return false;
-}
-
-std::vector<pid_t> DyingHost::childrenOf(pid_t parent) {
-  std::vector<pid_t> children;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-    const auto name = entry.path().filename().string();
-    pid_t candidate = 0;
-    if (std::from_chars(name.data(), name.data() + name.size(), candidate).ec != std::errc()) {
-      continue;
-    }
-    // proc(5): number, name in brackets, state, parent
-    std::string text;
-    std::getline(std::ifstream(entry.path() / "stat"), text);
-    const auto bracket = text.rfind(") ");
-    if (bracket == std::string::npos || text[bracket + 2] == 'Z') continue;
-    if (std::atoi(text.c_str() + bracket + 4) == parent) children.push_back(candidate);
-  }
-  return children;
 }
 
 pid_t DyingHost::guardian() const {

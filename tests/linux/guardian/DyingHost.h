@@ -34,8 +34,6 @@ class DyingHost {
   void endGroup(int signal);
   // Whether the process and all that it has started are gone, sooner or later.
   [[nodiscard]] bool allAreGone();
-  // Processes that it has started and that are there still.
-  [[nodiscard]] static std::vector<pid_t> childrenOf(pid_t parent);
   // The only one, or -1.
   [[nodiscard]] pid_t guardian() const;
 

@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "platform/linux/input/GuardianJournal.h"
+#include "tests/ChildProgram.h"
 #include "tests/TemporaryFolder.h"
 #include "tests/linux/guardian/DyingHost.h"
 #include "tests/linux/guardian/ScreenInput.h"
@@ -99,7 +100,7 @@ class GuardianJournalOnAScreen : public testing::Test {
     return false;
   }
   static pid_t onlyChild() {
-    const auto children = DyingHost::childrenOf(::getpid());
+    const auto children = childrenOf(::getpid());
     return children.size() == 1 ? children.front() : -1;
   }
 

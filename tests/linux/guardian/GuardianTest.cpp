@@ -13,6 +13,7 @@
 #include <string>
 #include <thread>
 
+#include "tests/ChildProgram.h"
 #include "tests/linux/guardian/DyingHost.h"
 #include "tests/linux/guardian/ScreenInput.h"
 #include "tests/linux/system/XServer.h"
@@ -224,7 +225,7 @@ TEST_F(Guardian, TakesTheMessagesOfAHostThatDidNotReadThatItIsReady) {
     if (guardian == nullptr) return false;
     pollfd ready{.fd = guardian->descriptor(), .events = POLLIN, .revents = 0};
     if (::poll(&ready, 1, 20'000) != 1) return false;
-    const auto process = DyingHost::childrenOf(::getpid()).at(0);
+    const auto process = childrenOf(::getpid()).at(0);
     ::kill(process, SIGSTOP);
     if (::waitpid(process, nullptr, WUNTRACED) != process) return false;
     const bool isTold = guardian->send(journalMessage({InputChange::pressKey, letter}));

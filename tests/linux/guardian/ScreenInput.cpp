@@ -94,6 +94,17 @@ std::vector<xcb_keysym_t> ScreenInput::symbolsOf(std::uint8_t key) {
   return {symbols, symbols + mapping->keysyms_per_keycode};
 }
 
+ScreenInput::Symbols ScreenInput::symbols() {
+  const auto* setup = xcb_get_setup(get());
+  Symbols all;
+  for (int code = setup->min_keycode; code <= setup->max_keycode; ++code) {
+    all[code] = symbolsOf(static_cast<std::uint8_t>(code));
+    // The width of the table grows and stays; that says nothing about the keys.
+    while (!all[code].empty() && all[code].back() == XCB_NO_SYMBOL) all[code].pop_back();
+  }
+  return all;
+}
+
 std::uint8_t ScreenInput::keyFor(xcb_keysym_t symbol) {
   const auto* setup = xcb_get_setup(get());
   for (int key = setup->min_keycode; key <= setup->max_keycode; ++key) {

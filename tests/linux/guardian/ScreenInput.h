@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <ostream>
 #include <set>
@@ -33,6 +34,9 @@ class ScreenInput {
   [[nodiscard]] bool waitFor(const Pressed& expected, std::chrono::milliseconds within = patience);
 
   [[nodiscard]] std::vector<xcb_keysym_t> symbolsOf(std::uint8_t key);
+  // Of every key code, without those that mean nothing at the end.
+  using Symbols = std::map<int, std::vector<xcb_keysym_t>>;
+  [[nodiscard]] Symbols symbols();
   // The first key code whose first symbol it is, 0 without one.
   [[nodiscard]] std::uint8_t keyFor(xcb_keysym_t symbol);
   // As keyFor, of a key code that means nothing.
