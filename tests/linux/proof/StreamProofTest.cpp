@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/linux/capture/CaptureSettings.h"
 #include "tests/EnvironmentNumber.h"
 #include "tests/linux/capture/CaptureStand.h"
 #include "tests/linux/proof/RandomPainter.h"
@@ -76,6 +77,7 @@ class StreamProof : public testing::TestWithParam<Way> {
   void movePointer();
   void waitForPicture();
   [[nodiscard]] PixelSize somePictureSize();
+  [[nodiscard]] PixelSize shownSize() const;
   [[nodiscard]] std::optional<PicturePixels> pictureOfNewStream();
   void expectNewest(const PicturePixels& picture, const std::string& what);
   void note(std::string what);
@@ -86,6 +88,7 @@ class StreamProof : public testing::TestWithParam<Way> {
   std::shared_ptr<ScreenStream> stream;
   StreamConfiguration configuration;
   PixelRect display;
+  PixelSize sizeAtStart;
   std::optional<OtherProgram> otherProgram;
   std::deque<std::string> lastNotes;
   std::uint32_t markColour = 0;
@@ -97,6 +100,7 @@ void StreamProof::start() {
   configuration.minimumFrameInterval = {1, fpsMax};
   configuration.showsCursor = true;
   stream = stand.capture.makeStream({stand.displays().front()}, configuration, stand.delegate);
+  sizeAtStart = display.size();
   ASSERT_FALSE(stream->addStreamOutput(twice, StreamOutputType::screen, stand.queue));
   Answer started;
   stream->startCapture(started.completion());
@@ -233,9 +237,8 @@ void StreamProof::waitForPicture() {
 void StreamProof::checkAtRest() {
   note("at rest");
   otherProgram.reset();
-  const bool isUnscaled =
-      configuration.width == display.width && configuration.height == display.height;
-  if (isUnscaled && !configuration.showsCursor && stand.painter.screenDepth() == 24) {
+  if (shownSize() == display.size() && !configuration.showsCursor &&
+      stand.painter.screenDepth() == 24) {
     PicturePixels screen{display.size(), stand.painter.read(display)};
     for (auto& pixel : screen.pixels) pixel &= 0xffffff;
     expectNewest(screen, "the screen");
@@ -248,10 +251,19 @@ void StreamProof::checkAtRest() {
   paintAllTheTime();
 }
 
+// As configured, as long as the display has the size that the stream was made for.
+PixelSize StreamProof::shownSize() const {
+  const PixelSize configured{static_cast<int>(configuration.width),
+                             static_cast<int>(configuration.height)};
+  return display.size() == sizeAtStart ? configured : fittedInto(configured, display.size());
+}
+
 std::optional<PicturePixels> StreamProof::pictureOfNewStream() {
   const auto once = std::make_shared<TwiceEncoder>(seed);
-  const auto other =
-      stand.capture.makeStream({stand.displays().front()}, configuration, stand.delegate);
+  auto same = configuration;
+  same.width = shownSize().width;
+  same.height = shownSize().height;
+  const auto other = stand.capture.makeStream({stand.displays().front()}, same, stand.delegate);
   static_cast<void>(other->addStreamOutput(once, StreamOutputType::screen, stand.queue));
   Answer started;
   other->startCapture(started.completion());
