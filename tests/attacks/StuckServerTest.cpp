@@ -1,5 +1,5 @@
 // An X server that is stuck, at every step of a session and before one: no call waits for it, a
-// stop stops, and the host ends when it is asked to.
+// start not for long, a stop stops, and the host ends when it is asked to.
 
 #include <gtest/gtest.h>
 #include <xcb/xcb.h>
@@ -22,6 +22,7 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 constexpr auto limit = 2s;
+constexpr auto startLimit = 3s;
 
 enum class Way { stopped, grabbed };
 enum class Step {
@@ -79,8 +80,19 @@ class StuckServer : public testing::TestWithParam<std::tuple<Way, Step>> {
     grabber.synchronize();
   }
 
-  static void sendStart(LinkClient& client) {
-    client.send(LinkClient::methodChannel, "startCapture", consent);
+  static std::uint32_t sendStart(LinkClient& client) {
+    return client.send(LinkClient::methodChannel, "startCapture", consent);
+  }
+
+  // What a start comes to that nothing stops.
+  static FlutterError failedStart() {
+    if (step() == Step::beforeTheHost) {
+      return {"screen_recording_required", "Allow Screen Recording in System Settings.", {}};
+    }
+    return {"capture_failed",
+            "The X display does not answer. Wait until the program that holds it lets go, then "
+            "start again.",
+            {}};
   }
 
   // As far as the step that is to find the server stuck.
@@ -88,8 +100,8 @@ class StuckServer : public testing::TestWithParam<std::tuple<Way, Step>> {
     auto& client = *host.client;
     if (step() == Step::beforeTheHost) return;
     client.call("permissions");
-    if (step() == Step::duringTheStart) return sendStart(client);
-    if (step() == Step::beforeTheStart) return;
+    if (step() == Step::duringTheStart) sendStart(client);
+    if (step() == Step::duringTheStart || step() == Step::beforeTheStart) return;
     client.listen();
     ASSERT_TRUE(host.startCapture());
     ASSERT_TRUE(client.nextEvent());
@@ -158,9 +170,12 @@ TEST_P(StuckServer, HoldsUpNeitherACallNorAnEnd) {
   if (step() != Step::stopping) expectAnswers(client);
   expectAnswer(client, "stopCapture");
   // Another session, of which the display is asked first of all.
-  sendStart(client);
+  const auto stopped = sendStart(client);
   expectAnswers(client);
   expectAnswer(client, "stopCapture");
+  // And one that nothing stops.
+  const auto asked = Clock::now();
+  const auto unstopped = sendStart(client);
 
   for (const auto& host : {hosts[1].get(), hosts[2].get()}) {
     if (step() == Step::stopping) host->client->call("stopCapture");
@@ -176,6 +191,11 @@ TEST_P(StuckServer, HoldsUpNeitherACallNorAnEnd) {
     EXPECT_EQ(host->process->statusWithin(left), 0);
   }
 
+  if (step() == Step::beforeTheHost || step() == Step::beforeTheStart) {
+    EXPECT_NO_THROW(client.waitForReply(stopped));
+    EXPECT_EQ(client.waitForReply(unstopped), FlutterReply(failedStart()));
+    EXPECT_LT(Clock::now() - asked, startLimit);
+  }
   goOn();
   expectASession(*hosts[0]);
 }

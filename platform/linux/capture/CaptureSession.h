@@ -39,7 +39,7 @@ struct CaptureStep {
 // the display has another size than that was made for, they are of what fits into it. It has no
 // thread: whoever owns it calls `step` when the connection's descriptor becomes readable, unless
 // the last step did not want to hear of it, when the wake-up is signalled and when the last step
-// said so. Everything on one thread; what goes wrong for good is thrown as Error.
+// said so. Everything on one thread at a time; what goes wrong for good is thrown as Error.
 class CaptureSession {
  public:
   CaptureSession(const CaptureTarget& target, const CaptureSettings& settings,

@@ -149,16 +149,14 @@ void CaptureWorker::startNow(const Completion& completion) {
                                           "The capture is running already."));
     return;
   }
-  try {
-    session.emplace(target, checkedSettings(configuration), wakeup, counters, CaptureClock::now());
-    setGate(std::make_shared<CaptureGate>());
-  } catch (const Error& error) {
-    answer(completion, error);
-    return;
-  } catch (const std::exception& error) {
-    answer(completion, outOfResources(error));
-    return;
-  }
+  auto made = answerInTime(
+      [target = target, configuration = configuration, wakeup = wakeup, counters = counters] {
+        return std::make_unique<CaptureSession>(target, checkedSettings(configuration), wakeup,
+                                                counters, CaptureClock::now());
+      });
+  if (const auto* error = std::get_if<Error>(&made)) return answer(completion, *error);
+  session = std::get<0>(std::move(made));
+  setGate(std::make_shared<CaptureGate>());
   answer(completion);
 }
 

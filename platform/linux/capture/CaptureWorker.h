@@ -23,6 +23,7 @@ class CaptureWorker : public std::enable_shared_from_this<CaptureWorker> {
   // Any thread may call these. Completions run on the worker's thread, or at once if the system
   // has no thread left.
   void addOutput(CaptureOutput output);
+  // Answers in any case, after two seconds with an error if the server is stuck.
   void start(const Completion& completion);
   // No sample is handed out from now on, the ones in the queue included.
   void stop(const Completion& completion);
@@ -68,7 +69,7 @@ class CaptureWorker : public std::enable_shared_from_this<CaptureWorker> {
   // Of the worker's thread alone.
   StreamConfiguration configuration;
   std::optional<CaptureOutput> output;
-  std::optional<CaptureSession> session;
+  std::unique_ptr<CaptureSession> session;
   bool quitting = false;
 };
 

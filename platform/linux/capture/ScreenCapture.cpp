@@ -45,14 +45,9 @@ std::shared_ptr<const ShareableContent> contentOf(const std::string& name) {
 }
 
 void answerWithContent(const std::string& server, const ShareableContentHandler& handler) {
-  std::shared_ptr<const ShareableContent> content;
-  try {
-    content = contentOf(server);
-  } catch (const Error& error) {
-    handler(nullptr, error);
-    return;
-  }
-  handler(std::move(content), {});
+  const auto listed = answerInTime([server] { return contentOf(server); });
+  if (const auto* error = std::get_if<Error>(&listed)) return handler(nullptr, *error);
+  handler(std::get<0>(listed), {});
 }
 
 }  // namespace
@@ -64,7 +59,7 @@ LinuxScreenCapture::LinuxScreenCapture(std::string server,
 void LinuxScreenCapture::getShareableContent(bool /*excludingDesktopWindows*/,
                                              bool /*onScreenWindowsOnly*/,
                                              ShareableContentHandler handler) {
-  // A server that hangs must not hang the caller.
+  // A server that hangs must not hang the caller, who is answered all the same.
   try {
     std::thread([server = server, handler] { answerWithContent(server, handler); }).detach();
   } catch (const std::system_error& error) {

@@ -23,7 +23,7 @@ class LinuxScreenCapture final : public ScreenCapture {
   [[nodiscard]] std::optional<DisplayID> mainScreenNumber() override { return {}; }
   // The monitor that the user made the primary one comes first; most virtual servers have none.
   // X11 lists neither desktops nor windows apart from the displays, so the two flags change
-  // nothing.
+  // nothing. An error after two seconds if the server is stuck.
   void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly,
                            ShareableContentHandler handler) override;
   [[nodiscard]] std::string streamErrorDomain() override;

@@ -20,6 +20,7 @@ enum class ScreenCaptureErrorCode : std::int64_t {
   alreadyStarted = 7,
   notStarted = 8,
   noResources = 9,  // the system has no memory, thread or descriptor left
+  noAnswer = 10,    // the X server says nothing, as while another program has grabbed it
 };
 
 [[nodiscard]] inline Error screenCaptureError(ScreenCaptureErrorCode code, std::string sentence) {

@@ -1,11 +1,19 @@
 #pragma once
 
+#include <chrono>
+#include <exception>
+#include <future>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <system_error>
+#include <thread>
+#include <type_traits>
 #include <utility>
+#include <variant>
 
 #include "platform/linux/X11Connection.h"
+#include "platform/linux/capture/ScreenCaptureErrors.h"
 #include "platform/linux/capture/X11Extensions.h"
 
 namespace quorvin {
@@ -34,5 +42,32 @@ class X11SpareServer {
   std::mutex mutex;
   std::optional<X11Server> server;
 };
+
+// What `ask` returns, which may wait for a server: it runs on a thread of its own. Or the error
+// that it throws, or one when it takes too long. It goes on then, and what comes of it is dropped;
+// so it keeps all that it uses.
+template <typename Ask>
+[[nodiscard]] std::variant<std::invoke_result_t<Ask>, Error> answerInTime(Ask ask) {
+  using Answer = std::variant<std::invoke_result_t<Ask>, Error>;
+  try {
+    std::packaged_task<Answer()> task([ask = std::move(ask)]() -> Answer {
+      try {
+        return ask();
+      } catch (const Error& error) {
+        return error;
+      } catch (const std::exception& error) {
+        return outOfResources(error);
+      }
+    });
+    auto answer = task.get_future();
+    std::thread(std::move(task)).detach();
+    if (answer.wait_for(std::chrono::seconds(2)) == std::future_status::ready) return answer.get();
+  } catch (const std::system_error& error) {
+    return outOfResources(error);
+  }
+  return screenCaptureError(ScreenCaptureErrorCode::noAnswer,
+                            "The X display does not answer. Wait until the program that holds it "
+                            "lets go, then start again.");
+}
 
 }  // namespace quorvin

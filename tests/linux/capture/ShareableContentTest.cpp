@@ -1,11 +1,47 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <future>
+#include <thread>
 
 #include "tests/linux/capture/CaptureStand.h"
+#include "tests/linux/system/SilentServer.h"
 
 namespace quorvin {
 namespace {
+
+const Error noAnswer{
+    "com.quorvin.support.x11", 10,
+    "The X display does not answer. Wait until the program that holds it lets go, then start "
+    "again."};
+
+// How many descriptors this process has open, its connections among them.
+std::ptrdiff_t openDescriptors() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+// False when there were not so few of them in time.
+bool waitForDescriptors(std::ptrdiff_t count) {
+  const auto deadline = std::chrono::steady_clock::now() + testPatience;
+  while (openDescriptors() > count && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::yield();
+  }
+  return openDescriptors() <= count;
+}
+
+void expectNoAnswer(Answer& listed) {
+  ASSERT_TRUE(listed.wait());
+  EXPECT_EQ(listed.error(), noAnswer);
+}
+
+// Asks for the displays, which are not to come.
+void list(LinuxScreenCapture& capture, Answer& listed) {
+  capture.getShareableContent(true, true,
+                              [done = listed.completion()](const auto& content, const auto& error) {
+                                EXPECT_EQ(content, nullptr);
+                                done(error);
+                              });
+}
 
 TEST(ShareableContent, ListsTheWholeScreenOfAPlainServer) {
   CaptureStand stand;
@@ -80,6 +116,34 @@ TEST(ShareableContent, IsAnErrorThatSaysWhatToDoWhenThereIsNoServer) {
   EXPECT_EQ(error->domain, "com.quorvin.support.x11");
   EXPECT_EQ(error->localizedDescription,
             "No X display can be opened. Start a desktop session or set DISPLAY.");
+}
+
+TEST(ShareableContent, IsAnErrorThatSaysWhatToDoWhenTheServerHangs) {
+  Answer listed;
+  const auto before = openDescriptors();
+  {
+    const std::string display = unusedDisplay();
+    const SilentServer server(socketOfDisplay(display));
+    LinuxScreenCapture capture(display);
+    list(capture, listed);
+    expectNoAnswer(listed);
+  }
+  EXPECT_TRUE(waitForDescriptors(before));
+  EXPECT_EQ(listed.count(), 1);
+}
+
+TEST(ShareableContent, IsDroppedWithItsConnectionWhenItComesTooLate) {
+  CaptureStand stand;
+  Answer listed;
+  const auto before = openDescriptors();
+  stand.server.freeze();
+  list(stand.capture, listed);
+  expectNoAnswer(listed);
+  EXPECT_GT(openDescriptors(), before);
+  stand.server.thaw();
+  EXPECT_TRUE(waitForDescriptors(before));
+  EXPECT_EQ(listed.count(), 1);
+  EXPECT_EQ(stand.displays().size(), 1U);
 }
 
 }  // namespace

@@ -195,6 +195,20 @@ TEST(StreamLife, RefusesToStartWithoutAServer) {
   EXPECT_EQ(number(startError(*stand.stream)), 1);
 }
 
+TEST(StreamLife, AStartIsAnsweredWhileTheServerIsStuck) {
+  CaptureStand stand;
+  stand.makeStream(CaptureStand::usualConfiguration());
+  stand.server.freeze();
+  Answer started;
+  stand.stream->startCapture(started.completion());
+  ASSERT_TRUE(started.wait());
+  EXPECT_EQ(number(started.error()), 10);
+  stand.server.thaw();
+  EXPECT_EQ(startError(*stand.stream), std::nullopt);
+  EXPECT_TRUE(stand.recorder->waitForPictures(1));
+  EXPECT_EQ(started.count(), 1);
+}
+
 TEST(StreamLife, RefusesToStartOnADisplayThatHasGone) {
   CaptureStand stand;
   stand.painter.defineMonitor("cinema", {0, 0, 100, 100});

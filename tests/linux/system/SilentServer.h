@@ -15,10 +15,13 @@ namespace quorvin {
 // A local socket that takes connections and never answers on them: a server that hangs.
 class SilentServer {
  public:
-  SilentServer() : descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  // At a path of its own, or at this one.
+  explicit SilentServer(const std::string& givenPath = {})
+      : socketPath(givenPath.empty() ? folder.path("socket").string() : givenPath),
+        descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, path().c_str(), sizeof address.sun_path - 1);
+    std::strncpy(address.sun_path, socketPath.c_str(), sizeof address.sun_path - 1);
     if (bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
         listen(descriptor, 8) != 0) {
       throw std::runtime_error("no local socket");
@@ -26,12 +29,16 @@ class SilentServer {
   }
   SilentServer(const SilentServer&) = delete;
   SilentServer& operator=(const SilentServer&) = delete;
-  ~SilentServer() { close(descriptor); }
+  ~SilentServer() {
+    close(descriptor);
+    unlink(socketPath.c_str());
+  }
 
-  [[nodiscard]] std::string path() const { return folder.path("socket"); }
+  [[nodiscard]] const std::string& path() const { return socketPath; }
 
  private:
   TemporaryFolder folder;
+  std::string socketPath;
   int descriptor;
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <string>
@@ -15,6 +16,13 @@ inline std::string unusedDisplay() {
   constexpr int perProcess = 64;
   static int made = 0;
   return ":" + std::to_string(first + (getpid() * perProcess + made++ % perProcess) % span);
+}
+
+// Where the server of such a display listens.
+inline std::string socketOfDisplay(const std::string& name) {
+  const std::string folder = "/tmp/.X11-unix";
+  mkdir(folder.c_str(), 01777);  // there already, once a server has been started
+  return folder + "/X" + name.substr(1);
 }
 
 }  // namespace quorvin

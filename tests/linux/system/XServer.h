@@ -37,7 +37,7 @@ class XServer {
   void end() {
     if (!child) return;
     child.reset();
-    unlink(("/tmp/.X11-unix/X" + number).c_str());  // which a killed one leaves
+    unlink(socketOfDisplay(display()).c_str());  // which a killed one leaves
   }
 
  private:
