@@ -118,6 +118,8 @@ TEST_F(PermissionsTest, WaitForNoDisplayThatHangsLater) {
   ASSERT_TRUE(permissions->isProcessTrusted());
   server->end();
   ASSERT_TRUE(runMainLoopUntil([&] { return !permissions->isProcessTrusted(); }));
+  // Or the last question would reach the new server before that hangs.
+  ASSERT_TRUE(runMainLoopUntil([&] { return permissions->areKnown(); }));
   server = std::make_unique<XServer>(std::vector<std::string>{display});
   server->freeze();
   const auto start = std::chrono::steady_clock::now();
