@@ -14,10 +14,11 @@ std::vector<std::string> withoutReset(std::vector<std::string> options) {
 
 }  // namespace
 
-CaptureStand::CaptureStand(std::vector<std::string> options)
+CaptureStand::CaptureStand(std::vector<std::string> options, Way toServer)
     : server(withoutReset(std::move(options))),
       painter(server.display()),
-      capture(server.display(), counters) {}
+      proxy(toServer == Way::throughProxy ? std::make_unique<X11Proxy>(server.display()) : nullptr),
+      capture(proxy ? proxy->display() : server.display(), counters) {}
 
 StreamConfiguration CaptureStand::usualConfiguration() {
   return {320, 240, {1, 30}, 3, false, pixelFormat32BGRA};

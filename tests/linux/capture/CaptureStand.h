@@ -8,6 +8,7 @@
 #include "tests/linux/capture/SampleRecorder.h"
 #include "tests/linux/capture/ScreenPainter.h"
 #include "tests/linux/capture/ThreadQueue.h"
+#include "tests/linux/capture/X11Proxy.h"
 #include "tests/linux/system/XServer.h"
 
 namespace quorvin {
@@ -15,8 +16,10 @@ namespace quorvin {
 // A capture of a virtual X server of 320 x 240 pixels, with all that belongs to it.
 class CaptureStand {
  public:
+  enum class Way { direct, throughProxy };
+
   // The options are those of Xvfb.
-  explicit CaptureStand(std::vector<std::string> options = {});
+  explicit CaptureStand(std::vector<std::string> options = {}, Way toServer = Way::direct);
 
   // 320 x 240, no cursor, 30 pictures a second, three surfaces.
   [[nodiscard]] static StreamConfiguration usualConfiguration();
@@ -34,6 +37,7 @@ class CaptureStand {
 
   XServer server;
   ScreenPainter painter;
+  std::unique_ptr<X11Proxy> proxy;  // null when there is none between capture and server
   std::shared_ptr<CaptureCounters> counters = std::make_shared<CaptureCounters>();
   LinuxScreenCapture capture;
   std::shared_ptr<SampleRecorder> recorder = std::make_shared<SampleRecorder>();

@@ -5,6 +5,7 @@
 #include "platform/linux/capture/FrameComposer.h"
 #include "tests/linux/capture/SampleRecorder.h"
 #include "tests/linux/capture/SessionStand.h"
+#include "tests/linux/capture/X11Proxy.h"
 
 namespace quorvin {
 namespace {
@@ -264,6 +265,72 @@ TEST_P(FrameComposerTest, AComparisonThatFailsBeginsANewSeries) {
 INSTANTIATE_TEST_SUITE_P(Sizes, FrameComposerTest,
                          testing::Values(PixelSize{320, 240}, PixelSize{240, 180},
                                          PixelSize{150, 113}, PixelSize{400, 300}));
+
+// A composer of a part of the screen, whose questions can be torn apart on their way to the server.
+// Here the size of its pictures.
+class TornQuestionTest : public testing::TestWithParam<PixelSize> {
+ protected:
+  static constexpr PixelRect display{20, 30, 100, 80};
+
+  TornQuestionTest() {
+    painter.fillAll(amber);
+    static_cast<void>(damage.take(screen));
+    composer.configure(display, GetParam(), 3);
+  }
+
+  [[nodiscard]] bool isReadableInTime() const {
+    pollfd source{connection.descriptor(), POLLIN, 0};
+    return poll(&source, 1, std::chrono::milliseconds(testPatience).count()) == 1;
+  }
+
+  // Changes the screen on both sides of the display, so that what is reported lies on it too.
+  [[nodiscard]] bool changeAround() {
+    painter.fill({0, 0, 10, 10}, green);
+    painter.fill({200, 200, 10, 10}, green);
+    while (intersectionOf(damage.reportedArea(), display).isEmpty()) {
+      const auto event = connection.pollEvent();
+      if (event) damage.handle(*event);
+      if (!event && !isReadableInTime()) return false;
+    }
+    return true;
+  }
+
+  // Asks what changed and what changed since; the server has answered the first question and not
+  // heard of the second when this returns.
+  [[nodiscard]] bool askByHalves() {
+    proxy.holdAfter(xcb_get_extension_data(connection.get(), &xcb_xfixes_id)->major_opcode,
+                    XCB_XFIXES_FETCH_REGION);
+    composer.askForChanges();
+    xcb_flush(connection.get());
+    return isReadableInTime();
+  }
+
+  XServer server{{"-noreset", "-extension", "MIT-SHM"}};
+  ScreenPainter painter{server.display()};
+  X11Proxy proxy{server.display()};
+  X11Connection connection{proxy.display()};
+  X11Extensions extensions = X11Extensions::negotiate(connection);
+  X11DamageMonitor damage{connection, extensions, DamageReport::bounds};
+  X11ScreenReader reader{connection, X11Transport::replies, std::make_shared<CaptureCounters>()};
+  FrameComposer composer{reader, &damage, std::make_shared<CaptureWakeup>()};
+};
+
+// The server's report of such a change says nothing, since the second question has taken it.
+TEST_P(TornQuestionTest, WhatChangesBetweenTheHalvesIsNotLostWhenNothingElseDid) {
+  const PictureCopy first(*composer.compose({}));
+  ASSERT_TRUE(changeAround());
+  ASSERT_TRUE(askByHalves());
+  painter.fill({40, 50, 30, 20}, blue);
+  proxy.letPass();
+  ASSERT_TRUE(composer.findChanges());
+  const PictureCopy second(*composer.compose({}));
+  EXPECT_TRUE(agreeWhereUnchanged(first, second));
+  composer.startOver();
+  EXPECT_TRUE(lookTheSame(second, PictureCopy(*composer.compose({}))));
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, TornQuestionTest,
+                         testing::Values(PixelSize{100, 80}, PixelSize{50, 40}));
 
 }  // namespace
 }  // namespace quorvin

@@ -209,6 +209,19 @@ TEST(StreamLife, AStartIsAnsweredWhileTheServerIsStuck) {
   EXPECT_EQ(started.count(), 1);
 }
 
+// From the list of displays to the first picture.
+TEST(StreamLife, MakesOneConnectionForAStart) {
+  CaptureStand stand({"-extension", "MIT-SHM"}, CaptureStand::Way::throughProxy);
+  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
+  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  EXPECT_EQ(stand.proxy->connections(), 1);
+  ASSERT_TRUE(stand.stop());
+  // Another start of the same stream has to connect again.
+  EXPECT_EQ(startError(*stand.stream), std::nullopt);
+  ASSERT_TRUE(stand.recorder->waitForPictures(2));
+  EXPECT_EQ(stand.proxy->connections(), 2);
+}
+
 TEST(StreamLife, RefusesToStartOnADisplayThatHasGone) {
   CaptureStand stand;
   stand.painter.defineMonitor("cinema", {0, 0, 100, 100});
