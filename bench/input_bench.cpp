@@ -77,12 +77,16 @@ Map moveTo(double x) {
   return Map{{"action", "mouseMove"}, {"x", x}, {"y", 0.5}};
 }
 
-void apply(benchmark::State& state, InputEvents& events) {
+template <typename After>
+void apply(benchmark::State& state, InputEvents& events, const After& after) {
   RemoteInputController controller(events, [] { return NullInputEvents::wholeDisplay; });
   const auto left = moveTo(0.25);
   const auto right = moveTo(0.75);
   bool isLeft = false;
-  for (auto _ : state) controller.apply((isLeft = !isLeft) ? left : right);
+  for (auto _ : state) {
+    controller.apply((isLeft = !isLeft) ? left : right);
+    after();
+  }
   state.SetItemsProcessed(state.iterations());
 }
 
@@ -102,7 +106,7 @@ void postAlone(benchmark::State& state, InputEvents& events) {
 
 void applyToNothing(benchmark::State& state) {
   NullInputEvents events;
-  apply(state, events);
+  apply(state, events, [] {});
 }
 BENCHMARK(applyToNothing);
 
@@ -201,23 +205,14 @@ SharedScreen& shared() {
   return screen;
 }
 
-void applyToServer(benchmark::State& state) {
+// To the thread that works the server and back.
+void applyAndSettle(benchmark::State& state) {
   NoJournal journal;
   LinuxInputEvents events(shared().stand.server.display(), journal);
-  BareInput server(shared().stand.server.display());
-  apply(state, events);
-  server.waitForServer();
+  if (!events.settle()) return state.SkipWithError("the server does not answer");
+  apply(state, events, [&events] { benchmark::DoNotOptimize(events.settle()); });
 }
-BENCHMARK(applyToServer)->UseRealTime();
-
-void bareMove(benchmark::State& state) {
-  BareInput server(shared().stand.server.display());
-  std::int16_t x = 0;
-  for (auto _ : state) server.move(x = x == 320 ? 960 : 320);
-  server.waitForServer();
-  state.SetItemsProcessed(state.iterations());
-}
-BENCHMARK(bareMove)->UseRealTime();
+BENCHMARK(applyAndSettle)->UseRealTime();
 
 void injectAndReply(benchmark::State& state) {
   auto& client = *shared().host.client;

@@ -24,7 +24,7 @@ FLOORS = {
     "buildPayload": "copyPicture",
     "changeToPayloadAtLink": "bareFetchAndEncode",
     "applyToNothing": "postToNothing",
-    "applyToServer": "bareMove",
+    "applyAndSettle": "bareMoveAndReply",
     "injectAndReply": "bareMoveAndReply",
     "moveFromLinkToScreen": "bareMoveToScreen",
 }
