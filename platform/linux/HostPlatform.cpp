@@ -58,8 +58,8 @@ class LinuxPlatform {
                 LinuxProcess::launchctlFromEnvironment(executable()), &userDefaults.lock()),
         permissions(process, PermissionsEnvironment::fromEnvironment()),
         application(mainContext.get(), dispatch, notificationCenter,
-                    {.isReady = [this] { return permissions.areKnown(); },
-                     .begin = [this] { inputEvents.open(); },
+                    {.begin = [this] { inputEvents.open(); },
+                     .isReady = [this] { return permissions.areKnown() && inputEvents.isReady(); },
                      .endWithin =
                          [this](auto limit) {
                            inputEvents.endWithin(limit);

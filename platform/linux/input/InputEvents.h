@@ -44,6 +44,8 @@ class LinuxInputEvents final : public InputEvents {
   bool settle(std::chrono::milliseconds limit = std::chrono::seconds(10)) {
     return thread.settle(limit);
   }
+  // Whether the displays are known since open(), or cannot be.
+  [[nodiscard]] bool isReady() { return thread.isReady(); }
   // At the end of the program: releases everything and leaves the keyboard as it was found, which
   // goes on without the caller when it is not done within the time. Whether it is.
   bool endWithin(std::chrono::milliseconds limit) { return thread.endWithin(limit); }

@@ -51,6 +51,11 @@ void InputThread::open() {
   }
 }
 
+bool InputThread::isReady() {
+  const std::lock_guard lock(mutex);
+  return display.empty() || hasTried || hasFailed;
+}
+
 void InputThread::post(const LinuxInputEvent::Record& record) {
   {
     const std::lock_guard lock(mutex);
@@ -187,6 +192,7 @@ void InputThread::forgetIfHung(Clock::time_point begin) {
 
 void InputThread::publish(bool connected, std::vector<X11Monitor> found) {
   const std::lock_guard lock(mutex);
+  hasTried = true;
   isConnected = connected;
   monitors = std::move(found);
 }

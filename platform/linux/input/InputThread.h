@@ -47,6 +47,8 @@ class InputThread {
   // Sees to it that there is a connection soon. Without a thread to be had there is none, which is
   // reported on standard error once.
   void open();
+  // Whether that has come to something: the displays are known, or there is no connection.
+  [[nodiscard]] bool isReady();
   void post(const LinuxInputEvent::Record& record);
   // As the server has told last, in the coordinates of the root window, which are the global space.
   // Empty when there is no such display, or no connection (yet).
@@ -102,6 +104,7 @@ class InputThread {
   Calls calls;
   std::uint64_t settlesDone = 0;
   bool isConnected = false;
+  bool hasTried = false;   // to connect
   bool hasFailed = false;  // to make the thread
   bool hasEnded = false;
   std::vector<X11Monitor> monitors;

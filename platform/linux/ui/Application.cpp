@@ -69,10 +69,7 @@ int LinuxApplication::run(int /*argc*/, char** /*argv*/, ApplicationFactories fa
   handleSignals();
   try {
     startGtk();
-    if (!exitStatus) {
-      surroundings.begin();
-      load(factories, connectUserInterface());
-    }
+    if (!exitStatus) load(factories, connectUserInterface());
   } catch (const StartUpError& error) {
     failToStart(error);
   } catch (const std::system_error& error) {
@@ -108,7 +105,11 @@ void LinuxApplication::startGtk() {
     }
     return MainLoopSource::Next::finished;
   });
-  runUntil([this] { return exitStatus || (gtk->isReady() && surroundings.isReady()); });
+  runUntil([this] { return exitStatus || gtk->isReady(); });
+  if (exitStatus) return;
+  surroundings.begin();
+  // A display that hangs has been waited for long enough.
+  if (gtk->isReady()) runUntil([this] { return exitStatus || surroundings.isReady(); });
 }
 
 void LinuxApplication::displayLost(bool wasOpen) {

@@ -37,8 +37,9 @@ class LinuxApplication final : public Application {
  public:
   // What else belongs to a run; called on the main thread.
   struct Surroundings {
-    std::function<bool()> isReady;  // whether it is known what the display allows
-    std::function<void()> begin;    // once there is a display, or waiting for it took too long
+    std::function<void()> begin;  // once there is a display, or waiting for it took too long
+    // Whether it is known after that what the display allows and where it is.
+    std::function<bool()> isReady;
     // Begins to end it, and waits for that no longer than this.
     std::function<void(std::chrono::milliseconds)> endWithin;
   };

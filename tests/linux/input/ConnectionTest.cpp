@@ -10,7 +10,9 @@
 #include <cstdlib>
 #include <optional>
 #include <string>
+#include <thread>
 
+#include "platform/linux/capture/X11Monitors.h"
 #include "tests/linux/input/InputStand.h"
 #include "tests/linux/system/UnusedDisplay.h"
 #include "tests/linux/system/WaitingTime.h"
@@ -195,6 +197,30 @@ TEST(InputConnection, DoesNotWaitForAServerThatNeverAnswered) {
   EXPECT_FALSE(events.endWithin(std::chrono::milliseconds(1)));
   EXPECT_LT(waited.passed(), atOnce);
   server.thaw();
+}
+
+TEST(InputConnection, IsReadyOnceItsDisplaysAreKnown) {
+  const XServer server(InputStand::withScreen({}));
+  X11Connection connection(server.display());
+  const auto monitor = listMonitors(connection, X11Extensions::negotiate(connection)).front().id;
+  server.freeze();
+  JournalRecord journal;
+  LinuxInputEvents events(server.display(), journal);
+  events.open();
+  EXPECT_FALSE(events.isReady());
+  EXPECT_FALSE(events.displayIsActive(monitor));
+  server.thaw();
+  while (!events.isReady()) std::this_thread::yield();
+  EXPECT_TRUE(events.displayIsActive(monitor));
+}
+
+TEST(InputConnection, IsReadyWithoutAServerToo) {
+  JournalRecord journal;
+  LinuxInputEvents events(unusedDisplay(), journal);
+  events.open();
+  while (!events.isReady()) std::this_thread::yield();
+  EXPECT_FALSE(events.displayIsActive(1));
+  EXPECT_TRUE(LinuxInputEvents("", journal).isReady());
 }
 
 TEST(InputConnection, ComesBackWithTheServer) {
