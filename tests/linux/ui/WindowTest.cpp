@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <thread>
 #include <vector>
 
 #include "platform/linux/dispatch/Dispatch.h"
@@ -22,6 +23,8 @@ struct Screen {
     ::setenv("DISPLAY", server.display().c_str(), 1);
     ::setenv("NO_AT_BRIDGE", "1", 1);
     gtk = std::make_unique<GtkThread>([](bool /*wasOpen*/) {});
+    // While it starts, GDK would end the process together with the server.
+    while (!gtk->isReady()) std::this_thread::yield();
   }
 
   XServer server{{"-noreset"}};
