@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "platform/Interface.h"
+
 namespace quorvin {
 
 // Told of everything that has to be undone should this process end in between: before it is done,
@@ -11,12 +13,8 @@ namespace quorvin {
 // wait a moment for whoever is to undo it.
 //
 // What is told before says whether it may be done: false when nobody would undo it.
-class InputJournal {
+class InputJournal : public Interface {
  public:
-  InputJournal(const InputJournal&) = delete;
-  InputJournal& operator=(const InputJournal&) = delete;
-  virtual ~InputJournal() = default;
-
   // `button` is a button number of the X server's core pointer.
   [[nodiscard]] virtual bool willPressButton(std::uint8_t button) = 0;
   virtual void didReleaseButton(std::uint8_t button) = 0;
@@ -26,9 +24,6 @@ class InputJournal {
   // A key code that had no symbols gets some, for what the keyboard's layout lacks.
   [[nodiscard]] virtual bool willBindKey(std::uint8_t keycode) = 0;
   virtual void didUnbindKey(std::uint8_t keycode) = 0;
-
- protected:
-  InputJournal() = default;
 };
 
 }  // namespace quorvin
