@@ -240,7 +240,6 @@ void Soak::readSlowly() {
   while (Clock::now() < until) painter.change();
 }
 
-// The picture keeps the size it has; the display fills it whatever its own.
 void Soak::resizeDisplay() {
   const PixelSize size{dice.between(300, screenSize.width), dice.between(200, screenSize.height)};
   useDisplay({dice.between(0, screenSize.width - size.width),
@@ -253,6 +252,7 @@ void Soak::useDisplay(const PixelRect& area) {
   // To define it once more would change nothing.
   if (!display.isEmpty()) desk.deleteMonitor("display");
   display = area;
+  host.expectDisplay(area.size());
   desk.defineMonitor("display", area, true);
 }
 

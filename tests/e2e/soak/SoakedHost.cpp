@@ -5,6 +5,8 @@
 #include <iterator>
 #include <stdexcept>
 
+#include "platform/linux/capture/CaptureSettings.h"
+
 namespace quorvin {
 
 namespace {
@@ -47,11 +49,12 @@ SoakedHost::SoakedHost(HostStand& stand) : host(stand) {
   require(host.client->listen() == done, "the host lets nobody listen");
 }
 
-void SoakedHost::start(PixelSize newDisplay) {
-  display = newDisplay;
+void SoakedHost::start(PixelSize display) {
+  displayAtStart = display;
+  displays = {display};
   // A new session knows nothing of the settings of the one before.
   latestSettings = {};
-  inFlight = {kindOf(latestSettings, display)};
+  asked = {kindOf(latestSettings, display)};
   latestIsNew = true;
   require(host.startCapture(), "the host does not start a session");
   ++counted.sessions;
@@ -61,7 +64,11 @@ void SoakedHost::stop() {
   require(host.client->call("stopCapture") == done, "the host does not stop a session");
   require(host.client->eventsAfterReply() == 0, "pictures come after the end of a session");
   host.client->discardEvents();
-  inFlight.clear();
+}
+
+void SoakedHost::expectDisplay(PixelSize display) {
+  latestIsNew = !canCome({asked.back().isH264, shown(asked.back().size, display)});
+  displays.push_back(display);
 }
 
 void SoakedHost::configure(const std::vector<SoakSettings>& settings) {
@@ -77,17 +84,30 @@ void SoakedHost::configure(const std::vector<SoakSettings>& settings) {
   counted.settings += settings.size();
 }
 
-// Codec and size do not change at the same moment, so that every mixture can occur.
 void SoakedHost::expectAlso(const SoakSettings& settings) {
-  const auto latestKind = kindOf(settings, display);
-  latestIsNew = std::ranges::find(inFlight, latestKind) == inFlight.end();
-  const auto before = inFlight;
-  for (const auto& kind : before) {
-    inFlight.push_back({latestKind.isH264, kind.size});
-    inFlight.push_back({kind.isH264, latestKind.size});
-  }
-  inFlight.push_back(latestKind);
+  const auto kind = kindOf(settings, displayAtStart);
+  latestIsNew = !canCome({kind.isH264, shown(kind.size, displays.back())});
+  asked.push_back(kind);
   latestSettings = settings;
+}
+
+PayloadKind SoakedHost::latest() const {
+  return {asked.back().isH264, shown(asked.back().size, displays.back())};
+}
+
+// A size is asked for with the display in mind that the session began with.
+PixelSize SoakedHost::shown(PixelSize size, PixelSize display) const {
+  return display == displayAtStart ? size : fittedInto(size, display);
+}
+
+// Codec, size and display do not change at the same moment, so that every mixture can occur.
+bool SoakedHost::canCome(const PayloadKind& kind) const {
+  const auto isShown = [&](const PayloadKind& each) {
+    return std::ranges::any_of(
+        displays, [&](PixelSize display) { return shown(each.size, display) == kind.size; });
+  };
+  return std::ranges::find(asked, kind.isH264, &PayloadKind::isH264) != asked.end() &&
+         std::ranges::any_of(asked, isShown);
 }
 
 void SoakedHost::call(const std::string& method, const Value& arguments) {
@@ -113,9 +133,10 @@ std::optional<SoakedPicture> SoakedHost::nextPicture(std::chrono::milliseconds w
 
 void SoakedHost::check(const PayloadKind& kind) {
   ++(kind.isH264 ? counted.h264 : counted.jpeg);
-  require(std::ranges::find(inFlight, kind) != inFlight.end(),
-          "nobody asked for " + textOf(kind) + " but for " + textOf(latest()));
-  if (latestIsNew && kind == latest()) inFlight = {kind};
+  require(canCome(kind), "nobody asked for " + textOf(kind) + " but for " + textOf(latest()));
+  if (!latestIsNew || kind != latest()) return;
+  asked = {asked.back()};
+  displays = {displays.back()};
 }
 
 void SoakedHost::end() {

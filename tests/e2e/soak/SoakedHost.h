@@ -43,6 +43,8 @@ class SoakedHost {
 
   // A session of a display of this size.
   void start(PixelSize display);
+  // From now on the display may have this size, and pictures as much of it as fits.
+  void expectDisplay(PixelSize display);
   // Nothing comes any more afterwards.
   void stop();
   // Sends all of them before it waits for an answer; the last one counts.
@@ -54,8 +56,8 @@ class SoakedHost {
   // Closes the link and waits until the host has ended as it should.
   void end();
 
-  // What the pictures will be once the last settings have come through.
-  [[nodiscard]] const PayloadKind& latest() const { return inFlight.back(); }
+  // What the pictures will be once everything has come through.
+  [[nodiscard]] PayloadKind latest() const;
   [[nodiscard]] const SoakSettings& settings() const { return latestSettings; }
   [[nodiscard]] Vitals vitals() const;
   // What it has to say for itself.
@@ -72,13 +74,17 @@ class SoakedHost {
  private:
   void expectAlso(const SoakSettings& settings);
   void check(const PayloadKind& kind);
+  [[nodiscard]] PixelSize shown(PixelSize size, PixelSize display) const;
+  [[nodiscard]] bool canCome(const PayloadKind& kind) const;
 
   ConnectedHost host;
-  PixelSize display;
+  PixelSize displayAtStart;
   SoakSettings latestSettings;
-  // What pictures may be at the moment, the latest last.
-  std::vector<PayloadKind> inFlight;
-  // Whether the first picture of the latest kind means that all earlier settings are through.
+  // What may have been asked for, and what size the display may have, at the moment; the latest
+  // last.
+  std::vector<PayloadKind> asked{{}};
+  std::vector<PixelSize> displays;
+  // Whether the first picture of the latest kind means that everything earlier is through.
   bool latestIsNew = false;
   Counts counted;
 };
