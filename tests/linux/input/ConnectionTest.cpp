@@ -6,8 +6,10 @@
 #include <xcb/xcb.h>
 #include <xkbcommon/xkbcommon.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
@@ -147,14 +149,36 @@ TEST(InputConnection, DoesNotWaitForAServerThatAnotherProgramHasGrabbed) {
   EXPECT_THAT(stand.takeTyped(), ElementsAre(XKB_KEY_a));
 }
 
+using Context = std::unique_ptr<GMainContext, decltype(&g_main_context_unref)>;
+
+// The first turn may be the end of what the thread did before, the second one is not.
+void waitForTwoTurns(GMainContext* context, std::atomic<int>& turns) {
+  GSource* source = g_idle_source_new();
+  g_source_set_callback(
+      source,
+      [](void* counted) {
+        const bool isFirst = ++*static_cast<std::atomic<int>*>(counted) == 1;
+        return isFirst ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
+      },
+      &turns, nullptr);
+  g_source_attach(source, context);
+  g_source_unref(source);
+  while (turns < 2) std::this_thread::yield();
+}
+
 // Nobody wants to see what was clicked and typed at a picture that stood still.
 TEST(InputConnection, DropsWhatCameWhileTheServerHungButForReleases) {
+  std::atomic<int> turns = 0;
+  const Context context(g_main_context_new(), &g_main_context_unref);
   InputStand stand;
+  stand.events.emplace(stand.server.display(), stand.record, context.get());
   stand.keyDown(mac::shift);
   stand.mouse(MouseEventType::leftMouseDown, {5, 5});
   (void)stand.take();
   stand.server.freeze();
   stand.mouse(MouseEventType::leftMouseDragged, {6, 6});
+  // Then the thread is waiting for the server, and will have for long enough.
+  waitForTwoTurns(context.get(), turns);
   stand.mouse(MouseEventType::rightMouseDown, {7, 7}, MouseButton::right);
   stand.keyUp(mac::shift);
   stand.type(mac::a);
