@@ -263,6 +263,11 @@ void hostBesideFfmpeg(benchmark::State& state, Codec codec, Scene scene,
   report("Pictures", &Turn::pictures);
   report("Psnr", &Turn::psnr);
   state.counters["ratio"] = median(ratios);
+  if (medianOf(ours, &Turn::pictures) > 0) {
+    state.counters["ratioForEachPicture"] =
+        medianOf(ours, &Turn::processorTime) / medianOf(ours, &Turn::pictures) /
+        (medianOf(peers, &Turn::processorTime) / medianOf(peers, &Turn::pictures));
+  }
 }
 
 void inTurns(benchmark::internal::Benchmark* benchmark) {

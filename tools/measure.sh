@@ -11,30 +11,28 @@ usage() {
 usage: tools/measure.sh [--trial FOLDER] [--build FOLDER] [PROGRAM...]
 
 Builds the release preset, runs the benchmarks (about a quarter of an hour on an idle machine),
-leaves their results in build/results/measured/ and renews the tables and the picture of
-docs/performance.md from all the results that are there.
+leaves their results in build/results/measured/ and renews the tables of docs/performance.md from all
+the results that are there.
 
   PROGRAM         only these: ${programs[*]}
-  --trial FOLDER  leaves results, document and picture in that folder instead
+  --trial FOLDER  leaves results and document in that folder instead
   --build FOLDER  takes the programs of that build folder, as they are
 END
 }
 
-programs=(peer change host capture jpeg video codec delivery payload)
+programs=(peer change host capture jpeg video codec delivery payload input)
 results="$projectRoot/build/results/measured"
 document="$projectRoot/docs/performance.md"
-picture="$projectRoot/docs/images/cost-of-change.svg"
 buildFolder=
 
 # For programs that do not repeat their measurements themselves.
 repetitions=(--benchmark_repetitions=9)
 
 useTrialFolder() {
-  mkdir -p "$1/images"
+  mkdir -p "$1"
   results=$(cd "$1" && pwd)
   cp "$document" "$results/"
   document="$results/performance.md"
-  picture="$results/images/cost-of-change.svg"
 }
 
 parseArguments() {
@@ -94,9 +92,8 @@ main() {
   build
   waitForRest
   for name in "${programs[@]}"; do measure "$name"; done
-  tools/change_chart.py "$results/change_bench.json" "$picture"
-  tools/bench_report.py "$results" "$document"
-  say "written: $document, $picture"
+  tools/bench_table.py --renew "$document" "$results"
+  say "written: $document"
 }
 
 main "$@"
