@@ -16,7 +16,6 @@
 
 #include "launchctl/Failure.h"
 #include "launchctl/FileDescriptor.h"
-#include "launchctl/Label.h"
 #include "launchctl/PropertyList.h"
 
 namespace quorvin::launchctl {
@@ -31,6 +30,17 @@ constexpr auto labelKey = "Label";
 
 std::string reasonOf(int error) {
   return std::generic_category().message(error);
+}
+
+// Files and a systemd unit are named after it, so it is made of what is safe in both. A first "."
+// would hide a file, a first "-" looks like an option.
+bool isLabel(std::string_view text) {
+  constexpr std::size_t longest = 200;
+  constexpr std::string_view alphanumeric =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+  const auto safe = std::string(alphanumeric) + ".-_";
+  return text.find_first_of(alphanumeric) == 0 && text.size() <= longest &&
+         text.find_first_not_of(safe) == std::string_view::npos;
 }
 
 // The group that useradd(8) makes for this user alone: it has the user's name, lists nobody else

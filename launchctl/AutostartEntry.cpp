@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "launchctl/ShellCommand.h"
+#include "launchctl/Agent.h"
 
 namespace quorvin::launchctl {
 namespace {

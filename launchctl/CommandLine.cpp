@@ -5,7 +5,6 @@
 #include <string_view>
 
 #include "launchctl/Failure.h"
-#include "launchctl/Label.h"
 
 namespace quorvin::launchctl {
 namespace {
@@ -44,14 +43,7 @@ Request fileRequest(Command command, const std::vector<std::string>& arguments,
                     unsigned int userId) {
   if (arguments.size() != 3 || arguments[2].empty()) failUsage("a domain and a file are needed");
   requireOwnDomain(arguments[1], userId);
-  return {command, arguments[2], {}, {}};
-}
-
-Request runRequest(const std::vector<std::string>& arguments) {
-  if (arguments.size() < 3 || !isLabel(arguments[1]) || !arguments[2].starts_with('/')) {
-    failUsage("a label and a program are needed");
-  }
-  return {Command::run, {}, arguments[1], {arguments.begin() + 2, arguments.end()}};
+  return {command, arguments[2]};
 }
 
 }  // namespace
@@ -61,9 +53,8 @@ Request parseCommandLine(const std::vector<std::string>& arguments, unsigned int
   const auto& command = arguments.front();
   if (command == "bootstrap") return fileRequest(Command::bootstrap, arguments, userId);
   if (command == "bootout") return fileRequest(Command::bootout, arguments, userId);
-  if (command == "run") return runRequest(arguments);
-  if (arguments.size() == 1 && command == "--help") return {Command::help, {}, {}, {}};
-  if (arguments.size() == 1 && command == "--version") return {Command::version, {}, {}, {}};
+  if (arguments.size() == 1 && command == "--help") return {Command::help, {}};
+  if (arguments.size() == 1 && command == "--version") return {Command::version, {}};
   failUsage("\"" + command + "\" is not a command");
 }
 

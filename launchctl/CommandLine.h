@@ -6,14 +6,11 @@
 
 namespace quorvin::launchctl {
 
-enum class Command { bootstrap, bootout, run, help, version };
+enum class Command { bootstrap, bootout, help, version };
 
 struct Request {
   Command command = Command::help;
   std::filesystem::path file;  // of bootstrap and bootout
-  std::string label;           // of run
-  // Of run: the program's path, and what it is to find as its arguments after it.
-  std::vector<std::string> program;
 };
 
 // Reads the arguments after the program's own name. Throws a Failure when they are not one of the

@@ -1,8 +1,8 @@
 #include "launchctl/Registration.h"
 
-#include <array>
 #include <system_error>
 
+#include "launchctl/AgentProcess.h"
 #include "launchctl/AutostartEntry.h"
 #include "launchctl/Failure.h"
 #include "launchctl/SystemdUnit.h"
@@ -21,26 +21,20 @@ bool isLink(const std::filesystem::path& path) {
 
 }  // namespace
 
-OwnFile processRecord(const std::string& label, const Surroundings& surroundings) {
-  return OwnFile(surroundings.stateFolder / (label + ".process"));
-}
-
 Registration::Registration(std::string agentLabel, const Surroundings& surroundings)
     : label(std::move(agentLabel)),
-      surroundings(surroundings),
-      manager(UserManager::find(Systemctl(surroundings.systemctl))),
+      manager(UserManager::find(surroundings.systemctl)),
       unitName(systemdUnitName(label)),
       entry(surroundings.configFolder / "autostart" / (label + ".desktop")),
       unit(unitFolder(surroundings) / unitName),
-      enabled(unitFolder(surroundings) / "graphical-session.target.wants" / unitName),
-      process(processRecord(label, surroundings)) {}
+      enabled(unitFolder(surroundings) / "graphical-session.target.wants" / unitName) {}
 
 bool Registration::isComplete() const {
   return entry.exists() && (unit.exists() || !manager);
 }
 
 bool Registration::hasTraces() const {
-  return entry.exists() || process.isRecorded() || hasUnit();
+  return entry.exists() || hasUnit();
 }
 
 // Its file may have been deleted by hand.
@@ -62,7 +56,7 @@ void Registration::add(const Agent& agent) const {
     if (manager) {
       addToManager(agent);
     } else {
-      addToAutostart(agent);
+      entry.replace(autostartEntryText(label, agent.programArguments, AutostartReader::every));
     }
   } catch (const Failure&) {
     try {
@@ -82,16 +76,12 @@ void Registration::addToManager(const Agent& agent) const {
                                    AutostartReader::desktopsWithoutSystemd));
 }
 
-void Registration::addToAutostart(const Agent& agent) const {
-  if (surroundings.hasDisplay) process.start(agent.programArguments);
-  std::vector<std::string> command{surroundings.ownExecutable, "run", label};
-  command.insert(command.end(), agent.programArguments.begin(), agent.programArguments.end());
-  entry.replace(autostartEntryText(label, command, AutostartReader::every));
-}
-
 void Registration::remove() const {
+  // Only the entry says which programs it has started, so they come first.
+  endProcesses([text = entry.content()](const std::vector<std::string>& command) {
+    return text.find("\nExec=" + desktopCommandLine(command) + "\n") != std::string::npos;
+  });
   entry.remove();
-  process.end(AgentProcess::usualGrace);
   if (hasUnit()) removeUnit();
   unit.remove();  // also what was left of writing it
 }

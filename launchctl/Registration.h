@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "launchctl/Agent.h"
-#include "launchctl/AgentProcess.h"
 #include "launchctl/OwnFile.h"
 #include "launchctl/Surroundings.h"
 #include "launchctl/UserManager.h"
@@ -16,7 +15,7 @@ namespace quorvin::launchctl {
 //
 // Where there is a systemd manager, that is a unit, and an autostart entry which starts the unit on
 // desktops that do not do that themselves. Elsewhere it is an autostart entry which starts the
-// program, and a record of the process. The entry is written last and deleted first: an agent
+// program with the next login. The entry is written last and deleted before the unit: an agent
 // without it is one whose registering or unregistering was cut short.
 //
 // Every function throws a Failure when the system does not let it do its work.
@@ -30,29 +29,23 @@ class Registration {
   [[nodiscard]] bool hasTraces() const;
   // Throws when a file of somebody else's is where one of ours has to be.
   void requireFreePlaces() const;
-  // Registers the agent and starts it; on a Failure everything is as if it had not been tried.
-  // Nothing of it may be there.
+  // Registers the agent, and starts it if there is a manager; on a Failure everything is as if it
+  // had not been tried. Nothing of it may be there.
   void add(const Agent& agent) const;
   // Ends the agent and removes every trace.
   void remove() const;
 
  private:
   void addToManager(const Agent& agent) const;
-  void addToAutostart(const Agent& agent) const;
   [[nodiscard]] bool hasUnit() const;
   void removeUnit() const;
 
   std::string label;
-  const Surroundings& surroundings;
   std::optional<UserManager> manager;
   std::string unitName;
   OwnFile entry;
   OwnFile unit;
   std::filesystem::path enabled;  // the link that systemctl enable makes
-  AgentProcess process;
 };
-
-// Where the process of an agent is written down.
-[[nodiscard]] OwnFile processRecord(const std::string& label, const Surroundings& surroundings);
 
 }  // namespace quorvin::launchctl

@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 #include <string_view>
-#include <system_error>
 
 #include "launchctl/Failure.h"
 
@@ -28,12 +27,9 @@ Surroundings lookAround() {
   const std::filesystem::path home = g_get_home_dir();  // HOME, or else the user's entry
   if (!home.is_absolute()) throw Failure("there is no home folder; set HOME");
   const auto systemctl = variable("QUORVIN_SYSTEMCTL");
-  std::error_code ignored;
   return {folder("XDG_CONFIG_HOME", home / ".config"),
           folder("XDG_STATE_HOME", home / ".local" / "state") / "quorvin-launchctl",
-          std::filesystem::read_symlink("/proc/self/exe", ignored),
-          systemctl.empty() ? "systemctl" : systemctl,
-          !variable("DISPLAY").empty() || !variable("WAYLAND_DISPLAY").empty()};
+          systemctl.empty() ? "systemctl" : systemctl};
 }
 
 }  // namespace quorvin::launchctl

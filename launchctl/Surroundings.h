@@ -7,11 +7,9 @@ namespace quorvin::launchctl {
 
 // What the program takes from its environment.
 struct Surroundings {
-  std::filesystem::path configFolder;   // XDG_CONFIG_HOME
-  std::filesystem::path stateFolder;    // this program's own, below XDG_STATE_HOME
-  std::filesystem::path ownExecutable;  // of this program
-  std::string systemctl;                // QUORVIN_SYSTEMCTL, or "systemctl"
-  bool hasDisplay = false;              // whether it was called from a graphical session
+  std::filesystem::path configFolder;  // XDG_CONFIG_HOME
+  std::filesystem::path stateFolder;   // this program's own, below XDG_STATE_HOME
+  std::string systemctl;               // QUORVIN_SYSTEMCTL, or "systemctl"
 };
 
 // Throws a Failure when there is no home folder.

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <string_view>
 
-#include "launchctl/ShellCommand.h"
-
 namespace quorvin::launchctl {
 namespace {
 

@@ -2,16 +2,17 @@
 
 #include <optional>
 #include <string>
-
-#include "launchctl/Systemctl.h"
+#include <vector>
 
 namespace quorvin::launchctl {
 
-// The user's systemd manager, and what is asked of it for an agent's unit.
+// The user's systemd manager, and what is asked of it for an agent's unit, through systemctl(1).
+// Each call waits until systemctl has ended.
 class UserManager {
  public:
-  // Nothing where there is none, or none that can be reached.
-  [[nodiscard]] static std::optional<UserManager> find(const Systemctl& systemctl);
+  // Nothing where there is none, or none that can be reached. `systemctl` is that program's path,
+  // or its name to be looked for in PATH.
+  [[nodiscard]] static std::optional<UserManager> find(const std::string& systemctl);
 
   // Has the unit start with every graphical session. Its file is there. Throws a Failure.
   void enable(const std::string& unit) const;
@@ -25,13 +26,17 @@ class UserManager {
   [[nodiscard]] std::vector<std::string> startCommand(const std::string& unit) const;
 
  private:
-  UserManager(Systemctl systemctl, bool knowsDisplay)
+  UserManager(std::string systemctl, bool knowsDisplay)
       : systemctl(std::move(systemctl)), knowsDisplay(knowsDisplay) {}
 
   [[nodiscard]] bool hasGraphicalSession() const;
   [[nodiscard]] bool isActive(const std::string& unit) const;
+  // Whether a command succeeds.
+  bool tryTo(const std::vector<std::string>& command) const;
+  // Throws a Failure with what systemctl had to say when it does not.
+  void require(const std::vector<std::string>& command) const;
 
-  Systemctl systemctl;
+  std::string systemctl;
   bool knowsDisplay;
 };
 

@@ -8,8 +8,12 @@
 #include <exception>
 #include <memory>
 
-#include "launchctl/Launchctl.h"
+#include "launchctl/AgentFile.h"
+#include "launchctl/CommandLine.h"
+#include "launchctl/Failure.h"
+#include "launchctl/Lock.h"
 #include "launchctl/OwnFile.h"
+#include "launchctl/Registration.h"
 #include "platform/unix/ProgramStart.h"
 
 namespace {
@@ -26,14 +30,46 @@ std::string oneLine(const std::string& text) {
   return line;
 }
 
+// Registers the agent that a file describes with the login of this user, and leaves everything as
+// it was when that is not possible or it is registered already.
+void bootstrap(const std::filesystem::path& file) {
+  const auto surroundings = lookAround();
+  const Lock lock(surroundings.stateFolder);
+  const auto agent = readAgentFile(file);
+  const Registration registration(agent.label, surroundings);
+  registration.requireFreePlaces();
+  if (registration.isComplete()) {
+    throw Failure(agent.label + " is registered already; boot it out first");
+  }
+  // What an earlier try has left, that was cut short.
+  if (registration.hasTraces()) registration.remove();
+  registration.add(agent);
+}
+
+// Ends that agent and unregisters it.
+void bootout(const std::filesystem::path& file) {
+  const auto label = labelOfAgentFile(file);
+  if (!label) {
+    throw Failure(ExitStatus::noSuchAgent,
+                  "neither the content nor the name of " + file.string() +
+                      " says which agent it is about; name the file LABEL.plist");
+  }
+  const auto surroundings = lookAround();
+  const Registration registration(*label, surroundings);
+  if (!registration.hasTraces()) {
+    throw Failure(ExitStatus::noSuchAgent,
+                  *label + " is not registered, so there is nothing to do");
+  }
+  const Lock lock(surroundings.stateFolder);
+  registration.remove();
+}
+
 void carryOut(const Request& request) {
   switch (request.command) {
     case Command::bootstrap:
-      return bootstrap(request.file, lookAround());
+      return bootstrap(request.file);
     case Command::bootout:
-      return bootout(request.file, lookAround());
-    case Command::run:
-      return run(request.label, request.program, lookAround());
+      return bootout(request.file);
     case Command::help:
       std::fputs(usageText().c_str(), stdout);
       return;

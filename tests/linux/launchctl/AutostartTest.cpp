@@ -1,18 +1,20 @@
-// Registering where there is no systemd manager: an autostart entry, and a process of our own.
+// Registering where there is no systemd manager: an autostart entry, and what a login makes of it.
 
+#include <glib.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <fstream>
+#include <memory>
+#include <optional>
 
 #include "launchctl/AgentProcess.h"
-#include "launchctl/Failure.h"
-#include "launchctl/ProcessIdentity.h"
-#include "tests/linux/launchctl/LaunchctlStand.h"
+#include "tests/linux/launchctl/RecordingSystemctl.h"
 #include "tests/linux/launchctl/Waiting.h"
 
 namespace quorvin::launchctl {
@@ -23,149 +25,160 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::UnorderedElementsAre;
+using testing::Not;
+
+using Command = std::vector<std::string>;
+
+bool isRunning(const Command& command) {
+  bool isThere = false;
+  endProcesses([&](const Command& other) {
+    isThere = isThere || other == command;
+    return false;
+  });
+  return isThere;
+}
+
+// A process of this test's own.
+class Child {
+ public:
+  explicit Child(Command command) {
+    std::vector<char*> words(command.size() + 1, nullptr);
+    std::ranges::transform(command, words.begin(), [](auto& word) { return word.data(); });
+    EXPECT_TRUE(g_spawn_async(nullptr, words.data(), nullptr, G_SPAWN_DO_NOT_REAP_CHILD, nullptr,
+                              nullptr, &pid, nullptr));
+  }
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+  ~Child() {
+    if (!signal()) ::kill(pid, SIGKILL);
+  }
+
+  // What has ended it; nothing when it runs.
+  [[nodiscard]] std::optional<int> signal() {
+    int status = 0;
+    if (!ended && ::waitpid(pid, &status, WNOHANG) == pid) ended = WTERMSIG(status);
+    return ended;
+  }
+  void kill() const { ::kill(pid, SIGKILL); }
+
+ private:
+  GPid pid = 0;
+  std::optional<int> ended;
+};
 
 class Autostart : public testing::Test {
  public:
-  Autostart() {
-    stand.environment.emplace_back("QUORVIN_SYSTEMCTL=/no/such/systemctl");
-    stand.environment.emplace_back("DISPLAY=:0");
-  }
-  ~Autostart() override { static_cast<void>(stand.bootout(stand.writeAgent())); }
+  Autostart() { stand.environment.emplace_back("QUORVIN_SYSTEMCTL=/no/such/systemctl"); }
 
  protected:
-  std::optional<ProcessIdentity> recorded() const {
-    const auto text = contentOf(stand.record());
-    return identityFromText(text.substr(text.find('\n') + 1));
+  // Registers this command, and returns the file that describes the agent.
+  std::string registered(const Command& arguments) const {
+    auto file = stand.writeAgent({agentLabel, arguments, AgentDescription{}.others});
+    const auto run = stand.bootstrap(file);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.errors, "");
+    return file;
   }
-  static bool isThere(const ProcessIdentity& identity) {
-    return identityOf(identity.pid) == identity;
-  }
-  // The program of an agent: a shell that runs these lines.
-  static AgentDescription shell(const std::string& lines) {
-    return {agentLabel, {"/bin/sh", "-c", lines}, AgentDescription{}.others};
+  // The program that a login to a desktop starts.
+  [[nodiscard]] std::unique_ptr<Child> logIn() const {
+    return std::make_unique<Child>(commandOfEntry(contentOf(stand.entry())));
   }
 
   LaunchctlStand stand;
+  // Tests that run at the same time must not end each other's.
+  const std::string own = std::to_string(::getpid());
+  const Command program{"/bin/sleep", "1000", own};
 };
 
-TEST_F(Autostart, StartsTheProgramNowAndWithEveryLogin) {
-  const auto run = stand.bootstrap(stand.writeAgent());
-  EXPECT_EQ(run.status, 0);
-  EXPECT_EQ(run.errors, "");
-  EXPECT_THAT(stand.files(), UnorderedElementsAre(stand.entry(), stand.record()));
-  EXPECT_THAT(contentOf(stand.entry()), HasSubstr(std::string("Exec=\"") + QUORVIN_LAUNCHCTL +
-                                                  "\" \"run\" \"com.example.agent\" "
-                                                  "\"/bin/sleep\" \"1000\"\n"));
-  const auto process = recorded();
-  ASSERT_TRUE(process);
-  EXPECT_TRUE(isThere(*process));
-  EXPECT_EQ(::getsid(process->pid), process->pid) << "not in a session of its own";
-  EXPECT_EQ(contentOf("/proc/" + std::to_string(process->pid) + "/cmdline"),
-            std::string("/bin/sleep\0001000\0", 16));
-}
-
-TEST_F(Autostart, HandsTheProgramItsArgumentsAndNothingElse) {
-  const auto file = stand.folder.path("seen").string();
-  auto agent = shell("ls /proc/self/fd >'" + file + ".new'; grep '^Sig[BI]' /proc/self/status >>'" +
-                     file + ".new'; printf '<%s>' \"$@\" >>'" + file + ".new'; mv '" + file +
-                     ".new' '" + file + "'");
-  agent.arguments.insert(agent.arguments.end(), {"sh", "a b", "$HOME", "%f", "", "\"\\"});
-  ASSERT_EQ(stand.bootstrap(stand.writeAgent(agent)).status, 0);
-  ASSERT_TRUE(becomesTrue([&] { return std::filesystem::exists(file); }));
-  EXPECT_EQ(contentOf(file),
-            "0\n1\n2\n3\nSigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n"
-            "<a b><$HOME><%f><><\"\\>");
-}
-
-TEST_F(Autostart, WaitsForTheNextLoginWithoutAGraphicalSession) {
-  stand.environment.emplace_back("DISPLAY=");
-  EXPECT_EQ(stand.bootstrap(stand.writeAgent()).status, 0);
+TEST_F(Autostart, StartsTheProgramWithTheNextLogin) {
+  registered(program);
   EXPECT_THAT(stand.files(), ElementsAre(stand.entry()));
+  EXPECT_THAT(contentOf(stand.entry()), Not(HasSubstr("X-systemd-skip")));
+  EXPECT_FALSE(isRunning(program));
+  const auto started = logIn();
+  EXPECT_TRUE(isRunning(program));
 }
 
 TEST_F(Autostart, FailsWhenTheAgentIsRegisteredAlready) {
-  ASSERT_EQ(stand.bootstrap(stand.writeAgent()).status, 0);
-  const auto first = recorded();
-  const auto again = stand.bootstrap(stand.writeAgent());
+  const auto file = registered(program);
+  const auto started = logIn();
+  const auto again = stand.bootstrap(file);
   EXPECT_EQ(again.status, 5);
   EXPECT_THAT(again.errors, HasSubstr("registered already"));
-  EXPECT_EQ(recorded(), first);
+  EXPECT_EQ(started->signal(), std::nullopt);
 }
 
-TEST_F(Autostart, EndsTheProgramWithTheRegistration) {
-  const auto file = stand.writeAgent();
-  ASSERT_EQ(stand.bootstrap(file).status, 0);
-  const auto process = recorded();
-  ASSERT_TRUE(process);
+TEST_F(Autostart, EndsWhatEveryLoginHasStarted) {
+  const auto file = registered(program);
+  const auto first = logIn();
+  const auto second = logIn();
   EXPECT_EQ(stand.bootout(file).status, 0);
-  EXPECT_FALSE(isThere(*process));
+  EXPECT_EQ(first->signal(), SIGTERM);
+  EXPECT_EQ(second->signal(), SIGTERM);
   EXPECT_THAT(stand.files(), IsEmpty());
   EXPECT_EQ(stand.bootout(file).status, 3);
 }
 
-TEST_F(Autostart, EndsTheProgramThatALoginHasStarted) {
-  stand.environment.emplace_back("DISPLAY=");
-  const auto file = stand.writeAgent();
-  ASSERT_EQ(stand.bootstrap(file).status, 0);
-  // As a desktop would: it stays our child, and becomes the program.
-  const auto pid = runProgram({"/bin/sh", "-c", "\"$@\" >/dev/null 2>&1 & echo $!", "sh",
-                               QUORVIN_LAUNCHCTL, "run", agentLabel, "/bin/sleep", "1000"},
-                              stand.environment);
-  ASSERT_TRUE(becomesTrue([&] {
-    return contentOf("/proc/" + std::to_string(std::stoi(pid.output)) + "/comm") == "sleep\n";
-  }));
-  ASSERT_TRUE(recorded());
-  EXPECT_EQ(recorded()->pid, std::stoi(pid.output));
+TEST_F(Autostart, EndsAProgramOfAnyName) {
+  const auto name = stand.folder.path("a=b 100% \"$HOME\"\n").string();
+  std::filesystem::copy_file("/bin/sleep", name);
+  const auto file = registered({name, "1000"});
+  const auto started = logIn();
+  EXPECT_TRUE(becomesTrue([&] { return isRunning({name, "1000"}); }));  // a shell at first
   EXPECT_EQ(stand.bootout(file).status, 0);
-  EXPECT_NE(contentOf("/proc/" + pid.output + "/comm"), "sleep\n");
+  EXPECT_EQ(started->signal(), SIGTERM);
 }
 
-TEST_F(Autostart, DoesNotRunTheProgramTwice) {
-  ASSERT_EQ(stand.bootstrap(stand.writeAgent()).status, 0);
-  const auto first = recorded();
-  EXPECT_EQ(stand.run({"run", agentLabel, "/bin/sleep", "1000"}).status, 0);
-  EXPECT_EQ(recorded(), first);
-}
-
-TEST_F(Autostart, NeverEndsAProcessThatOnlyHasTheSameNumber) {
-  const auto file = stand.writeAgent();
-  ASSERT_EQ(stand.bootstrap(file).status, 0);
-  const auto process = recorded();
-  ASSERT_TRUE(process);
-  auto other = *process;
-  other.startTicks -= 1;
-  const auto text = contentOf(stand.record());
-  const auto firstLine = text.substr(0, text.find('\n') + 1);
-  std::ofstream(stand.record()) << firstLine << toText(other);
-  EXPECT_EQ(stand.bootout(file).status, 0);
-  EXPECT_TRUE(isThere(*process));
-  ::kill(process->pid, SIGKILL);
-}
-
-TEST_F(Autostart, SurvivesABrokenRecord) {
-  const auto file = stand.writeAgent();
-  for (const std::string rest : {"", "x", "-1 2 3", "0 0 0", "1", "99999999999999999999 1 a"}) {
-    std::filesystem::create_directories(stand.record().parent_path());
-    std::ofstream(stand.record())
-        << "# Written by quorvin-launchctl; \"quorvin-launchctl bootout\" removes it.\n"
-        << rest;
-    EXPECT_EQ(stand.bootout(file).status, 0) << rest;
-    EXPECT_THAT(stand.files(), IsEmpty()) << rest;
+TEST_F(Autostart, EndsNothingElse) {
+  const auto file = registered(program);
+  std::vector<std::unique_ptr<Child>> others;
+  for (const Command& command :
+       {Command{"/bin/sleep", "1000" + own}, Command{"/bin/sleep", "1000"},
+        Command{"/bin/sleep", "1000", own, "1"}, Command{"/usr/bin/sleep", "1000", own}}) {
+    others.push_back(std::make_unique<Child>(command));
   }
+  if (::getuid() == 0) {  // the same of somebody else
+    Command ofOther{"/usr/bin/setpriv", "--reuid=65534", "--clear-groups"};
+    ofOther.insert(ofOther.end(), program.begin(), program.end());
+    others.push_back(std::make_unique<Child>(ofOther));
+    EXPECT_TRUE(becomesTrue([&] { return !isRunning(ofOther); }));
+  }
+  EXPECT_EQ(stand.bootout(file).status, 0);
+  for (const auto& other : others) EXPECT_EQ(other->signal(), std::nullopt);
 }
 
-TEST_F(Autostart, TakesEverythingBackWhenTheProgramCannotBeExecuted) {
-  // Executable by its mode, but no program.
-  const auto program = stand.folder.write("program",
-                                          "\x7f"
-                                          "ELF");
-  std::filesystem::permissions(program, std::filesystem::perms::owner_all);
-  const AgentDescription agent{agentLabel, {program}, AgentDescription{}.others};
-  const auto run = stand.bootstrap(stand.writeAgent(agent));
-  EXPECT_EQ(run.status, 5);
-  EXPECT_THAT(run.errors, HasSubstr("cannot start " + program));
+// The entry is the only trace of the program, so that it goes last.
+TEST_F(Autostart, IsEndedByTheNextBootoutWhenOneWasKilled) {
+  const auto asked = stand.folder.path("asked").string();
+  const auto pipe = stand.folder.path("pipe").string();
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  const auto file = registered({"/bin/bash", "-c",
+                                "trap 'trap - TERM; : >'" + asked + " TERM; exec 3<>" + pipe +
+                                    "; : >" + asked + ".not; while :; do read -u 3; done"});
+  const auto started = logIn();
+  ASSERT_TRUE(becomesTrue([&] { return std::filesystem::exists(asked + ".not"); }));
+  Command command{"/usr/bin/env"};
+  command.insert(command.end(), stand.environment.begin(), stand.environment.end());
+  command.insert(command.end(),
+                 {QUORVIN_LAUNCHCTL, "bootout", "gui/" + std::to_string(::getuid()), file});
+  Child bootout(command);
+  ASSERT_TRUE(becomesTrue([&] { return std::filesystem::exists(asked); }));
+  bootout.kill();
+  ASSERT_TRUE(becomesTrue([&] { return bootout.signal() == SIGKILL; }));
+  EXPECT_EQ(started->signal(), std::nullopt);
+  EXPECT_EQ(stand.bootout(file).status, 0);
+  EXPECT_EQ(started->signal(), SIGTERM);
   EXPECT_THAT(stand.files(), IsEmpty());
+}
+
+TEST_F(Autostart, LeavesTheProgramToAManagerThatHasCome) {
+  const auto file = registered(program);
+  const auto started = logIn();
+  const RecordingSystemctl systemctl(stand);
+  EXPECT_EQ(stand.bootstrap(file).status, 0);
+  EXPECT_EQ(started->signal(), SIGTERM);
+  EXPECT_EQ(systemctl.calls().back(), "start com.example.agent.service");
+  EXPECT_THAT(contentOf(stand.entry()), HasSubstr("X-systemd-skip"));
 }
 
 TEST_F(Autostart, TakesEverythingBackWhenTheEntryCannotBeWritten) {
@@ -177,45 +190,11 @@ TEST_F(Autostart, TakesEverythingBackWhenTheEntryCannotBeWritten) {
   EXPECT_THAT(stand.files(), ElementsAre(stand.home() + "/.config/autostart"));
 }
 
-TEST_F(Autostart, IsRegisteredAnewWhenOnlyTheProcessIsThere) {
-  const auto file = stand.writeAgent();
-  ASSERT_EQ(stand.bootstrap(file).status, 0);
-  const auto first = recorded();
-  std::filesystem::remove(stand.entry());  // as if killed before the last step
-  EXPECT_EQ(stand.bootstrap(file).status, 0);
-  ASSERT_TRUE(first && recorded());
-  EXPECT_FALSE(isThere(*first));
-  EXPECT_TRUE(isThere(*recorded()));
-}
-
-TEST(AgentProcess, IsKilledWhenItDoesNotEndByItself) {
-  const TemporaryFolder folder;
-  const auto ready = folder.path("ready").string();
-  const AgentProcess process(OwnFile(folder.path("record")));
-  process.start({"/bin/sh", "-c", "trap '' TERM; : >'" + ready + "'; exec sleep 1000"});
-  ASSERT_TRUE(becomesTrue([&] { return std::filesystem::exists(ready); }));
-  ASSERT_TRUE(process.isRunning());
-  process.end(10ms);
-  int status = 0;
-  ASSERT_GT(::waitpid(-1, &status, 0), 0);
-  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
-  EXPECT_FALSE(process.isRecorded());
-}
-
-TEST(AgentProcess, SaysWhyItCannotStart) {
-  const TemporaryFolder folder;
-  const AgentProcess process(OwnFile(folder.path("record")));
-  EXPECT_THROW(process.start({"/no/such/program"}), Failure);
-  EXPECT_FALSE(process.isRecorded());
-}
-
-TEST(ProcessIdentity, IsOfOneProcessOnly) {
-  const auto self = identityOf(::getpid());
-  const auto parent = identityOf(::getppid());
-  ASSERT_TRUE(self && parent);
-  EXPECT_NE(self, parent);
-  EXPECT_EQ(identityFromText(toText(*self)), self);
-  EXPECT_EQ(identityOf(0), std::nullopt);
+TEST_F(Autostart, KillsWhatDoesNotEndByItself) {
+  Child stubborn({"/bin/sh", "-c", "trap '' TERM; exec /bin/sleep 1000 " + own});
+  ASSERT_TRUE(becomesTrue([&] { return isRunning(program); }));
+  endProcesses([&](const Command& command) { return command == program; }, 10ms);
+  EXPECT_EQ(stubborn.signal(), SIGKILL);
 }
 
 }  // namespace

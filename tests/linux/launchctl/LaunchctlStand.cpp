@@ -1,5 +1,6 @@
 #include "tests/linux/launchctl/LaunchctlStand.h"
 
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -36,6 +37,26 @@ std::string contentOf(const std::filesystem::path& file) {
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+std::vector<std::string> commandOfEntry(const std::string& text) {
+  const std::unique_ptr<GKeyFile, decltype(&g_key_file_free)> file(g_key_file_new(),
+                                                                   g_key_file_free);
+  EXPECT_TRUE(
+      g_key_file_load_from_data(file.get(), text.data(), text.size(), G_KEY_FILE_NONE, nullptr));
+  const std::unique_ptr<char, decltype(&g_free)> exec(
+      g_key_file_get_string(file.get(), "Desktop Entry", "Exec", nullptr), g_free);
+  std::string line;
+  for (const char* letter = exec.get(); *letter != '\0'; ++letter) {
+    line += *letter;
+    if (*letter != '%') continue;
+    ++letter;
+    EXPECT_EQ(*letter, '%') << "a field code";
+  }
+  char** words = nullptr;
+  EXPECT_TRUE(g_shell_parse_argv(line.c_str(), nullptr, &words, nullptr));
+  const std::unique_ptr<char*, decltype(&g_strfreev)> owned(words, g_strfreev);
+  return {words, words + g_strv_length(words)};
+}
+
 std::string LaunchctlStand::writeAgent(const AgentDescription& description) const {
   return folder.write(description.label + ".plist", description.xml());
 }
@@ -69,10 +90,6 @@ std::filesystem::path LaunchctlStand::unit(const std::string& label) const {
 
 std::filesystem::path LaunchctlStand::entry(const std::string& label) const {
   return home() + "/.config/autostart/" + label + ".desktop";
-}
-
-std::filesystem::path LaunchctlStand::record(const std::string& label) const {
-  return home() + "/.local/state/quorvin-launchctl/" + label + ".process";
 }
 
 std::filesystem::path LaunchctlStand::log() const {

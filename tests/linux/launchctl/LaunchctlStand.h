@@ -24,6 +24,8 @@ struct AgentDescription {
 // The content of a dictionary as a whole property list.
 [[nodiscard]] std::string propertyListXml(const std::string& entries);
 [[nodiscard]] std::string contentOf(const std::filesystem::path& file);
+// What an autostart entry starts, as GLib reads it, with which desktops read these files.
+[[nodiscard]] std::vector<std::string> commandOfEntry(const std::string& text);
 
 // The real program with a home folder of its own.
 class LaunchctlStand {
@@ -38,13 +40,12 @@ class LaunchctlStand {
   [[nodiscard]] ProgramRun bootout(const std::string& file) const;
   [[nodiscard]] ProgramRun run(const std::vector<std::string>& arguments) const;
   // The variables that a run finds changed; tests add to them.
-  std::vector<std::string> environment{"HOME=" + home(),   "XDG_CONFIG_HOME=", "XDG_STATE_HOME=",
-                                       "XDG_RUNTIME_DIR=", "DISPLAY=",         "WAYLAND_DISPLAY="};
+  std::vector<std::string> environment{"HOME=" + home(),
+                                       "XDG_CONFIG_HOME=", "XDG_STATE_HOME=", "XDG_RUNTIME_DIR="};
 
   [[nodiscard]] std::string home() const { return folder.path("home"); }
   [[nodiscard]] std::filesystem::path unit(const std::string& label = agentLabel) const;
   [[nodiscard]] std::filesystem::path entry(const std::string& label = agentLabel) const;
-  [[nodiscard]] std::filesystem::path record(const std::string& label = agentLabel) const;
   // Where it writes down why it has failed.
   [[nodiscard]] std::filesystem::path log() const;
   // Every other file below the home folder.
