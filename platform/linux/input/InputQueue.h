@@ -21,7 +21,6 @@ class InputQueue {
   void forgetNews();
   void clear() { records.clear(); }
   [[nodiscard]] bool isEmpty() const { return records.empty(); }
-  [[nodiscard]] std::size_t size() const { return records.size(); }
 
  private:
   [[nodiscard]] bool hasBeyondLimit(int release) const;
