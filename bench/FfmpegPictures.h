@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "bench/PictureSource.h"
-#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/capture/PixelRegion.h"
+#include "platform/unix/FileDescriptor.h"
 #include "tests/e2e/link/HostProcess.h"
 
 namespace quorvin {

@@ -15,8 +15,8 @@
 #include <system_error>
 
 #include "launchctl/Failure.h"
-#include "launchctl/FileDescriptor.h"
 #include "launchctl/PropertyList.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin::launchctl {
 namespace {

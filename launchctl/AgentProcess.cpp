@@ -11,7 +11,7 @@
 #include <fstream>
 
 #include "launchctl/Failure.h"
-#include "launchctl/FileDescriptor.h"
+#include "platform/unix/FileDescriptor.h"
 
 extern "C" {  // glibc 2.36 does not say so itself
 #include <sys/pidfd.h>

@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "launchctl/Failure.h"
-#include "launchctl/FileDescriptor.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin::launchctl {
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "webui/Glib.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin::webui {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "webui/Glib.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin::webui {
 

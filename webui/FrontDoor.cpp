@@ -169,7 +169,7 @@ void FrontDoor::handOver(Number number) {
   setOption(guest.socket, IPPROTO_TCP, TCP_NODELAY, 1);
   guest.readable.cancel();
   const ObjectPointer<GSocket> socket(g_socket_new_from_fd(guest.socket.get(), nullptr));
-  if (socket) guest.socket.release();
+  if (socket) static_cast<void>(guest.socket.release());
   guest.address.reset(socket ? g_socket_get_remote_address(socket.get(), nullptr) : nullptr);
   const ObjectPointer<GSocketAddress> local(
       socket ? g_socket_get_local_address(socket.get(), nullptr) : nullptr);

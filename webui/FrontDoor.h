@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/unix/FileDescriptor.h"
 #include "webui/EventSource.h"
 #include "webui/Glib.h"
 

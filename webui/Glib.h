@@ -2,10 +2,8 @@
 
 #include <gio/gio.h>
 #include <glib-object.h>
-#include <unistd.h>
 
 #include <memory>
-#include <utility>
 
 namespace quorvin::webui {
 
@@ -30,29 +28,5 @@ struct BytesUnref {
   void operator()(GBytes* bytes) const { g_bytes_unref(bytes); }
 };
 using BytesPointer = std::unique_ptr<GBytes, BytesUnref>;
-
-// Owns one descriptor.
-class FileDescriptor {
- public:
-  FileDescriptor() = default;
-  explicit FileDescriptor(int number) : number(number) {}
-  FileDescriptor(FileDescriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
-  FileDescriptor& operator=(FileDescriptor&& other) noexcept {
-    std::swap(number, other.number);
-    return *this;
-  }
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-  ~FileDescriptor() { reset(); }
-
-  [[nodiscard]] int get() const { return number; }
-  int release() { return std::exchange(number, -1); }
-  void reset() {
-    if (number >= 0) close(release());
-  }
-
- private:
-  int number = -1;
-};
 
 }  // namespace quorvin::webui

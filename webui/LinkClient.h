@@ -13,8 +13,8 @@
 
 #include "platform/Data.h"
 #include "platform/flutter/LinkFrame.h"
+#include "platform/unix/FileDescriptor.h"
 #include "webui/EventSource.h"
-#include "webui/Glib.h"
 
 namespace quorvin::webui {
 

@@ -27,6 +27,7 @@
 
 namespace {
 
+using quorvin::FileDescriptor;
 using namespace quorvin::webui;
 
 constexpr const char* linkVariable = "QUORVIN_UI_FD";

@@ -21,8 +21,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/system/AccountLock.h"
+#include "platform/unix/FileDescriptor.h"
 #include "tests/linux/launchctl/RecordingSystemctl.h"
 #include "tests/linux/system/XServer.h"
 

@@ -15,8 +15,8 @@
 
 #include "platform/flutter/LinkFrame.h"
 #include "platform/flutter/StandardMethodCodec.h"
+#include "platform/unix/FileDescriptor.h"
 #include "webui/EventSource.h"
-#include "webui/Glib.h"
 
 namespace quorvin::webui {
 

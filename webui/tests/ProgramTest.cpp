@@ -14,9 +14,9 @@
 #include <utility>
 #include <vector>
 
+#include "platform/unix/FileDescriptor.h"
 #include "tests/ChildProgram.h"
 #include "tests/TemporaryFolder.h"
-#include "webui/Glib.h"
 
 namespace quorvin::webui {
 namespace {

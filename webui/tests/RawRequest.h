@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "webui/Glib.h"
+#include "platform/unix/FileDescriptor.h"
 #include "webui/tests/TestLoop.h"
 
 namespace quorvin::webui {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/FileDescriptor.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
 

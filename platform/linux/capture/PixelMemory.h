@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "platform/linux/FileDescriptor.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
 

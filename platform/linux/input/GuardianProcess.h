@@ -8,7 +8,7 @@
 #include <span>
 #include <string>
 
-#include "platform/linux/FileDescriptor.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/Error.h"
-#include "platform/linux/FileDescriptor.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <system_error>
 
-#include "platform/linux/FileDescriptor.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
 namespace {

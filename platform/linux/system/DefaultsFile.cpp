@@ -12,10 +12,10 @@
 #include <span>
 #include <string_view>
 
-#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/system/AtomicWrite.h"
 #include "platform/linux/system/PosixError.h"
 #include "platform/linux/system/TextFile.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
 namespace {

@@ -14,9 +14,9 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/system/AtomicWrite.h"
 #include "platform/linux/system/PosixError.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
 namespace {

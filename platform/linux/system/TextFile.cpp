@@ -6,7 +6,7 @@
 
 #include <cerrno>
 
-#include "platform/linux/FileDescriptor.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
 namespace {

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "platform/Flutter.h"
-#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/ui/Messenger.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
 

@@ -12,8 +12,8 @@
 #include <string_view>
 
 #include "platform/Flutter.h"
-#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/ui/UiLink.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
 

@@ -14,9 +14,9 @@
 #include "platform/Data.h"
 #include "platform/Value.h"
 #include "platform/flutter/LinkFrame.h"
-#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/ui/MainLoopSource.h"
 #include "platform/linux/ui/MessageQueue.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
 

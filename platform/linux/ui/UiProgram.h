@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/linux/FileDescriptor.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
 

@@ -13,7 +13,7 @@
 #include "platform/Data.h"
 #include "platform/Flutter.h"
 #include "platform/flutter/LinkFrame.h"
-#include "platform/linux/FileDescriptor.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
 

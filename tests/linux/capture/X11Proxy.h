@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/FileDescriptor.h"
+#include "platform/unix/FileDescriptor.h"
 #include "tests/linux/system/UnusedDisplay.h"
 
 namespace quorvin {

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/input/GuardianJournal.h"
+#include "platform/unix/FileDescriptor.h"
 #include "tests/linux/guardian/ScreenInput.h"
 
 namespace quorvin {

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "platform/flutter/LinkFrame.h"
-#include "platform/linux/FileDescriptor.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
 
