@@ -1,7 +1,6 @@
 #include "platform/linux/jpeg/FrameBufferPool.h"
 
 #include <new>
-#include <numeric>
 #include <utility>
 
 namespace quorvin {
@@ -35,13 +34,6 @@ FrameBufferPool::Buffer FrameBufferPool::take(std::size_t sizeBytes) {
 std::size_t FrameBufferPool::keptCount() {
   const std::scoped_lock lock(mutex);
   return kept.size();
-}
-
-std::size_t FrameBufferPool::keptBytes() {
-  const std::scoped_lock lock(mutex);
-  return std::accumulate(
-      kept.begin(), kept.end(), std::size_t{0},
-      [](std::size_t sum, const GrowingBytes& buffer) { return sum + buffer.capacityBytes(); });
 }
 
 GrowingBytes FrameBufferPool::takeKept(std::size_t sizeBytes) {

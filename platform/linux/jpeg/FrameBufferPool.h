@@ -30,9 +30,8 @@ class FrameBufferPool : public std::enable_shared_from_this<FrameBufferPool> {
 
   // The contents are undefined. Throws std::bad_alloc.
   [[nodiscard]] Buffer take(std::size_t sizeBytes);
-  // How much waits for its next use.
+  // How many wait for their next use.
   [[nodiscard]] std::size_t keptCount();
-  [[nodiscard]] std::size_t keptBytes();
 
  private:
   struct Lent {
