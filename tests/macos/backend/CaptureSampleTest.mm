@@ -69,6 +69,7 @@ TEST_F(CaptureSampleTest, TakesNothingButAnIntegerForAStatus) {
   EXPECT_EQ(frameStatusOf(@NO), std::nullopt);
   EXPECT_EQ(frameStatusOf(@YES), std::nullopt);
   EXPECT_EQ(frameStatusOf(@0.5), std::nullopt);
+  EXPECT_EQ(frameStatusOf([NSNumber numberWithUnsignedLongLong:UINT64_MAX]), std::nullopt);
   EXPECT_EQ(frameStatusOf(@(std::numeric_limits<double>::quiet_NaN())), std::nullopt);
 }
 

@@ -99,6 +99,18 @@ TEST_F(NotificationsTest, HearsEverybodyWithoutASender) {
   EXPECT_EQ(told, 2);
 }
 
+TEST_F(NotificationsTest, HearsOnTheMainThreadWhatIsPostedElsewhere) {
+  observe(Notification::applicationDidHide, nullptr);
+  standin::onSystemThread([] {
+    @autoreleasepool {
+      [NSNotificationCenter.defaultCenter postNotificationName:NSApplicationDidHideNotification
+                                                        object:nil];
+    }
+  });
+  standin::settle();
+  EXPECT_EQ(told, 1);
+}
+
 TEST_F(NotificationsTest, HearsNothingAfterItsRemoval) {
   observe(Notification::applicationDidHide, nullptr);
   center.removeObserver(observers.back());

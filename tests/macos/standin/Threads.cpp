@@ -80,7 +80,7 @@ void resetThreads() {
   releaseHeldQueues();
   settle();
   if (const auto count = virtualClock().alarmCount(); count > 0) {
-    violation(std::to_string(count) + " timers or delayed tasks outlived the test");
+    violation(std::to_string(count) + " timers outlived the test");
   }
   virtualClock().reset();
   reportLeftOverQueues();

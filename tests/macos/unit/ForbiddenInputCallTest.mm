@@ -22,7 +22,7 @@ using testing::SizeIs;
 
 constexpr auto nowhere = std::numeric_limits<double>::infinity();
 
-class CGEventTest : public StandInTest {
+class ForbiddenInputCall : public StandInTest {
  protected:
   void TearDown() override {
     resetCoreGraphics();
@@ -44,81 +44,7 @@ class CGEventTest : public StandInTest {
   }
 };
 
-TEST_F(CGEventTest, KeepsWhatIsPosted) {
-  for (auto* event : {mouseEvent(), keyEvent(), scrollEvent(2)}) {
-    CGEventPost(kCGSessionEventTap, event);
-    CFRelease(event);
-  }
-  std::vector<EventContent> posted;
-  for (const auto& event : takePostedEvents()) {
-    posted.push_back(event.content);
-    EXPECT_THAT(event.fields, IsEmpty());
-    EXPECT_EQ(event.flags, std::nullopt);
-    EXPECT_EQ(event.source, std::nullopt);
-    EXPECT_EQ(event.tap, kCGSessionEventTap);
-  }
-  EXPECT_EQ(posted, contents());
-  EXPECT_THAT(takePostedEvents(), IsEmpty());
-}
-
-TEST_F(CGEventTest, KeepsAnEventAsItStandsWhenItIsPosted) {
-  CGEventSourceRef source = CGEventSourceCreate(kCGEventSourceStateCombinedSessionState);
-  CGEventRef event = mouseEvent(source);
-  CFRelease(source);
-  CGEventSetIntegerValueField(event, kCGMouseEventClickState, 1);
-  CGEventSetFlags(event, kCGEventFlagMaskShift);
-  CGEventPost(kCGSessionEventTap, event);
-  CGEventSetIntegerValueField(event, kCGMouseEventClickState, 2);
-  CGEventSetFlags(event, CGEventFlags{});
-  CGEventPost(kCGSessionEventTap, event);
-  CFRelease(event);
-  const PostedEvent first{.content = contents()[0],
-                          .fields = {{kCGMouseEventClickState, 1}},
-                          .flags = kCGEventFlagMaskShift};
-  PostedEvent second = first;
-  second.fields = {{kCGMouseEventClickState, 2}};
-  second.flags = CGEventFlags{};
-  EXPECT_THAT(takePostedEvents(), ElementsAre(first, second));
-}
-
-TEST_F(CGEventTest, WritesCallsDownWithTheirArguments) {
-  CGEventSourceRef source = CGEventSourceCreate(kCGEventSourceStateCombinedSessionState);
-  CGEventRef event = mouseEvent(source);
-  CGEventSetFlags(event, kCGEventFlagMaskCommand);
-  CGEventSetIntegerValueField(event, kCGMouseEventClickState, 3);
-  CGEventPost(kCGSessionEventTap, event);
-  CFRelease(scrollEvent(2));
-  CFRelease(keyEvent());
-  CFRelease(event);
-  CFRelease(source);
-  EXPECT_THAT(
-      calls(),
-      ElementsAre(
-          Call{"CGEventSourceCreate", {"0"}, "", true},
-          Call{"CGEventCreateMouseEvent", {"source", "1", "(1.5, -2)", "0"}, "", true},
-          Call{"CGEventSetFlags", {"event", "0x100000"}, "", true},
-          Call{"CGEventSetIntegerValueField", {"event", "1", "3"}, "", true},
-          Call{"CGEventPost", {"1", "event"}, "", true},
-          Call{"CGEventCreateScrollWheelEvent2", {"NULL", "0", "2", "3", "-4", "0"}, "", true},
-          Call{"CGEventCreateKeyboardEvent", {"NULL", "12", "true"}, "", true}));
-}
-
-TEST_F(CGEventTest, MakesNothingWhenTheTestSaysSo) {
-  failNext(EventCreation::source);
-  failNext(EventCreation::mouse);
-  failNext(EventCreation::keyboard, 2);
-  failNext(EventCreation::scrollWheel);
-  EXPECT_EQ(CGEventSourceCreate(kCGEventSourceStateCombinedSessionState), nullptr);
-  EXPECT_EQ(mouseEvent(), nullptr);
-  EXPECT_EQ(keyEvent(), nullptr);
-  EXPECT_EQ(keyEvent(), nullptr);
-  EXPECT_EQ(scrollEvent(2), nullptr);
-  CGEventRef event = keyEvent();
-  EXPECT_NE(event, nullptr);
-  CFRelease(event);
-}
-
-TEST_F(CGEventTest, CountsWhatIsAlive) {
+TEST_F(ForbiddenInputCall, CountsWhatIsAlive) {
   CGEventSourceRef source = CGEventSourceCreate(kCGEventSourceStateCombinedSessionState);
   CGEventRef event = mouseEvent(source);
   EXPECT_EQ(liveEventObjects(), 2U);
@@ -127,19 +53,7 @@ TEST_F(CGEventTest, CountsWhatIsAlive) {
   CFRelease(event);
 }
 
-TEST_F(CGEventTest, ForgetsEverythingWithAReset) {
-  CGEventRef event = keyEvent();
-  CGEventPost(kCGSessionEventTap, event);
-  CFRelease(event);
-  failNext(EventCreation::keyboard);
-  resetCoreGraphics();
-  EXPECT_THAT(takePostedEvents(), IsEmpty());
-  event = keyEvent();
-  EXPECT_NE(event, nullptr);
-  CFRelease(event);
-}
-
-TEST_F(CGEventTest, WantsTheMainThread) {
+TEST_F(ForbiddenInputCall, WantsTheMainThread) {
   onSystemThread([] {
     CGEventSourceRef source = CGEventSourceCreate(kCGEventSourceStateCombinedSessionState);
     CGEventRef event = mouseEvent(source);
@@ -155,7 +69,7 @@ TEST_F(CGEventTest, WantsTheMainThread) {
   EXPECT_THAT(takeViolations(), SizeIs(7));
 }
 
-TEST_F(CGEventTest, MindsAnEventThatDoesNotExist) {
+TEST_F(ForbiddenInputCall, MindsAnEventThatDoesNotExist) {
   CGEventRef event = mouseEvent();
   CFRelease(event);
   for (auto* none : {event, CGEventRef(nullptr)}) {
@@ -167,14 +81,14 @@ TEST_F(CGEventTest, MindsAnEventThatDoesNotExist) {
   EXPECT_THAT(takePostedEvents(), IsEmpty());
 }
 
-TEST_F(CGEventTest, MindsASourceThatWasReleased) {
+TEST_F(ForbiddenInputCall, MindsASourceThatWasReleased) {
   CGEventSourceRef source = CGEventSourceCreate(kCGEventSourceStateCombinedSessionState);
   CFRelease(source);
   EXPECT_EQ(mouseEvent(source), nullptr);
   EXPECT_THAT(takeViolations(), ElementsAre(HasSubstr("no CGEventSource, or was released")));
 }
 
-TEST_F(CGEventTest, MindsNumbersThatMeanNothing) {
+TEST_F(ForbiddenInputCall, MindsNumbersThatMeanNothing) {
   EXPECT_EQ(CGEventSourceCreate(CGEventSourceStateID{7}), nullptr);
   EXPECT_THAT(takeViolations(), ElementsAre(EndsWith("unknown state")));
   EXPECT_EQ(CGEventCreateMouseEvent(nullptr, CGEventType{10}, {0, 0}, kCGMouseButtonLeft), nullptr);
@@ -189,7 +103,7 @@ TEST_F(CGEventTest, MindsNumbersThatMeanNothing) {
   EXPECT_THAT(takeViolations(), ElementsAre(EndsWith("unknown units")));
 }
 
-TEST_F(CGEventTest, MindsWheelsThatTheEventDoesNotHave) {
+TEST_F(ForbiddenInputCall, MindsWheelsThatTheEventDoesNotHave) {
   EXPECT_EQ(scrollEvent(1), nullptr);
   EXPECT_THAT(takeViolations(), ElementsAre(EndsWith("a wheel beyond the count turns")));
   for (const auto count : {0U, 4U}) EXPECT_EQ(scrollEvent(count), nullptr);
@@ -199,7 +113,7 @@ TEST_F(CGEventTest, MindsWheelsThatTheEventDoesNotHave) {
   CFRelease(event);
 }
 
-TEST_F(CGEventTest, MindsFieldsFlagsAndTapsThatItDoesNotKnow) {
+TEST_F(ForbiddenInputCall, MindsFieldsFlagsAndTapsThatItDoesNotKnow) {
   CGEventRef event = mouseEvent();
   CGEventSetIntegerValueField(event, CGEventField{200}, 1);
   CGEventSetFlags(event, CGEventFlags{1});
@@ -210,14 +124,14 @@ TEST_F(CGEventTest, MindsFieldsFlagsAndTapsThatItDoesNotKnow) {
   EXPECT_THAT(takePostedEvents(), IsEmpty());
 }
 
-TEST_F(CGEventTest, MindsClicksOfWhatCannotClick) {
+TEST_F(ForbiddenInputCall, MindsClicksOfWhatCannotClick) {
   CGEventRef event = keyEvent();
   CGEventSetIntegerValueField(event, kCGMouseEventClickState, 1);
   CFRelease(event);
   EXPECT_THAT(takeViolations(), ElementsAre(EndsWith("an event without clicks")));
 }
 
-TEST_F(CGEventTest, SaysWhatAnEventIs) {
+TEST_F(ForbiddenInputCall, SaysWhatAnEventIs) {
   PostedEvent event{.content = contents()[0],
                     .fields = {{kCGMouseEventClickState, 2}},
                     .flags = kCGEventFlagMaskShift};
