@@ -48,13 +48,6 @@ TEST_F(UserDefaultsTest, ReadsAfreshAtEveryCall) {
   EXPECT_EQ(stringOf(@"two"), "two");
 }
 
-TEST_F(UserDefaultsTest, ReadsTheApplicationsOwnDomainOnly) {
-  standin::presetUserDefault("key", @"elsewhere", "com.example.other");
-  @autoreleasepool {
-    EXPECT_EQ(defaults.stringForKey("key"), std::nullopt);
-  }
-}
-
 TEST_F(UserDefaultsTest, StoresAndRemoves) {
   @autoreleasepool {
     defaults.setBool(true, "on");

@@ -50,19 +50,6 @@ struct InstanceVariableList {
   InstanceVariable variables[1];
 };
 
-struct ProtocolList;
-
-struct Protocol {
-  Class* isa;
-  const char* name;
-  const ProtocolList* protocols;
-};
-
-struct ProtocolList {
-  std::intptr_t count;
-  const Protocol* protocols[1];
-};
-
 struct ClassDescription {
   static constexpr std::uint32_t metaFlag = 1;
 
@@ -73,7 +60,7 @@ struct ClassDescription {
   const std::uint8_t* strongLayout;
   const char* name;
   const MethodList* methods;
-  const ProtocolList* protocols;
+  const void* protocols;
   const InstanceVariableList* variables;
   const std::uint8_t* weakLayout;
   const void* properties;
@@ -99,7 +86,7 @@ struct Category {
   Class* extended;
   const MethodList* instanceMethods;
   const MethodList* classMethods;
-  const ProtocolList* protocols;
+  const void* protocols;
 };
 
 // The receiver of a message to super: the object, and the class in whose method it is sent.

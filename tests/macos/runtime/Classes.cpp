@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <mutex>
 #include <unordered_set>
 
@@ -19,16 +18,6 @@ std::unordered_map<std::string, Class*>& classesByName() {
 std::vector<Class*>& classes() {
   static auto& list = *new std::vector<Class*>;
   return list;
-}
-
-bool mentions(const ProtocolList* list, const char* name) {
-  if (list == nullptr) return false;
-  for (std::intptr_t index = 0; index < list->count; ++index) {
-    const auto* protocol = list->protocols[index];
-    // A protocol is emitted by every source that names it, so the name decides.
-    if (std::strcmp(protocol->name, name) == 0 || mentions(protocol->protocols, name)) return true;
-  }
-  return false;
 }
 
 }  // namespace
@@ -58,15 +47,6 @@ const std::vector<Class*>& allClasses() {
 bool inherits(const Class* aClass, const Class* ancestor) {
   while (aClass != nullptr && aClass != ancestor) aClass = aClass->superclass;
   return aClass != nullptr;
-}
-
-bool conforms(const Class* aClass, const Protocol* protocol) {
-  for (; aClass != nullptr; aClass = aClass->superclass) {
-    for (const auto* list : aClass->loaded->protocols) {
-      if (mentions(list, protocol->name)) return true;
-    }
-  }
-  return false;
 }
 
 void fatal(const char* text, const char* name) {

@@ -23,7 +23,6 @@ enum class Counting {
 struct LoadedClass {
   // Own and inherited methods, categories included.
   std::unordered_map<Selector, const Method*> methods;
-  std::vector<const ProtocolList*> protocols;  // own ones
   // What builds and destroys instance variables of C++ and reference types; own ones only.
   Implementation constructVariables = nullptr;
   Implementation destructVariables = nullptr;
@@ -40,7 +39,6 @@ Selector registerSelector(const char* name);
 void addClass(Class* aClass);  // while loading
 
 [[nodiscard]] bool inherits(const Class* aClass, const Class* ancestor);
-[[nodiscard]] bool conforms(const Class* aClass, const Protocol* protocol);
 
 [[nodiscard]] inline const char* nameOf(const Class* aClass) {
   return aClass->description->name;

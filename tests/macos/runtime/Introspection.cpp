@@ -1,5 +1,3 @@
-#include <cstddef>
-
 #include "tests/macos/runtime/Classes.h"
 
 // What <objc/runtime.h> tells about classes and selectors, and the shortcuts that the compiler
@@ -11,14 +9,6 @@ const char* sel_getName(objc::Selector selector) {
   return selector;
 }
 
-objc::Selector sel_registerName(const char* name) {
-  return objc::registerSelector(name);
-}
-
-bool sel_isEqual(objc::Selector left, objc::Selector right) {
-  return left == right;
-}
-
 const char* class_getName(const objc::Class* aClass) {
   return aClass == nullptr ? "nil" : objc::nameOf(aClass);
 }
@@ -27,20 +17,12 @@ objc::Class* class_getSuperclass(const objc::Class* aClass) {
   return aClass == nullptr ? nullptr : aClass->superclass;
 }
 
-std::size_t class_getInstanceSize(const objc::Class* aClass) {
-  return aClass == nullptr ? 0 : aClass->description->instanceSize;
-}
-
 bool class_isMetaClass(const objc::Class* aClass) {
   return aClass != nullptr && aClass->isMeta();
 }
 
 bool class_respondsToSelector(const objc::Class* aClass, objc::Selector selector) {
   return aClass != nullptr && objc::findMethod(aClass, selector) != nullptr;
-}
-
-bool class_conformsToProtocol(const objc::Class* aClass, const objc::Protocol* protocol) {
-  return aClass != nullptr && protocol != nullptr && objc::conforms(aClass, protocol);
 }
 
 objc::Class* objc_getClass(const char* name) {

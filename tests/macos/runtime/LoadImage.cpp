@@ -72,10 +72,6 @@ void addMethods(const Class& aClass, const MethodList* list) {
   }
 }
 
-void addProtocols(const Class& aClass, const ProtocolList* list) {
-  if (list != nullptr) aClass.loaded->protocols.push_back(list);
-}
-
 // A constant-time mark would need a bit in the ABI's structures; the few special classes are known
 // by name instead, and their subclasses follow them.
 Counting ownCounting(const Class& aClass) {
@@ -92,7 +88,6 @@ void loadOwnPart(Class& aClass) {
   aClass.loaded = new LoadedClass;
   aClass.loaded->counting = ownCounting(aClass);
   addMethods(aClass, aClass.description->methods);
-  addProtocols(aClass, aClass.description->protocols);
 }
 
 void inheritMethods(const Class& aClass) {
@@ -118,7 +113,6 @@ class Inheritance {
 void attach(const Category& category) {
   addMethods(*category.extended, category.instanceMethods);
   addMethods(*category.extended->isa, category.classMethods);
-  addProtocols(*category.extended, category.protocols);
 }
 
 // Before the constructors of ordinary objects, which may send messages already.

@@ -96,7 +96,6 @@ void object_dispose(objc::Object* object) {
     objc::fatal("dealloc of an object that is still referenced", objc::nameOf(object->isa));
   }
   objc::destructVariables(object);
-  objc::removeAssociations(object);
   objc::countInstance(object->isa, -1);
   header.state = 0;
   std::free(&header);
@@ -136,18 +135,9 @@ void objc_release(objc::Object* object) {
   }
 }
 
-std::size_t objc_retainCount(objc::Object* object) {
-  if (objc::countingOf(object) != objc::Counting::counted) return 1;
-  return static_cast<std::size_t>(objc::headerOf(object, "retainCount").references.load());
-}
-
 objc::Object* objc_alloc(objc::Class* aClass) {
   static const auto alloc = objc::registerSelector("alloc");
   return objc::send(reinterpret_cast<objc::Object*>(aClass), alloc);
-}
-
-objc::Object* objc_allocWithZone(objc::Class* aClass) {
-  return objc_alloc(aClass);
 }
 
 objc::Object* objc_alloc_init(objc::Class* aClass) {

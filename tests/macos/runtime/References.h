@@ -34,9 +34,8 @@ void setImmortal(Object* object);
 [[nodiscard]] bool tryRetain(Object* object);
 [[nodiscard]] bool isDeallocating(Object* object);
 
-// Parts of deallocation that lie elsewhere.
+// A part of deallocation that lies elsewhere.
 void clearWeakReferences(Object* object);
-void removeAssociations(Object* object);
 
 }  // namespace objc
 
@@ -47,7 +46,6 @@ objc::Object* objc_autorelease(objc::Object* object);
 objc::Object* objc_autoreleaseReturnValue(objc::Object* object);
 objc::Object* class_createInstance(objc::Class* aClass, std::size_t extraBytes);
 void object_dispose(objc::Object* object);
-std::size_t objc_retainCount(objc::Object* object);
 void* _Block_copy(const void* block);
 void _Block_release(const void* block);
 }

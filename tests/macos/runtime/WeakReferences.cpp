@@ -106,10 +106,6 @@ objc::Object* objc_loadWeakRetained(objc::Object** variable) {
   }
 }
 
-objc::Object* objc_loadWeak(objc::Object** variable) {
-  return objc_autorelease(objc_loadWeakRetained(variable));
-}
-
 void objc_copyWeak(objc::Object** destination, objc::Object** source) {
   auto* object = objc_loadWeakRetained(source);
   objc_initWeak(destination, object);

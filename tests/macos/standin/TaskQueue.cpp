@@ -72,28 +72,17 @@ void setHeld(const std::string& label, bool shallHold) {
 
 }  // namespace
 
-TaskQueue::TaskQueue(std::string label, unsigned qos, QueueKind kind)
-    : label(std::move(label)), qos(qos), kind(kind) {}
-
-TaskQueue::~TaskQueue() {
-  for (const auto& [key, specific] : specifics) {
-    if (specific.destructor != nullptr) specific.destructor(specific.value);
-  }
-}
+TaskQueue::TaskQueue(std::string label, QueueKind kind) : label(std::move(label)), kind(kind) {}
 
 void TaskQueue::async(Work work) {
-  add({std::move(work), nullptr});
-}
-
-void TaskQueue::add(Entry entry) {
   {
     const std::lock_guard guard(mutex);
     if (kind != QueueKind::main && !isHeld) workload().begin();
     if (kind == QueueKind::concurrent && !isHeld) {
-      startThread(std::move(entry));
+      startThread(std::move(work));
       return;
     }
-    waiting.push_back(std::move(entry));
+    waiting.push_back(std::move(work));
     if (isHeld) keptByTasks = shared_from_this();
     if (kind == QueueKind::serial && !isHeld) start();
   }
@@ -105,98 +94,31 @@ void TaskQueue::start() {
   std::thread([self = shared_from_this()] { self->drain(); }).detach();
 }
 
-void TaskQueue::startThread(Entry entry) {
-  std::thread([self = shared_from_this(), task = std::move(entry)]() mutable {
+void TaskQueue::startThread(Work work) {
+  std::thread([self = shared_from_this(), task = std::move(work)]() mutable {
     const InsideQueue inside(*self);
-    runInPool(std::move(task.work));
+    runInPool(std::move(task));
     workload().end();
   }).detach();
 }
 
-bool TaskQueue::takeNext(Entry& entry) {
+bool TaskQueue::takeNext(Work& work) {
   const std::lock_guard guard(mutex);
   if (waiting.empty() || isHeld) {
     isRunning = false;
     return false;
   }
-  entry = std::move(waiting.front());
+  work = std::move(waiting.front());
   waiting.pop_front();
   return true;
 }
 
 void TaskQueue::drain() {
   const InsideQueue inside(*this);
-  for (Entry entry; takeNext(entry);) {
-    if (entry.turn) {
-      // The queue now belongs to the thread that waits for its turn.
-      const std::lock_guard guard(entry.turn->mutex);
-      entry.turn->isGranted = true;
-      entry.turn->granted.notify_one();
-      return;
-    }
-    runInPool(std::move(entry.work));
+  for (Work work; takeNext(work);) {
+    runInPool(std::move(work));
     workload().end();
   }
-}
-
-std::shared_ptr<TaskQueue::Turn> TaskQueue::requestTurn() {
-  const std::lock_guard guard(mutex);
-  workload().begin();
-  if (!isRunning && waiting.empty() && !isHeld) {
-    isRunning = true;
-    return nullptr;
-  }
-  auto turn = std::make_shared<Turn>();
-  if (isHeld) workload().end();
-  waiting.push_back({nullptr, turn});
-  return turn;
-}
-
-void TaskQueue::finishTurn() {
-  {
-    const std::lock_guard guard(mutex);
-    isRunning = false;
-    if (!waiting.empty() && !isHeld) start();
-  }
-  workload().end();
-}
-
-void TaskQueue::sync(const Work& work) {
-  if (kind == QueueKind::serial && isInside(*this)) {
-    violation("dispatch_sync was called on the queue that it waits for: " + label);
-    return;
-  }
-  if (kind == QueueKind::main) {
-    syncOnMain(work);
-    return;
-  }
-  if (kind == QueueKind::serial) {
-    if (const auto turn = requestTurn()) {
-      std::unique_lock lock(turn->mutex);
-      turn->granted.wait(lock, [&turn] { return turn->isGranted; });
-    }
-  }
-  {
-    const InsideQueue inside(*this);
-    work();
-  }
-  if (kind == QueueKind::serial) finishTurn();
-}
-
-void TaskQueue::syncOnMain(const Work& work) {
-  if (isMainThread()) {
-    violation("dispatch_sync was called on the queue that it waits for: " + label);
-    return;
-  }
-  auto turn = std::make_shared<Turn>();
-  async([&work, turn] {
-    work();
-    const std::lock_guard guard(turn->mutex);
-    turn->isGranted = true;
-    turn->granted.notify_one();
-  });
-  std::unique_lock lock(turn->mutex);
-  turn->granted.wait(lock, [&turn] { return turn->isGranted; });
 }
 
 void TaskQueue::setHeld(bool shallHold) {
@@ -223,10 +145,10 @@ void TaskQueue::setHeld(bool shallHold) {
 }
 
 bool TaskQueue::runOne() {
-  Entry entry;
-  if (!takeNext(entry)) return false;
+  Work work;
+  if (!takeNext(work)) return false;
   const InsideQueue inside(*this);
-  runInPool(std::move(entry.work));
+  runInPool(std::move(work));
   return true;
 }
 
@@ -235,20 +157,19 @@ bool TaskQueue::hasReadyTask() {
   return !waiting.empty() && !isHeld;
 }
 
-void TaskQueue::setSpecific(const void* key, void* value, Destructor destructor) {
+void TaskQueue::setSpecific(const void* key, void* value) {
   const std::lock_guard guard(specificMutex);
-  const auto old = std::exchange(specifics[key], {value, destructor});
-  if (old.destructor != nullptr) old.destructor(old.value);
+  specifics[key] = value;
 }
 
 void* TaskQueue::specific(const void* key) {
   const std::lock_guard guard(specificMutex);
   const auto found = specifics.find(key);
-  return found == specifics.end() ? nullptr : found->second.value;
+  return found == specifics.end() ? nullptr : found->second;
 }
 
-std::shared_ptr<TaskQueue> makeQueue(std::string label, unsigned qos, QueueKind kind) {
-  auto queue = std::make_shared<TaskQueue>(std::move(label), qos, kind);
+std::shared_ptr<TaskQueue> makeQueue(std::string label, QueueKind kind) {
+  auto queue = std::make_shared<TaskQueue>(std::move(label), kind);
   const std::lock_guard guard(registry().mutex);
   registry().queues.push_back(queue);
   if (registry().heldLabels.contains(queue->label)) queue->setHeld(true);
@@ -256,8 +177,7 @@ std::shared_ptr<TaskQueue> makeQueue(std::string label, unsigned qos, QueueKind 
 }
 
 const std::shared_ptr<TaskQueue>& mainQueue() {
-  static auto& queue =
-      *new std::shared_ptr<TaskQueue>(makeQueue(mainQueueLabel, 0x21, QueueKind::main));
+  static auto& queue = *new std::shared_ptr<TaskQueue>(makeQueue(mainQueueLabel, QueueKind::main));
   return queue;
 }
 
@@ -265,10 +185,6 @@ TaskQueue* currentQueue() {
   const auto& queues = queuesOfThisThread();
   if (!queues.empty()) return queues.back();
   return isMainThread() ? mainQueue().get() : nullptr;
-}
-
-bool isInside(const TaskQueue& queue) {
-  return std::ranges::find(queuesOfThisThread(), &queue) != queuesOfThisThread().end();
 }
 
 void runInPool(Work work) {

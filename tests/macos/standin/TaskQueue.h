@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <map>
@@ -25,19 +24,14 @@ inline constexpr auto mainQueueLabel = "com.apple.main-thread";
 // code under test keeps apart.
 class TaskQueue : public std::enable_shared_from_this<TaskQueue> {
  public:
-  TaskQueue(std::string label, unsigned qos, QueueKind kind);
+  TaskQueue(std::string label, QueueKind kind);
   TaskQueue(const TaskQueue&) = delete;
   TaskQueue& operator=(const TaskQueue&) = delete;
-  ~TaskQueue();
 
   const std::string label;
-  const unsigned qos;
   const QueueKind kind;
 
   void async(Work work);
-  // Runs the work on the calling thread, with the queue to itself; the main queue's work runs on
-  // the main thread.
-  void sync(const Work& work);
 
   // A queue object of the code under test stands for this queue. Tasks still run after it has gone.
   void setOwned(bool shallOwn) { owned = shallOwn; }
@@ -50,54 +44,32 @@ class TaskQueue : public std::enable_shared_from_this<TaskQueue> {
   bool runOne();
   [[nodiscard]] bool hasReadyTask();
 
-  using Destructor = void (*)(void*);
-  void setSpecific(const void* key, void* value, Destructor destructor);
+  void setSpecific(const void* key, void* value);
   [[nodiscard]] void* specific(const void* key);
 
  private:
-  // A thread that waits in sync() for its turn.
-  struct Turn {
-    std::mutex mutex;
-    std::condition_variable granted;
-    bool isGranted = false;
-  };
-  struct Entry {
-    Work work;
-    std::shared_ptr<Turn> turn;
-  };
-  struct Specific {
-    void* value = nullptr;
-    Destructor destructor = nullptr;
-  };
-
-  void add(Entry entry);
   void start();
   void drain();
-  void startThread(Entry entry);
-  bool takeNext(Entry& entry);
-  std::shared_ptr<Turn> requestTurn();
-  void finishTurn();
-  void syncOnMain(const Work& work);
+  void startThread(Work work);
+  bool takeNext(Work& work);
 
   std::mutex mutex;
-  std::deque<Entry> waiting;
+  std::deque<Work> waiting;
   bool isRunning = false;
   bool isHeld = false;
   std::shared_ptr<TaskQueue> keptByTasks;  // this queue, while it is held and has tasks
   std::atomic<bool> owned = false;
 
   std::mutex specificMutex;
-  std::map<const void*, Specific> specifics;
+  std::map<const void*, void*> specifics;
 };
 
 // Makes a queue that hold() can find.
-std::shared_ptr<TaskQueue> makeQueue(std::string label, unsigned qos, QueueKind kind);
+std::shared_ptr<TaskQueue> makeQueue(std::string label, QueueKind kind);
 const std::shared_ptr<TaskQueue>& mainQueue();
 // The queue whose task runs on this thread, the innermost one; the main queue on the main thread
 // outside any task; none elsewhere.
 [[nodiscard]] TaskQueue* currentQueue();
-// True while this thread runs a task of the queue, also further out.
-[[nodiscard]] bool isInside(const TaskQueue& queue);
 
 // Runs the work in an autorelease pool of its own, and ends what it holds.
 void runInPool(Work work);

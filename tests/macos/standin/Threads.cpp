@@ -47,14 +47,6 @@ void settle() {
   } while (waitForMainTask());
 }
 
-void runMainUntil(const std::function<bool()>& done, const std::function<void()>& whenIdle) {
-  requireMainThread("runMainUntil");
-  while (!done()) {
-    if (mainQueue()->runOne()) continue;
-    if (!waitForMainTask()) whenIdle();
-  }
-}
-
 void advance(std::uint64_t nanoseconds) {
   const auto end = uptime() + nanoseconds;
   settle();

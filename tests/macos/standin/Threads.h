@@ -25,11 +25,6 @@ void advance(std::uint64_t nanoseconds);
 // Nanoseconds of the virtual clock.
 [[nodiscard]] std::uint64_t uptime();
 
-// Main thread. Runs the main queue's tasks as an application's run loop does, until `done` says so
-// after one of them. `whenIdle` runs each time nothing waits or runs anywhere: the next step of
-// a test that goes on inside the loop. It may settle and advance, and must lead to an end.
-void runMainUntil(const std::function<bool()>& done, const std::function<void()>& whenIdle);
-
 // Holds back the tasks of every queue with this label until it is resumed, so that a test can
 // choose an order. settle() does not wait for a held queue.
 void hold(const std::string& label);

@@ -23,67 +23,38 @@ void TimerSource::setEventHandler(Work handler) {
   if (!isEnded) eventHandler = std::make_shared<const Work>(std::move(handler));
 }
 
-void TimerSource::setCancelHandler(Work handler) {
-  const Lock lock(mutex);
-  if (!isEnded) cancelHandler = std::make_shared<const Work>(std::move(handler));
-}
-
 void TimerSource::resume() {
   const Lock lock(mutex);
-  if (suspensions == 0) {
+  if (std::exchange(isResumed, true)) {
     violation("BUG IN CLIENT OF LIBDISPATCH: Over-resume of an object");
     return;
   }
-  wasActivated = true;
-  if (--suspensions > 0) return;
   if (isEnded) {
     enqueueCancellation(lock);
     return;
   }
-  if (pendingFires > 0) enqueue(lock);
   arm(lock);
-}
-
-void TimerSource::suspend() {
-  const Lock lock(mutex);
-  ++suspensions;
-  disarm(lock);
 }
 
 void TimerSource::cancel() {
   const Lock lock(mutex);
   if (std::exchange(isEnded, true)) return;
   disarm(lock);
-  if (suspensions == 0) enqueueCancellation(lock);
-}
-
-bool TimerSource::isCancelled() {
-  const Lock lock(mutex);
-  return isEnded;
-}
-
-std::uint64_t TimerSource::data() {
-  const Lock lock(mutex);
-  return handledFires;
+  if (isResumed) enqueueCancellation(lock);
 }
 
 void TimerSource::abandon() {
-  std::shared_ptr<const Work> dropped[2];
+  std::shared_ptr<const Work> dropped;
   const Lock lock(mutex);
-  if (!wasActivated) {
-    violation("BUG IN CLIENT OF LIBDISPATCH: Release of an inactive object");
-  } else if (suspensions > 0) {
-    violation("BUG IN CLIENT OF LIBDISPATCH: Release of a suspended object");
-  }
+  if (!isResumed) violation("BUG IN CLIENT OF LIBDISPATCH: Release of an inactive object");
   disarm(lock);
-  if (isEnded && suspensions == 0) return;  // the cancellation drops the handlers, on the queue
+  if (isEnded && isResumed) return;  // the cancellation drops the handler, on the queue
   isEnded = true;
-  dropped[0] = std::exchange(eventHandler, nullptr);
-  dropped[1] = std::exchange(cancelHandler, nullptr);
+  dropped = std::exchange(eventHandler, nullptr);
 }
 
 void TimerSource::arm(const Lock& lock) {
-  if (suspensions > 0 || isEnded || !due) return;
+  if (!isResumed || isEnded || !due) return;
   if (*due <= virtualClock().now()) fall(lock);
   if (!due) return;
   alarm = virtualClock().addAlarm(*due, [weak = weak_from_this()] {
@@ -128,23 +99,17 @@ void TimerSource::handle() {
   {
     const Lock lock(mutex);
     isEnqueued = false;
-    if (suspensions > 0 || isEnded || pendingFires == 0) return;
-    handledFires = std::exchange(pendingFires, 0);
+    if (isEnded || std::exchange(pendingFires, 0) == 0) return;
     handler = eventHandler;
   }
   if (handler) (*handler)();
 }
 
-// Runs on the queue, so that what the handlers hold ends there.
+// Runs on the queue, so that what the handler holds ends there.
 void TimerSource::handleCancellation() {
   std::shared_ptr<const Work> dropped;
-  std::shared_ptr<const Work> handler;
-  {
-    const Lock lock(mutex);
-    dropped = std::exchange(eventHandler, nullptr);
-    handler = std::exchange(cancelHandler, nullptr);
-  }
-  if (handler) (*handler)();
+  const Lock lock(mutex);
+  dropped = std::exchange(eventHandler, nullptr);
 }
 
 }  // namespace standin

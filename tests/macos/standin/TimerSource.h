@@ -20,14 +20,9 @@ class TimerSource : public std::enable_shared_from_this<TimerSource> {
   // Nanoseconds; no start never fires. Takes back fires that have not been handled yet.
   void setTimer(std::optional<std::uint64_t> start, std::uint64_t interval);
   void setEventHandler(Work handler);
-  void setCancelHandler(Work handler);
 
   void resume();
-  void suspend();
   void cancel();
-  [[nodiscard]] bool isCancelled();
-  // How many fires the running handler stands for.
-  [[nodiscard]] std::uint64_t data();
 
   // The last reference to the source is gone.
   void abandon();
@@ -51,13 +46,10 @@ class TimerSource : public std::enable_shared_from_this<TimerSource> {
   std::uint64_t interval = once;
   std::optional<VirtualClock::AlarmId> alarm;
   std::uint64_t pendingFires = 0;
-  std::uint64_t handledFires = 0;
-  int suspensions = 1;
-  bool wasActivated = false;
+  bool isResumed = false;
   bool isEnqueued = false;
   bool isEnded = false;
   std::shared_ptr<const Work> eventHandler;
-  std::shared_ptr<const Work> cancelHandler;
 };
 
 }  // namespace standin

@@ -8,17 +8,9 @@ NS_ASSUME_NONNULL_BEGIN
 
 @class NSApplication, NSWindow;
 
-typedef NS_ENUM(NSUInteger, NSApplicationTerminateReply) {
-  NSTerminateCancel = 0,
-  NSTerminateNow = 1,
-  NSTerminateLater = 2,
-};
-
 @protocol NSApplicationDelegate <NSObject>
 @optional
-- (void)applicationWillFinishLaunching:(NSNotification*)notification;
 - (void)applicationDidFinishLaunching:(NSNotification*)notification;
-- (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication*)sender;
 - (BOOL)applicationShouldTerminateAfterLastWindowClosed:(NSApplication*)sender;
 - (BOOL)applicationSupportsSecureRestorableState:(NSApplication*)app;
 @end

@@ -107,29 +107,21 @@ __kindof NSApplication* NSApp = nil;
 
 - (void)standInFinishLaunching {
   @autoreleasepool {
-    [self standInTell:@selector(applicationWillFinishLaunching:)
-               ofName:NSApplicationWillFinishLaunchingNotification];
+    post(NSApplicationWillFinishLaunchingNotification, self);
     [self standInAskAboutRestorableState];
-    [self standInTell:@selector(applicationDidFinishLaunching:)
-               ofName:NSApplicationDidFinishLaunchingNotification];
+    NSNotification* launched =
+        [NSNotification notificationWithName:NSApplicationDidFinishLaunchingNotification
+                                      object:self];
+    if ([self.delegate respondsToSelector:@selector(applicationDidFinishLaunching:)]) {
+      [self.delegate applicationDidFinishLaunching:launched];
+    }
+    [NSNotificationCenter.defaultCenter postNotification:launched];
     if (!appKitState().mainNib.showsWindowWithNib) {
       [standin::existingWindows().firstObject makeKeyAndOrderFront:nil];
     }
     // The system brings to the front what the user has just opened, but no accessory.
     if (_policy == NSApplicationActivationPolicyRegular) [self standInSetActive:YES];
   }
-}
-
-- (void)standInTell:(SEL)selector ofName:(NSNotificationName)name {
-  NSNotification* notification = [NSNotification notificationWithName:name object:self];
-  if ([self.delegate respondsToSelector:selector]) {
-    if (selector == @selector(applicationDidFinishLaunching:)) {
-      [self.delegate applicationDidFinishLaunching:notification];
-    } else {
-      [self.delegate applicationWillFinishLaunching:notification];
-    }
-  }
-  [NSNotificationCenter.defaultCenter postNotification:notification];
 }
 
 - (void)standInAskAboutRestorableState {
@@ -144,19 +136,11 @@ __kindof NSApplication* NSApp = nil;
   for (NSWindow* window in standin::existingWindows()) {
     if (window.isOpen) return;
   }
-  if (![self.delegate
-          respondsToSelector:@selector(applicationShouldTerminateAfterLastWindowClosed:)]) {
-    return;
-  }
   if ([self.delegate applicationShouldTerminateAfterLastWindowClosed:self]) [self terminate:nil];
 }
 
 - (void)terminate:(id)sender {
   appKitCall("-[NSApplication terminate:]");
-  if ([self.delegate respondsToSelector:@selector(applicationShouldTerminate:)] &&
-      [self.delegate applicationShouldTerminate:self] != NSTerminateNow) {
-    return;
-  }
   appKitState().hasTerminated = true;
   post(NSApplicationWillTerminateNotification, self);
 }

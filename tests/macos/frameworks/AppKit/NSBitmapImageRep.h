@@ -5,14 +5,7 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-typedef NS_ENUM(NSUInteger, NSBitmapImageFileType) {
-  NSBitmapImageFileTypeTIFF,
-  NSBitmapImageFileTypeBMP,
-  NSBitmapImageFileTypeGIF,
-  NSBitmapImageFileTypeJPEG,
-  NSBitmapImageFileTypePNG,
-  NSBitmapImageFileTypeJPEG2000,
-};
+typedef NS_ENUM(NSUInteger, NSBitmapImageFileType) { NSBitmapImageFileTypeJPEG = 3 };
 
 typedef NSString* NSBitmapImageRepPropertyKey NS_TYPED_ENUM;
 // An NSNumber from 0.0, the most compressed, to 1.0.

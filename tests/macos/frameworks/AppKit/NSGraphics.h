@@ -2,8 +2,4 @@
 
 #import <Foundation/Foundation.h>
 
-typedef NS_ENUM(NSUInteger, NSBackingStoreType) {
-  NSBackingStoreRetained = 0,
-  NSBackingStoreNonretained = 1,
-  NSBackingStoreBuffered = 2,
-};
+typedef NS_ENUM(NSUInteger, NSBackingStoreType) { NSBackingStoreBuffered = 2 };

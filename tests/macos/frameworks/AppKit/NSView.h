@@ -5,8 +5,7 @@
 NS_ASSUME_NONNULL_BEGIN
 
 @interface NSView : NSResponder
-- (instancetype)initWithFrame:(NSRect)frameRect NS_DESIGNATED_INITIALIZER;
-- (instancetype)init;
+- (instancetype)initWithFrame:(NSRect)frameRect;
 @property NSRect frame;
 @end
 

@@ -3,9 +3,6 @@
 #include "tests/macos/standin/CallLog.h"
 
 @implementation NSResponder
-- (instancetype)init {
-  return [super init];
-}
 @end
 
 @implementation NSView
@@ -16,10 +13,6 @@
   self = [super init];
   if (self != nil) _frame = frameRect;
   return self;
-}
-
-- (instancetype)init {
-  return [self initWithFrame:NSZeroRect];
 }
 
 @end

@@ -45,7 +45,6 @@ typedef NS_OPTIONS(NSUInteger, NSWindowOcclusionState) {
 
 @property(getter=isVisible, readonly) BOOL visible;
 @property(getter=isMiniaturized, readonly) BOOL miniaturized;
-@property(getter=isKeyWindow, readonly) BOOL keyWindow;
 @property(readonly) NSWindowOcclusionState occlusionState;
 @end
 

@@ -193,11 +193,6 @@ NSArray<NSWindow*>* standin::existingWindows() {
   return _isMiniaturized;
 }
 
-- (BOOL)isKeyWindow {
-  standin::requireMainThread("-[NSWindow isKeyWindow]");
-  return _isKey;
-}
-
 - (NSWindowOcclusionState)occlusionState {
   standin::requireMainThread("-[NSWindow occlusionState]");
   const bool isInView = self.isVisible && !_isCovered;

@@ -3,7 +3,6 @@
 #include <CoreFoundation/CFBase.h>
 
 typedef double CGFloat;
-#define CGFLOAT_IS_DOUBLE 1
 
 struct CGPoint {
   CGFloat x;

@@ -1,5 +1,6 @@
 #import "tests/macos/frameworks/Foundation/Support.h"
 
+#include "tests/macos/frameworks/Foundation/NumberSupport.h"
 #include "tests/macos/standin/CallLog.h"
 
 // Core Foundation's types are Foundation's classes, so its functions are messages to them.
@@ -33,25 +34,29 @@ void CFRelease(CFTypeRef value) {
   if (isReference(value, "CFRelease")) [object(value) release];
 }
 
-CFIndex CFGetRetainCount(CFTypeRef value) {
-  return static_cast<CFIndex>([object(value) retainCount]);
-}
-
-Boolean CFEqual(CFTypeRef left, CFTypeRef right) {
-  if (!isReference(left, "CFEqual") || !isReference(right, "CFEqual")) return false;
-  return [object(left) isEqual:object(right)];
-}
-
 CFTypeID CFBooleanGetTypeID() { return CFGetTypeID(kCFBooleanTrue); }
 
 CFTypeID CFNumberGetTypeID() { return typeOf([NSNumber class]); }
 
 CFTypeID CFStringGetTypeID() { return typeOf([NSString class]); }
 
-CFTypeID CFDataGetTypeID() { return typeOf([NSData class]); }
+Boolean CFBooleanGetValue(CFBooleanRef boolean) { return boolean == kCFBooleanTrue; }
 
-CFTypeID CFArrayGetTypeID() { return typeOf([NSArray class]); }
+CFNumberType CFNumberGetType(CFNumberRef number) {
+  switch (standin::numberIn((NSNumber*)number).type) {
+    case 'i':
+      return kCFNumberSInt32Type;
+    case 'q':
+      return kCFNumberSInt64Type;
+    case 'd':
+      return kCFNumberFloat64Type;
+    default:
+      standin::violation("CFNumberGetType of a number whose type has no name here");
+      return {};
+  }
+}
 
-CFTypeID CFDictionaryGetTypeID() { return typeOf([NSDictionary class]); }
-
-CFTypeID CFNullGetTypeID() { return typeOf([NSNull class]); }
+Boolean CFNumberIsFloatType(CFNumberRef number) {
+  const auto type = standin::numberIn((NSNumber*)number).type;
+  return type == 'f' || type == 'd';
+}

@@ -4,8 +4,6 @@
 
 extern "C" {
 extern objc::Class booleanClass asm("OBJC_CLASS_$___NSCFBoolean");
-extern objc::Class nullClass asm("OBJC_CLASS_$_NSNull");
-extern objc::Class objectClass asm("OBJC_CLASS_$_NSObject");
 }
 
 namespace {
@@ -19,17 +17,9 @@ struct StaticObject {
 
 constinit StaticObject trueObject(&booleanClass);
 constinit StaticObject falseObject(&booleanClass);
-constinit StaticObject nullObject(&nullClass);
-constinit StaticObject nullAllocator(&objectClass);
 
 }  // namespace
 
 const CFBooleanRef kCFBooleanTrue = reinterpret_cast<CFBooleanRef>(&trueObject.object);
 const CFBooleanRef kCFBooleanFalse = reinterpret_cast<CFBooleanRef>(&falseObject.object);
-const CFNullRef kCFNull = reinterpret_cast<CFNullRef>(&nullObject.object);
 const CFAllocatorRef kCFAllocatorDefault = nullptr;
-const CFAllocatorRef kCFAllocatorNull = reinterpret_cast<CFAllocatorRef>(&nullAllocator.object);
-
-const CFArrayCallBacks kCFTypeArrayCallBacks{};
-const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks{};
-const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks{};

@@ -48,14 +48,6 @@ standin::SampleBufferScript contentOf(CMSampleBufferRef sbuf, const char* operat
   return ((__bridge StandInSampleBuffer*)sbuf)->_script;
 }
 
-id attachmentsOf(CMSampleBufferRef sbuf, bool createIfNecessary) {
-  const auto script = contentOf(sbuf, "CMSampleBufferGetSampleAttachmentsArray");
-  if (script.attachments != nil || !script.isValid || !createIfNecessary) return script.attachments;
-  id created = @[ [NSMutableDictionary dictionary] ];
-  ((__bridge StandInSampleBuffer*)sbuf)->_script.attachments = created;
-  return created;
-}
-
 }  // namespace
 
 Boolean CMSampleBufferIsValid(CMSampleBufferRef sbuf) {
@@ -87,7 +79,9 @@ CVImageBufferRef CMSampleBufferGetImageBuffer(CMSampleBufferRef sbuf) {
 CFArrayRef CMSampleBufferGetSampleAttachmentsArray(CMSampleBufferRef sbuf,
                                                    Boolean createIfNecessary) {
   record("CMSampleBufferGetSampleAttachmentsArray", {createIfNecessary ? "true" : "false"});
-  return (__bridge CFArrayRef)attachmentsOf(sbuf, createIfNecessary);
+  if (createIfNecessary) standin::violation("no attachments are made here");
+  return (__bridge CFArrayRef)contentOf(sbuf, "CMSampleBufferGetSampleAttachmentsArray")
+      .attachments;
 }
 
 namespace standin {

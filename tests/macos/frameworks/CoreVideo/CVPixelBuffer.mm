@@ -5,7 +5,6 @@
 #include "tests/macos/standin/CallLog.h"
 
 using standin::record;
-using standin::violation;
 
 CVPixelBufferRef CVPixelBufferRetain(CVPixelBufferRef texture) {
   record("CVPixelBufferRetain");
@@ -19,41 +18,6 @@ void CVPixelBufferRelease(CVPixelBufferRef texture) {
   if (texture == nullptr) return;
   if ([StandInPixelBuffer objectFor:texture operation:"CVPixelBufferRelease"] == nil) return;
   CFRelease(texture);
-}
-
-CVReturn CVPixelBufferLockBaseAddress(CVPixelBufferRef pixelBuffer,
-                                      CVPixelBufferLockFlags /*lockFlags*/) {
-  record("CVPixelBufferLockBaseAddress");
-  StandInPixelBuffer* buffer = [StandInPixelBuffer objectFor:pixelBuffer
-                                                   operation:"CVPixelBufferLockBaseAddress"];
-  [buffer lock];
-  return buffer == nil ? kCVReturnInvalidArgument : kCVReturnSuccess;
-}
-
-CVReturn CVPixelBufferUnlockBaseAddress(CVPixelBufferRef pixelBuffer,
-                                        CVPixelBufferLockFlags /*unlockFlags*/) {
-  record("CVPixelBufferUnlockBaseAddress");
-  StandInPixelBuffer* buffer = [StandInPixelBuffer objectFor:pixelBuffer
-                                                   operation:"CVPixelBufferUnlockBaseAddress"];
-  if ([buffer unlock]) return kCVReturnSuccess;
-  if (buffer != nil) violation("CVPixelBufferUnlockBaseAddress without a lock");
-  return kCVReturnInvalidArgument;
-}
-
-void* CVPixelBufferGetBaseAddress(CVPixelBufferRef pixelBuffer) {
-  record("CVPixelBufferGetBaseAddress");
-  StandInPixelBuffer* buffer = [StandInPixelBuffer objectFor:pixelBuffer
-                                                   operation:"CVPixelBufferGetBaseAddress"];
-  if (buffer == nil) return nullptr;
-  if (buffer.isLocked) return buffer.bytes;
-  violation("CVPixelBufferGetBaseAddress without a lock");
-  return nullptr;
-}
-
-size_t CVPixelBufferGetBytesPerRow(CVPixelBufferRef pixelBuffer) {
-  record("CVPixelBufferGetBytesPerRow");
-  return [StandInPixelBuffer objectFor:pixelBuffer operation:"CVPixelBufferGetBytesPerRow"]
-      .bytesPerRow;
 }
 
 size_t CVPixelBufferGetWidth(CVPixelBufferRef pixelBuffer) {

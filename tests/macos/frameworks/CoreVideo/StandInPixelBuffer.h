@@ -23,9 +23,6 @@ NS_ASSUME_NONNULL_BEGIN
 
 - (std::uint8_t*)pixelAtX:(size_t)x y:(size_t)y;  // blue, green, red, alpha
 - (std::weak_ptr<const void>)lifetime;            // expires with this object
-- (void)lock;
-- (BOOL)unlock;  // NO if it was not locked
-- (BOOL)isLocked;
 @end
 
 NS_ASSUME_NONNULL_END

@@ -1,6 +1,5 @@
 #import <CoreVideo/StandInPixelBuffer.h>
 
-#include <atomic>
 #include <vector>
 
 #import <CoreGraphics/LiveHandles.h>
@@ -26,7 +25,6 @@ standin::LiveHandles& liveBuffers() {
 @implementation StandInPixelBuffer {
   std::vector<std::uint8_t> _memory;
   std::shared_ptr<const void> _lifetime;
-  std::atomic<int> _locks;
 }
 
 + (instancetype)objectFor:(CVPixelBufferRef)handle operation:(const char*)operation {
@@ -61,20 +59,6 @@ standin::LiveHandles& liveBuffers() {
 
 - (std::weak_ptr<const void>)lifetime {
   return _lifetime;
-}
-
-- (void)lock {
-  ++_locks;
-}
-
-- (BOOL)unlock {
-  if (!self.isLocked) return NO;
-  --_locks;
-  return YES;
-}
-
-- (BOOL)isLocked {
-  return _locks > 0;
 }
 
 @end

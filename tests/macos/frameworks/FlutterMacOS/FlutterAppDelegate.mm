@@ -32,8 +32,4 @@ void standin::letFlutterAppDelegateFinishLaunching(bool implemented) {
   }
 }
 
-- (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication*)sender {
-  return NSTerminateNow;
-}
-
 @end

@@ -11,9 +11,6 @@ typedef int64_t FlutterBinaryMessengerConnection;
 // Main thread.
 @protocol FlutterBinaryMessenger <NSObject>
 - (void)sendOnChannel:(NSString*)channel message:(NSData* _Nullable)message;
-- (void)sendOnChannel:(NSString*)channel
-              message:(NSData* _Nullable)message
-          binaryReply:(FlutterBinaryReply _Nullable)callback;
 - (FlutterBinaryMessengerConnection)setMessageHandlerOnChannel:(NSString*)channel
                                           binaryMessageHandler:
                                               (FlutterBinaryMessageHandler _Nullable)handler;

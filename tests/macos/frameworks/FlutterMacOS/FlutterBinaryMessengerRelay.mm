@@ -22,13 +22,7 @@
 }
 
 - (void)sendOnChannel:(NSString*)channel message:(NSData*)message {
-  [self sendOnChannel:channel message:message binaryReply:nil];
-}
-
-- (void)sendOnChannel:(NSString*)channel
-              message:(NSData*)message
-          binaryReply:(FlutterBinaryReply)callback {
-  [[self parentFor:"sendOnChannel:"] sendOnChannel:channel message:message binaryReply:callback];
+  [[self parentFor:"sendOnChannel:"] sendOnChannel:channel message:message];
 }
 
 - (FlutterBinaryMessengerConnection)setMessageHandlerOnChannel:(NSString*)channel

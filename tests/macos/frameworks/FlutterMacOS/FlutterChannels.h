@@ -31,8 +31,6 @@ typedef void (^FlutterEventSink)(id _Nullable event);
 - (FlutterError* _Nullable)onCancelWithArguments:(id _Nullable)arguments;
 @end
 
-extern NSObject const* FlutterEndOfEventStream;
-
 @interface FlutterEventChannel : NSObject
 + (instancetype)eventChannelWithName:(NSString*)name
                      binaryMessenger:(NSObject<FlutterBinaryMessenger>*)messenger;

@@ -21,7 +21,6 @@ void channelCall(const char* name, NSString* channel) {
 }  // namespace
 
 NSObject const* FlutterMethodNotImplemented = makeMarker();
-NSObject const* FlutterEndOfEventStream = makeMarker();
 
 @implementation FlutterBasicMessageChannel {
   NSString* _name;
@@ -160,9 +159,7 @@ NSObject const* FlutterEndOfEventStream = makeMarker();
   FlutterStandardMethodCodec* codec = [FlutterStandardMethodCodec sharedInstance];
   return ^(id event) {
     channelCall("FlutterEventSink", name);
-    if (event == FlutterEndOfEventStream) {
-      [messenger sendOnChannel:name message:nil];
-    } else if ([event isKindOfClass:[FlutterError class]]) {
+    if ([event isKindOfClass:[FlutterError class]]) {
       [messenger sendOnChannel:name message:[codec encodeErrorEnvelope:event]];
     } else {
       [messenger sendOnChannel:name message:[codec encodeSuccessEnvelope:event]];

@@ -7,7 +7,6 @@ NS_ASSUME_NONNULL_BEGIN
 @protocol FlutterMessageCodec
 + (instancetype)sharedInstance;
 - (NSData* _Nullable)encode:(id _Nullable)message;
-- (id _Nullable)decode:(NSData* _Nullable)message;
 @end
 
 // Text as UTF-8, and nothing else.
@@ -49,16 +48,11 @@ typedef NS_ENUM(NSInteger, FlutterStandardDataType) {
 @property(readonly, nonatomic, assign) UInt8 elementSize;
 @end
 
-@protocol FlutterMethodCodec
+@interface FlutterStandardMethodCodec : NSObject
 + (instancetype)sharedInstance;
-- (NSData*)encodeMethodCall:(FlutterMethodCall*)methodCall;
 - (FlutterMethodCall*)decodeMethodCall:(NSData*)methodCall;
 - (NSData*)encodeSuccessEnvelope:(id _Nullable)result;
 - (NSData*)encodeErrorEnvelope:(FlutterError*)error;
-- (id _Nullable)decodeEnvelope:(NSData*)envelope;
-@end
-
-@interface FlutterStandardMethodCodec : NSObject <FlutterMethodCodec>
 @end
 
 NS_ASSUME_NONNULL_END

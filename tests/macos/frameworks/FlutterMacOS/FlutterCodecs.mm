@@ -36,11 +36,6 @@ Codec* shared() {
   return [NSData dataWithBytes:utf8 length:std::strlen(utf8)];
 }
 
-- (id)decode:(NSData*)message {
-  if (message == nil) return nil;
-  return [[NSString alloc] initWithData:message encoding:NSUTF8StringEncoding];
-}
-
 @end
 
 @implementation FlutterMethodCall
@@ -122,13 +117,6 @@ Codec* shared() {
   return shared<FlutterStandardMethodCodec>();
 }
 
-- (NSData*)encodeMethodCall:(FlutterMethodCall*)methodCall {
-  standin::StandardWriter writer;
-  writer.writeValue(methodCall.method);
-  writer.writeValue(methodCall.arguments);
-  return writer.message();
-}
-
 - (FlutterMethodCall*)decodeMethodCall:(NSData*)methodCall {
   standin::StandardReader reader(methodCall);
   id method = reader.readValue();
@@ -153,14 +141,6 @@ Codec* shared() {
   writer.writeValue(error.message);
   writer.writeValue(error.details);
   return writer.message();
-}
-
-- (id)decodeEnvelope:(NSData*)envelope {
-  standin::StandardReader reader(envelope);
-  if (reader.readByte() == 0) return reader.readValue();
-  id code = reader.readValue();
-  id message = reader.readValue();
-  return [FlutterError errorWithCode:code message:message details:reader.readValue()];
 }
 
 @end

@@ -19,10 +19,7 @@ struct DartReply {
   quorvin::FlutterReply answer;
 };
 
-struct EndOfStream {
-  friend bool operator==(EndOfStream, EndOfStream) = default;
-};
-using DartEvent = std::variant<quorvin::Value, quorvin::FlutterError, EndOfStream>;
+using DartEvent = std::variant<quorvin::Value, quorvin::FlutterError>;
 
 // The user interface that an engine runs, as a test plays it: speaks the bytes of the channels with
 // codecs of its own. Main thread.
@@ -41,7 +38,6 @@ class DartSide {
   std::vector<DartEvent> takeEvents(const std::string& channel);
   std::vector<std::string> takeTexts(const std::string& channel);
 
-  [[nodiscard]] bool isRunning() const { return engine.isRunning; }
   [[nodiscard]] bool hasHandler(const std::string& channel) const;
 
  private:

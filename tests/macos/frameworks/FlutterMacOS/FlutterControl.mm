@@ -16,8 +16,7 @@ quorvin::FlutterReply decodedReply(const WireMessage& message) {
 }
 
 DartEvent decodedEvent(const WireMessage& message) {
-  if (!message || message->empty()) return EndOfStream();
-  auto event = quorvin::decodeEnvelope(*message);
+  auto event = quorvin::decodeEnvelope(message.value());
   if (auto* error = std::get_if<quorvin::FlutterError>(&event)) return std::move(*error);
   return std::get<quorvin::Value>(std::move(event));
 }

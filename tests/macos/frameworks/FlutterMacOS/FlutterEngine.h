@@ -3,7 +3,7 @@
 #import <FlutterMacOS/FlutterBinaryMessenger.h>
 #import <FlutterMacOS/FlutterPluginRegistrarMacOS.h>
 
-@class FlutterDartProject, FlutterViewController;
+@class FlutterDartProject;
 
 @interface FlutterEngine : NSObject <FlutterPluginRegistry>
 - (nonnull instancetype)initWithName:(nonnull NSString*)labelPrefix
@@ -14,7 +14,6 @@
 - (BOOL)runWithEntrypoint:(nullable NSString*)entrypoint;
 - (void)shutDownEngine;
 
-@property(nonatomic, nullable, weak) FlutterViewController* viewController;
 // Usable before the engine runs, and after it has gone, when it does nothing.
 @property(nonatomic, nonnull, readonly) id<FlutterBinaryMessenger> binaryMessenger;
 @end

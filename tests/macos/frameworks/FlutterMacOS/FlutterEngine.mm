@@ -60,8 +60,6 @@ void answerOnce(PendingAnswer& pending, bool isEngineThere, NSData* reply) {
   id<NSObject> _terminationObserver;
 }
 
-@synthesize viewController = _viewController;
-
 - (instancetype)initWithName:(NSString*)labelPrefix
                      project:(FlutterDartProject*)project
       allowHeadlessExecution:(BOOL)allowHeadlessExecution {
@@ -116,21 +114,14 @@ void answerOnce(PendingAnswer& pending, bool isEngineThere, NSData* reply) {
   standin::record("-[FlutterEngine registrarForPlugin:]", {pluginKey.UTF8String});
   id<FlutterPluginRegistrar> registrar = [_registrars objectForKey:pluginKey];
   if (registrar == nil) {
-    registrar = [[FlutterPluginRegistrarStandIn alloc] initWithKey:pluginKey engine:self];
+    registrar = [[FlutterPluginRegistrarStandIn alloc] initWithKey:pluginKey];
     [_registrars setObject:registrar forKey:pluginKey];
   }
   return registrar;
 }
 
 - (void)sendOnChannel:(NSString*)channel message:(NSData*)message {
-  [self sendOnChannel:channel message:message binaryReply:nil];
-}
-
-- (void)sendOnChannel:(NSString*)channel
-              message:(NSData*)message
-          binaryReply:(FlutterBinaryReply)callback {
-  standin::requireMainThread("-[FlutterEngine sendOnChannel:message:binaryReply:]");
-  if (callback != nil) standin::violation("The host asks the user interface for no reply.");
+  standin::requireMainThread("-[FlutterEngine sendOnChannel:message:]");
   if (!_isRunning) {
     return standin::record("Failed to send message to Flutter engine", {channel.UTF8String});
   }

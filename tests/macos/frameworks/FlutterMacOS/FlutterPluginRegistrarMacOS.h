@@ -3,7 +3,6 @@
 #import <FlutterMacOS/FlutterBinaryMessenger.h>
 
 @protocol FlutterPluginRegistrar <NSObject>
-@property(nonnull, readonly) id<FlutterBinaryMessenger> messenger;
 @end
 
 @protocol FlutterPluginRegistry <NSObject>

@@ -4,7 +4,7 @@
 
 // What an engine hands to a plug-in.
 @interface FlutterPluginRegistrarStandIn : NSObject <FlutterPluginRegistrar>
-- (nonnull instancetype)initWithKey:(nonnull NSString*)key engine:(nonnull FlutterEngine*)engine;
+- (nonnull instancetype)initWithKey:(nonnull NSString*)key;
 @property(nonatomic, nonnull, readonly) NSString* key;
 @end
 

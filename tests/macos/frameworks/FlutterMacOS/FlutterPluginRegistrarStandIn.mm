@@ -2,21 +2,12 @@
 
 #include "tests/macos/standin/CallLog.h"
 
-@implementation FlutterPluginRegistrarStandIn {
-  __weak FlutterEngine* _engine;
-}
+@implementation FlutterPluginRegistrarStandIn
 
-- (instancetype)initWithKey:(NSString*)key engine:(FlutterEngine*)engine {
+- (instancetype)initWithKey:(NSString*)key {
   self = [super init];
-  if (self != nil) {
-    _key = [key copy];
-    _engine = engine;
-  }
+  if (self != nil) _key = [key copy];
   return self;
-}
-
-- (id<FlutterBinaryMessenger>)messenger {
-  return _engine.binaryMessenger;
 }
 
 @end

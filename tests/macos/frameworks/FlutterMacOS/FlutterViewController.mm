@@ -12,7 +12,6 @@
     _engine = [[FlutterEngine alloc] initWithName:@"io.flutter"
                                           project:nil
                            allowHeadlessExecution:NO];
-    _engine.viewController = self;
   }
   return self;
 }

@@ -7,11 +7,10 @@
 
 namespace standin {
 
-// Flutter's standard message format as its macOS embedding reads and writes it: the width of an
-// integer follows how the number is stored and not how large it is, bytes and numbers in a row are
-// typed data, and there is no limit. Written from the format's description, apart from the
-// product's codecs, which tests let speak with this one. What the embedding asserts against is a
-// violation here.
+// Flutter's standard message format as its macOS embedding reads and writes it: bytes and numbers
+// in a row are typed data, and there is no limit. Every integer is written in eight bytes. Written
+// from the format's description, apart from the product's codecs, which tests let speak with this
+// one. What the embedding asserts against is a violation here.
 
 class StandardWriter {
  public:

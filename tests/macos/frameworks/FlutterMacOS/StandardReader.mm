@@ -88,7 +88,6 @@ id StandardReader::readValue() {
       return [NSNumber numberWithInt:number<std::int32_t>()];
     case 4:
       return [NSNumber numberWithLong:number<std::int64_t>()];
-    case 5:
     case 7:
       return readText();
     case 6:

@@ -10,21 +10,6 @@ namespace {
 
 bool isKind(id object, Class type) { return [object isKindOfClass:type]; }
 
-// By how CFNumber stores it (platform headers: CFNumber.h).
-bool isStoredInFourBytes(NSNumber* number) {
-  switch (CFNumberGetType((__bridge CFNumberRef)number)) {
-    case kCFNumberSInt8Type:
-    case kCFNumberSInt16Type:
-    case kCFNumberSInt32Type:
-    case kCFNumberCharType:
-    case kCFNumberShortType:
-    case kCFNumberIntType:
-      return true;
-    default:
-      return false;
-  }
-}
-
 std::uint8_t tagOf(FlutterStandardDataType type) {
   switch (type) {
     case FlutterStandardDataTypeUInt8:
@@ -90,10 +75,6 @@ void StandardWriter::writeNumber(NSNumber* number) {
     writeByte(6);
     align(8);
     return append(number.doubleValue);
-  }
-  if (isStoredInFourBytes(number)) {
-    writeByte(3);
-    return append(static_cast<std::int32_t>(number.intValue));
   }
   writeByte(4);
   append(static_cast<std::int64_t>(number.longLongValue));

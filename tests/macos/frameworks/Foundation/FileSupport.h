@@ -10,30 +10,26 @@ namespace standin {
 
 // Why a file operation failed, before it becomes an NSError.
 struct FileFailure {
-  enum class Kind { reading, writing, removing };
+  enum class Kind { reading, writing };
 
   int errnoValue = 0;
   std::string path;
   Kind kind = Kind::writing;
-  bool isMissingFolder = false;  // of a file that was to be written
 };
 using FileOutcome = std::optional<FileFailure>;
 
-[[nodiscard]] NSError* errorOf(const FileFailure& failure);
 // Hands the error out when there is one and somebody asks for it; true when there is none.
 bool succeeded(const FileOutcome& outcome, NSError** error);
 
 [[nodiscard]] FileOutcome readFile(const std::string& path, std::string& bytes);
-[[nodiscard]] FileOutcome writeFile(const std::string& path, std::string_view bytes, bool isAtomic);
+// Atomically.
+[[nodiscard]] FileOutcome writeFile(const std::string& path, std::string_view bytes);
 
 // The last component and the folder's path, as Foundation splits a path.
 [[nodiscard]] std::string lastComponent(const std::string& path);
 [[nodiscard]] std::string folderOf(const std::string& path);
-// As -[NSString stringByStandardizingPath], without users' home folders.
+// As URLByStandardizingPath, without the short forms of the system's folders.
 [[nodiscard]] std::string standardizedPath(std::string path);
-// Without "." and "..", textually.
-[[nodiscard]] std::string withoutDots(const std::string& path);
-[[nodiscard]] std::string extensionOf(const std::string& path);
 [[nodiscard]] std::string joined(const std::string& folder, const std::string& component);
 
 }  // namespace standin

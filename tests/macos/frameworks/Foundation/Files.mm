@@ -38,14 +38,6 @@ bool writeAll(int file, std::string_view bytes) {
   return true;
 }
 
-FileOutcome writeInPlace(const std::string& path, std::string_view bytes) {
-  const FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-  if (!file.isOpen() || !writeAll(file.get(), bytes)) {
-    return failure(path, FileFailure::Kind::writing);
-  }
-  return std::nullopt;
-}
-
 // Beside the file, whose mode it takes over.
 FileOutcome writeTemporary(const std::string& temporary, const std::string& path,
                            std::string_view bytes) {
@@ -53,27 +45,11 @@ FileOutcome writeTemporary(const std::string& temporary, const std::string& path
   const bool existed = lstat(path.c_str(), &old) == 0;
   const FileDescriptor file(
       open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, existed ? 0200 : 0666));
-  if (!file.isOpen()) {
-    auto missing = failure(path, FileFailure::Kind::writing);
-    missing.isMissingFolder = missing.errnoValue == ENOENT;
-    return missing;
-  }
-  if (!writeAll(file.get(), bytes) || (existed && fchmod(file.get(), old.st_mode & 07777) != 0)) {
+  if (!file.isOpen() || !writeAll(file.get(), bytes) ||
+      (existed && fchmod(file.get(), old.st_mode & 07777) != 0)) {
     return failure(path, FileFailure::Kind::writing);
   }
   return std::nullopt;
-}
-
-FileOutcome writeAtomically(const std::string& path, std::string_view bytes) {
-  const auto temporary = joined(folderOf(path), ".dat.nosync" + std::to_string(getpid()));
-  if (auto outcome = writeTemporary(temporary, path, bytes)) {
-    if (outcome->errnoValue != EEXIST) unlink(temporary.c_str());
-    return outcome;
-  }
-  if (std::rename(temporary.c_str(), path.c_str()) == 0) return std::nullopt;
-  auto outcome = failure(path, FileFailure::Kind::writing);
-  unlink(temporary.c_str());
-  return outcome;
 }
 
 }  // namespace
@@ -90,8 +66,16 @@ FileOutcome readFile(const std::string& path, std::string& bytes) {
   }
 }
 
-FileOutcome writeFile(const std::string& path, std::string_view bytes, bool isAtomic) {
-  return isAtomic ? writeAtomically(path, bytes) : writeInPlace(path, bytes);
+FileOutcome writeFile(const std::string& path, std::string_view bytes) {
+  const auto temporary = joined(folderOf(path), ".dat.nosync" + std::to_string(getpid()));
+  if (auto outcome = writeTemporary(temporary, path, bytes)) {
+    if (outcome->errnoValue != EEXIST) unlink(temporary.c_str());
+    return outcome;
+  }
+  if (std::rename(temporary.c_str(), path.c_str()) == 0) return std::nullopt;
+  auto outcome = failure(path, FileFailure::Kind::writing);
+  unlink(temporary.c_str());
+  return outcome;
 }
 
 }  // namespace standin

@@ -19,7 +19,6 @@
 #import <Foundation/NSRange.h>
 #import <Foundation/NSString.h>
 #import <Foundation/NSTask.h>
-#import <Foundation/NSThread.h>
 #import <Foundation/NSURL.h>
 #import <Foundation/NSUserDefaults.h>
 #import <Foundation/NSValue.h>

@@ -36,8 +36,8 @@ struct Activity {
 [[nodiscard]] std::vector<Activity> runningActivities();
 
 #ifdef __OBJC__
-// A stored value of the standard user defaults, or of a suite; nil removes it.
-void presetUserDefault(const std::string& key, id _Nullable value, const std::string& suite = "");
+// A stored value of the user defaults; nil removes it.
+void presetUserDefault(const std::string& key, id _Nullable value);
 #endif
 
 // Everything that was written to that handle. Nothing of it reaches the terminal.

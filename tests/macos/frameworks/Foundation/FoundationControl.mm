@@ -57,9 +57,9 @@ std::vector<Activity> runningActivities() {
   return activities;
 }
 
-void presetUserDefault(const std::string& key, id value, const std::string& suite) {
+void presetUserDefault(const std::string& key, id value) {
   const std::lock_guard guard(foundationState().mutex);
-  auto& values = foundationState().defaults[suite];
+  auto& values = foundationState().defaults;
   if (value == nil) {
     values.erase(key);
   } else {

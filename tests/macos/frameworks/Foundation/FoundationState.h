@@ -34,7 +34,7 @@ struct FoundationState {
   std::string bundlePath = "/Applications/Example.app";
   std::string executablePath = "/Applications/Example.app/Contents/MacOS/Example";
   std::vector<RunningActivity> activities;
-  std::map<std::string, std::map<std::string, Kept>> defaults;  // by suite, then by key
+  std::map<std::string, Kept> defaults;
   std::string standardOutput;
   std::string standardError;
   int fileHandleErrno = 0;

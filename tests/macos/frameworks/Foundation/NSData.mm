@@ -1,10 +1,10 @@
 #import "tests/macos/frameworks/Foundation/Support.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
 #include "tests/macos/frameworks/Foundation/FileSupport.h"
+#include "tests/macos/standin/CallLog.h"
 
 typedef void (^Deallocator)(void* bytes, NSUInteger length);
 
@@ -17,17 +17,6 @@ typedef void (^Deallocator)(void* bytes, NSUInteger length);
   Deallocator deallocator;
 }
 @end
-
-namespace {
-
-void requireRange(NSUInteger end, NSUInteger length, const char* operation) {
-  if (end > length) {
-    standin::raiseRange(std::string("-[NSData ") + operation + "]: range exceeds data length " +
-                        std::to_string(length));
-  }
-}
-
-}  // namespace
 
 @implementation NSData
 
@@ -52,20 +41,9 @@ void requireRange(NSUInteger end, NSUInteger length, const char* operation) {
   return [self retain];
 }
 
-- (id)mutableCopyWithZone:(NSZone*)zone {
-  return [[NSMutableData alloc] initWithData:self];
-}
-
 - (BOOL)isEqual:(id)object {
-  return [object isKindOfClass:[NSData class]] && [self isEqualToData:object];
-}
-
-- (NSUInteger)hash {
-  return std::hash<std::string_view>()({static_cast<const char*>(self.bytes), self.length});
-}
-
-- (Class)standInTypeClass {
-  return [NSData class];
+  if (![object isKindOfClass:[NSData class]] || self.length != [object length]) return NO;
+  return self.length == 0 || std::memcmp(self.bytes, [object bytes], self.length) == 0;
 }
 
 @end
@@ -77,13 +55,11 @@ void requireRange(NSUInteger end, NSUInteger length, const char* operation) {
   if (count > 0) std::memcpy(buffer, self.bytes, count);
 }
 
-- (BOOL)isEqualToData:(NSData*)other {
-  if (self.length != other.length) return NO;
-  return self.length == 0 || std::memcmp(self.bytes, other.bytes, self.length) == 0;
-}
-
 - (NSData*)subdataWithRange:(NSRange)range {
-  requireRange(NSMaxRange(range), self.length, "subdataWithRange:");
+  if (NSMaxRange(range) > self.length) {
+    standin::raiseRange("-[NSData subdataWithRange:]: range exceeds data length " +
+                        std::to_string(self.length));
+  }
   return [NSData dataWithBytes:static_cast<const unsigned char*>(self.bytes) + range.location
                         length:range.length];
 }
@@ -92,9 +68,8 @@ void requireRange(NSUInteger end, NSUInteger length, const char* operation) {
            options:(NSDataWritingOptions)writeOptionsMask
              error:(NSError**)errorPtr {
   const std::string_view bytes(static_cast<const char*>(self.bytes), self.length);
-  const bool isAtomic = (writeOptionsMask & NSDataWritingAtomic) != 0;
-  return standin::succeeded(standin::writeFile(standin::utf8Of(url.path), bytes, isAtomic),
-                            errorPtr);
+  if (writeOptionsMask != NSDataWritingAtomic) standin::violation("files are written atomically");
+  return standin::succeeded(standin::writeFile(standin::utf8Of(url.path), bytes), errorPtr);
 }
 
 @end
@@ -118,26 +93,11 @@ void requireRange(NSUInteger end, NSUInteger length, const char* operation) {
   return [self dataWithBytes:bytes.data() length:bytes.size()];
 }
 
-+ (instancetype)dataWithData:(NSData*)data {
-  return [self dataWithBytes:data.bytes length:data.length];
-}
-
 - (instancetype)initWithBytes:(const void*)bytes length:(NSUInteger)length {
   self = [self init];
   const auto* first = static_cast<const unsigned char*>(bytes);
   if (length > 0) ownBytes.assign(first, first + length);
   return self;
-}
-
-- (instancetype)initWithBytesNoCopy:(void*)bytes
-                             length:(NSUInteger)length
-                       freeWhenDone:(BOOL)freeWhenDone {
-  if (!freeWhenDone) return [self initWithBytesNoCopy:bytes length:length deallocator:nil];
-  return [self initWithBytesNoCopy:bytes
-                            length:length
-                       deallocator:^(void* memory, NSUInteger) {
-                         std::free(memory);
-                       }];
 }
 
 - (instancetype)initWithBytesNoCopy:(void*)bytes
@@ -148,10 +108,6 @@ void requireRange(NSUInteger end, NSUInteger length, const char* operation) {
   foreignLength = length;
   deallocator = [newDeallocator copy];
   return self;
-}
-
-- (instancetype)initWithData:(NSData*)data {
-  return [self initWithBytes:data.bytes length:data.length];
 }
 
 @end
@@ -179,16 +135,6 @@ void requireRange(NSUInteger end, NSUInteger length, const char* operation) {
 - (id)copyWithZone:(NSZone*)zone {
   return [[NSData alloc] initWithBytes:ownBytes.data() length:ownBytes.size()];
 }
-
-// A mutable one cannot grow in memory of others, so it takes the bytes over.
-- (instancetype)initWithBytesNoCopy:(void*)bytes
-                             length:(NSUInteger)length
-                        deallocator:(void (^)(void*, NSUInteger))newDeallocator {
-  self = [self initWithBytes:bytes length:length];
-  if (newDeallocator != nil) newDeallocator(bytes, length);
-  return self;
-}
-
 @end
 
 @implementation NSMutableData (NSExtendedMutableData)
@@ -196,10 +142,6 @@ void requireRange(NSUInteger end, NSUInteger length, const char* operation) {
 - (void)appendBytes:(const void*)bytes length:(NSUInteger)length {
   const auto* first = static_cast<const unsigned char*>(bytes);
   if (length > 0) ownBytes.insert(ownBytes.end(), first, first + length);
-}
-
-- (void)appendData:(NSData*)other {
-  [self appendBytes:other.bytes length:other.length];
 }
 
 @end
@@ -210,10 +152,6 @@ void requireRange(NSUInteger end, NSUInteger length, const char* operation) {
   NSMutableData* data = [self data];
   data.length = length;
   return data;
-}
-
-+ (instancetype)dataWithCapacity:(NSUInteger)capacity {
-  return [self data];
 }
 
 @end

@@ -25,10 +25,6 @@ namespace {
 
 @implementation NSDictionary
 
-- (instancetype)init {
-  return [super init];
-}
-
 - (instancetype)initWithObjects:(const id[])newObjects
                         forKeys:(const id<NSCopying>[])newKeys
                           count:(NSUInteger)count {
@@ -81,12 +77,6 @@ namespace {
   return [self retain];
 }
 
-- (id)mutableCopyWithZone:(NSZone*)zone {
-  return [[NSMutableDictionary alloc] initWithObjects:objects.data()
-                                              forKeys:keys.data()
-                                                count:keys.size()];
-}
-
 - (NSUInteger)countByEnumeratingWithState:(NSFastEnumerationState*)state
                                   objects:(id __unsafe_unretained[])buffer
                                     count:(NSUInteger)length {
@@ -98,55 +88,19 @@ namespace {
 }
 
 - (BOOL)isEqual:(id)object {
-  return [object isKindOfClass:[NSDictionary class]] && [self isEqualToDictionary:object];
-}
-
-- (NSUInteger)hash {
-  return keys.size();
-}
-
-- (NSString*)description {
-  std::u16string text = u"{\n";
+  if (![object isKindOfClass:[NSDictionary class]] || keys.size() != [object count]) return NO;
   for (std::size_t index = 0; index < keys.size(); ++index) {
-    text += u"    " + standin::descriptionOf(keys[index]) + u" = " +
-            standin::descriptionOf(objects[index]) + u";\n";
+    if (![objects[index] isEqual:[object objectForKey:keys[index]]]) return NO;
   }
-  return standin::stringOf(text + u"}");
-}
-
-- (Class)standInTypeClass {
-  return [NSDictionary class];
+  return YES;
 }
 
 @end
 
 @implementation NSDictionary (NSExtendedDictionary)
 
-- (NSArray*)allKeys {
-  return [NSArray arrayWithObjects:keys.data() count:keys.size()];
-}
-
-- (NSArray*)allValues {
-  return [NSArray arrayWithObjects:objects.data() count:objects.size()];
-}
-
-- (BOOL)isEqualToDictionary:(NSDictionary*)other {
-  if (keys.size() != other.count) return NO;
-  for (std::size_t index = 0; index < keys.size(); ++index) {
-    if (![objects[index] isEqual:[other objectForKey:keys[index]]]) return NO;
-  }
-  return YES;
-}
-
 - (id)objectForKeyedSubscript:(id)key {
   return [self objectForKey:key];
-}
-
-- (void)enumerateKeysAndObjectsUsingBlock:(void(NS_NOESCAPE ^)(id, id, BOOL*))block {
-  BOOL stop = NO;
-  for (std::size_t index = 0; index < keys.size() && !stop; ++index) {
-    block(keys[index], objects[index], &stop);
-  }
 }
 
 @end
@@ -157,20 +111,10 @@ namespace {
   return autoreleased([[self alloc] init]);
 }
 
-+ (instancetype)dictionaryWithObject:(id)object forKey:(id<NSCopying>)key {
-  return [self dictionaryWithObjects:&object forKeys:&key count:1];
-}
-
 + (instancetype)dictionaryWithObjects:(const id[])objects
                               forKeys:(const id<NSCopying>[])keys
                                 count:(NSUInteger)count {
   return autoreleased([[self alloc] initWithObjects:objects forKeys:keys count:count]);
-}
-
-+ (instancetype)dictionaryWithDictionary:(NSDictionary*)dict {
-  return [self dictionaryWithObjects:dict->objects.data()
-                             forKeys:dict->keys.data()
-                               count:dict.count];
 }
 
 @end
@@ -183,41 +127,12 @@ namespace {
                                          count:keys.size()];
 }
 
-- (void)removeObjectForKey:(id)aKey {
-  const auto found = [self indexOfKey:aKey];
-  if (!found) return;
-  const auto index = static_cast<std::ptrdiff_t>(*found);
-  id key = keys[*found];
-  id object = objects[*found];
-  keys.erase(keys.begin() + index);
-  objects.erase(objects.begin() + index);
-  ++mutations;
-  [key release];
-  [object release];
-}
-
 - (void)setObject:(id)anObject forKey:(id<NSCopying>)aKey {
   [self putObject:anObject forKey:aKey];
 }
 
-@end
-
-@implementation NSMutableDictionary (NSExtendedMutableDictionary)
-
-- (void)addEntriesFromDictionary:(NSDictionary*)otherDictionary {
-  for (id key in otherDictionary) [self putObject:otherDictionary[key] forKey:key];
-}
-
-- (void)removeAllObjects {
-  while (!keys.empty()) [self removeObjectForKey:keys.back()];
-}
-
 - (void)setObject:(id)object forKeyedSubscript:(id<NSCopying>)key {
-  if (object == nil) {
-    [self removeObjectForKey:key];
-  } else {
-    [self putObject:object forKey:key];
-  }
+  [self putObject:object forKey:key];
 }
 
 @end

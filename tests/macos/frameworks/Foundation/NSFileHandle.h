@@ -6,7 +6,7 @@ NS_ASSUME_NONNULL_BEGIN
 
 @class NSData, NSError;
 
-@interface NSFileHandle : NSObject <NSSecureCoding>
+@interface NSFileHandle : NSObject
 
 - (BOOL)writeData:(NSData*)data error:(NSError* _Nullable* _Nullable)error;
 
@@ -17,13 +17,6 @@ NS_ASSUME_NONNULL_BEGIN
 @property(class, readonly, strong) NSFileHandle* fileHandleWithStandardOutput;
 @property(class, readonly, strong) NSFileHandle* fileHandleWithStandardError;
 @property(class, readonly, strong) NSFileHandle* fileHandleWithNullDevice;
-
-@end
-
-@interface NSFileHandle (NSFileHandleDeprecated)
-
-// Raises NSFileHandleOperationException when the write fails.
-- (void)writeData:(NSData*)data;
 
 @end
 

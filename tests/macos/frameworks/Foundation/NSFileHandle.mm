@@ -72,17 +72,6 @@
 
 @end
 
-@implementation NSFileHandle (NSFileHandleDeprecated)
-
-- (void)writeData:(NSData*)data {
-  NSError* error = nil;
-  if ([self writeData:data error:&error]) return;
-  [NSException raise:NSFileHandleOperationException
-              format:@"-[NSFileHandle writeData:]: %@", error.localizedDescription];
-}
-
-@end
-
 int standinFileControl(int descriptor, int command, int argument) {
   if (command != F_SETNOSIGPIPE) return (fcntl)(descriptor, command, argument);
   standin::record("fcntl",

@@ -8,9 +8,8 @@ NS_ASSUME_NONNULL_BEGIN
 @class NSArray<ObjectType>, NSDictionary<KeyType, ObjectType>, NSError, NSString, NSURL;
 
 typedef NSString* NSFileAttributeKey NS_TYPED_EXTENSIBLE_ENUM;
-FOUNDATION_EXPORT NSFileAttributeKey const NSFilePosixPermissions;
 
-// Works on real files.
+// Works on real files. Knows no folder of the user's but the Desktop, and no attributes.
 @interface NSFileManager : NSObject
 
 @property(class, readonly, strong) NSFileManager* defaultManager;
@@ -24,21 +23,16 @@ FOUNDATION_EXPORT NSFileAttributeKey const NSFilePosixPermissions;
 - (BOOL)createSymbolicLinkAtURL:(NSURL*)url
              withDestinationURL:(NSURL*)destURL
                           error:(NSError* _Nullable* _Nullable)error;
-- (BOOL)setAttributes:(NSDictionary<NSFileAttributeKey, id>*)attributes
-         ofItemAtPath:(NSString*)path
-                error:(NSError* _Nullable* _Nullable)error;
 - (nullable NSString*)destinationOfSymbolicLinkAtPath:(NSString*)path
                                                 error:(NSError* _Nullable* _Nullable)error;
 - (BOOL)removeItemAtURL:(NSURL*)URL error:(NSError* _Nullable* _Nullable)error;
 - (BOOL)fileExistsAtPath:(NSString*)path;
-- (BOOL)fileExistsAtPath:(NSString*)path isDirectory:(nullable BOOL*)isDirectory;
 
 @end
 
 @interface NSFileManager (NSUserInformation)
 
 @property(readonly, copy) NSURL* homeDirectoryForCurrentUser;
-@property(readonly, copy) NSURL* temporaryDirectory;
 
 @end
 

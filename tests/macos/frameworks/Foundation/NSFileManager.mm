@@ -8,16 +8,12 @@
 
 #include "tests/macos/frameworks/Foundation/FileSupport.h"
 #include "tests/macos/frameworks/Foundation/FoundationState.h"
-
-NSFileAttributeKey const NSFilePosixPermissions = @"NSFilePosixPermissions";
+#include "tests/macos/standin/CallLog.h"
 
 namespace standin {
 namespace {
 
-std::string pathOf(NSURL* url) {
-  if (!url.isFileURL) raiseInvalidArgument("a file operation needs a file URL");
-  return utf8Of(url.path);
-}
+std::string pathOf(NSURL* url) { return utf8Of(url.path); }
 
 FileFailure writingFailure(const std::string& path) { return {.errnoValue = errno, .path = path}; }
 
@@ -26,52 +22,24 @@ bool isExistingFolder(const std::string& path) {
   return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-FileOutcome makeFolder(const std::string& path, NSDictionary* attributes) {
+FileOutcome makeFolder(const std::string& path) {
   if (mkdir(path.c_str(), 0777) != 0) return writingFailure(path);
-  if (NSNumber* mode = attributes[NSFilePosixPermissions]) {
-    chmod(path.c_str(), static_cast<mode_t>(mode.unsignedIntValue));
-  }
   return std::nullopt;
 }
 
-FileOutcome makeFolders(const std::string& path, NSDictionary* attributes) {
+FileOutcome makeFolders(const std::string& path) {
   if (isExistingFolder(path)) return std::nullopt;
-  auto outcome = makeFolder(path, attributes);
+  auto outcome = makeFolder(path);
   if (!outcome || outcome->errnoValue != ENOENT || path == folderOf(path)) return outcome;
-  if (auto earlier = makeFolders(folderOf(path), attributes)) {
-    // A file where a folder should be.
-    if (earlier->errnoValue == EEXIST) earlier->errnoValue = ENOTDIR;
-    return earlier;
-  }
-  return makeFolder(path, attributes);
+  if (auto earlier = makeFolders(folderOf(path))) return earlier;
+  return makeFolder(path);
 }
 
 FileOutcome removeItem(const std::string& path) {
   std::error_code error;
   const auto removed = std::filesystem::remove_all(path, error);
-  FileFailure failure{.path = path, .kind = FileFailure::Kind::removing};
   if (!error && removed > 0) return std::nullopt;
-  failure.errnoValue = error ? error.value() : ENOENT;
-  if (failure.errnoValue == ENOTEMPTY) failure.errnoValue = EPERM;
-  return failure;
-}
-
-std::string folderInHome(NSSearchPathDirectory directory) {
-  switch (directory) {
-    case NSApplicationDirectory:
-      return "/Applications";
-    case NSLibraryDirectory:
-      return "/Library";
-    case NSDesktopDirectory:
-      return "/Desktop";
-    case NSDocumentDirectory:
-      return "/Documents";
-    case NSCachesDirectory:
-      return "/Library/Caches";
-    case NSApplicationSupportDirectory:
-      return "/Library/Application Support";
-  }
-  raiseInvalidArgument("an unknown directory was asked for");
+  return FileFailure{.errnoValue = error ? error.value() : ENOENT, .path = path};
 }
 
 }  // namespace
@@ -86,25 +54,21 @@ std::string folderInHome(NSSearchPathDirectory directory) {
 
 - (NSArray*)URLsForDirectory:(NSSearchPathDirectory)directory
                    inDomains:(NSSearchPathDomainMask)domainMask {
-  NSMutableArray* urls = [NSMutableArray array];
-  const auto folder = standin::folderInHome(directory);
-  const auto add = [urls](const std::string& path) {
-    [urls addObject:[NSURL fileURLWithPath:standin::stringOf(std::string_view(path))
-                               isDirectory:YES]];
-  };
-  if ((domainMask & NSUserDomainMask) != 0) add(standin::utf8Of(NSHomeDirectory()) + folder);
-  if ((domainMask & NSLocalDomainMask) != 0) add(folder);
-  return urls;
+  if (directory != NSDesktopDirectory || domainMask != NSUserDomainMask) {
+    standin::violation("no folder is known but the user's Desktop");
+  }
+  const auto desktop = standin::utf8Of(NSHomeDirectory()) + "/Desktop";
+  return @[ [NSURL fileURLWithPath:standin::stringOf(std::string_view(desktop))] ];
 }
 
 - (BOOL)createDirectoryAtURL:(NSURL*)url
     withIntermediateDirectories:(BOOL)createIntermediates
                      attributes:(NSDictionary*)attributes
                           error:(NSError**)error {
-  const auto path = standin::pathOf(url);
-  return standin::succeeded(createIntermediates ? standin::makeFolders(path, attributes)
-                                                : standin::makeFolder(path, attributes),
-                            error);
+  if (!createIntermediates || attributes != nil) {
+    standin::violation("folders are made with those above them, and without attributes");
+  }
+  return standin::succeeded(standin::makeFolders(standin::pathOf(url)), error);
 }
 
 - (BOOL)createSymbolicLinkAtURL:(NSURL*)url
@@ -114,18 +78,6 @@ std::string folderInHome(NSSearchPathDirectory directory) {
   standin::FileOutcome outcome;
   if (symlink(standin::pathOf(destURL).c_str(), path.c_str()) != 0) {
     outcome = standin::writingFailure(path);
-  }
-  return standin::succeeded(outcome, error);
-}
-
-- (BOOL)setAttributes:(NSDictionary*)attributes
-         ofItemAtPath:(NSString*)path
-                error:(NSError**)error {
-  const auto name = standin::utf8Of(path);
-  NSNumber* mode = attributes[NSFilePosixPermissions];
-  standin::FileOutcome outcome;
-  if (mode != nil && chmod(name.c_str(), static_cast<mode_t>(mode.unsignedIntValue)) != 0) {
-    outcome = standin::writingFailure(name);
   }
   return standin::succeeded(outcome, error);
 }
@@ -147,14 +99,8 @@ std::string folderInHome(NSSearchPathDirectory directory) {
 }
 
 - (BOOL)fileExistsAtPath:(NSString*)path {
-  return [self fileExistsAtPath:path isDirectory:nullptr];
-}
-
-- (BOOL)fileExistsAtPath:(NSString*)path isDirectory:(BOOL*)isDirectory {
   struct stat status {};
-  const bool exists = stat(standin::utf8Of(path).c_str(), &status) == 0;
-  if (isDirectory != nullptr) *isDirectory = exists && S_ISDIR(status.st_mode);
-  return exists;
+  return stat(standin::utf8Of(path).c_str(), &status) == 0;
 }
 
 @end
@@ -165,17 +111,9 @@ std::string folderInHome(NSSearchPathDirectory directory) {
   return [NSURL fileURLWithPath:NSHomeDirectory() isDirectory:YES];
 }
 
-- (NSURL*)temporaryDirectory {
-  return [NSURL fileURLWithPath:NSTemporaryDirectory() isDirectory:YES];
-}
-
 @end
 
 NSString* NSHomeDirectory() {
   const std::lock_guard guard(standin::foundationState().mutex);
   return standin::stringOf(std::string_view(standin::foundationState().homeFolder));
-}
-
-NSString* NSTemporaryDirectory() {
-  return standin::stringOf(std::string_view(std::filesystem::temp_directory_path().string() + "/"));
 }

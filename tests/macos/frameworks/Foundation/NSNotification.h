@@ -4,24 +4,20 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-@class NSDictionary<KeyType, ObjectType>, NSOperationQueue, NSString;
+@class NSOperationQueue, NSString;
 
 typedef NSString* NSNotificationName NS_TYPED_EXTENSIBLE_ENUM;
 
-@interface NSNotification : NSObject <NSCopying>
+@interface NSNotification : NSObject
 
 @property(readonly, copy) NSNotificationName name;
 @property(nullable, readonly, strong) id object;
-@property(nullable, readonly, copy) NSDictionary* userInfo;
 
 @end
 
 @interface NSNotification (NSNotificationCreation)
 
 + (instancetype)notificationWithName:(NSNotificationName)aName object:(nullable id)anObject;
-+ (instancetype)notificationWithName:(NSNotificationName)aName
-                              object:(nullable id)anObject
-                            userInfo:(nullable NSDictionary*)aUserInfo;
 
 @end
 
@@ -32,9 +28,6 @@ typedef NSString* NSNotificationName NS_TYPED_EXTENSIBLE_ENUM;
 
 - (void)postNotification:(NSNotification*)notification;
 - (void)postNotificationName:(NSNotificationName)aName object:(nullable id)anObject;
-- (void)postNotificationName:(NSNotificationName)aName
-                      object:(nullable id)anObject
-                    userInfo:(nullable NSDictionary*)aUserInfo;
 - (void)removeObserver:(id)observer;
 - (id<NSObject>)addObserverForName:(nullable NSNotificationName)name
                             object:(nullable id)obj

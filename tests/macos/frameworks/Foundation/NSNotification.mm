@@ -12,7 +12,6 @@
  @public
   NSString* _name;
   id _object;
-  NSDictionary* _userInfo;
 }
 @end
 
@@ -20,17 +19,11 @@
 
 @synthesize name = _name;
 @synthesize object = _object;
-@synthesize userInfo = _userInfo;
 
 - (void)dealloc {
   [_name release];
   [_object release];
-  [_userInfo release];
   [super dealloc];
-}
-
-- (id)copyWithZone:(NSZone*)zone {
-  return [self retain];
 }
 
 @end
@@ -38,16 +31,9 @@
 @implementation NSNotification (NSNotificationCreation)
 
 + (instancetype)notificationWithName:(NSNotificationName)aName object:(id)anObject {
-  return [self notificationWithName:aName object:anObject userInfo:nil];
-}
-
-+ (instancetype)notificationWithName:(NSNotificationName)aName
-                              object:(id)anObject
-                            userInfo:(NSDictionary*)aUserInfo {
   NSNotification* notification = [[self alloc] init];
   notification->_name = [aName copy];
   notification->_object = [anObject retain];
-  notification->_userInfo = [aUserInfo copy];
   return autoreleased(notification);
 }
 
@@ -169,15 +155,7 @@ std::size_t notificationObserverCount() { return observersNow().size(); }
 }
 
 - (void)postNotificationName:(NSNotificationName)aName object:(id)anObject {
-  [self postNotificationName:aName object:anObject userInfo:nil];
-}
-
-- (void)postNotificationName:(NSNotificationName)aName
-                      object:(id)anObject
-                    userInfo:(NSDictionary*)aUserInfo {
-  [self postNotification:[NSNotification notificationWithName:aName
-                                                       object:anObject
-                                                     userInfo:aUserInfo]];
+  [self postNotification:[NSNotification notificationWithName:aName object:anObject]];
 }
 
 @end

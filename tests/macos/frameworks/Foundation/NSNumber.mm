@@ -1,16 +1,12 @@
 #import "tests/macos/frameworks/Foundation/Support.h"
 
 #include <cmath>
-#include <compare>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
-#include <limits>
 #include <utility>
 #include <variant>
 
 #include "tests/macos/frameworks/Foundation/NumberSupport.h"
-#include "tests/macos/standin/CallLog.h"
 
 // Numbers keep the type they were made of, widened to the next signed one as Foundation's are: an
 // unsigned int becomes a long long. A boolean is not among these.
@@ -57,10 +53,6 @@ template <typename T>
 struct Converter {
   T operator()(double value) const {
     if constexpr (std::is_floating_point_v<T>) return static_cast<T>(value);
-    if constexpr (std::is_same_v<T, std::uint64_t>) {
-      if (value >= 0x1p64) return std::numeric_limits<T>::max();
-      if (value >= 0x1p63) return static_cast<T>(value);
-    }
     return static_cast<T>(integerOf(value));
   }
   template <typename Integer>
@@ -74,15 +66,13 @@ T valueOf(NSNumber* number) {
   return std::visit(Converter<T>(), numberIn(number).value);
 }
 
-std::partial_ordering order(const Number& left, const Number& right) {
+bool areEqual(const Number& left, const Number& right) {
   return std::visit(
-      [](auto first, auto second) -> std::partial_ordering {
+      [](auto first, auto second) {
         if constexpr (std::is_integral_v<decltype(first)> && std::is_integral_v<decltype(second)>) {
-          if (std::cmp_less(first, second)) return std::partial_ordering::less;
-          if (std::cmp_equal(first, second)) return std::partial_ordering::equivalent;
-          return std::partial_ordering::greater;
+          return std::cmp_equal(first, second);
         } else {
-          return static_cast<double>(first) <=> static_cast<double>(second);
+          return static_cast<double>(first) == static_cast<double>(second);
         }
       },
       left.value, right.value);
@@ -98,13 +88,10 @@ std::string text(const Number& number) {
   return buffer;
 }
 
-id initialized(NSNumber* receiver, const Number& number) {
-  static_cast<StandInNumber*>(receiver)->number = number;
-  return receiver;
-}
-
 NSNumber* made(const Number& number) {
-  return autoreleased(static_cast<NSNumber*>(initialized([NSNumber alloc], number)));
+  StandInNumber* object = [StandInNumber alloc];
+  object->number = number;
+  return autoreleased(object);
 }
 
 }  // namespace
@@ -120,90 +107,38 @@ bool isBoolean(NSNumber* number) { return [number isKindOfClass:[__NSCFBoolean c
 
 }  // namespace standin
 
-using standin::initialized;
 using standin::made;
 using standin::numberOf;
 using standin::valueOf;
 
 @implementation NSNumber
 
-+ (instancetype)alloc {
-  if (self == [NSNumber class]) return [StandInNumber alloc];
-  return [super alloc];
-}
-
 // clang-format off
-- (NSNumber*)initWithChar:(char)value { return initialized(self, numberOf(value)); }
-- (NSNumber*)initWithUnsignedChar:(unsigned char)value { return initialized(self, numberOf(value)); }
-- (NSNumber*)initWithShort:(short)value { return initialized(self, numberOf(value)); }
-- (NSNumber*)initWithUnsignedShort:(unsigned short)value { return initialized(self, numberOf(value)); }
-- (NSNumber*)initWithInt:(int)value { return initialized(self, numberOf(value)); }
-- (NSNumber*)initWithUnsignedInt:(unsigned int)value { return initialized(self, numberOf(value)); }
-- (NSNumber*)initWithLong:(long)value { return initialized(self, numberOf(value)); }
-- (NSNumber*)initWithUnsignedLong:(unsigned long)value { return initialized(self, numberOf(value)); }
-- (NSNumber*)initWithLongLong:(long long)value { return initialized(self, numberOf(value)); }
-- (NSNumber*)initWithUnsignedLongLong:(unsigned long long)value { return initialized(self, numberOf(value)); }
-- (NSNumber*)initWithFloat:(float)value { return initialized(self, numberOf(value)); }
-- (NSNumber*)initWithDouble:(double)value { return initialized(self, numberOf(value)); }
-- (NSNumber*)initWithInteger:(NSInteger)value { return initialized(self, numberOf(value)); }
-- (NSNumber*)initWithUnsignedInteger:(NSUInteger)value { return initialized(self, numberOf(value)); }
-
-- (char)charValue { return valueOf<char>(self); }
-- (unsigned char)unsignedCharValue { return valueOf<unsigned char>(self); }
-- (short)shortValue { return valueOf<short>(self); }
-- (unsigned short)unsignedShortValue { return valueOf<unsigned short>(self); }
 - (int)intValue { return valueOf<int>(self); }
 - (unsigned int)unsignedIntValue { return valueOf<unsigned int>(self); }
-- (long)longValue { return valueOf<long>(self); }
-- (unsigned long)unsignedLongValue { return valueOf<unsigned long>(self); }
 - (long long)longLongValue { return valueOf<long long>(self); }
-- (unsigned long long)unsignedLongLongValue { return valueOf<std::uint64_t>(self); }
-- (float)floatValue { return valueOf<float>(self); }
 - (double)doubleValue { return valueOf<double>(self); }
-- (NSInteger)integerValue { return valueOf<NSInteger>(self); }
-- (NSUInteger)unsignedIntegerValue { return valueOf<NSUInteger>(self); }
 // clang-format on
-
-- (NSNumber*)initWithBool:(BOOL)value {
-  [self release];
-  return [NSNumber numberWithBool:value];
-}
 
 - (BOOL)boolValue {
   return valueOf<double>(self) != 0;
-}
-
-- (const char*)objCType {
-  static constexpr auto types = "c\0s\0i\0q\0Q\0f\0d";
-  return static_cast<const char*>(std::memchr(types, standin::numberIn(self).type, 14));
 }
 
 - (NSString*)stringValue {
   return standin::stringOf(std::string_view(standin::text(standin::numberIn(self))));
 }
 
-- (NSString*)description {
-  return [self stringValue];
-}
-
-- (NSComparisonResult)compare:(NSNumber*)otherNumber {
-  const auto order = standin::order(standin::numberIn(self), standin::numberIn(otherNumber));
-  if (order == std::partial_ordering::less) return NSOrderedAscending;
-  return order == std::partial_ordering::greater ? NSOrderedDescending : NSOrderedSame;
+- (id)copyWithZone:(NSZone*)zone {
+  return [self retain];
 }
 
 - (BOOL)isEqualToNumber:(NSNumber*)number {
-  return standin::order(standin::numberIn(self), standin::numberIn(number)) ==
-         std::partial_ordering::equivalent;
+  return standin::areEqual(standin::numberIn(self), standin::numberIn(number));
 }
 
 - (BOOL)isEqual:(id)object {
   return self == object ||
          ([object isKindOfClass:[NSNumber class]] && [self isEqualToNumber:object]);
-}
-
-- (NSUInteger)hash {
-  return std::hash<double>()(valueOf<double>(self));
 }
 
 - (Class)standInTypeClass {
@@ -222,13 +157,11 @@ using standin::valueOf;
 + (NSNumber*)numberWithInt:(int)value { return made(numberOf(value)); }
 + (NSNumber*)numberWithUnsignedInt:(unsigned int)value { return made(numberOf(value)); }
 + (NSNumber*)numberWithLong:(long)value { return made(numberOf(value)); }
-+ (NSNumber*)numberWithUnsignedLong:(unsigned long)value { return made(numberOf(value)); }
 + (NSNumber*)numberWithLongLong:(long long)value { return made(numberOf(value)); }
 + (NSNumber*)numberWithUnsignedLongLong:(unsigned long long)value { return made(numberOf(value)); }
 + (NSNumber*)numberWithFloat:(float)value { return made(numberOf(value)); }
 + (NSNumber*)numberWithDouble:(double)value { return made(numberOf(value)); }
 + (NSNumber*)numberWithInteger:(NSInteger)value { return made(numberOf(value)); }
-+ (NSNumber*)numberWithUnsignedInteger:(NSUInteger)value { return made(numberOf(value)); }
 // clang-format on
 
 + (NSNumber*)numberWithBool:(BOOL)value {
@@ -244,6 +177,19 @@ using standin::valueOf;
 
 - (Class)standInTypeClass {
   return [__NSCFBoolean class];
+}
+
+@end
+
+@implementation NSNull
+
++ (NSNull*)null {
+  static NSNull* const null = standin::immortal([[NSNull alloc] init]);
+  return null;
+}
+
+- (id)copyWithZone:(NSZone*)zone {
+  return self;
 }
 
 @end

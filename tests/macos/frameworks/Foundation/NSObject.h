@@ -9,19 +9,6 @@ NS_ASSUME_NONNULL_BEGIN
 - (id)copyWithZone:(nullable NSZone*)zone;
 @end
 
-@protocol NSMutableCopying
-- (id)mutableCopyWithZone:(nullable NSZone*)zone;
-@end
-
-@class NSCoder;
-
-// Nothing here is archived, so what an archive would need is left out.
-@protocol NSCoding
-@end
-
-@protocol NSSecureCoding <NSCoding>
-@end
-
 typedef struct {
   unsigned long state;
   id __unsafe_unretained _Nullable* _Nullable itemsPtr;

@@ -14,10 +14,6 @@ objc::Object* object(id value) { return reinterpret_cast<objc::Object*>(value); 
   return reinterpret_cast<id>(class_createInstance(reinterpret_cast<objc::Class*>(self), 0));
 }
 
-+ (instancetype)allocWithZone:(NSZone*)zone {
-  return [self alloc];
-}
-
 + (instancetype)new {
   return [[self alloc] init];
 }
@@ -44,16 +40,8 @@ objc::Object* object(id value) { return reinterpret_cast<objc::Object*>(value); 
   return self;
 }
 
-- (NSUInteger)retainCount {
-  return objc_retainCount(object(self));
-}
-
 - (id)copy {
   return [static_cast<id<NSCopying>>(self) copyWithZone:nil];
-}
-
-- (id)mutableCopy {
-  return [static_cast<id<NSMutableCopying>>(self) mutableCopyWithZone:nil];
 }
 
 + (Class)class {
@@ -64,20 +52,8 @@ objc::Object* object(id value) { return reinterpret_cast<objc::Object*>(value); 
   return object_getClass(self);
 }
 
-+ (Class)superclass {
-  return class_getSuperclass(self);
-}
-
-- (Class)superclass {
-  return class_getSuperclass(object_getClass(self));
-}
-
 - (instancetype)self {
   return self;
-}
-
-+ (NSUInteger)hash {
-  return reinterpret_cast<NSUInteger>(self);
 }
 
 - (NSUInteger)hash {
@@ -99,18 +75,6 @@ objc::Object* object(id value) { return reinterpret_cast<objc::Object*>(value); 
   return [object_getClass(self) isSubclassOfClass:aClass];
 }
 
-- (BOOL)isMemberOfClass:(Class)aClass {
-  return object_getClass(self) == aClass;
-}
-
-+ (BOOL)conformsToProtocol:(Protocol*)protocol {
-  return class_conformsToProtocol(self, protocol);
-}
-
-- (BOOL)conformsToProtocol:(Protocol*)protocol {
-  return class_conformsToProtocol(object_getClass(self), protocol);
-}
-
 + (BOOL)instancesRespondToSelector:(SEL)selector {
   return class_respondsToSelector(self, selector);
 }
@@ -119,17 +83,8 @@ objc::Object* object(id value) { return reinterpret_cast<objc::Object*>(value); 
   return class_respondsToSelector(object_getClass(self), selector);
 }
 
-- (id)performSelector:(SEL)selector {
-  return reinterpret_cast<id (*)(id, SEL)>(&objc_msgSend)(self, selector);
-}
-
 - (id)performSelector:(SEL)selector withObject:(id)argument {
   return reinterpret_cast<id (*)(id, SEL, id)>(&objc_msgSend)(self, selector, argument);
-}
-
-- (id)performSelector:(SEL)selector withObject:(id)argument1 withObject:(id)argument2 {
-  return reinterpret_cast<id (*)(id, SEL, id, id)>(&objc_msgSend)(self, selector, argument1,
-                                                                  argument2);
 }
 
 - (void)doesNotRecognizeSelector:(SEL)selector {
@@ -139,28 +94,11 @@ objc::Object* object(id value) { return reinterpret_cast<objc::Object*>(value); 
                                 (isClass ? "class" : "instance"));
 }
 
-+ (NSString*)description {
-  return NSStringFromClass(self);
-}
-
-- (NSString*)description {
-  return [NSString
-      stringWithFormat:@"<%s: %p>", object_getClassName(self), static_cast<const void*>(self)];
-}
-
 - (Class)standInTypeClass {
   return object_getClass(self);
 }
 
 @end
-
-NSString* NSStringFromSelector(SEL selector) {
-  return standin::stringOf(std::string_view(sel_getName(selector)));
-}
-
-SEL NSSelectorFromString(NSString* selectorName) {
-  return sel_registerName(standin::utf8Of(selectorName).c_str());
-}
 
 NSString* NSStringFromClass(Class aClass) {
   return standin::stringOf(std::string_view(class_getName(aClass)));

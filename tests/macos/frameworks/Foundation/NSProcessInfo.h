@@ -12,27 +12,13 @@ typedef struct {
   NSInteger patchVersion;
 } NSOperatingSystemVersion;
 
-typedef NS_OPTIONS(uint64_t, NSActivityOptions) {
-  NSActivityIdleDisplaySleepDisabled = (1ULL << 40),
-  NSActivityIdleSystemSleepDisabled = (1ULL << 20),
-  NSActivitySuddenTerminationDisabled = (1ULL << 14),
-  NSActivityAutomaticTerminationDisabled = (1ULL << 15),
-  NSActivityUserInitiated = (0x00FFFFFFULL | NSActivityIdleSystemSleepDisabled),
-  NSActivityUserInitiatedAllowingIdleSystemSleep = (NSActivityUserInitiated &
-                                                    ~NSActivityIdleSystemSleepDisabled),
-  NSActivityBackground = 0x000000FFULL,
-  NSActivityLatencyCritical = 0xFF00000000ULL,
-};
+typedef uint64_t NSActivityOptions;
 
 @interface NSProcessInfo : NSObject
 
 @property(class, readonly, strong) NSProcessInfo* processInfo;
 
 @property(readonly, copy) NSArray<NSString*>* arguments;
-@property(readonly, copy) NSString* processName;
-@property(readonly) int processIdentifier;
-@property(readonly) NSOperatingSystemVersion operatingSystemVersion;
-@property(readonly) NSTimeInterval systemUptime;
 - (BOOL)isOperatingSystemAtLeastVersion:(NSOperatingSystemVersion)version;
 
 @end

@@ -1,12 +1,9 @@
 #import "tests/macos/frameworks/Foundation/Support.h"
 
-#include <unistd.h>
-
 #include <array>
 
 #include "tests/macos/frameworks/Foundation/FoundationState.h"
 #include "tests/macos/standin/CallLog.h"
-#include "tests/macos/standin/Threads.h"
 
 // A running activity. It ends at the latest with this token.
 @interface StandInActivity : NSObject
@@ -48,28 +45,12 @@ bool endActivity(const void* token) {
   return arguments;
 }
 
-- (NSString*)processName {
-  return [self.arguments.firstObject lastPathComponent];
-}
-
-- (int)processIdentifier {
-  return getpid();
-}
-
-- (NSOperatingSystemVersion)operatingSystemVersion {
-  const std::lock_guard guard(standin::foundationState().mutex);
-  return standin::foundationState().systemVersion;
-}
-
-- (NSTimeInterval)systemUptime {
-  return static_cast<double>(standin::uptime()) / 1e9;
-}
-
 - (BOOL)isOperatingSystemAtLeastVersion:(NSOperatingSystemVersion)version {
   const auto numbers = [](const NSOperatingSystemVersion& each) {
     return std::array{each.majorVersion, each.minorVersion, each.patchVersion};
   };
-  return numbers(self.operatingSystemVersion) >= numbers(version);
+  const std::lock_guard guard(standin::foundationState().mutex);
+  return numbers(standin::foundationState().systemVersion) >= numbers(version);
 }
 
 @end

@@ -6,11 +6,7 @@ NS_ASSUME_NONNULL_BEGIN
 
 @class NSData, NSError;
 
-typedef NS_ENUM(NSUInteger, NSPropertyListFormat) {
-  NSPropertyListOpenStepFormat = 1,
-  NSPropertyListXMLFormat_v1_0 = 100,
-  NSPropertyListBinaryFormat_v1_0 = 200,
-};
+typedef NS_ENUM(NSUInteger, NSPropertyListFormat) { NSPropertyListXMLFormat_v1_0 = 100 };
 
 typedef NSUInteger NSPropertyListWriteOptions;
 

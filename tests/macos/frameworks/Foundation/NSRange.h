@@ -7,17 +7,6 @@ typedef struct _NSRange {
   NSUInteger length;
 } NSRange;
 
-typedef NSRange* NSRangePointer;
-
-NS_INLINE NSRange NSMakeRange(NSUInteger location, NSUInteger length) {
-  NSRange range;
-  range.location = location;
-  range.length = length;
-  return range;
-}
+NS_INLINE NSRange NSMakeRange(NSUInteger location, NSUInteger length) { return {location, length}; }
 
 NS_INLINE NSUInteger NSMaxRange(NSRange range) { return range.location + range.length; }
-
-NS_INLINE BOOL NSEqualRanges(NSRange left, NSRange right) {
-  return left.location == right.location && left.length == right.length;
-}

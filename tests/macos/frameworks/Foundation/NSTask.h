@@ -8,7 +8,6 @@ NS_ASSUME_NONNULL_BEGIN
 
 @interface NSTask : NSObject
 
-- (instancetype)init NS_DESIGNATED_INITIALIZER;
 @property(nullable, copy) NSURL* executableURL;
 @property(nullable, copy) NSArray<NSString*>* arguments;
 @property(nullable, retain) id standardOutput;

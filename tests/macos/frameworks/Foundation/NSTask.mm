@@ -32,10 +32,6 @@ standin::Task described(NSTask* task) {
 
 @implementation NSTask
 
-- (instancetype)init {
-  return [super init];
-}
-
 - (void)dealloc {
   if (isLaunched && !isWaitedFor) standin::violation("a task was let go before it had ended");
   [_executableURL release];

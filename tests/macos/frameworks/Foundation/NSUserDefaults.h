@@ -11,14 +11,10 @@ NS_ASSUME_NONNULL_BEGIN
 
 @property(class, readonly, strong) NSUserDefaults* standardUserDefaults;
 
-- (instancetype)init;
-- (nullable instancetype)initWithSuiteName:(nullable NSString*)suitename NS_DESIGNATED_INITIALIZER;
-
 - (nullable id)objectForKey:(NSString*)defaultName;
 - (void)setObject:(nullable id)value forKey:(NSString*)defaultName;
 - (void)removeObjectForKey:(NSString*)defaultName;
 - (nullable NSString*)stringForKey:(NSString*)defaultName;
-- (NSInteger)integerForKey:(NSString*)defaultName;
 - (BOOL)boolForKey:(NSString*)defaultName;
 - (void)setBool:(BOOL)value forKey:(NSString*)defaultName;
 - (BOOL)synchronize;

@@ -3,11 +3,6 @@
 #include "tests/macos/frameworks/Foundation/FoundationState.h"
 #include "tests/macos/standin/CallLog.h"
 
-@interface NSUserDefaults () {
-  std::string suite;
-}
-@end
-
 namespace {
 
 bool isPropertyList(id value) {
@@ -35,23 +30,11 @@ std::string lowercase(std::string text) {
   return defaults;
 }
 
-- (instancetype)init {
-  return [self initWithSuiteName:nil];
-}
-
-- (instancetype)initWithSuiteName:(NSString*)suitename {
-  self = [super init];
-  suite = standin::utf8Of(suitename);
-  return self;
-}
-
 - (id)objectForKey:(NSString*)defaultName {
   auto& state = standin::foundationState();
   const std::lock_guard guard(state.mutex);
-  const auto values = state.defaults.find(suite);
-  if (values == state.defaults.end()) return nil;
-  const auto found = values->second.find(standin::utf8Of(defaultName));
-  return found == values->second.end() ? nil : [[found->second.get() retain] autorelease];
+  const auto found = state.defaults.find(standin::utf8Of(defaultName));
+  return found == state.defaults.end() ? nil : [[found->second.get() retain] autorelease];
 }
 
 - (void)setObject:(id)value forKey:(NSString*)defaultName {
@@ -60,7 +43,7 @@ std::string lowercase(std::string text) {
     return;
   }
   id copied = [[value copy] autorelease];
-  standin::presetUserDefault(standin::utf8Of(defaultName), copied, suite);
+  standin::presetUserDefault(standin::utf8Of(defaultName), copied);
 }
 
 - (void)removeObjectForKey:(NSString*)defaultName {
@@ -85,14 +68,6 @@ std::string lowercase(std::string text) {
   if (![value isKindOfClass:[NSString class]]) return NO;
   const auto text = lowercase(standin::utf8Of(value));
   return text == "yes" || text == "true" || text == "1";
-}
-
-- (NSInteger)integerForKey:(NSString*)defaultName {
-  id value = [self objectForKey:defaultName];
-  if ([value isKindOfClass:[NSNumber class]] || [value isKindOfClass:[NSString class]]) {
-    return [value integerValue];
-  }
-  return 0;
 }
 
 - (BOOL)synchronize {

@@ -32,10 +32,6 @@ namespace standin {
 [[nodiscard]] NSString* stringOf(std::u16string units);
 [[nodiscard]] NSString* stringOf(std::string_view utf8);
 
-// "(null)" for nil.
-[[nodiscard]] std::u16string descriptionOf(id object);
-[[nodiscard]] std::u16string formatted(NSString* format, va_list arguments);
-
 // Raises NSInvalidArgumentException, NSRangeException.
 [[noreturn]] void raiseInvalidArgument(const std::string& reason);
 [[noreturn]] void raiseRange(const std::string& reason);

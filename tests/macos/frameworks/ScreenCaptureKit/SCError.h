@@ -10,9 +10,6 @@ typedef NS_ERROR_ENUM(SCStreamErrorDomain, SCStreamErrorCode){
     SCStreamErrorAttemptToStartStreamState = -3807,
     SCStreamErrorAttemptToStopStreamState = -3808,
     SCStreamErrorAttemptToConfigState = -3810,
-    SCStreamErrorInternalError = -3811,
-    SCStreamErrorInvalidParameter = -3812,
-    SCStreamErrorNoDisplayList = -3814,
     SCStreamErrorUserStopped = -3817,
     SCStreamErrorSystemStoppedStream = -3821,
 };

@@ -18,12 +18,11 @@ constexpr NSInteger deepestQueue = 8;
   standin::StreamSettings _settings;
 }
 
+// Written and never read back.
+@dynamic width, height, minimumFrameInterval, pixelFormat, showsCursor, queueDepth;
+
 - (standin::StreamSettings)settings {
   return _settings;
-}
-
-- (size_t)width {
-  return _settings.width;
 }
 
 - (void)setWidth:(size_t)width {
@@ -32,18 +31,10 @@ constexpr NSInteger deepestQueue = 8;
   _settings.width = width;
 }
 
-- (size_t)height {
-  return _settings.height;
-}
-
 - (void)setHeight:(size_t)height {
   record("-[SCStreamConfiguration setHeight:]", {std::to_string(height)});
   if (height == 0) violation("-[SCStreamConfiguration setHeight:] of no pixels");
   _settings.height = height;
-}
-
-- (CMTime)minimumFrameInterval {
-  return {_settings.intervalValue, _settings.intervalTimescale, kCMTimeFlags_Valid, 0};
 }
 
 - (void)setMinimumFrameInterval:(CMTime)interval {
@@ -56,10 +47,6 @@ constexpr NSInteger deepestQueue = 8;
   _settings.intervalTimescale = interval.timescale;
 }
 
-- (OSType)pixelFormat {
-  return _settings.pixelFormat;
-}
-
 - (void)setPixelFormat:(OSType)pixelFormat {
   record("-[SCStreamConfiguration setPixelFormat:]", {std::to_string(pixelFormat)});
   if (pixelFormat != kCVPixelFormatType_32BGRA) {
@@ -68,17 +55,9 @@ constexpr NSInteger deepestQueue = 8;
   _settings.pixelFormat = pixelFormat;
 }
 
-- (BOOL)showsCursor {
-  return _settings.showsCursor;
-}
-
 - (void)setShowsCursor:(BOOL)showsCursor {
   record("-[SCStreamConfiguration setShowsCursor:]", {showsCursor ? "YES" : "NO"});
   _settings.showsCursor = showsCursor;
-}
-
-- (NSInteger)queueDepth {
-  return _settings.queueDepth;
 }
 
 - (void)setQueueDepth:(NSInteger)queueDepth {

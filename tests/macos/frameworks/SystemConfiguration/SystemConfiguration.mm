@@ -25,8 +25,7 @@ CFStringRef SCDynamicStoreCopyComputerName(SCDynamicStoreRef store,
   const std::lock_guard lock(mutex);
   if (!computerName) return nullptr;
   // A text of its own for every caller, so that one that is not released counts as leaked.
-  return CFStringCreateWithCString(kCFAllocatorDefault, computerName->c_str(),
-                                   kCFStringEncodingUTF8);
+  return (CFStringRef)CFBridgingRetain([NSString stringWithUTF8String:computerName->c_str()]);
 }
 
 namespace standin {

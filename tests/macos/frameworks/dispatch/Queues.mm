@@ -35,15 +35,12 @@ namespace {
 constexpr std::array allClasses{
     std::pair{QOS_CLASS_USER_INTERACTIVE, "QOS_CLASS_USER_INTERACTIVE"},
     std::pair{QOS_CLASS_USER_INITIATED, "QOS_CLASS_USER_INITIATED"},
-    std::pair{QOS_CLASS_DEFAULT, "QOS_CLASS_DEFAULT"},
-    std::pair{QOS_CLASS_UTILITY, "QOS_CLASS_UTILITY"},
-    std::pair{QOS_CLASS_BACKGROUND, "QOS_CLASS_BACKGROUND"},
     std::pair{QOS_CLASS_UNSPECIFIED, "QOS_CLASS_UNSPECIFIED"},
 };
 constexpr std::array globalLabels{
-    "com.apple.root.user-interactive-qos", "com.apple.root.user-initiated-qos",
-    "com.apple.root.default-qos",          "com.apple.root.utility-qos",
-    "com.apple.root.background-qos",       "com.apple.root.default-qos",
+    "com.apple.root.user-interactive-qos",
+    "com.apple.root.user-initiated-qos",
+    "com.apple.root.default-qos",
 };
 
 std::size_t indexOf(dispatch_qos_class_t qos) {
@@ -74,8 +71,7 @@ using GlobalQueues = std::array<StandInDispatchQueue*, allClasses.size()>;
 GlobalQueues makeGlobalQueues() {
   GlobalQueues queues{};
   for (std::size_t index = 0; index < queues.size(); ++index) {
-    const auto qos = allClasses.at(index).first;
-    queues.at(index) = makeShared(makeQueue(globalLabels.at(index), qos, QueueKind::concurrent));
+    queues.at(index) = makeShared(makeQueue(globalLabels.at(index), QueueKind::concurrent));
   }
   return queues;
 }
@@ -129,7 +125,7 @@ dispatch_queue_t dispatch_queue_create(const char* label, dispatch_queue_attr_t 
   const std::string name = label == nullptr ? "" : label;
   standin::record("dispatch_queue_create", {name, standin::nameOf(qos)});
   StandInDispatchQueue* queue = [[StandInDispatchQueue alloc] init];
-  queue->tasks = standin::makeQueue(name, qos, standin::QueueKind::serial);
+  queue->tasks = standin::makeQueue(name, standin::QueueKind::serial);
   queue->tasks->setOwned(true);
   return queue;
 }
@@ -140,18 +136,10 @@ const char* dispatch_queue_get_label(dispatch_queue_t queue) {
   return current == nullptr ? "" : current->label.c_str();
 }
 
-dispatch_qos_class_t dispatch_queue_get_qos_class(dispatch_queue_t queue, int* relativePriority) {
-  if (relativePriority != nullptr) *relativePriority = 0;
-  return static_cast<dispatch_qos_class_t>(standin::tasksOf(queue).qos);
-}
-
 void dispatch_queue_set_specific(dispatch_queue_t queue, const void* key, void* context,
                                  dispatch_function_t destructor) {
-  standin::tasksOf(queue).setSpecific(key, context, destructor);
-}
-
-void* dispatch_queue_get_specific(dispatch_queue_t queue, const void* key) {
-  return standin::tasksOf(queue).specific(key);
+  if (destructor != nullptr) standin::violation("specific values have no destructor here");
+  standin::tasksOf(queue).setSpecific(key, context);
 }
 
 void* dispatch_get_specific(const void* key) {
@@ -159,28 +147,6 @@ void* dispatch_get_specific(const void* key) {
   return current == nullptr ? nullptr : current->specific(key);
 }
 
-void dispatch_assert_queue(dispatch_queue_t queue) {
-  auto& tasks = standin::tasksOf(queue);
-  if (standin::currentQueue() != &tasks && !standin::isInside(tasks)) {
-    standin::violation("dispatch_assert_queue: not on " + tasks.label);
-  }
-}
-
-void dispatch_assert_queue_not(dispatch_queue_t queue) {
-  auto& tasks = standin::tasksOf(queue);
-  if (standin::currentQueue() == &tasks || standin::isInside(tasks)) {
-    standin::violation("dispatch_assert_queue_not: on " + tasks.label);
-  }
-}
-
 void dispatch_async(dispatch_queue_t queue, dispatch_block_t block) {
   standin::tasksOf(queue).async(standin::workOf(block));
-}
-
-void dispatch_async_f(dispatch_queue_t queue, void* context, dispatch_function_t work) {
-  standin::tasksOf(queue).async([context, work] { work(context); });
-}
-
-void dispatch_sync(dispatch_queue_t queue, DISPATCH_NOESCAPE dispatch_block_t block) {
-  standin::tasksOf(queue).sync([block] { block(); });
 }

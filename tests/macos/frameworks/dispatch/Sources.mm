@@ -33,19 +33,6 @@ standin::TimerSource& timerOf(dispatch_source_t source) {
   return *static_cast<StandInDispatchSource*>(source)->timer;
 }
 
-// Null for an object that cannot be suspended here.
-standin::TimerSource* suspendable(dispatch_object_t object) {
-  if ([object isKindOfClass:[StandInDispatchSource class]]) {
-    return static_cast<StandInDispatchSource*>(object)->timer.get();
-  }
-  standin::violation("only sources can be suspended and resumed");
-  return nullptr;
-}
-
-standin::Work handlerOf(dispatch_block_t block) {
-  return block == nil ? standin::Work([] {}) : standin::workOf(block);
-}
-
 std::optional<std::uint64_t> startOf(dispatch_time_t time) {
   if (time == DISPATCH_TIME_FOREVER) return std::nullopt;
   if (time == DISPATCH_TIME_NOW) return standin::virtualClock().now();
@@ -70,7 +57,6 @@ dispatch_source_t dispatch_source_create(dispatch_source_type_t type, uintptr_t 
   if (type != DISPATCH_SOURCE_TYPE_TIMER || handle != 0 || (mask & ~1UL) != 0) {
     standin::violation("dispatch_source_create: only timers are known");
   }
-  if (queue == nil) queue = dispatch_get_global_queue(QOS_CLASS_DEFAULT, 0);
   StandInDispatchSource* source = [[StandInDispatchSource alloc] init];
   source->timer =
       std::make_shared<standin::TimerSource>(static_cast<StandInDispatchQueue*>(queue)->tasks);
@@ -90,31 +76,14 @@ void dispatch_source_set_timer(dispatch_source_t source, dispatch_time_t start, 
 }
 
 void dispatch_source_set_event_handler(dispatch_source_t source, dispatch_block_t handler) {
-  timerOf(source).setEventHandler(handlerOf(handler));
+  timerOf(source).setEventHandler(standin::workOf(handler));
 }
-
-void dispatch_source_set_cancel_handler(dispatch_source_t source, dispatch_block_t handler) {
-  timerOf(source).setCancelHandler(handlerOf(handler));
-}
-
-uintptr_t dispatch_source_get_data(dispatch_source_t source) { return timerOf(source).data(); }
 
 void dispatch_source_cancel(dispatch_source_t source) { timerOf(source).cancel(); }
 
-intptr_t dispatch_source_testcancel(dispatch_source_t source) {
-  return timerOf(source).isCancelled() ? 1 : 0;
-}
-
 void dispatch_resume(dispatch_object_t object) {
-  if (auto* timer = suspendable(object)) timer->resume();
+  if ([object isKindOfClass:[StandInDispatchSource class]]) {
+    return static_cast<StandInDispatchSource*>(object)->timer->resume();
+  }
+  standin::violation("only sources can be resumed");
 }
-
-void dispatch_activate(dispatch_object_t object) { dispatch_resume(object); }
-
-void dispatch_suspend(dispatch_object_t object) {
-  if (auto* timer = suspendable(object)) timer->suspend();
-}
-
-void dispatch_retain(dispatch_object_t object) { [object retain]; }
-
-void dispatch_release(dispatch_object_t object) { [object release]; }

@@ -7,11 +7,8 @@
 
 #import <objc/NSObject.h>
 
-#include <os/availability.h>
-
 // Grand Central Dispatch. Its objects are Objective-C objects, typed by protocols.
 #define DISPATCH_EXPORT OBJC_EXPORT
-#define DISPATCH_NOESCAPE __attribute__((noescape))
 #define DISPATCH_RETURNS_RETAINED __attribute__((ns_returns_retained))
 // clang-format off
 #define QUORVIN_DISPATCH_DECL(name, base) \
@@ -33,7 +30,6 @@ QUORVIN_DISPATCH_DECL(dispatch_queue_serial, dispatch_queue);
 QUORVIN_DISPATCH_DECL(dispatch_queue_main, dispatch_queue_serial);
 QUORVIN_DISPATCH_DECL(dispatch_queue_attr, dispatch_object);
 QUORVIN_DISPATCH_DECL(dispatch_source, dispatch_object);
-QUORVIN_DISPATCH_DECL(dispatch_semaphore, dispatch_object);
 // clang-format on
 
 typedef void (^dispatch_block_t)(void);
@@ -46,10 +42,6 @@ typedef qos_class_t dispatch_qos_class_t;
 // that code which takes one for the other fails.
 typedef uint64_t dispatch_time_t;
 
-#define NSEC_PER_SEC 1000000000ull
-#define NSEC_PER_MSEC 1000000ull
-#define USEC_PER_SEC 1000000ull
-#define NSEC_PER_USEC 1000ull
 #define DISPATCH_TIME_NOW (0ull)
 #define DISPATCH_TIME_FOREVER (~0ull)
 
@@ -57,10 +49,8 @@ DISPATCH_EXPORT dispatch_time_t dispatch_time(dispatch_time_t when, int64_t delt
 
 // ---- queues ----
 
-#define DISPATCH_QUEUE_PRIORITY_DEFAULT 0
 #define DISPATCH_QUEUE_SERIAL NULL
 #define DISPATCH_CURRENT_QUEUE_LABEL NULL
-#define DISPATCH_TARGET_QUEUE_DEFAULT NULL
 
 DISPATCH_EXPORT dispatch_queue_main_t dispatch_get_main_queue(void);
 DISPATCH_EXPORT dispatch_queue_global_t dispatch_get_global_queue(intptr_t identifier,
@@ -70,39 +60,21 @@ DISPATCH_EXPORT dispatch_queue_attr_t dispatch_queue_attr_make_with_qos_class(
 DISPATCH_EXPORT dispatch_queue_t dispatch_queue_create(
     const char* _Nullable label, dispatch_queue_attr_t _Nullable attr) DISPATCH_RETURNS_RETAINED;
 DISPATCH_EXPORT const char* dispatch_queue_get_label(dispatch_queue_t _Nullable queue);
-DISPATCH_EXPORT dispatch_qos_class_t dispatch_queue_get_qos_class(dispatch_queue_t queue,
-                                                                  int* _Nullable relativePriority);
 
 DISPATCH_EXPORT void dispatch_queue_set_specific(dispatch_queue_t queue, const void* key,
                                                  void* _Nullable context,
                                                  dispatch_function_t _Nullable destructor);
-DISPATCH_EXPORT void* _Nullable dispatch_queue_get_specific(dispatch_queue_t queue,
-                                                            const void* key);
 DISPATCH_EXPORT void* _Nullable dispatch_get_specific(const void* key);
-
-DISPATCH_EXPORT void dispatch_assert_queue(dispatch_queue_t queue);
-DISPATCH_EXPORT void dispatch_assert_queue_not(dispatch_queue_t queue);
 
 // ---- tasks ----
 
 DISPATCH_EXPORT void dispatch_async(dispatch_queue_t queue, dispatch_block_t block);
-DISPATCH_EXPORT void dispatch_async_f(dispatch_queue_t queue, void* _Nullable context,
-                                      dispatch_function_t work);
-DISPATCH_EXPORT void dispatch_sync(dispatch_queue_t queue,
-                                   DISPATCH_NOESCAPE dispatch_block_t block);
-DISPATCH_EXPORT void dispatch_after(dispatch_time_t when, dispatch_queue_t queue,
-                                    dispatch_block_t block);
-
-typedef intptr_t dispatch_once_t;
-DISPATCH_EXPORT void dispatch_once(dispatch_once_t* predicate,
-                                   DISPATCH_NOESCAPE dispatch_block_t block);
 
 // ---- sources ----
 
 typedef const struct dispatch_source_type_s* dispatch_source_type_t;
 DISPATCH_EXPORT const struct dispatch_source_type_s _dispatch_source_type_timer;
 #define DISPATCH_SOURCE_TYPE_TIMER (&_dispatch_source_type_timer)
-#define DISPATCH_TIMER_STRICT 0x1
 
 DISPATCH_EXPORT dispatch_source_t
 dispatch_source_create(dispatch_source_type_t type, uintptr_t handle, uintptr_t mask,
@@ -111,28 +83,9 @@ DISPATCH_EXPORT void dispatch_source_set_timer(dispatch_source_t source, dispatc
                                                uint64_t interval, uint64_t leeway);
 DISPATCH_EXPORT void dispatch_source_set_event_handler(dispatch_source_t source,
                                                        dispatch_block_t _Nullable handler);
-DISPATCH_EXPORT void dispatch_source_set_cancel_handler(dispatch_source_t source,
-                                                        dispatch_block_t _Nullable handler);
-DISPATCH_EXPORT uintptr_t dispatch_source_get_data(dispatch_source_t source);
 DISPATCH_EXPORT void dispatch_source_cancel(dispatch_source_t source);
-DISPATCH_EXPORT intptr_t dispatch_source_testcancel(dispatch_source_t source);
 
-// Sources only: the queues of this house are never suspended.
+// Sources only.
 DISPATCH_EXPORT void dispatch_resume(dispatch_object_t object);
-DISPATCH_EXPORT void dispatch_activate(dispatch_object_t object);
-DISPATCH_EXPORT void dispatch_suspend(dispatch_object_t object);
-
-// ---- semaphores ----
-
-DISPATCH_EXPORT dispatch_semaphore_t dispatch_semaphore_create(intptr_t value)
-    DISPATCH_RETURNS_RETAINED;
-DISPATCH_EXPORT intptr_t dispatch_semaphore_signal(dispatch_semaphore_t semaphore);
-DISPATCH_EXPORT intptr_t dispatch_semaphore_wait(dispatch_semaphore_t semaphore,
-                                                 dispatch_time_t timeout);
-
-#if !__has_feature(objc_arc)
-DISPATCH_EXPORT void dispatch_retain(dispatch_object_t object);
-DISPATCH_EXPORT void dispatch_release(dispatch_object_t object);
-#endif
 
 #pragma clang assume_nonnull end

@@ -5,6 +5,5 @@
 typedef long NSInteger;
 typedef unsigned long NSUInteger;
 
-#define NSIntegerMax INT64_MAX
 #define NSIntegerMin INT64_MIN
 #define NSUIntegerMax UINT64_MAX

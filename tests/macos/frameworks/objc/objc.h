@@ -24,7 +24,4 @@ typedef bool BOOL;
 #define Nil ((void*)0)
 #endif
 
-typedef void (*IMP)(void);
-
 OBJC_EXPORT const char* _Nonnull sel_getName(SEL _Nonnull selector);
-OBJC_EXPORT SEL _Nonnull sel_registerName(const char* _Nonnull name);
