@@ -120,6 +120,7 @@ BENCHMARK(postToNothing);
 
 class NoJournal final : public InputJournal {
  public:
+  void prepare() override {}
   bool willPressButton(std::uint8_t /*button*/) override { return true; }
   bool willPressKey(std::uint8_t /*keycode*/) override { return true; }
   bool willBindKey(std::uint8_t /*keycode*/) override { return true; }

@@ -4,6 +4,10 @@
 
 namespace quorvin {
 
+void GuardianJournal::prepare() {
+  if (guardian == nullptr) start();
+}
+
 bool GuardianJournal::willPressButton(std::uint8_t button) {
   return announce({InputChange::pressButton, button});
 }
@@ -24,13 +28,12 @@ void GuardianJournal::didUnbindKey(std::uint8_t keycode) {
 
 bool GuardianJournal::announce(InputRecord record) {
   const auto message = journalMessage(record);
-  auto patienceLeft = std::chrono::milliseconds(0);
   if (!tell(message)) {
-    if (guardian == nullptr) start();
+    prepare();
     if (!tell(message)) return false;
-    patienceLeft = patience;
   }
-  if (!guardian->isReadyWithin(patienceLeft)) return false;
+  const auto patienceLeft = std::chrono::ceil<std::chrono::milliseconds>(readyBy - Clock::now());
+  if (!guardian->isReadyWithin(std::max(patienceLeft, {}))) return false;
   held.note(record);
   return true;
 }
@@ -48,6 +51,7 @@ void GuardianJournal::start() {
   mayStart = std::max(mayStart + startInterval, now);
   guardian = GuardianProcess::start(program, held.asMessage());
   if (guardian == nullptr) return;
+  readyBy = now + patience;
   lossWatch = MainLoopSource::onDescriptor(context, guardian->descriptor(), G_IO_HUP, [this] {
     lose();
     return MainLoopSource::Next::finished;

@@ -17,11 +17,11 @@ namespace quorvin {
 // Has a process of its own, the guardian, undo what is held when this process ends, however it
 // does.
 //
-// The guardian is started before the first press. One that is gone, or reads no more, is replaced
-// by another at once, which is told all that may be held. In the long run there is not more than
-// one start in `startInterval`, so that one that cannot live costs no more than that. Without a
-// guardian that is ready nothing is pressed or bound. Belongs to the thread that serves the
-// context.
+// The guardian is started before anything is pressed. One that is gone, or reads no more, is
+// replaced by another at once, which is told all that may be held. In the long run there is not
+// more than one start in `startInterval`, so that one that cannot live costs no more than that.
+// Without a guardian that is ready nothing is pressed or bound. Belongs to the thread that serves
+// the context.
 class GuardianJournal final : public InputJournal {
  public:
   static constexpr auto startInterval = std::chrono::seconds(1);
@@ -31,6 +31,7 @@ class GuardianJournal final : public InputJournal {
   GuardianJournal(GMainContext* context, std::string program)
       : context(context), program(std::move(program)) {}
 
+  void prepare() override;
   [[nodiscard]] bool willPressButton(std::uint8_t button) override;
   [[nodiscard]] bool willPressKey(std::uint8_t keycode) override;
   [[nodiscard]] bool willBindKey(std::uint8_t keycode) override;
@@ -52,6 +53,7 @@ class GuardianJournal final : public InputJournal {
   HeldInput held;
   std::unique_ptr<GuardianProcess> guardian;
   Clock::time_point mayStart;  // at once, and once more before the next interval begins
+  Clock::time_point readyBy;   // of the last one; it is waited for until then
   MainLoopSource lossWatch;
   MainLoopSource nextStart;
 };

@@ -29,7 +29,9 @@ InputInjector::InputInjector(X11Connection& connection, InputJournal& journal)
 
 void InputInjector::prepare() {
   canInject = hasXTest(connection);
-  if (!canInject || !extensions.input) return;
+  if (!canInject) return;
+  journal.prepare();
+  if (!extensions.input) return;
   auto keyboard = Keyboard::open(connection);
   if (!keyboard) return;
   keys = std::make_unique<KeyInjector>(connection, std::move(keyboard), writer, journal);

@@ -15,6 +15,8 @@ namespace quorvin {
 // What is told before says whether it may be done: false when nobody would undo it.
 class InputJournal : public Interface {
  public:
+  // Presses may follow: whoever is to undo them had better be there by then.
+  virtual void prepare() = 0;
   // `button` is a button number of the X server's core pointer.
   [[nodiscard]] virtual bool willPressButton(std::uint8_t button) = 0;
   // `keycode` is a key code of the X server.

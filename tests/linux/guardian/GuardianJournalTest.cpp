@@ -134,6 +134,15 @@ TEST_F(GuardianJournalOnAScreen, HasAnotherGuardianThoughNothingMoreIsPressed) {
   EXPECT_EQ(probe.pressed(), nothing);
 }
 
+TEST_F(GuardianJournalOnAScreen, HasAGuardianBeforeTheFirstPress) {
+  DyingHost host(server.display(), [](auto& journal, auto& input) {
+    journal.prepare();
+    const auto first = onlyChild();
+    return first > 0 && pressKey(journal, input, shift) && onlyChild() == first;
+  });
+  EXPECT_TRUE(host.workedWell());
+}
+
 // Also one that was started a moment ago, and the host ends a moment later.
 TEST_F(GuardianJournalOnAScreen, HasAnotherGuardianAtOnceWhenTheFirstIsGone) {
   const auto spare = probe.keyWithoutSymbols();
