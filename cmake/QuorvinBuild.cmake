@@ -47,6 +47,7 @@ endif()
 if(QUORVIN_FUZZERS)
   # A fuzzer is worth what it tries in its time, and tries several times as much like this.
   add_compile_options(-O2)
+  add_compile_definitions(_GLIBCXX_ASSERTIONS)
 endif()
 
 option(QUORVIN_COVERAGE "Record which lines run (clang only)" OFF)
