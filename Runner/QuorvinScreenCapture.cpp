@@ -116,7 +116,7 @@ void QuorvinScreenCapture::startStream(const std::shared_ptr<ShareableDisplay>& 
   {
     // A stream held before is released here without being stopped, after the lock is gone.
     auto replaced = newStream;
-    const std::lock_guard lock(sharedLock);
+    const MutexLock lock(sharedLock);
     std::swap(stream, replaced);
   }
   newStream->startCapture([weak = weak_from_this(), completion](const std::optional<Error>& error) {
@@ -136,7 +136,7 @@ void QuorvinScreenCapture::configure(const PictureSettings& newSettings, Complet
     const auto self = weak.lock();
     if (self == nullptr) return;
     {
-      const std::lock_guard lock(self->sharedLock);
+      const MutexLock lock(self->sharedLock);
       self->settings = newSettings;
     }
     self->dropH264Encoder();  // the next picture makes one with the new settings
@@ -152,7 +152,7 @@ void QuorvinScreenCapture::configure(const PictureSettings& newSettings, Complet
         if (const auto self = weak.lock(); self && !error) {
           self->captureQueue->async([weak, jpegQuality] {
             if (auto capture = weak.lock()) {
-              const std::lock_guard lock(capture->sharedLock);
+              const MutexLock lock(capture->sharedLock);
               capture->settings.jpegQuality = jpegQuality;
             }
           });
@@ -259,7 +259,7 @@ void QuorvinScreenCapture::makeH264Encoder(std::int64_t width, std::int64_t heig
         [self = shared_from_this()](Data payload) { self->deliverLatest(std::move(payload)); });
   } catch (const Error&) {
     // JPEG it is, for this picture and until the next configure, without a word.
-    const std::lock_guard lock(sharedLock);
+    const MutexLock lock(sharedLock);
     settings.codec = "jpeg";
   }
 }
@@ -281,7 +281,7 @@ void QuorvinScreenCapture::encodeJPEG(const PixelBuffer& picture) {
 void QuorvinScreenCapture::deliverLatest(Data payload) {
   std::optional<Data> replaced;  // let go of after the lock, since its owner may do anything then
   {
-    const std::lock_guard lock(frameLock);
+    const MutexLock lock(frameLock);
     if (stopped) return;
     replaced = std::exchange(pendingFrame, std::move(payload));
     if (deliveryScheduled) return;  // the delivery under way picks up this newer one
@@ -295,7 +295,7 @@ void QuorvinScreenCapture::deliverLatest(Data payload) {
 void QuorvinScreenCapture::deliverPendingFrame() {
   std::optional<Data> payload;
   {
-    const std::lock_guard lock(frameLock);
+    const MutexLock lock(frameLock);
     std::swap(payload, pendingFrame);  // empty once the capture has stopped
     deliveryScheduled = false;
   }
@@ -303,34 +303,34 @@ void QuorvinScreenCapture::deliverPendingFrame() {
 }
 
 bool QuorvinScreenCapture::isStopped() {
-  const std::lock_guard lock(frameLock);
+  const MutexLock lock(frameLock);
   return stopped;
 }
 
 bool QuorvinScreenCapture::markStopped() {
   std::optional<Data> dropped;  // let go of after the lock
-  const std::lock_guard lock(frameLock);
+  const MutexLock lock(frameLock);
   std::swap(dropped, pendingFrame);
   return !std::exchange(stopped, true);
 }
 
 std::shared_ptr<ScreenStream> QuorvinScreenCapture::heldStream() {
-  const std::lock_guard lock(sharedLock);
+  const MutexLock lock(sharedLock);
   return stream;
 }
 
 std::shared_ptr<ScreenStream> QuorvinScreenCapture::takeStream() {
-  const std::lock_guard lock(sharedLock);
+  const MutexLock lock(sharedLock);
   return std::exchange(stream, nullptr);
 }
 
 PictureSettings QuorvinScreenCapture::currentSettings() {
-  const std::lock_guard lock(sharedLock);
+  const MutexLock lock(sharedLock);
   return settings;
 }
 
 std::string QuorvinScreenCapture::requestedCodec() {
-  const std::lock_guard lock(sharedLock);
+  const MutexLock lock(sharedLock);
   return settings.codec;
 }
 

@@ -3,12 +3,12 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
 #include "Runner/PictureSettings.h"
 #include "Runner/QuorvinH264Encoder.h"
+#include "platform/Mutex.h"
 #include "platform/Platform.h"
 
 namespace quorvin {
@@ -90,9 +90,9 @@ class QuorvinScreenCapture final : public StreamOutput,
   std::shared_ptr<DispatchQueue> captureQueue;
   std::unique_ptr<ImageContext> imageContext;  // capture queue
 
-  std::mutex sharedLock;  // guards `stream` and `settings`; never held across a call out
-  std::shared_ptr<ScreenStream> stream;
-  PictureSettings settings;  // written on the capture queue only
+  Mutex sharedLock;  // never held across a call out
+  std::shared_ptr<ScreenStream> stream QUORVIN_GUARDED_BY(sharedLock);
+  PictureSettings settings QUORVIN_GUARDED_BY(sharedLock);  // written on the capture queue only
 
   std::unique_ptr<DispatchTimer> sampleWatchdog;    // capture queue
   std::uint64_t lastSampleAt = 0;                   // uptime nanoseconds; capture queue
@@ -104,10 +104,10 @@ class QuorvinScreenCapture final : public StreamOutput,
 
   OnStop onStop;
 
-  std::mutex frameLock;  // guards the three below; never held across a call out
-  bool stopped = false;
-  std::optional<Data> pendingFrame;
-  bool deliveryScheduled = false;
+  Mutex frameLock;  // never held across a call out
+  bool stopped QUORVIN_GUARDED_BY(frameLock) = false;
+  std::optional<Data> pendingFrame QUORVIN_GUARDED_BY(frameLock);
+  bool deliveryScheduled QUORVIN_GUARDED_BY(frameLock) = false;
 };
 
 }  // namespace quorvin

@@ -32,7 +32,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # Constructor parameters named like the member they set are the house style; clang allows them.
   add_compile_options(-Wshadow=local)
 else()
-  add_compile_options(-Wshadow)
+  add_compile_options(-Wshadow -Wthread-safety)
 endif()
 
 if(QUORVIN_SANITIZE)

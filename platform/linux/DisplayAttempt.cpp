@@ -1,20 +1,20 @@
 #include "platform/linux/DisplayAttempt.h"
 
 #include <condition_variable>
-#include <mutex>
 #include <system_error>
 #include <utility>
 
 #include "platform/Error.h"
+#include "platform/Mutex.h"
 
 namespace quorvin {
 
 struct DisplayAttempt::Outcome {
   std::condition_variable changed;
-  std::mutex mutex;  // guards everything below
-  bool isOver = false;
-  bool isWanted = true;
-  std::unique_ptr<X11Connection> connection;
+  Mutex mutex;
+  bool isOver QUORVIN_GUARDED_BY(mutex) = false;
+  bool isWanted QUORVIN_GUARDED_BY(mutex) = true;
+  std::unique_ptr<X11Connection> connection QUORVIN_GUARDED_BY(mutex);
 };
 
 DisplayAttempt::DisplayAttempt(const std::string& display, Prepare prepare)
@@ -32,7 +32,7 @@ DisplayAttempt::DisplayAttempt(const std::string& display, Prepare prepare)
 DisplayAttempt::~DisplayAttempt() {
   bool isOver = false;
   {
-    const std::lock_guard lock(outcome->mutex);
+    const MutexLock lock(outcome->mutex);
     outcome->isWanted = false;
     isOver = outcome->isOver;
   }
@@ -54,20 +54,21 @@ void DisplayAttempt::make(const std::shared_ptr<Outcome>& outcome, const std::st
   } catch (const Error&) {
     // That there is no connection is all there is to know about it.
   }
-  const std::lock_guard lock(outcome->mutex);
+  const MutexLock lock(outcome->mutex);
   outcome->isOver = true;
   if (outcome->isWanted) outcome->connection = std::move(connection);
   outcome->changed.notify_all();
 }
 
 bool DisplayAttempt::isOverWithin(std::chrono::milliseconds limit) {
-  std::unique_lock lock(outcome->mutex);
-  return outcome->changed.wait_until(lock, std::chrono::steady_clock::now() + limit,
-                                     [this] { return outcome->isOver; });
+  MutexLock lock(outcome->mutex);
+  return outcome->changed.wait_until(
+      lock.forWaiting(), std::chrono::steady_clock::now() + limit,
+      [this]() QUORVIN_REQUIRES(outcome->mutex) { return outcome->isOver; });
 }
 
 X11Connection* DisplayAttempt::connection() {
-  const std::lock_guard lock(outcome->mutex);
+  const MutexLock lock(outcome->mutex);
   return outcome->connection.get();
 }
 

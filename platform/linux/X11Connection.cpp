@@ -2,8 +2,7 @@
 
 #include <sys/socket.h>
 
-#include <mutex>
-
+#include "platform/Mutex.h"
 #include "platform/linux/capture/ScreenCaptureErrors.h"
 
 namespace quorvin {
@@ -19,8 +18,8 @@ const xcb_screen_t* screenNumbered(xcb_connection_t* connection, int number) {
 // Looking up the authorization goes through one buffer that libXau shares between all threads
 // (XauFileName, https://gitlab.freedesktop.org/xorg/lib/libxau), so only one may connect at a time.
 xcb_connection_t* connectAlone(const std::string& displayName, int& screenNumber) {
-  static std::mutex libXauMutex;
-  const std::scoped_lock lock(libXauMutex);
+  static Mutex libXauMutex;
+  const MutexLock lock(libXauMutex);
   return xcb_connect(displayName.empty() ? nullptr : displayName.c_str(), &screenNumber);
 }
 

@@ -4,10 +4,10 @@
 #import <dispatch/dispatch.h>
 
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
+#include "platform/Mutex.h"
 #include "platform/ScreenCapture.h"
 #include "platform/macos/StreamBridges.h"
 
@@ -55,9 +55,9 @@ class MacScreenStream final : public ScreenStream,
   std::vector<Output> outputs;
   SCStream* stream;
 
-  std::mutex mutex;  // guards the two below
-  bool startIsUnanswered = false;
-  std::vector<Completion> refusedStops;
+  Mutex mutex;
+  bool startIsUnanswered QUORVIN_GUARDED_BY(mutex) = false;
+  std::vector<Completion> refusedStops QUORVIN_GUARDED_BY(mutex);
 };
 
 }  // namespace quorvin

@@ -84,7 +84,7 @@ std::optional<Error> MacScreenStream::addStreamOutput(
 
 void MacScreenStream::startCapture(Completion completion) {
   {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     startIsUnanswered = true;
   }
   const auto self = shared_from_this();
@@ -109,7 +109,7 @@ void MacScreenStream::requestStop(Completion completion) {
 
 void MacScreenStream::stopOnceStarted(const Completion& completion) {
   {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (startIsUnanswered) return refusedStops.push_back(completion);
   }
   requestStop(completion);
@@ -118,7 +118,7 @@ void MacScreenStream::stopOnceStarted(const Completion& completion) {
 void MacScreenStream::startAnswered() {
   std::vector<Completion> refused;
   {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     startIsUnanswered = false;
     refused.swap(refusedStops);
   }
@@ -126,7 +126,7 @@ void MacScreenStream::startAnswered() {
 }
 
 bool MacScreenStream::isStarting() {
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   return startIsUnanswered;
 }
 

@@ -6,25 +6,25 @@
 namespace quorvin {
 
 bool CaptureGate::close() {
-  const std::scoped_lock lock(mutex);
+  const MutexLock lock(mutex);
   forgetCurrentThread();
   return !std::exchange(closed, true);
 }
 
 void CaptureGate::waitUntilQuiet() {
-  std::unique_lock lock(mutex);
-  quiet.wait(lock, [this] { return inside.empty(); });
+  MutexLock lock(mutex);
+  quiet.wait(lock.forWaiting(), [this]() QUORVIN_REQUIRES(mutex) { return inside.empty(); });
 }
 
 bool CaptureGate::enter() {
-  const std::scoped_lock lock(mutex);
+  const MutexLock lock(mutex);
   if (closed) return false;
   inside.push_back(std::this_thread::get_id());
   return true;
 }
 
 void CaptureGate::leave() {
-  const std::scoped_lock lock(mutex);
+  const MutexLock lock(mutex);
   forgetCurrentThread();
 }
 

@@ -1,9 +1,10 @@
 #pragma once
 
 #include <condition_variable>
-#include <mutex>
 #include <thread>
 #include <vector>
+
+#include "platform/Mutex.h"
 
 namespace quorvin {
 
@@ -35,12 +36,12 @@ class CaptureGate {
  private:
   bool enter();
   void leave();
-  void forgetCurrentThread();
+  void forgetCurrentThread() QUORVIN_REQUIRES(mutex);
 
-  std::mutex mutex;
+  Mutex mutex;
   std::condition_variable quiet;
-  std::vector<std::thread::id> inside;
-  bool closed = false;
+  std::vector<std::thread::id> inside QUORVIN_GUARDED_BY(mutex);
+  bool closed QUORVIN_GUARDED_BY(mutex) = false;
 };
 
 }  // namespace quorvin

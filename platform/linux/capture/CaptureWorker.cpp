@@ -66,7 +66,7 @@ void CaptureWorker::update(const StreamConfiguration& newConfiguration,
 
 void CaptureWorker::quit() {
   closeGate();
-  const std::scoped_lock lock(mutex);
+  const MutexLock lock(mutex);
   if (!wakeup) return;
   commands.emplace_back([this] { quitting = true; });
   wakeup->signal();
@@ -74,7 +74,7 @@ void CaptureWorker::quit() {
 
 bool CaptureWorker::post(Command command, const Completion& completion) {
   try {
-    const std::scoped_lock lock(mutex);
+    const MutexLock lock(mutex);
     if (!wakeup) launch();
     commands.push_back(std::move(command));
     wakeup->signal();
@@ -108,7 +108,7 @@ void CaptureWorker::run() {
 void CaptureWorker::runCommands() {
   std::vector<Command> batch;
   {
-    const std::scoped_lock lock(mutex);
+    const MutexLock lock(mutex);
     wakeup->clear();
     batch.swap(commands);
   }
@@ -120,7 +120,7 @@ CaptureWorker::Pause CaptureWorker::advance() {
   try {
     CaptureStep step = session->step(CaptureClock::now());
     const Pause pause{step.wakeAt, step.hearsServer};
-    if (output) output->deliver(std::move(step), gate);
+    if (output) output->deliver(std::move(step), currentGate());
     return pause;
   } catch (const Error& error) {
     fail(error);
@@ -161,14 +161,15 @@ void CaptureWorker::startNow(const Completion& completion) {
 }
 
 void CaptureWorker::stopNow(const Completion& completion) {
-  if (!gate) {
+  const auto ending = currentGate();
+  if (!ending) {
     answer(completion,
            screenCaptureError(ScreenCaptureErrorCode::notStarted, "The capture is not running."));
     return;
   }
   session.reset();
   closeGate();
-  gate->waitUntilQuiet();
+  ending->waitUntilQuiet();
   setGate(nullptr);
   answer(completion);
 }
@@ -192,13 +193,18 @@ void CaptureWorker::fail(const Error& error) {
   if (const auto listener = delegate.lock()) listener->streamDidStopWithError(error);
 }
 
+std::shared_ptr<CaptureGate> CaptureWorker::currentGate() {
+  const MutexLock lock(mutex);
+  return gate;
+}
+
 void CaptureWorker::setGate(std::shared_ptr<CaptureGate> newGate) {
-  const std::scoped_lock lock(mutex);
+  const MutexLock lock(mutex);
   gate = std::move(newGate);
 }
 
 bool CaptureWorker::closeGate() {
-  const std::scoped_lock lock(mutex);
+  const MutexLock lock(mutex);
   return gate && gate->close();
 }
 

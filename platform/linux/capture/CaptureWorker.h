@@ -2,10 +2,10 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
+#include "platform/Mutex.h"
 #include "platform/ScreenCapture.h"
 #include "platform/linux/capture/CaptureOutput.h"
 #include "platform/linux/capture/CaptureSession.h"
@@ -36,7 +36,7 @@ class CaptureWorker : public std::enable_shared_from_this<CaptureWorker> {
  private:
   using Command = std::function<void()>;
 
-  void launch();
+  void launch() QUORVIN_REQUIRES(mutex);
   // False if it could not be done, and the completion knows.
   bool post(Command command, const Completion& completion);
   void run();
@@ -53,6 +53,7 @@ class CaptureWorker : public std::enable_shared_from_this<CaptureWorker> {
   void stopNow(const Completion& completion);
   void updateNow(const CaptureSettings& settings);
   void fail(const Error& error);
+  [[nodiscard]] std::shared_ptr<CaptureGate> currentGate();
   void setGate(std::shared_ptr<CaptureGate> newGate);
   // True if this ended a run.
   bool closeGate();
@@ -61,10 +62,12 @@ class CaptureWorker : public std::enable_shared_from_this<CaptureWorker> {
   const std::weak_ptr<StreamDelegate> delegate;
   const std::shared_ptr<CaptureCounters> counters;
 
-  std::mutex mutex;  // guards the members up to the blank line
-  std::vector<Command> commands;
-  std::shared_ptr<CaptureWakeup> wakeup;  // made when the thread is, unchanged from then on
-  std::shared_ptr<CaptureGate> gate;      // of the present run; changed by the worker's thread only
+  Mutex mutex;
+  std::vector<Command> commands QUORVIN_GUARDED_BY(mutex);
+  // Made under the mutex when the thread is, which begins by taking it; unchanged from then on.
+  std::shared_ptr<CaptureWakeup> wakeup;
+  // Of the present run; changed by the worker's thread only.
+  std::shared_ptr<CaptureGate> gate QUORVIN_GUARDED_BY(mutex);
 
   // Of the worker's thread alone.
   StreamConfiguration configuration;

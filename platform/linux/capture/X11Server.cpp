@@ -3,7 +3,7 @@
 namespace quorvin {
 
 std::optional<X11Server> X11SpareServer::take() {
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   auto taken = std::exchange(server, {});
   if (!taken) return {};
   // libxcb sees the end of a connection when it reads from it.

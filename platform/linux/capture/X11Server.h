@@ -3,7 +3,6 @@
 #include <chrono>
 #include <exception>
 #include <future>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -12,6 +11,7 @@
 #include <utility>
 #include <variant>
 
+#include "platform/Mutex.h"
 #include "platform/linux/X11Connection.h"
 #include "platform/linux/capture/ScreenCaptureErrors.h"
 #include "platform/linux/capture/X11Extensions.h"
@@ -39,8 +39,8 @@ class X11SpareServer {
   [[nodiscard]] std::optional<X11Server> take();
 
  private:
-  std::mutex mutex;
-  std::optional<X11Server> server;
+  Mutex mutex;
+  std::optional<X11Server> server QUORVIN_GUARDED_BY(mutex);
 };
 
 // What `ask` returns, which may wait for a server: it runs on a thread of its own. Or the error

@@ -40,7 +40,7 @@ std::shared_ptr<DispatchQueue> LinuxDispatch::makeSerialQueue(const std::string&
   try {
     auto thread = std::make_unique<SerialQueueThread>(label, qos);
     auto queue = thread->makeQueue();
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     threads.push_back(std::move(thread));
     return queue;
   } catch (const std::system_error& error) {
@@ -61,7 +61,7 @@ std::uint64_t LinuxDispatch::uptimeNanoseconds() {
 // A program that makes a queue for every session would otherwise collect their threads.
 void LinuxDispatch::joinEndedThreads() {
   std::vector<std::unique_ptr<SerialQueueThread>> ended;
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   std::erase_if(threads, [&ended](auto& thread) {
     if (!thread->hasEnded()) return false;
     ended.push_back(std::move(thread));
@@ -74,7 +74,7 @@ void LinuxDispatch::finish() {
   while (true) {
     std::vector<std::unique_ptr<SerialQueueThread>> ending;
     {
-      const std::lock_guard lock(mutex);
+      const MutexLock lock(mutex);
       threads.swap(ending);
     }
     if (ending.empty()) return;

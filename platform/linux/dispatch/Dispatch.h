@@ -1,11 +1,11 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "platform/Dispatch.h"
+#include "platform/Mutex.h"
 
 namespace quorvin {
 
@@ -56,8 +56,8 @@ class LinuxDispatch final : public Dispatch {
   std::unique_ptr<DispatchMainSource> mainSource;
   std::shared_ptr<DispatchQueue> main;
   std::shared_ptr<DispatchPool> pool;
-  std::mutex mutex;  // guards `threads`
-  std::vector<std::unique_ptr<SerialQueueThread>> threads;
+  Mutex mutex;
+  std::vector<std::unique_ptr<SerialQueueThread>> threads QUORVIN_GUARDED_BY(mutex);
 };
 
 }  // namespace quorvin

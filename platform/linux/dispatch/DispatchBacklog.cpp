@@ -55,7 +55,7 @@ void DispatchBacklog::wake() {
 void DispatchBacklog::push(Task task) {
   bool wasIdle = false;
   {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (isClosed) return;
     wasIdle = tasks.empty();
     tasks.push_back(std::move(task));
@@ -70,7 +70,7 @@ std::shared_ptr<DispatchBacklog::Timer> DispatchBacklog::makeTimer() {
 
 void DispatchBacklog::schedule(Timer& timer, std::uint64_t deadlineNs, std::uint64_t repeatingNs) {
   {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     timer.dueNs = deadlineNs;
     timer.repeatingNs = repeatingNs;
   }
@@ -79,13 +79,13 @@ void DispatchBacklog::schedule(Timer& timer, std::uint64_t deadlineNs, std::uint
 
 void DispatchBacklog::setHandler(Timer& timer, Task handler) {
   auto shared = std::make_shared<const Task>(std::move(handler));
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   timer.handler.swap(shared);
 }
 
 void DispatchBacklog::resume(const std::shared_ptr<Timer>& timer) {
   {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (isClosed || timer->isCancelled || std::ranges::count(timers, timer) > 0) return;
     timers.push_back(timer);
   }
@@ -94,7 +94,7 @@ void DispatchBacklog::resume(const std::shared_ptr<Timer>& timer) {
 
 void DispatchBacklog::cancel(const std::shared_ptr<Timer>& timer) {
   std::shared_ptr<const Task> released;
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   timer->isCancelled = true;
   timer->handler.swap(released);
   std::erase(timers, timer);
@@ -103,7 +103,7 @@ void DispatchBacklog::cancel(const std::shared_ptr<Timer>& timer) {
 void DispatchBacklog::close() {
   Timers released;
   {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     isClosed = true;
     timers.swap(released);
   }
@@ -113,7 +113,7 @@ void DispatchBacklog::close() {
 void DispatchBacklog::discard() {
   close();
   std::deque<Task> dropped;
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   tasks.swap(dropped);
 }
 
@@ -126,26 +126,26 @@ std::optional<std::uint64_t> DispatchBacklog::nextDueLocked() const {
 }
 
 std::optional<std::uint64_t> DispatchBacklog::nextDueNs() {
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   return nextDueLocked();
 }
 
 bool DispatchBacklog::waitForWork() {
-  std::unique_lock lock(mutex);
+  MutexLock lock(mutex);
   while (true) {
     const auto dueNs = nextDueLocked();
     if (dueNs && *dueNs <= monotonicNanoseconds()) return true;
     if (isClosed) return false;
     if (dueNs) {
-      changed.wait_until(lock, timePoint(*dueNs));
+      changed.wait_until(lock.forWaiting(), timePoint(*dueNs));
     } else {
-      changed.wait(lock);
+      changed.wait(lock.forWaiting());
     }
   }
 }
 
 std::shared_ptr<const Task> DispatchBacklog::takeDueHandler(std::uint64_t turnNs) {
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   const auto earlier = [](const auto& a, const auto& b) {
     return a->dueNs < b->dueNs;
   };
@@ -162,7 +162,7 @@ void DispatchBacklog::runTurn() {
   std::deque<Task> turn;
   std::uint64_t turnNs = 0;
   {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     turn.swap(tasks);
     turnNs = monotonicNanoseconds();
   }

@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
 #include "platform/Dispatch.h"
+#include "platform/Mutex.h"
 
 namespace quorvin {
 
@@ -62,16 +62,16 @@ class DispatchBacklog {
   using Timers = std::vector<std::shared_ptr<Timer>>;
 
   void wake();
-  [[nodiscard]] std::optional<std::uint64_t> nextDueLocked() const;
+  [[nodiscard]] std::optional<std::uint64_t> nextDueLocked() const QUORVIN_REQUIRES(mutex);
   [[nodiscard]] std::shared_ptr<const Task> takeDueHandler(std::uint64_t turnNs);
 
   const Task wakeRunner;
   std::condition_variable changed;
-  std::mutex mutex;  // guards everything below and the fields of the timers
-  std::deque<Task> tasks;
+  Mutex mutex;  // guards the fields of the timers, too
+  std::deque<Task> tasks QUORVIN_GUARDED_BY(mutex);
   // Those resumed and not cancelled. A queue has one or two, so they are searched, not sorted.
-  Timers timers;
-  bool isClosed = false;
+  Timers timers QUORVIN_GUARDED_BY(mutex);
+  bool isClosed QUORVIN_GUARDED_BY(mutex) = false;
 };
 
 }  // namespace quorvin

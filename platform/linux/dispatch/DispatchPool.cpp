@@ -15,6 +15,7 @@ thread_local const DispatchPool* poolOfThisThread = nullptr;
 }  // namespace
 
 DispatchPool::DispatchPool() {
+  const MutexLock lock(mutex);
   addThread();
 }
 
@@ -23,7 +24,7 @@ DispatchPool::~DispatchPool() {
 }
 
 void DispatchPool::async(Task task) {
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   if (isFinished) return;
   tasks.push_back(std::move(task));
   if (tasks.size() > idleThreads && threads.size() < threadsMax) {
@@ -47,7 +48,7 @@ bool DispatchPool::isCurrent() const {
 void DispatchPool::finish() {
   std::vector<std::thread> ending;
   {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     isFinished = true;
     threads.swap(ending);
   }
@@ -58,18 +59,19 @@ void DispatchPool::finish() {
 void DispatchPool::run() {
   pthread_setname_np(pthread_self(), "global");
   poolOfThisThread = this;
-  std::unique_lock lock(mutex);
+  MutexLock lock(mutex);
   while (true) {
     ++idleThreads;
-    changed.wait(lock, [this] { return isFinished || !tasks.empty(); });
+    changed.wait(lock.forWaiting(),
+                 [this]() QUORVIN_REQUIRES(mutex) { return isFinished || !tasks.empty(); });
     --idleThreads;
     if (tasks.empty()) return;
     Task task = std::move(tasks.front());
     tasks.pop_front();
-    lock.unlock();
+    mutex.unlock();
     task();
     task = nullptr;
-    lock.lock();
+    mutex.lock();
   }
 }
 

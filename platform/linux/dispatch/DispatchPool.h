@@ -3,11 +3,11 @@
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
-#include <mutex>
 #include <thread>
 #include <vector>
 
 #include "platform/Dispatch.h"
+#include "platform/Mutex.h"
 
 namespace quorvin {
 
@@ -27,15 +27,15 @@ class DispatchPool final : public DispatchQueue {
   void finish();
 
  private:
-  void addThread();
+  void addThread() QUORVIN_REQUIRES(mutex);
   void run();
 
   std::condition_variable changed;
-  std::mutex mutex;  // guards everything below
-  std::deque<Task> tasks;
-  std::vector<std::thread> threads;
-  std::size_t idleThreads = 0;
-  bool isFinished = false;
+  Mutex mutex;
+  std::deque<Task> tasks QUORVIN_GUARDED_BY(mutex);
+  std::vector<std::thread> threads QUORVIN_GUARDED_BY(mutex);
+  std::size_t idleThreads QUORVIN_GUARDED_BY(mutex) = 0;
+  bool isFinished QUORVIN_GUARDED_BY(mutex) = false;
 };
 
 }  // namespace quorvin

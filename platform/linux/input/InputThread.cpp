@@ -34,7 +34,7 @@ InputThread::~InputThread() {
 void InputThread::open() {
   if (display.empty()) return;
   {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (calls.isEnding) return;
     calls.isConnectionWanted = true;
   }
@@ -43,7 +43,7 @@ void InputThread::open() {
   try {
     thread = std::thread([this] { run(); });
   } catch (const std::system_error& error) {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     queue.clear();
     if (!std::exchange(hasFailed, true)) {
       std::fprintf(stderr, "quorvin-support: no remote input: %s\n", error.what());
@@ -52,13 +52,13 @@ void InputThread::open() {
 }
 
 bool InputThread::isReady() {
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   return display.empty() || hasTried || hasFailed;
 }
 
 void InputThread::post(const LinuxInputEvent::Record& record) {
   {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (calls.isEnding || display.empty()) return;
     queue.push(record);
   }
@@ -67,7 +67,7 @@ void InputThread::post(const LinuxInputEvent::Record& record) {
 
 std::optional<Rect> InputThread::boundsOf(DisplayID id) {
   {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const auto found = std::ranges::find(monitors, id, &X11Monitor::id);
     if (found != monitors.end()) return rectOf(found->area);
     if (isConnected) return {};
@@ -79,17 +79,21 @@ std::optional<Rect> InputThread::boundsOf(DisplayID id) {
 bool InputThread::settle(std::chrono::milliseconds limit) {
   open();
   if (!thread.joinable()) return false;
-  std::unique_lock lock(mutex);
+  MutexLock lock(mutex);
   const auto asked = ++calls.settlesAsked;
   wake();
-  return changed.wait_for(lock, limit, [&] { return settlesDone >= asked || hasEnded; });
+  return changed.wait_for(lock.forWaiting(), limit, [&]() QUORVIN_REQUIRES(mutex) {
+    return settlesDone >= asked || hasEnded;
+  });
 }
 
 bool InputThread::endWithin(std::chrono::milliseconds limit) {
-  std::unique_lock lock(mutex);
+  MutexLock lock(mutex);
   calls.isEnding = true;
   wake();
-  return !thread.joinable() || changed.wait_for(lock, limit, [this] { return hasEnded; });
+  return !thread.joinable() ||
+         changed.wait_for(lock.forWaiting(), limit,
+                          [this]() QUORVIN_REQUIRES(mutex) { return hasEnded; });
 }
 
 void InputThread::run() {
@@ -107,13 +111,13 @@ void InputThread::run() {
     if (!isEnding) g_main_context_iteration(context.get(), TRUE);
   }
   disconnect();
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   hasEnded = true;
   changed.notify_all();
 }
 
 InputThread::Calls InputThread::takeCalls() {
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   auto taken = calls;
   calls.isConnectionWanted = false;
   if (!queue.isEmpty()) taken.isConnectionWanted = true;
@@ -121,13 +125,13 @@ InputThread::Calls InputThread::takeCalls() {
 }
 
 std::optional<LinuxInputEvent::Record> InputThread::takeRecord() {
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   if (injector == nullptr) return {};
   return queue.take();
 }
 
 void InputThread::answer(std::uint64_t settles) {
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   settlesDone = settles;
   changed.notify_all();
 }
@@ -145,7 +149,7 @@ void InputThread::connect() {
   }
   if (connection == nullptr || connection->isBroken()) {
     leaveConnection();
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return queue.clear();
   }
   injector->undo(std::exchange(left, {}));
@@ -186,12 +190,12 @@ void InputThread::carryOut(const LinuxInputEvent::Record& record) {
 
 void InputThread::forgetIfHung(Clock::time_point begin) {
   if (Clock::now() - begin < hangsAfter) return;
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   queue.forgetNews();
 }
 
 void InputThread::publish(bool connected, std::vector<X11Monitor> found) {
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   hasTried = true;
   isConnected = connected;
   monitors = std::move(found);

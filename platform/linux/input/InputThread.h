@@ -6,13 +6,13 @@
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "platform/Geometry.h"
+#include "platform/Mutex.h"
 #include "platform/linux/X11Connection.h"
 #include "platform/linux/capture/X11Monitors.h"
 #include "platform/linux/input/InputInjector.h"
@@ -98,16 +98,16 @@ class InputThread {
   InputInjector::Leftovers left;            // of the last one, when its connection broke
   MainLoopSource serverWatch;
 
-  std::mutex mutex;  // guards everything below but the thread
+  Mutex mutex;
   std::condition_variable changed;
-  InputQueue queue;
-  Calls calls;
-  std::uint64_t settlesDone = 0;
-  bool isConnected = false;
-  bool hasTried = false;   // to connect
-  bool hasFailed = false;  // to make the thread
-  bool hasEnded = false;
-  std::vector<X11Monitor> monitors;
+  InputQueue queue QUORVIN_GUARDED_BY(mutex);
+  Calls calls QUORVIN_GUARDED_BY(mutex);
+  std::uint64_t settlesDone QUORVIN_GUARDED_BY(mutex) = 0;
+  bool isConnected QUORVIN_GUARDED_BY(mutex) = false;
+  bool hasTried QUORVIN_GUARDED_BY(mutex) = false;   // to connect
+  bool hasFailed QUORVIN_GUARDED_BY(mutex) = false;  // to make the thread
+  bool hasEnded QUORVIN_GUARDED_BY(mutex) = false;
+  std::vector<X11Monitor> monitors QUORVIN_GUARDED_BY(mutex);
 
   std::thread thread;
 };

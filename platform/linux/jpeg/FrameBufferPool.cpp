@@ -32,15 +32,16 @@ FrameBufferPool::Buffer FrameBufferPool::take(std::size_t sizeBytes) {
 }
 
 std::size_t FrameBufferPool::keptCount() {
-  const std::scoped_lock lock(mutex);
+  const MutexLock lock(mutex);
   return kept.size();
 }
 
 GrowingBytes FrameBufferPool::takeKept(std::size_t sizeBytes) {
-  const std::scoped_lock lock(mutex);
+  const MutexLock lock(mutex);
   kept.reserve(maximumKept);  // giving back then never needs memory
   lastSize = sizeBytes;
-  std::erase_if(kept, [this](const GrowingBytes& buffer) { return isTooLarge(buffer); });
+  std::erase_if(kept, [this](const GrowingBytes& buffer)
+                          QUORVIN_REQUIRES(mutex) { return isTooLarge(buffer); });
   if (kept.empty()) return {};
   GrowingBytes buffer = std::move(kept.back());
   kept.pop_back();
@@ -52,7 +53,7 @@ bool FrameBufferPool::isTooLarge(const GrowingBytes& buffer) const {
 }
 
 void FrameBufferPool::giveBack(GrowingBytes buffer) {
-  const std::scoped_lock lock(mutex);
+  const MutexLock lock(mutex);
   if (kept.size() < maximumKept && !isTooLarge(buffer)) kept.push_back(std::move(buffer));
 }
 

@@ -3,9 +3,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <vector>
 
+#include "platform/Mutex.h"
 #include "platform/linux/jpeg/GrowingBytes.h"
 
 namespace quorvin {
@@ -46,12 +46,12 @@ class FrameBufferPool : public std::enable_shared_from_this<FrameBufferPool> {
   };
 
   [[nodiscard]] GrowingBytes takeKept(std::size_t sizeBytes);
-  [[nodiscard]] bool isTooLarge(const GrowingBytes& buffer) const;
+  [[nodiscard]] bool isTooLarge(const GrowingBytes& buffer) const QUORVIN_REQUIRES(mutex);
   void giveBack(GrowingBytes buffer);
 
-  std::mutex mutex;
-  std::vector<GrowingBytes> kept;
-  std::size_t lastSize = 0;
+  Mutex mutex;
+  std::vector<GrowingBytes> kept QUORVIN_GUARDED_BY(mutex);
+  std::size_t lastSize QUORVIN_GUARDED_BY(mutex) = 0;
 };
 
 }  // namespace quorvin

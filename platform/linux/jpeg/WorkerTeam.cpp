@@ -17,7 +17,7 @@ WorkerTeam::WorkerTeam(std::size_t helpers) {
 
 WorkerTeam::~WorkerTeam() {
   {
-    const std::scoped_lock lock(mutex);
+    const MutexLock lock(mutex);
     isEnding = true;
   }
   begun.notify_all();
@@ -25,39 +25,40 @@ WorkerTeam::~WorkerTeam() {
 }
 
 void WorkerTeam::run(std::size_t count, const std::function<void(std::size_t)>& work) {
-  std::unique_lock lock(mutex);
+  MutexLock lock(mutex);
   current = &work;
   next = 0;
   end = count;
   unfinished = count;
   // Whoever is woken wants the lock at once, and would only go to sleep again.
-  lock.unlock();
+  mutex.unlock();
   if (count > 1) begun.notify_all();
-  lock.lock();
-  workOff(lock);
-  done.wait(lock, [this] { return unfinished == 0; });
+  mutex.lock();
+  workOff();
+  done.wait(lock.forWaiting(), [this]() QUORVIN_REQUIRES(mutex) { return unfinished == 0; });
 }
 
 void WorkerTeam::help() {
   pthread_setname_np(pthread_self(), "jpeg");
-  std::unique_lock lock(mutex);
+  MutexLock lock(mutex);
   while (!isEnding) {
-    workOff(lock);
-    begun.wait(lock, [this] { return isEnding || next < end; });
+    workOff();
+    begun.wait(lock.forWaiting(),
+               [this]() QUORVIN_REQUIRES(mutex) { return isEnding || next < end; });
   }
 }
 
-void WorkerTeam::workOff(std::unique_lock<std::mutex>& lock) {
+void WorkerTeam::workOff() {
   while (next < end) {
     const std::size_t number = next++;
     const auto& work = *current;
-    lock.unlock();
+    mutex.unlock();
     work(number);
-    lock.lock();
+    mutex.lock();
     if (--unfinished > 0) continue;
-    lock.unlock();
+    mutex.unlock();
     done.notify_one();
-    lock.lock();
+    mutex.lock();
   }
 }
 

@@ -3,9 +3,10 @@
 #include <condition_variable>
 #include <cstddef>
 #include <functional>
-#include <mutex>
 #include <thread>
 #include <vector>
+
+#include "platform/Mutex.h"
 
 namespace quorvin {
 
@@ -24,16 +25,17 @@ class WorkerTeam {
 
  private:
   void help();
-  void workOff(std::unique_lock<std::mutex>& lock);
+  // Lets go of the mutex while it works.
+  void workOff() QUORVIN_REQUIRES(mutex);
 
-  std::mutex mutex;  // guards all of this
+  Mutex mutex;
   std::condition_variable begun;
   std::condition_variable done;
-  const std::function<void(std::size_t)>* current = nullptr;
-  std::size_t next = 0;
-  std::size_t end = 0;
-  std::size_t unfinished = 0;
-  bool isEnding = false;
+  const std::function<void(std::size_t)>* current QUORVIN_GUARDED_BY(mutex) = nullptr;
+  std::size_t next QUORVIN_GUARDED_BY(mutex) = 0;
+  std::size_t end QUORVIN_GUARDED_BY(mutex) = 0;
+  std::size_t unfinished QUORVIN_GUARDED_BY(mutex) = 0;
+  bool isEnding QUORVIN_GUARDED_BY(mutex) = false;
 
   std::vector<std::thread> threads;
 };

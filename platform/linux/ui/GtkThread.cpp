@@ -9,9 +9,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
-#include <mutex>
 #include <string>
 #include <utility>
+
+#include "platform/Mutex.h"
 
 namespace quorvin {
 namespace {
@@ -69,27 +70,28 @@ class GtkThread::State {
       : onDisplayLost(std::move(onDisplayLost)) {}
 
   void enter(Phase next) {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     phase = next;
     changed.notify_all();
   }
 
   // The first phase that is not `former`, or `former` when the time is over.
   Phase waitWhile(Phase former, std::chrono::milliseconds patience) {
-    std::unique_lock lock(mutex);
-    changed.wait_for(lock, patience, [&] { return phase != former; });
+    MutexLock lock(mutex);
+    changed.wait_for(lock.forWaiting(), patience,
+                     [&]() QUORVIN_REQUIRES(mutex) { return phase != former; });
     return phase;
   }
 
   void push(std::function<void()> task) {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     tasks.push_back(std::move(task));
   }
 
   void runNext() {
     std::function<void()> task;
     {
-      const std::lock_guard lock(mutex);
+      const MutexLock lock(mutex);
       task = std::move(tasks.front());
       tasks.pop_front();
     }
@@ -99,11 +101,10 @@ class GtkThread::State {
   const std::function<void(bool wasOpen)> onDisplayLost;
 
  private:
-  std::mutex mutex;
+  Mutex mutex;
   std::condition_variable changed;
-  // Guarded by the mutex.
-  Phase phase = Phase::starting;
-  std::deque<std::function<void()>> tasks;
+  Phase phase QUORVIN_GUARDED_BY(mutex) = Phase::starting;
+  std::deque<std::function<void()>> tasks QUORVIN_GUARDED_BY(mutex);
 };
 
 // Xlib must not return into GDK, which would work on with answers it never got.

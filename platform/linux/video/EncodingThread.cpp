@@ -24,21 +24,21 @@ EncodingThread::~EncodingThread() {
 }
 
 void EncodingThread::setSettings(const EncoderSettings& settings) {
-  const std::scoped_lock lock(shared->mutex);
+  const MutexLock lock(shared->mutex);
   shared->settings = settings;
 }
 
 void EncodingThread::put(std::shared_ptr<const CapturedPixelBuffer> picture,
                          std::chrono::nanoseconds timeStamp) {
-  const std::scoped_lock lock(shared->mutex);
+  const MutexLock lock(shared->mutex);
   shared->jobs.push_back({std::move(picture), timeStamp});
   shared->changed.notify_all();
 }
 
 void EncodingThread::waitFor(std::chrono::nanoseconds until) {
   if (isCurrent()) return;
-  std::unique_lock lock(shared->mutex);
-  shared->changed.wait(lock, [this, until] {
+  MutexLock lock(shared->mutex);
+  shared->changed.wait(lock.forWaiting(), [this, until]() QUORVIN_REQUIRES(shared->mutex) {
     if (shared->underWay && *shared->underWay <= until) return false;
     return std::ranges::none_of(shared->jobs,
                                 [until](const Job& job) { return job.timeStamp <= until; });
@@ -47,11 +47,14 @@ void EncodingThread::waitFor(std::chrono::nanoseconds until) {
 
 void EncodingThread::end() {
   std::deque<Job> dropped;
-  std::unique_lock lock(shared->mutex);
+  MutexLock lock(shared->mutex);
   shared->hasEnded = true;
   dropped.swap(shared->jobs);
   shared->changed.notify_all();
-  if (!isCurrent()) shared->changed.wait(lock, [this] { return !shared->isHandingOut; });
+  if (!isCurrent())
+    shared->changed.wait(lock.forWaiting(), [this]() QUORVIN_REQUIRES(shared->mutex) {
+      return !shared->isHandingOut;
+    });
 }
 
 void EncodingThread::Shared::run() {
@@ -64,8 +67,9 @@ void EncodingThread::Shared::run() {
 }
 
 bool EncodingThread::Shared::takeJob(Job& job) {
-  std::unique_lock lock(mutex);
-  changed.wait(lock, [this] { return hasEnded || !jobs.empty(); });
+  MutexLock lock(mutex);
+  changed.wait(lock.forWaiting(),
+               [this]() QUORVIN_REQUIRES(mutex) { return hasEnded || !jobs.empty(); });
   if (hasEnded) return false;
   job = std::move(jobs.front());
   jobs.pop_front();
@@ -79,7 +83,7 @@ void EncodingThread::Shared::process(Job job) {
   try {
     EncoderSettings current;
     {
-      const std::scoped_lock lock(mutex);
+      const MutexLock lock(mutex);
       current = settings;
     }
     encoder.configure(current);
@@ -95,7 +99,7 @@ void EncodingThread::Shared::process(Job job) {
 void EncodingThread::Shared::handOut(const std::optional<EncodedPicture>& picture,
                                      EncoderStatus status) {
   {
-    const std::scoped_lock lock(mutex);
+    const MutexLock lock(mutex);
     if (hasEnded) return;
     isHandingOut = true;
   }
@@ -105,12 +109,12 @@ void EncodingThread::Shared::handOut(const std::optional<EncodedPicture>& pictur
   } else {
     output.compressionDidOutput(status, nullptr);
   }
-  const std::scoped_lock lock(mutex);
+  const MutexLock lock(mutex);
   isHandingOut = false;
 }
 
 void EncodingThread::Shared::finishJob() {
-  const std::scoped_lock lock(mutex);
+  const MutexLock lock(mutex);
   underWay.reset();
   changed.notify_all();
 }

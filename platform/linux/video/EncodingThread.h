@@ -4,9 +4,9 @@
 #include <condition_variable>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <thread>
 
+#include "platform/Mutex.h"
 #include "platform/VideoEncoder.h"
 #include "platform/linux/video/PictureEncoder.h"
 
@@ -48,13 +48,14 @@ class EncodingThread {
     PictureEncoder encoder;  // the thread's
     CompressionOutput& output;
 
-    std::mutex mutex;
+    Mutex mutex;
     std::condition_variable changed;
-    EncoderSettings settings;
-    std::deque<Job> jobs;
-    std::optional<std::chrono::nanoseconds> underWay;  // the time stamp of the job at hand
-    bool isHandingOut = false;
-    bool hasEnded = false;
+    EncoderSettings settings QUORVIN_GUARDED_BY(mutex);
+    std::deque<Job> jobs QUORVIN_GUARDED_BY(mutex);
+    // The time stamp of the job at hand.
+    std::optional<std::chrono::nanoseconds> underWay QUORVIN_GUARDED_BY(mutex);
+    bool isHandingOut QUORVIN_GUARDED_BY(mutex) = false;
+    bool hasEnded QUORVIN_GUARDED_BY(mutex) = false;
   };
 
   [[nodiscard]] bool isCurrent() const { return thread.get_id() == std::this_thread::get_id(); }

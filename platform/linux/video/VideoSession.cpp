@@ -62,7 +62,7 @@ VideoSession::VideoSession(PixelSize size, CompressionOutput& output)
 
 EncoderStatus VideoSession::setProperty(CompressionProperty property,
                                         CompressionPropertyValue value) {
-  const std::scoped_lock lock(mutex);
+  const MutexLock lock(mutex);
   if (!isValid) return statusOf(VideoEncoderStatus::ended);
   const auto changed = settingsWith(settings, property, value);
   if (!changed) return statusOf(VideoEncoderStatus::invalidParameter);
@@ -72,7 +72,7 @@ EncoderStatus VideoSession::setProperty(CompressionProperty property,
 }
 
 EncoderStatus VideoSession::prepareToEncodeFrames() {
-  const std::scoped_lock lock(mutex);
+  const MutexLock lock(mutex);
   return statusOf(isValid ? VideoEncoderStatus::success : VideoEncoderStatus::ended);
 }
 
@@ -86,7 +86,7 @@ EncoderStatus VideoSession::encodeFrame(const std::shared_ptr<PixelBuffer>& pict
       !std::cmp_equal(captured->heightPx(), size.height)) {
     return statusOf(VideoEncoderStatus::notEncodable);
   }
-  const std::scoped_lock lock(mutex);
+  const MutexLock lock(mutex);
   if (!isValid) return statusOf(VideoEncoderStatus::ended);
   thread.put(std::move(captured), *timeStamp);
   return statusOf(VideoEncoderStatus::success);
@@ -101,7 +101,7 @@ EncoderStatus VideoSession::completeFrames(std::optional<MediaTime> until) {
 
 void VideoSession::invalidate() {
   {
-    const std::scoped_lock lock(mutex);
+    const MutexLock lock(mutex);
     isValid = false;
   }
   thread.end();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Mutex.h"
 #include "platform/VideoEncoder.h"
 #include "platform/linux/video/EncodingThread.h"
 
@@ -23,9 +24,9 @@ class VideoSession final : public CompressionSession {
 
  private:
   PixelSize size;
-  std::mutex mutex;
-  EncoderSettings settings;
-  bool isValid = true;
+  Mutex mutex;
+  EncoderSettings settings QUORVIN_GUARDED_BY(mutex);
+  bool isValid QUORVIN_GUARDED_BY(mutex) = true;
   EncodingThread thread;
 };
 
