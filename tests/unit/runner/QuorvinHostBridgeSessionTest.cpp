@@ -13,7 +13,7 @@ using testing::IsEmpty;
 constexpr std::uint64_t second = 1'000'000'000;
 constexpr std::size_t frameOverhead = 8;  // of a fake file without padding
 
-using SupportSessionTest = BridgeTest;
+using QuorvinHostBridgeSessionTest = BridgeTest;
 
 FlutterEvent stopped(const std::string& code, const Error& error) {
   return FlutterError{code, error.localizedDescription,
@@ -22,7 +22,7 @@ FlutterEvent stopped(const std::string& code, const Error& error) {
 
 // ---- starting ----
 
-TEST_F(SupportSessionTest, NeedsScreenRecording) {
+TEST_F(QuorvinHostBridgeSessionTest, NeedsScreenRecording) {
   machine.permissions.screenRecording = false;
   machine.permissions.accessibility = false;
   expectReply(startSession(),
@@ -32,7 +32,7 @@ TEST_F(SupportSessionTest, NeedsScreenRecording) {
   EXPECT_THAT(machine.process.begunActivities, IsEmpty());
 }
 
-TEST_F(SupportSessionTest, NeedsAccessibilityEvenToBeWatchedOnly) {
+TEST_F(QuorvinHostBridgeSessionTest, NeedsAccessibilityEvenToBeWatchedOnly) {
   machine.permissions.accessibility = false;
   expectReply(startSession(),
               error("accessibility_required", "Allow Accessibility in System Settings."));
@@ -40,7 +40,7 @@ TEST_F(SupportSessionTest, NeedsAccessibilityEvenToBeWatchedOnly) {
   EXPECT_THAT(machine.process.begunActivities, IsEmpty());
 }
 
-TEST_F(SupportSessionTest, AMissingPermissionLeavesARunningSessionAlone) {
+TEST_F(QuorvinHostBridgeSessionTest, AMissingPermissionLeavesARunningSessionAlone) {
   startSession();
   machine.permissions.accessibility = false;
   expectReply(startSession(),
@@ -51,7 +51,7 @@ TEST_F(SupportSessionTest, AMissingPermissionLeavesARunningSessionAlone) {
   EXPECT_THAT(events(), ElementsAre(frame(1)));
 }
 
-TEST_F(SupportSessionTest, HoldsAnActivityFromTheStartToTheEnd) {
+TEST_F(QuorvinHostBridgeSessionTest, HoldsAnActivityFromTheStartToTheEnd) {
   machine.screenCapture.completesStarts = false;
   const auto call = startSession();
   EXPECT_EQ(call->replies, 0);
@@ -68,7 +68,7 @@ TEST_F(SupportSessionTest, HoldsAnActivityFromTheStartToTheEnd) {
   EXPECT_EQ(machine.process.runningActivities(), 0U);
 }
 
-TEST_F(SupportSessionTest, KnowsTheDisplayOnlyOnceTheCaptureRuns) {
+TEST_F(QuorvinHostBridgeSessionTest, KnowsTheDisplayOnlyOnceTheCaptureRuns) {
   machine.screenCapture.completesStarts = false;
   startSession();
   EXPECT_TRUE(bridge->hasSession());
@@ -80,7 +80,7 @@ TEST_F(SupportSessionTest, KnowsTheDisplayOnlyOnceTheCaptureRuns) {
   EXPECT_EQ(bridge->inputDisplay(), std::nullopt);
 }
 
-TEST_F(SupportSessionTest, ForgetsTheDisplayWhenASessionIsStartedAnew) {
+TEST_F(QuorvinHostBridgeSessionTest, ForgetsTheDisplayWhenASessionIsStartedAnew) {
   startSession();
   ASSERT_EQ(bridge->inputDisplay(), 1U);
   machine.screenCapture.completesStarts = false;
@@ -92,7 +92,7 @@ TEST_F(SupportSessionTest, ForgetsTheDisplayWhenASessionIsStartedAnew) {
   EXPECT_EQ(bridge->inputDisplay(), std::nullopt) << "after it failed";
 }
 
-TEST_F(SupportSessionTest, AStartThatIsAnsweredAfterTheSystemsStopLeavesNoDisplay) {
+TEST_F(QuorvinHostBridgeSessionTest, AStartThatIsAnsweredAfterTheSystemsStopLeavesNoDisplay) {
   listen();
   machine.screenCapture.completesStarts = false;
   const auto start = startSession();
@@ -110,7 +110,7 @@ TEST_F(SupportSessionTest, AStartThatIsAnsweredAfterTheSystemsStopLeavesNoDispla
   EXPECT_EQ(bridge->inputDisplay(), std::nullopt);
 }
 
-TEST_F(SupportSessionTest, AFailedStartEndsTheActivityAndTheNextStartBeginsANewOne) {
+TEST_F(QuorvinHostBridgeSessionTest, AFailedStartEndsTheActivityAndTheNextStartBeginsANewOne) {
   machine.screenCapture.startError = Error("system", -3802, "The stream failed to start.");
   expectReply(startSession(), error("capture_failed", "The stream failed to start."));
   EXPECT_FALSE(bridge->hasSession());
@@ -121,7 +121,7 @@ TEST_F(SupportSessionTest, AFailedStartEndsTheActivityAndTheNextStartBeginsANewO
   EXPECT_EQ(machine.process.runningActivities(), 1U);
 }
 
-TEST_F(SupportSessionTest, AStartForWhichThereIsNoQueueFailsLikeAnyOther) {
+TEST_F(QuorvinHostBridgeSessionTest, AStartForWhichThereIsNoQueueFailsLikeAnyOther) {
   startSession();
   machine.dispatch.serialQueueError = Error("system", 11, "A thread could not be made.");
   expectReply(startSession(), error("capture_failed", "A thread could not be made."));
@@ -131,7 +131,7 @@ TEST_F(SupportSessionTest, AStartForWhichThereIsNoQueueFailsLikeAnyOther) {
   EXPECT_TRUE(bridge->hasSession());
 }
 
-TEST_F(SupportSessionTest, StoppingWhileStartingCancelsTheStart) {
+TEST_F(QuorvinHostBridgeSessionTest, StoppingWhileStartingCancelsTheStart) {
   listen();
   machine.screenCapture.answersContent = false;
   const auto start = startSession();
@@ -144,7 +144,7 @@ TEST_F(SupportSessionTest, StoppingWhileStartingCancelsTheStart) {
   EXPECT_THAT(events(), IsEmpty());
 }
 
-TEST_F(SupportSessionTest, StoppingWhileTheStreamStartsStopsThatStream) {
+TEST_F(QuorvinHostBridgeSessionTest, StoppingWhileTheStreamStartsStopsThatStream) {
   listen();
   machine.screenCapture.completesStarts = false;
   const auto start = startSession();
@@ -158,7 +158,7 @@ TEST_F(SupportSessionTest, StoppingWhileTheStreamStartsStopsThatStream) {
   EXPECT_THAT(events(), IsEmpty());
 }
 
-TEST_F(SupportSessionTest, ASecondStartReplacesTheFirst) {
+TEST_F(QuorvinHostBridgeSessionTest, ASecondStartReplacesTheFirst) {
   listen();
   machine.screenCapture.completesStarts = false;
   const auto first = startSession();
@@ -183,7 +183,7 @@ TEST_F(SupportSessionTest, ASecondStartReplacesTheFirst) {
   EXPECT_THAT(events(), ElementsAre(frame(2)));
 }
 
-TEST_F(SupportSessionTest, ARestartLetsTheRunningCaptureGo) {
+TEST_F(QuorvinHostBridgeSessionTest, ARestartLetsTheRunningCaptureGo) {
   startSession();
   const std::weak_ptr<fakes::FakeStream> first = machine.screenCapture.streams.front();
   startSession();
@@ -191,7 +191,7 @@ TEST_F(SupportSessionTest, ARestartLetsTheRunningCaptureGo) {
   EXPECT_TRUE(bridge->hasSession());
 }
 
-TEST_F(SupportSessionTest, APendingStartEndsOnTheMainThreadWhoeverDropsItsCompletion) {
+TEST_F(QuorvinHostBridgeSessionTest, APendingStartEndsOnTheMainThreadWhoeverDropsItsCompletion) {
   machine.screenCapture.completesStarts = false;
   const auto start = startSession();
   const auto starting = stream();
@@ -206,7 +206,7 @@ TEST_F(SupportSessionTest, APendingStartEndsOnTheMainThreadWhoeverDropsItsComple
 
 // ---- frames ----
 
-TEST_F(SupportSessionTest, SendsFramesToTheListener) {
+TEST_F(QuorvinHostBridgeSessionTest, SendsFramesToTheListener) {
   listen();
   startSession();
   sendFrame(1);
@@ -214,7 +214,7 @@ TEST_F(SupportSessionTest, SendsFramesToTheListener) {
   EXPECT_THAT(events(), ElementsAre(frame(1), frame(2)));
 }
 
-TEST_F(SupportSessionTest, DropsFramesWhileNobodyListens) {
+TEST_F(QuorvinHostBridgeSessionTest, DropsFramesWhileNobodyListens) {
   startSession();
   sendFrame(1);
   listen();
@@ -224,7 +224,7 @@ TEST_F(SupportSessionTest, DropsFramesWhileNobodyListens) {
   EXPECT_THAT(events(), ElementsAre(frame(2)));
 }
 
-TEST_F(SupportSessionTest, ASecondListenerReplacesTheFirst) {
+TEST_F(QuorvinHostBridgeSessionTest, ASecondListenerReplacesTheFirst) {
   startSession();
   listen();
   std::vector<FlutterEvent> newListener;
@@ -235,7 +235,7 @@ TEST_F(SupportSessionTest, ASecondListenerReplacesTheFirst) {
   cancel();
 }
 
-TEST_F(SupportSessionTest, CancellingWithoutAListenerIsHarmless) {
+TEST_F(QuorvinHostBridgeSessionTest, CancellingWithoutAListenerIsHarmless) {
   EXPECT_FALSE(bridge->onCancel({}));
   EXPECT_FALSE(bridge->onCancel({}));
   startSession();
@@ -243,7 +243,7 @@ TEST_F(SupportSessionTest, CancellingWithoutAListenerIsHarmless) {
   EXPECT_THAT(events(), IsEmpty());
 }
 
-TEST_F(SupportSessionTest, DeliversAFrameOfExactlySixteenMebibytesAndNoLargerOne) {
+TEST_F(QuorvinHostBridgeSessionTest, DeliversAFrameOfExactlySixteenMebibytesAndNoLargerOne) {
   listen();
   startSession();
   machine.imageEncoder.paddingBytes = 16'777'216 - frameOverhead;
@@ -254,7 +254,7 @@ TEST_F(SupportSessionTest, DeliversAFrameOfExactlySixteenMebibytesAndNoLargerOne
   EXPECT_EQ(std::get<Value>(events()[0]).as<Data>()->size(), 16'777'216U);
 }
 
-TEST_F(SupportSessionTest, FramesUnderWayAtTheStopNeverArrive) {
+TEST_F(QuorvinHostBridgeSessionTest, FramesUnderWayAtTheStopNeverArrive) {
   listen();
   startSession();
   // Let the frame come as far as the last hop to the main queue, then stop.
@@ -267,7 +267,7 @@ TEST_F(SupportSessionTest, FramesUnderWayAtTheStopNeverArrive) {
   EXPECT_THAT(events(), IsEmpty());
 }
 
-TEST_F(SupportSessionTest, FramesOfAnEarlierSessionDoNotReachTheNext) {
+TEST_F(QuorvinHostBridgeSessionTest, FramesOfAnEarlierSessionDoNotReachTheNext) {
   listen();
   startSession();
   stream()->send(fakes::FakeSample::complete(1));
@@ -282,7 +282,7 @@ TEST_F(SupportSessionTest, FramesOfAnEarlierSessionDoNotReachTheNext) {
 
 // ---- endings that nobody asked for ----
 
-TEST_F(SupportSessionTest, ReportsAStreamThatTheSystemStopped) {
+TEST_F(QuorvinHostBridgeSessionTest, ReportsAStreamThatTheSystemStopped) {
   listen();
   startSession();
   const Error gone("system", -3821, "The system stopped the stream.");
@@ -294,7 +294,7 @@ TEST_F(SupportSessionTest, ReportsAStreamThatTheSystemStopped) {
   EXPECT_EQ(machine.process.runningActivities(), 0U);
 }
 
-TEST_F(SupportSessionTest, ReportsAStall) {
+TEST_F(QuorvinHostBridgeSessionTest, ReportsAStall) {
   listen();
   startSession();
   machine.dispatch.advanceAndRun(6 * second);
@@ -305,7 +305,7 @@ TEST_F(SupportSessionTest, ReportsAStall) {
   EXPECT_FALSE(bridge->hasSession());
 }
 
-TEST_F(SupportSessionTest, TellsAStopByTheUserApartFromMacOS15On) {
+TEST_F(QuorvinHostBridgeSessionTest, TellsAStopByTheUserApartFromMacOS15On) {
   const Error byUser(fakes::fakeStreamErrorDomain, -3817, "The user stopped the stream.");
   listen();
   for (const auto& [major, minor] :
@@ -321,7 +321,7 @@ TEST_F(SupportSessionTest, TellsAStopByTheUserApartFromMacOS15On) {
   }
 }
 
-TEST_F(SupportSessionTest, TakesOnlyTheStreamsOwnErrorForAStopByTheUser) {
+TEST_F(QuorvinHostBridgeSessionTest, TakesOnlyTheStreamsOwnErrorForAStopByTheUser) {
   machine.process.macOSMajor = 15;
   listen();
   for (const auto& other : {Error("another.domain", -3817, "Other domain."),
@@ -334,7 +334,7 @@ TEST_F(SupportSessionTest, TakesOnlyTheStreamsOwnErrorForAStopByTheUser) {
   }
 }
 
-TEST_F(SupportSessionTest, WithoutAListenerAnEndingLeavesNoTrace) {
+TEST_F(QuorvinHostBridgeSessionTest, WithoutAListenerAnEndingLeavesNoTrace) {
   startSession();
   stream()->stopWithError(Error("system", -3821, "Gone."));
   machine.dispatch.runUntilIdle();
@@ -345,7 +345,7 @@ TEST_F(SupportSessionTest, WithoutAListenerAnEndingLeavesNoTrace) {
   EXPECT_THAT(events(), IsEmpty());
 }
 
-TEST_F(SupportSessionTest, AnEndingOfAnEarlierSessionDoesNotTouchTheNext) {
+TEST_F(QuorvinHostBridgeSessionTest, AnEndingOfAnEarlierSessionDoesNotTouchTheNext) {
   listen();
   startSession();
   stream()->stopWithError(Error("system", -3821, "Gone."));
@@ -358,7 +358,7 @@ TEST_F(SupportSessionTest, AnEndingOfAnEarlierSessionDoesNotTouchTheNext) {
   EXPECT_EQ(machine.process.runningActivities(), 1U);
 }
 
-TEST_F(SupportSessionTest, ANewSessionStartsAfterAnEnding) {
+TEST_F(QuorvinHostBridgeSessionTest, ANewSessionStartsAfterAnEnding) {
   listen();
   startSession();
   stream()->stopWithError(Error("system", -3821, "Gone."));
@@ -370,12 +370,12 @@ TEST_F(SupportSessionTest, ANewSessionStartsAfterAnEnding) {
 
 // ---- stopping and teardown ----
 
-TEST_F(SupportSessionTest, StoppingWithoutASessionIsAnsweredAllTheSame) {
+TEST_F(QuorvinHostBridgeSessionTest, StoppingWithoutASessionIsAnsweredAllTheSame) {
   expectReply(invoke("stopCapture", Map{{"ignored", 1}}), nothing());
   expectReply(invoke("stopCapture"), nothing());
 }
 
-TEST_F(SupportSessionTest, StoppingSendsNothingOnTheEventChannel) {
+TEST_F(QuorvinHostBridgeSessionTest, StoppingSendsNothingOnTheEventChannel) {
   listen();
   startSession();
   const auto running = stream();
@@ -384,7 +384,7 @@ TEST_F(SupportSessionTest, StoppingSendsNothingOnTheEventChannel) {
   EXPECT_THAT(events(), IsEmpty());
 }
 
-TEST_F(SupportSessionTest, TeardownEndsTheSession) {
+TEST_F(QuorvinHostBridgeSessionTest, TeardownEndsTheSession) {
   startSession();
   const auto running = stream();
   bridge.reset();
@@ -393,7 +393,7 @@ TEST_F(SupportSessionTest, TeardownEndsTheSession) {
   EXPECT_EQ(machine.process.runningActivities(), 0U);
 }
 
-TEST_F(SupportSessionTest, TeardownWhileStartingWaitsForTheStartThatHoldsTheBridge) {
+TEST_F(QuorvinHostBridgeSessionTest, TeardownWhileStartingWaitsForTheStartThatHoldsTheBridge) {
   machine.screenCapture.completesStarts = false;
   startSession();
   const std::weak_ptr<QuorvinHostBridge> weak = bridge;

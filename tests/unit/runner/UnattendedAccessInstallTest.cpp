@@ -15,11 +15,11 @@ using testing::IsEmpty;
 constexpr auto agentFile =
     "/Users/someone/Library/LaunchAgents/com.quorvin.support.unattended.plist";
 
-class LoginAgentTest : public testing::Test {
+class UnattendedAccessInstallTest : public testing::Test {
  protected:
   using Task = fakes::FakeProcess::Task;
 
-  LoginAgentTest() { machine.files.addDirectory("/Users/someone"); }
+  UnattendedAccessInstallTest() { machine.files.addDirectory("/Users/someone"); }
 
   void install(const std::optional<std::string>& name = "Workshop") {
     UnattendedAccess::install(machine.platform, name);
@@ -56,7 +56,7 @@ class LoginAgentTest : public testing::Test {
   fakes::FakeMachine machine;
 };
 
-TEST_F(LoginAgentTest, WritesTheAgentsFileAndRegistersIt) {
+TEST_F(UnattendedAccessInstallTest, WritesTheAgentsFileAndRegistersIt) {
   install();
   EXPECT_EQ(machine.files.textAt(agentFile), "list1");
   ASSERT_EQ(machine.propertyList.written.size(), 1U);
@@ -72,7 +72,7 @@ TEST_F(LoginAgentTest, WritesTheAgentsFileAndRegistersIt) {
   EXPECT_THAT(machine.process.tasks, ElementsAre(launchctl("bootout"), launchctl("bootstrap")));
 }
 
-TEST_F(LoginAgentTest, StoresTheSettingsBeforeTheAgentCanReadThem) {
+TEST_F(UnattendedAccessInstallTest, StoresTheSettingsBeforeTheAgentCanReadThem) {
   machine.process.runsTask = [this](const Task& task) {
     const bool isStored = machine.userDefaults.storedBooleans["unattendedAccessEnabled"];
     EXPECT_EQ(isStored, task.arguments[0] == "bootstrap");
@@ -82,7 +82,7 @@ TEST_F(LoginAgentTest, StoresTheSettingsBeforeTheAgentCanReadThem) {
   EXPECT_EQ(machine.userDefaults.storedStrings["unattendedAccessDeviceName"], "Work shop");
 }
 
-TEST_F(LoginAgentTest, NeedsAnInstalledCopy) {
+TEST_F(UnattendedAccessInstallTest, NeedsAnInstalledCopy) {
   constexpr auto message =
       "Move Quorvin Support to Applications and run the setup command from that installed copy.";
   for (const auto* bundle : {"/Volumes/Quorvin/Quorvin Support.app",
@@ -96,7 +96,7 @@ TEST_F(LoginAgentTest, NeedsAnInstalledCopy) {
   expectNothingChanged();
 }
 
-TEST_F(LoginAgentTest, TakesACopyInASubfolderOfEitherApplicationsFolder) {
+TEST_F(UnattendedAccessInstallTest, TakesACopyInASubfolderOfEitherApplicationsFolder) {
   for (const auto* bundle : {"/Applications/Support/Quorvin Support.app",
                              "/Users/someone/Applications/Quorvin Support.app"}) {
     machine.files.bundle = bundle;
@@ -104,7 +104,7 @@ TEST_F(LoginAgentTest, TakesACopyInASubfolderOfEitherApplicationsFolder) {
   }
 }
 
-TEST_F(LoginAgentTest, LooksForTheCopyInOneHomeFolderAndKeepsTheAgentInTheOther) {
+TEST_F(UnattendedAccessInstallTest, LooksForTheCopyInOneHomeFolderAndKeepsTheAgentInTheOther) {
   machine.files.home = "/Users/told";
   machine.files.currentUsersHome = "/Users/someone";
   machine.files.bundle = "/Users/someone/Applications/Quorvin Support.app";
@@ -120,7 +120,7 @@ TEST_F(LoginAgentTest, LooksForTheCopyInOneHomeFolderAndKeepsTheAgentInTheOther)
 }
 
 // Each precondition with each that comes after it, both not met: the earlier one is reported.
-TEST_F(LoginAgentTest, ReportsTheFirstOfTwoPreconditionsThatAreNotMet) {
+TEST_F(UnattendedAccessInstallTest, ReportsTheFirstOfTwoPreconditionsThatAreNotMet) {
   struct Precondition {
     std::string message;
     std::function<void(fakes::FakeMachine&)> breakIt;
@@ -179,7 +179,7 @@ TEST_F(LoginAgentTest, ReportsTheFirstOfTwoPreconditionsThatAreNotMet) {
   }
 }
 
-TEST_F(LoginAgentTest, NeedsBothPermissionsAndAsksForNeither) {
+TEST_F(UnattendedAccessInstallTest, NeedsBothPermissionsAndAsksForNeither) {
   constexpr auto message =
       "Open Quorvin Support once and allow Screen Recording and Accessibility before enabling "
       "unattended access.";
@@ -195,7 +195,7 @@ TEST_F(LoginAgentTest, NeedsBothPermissionsAndAsksForNeither) {
   expectNothingChanged();
 }
 
-TEST_F(LoginAgentTest, NeedsAName) {
+TEST_F(UnattendedAccessInstallTest, NeedsAName) {
   machine.permissions.name = " \n ";
   EXPECT_EQ(failure([this] { install("\t"); }, "com.quorvin.support.unattended"),
             "A device name is required. Use --name \"My Mac\".");
@@ -205,7 +205,7 @@ TEST_F(LoginAgentTest, NeedsAName) {
   expectNothingChanged();
 }
 
-TEST_F(LoginAgentTest, FetchesTheComputersNameInEveryCase) {
+TEST_F(UnattendedAccessInstallTest, FetchesTheComputersNameInEveryCase) {
   for (const auto* requested : {"Workshop", " "}) {
     machine.permissions.calls.clear();
     install(requested);
@@ -214,13 +214,13 @@ TEST_F(LoginAgentTest, FetchesTheComputersNameInEveryCase) {
   }
 }
 
-TEST_F(LoginAgentTest, TakesTheComputersNameWhenNoneIsAskedFor) {
+TEST_F(UnattendedAccessInstallTest, TakesTheComputersNameWhenNoneIsAskedFor) {
   machine.permissions.name = "  The\u2028shop ";
   install("  ");
   EXPECT_EQ(machine.userDefaults.strings["unattendedAccessDeviceName"], "The shop");
 }
 
-TEST_F(LoginAgentTest, InstallingAgainReplacesFileAndNameAndBootsTheOldAgentOutFirst) {
+TEST_F(UnattendedAccessInstallTest, InstallingAgainReplacesFileAndNameAndBootsTheOldAgentOutFirst) {
   install("Old");
   machine.process.tasks.clear();
   machine.process.runsTask = [this](const Task& task) {
@@ -233,7 +233,7 @@ TEST_F(LoginAgentTest, InstallingAgainReplacesFileAndNameAndBootsTheOldAgentOutF
   EXPECT_THAT(machine.process.tasks, ElementsAre(launchctl("bootout"), launchctl("bootstrap")));
 }
 
-TEST_F(LoginAgentTest, AFirstInstallThatCannotRegisterLeavesNothingButAnExplicitOff) {
+TEST_F(UnattendedAccessInstallTest, AFirstInstallThatCannotRegisterLeavesNothingButAnExplicitOff) {
   failBootstrap();
   EXPECT_EQ(installFailure(), "macOS could not register the login startup item.");
   EXPECT_FALSE(machine.files.hasItem(agentFile));
@@ -243,7 +243,7 @@ TEST_F(LoginAgentTest, AFirstInstallThatCannotRegisterLeavesNothingButAnExplicit
   EXPECT_THAT(machine.process.tasks, ElementsAre(launchctl("bootout"), launchctl("bootstrap")));
 }
 
-TEST_F(LoginAgentTest, ARepeatedInstallThatCannotRegisterBringsTheOldAgentBack) {
+TEST_F(UnattendedAccessInstallTest, ARepeatedInstallThatCannotRegisterBringsTheOldAgentBack) {
   install("Old");
   machine.process.tasks.clear();
   failBootstrap();
@@ -255,7 +255,7 @@ TEST_F(LoginAgentTest, ARepeatedInstallThatCannotRegisterBringsTheOldAgentBack) 
               ElementsAre(launchctl("bootout"), launchctl("bootstrap"), launchctl("bootstrap")));
 }
 
-TEST_F(LoginAgentTest, PassesOnThatLaunchctlCannotBeLaunched) {
+TEST_F(UnattendedAccessInstallTest, PassesOnThatLaunchctlCannotBeLaunched) {
   machine.process.runsTask = [](const Task&) -> std::int32_t {
     throw Error("system", 1, "The file does not exist.");
   };
@@ -263,7 +263,7 @@ TEST_F(LoginAgentTest, PassesOnThatLaunchctlCannotBeLaunched) {
   EXPECT_FALSE(machine.files.hasItem(agentFile));
 }
 
-TEST_F(LoginAgentTest, ReturnsTheStatusThatNobodyRequired) {
+TEST_F(UnattendedAccessInstallTest, ReturnsTheStatusThatNobodyRequired) {
   machine.process.runsTask = [](const Task&) {
     return 37;
   };
@@ -271,7 +271,7 @@ TEST_F(LoginAgentTest, ReturnsTheStatusThatNobodyRequired) {
   EXPECT_THAT(machine.process.tasks, ElementsAre(Task{"/bin/launchctl", {"list"}}));
 }
 
-TEST_F(LoginAgentTest, RemovesTheAgentItsFileAndTheSettings) {
+TEST_F(UnattendedAccessInstallTest, RemovesTheAgentItsFileAndTheSettings) {
   install();
   machine.process.tasks.clear();
   remove();
@@ -281,7 +281,7 @@ TEST_F(LoginAgentTest, RemovesTheAgentItsFileAndTheSettings) {
   EXPECT_THAT(machine.process.tasks, ElementsAre(launchctl("bootout")));
 }
 
-TEST_F(LoginAgentTest, RemovesNothingWhereNothingWasInstalledAndNeedsNoInstalledCopy) {
+TEST_F(UnattendedAccessInstallTest, RemovesNothingWhereNothingWasInstalledAndNeedsNoInstalledCopy) {
   machine.files.bundle = "/Volumes/Quorvin Support.app";
   machine.permissions.accessibility = false;
   machine.process.runsTask = [](const Task&) {
@@ -291,7 +291,7 @@ TEST_F(LoginAgentTest, RemovesNothingWhereNothingWasInstalledAndNeedsNoInstalled
   EXPECT_THAT(machine.files.changes, IsEmpty());
 }
 
-TEST_F(LoginAgentTest, KeepsTheSettingsWhenTheFileCannotBeDeleted) {
+TEST_F(UnattendedAccessInstallTest, KeepsTheSettingsWhenTheFileCannotBeDeleted) {
   install();
   machine.files.failures.emplace("removeItem", Error("system", 1, "It is locked."));
   EXPECT_EQ(failure([this] { remove(); }, "system"), "It is locked.");

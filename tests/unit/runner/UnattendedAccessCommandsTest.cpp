@@ -18,9 +18,9 @@ constexpr auto usage =
     "  --status-unattended\n"
     "  --remove-unattended\n";
 
-class UnattendedCommandsTest : public testing::Test {
+class UnattendedAccessCommandsTest : public testing::Test {
  protected:
-  UnattendedCommandsTest() { machine.files.addDirectory("/Users/someone"); }
+  UnattendedAccessCommandsTest() { machine.files.addDirectory("/Users/someone"); }
 
   std::optional<std::int32_t> run(const std::vector<std::string>& arguments) {
     auto& process = machine.process;
@@ -53,7 +53,7 @@ class UnattendedCommandsTest : public testing::Test {
   FakeMachine machine;
 };
 
-TEST_F(UnattendedCommandsTest, DoesNothingWithoutACommand) {
+TEST_F(UnattendedAccessCommandsTest, DoesNothingWithoutACommand) {
   for (const auto& arguments : std::vector<std::vector<std::string>>{{},
                                                                      {"--unattended"},
                                                                      {"--name", "Workshop"},
@@ -67,7 +67,7 @@ TEST_F(UnattendedCommandsTest, DoesNothingWithoutACommand) {
   }
 }
 
-TEST_F(UnattendedCommandsTest, KnowsEachCommandWhereverItStands) {
+TEST_F(UnattendedAccessCommandsTest, KnowsEachCommandWhereverItStands) {
   for (const auto* flag : {"--install-unattended", "--remove-unattended", "--status-unattended",
                            "--help-unattended"}) {
     machine.process.argumentList = {"host", "other", flag, "more"};
@@ -76,13 +76,13 @@ TEST_F(UnattendedCommandsTest, KnowsEachCommandWhereverItStands) {
   EXPECT_EQ(machine.process.standardOutputWrites.size(), 0U);
 }
 
-TEST_F(UnattendedCommandsTest, PrintsTheUsage) {
+TEST_F(UnattendedAccessCommandsTest, PrintsTheUsage) {
   EXPECT_EQ(run({"--help-unattended"}), 0);
   expectPrinted(usage);
   EXPECT_EQ(machine.process.standardOutput.size(), 117U);
 }
 
-TEST_F(UnattendedCommandsTest, PrintsTheStatus) {
+TEST_F(UnattendedAccessCommandsTest, PrintsTheStatus) {
   EXPECT_EQ(run({"--status-unattended"}), 0);
   expectPrinted("Quorvin unattended access is disabled.\n");
   machine.userDefaults.setBool(true, UnattendedAccess::enabledKey);
@@ -91,26 +91,26 @@ TEST_F(UnattendedCommandsTest, PrintsTheStatus) {
   expectPrinted("Quorvin unattended access is enabled for \"Front desk\".\n");
 }
 
-TEST_F(UnattendedCommandsTest, IsDisabledUnderANameThatNormalizesToNothing) {
+TEST_F(UnattendedAccessCommandsTest, IsDisabledUnderANameThatNormalizesToNothing) {
   machine.userDefaults.setBool(true, UnattendedAccess::enabledKey);
   machine.userDefaults.setString(" \t", UnattendedAccess::deviceNameKey);
   EXPECT_EQ(run({"--status-unattended"}), 0);
   expectPrinted("Quorvin unattended access is disabled.\n");
 }
 
-TEST_F(UnattendedCommandsTest, InstallsAndShowsTheStoredName) {
+TEST_F(UnattendedAccessCommandsTest, InstallsAndShowsTheStoredName) {
   EXPECT_EQ(run({"--install-unattended", "--name", "  Front \t desk "}), 0);
   expectPrinted(
       "Quorvin unattended access is enabled for \"Front desk\" and will start at login.\n");
 }
 
-TEST_F(UnattendedCommandsTest, Removes) {
+TEST_F(UnattendedAccessCommandsTest, Removes) {
   EXPECT_EQ(run({"--remove-unattended"}), 0);
   expectPrinted("Quorvin unattended access is disabled for this Mac account.\n");
   EXPECT_EQ(machine.process.standardOutput.size(), 60U);
 }
 
-TEST_F(UnattendedCommandsTest, ReportsAFailedInstallAndAFailedRemove) {
+TEST_F(UnattendedAccessCommandsTest, ReportsAFailedInstallAndAFailedRemove) {
   machine.files.bundle = "/Volumes/Quorvin Support.app";
   EXPECT_EQ(run({"--install-unattended"}), 1);
   expectFailure(
@@ -122,7 +122,7 @@ TEST_F(UnattendedCommandsTest, ReportsAFailedInstallAndAFailedRemove) {
   expectFailure("It cannot be removed.");
 }
 
-TEST_F(UnattendedCommandsTest, RunsOneCommandByRankNotByOrder) {
+TEST_F(UnattendedAccessCommandsTest, RunsOneCommandByRankNotByOrder) {
   EXPECT_EQ(run({"--remove-unattended", "--install-unattended"}), 0);
   EXPECT_THAT(machine.process.standardOutput, testing::HasSubstr("will start at login"));
   EXPECT_EQ(run({"--status-unattended", "--remove-unattended"}), 0);
@@ -131,7 +131,7 @@ TEST_F(UnattendedCommandsTest, RunsOneCommandByRankNotByOrder) {
   expectPrinted("Quorvin unattended access is disabled.\n");
 }
 
-TEST_F(UnattendedCommandsTest, FindsTheNameInEitherForm) {
+TEST_F(UnattendedAccessCommandsTest, FindsTheNameInEitherForm) {
   EXPECT_EQ(installedName({"--name", "Workshop"}), "Workshop");
   EXPECT_EQ(installedName({"--name=Back room"}), "Back room");
   EXPECT_EQ(installedName({"--name==x"}), "=x");
@@ -139,12 +139,12 @@ TEST_F(UnattendedCommandsTest, FindsTheNameInEitherForm) {
   EXPECT_EQ(installedName({"--name", "--name=B"}), "--name=B");
 }
 
-TEST_F(UnattendedCommandsTest, TakesTheFirstNameThatHasAValue) {
+TEST_F(UnattendedAccessCommandsTest, TakesTheFirstNameThatHasAValue) {
   EXPECT_EQ(installedName({"--name=A", "--name", "B"}), "A");
   EXPECT_EQ(installedName({"--name", "A", "--name=B"}), "A");
 }
 
-TEST_F(UnattendedCommandsTest, FallsBackToTheComputersName) {
+TEST_F(UnattendedAccessCommandsTest, FallsBackToTheComputersName) {
   EXPECT_EQ(installedName({}), "Front desk");
   EXPECT_EQ(installedName({"--name="}), "Front desk");
   EXPECT_EQ(installedName({"--names", "x", "--Name=y"}), "Front desk");

@@ -10,7 +10,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class RemoteInputGateTest : public BridgeTest {
+class QuorvinHostBridgeInputTest : public BridgeTest {
  protected:
   Call inject(Value event) { return invoke("injectInput", std::move(event)); }
   Call press(int keyCode) { return inject(Map{{"action", "keyDown"}, {"keyCode", keyCode}}); }
@@ -39,7 +39,7 @@ class RemoteInputGateTest : public BridgeTest {
 
 // ---- who may ----
 
-TEST_F(RemoteInputGateTest, LetsNothingThroughBeforeASession) {
+TEST_F(QuorvinHostBridgeInputTest, LetsNothingThroughBeforeASession) {
   expectReply(press(0), notAuthorized());
   expectReply(inject({}), notAuthorized());
   expectReply(inject(Map{{"action", 5}}), notAuthorized());
@@ -47,12 +47,12 @@ TEST_F(RemoteInputGateTest, LetsNothingThroughBeforeASession) {
   EXPECT_EQ(machine.inputEvents.eventsAsked, 0U);
 }
 
-TEST_F(RemoteInputGateTest, DoesNotAskForThePermissionWithoutASession) {
+TEST_F(QuorvinHostBridgeInputTest, DoesNotAskForThePermissionWithoutASession) {
   press(0);
   EXPECT_THAT(machine.permissions.calls, IsEmpty());
 }
 
-TEST_F(RemoteInputGateTest, ReadsThePermissionAfreshForEveryEvent) {
+TEST_F(QuorvinHostBridgeInputTest, ReadsThePermissionAfreshForEveryEvent) {
   startSession();
   expectReply(press(1), nothing());
   machine.permissions.accessibility = false;
@@ -63,14 +63,14 @@ TEST_F(RemoteInputGateTest, ReadsThePermissionAfreshForEveryEvent) {
   EXPECT_EQ(machine.inputEvents.posted.size(), 2U);
 }
 
-TEST_F(RemoteInputGateTest, LetsNothingThroughAfterASession) {
+TEST_F(QuorvinHostBridgeInputTest, LetsNothingThroughAfterASession) {
   startSession();
   invoke("stopCapture");
   expectReply(press(0), notAuthorized());
   EXPECT_THAT(machine.inputEvents.posted, IsEmpty());
 }
 
-TEST_F(RemoteInputGateTest, WhileASessionStartsOnlyWhatNeedsNoDisplayGetsThrough) {
+TEST_F(QuorvinHostBridgeInputTest, WhileASessionStartsOnlyWhatNeedsNoDisplayGetsThrough) {
   machine.screenCapture.completesStarts = false;
   startSession();
   expectReply(press(0), nothing());
@@ -84,7 +84,7 @@ TEST_F(RemoteInputGateTest, WhileASessionStartsOnlyWhatNeedsNoDisplayGetsThrough
 
 // ---- what an event looks like ----
 
-TEST_F(RemoteInputGateTest, WantsAMapWithStringKeysAndAnAction) {
+TEST_F(QuorvinHostBridgeInputTest, WantsAMapWithStringKeysAndAnAction) {
   startSession();
   for (const Value& arguments :
        {Value(), Value("keyDown"), Value(List{Map{{"action", "keyDown"}}}), Value(Map{}),
@@ -97,7 +97,7 @@ TEST_F(RemoteInputGateTest, WantsAMapWithStringKeysAndAnAction) {
   EXPECT_EQ(machine.inputEvents.eventsAsked, 0U);
 }
 
-TEST_F(RemoteInputGateTest, AnswersWithTheControllersWords) {
+TEST_F(QuorvinHostBridgeInputTest, AnswersWithTheControllersWords) {
   startSession();
   for (const Value& arguments :
        {Value(Map{{"action", ""}}), Value(Map{{"action", "fly"}}),
@@ -107,7 +107,7 @@ TEST_F(RemoteInputGateTest, AnswersWithTheControllersWords) {
   EXPECT_THAT(machine.inputEvents.posted, IsEmpty());
 }
 
-TEST_F(RemoteInputGateTest, SucceedsWhenTheSystemMakesNoEvent) {
+TEST_F(QuorvinHostBridgeInputTest, SucceedsWhenTheSystemMakesNoEvent) {
   startSession();
   machine.inputEvents.makesEvents = false;
   expectReply(press(0), nothing());
@@ -115,7 +115,7 @@ TEST_F(RemoteInputGateTest, SucceedsWhenTheSystemMakesNoEvent) {
 
 // ---- onto which display ----
 
-TEST_F(RemoteInputGateTest, MapsOntoTheCapturedDisplayAsItIsNow) {
+TEST_F(QuorvinHostBridgeInputTest, MapsOntoTheCapturedDisplayAsItIsNow) {
   startSession();
   expectReply(moveTo(1, 1), nothing());
   EXPECT_EQ(machine.inputEvents.posted.back().position, (Point{1439, 899}));
@@ -126,7 +126,7 @@ TEST_F(RemoteInputGateTest, MapsOntoTheCapturedDisplayAsItIsNow) {
               ElementsAre("active 1", "bounds 1", "active 1", "bounds 1"));
 }
 
-TEST_F(RemoteInputGateTest, RefusesMouseEventsOntoAnInactiveDisplay) {
+TEST_F(QuorvinHostBridgeInputTest, RefusesMouseEventsOntoAnInactiveDisplay) {
   startSession();
   machine.inputEvents.displays[1].isActive = false;
   expectReply(moveTo(0, 0), badEvent());
@@ -135,7 +135,7 @@ TEST_F(RemoteInputGateTest, RefusesMouseEventsOntoAnInactiveDisplay) {
   EXPECT_EQ(machine.inputEvents.posted.size(), 1U);
 }
 
-TEST_F(RemoteInputGateTest, AnAbandonedSessionDoesNotTakeItsDisplayAlong) {
+TEST_F(QuorvinHostBridgeInputTest, AnAbandonedSessionDoesNotTakeItsDisplayAlong) {
   startSession();
   invoke("stopCapture");
   machine.screenCapture.completesStarts = false;
@@ -147,7 +147,7 @@ TEST_F(RemoteInputGateTest, AnAbandonedSessionDoesNotTakeItsDisplayAlong) {
 
 // ---- letting go ----
 
-TEST_F(RemoteInputGateTest, ReleasesOnRequestAtAnyTime) {
+TEST_F(QuorvinHostBridgeInputTest, ReleasesOnRequestAtAnyTime) {
   expectReply(invoke("releaseInput"), nothing());
   EXPECT_THAT(machine.inputEvents.posted, IsEmpty());
   startSession();
@@ -158,7 +158,7 @@ TEST_F(RemoteInputGateTest, ReleasesOnRequestAtAnyTime) {
   EXPECT_TRUE(bridge->hasSession());
 }
 
-TEST_F(RemoteInputGateTest, ReleasesBeforeAStopIsAnswered) {
+TEST_F(QuorvinHostBridgeInputTest, ReleasesBeforeAStopIsAnswered) {
   startSession();
   press(0);
   std::size_t postedAtReply = 0;
@@ -169,7 +169,7 @@ TEST_F(RemoteInputGateTest, ReleasesBeforeAStopIsAnswered) {
   EXPECT_THAT(releasedKeys(), ElementsAre(0));
 }
 
-TEST_F(RemoteInputGateTest, ReleasesWhenTheCaptureEndsByItself) {
+TEST_F(QuorvinHostBridgeInputTest, ReleasesWhenTheCaptureEndsByItself) {
   startSession();
   press(0);
   stream()->stopWithError({fakes::fakeStreamErrorDomain, -3821, "The system stopped it."});
@@ -179,7 +179,7 @@ TEST_F(RemoteInputGateTest, ReleasesWhenTheCaptureEndsByItself) {
   expectReply(press(0), notAuthorized());
 }
 
-TEST_F(RemoteInputGateTest, AnOldCapturesEndReleasesNothing) {
+TEST_F(QuorvinHostBridgeInputTest, AnOldCapturesEndReleasesNothing) {
   startSession();
   const auto old = stream();
   startSession();
@@ -189,7 +189,7 @@ TEST_F(RemoteInputGateTest, AnOldCapturesEndReleasesNothing) {
   EXPECT_THAT(releasedKeys(), IsEmpty());
 }
 
-TEST_F(RemoteInputGateTest, ReleasesWhenTheBridgeGoes) {
+TEST_F(QuorvinHostBridgeInputTest, ReleasesWhenTheBridgeGoes) {
   startSession();
   press(0);
   bridge.reset();
@@ -197,7 +197,7 @@ TEST_F(RemoteInputGateTest, ReleasesWhenTheBridgeGoes) {
   EXPECT_THAT(releasedKeys(), ElementsAre(0));
 }
 
-TEST_F(RemoteInputGateTest, KeepsItsControllerFromSessionToSession) {
+TEST_F(QuorvinHostBridgeInputTest, KeepsItsControllerFromSessionToSession) {
   startSession();
   press(0);
   invoke("stopCapture");
@@ -206,7 +206,7 @@ TEST_F(RemoteInputGateTest, KeepsItsControllerFromSessionToSession) {
   EXPECT_EQ(machine.inputEvents.sourcesAsked.size(), 1U);
 }
 
-TEST_F(RemoteInputGateTest, WhatIsHeldStaysHeldWhenASessionIsStartedAnew) {
+TEST_F(QuorvinHostBridgeInputTest, WhatIsHeldStaysHeldWhenASessionIsStartedAnew) {
   startSession();
   press(0);
   startSession();
@@ -215,7 +215,7 @@ TEST_F(RemoteInputGateTest, WhatIsHeldStaysHeldWhenASessionIsStartedAnew) {
   EXPECT_THAT(releasedKeys(), ElementsAre(0));
 }
 
-TEST_F(RemoteInputGateTest, ReleasesWhatWasPressedBeforeAStartFails) {
+TEST_F(QuorvinHostBridgeInputTest, ReleasesWhatWasPressedBeforeAStartFails) {
   machine.screenCapture.completesStarts = false;
   bool isReleasedAtReply = false;
   bridge->handle({"startCapture", Map{{"locallyAuthorized", true}}},
@@ -231,7 +231,7 @@ TEST_F(RemoteInputGateTest, ReleasesWhatWasPressedBeforeAStartFails) {
   expectReply(inject(Map{{"action", "keyUp"}, {"keyCode", 0}}), notAuthorized());
 }
 
-TEST_F(RemoteInputGateTest, ReleasesWhatARunningSessionHeldWhenItsRestartFails) {
+TEST_F(QuorvinHostBridgeInputTest, ReleasesWhatARunningSessionHeldWhenItsRestartFails) {
   startSession();
   inject(Map{{"action", "mouseDown"}, {"x", 0.5}, {"y", 0.5}});
   machine.screenCapture.completesStarts = false;

@@ -110,12 +110,12 @@ bool hitWhileRestoring(const AgentMachine& agent, std::int64_t reported,
   });
 }
 
-class LoginAgentFailuresTest : public testing::TestWithParam<bool> {
+class UnattendedAccessInstallFailuresTest : public testing::TestWithParam<bool> {
  protected:
   [[nodiscard]] static bool installedBefore() { return GetParam(); }
 };
 
-TEST_P(LoginAgentFailuresTest, AnInstallIsWholeOrLeavesTheStateBefore) {
+TEST_P(UnattendedAccessInstallFailuresTest, AnInstallIsWholeOrLeavesTheStateBefore) {
   for (const auto& failing : choices(installedBefore(), installNew)) {
     AgentMachine agent(installedBefore());
     const auto before = agent.state();
@@ -145,7 +145,7 @@ TEST_P(LoginAgentFailuresTest, AnInstallIsWholeOrLeavesTheStateBefore) {
   }
 }
 
-TEST_P(LoginAgentFailuresTest, ARemovalReportsOnlyWhatItCouldNotUndo) {
+TEST_P(UnattendedAccessInstallFailuresTest, ARemovalReportsOnlyWhatItCouldNotUndo) {
   for (const auto& failing : choices(installedBefore(), &UnattendedAccess::remove)) {
     AgentMachine agent(installedBefore());
     const auto before = agent.state();
@@ -164,7 +164,7 @@ TEST_P(LoginAgentFailuresTest, ARemovalReportsOnlyWhatItCouldNotUndo) {
   }
 }
 
-TEST_P(LoginAgentFailuresTest, TryingAgainMendsWhatAFailedAttemptLeft) {
+TEST_P(UnattendedAccessInstallFailuresTest, TryingAgainMendsWhatAFailedAttemptLeft) {
   for (const auto& failing : choices(installedBefore(), installNew)) {
     AgentMachine agent(installedBefore());
     agent.plan.failing = failing;
@@ -179,9 +179,10 @@ TEST_P(LoginAgentFailuresTest, TryingAgainMendsWhatAFailedAttemptLeft) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Before, LoginAgentFailuresTest, testing::Bool(), [](const auto& before) {
-  return before.param ? "Installed" : "NotInstalled";
-});
+INSTANTIATE_TEST_SUITE_P(Before, UnattendedAccessInstallFailuresTest, testing::Bool(),
+                         [](const auto& before) {
+                           return before.param ? "Installed" : "NotInstalled";
+                         });
 
 }  // namespace
 }  // namespace quorvin
