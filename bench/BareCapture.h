@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/X11Connection.h"
 #include "platform/linux/capture/PixelMemory.h"
-#include "platform/linux/capture/PixelRegion.h"
+#include "platform/linux/frame/PixelRegion.h"
+#include "platform/linux/x11/X11Connection.h"
 
 namespace quorvin {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "bench/PictureSource.h"
-#include "platform/linux/capture/PixelRegion.h"
+#include "platform/linux/frame/PixelRegion.h"
 #include "platform/unix/FileDescriptor.h"
 #include "tests/e2e/link/HostProcess.h"
 

@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "platform/linux/capture/PixelRegion.h"
+#include "platform/linux/frame/PixelRegion.h"
 
 struct AVCodecContext;
 struct AVFrame;

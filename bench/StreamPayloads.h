@@ -7,9 +7,9 @@
 #include <optional>
 #include <string>
 
-#include "platform/linux/capture/ImageEncoder.h"
-#include "platform/linux/capture/PixelRegion.h"
 #include "platform/linux/capture/ScreenCapture.h"
+#include "platform/linux/frame/PixelRegion.h"
+#include "platform/linux/jpeg/ImageEncoder.h"
 #include "tests/linux/capture/ThreadQueue.h"
 
 namespace quorvin {

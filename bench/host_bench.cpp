@@ -15,9 +15,9 @@
 #include "bench/Desktop.h"
 #include "bench/ProcessorTime.h"
 #include "bench/Statistics.h"
-#include "platform/linux/capture/X11Extensions.h"
 #include "platform/linux/capture/X11ScreenReader.h"
 #include "platform/linux/capture/X11SharedMemory.h"
+#include "platform/linux/x11/X11Extensions.h"
 #include "tests/e2e/link/HostStand.h"
 #include "tests/linux/capture/ScreenPainter.h"
 

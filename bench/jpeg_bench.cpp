@@ -20,8 +20,8 @@
 #include "bench/Effort.h"
 #include "bench/ProcessorTime.h"
 #include "bench/Statistics.h"
-#include "platform/linux/capture/CapturedPixelBuffer.h"
 #include "platform/linux/capture/RowTracker.h"
+#include "platform/linux/frame/CapturedPixelBuffer.h"
 #include "platform/linux/jpeg/JpegEncoder.h"
 
 namespace quorvin {

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "platform/journal/HeldInput.h"
+#include "platform/unix/HeldInput.h"
 
 namespace quorvin::guardian {
 

@@ -21,7 +21,7 @@
 #include <thread>
 
 #include "guardian/InputDisplay.h"
-#include "platform/journal/HeldInput.h"
+#include "platform/unix/HeldInput.h"
 #include "platform/unix/ProgramStart.h"
 
 namespace {

@@ -76,7 +76,8 @@ void FrontDoor::open(Rules given) {
 }
 
 void FrontDoor::awaitGuests() {
-  arrivals = EventSource::onDescriptor(listener.get(), G_IO_IN, [this] { return accept(); });
+  arrivals = MainLoopSource::onDescriptor(nullptr, listener.get(), G_IO_IN,
+                                          MainLoopSource::whileTrue([this] { return accept(); }));
 }
 
 bool FrontDoor::accept() {
@@ -96,16 +97,19 @@ bool FrontDoor::accept() {
 // When the system has no descriptor left. Returns whether there may be one now.
 bool FrontDoor::makeRoom() {
   if (turnOutOldestStranger()) return true;
-  pause = EventSource::once(shortageRest, [this] { awaitGuests(); });
+  pause = MainLoopSource::onTimeout(nullptr, shortageRest,
+                                    MainLoopSource::once([this] { awaitGuests(); }));
   return false;
 }
 
 void FrontDoor::admit(FileDescriptor socket) {
   const auto number = ++lastNumber;
   auto& guest = guests[number];
-  guest.readable = EventSource::onDescriptor(socket.get(), G_IO_IN,
-                                             [this, number] { return readRequestLine(number); });
-  guest.deadline = EventSource::once(rules.timeMax, [this, number] { turnOut(number); });
+  guest.readable = MainLoopSource::onDescriptor(
+      nullptr, socket.get(), G_IO_IN,
+      MainLoopSource::whileTrue([this, number] { return readRequestLine(number); }));
+  guest.deadline = MainLoopSource::onTimeout(
+      nullptr, rules.timeMax, MainLoopSource::once([this, number] { turnOut(number); }));
   guest.socket = std::move(socket);
 }
 

@@ -11,7 +11,7 @@
 #include <string_view>
 
 #include "platform/unix/FileDescriptor.h"
-#include "webui/EventSource.h"
+#include "platform/unix/MainLoopSource.h"
 #include "webui/Glib.h"
 
 namespace quorvin::webui {
@@ -52,11 +52,11 @@ class FrontDoor {
   using Number = std::uint64_t;  // in the order of arrival
   struct Guest {
     FileDescriptor socket;  // while its request line is awaited
-    EventSource readable;
+    MainLoopSource readable;
     std::size_t seen = 0;
     GSocketConnection* stream = nullptr;  // the server's; goes when the connection has ended
     ObjectPointer<GSocketAddress> address;
-    EventSource deadline;
+    MainLoopSource deadline;
   };
 
   static void onStreamGone(gpointer self, GObject* stream);
@@ -76,8 +76,8 @@ class FrontDoor {
   FileDescriptor listener;
   std::map<Number, Guest> guests;
   Number lastNumber = 0;
-  EventSource arrivals;
-  EventSource pause;
+  MainLoopSource arrivals;
+  MainLoopSource pause;
 };
 
 }  // namespace quorvin::webui

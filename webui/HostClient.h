@@ -6,6 +6,7 @@
 
 #include "platform/Data.h"
 #include "platform/Flutter.h"
+#include "platform/unix/FileDescriptor.h"
 #include "webui/LinkClient.h"
 
 namespace quorvin::webui {

@@ -33,7 +33,8 @@ LinkClient::LinkClient(FileDescriptor linkSocket, MessageHandler onMessage, Clos
       onClosed(std::move(onClosed)),
       readBuffer(readBufferSize) {
   g_unix_set_fd_nonblocking(socket.get(), TRUE, nullptr);
-  readable = EventSource::onDescriptor(socket.get(), G_IO_IN, [this] { return read(); });
+  readable = MainLoopSource::onDescriptor(nullptr, socket.get(), G_IO_IN,
+                                          MainLoopSource::whileTrue([this] { return read(); }));
 }
 
 void LinkClient::request(std::string_view channel, Bytes payload, ReplyHandler onReply) {
@@ -111,8 +112,9 @@ void LinkClient::enqueue(const LinkFrame& frame) {
     return;
   }
   writeQueue.push_back(std::move(bytes));
-  if (!writable.pending() && write()) {
-    writable = EventSource::onDescriptor(socket.get(), G_IO_OUT, [this] { return write(); });
+  if (!writable.isActive() && write()) {
+    writable = MainLoopSource::onDescriptor(nullptr, socket.get(), G_IO_OUT,
+                                            MainLoopSource::whileTrue([this] { return write(); }));
   }
 }
 
@@ -148,9 +150,10 @@ void LinkClient::closeLink(const std::string& reason) {
 
 // Closing from within a request would call back into whoever is making it.
 void LinkClient::closeSoon(const std::string& reason) {
-  if (!open || pendingClose.pending()) return;
+  if (!open || pendingClose.isActive()) return;
   pendingClose =
-      EventSource::once(std::chrono::milliseconds(0), [this, reason] { closeLink(reason); });
+      MainLoopSource::onTimeout(nullptr, std::chrono::milliseconds(0),
+                                MainLoopSource::once([this, reason] { closeLink(reason); }));
 }
 
 }  // namespace quorvin::webui

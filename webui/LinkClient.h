@@ -14,7 +14,7 @@
 #include "platform/Data.h"
 #include "platform/flutter/LinkFrame.h"
 #include "platform/unix/FileDescriptor.h"
-#include "webui/EventSource.h"
+#include "platform/unix/MainLoopSource.h"
 
 namespace quorvin::webui {
 
@@ -58,9 +58,9 @@ class LinkClient {
   std::unordered_map<std::uint32_t, ReplyHandler> unanswered;
   std::uint32_t lastId = 0;
   bool open = true;
-  EventSource readable;
-  EventSource writable;
-  EventSource pendingClose;
+  MainLoopSource readable;
+  MainLoopSource writable;
+  MainLoopSource pendingClose;
 };
 
 }  // namespace quorvin::webui

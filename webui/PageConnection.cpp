@@ -26,9 +26,9 @@ PageConnection::PageConnection(SoupWebsocketConnection* givenSocket, Handlers gi
   g_signal_connect(socket.get(), "message", G_CALLBACK(onMessage), this);
   g_signal_connect(socket.get(), "error", G_CALLBACK(onError), this);
   g_signal_connect(socket.get(), "closed", G_CALLBACK(onSocketClosed), this);
-  questions = EventSource::every(interval, [this] {
+  questions = MainLoopSource::onTimeout(nullptr, interval, [this] {
     checkAnswer();
-    return true;
+    return MainLoopSource::Next::again;
   });
 }
 
@@ -122,7 +122,8 @@ void PageConnection::onSocketClosed(SoupWebsocketConnection* /*socket*/, gpointe
 void PageConnection::giveUp(SoupWebsocketCloseCode code, const char* why) {
   if (!open()) return;
   soup_websocket_connection_close(socket.get(), static_cast<gushort>(code), why);
-  end = EventSource::once(std::chrono::milliseconds(0), [this] { reportClosed(); });
+  end = MainLoopSource::onTimeout(nullptr, std::chrono::milliseconds(0),
+                                  MainLoopSource::once([this] { reportClosed(); }));
 }
 
 void PageConnection::reportClosed() {

@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "platform/Data.h"
-#include "webui/EventSource.h"
+#include "platform/unix/MainLoopSource.h"
 #include "webui/Glib.h"
 
 namespace quorvin::webui {
@@ -68,8 +68,8 @@ class PageConnection {
   std::size_t unreadBytes = 0;
   std::size_t sentSinceQuestion = 0;
   std::size_t lastPictureBytes = 0;
-  EventSource questions;
-  EventSource end;
+  MainLoopSource questions;
+  MainLoopSource end;
 };
 
 }  // namespace quorvin::webui

@@ -245,11 +245,12 @@ bool Switchboard::stopButtonShown() const {
 void Switchboard::reviewAbsence() {
   if (!session.active() || stopButtonShown()) {
     absence.cancel();
-  } else if (!absence.pending()) {
-    absence = EventSource::once(absenceLimit, [this] {
-      stop(FlutterError{"customer_absent", "No page was open to stop the session from.", {}},
-           [](const FlutterReply&) {});
-    });
+  } else if (!absence.isActive()) {
+    absence = MainLoopSource::onTimeout(
+        nullptr, absenceLimit, MainLoopSource::once([this] {
+          stop(FlutterError{"customer_absent", "No page was open to stop the session from.", {}},
+               [](const FlutterReply&) {});
+        }));
   }
 }
 

@@ -12,7 +12,8 @@
 #include <string_view>
 
 #include "platform/Flutter.h"
-#include "webui/EventSource.h"
+#include "platform/unix/FileDescriptor.h"
+#include "platform/unix/MainLoopSource.h"
 #include "webui/FrameGate.h"
 #include "webui/HostClient.h"
 #include "webui/InputHold.h"
@@ -88,7 +89,7 @@ class Switchboard {
   std::optional<Frame> newestFrame;  // of the running session, for pages that come later
   std::string announcedState;
   bool listening = false;
-  EventSource absence;
+  MainLoopSource absence;
   HostClient host;  // last, so that nothing it calls has gone before it
 };
 

@@ -14,11 +14,11 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/unix/MainLoopSource.h"
 #include "platform/unix/ProgramStart.h"
 #include "webui/AddressFile.h"
 #include "webui/BrowserLauncher.h"
 #include "webui/Confinement.h"
-#include "webui/EventSource.h"
 #include "webui/Switchboard.h"
 #include "webui/WebServer.h"
 
@@ -91,18 +91,18 @@ int serve(FileDescriptor link) {
   const WebServer server(
       [&](SoupWebsocketConnection* connection) { switchboard.addPage(connection); });
 
-  EventSource grace;
-  const auto interrupts = EventSource::onSignal(SIGINT, [&] {
-    if (grace.pending()) quit();
-    grace = EventSource::once(interruptGrace, quit);
-    return true;
+  MainLoopSource grace;
+  const auto interrupts = MainLoopSource::onSignal(nullptr, SIGINT, [&] {
+    if (grace.isActive()) quit();
+    grace = MainLoopSource::onTimeout(nullptr, interruptGrace, MainLoopSource::once(quit));
+    return MainLoopSource::Next::again;
   });
   const auto endOnRequest = [&] {
     quit();
-    return true;
+    return MainLoopSource::Next::again;
   };
-  const auto terminations = EventSource::onSignal(SIGTERM, endOnRequest);
-  const auto hangUps = EventSource::onSignal(SIGHUP, endOnRequest);
+  const auto terminations = MainLoopSource::onSignal(nullptr, SIGTERM, endOnRequest);
+  const auto hangUps = MainLoopSource::onSignal(nullptr, SIGHUP, endOnRequest);
 
   const AddressFile file(server.port(), server.access().address());
   announce(server.access().address());

@@ -8,12 +8,12 @@
 #include <vector>
 
 #include "platform/Platform.h"
-#include "platform/linux/DisplayAuthority.h"
-#include "platform/linux/capture/ImageEncoder.h"
 #include "platform/linux/capture/ScreenCapture.h"
 #include "platform/linux/dispatch/Dispatch.h"
 #include "platform/linux/input/GuardianJournal.h"
 #include "platform/linux/input/InputEvents.h"
+#include "platform/linux/jpeg/ImageEncoder.h"
+#include "platform/linux/link/Flutter.h"
 #include "platform/linux/system/Files.h"
 #include "platform/linux/system/Permissions.h"
 #include "platform/linux/system/Process.h"
@@ -21,10 +21,10 @@
 #include "platform/linux/system/Text.h"
 #include "platform/linux/system/UserDefaults.h"
 #include "platform/linux/ui/Application.h"
-#include "platform/linux/ui/Flutter.h"
-#include "platform/linux/ui/MainContext.h"
 #include "platform/linux/ui/NotificationCenter.h"
 #include "platform/linux/video/VideoEncoder.h"
+#include "platform/linux/x11/DisplayAuthority.h"
+#include "platform/unix/MainContext.h"
 #include "platform/unix/ProgramStart.h"
 
 namespace quorvin {

@@ -85,21 +85,18 @@ class CheckWalls(StyleCheckCase):
             self.assert_crosses("launchctl/A.cpp", header)
         self.assert_crosses("platform/linux/A.cpp", '"launchctl/A.h"')
 
-    def test_the_guardian_and_its_host_meet_in_the_journal_only(self):
-        self.assert_allowed(
-            "guardian/A.cpp", '"guardian/A.h"', '"platform/journal/A.h"', "<xcb/xcb.h>", "<set>"
-        )
-        self.assert_allowed("platform/linux/A.cpp", '"platform/journal/A.h"')
+    def test_the_guardian_stands_alone(self):
+        self.assert_allowed("guardian/A.cpp", '"guardian/A.h"', "<xcb/xcb.h>", "<set>")
         for header in ('"Runner/A.h"', '"platform/Data.h"', '"platform/linux/A.h"', '"webui/A.h"'):
             self.assert_crosses("guardian/A.cpp", header)
-        for source in ("Runner/A.cpp", "webui/A.cpp", "launchctl/A.cpp"):
-            self.assert_crosses(source, '"platform/journal/A.h"')
         self.assert_crosses("platform/linux/A.cpp", '"guardian/A.h"')
 
-    def test_the_journal_knows_only_itself_and_the_standard_library(self):
-        self.assert_allowed("platform/journal/A.cpp", '"platform/journal/A.h"', "<set>")
-        for header in ('"platform/Data.h"', '"platform/linux/A.h"', '"guardian/A.h"', "<poll.h>"):
-            self.assert_crosses("platform/journal/A.cpp", header)
+    def test_the_rooms_of_the_back_end_know_only_those_below(self):
+        self.assert_allowed("platform/linux/capture/A.cpp", '"platform/linux/frame/A.h"', "<xcb/xcb.h>")
+        self.assert_allowed("platform/linux/A.cpp", '"platform/linux/capture/A.h"')
+        for room in ("frame", "x11", "jpeg", "link"):
+            self.assert_crosses(f"platform/linux/{room}/A.cpp", '"platform/linux/capture/A.h"')
+        self.assert_crosses("platform/linux/capture/A.cpp", '"platform/linux/A.h"')
 
     def test_every_program_on_linux_may_know_what_all_of_them_need_of_the_system(self):
         for source in ("platform/linux/A.cpp", "webui/A.cpp", "launchctl/A.cpp", "guardian/A.cpp"):
@@ -107,7 +104,7 @@ class CheckWalls(StyleCheckCase):
         self.assert_allowed("platform/unix/A.cpp", '"platform/unix/A.h"', "<unistd.h>", "<thread>")
         for header in ('"platform/Data.h"', '"platform/linux/A.h"', '"webui/A.h"'):
             self.assert_crosses("platform/unix/A.cpp", header)
-        for source in ("Runner/A.cpp", "platform/A.h", "platform/journal/A.cpp"):
+        for source in ("Runner/A.cpp", "platform/A.h"):
             self.assert_crosses(source, '"platform/unix/A.h"')
 
     def test_a_relative_path_leads_through_no_wall(self):

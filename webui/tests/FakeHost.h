@@ -16,7 +16,7 @@
 #include "platform/flutter/LinkFrame.h"
 #include "platform/flutter/StandardMethodCodec.h"
 #include "platform/unix/FileDescriptor.h"
-#include "webui/EventSource.h"
+#include "platform/unix/MainLoopSource.h"
 
 namespace quorvin::webui {
 
@@ -37,7 +37,8 @@ class FakeHost {
     }
     mine = FileDescriptor(ends[0]);
     theirs = FileDescriptor(ends[1]);
-    readable = EventSource::onDescriptor(mine.get(), G_IO_IN, [this] { return read(); });
+    readable = MainLoopSource::onDescriptor(nullptr, mine.get(), G_IO_IN,
+                                            MainLoopSource::whileTrue([this] { return read(); }));
   }
 
   FileDescriptor takeClientEnd() { return std::move(theirs); }
@@ -119,7 +120,7 @@ class FakeHost {
   std::map<std::string, FlutterReply> answers;
   std::vector<Call> recorded;
   bool clientClosed = false;
-  EventSource readable;
+  MainLoopSource readable;
 };
 
 }  // namespace quorvin::webui

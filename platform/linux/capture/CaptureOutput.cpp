@@ -3,7 +3,7 @@
 #include <chrono>
 #include <utility>
 
-#include "platform/linux/capture/CapturedSample.h"
+#include "platform/linux/frame/CapturedSample.h"
 
 namespace quorvin {
 

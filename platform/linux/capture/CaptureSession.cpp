@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/linux/capture/ScreenCaptureErrors.h"
+#include "platform/linux/x11/X11Error.h"
 
 namespace quorvin {
 
@@ -31,7 +31,7 @@ X11Server serverOf(const CaptureTarget& target) {
 }  // namespace
 
 CaptureSession::CaptureSession(const CaptureTarget& target, const CaptureSettings& settings,
-                               std::shared_ptr<CaptureWakeup> wakeup,
+                               std::shared_ptr<EventFd> wakeup,
                                std::shared_ptr<CaptureCounters> counters, CaptureTime now)
     : server(serverOf(target)),
       configuredFor(target.displaySize),
@@ -92,8 +92,7 @@ CaptureStep CaptureSession::step(CaptureTime now) {
 void CaptureSession::handleEvents() {
   static_cast<void>(drainEvents());
   if (connection.isBroken()) {
-    throw screenCaptureError(ScreenCaptureErrorCode::serverLost,
-                             "The connection to the X server was lost.");
+    throw x11Error(X11ErrorCode::serverLost, "The connection to the X server was lost.");
   }
 }
 
@@ -184,8 +183,8 @@ bool CaptureSession::cursorChanged() {
 void CaptureSession::pictureFailed(CaptureTime now) {
   if (!unreadableSince) unreadableSince = now;
   if (now - *unreadableSince < unreadablePatience) return;
-  throw screenCaptureError(ScreenCaptureErrorCode::unreadableScreen,
-                           "The X server does not let this program read the screen.");
+  throw x11Error(X11ErrorCode::unreadableScreen,
+                 "The X server does not let this program read the screen.");
 }
 
 }  // namespace quorvin

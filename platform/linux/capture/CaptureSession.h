@@ -11,7 +11,7 @@
 #include "platform/linux/capture/X11CursorMonitor.h"
 #include "platform/linux/capture/X11DamageMonitor.h"
 #include "platform/linux/capture/X11DisplayFollower.h"
-#include "platform/linux/capture/X11Server.h"
+#include "platform/linux/x11/X11Server.h"
 
 namespace quorvin {
 
@@ -43,7 +43,7 @@ struct CaptureStep {
 class CaptureSession {
  public:
   CaptureSession(const CaptureTarget& target, const CaptureSettings& settings,
-                 std::shared_ptr<CaptureWakeup> wakeup, std::shared_ptr<CaptureCounters> counters,
+                 std::shared_ptr<EventFd> wakeup, std::shared_ptr<CaptureCounters> counters,
                  CaptureTime now);
 
   // The next picture comes even if the screen does not change.
@@ -69,7 +69,7 @@ class CaptureSession {
   X11Connection& connection = server.connection;
   const X11Extensions& extensions = server.extensions;
   const PixelSize configuredFor;
-  std::shared_ptr<CaptureWakeup> wakeup;
+  std::shared_ptr<EventFd> wakeup;
   std::shared_ptr<CaptureCounters> counters;
   CaptureSettings settings;
   X11DisplayFollower display;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "platform/linux/capture/ScreenCaptureErrors.h"
+#include "platform/linux/x11/X11Error.h"
 
 namespace quorvin {
 
@@ -16,7 +16,7 @@ constexpr MediaTime usualRefreshInterval{1, 60};
 constexpr double longestIntervalSeconds = 3600;
 
 Error invalid(const char* sentence) {
-  return screenCaptureError(ScreenCaptureErrorCode::invalidParameter, sentence);
+  return x11Error(X11ErrorCode::invalidParameter, sentence);
 }
 
 bool isSide(std::int64_t px) {

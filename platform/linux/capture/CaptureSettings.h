@@ -4,7 +4,7 @@
 #include <cstddef>
 
 #include "platform/ScreenCapture.h"
-#include "platform/linux/capture/PixelRegion.h"
+#include "platform/linux/frame/PixelRegion.h"
 
 namespace quorvin {
 

@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-#include "platform/linux/capture/ScreenCaptureErrors.h"
+#include "platform/linux/x11/X11Error.h"
 
 namespace quorvin {
 
@@ -86,8 +86,9 @@ bool CaptureWorker::post(Command command, const Completion& completion) {
 }
 
 void CaptureWorker::launch() {
-  auto made = std::make_shared<CaptureWakeup>();
+  std::shared_ptr<EventFd> made;
   try {
+    made = std::make_shared<EventFd>();
     std::thread([self = shared_from_this()] { self->run(); }).detach();
   } catch (const std::system_error& error) {
     throw outOfResources(error);
@@ -145,8 +146,7 @@ void CaptureWorker::wait(const Pause& pause) {
 
 void CaptureWorker::startNow(const Completion& completion) {
   if (session) {
-    answer(completion, screenCaptureError(ScreenCaptureErrorCode::alreadyStarted,
-                                          "The capture is running already."));
+    answer(completion, x11Error(X11ErrorCode::alreadyStarted, "The capture is running already."));
     return;
   }
   auto made = answerInTime(
@@ -163,8 +163,7 @@ void CaptureWorker::startNow(const Completion& completion) {
 void CaptureWorker::stopNow(const Completion& completion) {
   const auto ending = currentGate();
   if (!ending) {
-    answer(completion,
-           screenCaptureError(ScreenCaptureErrorCode::notStarted, "The capture is not running."));
+    answer(completion, x11Error(X11ErrorCode::notStarted, "The capture is not running."));
     return;
   }
   session.reset();

@@ -65,7 +65,7 @@ class CaptureWorker : public std::enable_shared_from_this<CaptureWorker> {
   Mutex mutex;
   std::vector<Command> commands QUORVIN_GUARDED_BY(mutex);
   // Made under the mutex when the thread is, which begins by taking it; unchanged from then on.
-  std::shared_ptr<CaptureWakeup> wakeup;
+  std::shared_ptr<EventFd> wakeup;
   // Of the present run; changed by the worker's thread only.
   std::shared_ptr<CaptureGate> gate QUORVIN_GUARDED_BY(mutex);
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "platform/linux/capture/PixelImage.h"
+#include "platform/linux/frame/PixelImage.h"
 
 namespace quorvin {
 

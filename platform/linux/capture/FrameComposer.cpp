@@ -41,7 +41,7 @@ PixelRegion without(const PixelRegion& region, const PixelRegion& other) {
 }  // namespace
 
 FrameComposer::FrameComposer(X11ScreenReader& reader, X11DamageMonitor* damage,
-                             std::shared_ptr<CaptureWakeup> wakeup)
+                             std::shared_ptr<EventFd> wakeup)
     : reader(reader),
       damage(damage),
       pool([&reader](PixelSize size) { return reader.makeImage(size); }, std::move(wakeup)) {}

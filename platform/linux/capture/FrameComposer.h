@@ -22,8 +22,7 @@ class FrameComposer {
  public:
   // Without `damage`, when nobody tells what changed, the display is compared with its copy. The
   // reader and the monitor must outlive the composer.
-  FrameComposer(X11ScreenReader& reader, X11DamageMonitor* damage,
-                std::shared_ptr<CaptureWakeup> wakeup);
+  FrameComposer(X11ScreenReader& reader, X11DamageMonitor* damage, std::shared_ptr<EventFd> wakeup);
 
   // To be called before anything else, and again whenever one of them changes. `display` is its
   // area of the root window.

@@ -6,15 +6,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/linux/capture/ScreenCaptureErrors.h"
+#include "platform/linux/x11/X11Error.h"
 
 namespace quorvin {
 
 namespace {
 
 Error outOfMemory() {
-  return screenCaptureError(ScreenCaptureErrorCode::noResources,
-                            "The system has no memory left for the pictures of the screen.");
+  return x11Error(X11ErrorCode::noResources,
+                  "The system has no memory left for the pictures of the screen.");
 }
 
 PixelMemory map(std::size_t sizeBytes, int flags, int descriptor) {

@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "platform/linux/capture/PixelImage.h"
-#include "platform/linux/capture/RowSet.h"
+#include "platform/linux/frame/PixelImage.h"
+#include "platform/linux/frame/RowSet.h"
 
 namespace quorvin {
 

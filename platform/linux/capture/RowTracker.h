@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "platform/linux/capture/PixelRegion.h"
-#include "platform/linux/capture/RowHistory.h"
+#include "platform/linux/frame/PixelRegion.h"
+#include "platform/linux/frame/RowHistory.h"
 
 namespace quorvin {
 

@@ -7,10 +7,10 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/capture/ScreenCaptureErrors.h"
 #include "platform/linux/capture/ScreenCaptureStream.h"
-#include "platform/linux/capture/X11Monitors.h"
-#include "platform/linux/capture/X11Server.h"
+#include "platform/linux/x11/X11Error.h"
+#include "platform/linux/x11/X11Monitors.h"
+#include "platform/linux/x11/X11Server.h"
 
 namespace quorvin {
 
@@ -68,7 +68,7 @@ void LinuxScreenCapture::getShareableContent(bool /*excludingDesktopWindows*/,
 }
 
 std::string LinuxScreenCapture::streamErrorDomain() {
-  return std::string(screenCaptureErrorDomain);
+  return std::string(x11ErrorDomain);
 }
 
 std::shared_ptr<ScreenStream> LinuxScreenCapture::makeStream(

@@ -2,14 +2,14 @@
 
 #include <utility>
 
-#include "platform/linux/capture/ScreenCaptureErrors.h"
+#include "platform/linux/x11/X11Error.h"
 
 namespace quorvin {
 
 namespace {
 
 Error invalid(const char* sentence) {
-  return screenCaptureError(ScreenCaptureErrorCode::invalidParameter, sentence);
+  return x11Error(X11ErrorCode::invalidParameter, sentence);
 }
 
 }  // namespace

@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "platform/linux/capture/PixelRegion.h"
-#include "platform/linux/capture/RowSet.h"
+#include "platform/linux/frame/PixelRegion.h"
+#include "platform/linux/frame/RowSet.h"
 
 namespace quorvin {
 

@@ -5,7 +5,7 @@
 
 namespace quorvin {
 
-SurfacePool::SurfacePool(PixelImageFactory makeImage, std::shared_ptr<CaptureWakeup> wakeup)
+SurfacePool::SurfacePool(PixelImageFactory makeImage, std::shared_ptr<EventFd> wakeup)
     : makeImage(std::move(makeImage)), wakeup(std::move(wakeup)) {}
 
 void SurfacePool::configure(PixelSize newSize, std::size_t newDepth) {

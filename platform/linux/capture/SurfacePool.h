@@ -6,10 +6,10 @@
 #include <memory>
 #include <vector>
 
-#include "platform/linux/capture/CaptureWakeup.h"
-#include "platform/linux/capture/CapturedPixelBuffer.h"
 #include "platform/linux/capture/CoveredPixels.h"
-#include "platform/linux/capture/PixelImage.h"
+#include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/frame/PixelImage.h"
+#include "platform/unix/EventFd.h"
 
 namespace quorvin {
 
@@ -30,7 +30,7 @@ class SurfacePool {
   // `makeImage` is called when a surface is needed that was never there; `wakeup` is signalled
   // when one comes back after there was none. At other times nobody waits for it, and rousing a
   // thread costs more than a small change of the screen does.
-  SurfacePool(PixelImageFactory makeImage, std::shared_ptr<CaptureWakeup> wakeup);
+  SurfacePool(PixelImageFactory makeImage, std::shared_ptr<EventFd> wakeup);
 
   // Surfaces of another size are dropped, once they have come back.
   void configure(PixelSize size, std::size_t depth);
@@ -50,7 +50,7 @@ class SurfacePool {
   Surface& makeSurface();
 
   PixelImageFactory makeImage;
-  std::shared_ptr<CaptureWakeup> wakeup;
+  std::shared_ptr<EventFd> wakeup;
   std::shared_ptr<std::atomic<bool>> someoneWaits = std::make_shared<std::atomic<bool>>(false);
   PixelSize size;
   std::size_t depth = 0;

@@ -5,9 +5,9 @@
 #include <memory>
 #include <optional>
 
-#include "platform/linux/X11Connection.h"
 #include "platform/linux/capture/CursorOverlay.h"
-#include "platform/linux/capture/X11Extensions.h"
+#include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/X11Extensions.h"
 
 namespace quorvin {
 

@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <deque>
 
-#include "platform/linux/X11Connection.h"
 #include "platform/linux/capture/ScreenChanges.h"
-#include "platform/linux/capture/X11Extensions.h"
+#include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/X11Extensions.h"
 
 namespace quorvin {
 

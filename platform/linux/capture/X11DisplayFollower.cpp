@@ -2,15 +2,15 @@
 
 #include <algorithm>
 
-#include "platform/linux/capture/ScreenCaptureErrors.h"
+#include "platform/linux/x11/X11Error.h"
 
 namespace quorvin {
 
 namespace {
 
 Error displayGone() {
-  return screenCaptureError(ScreenCaptureErrorCode::displayGone,
-                            "The display that was being captured is no longer connected.");
+  return x11Error(X11ErrorCode::displayGone,
+                  "The display that was being captured is no longer connected.");
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "platform/linux/capture/CapturePacer.h"
-#include "platform/linux/capture/X11Monitors.h"
+#include "platform/linux/x11/X11Monitors.h"
 
 namespace quorvin {
 

@@ -4,12 +4,12 @@
 #include <memory>
 #include <vector>
 
-#include "platform/linux/X11Connection.h"
 #include "platform/linux/capture/CaptureCounters.h"
-#include "platform/linux/capture/PixelImage.h"
-#include "platform/linux/capture/RowSet.h"
-#include "platform/linux/capture/X11PixelFormat.h"
 #include "platform/linux/capture/X11SharedMemory.h"
+#include "platform/linux/frame/PixelImage.h"
+#include "platform/linux/frame/RowSet.h"
+#include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/X11PixelFormat.h"
 
 namespace quorvin {
 

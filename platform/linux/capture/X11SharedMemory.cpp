@@ -3,7 +3,7 @@
 #include <xcb/shm.h>
 
 #include "platform/linux/capture/PixelMemory.h"
-#include "platform/linux/capture/ScreenCaptureErrors.h"
+#include "platform/linux/x11/X11Error.h"
 
 namespace quorvin {
 
@@ -14,8 +14,8 @@ constexpr std::uint8_t writable = 0;
 void attach(X11Connection& connection, PixelImage& image, xcb_void_cookie_t request,
             xcb_shm_seg_t segment) {
   if (!connection.succeeded(request)) {
-    throw screenCaptureError(ScreenCaptureErrorCode::noResources,
-                             "The X server does not share memory with this program.");
+    throw x11Error(X11ErrorCode::noResources,
+                   "The X server does not share memory with this program.");
   }
   image.segment = segment;
   image.attachment = std::shared_ptr<const void>(

@@ -2,9 +2,9 @@
 
 #include <cstddef>
 
-#include "platform/linux/X11Connection.h"
-#include "platform/linux/capture/PixelImage.h"
-#include "platform/linux/capture/X11Extensions.h"
+#include "platform/linux/frame/PixelImage.h"
+#include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/X11Extensions.h"
 
 namespace quorvin {
 

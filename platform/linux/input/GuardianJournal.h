@@ -7,10 +7,10 @@
 #include <memory>
 #include <string>
 
-#include "platform/journal/HeldInput.h"
 #include "platform/linux/input/GuardianProcess.h"
 #include "platform/linux/input/InputJournal.h"
-#include "platform/linux/ui/MainLoopSource.h"
+#include "platform/unix/HeldInput.h"
+#include "platform/unix/MainLoopSource.h"
 
 namespace quorvin {
 

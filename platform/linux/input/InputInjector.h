@@ -5,14 +5,14 @@
 #include <set>
 #include <vector>
 
-#include "platform/linux/X11Connection.h"
-#include "platform/linux/capture/X11Extensions.h"
-#include "platform/linux/capture/X11Monitors.h"
 #include "platform/linux/input/InputJournal.h"
 #include "platform/linux/input/InputRecord.h"
 #include "platform/linux/input/KeyInjector.h"
 #include "platform/linux/input/PointerInjector.h"
 #include "platform/linux/input/XTestWriter.h"
+#include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/X11Extensions.h"
+#include "platform/linux/x11/X11Monitors.h"
 
 namespace quorvin {
 

@@ -13,12 +13,12 @@
 
 #include "platform/Geometry.h"
 #include "platform/Mutex.h"
-#include "platform/linux/X11Connection.h"
-#include "platform/linux/capture/X11Monitors.h"
 #include "platform/linux/input/InputInjector.h"
 #include "platform/linux/input/InputJournal.h"
 #include "platform/linux/input/InputQueue.h"
-#include "platform/linux/ui/MainLoopSource.h"
+#include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/X11Monitors.h"
+#include "platform/unix/MainLoopSource.h"
 
 namespace quorvin {
 

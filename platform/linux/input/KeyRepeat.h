@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/linux/X11Connection.h"
 #include "platform/linux/input/KeyboardDevices.h"
+#include "platform/linux/x11/X11Connection.h"
 
 namespace quorvin {
 

@@ -3,10 +3,10 @@
 #include <memory>
 #include <set>
 
-#include "platform/linux/X11Connection.h"
 #include "platform/linux/input/KeyRepeat.h"
 #include "platform/linux/input/KeyboardMap.h"
 #include "platform/linux/input/KeyboardState.h"
+#include "platform/linux/x11/X11Connection.h"
 
 namespace quorvin {
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "platform/linux/X11Connection.h"
+#include "platform/linux/x11/X11Connection.h"
 
 namespace quorvin {
 

@@ -8,8 +8,8 @@
 #include <set>
 #include <vector>
 
-#include "platform/linux/X11Connection.h"
 #include "platform/linux/input/KeyboardState.h"
+#include "platform/linux/x11/X11Connection.h"
 
 namespace quorvin {
 

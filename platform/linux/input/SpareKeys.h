@@ -5,10 +5,10 @@
 #include <set>
 #include <vector>
 
-#include "platform/linux/X11Connection.h"
 #include "platform/linux/input/InputJournal.h"
 #include "platform/linux/input/KeyMeaning.h"
 #include "platform/linux/input/KeyboardMap.h"
+#include "platform/linux/x11/X11Connection.h"
 
 namespace quorvin {
 

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "platform/linux/X11Connection.h"
+#include "platform/linux/x11/X11Connection.h"
 
 namespace quorvin {
 

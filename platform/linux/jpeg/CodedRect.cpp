@@ -3,7 +3,7 @@
 #include <new>
 #include <span>
 
-#include "platform/linux/capture/PixelImage.h"
+#include "platform/linux/frame/PixelImage.h"
 #include "platform/linux/jpeg/JpegCompression.h"
 #include "platform/linux/jpeg/RestartMarkers.h"
 

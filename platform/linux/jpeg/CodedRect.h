@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "platform/linux/capture/CapturedPixelBuffer.h"
+#include "platform/linux/frame/CapturedPixelBuffer.h"
 #include "platform/linux/jpeg/GrowingBytes.h"
 #include "platform/linux/jpeg/JpegFile.h"
 #include "platform/linux/jpeg/JpegForm.h"

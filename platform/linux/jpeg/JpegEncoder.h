@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/Data.h"
-#include "platform/linux/capture/CapturedPixelBuffer.h"
+#include "platform/linux/frame/CapturedPixelBuffer.h"
 #include "platform/linux/jpeg/CodedRect.h"
 #include "platform/linux/jpeg/FrameBufferPool.h"
 #include "platform/linux/jpeg/GrowingBytes.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "platform/linux/capture/RowHistory.h"
+#include "platform/linux/frame/RowHistory.h"
 
 namespace quorvin {
 

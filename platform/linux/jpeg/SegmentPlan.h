@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "platform/linux/capture/RowHistory.h"
+#include "platform/linux/frame/RowHistory.h"
 #include "platform/linux/jpeg/JpegForm.h"
 
 namespace quorvin {

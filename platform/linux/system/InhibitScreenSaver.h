@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/linux/DisplayAttempt.h"
+#include "platform/linux/x11/DisplayAttempt.h"
 
 namespace quorvin {
 

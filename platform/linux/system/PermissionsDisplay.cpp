@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "platform/linux/X11Connection.h"
+#include "platform/linux/x11/X11Connection.h"
 
 namespace quorvin {
 namespace {

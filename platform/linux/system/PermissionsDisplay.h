@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/linux/DisplayAttempt.h"
+#include "platform/linux/x11/DisplayAttempt.h"
 
 namespace quorvin {
 

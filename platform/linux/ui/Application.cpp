@@ -10,8 +10,8 @@
 #include <utility>
 
 #include "platform/linux/dispatch/Dispatch.h"
+#include "platform/linux/link/StartUpError.h"
 #include "platform/linux/ui/NotificationCenter.h"
-#include "platform/linux/ui/StartUpError.h"
 
 namespace quorvin {
 namespace {

@@ -10,12 +10,12 @@
 #include <vector>
 
 #include "platform/Application.h"
+#include "platform/linux/link/StartUpError.h"
+#include "platform/linux/link/UiProgram.h"
 #include "platform/linux/ui/GtkThread.h"
-#include "platform/linux/ui/MainLoopSource.h"
-#include "platform/linux/ui/StartUpError.h"
-#include "platform/linux/ui/UiProgram.h"
 #include "platform/linux/ui/Window.h"
 #include "platform/unix/FileDescriptor.h"
+#include "platform/unix/MainLoopSource.h"
 
 namespace quorvin {
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <span>
 
-#include "platform/linux/capture/CapturedPixelBuffer.h"
+#include "platform/linux/frame/CapturedPixelBuffer.h"
 #include "platform/linux/video/H264Library.h"
 #include "platform/linux/video/RateControl.h"
 #include "platform/linux/video/YuvPicture.h"

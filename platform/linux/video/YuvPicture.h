@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "platform/linux/capture/CapturedPixelBuffer.h"
-#include "platform/linux/capture/PixelRegion.h"
+#include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/frame/PixelRegion.h"
 
 namespace quorvin {
 

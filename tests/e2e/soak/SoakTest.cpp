@@ -11,8 +11,8 @@
 #include <stdexcept>
 #include <thread>
 
-#include "platform/linux/capture/CapturedPixelBuffer.h"
-#include "platform/linux/capture/ImageEncoder.h"
+#include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/jpeg/ImageEncoder.h"
 #include "tests/EnvironmentNumber.h"
 #include "tests/e2e/soak/SoakedHost.h"
 #include "tests/linux/proof/RandomPainter.h"

@@ -89,7 +89,7 @@ class FrameComposerTest : public testing::TestWithParam<PixelSize> {
   X11DamageMonitor damage{connection, extensions, DamageReport::bounds};
   X11ScreenReader reader{connection, chooseTransport(connection, extensions),
                          std::make_shared<CaptureCounters>()};
-  FrameComposer composer{reader, &damage, std::make_shared<CaptureWakeup>()};
+  FrameComposer composer{reader, &damage, std::make_shared<EventFd>()};
   std::optional<CursorPlacement> cursor;
   std::uint32_t cornerColour = 0x405060;
 };
@@ -243,7 +243,7 @@ TEST_P(FrameComposerTest, AReadingThatFailsBeginsANewSeries) {
 }
 
 TEST_P(FrameComposerTest, AComparisonThatFailsBeginsANewSeries) {
-  FrameComposer comparing(reader, nullptr, std::make_shared<CaptureWakeup>());
+  FrameComposer comparing(reader, nullptr, std::make_shared<EventFd>());
   comparing.configure(screen, GetParam(), 3);
   ASSERT_TRUE(comparing.findChanges());
   const auto first = comparing.compose({});
@@ -312,7 +312,7 @@ class TornQuestionTest : public testing::TestWithParam<PixelSize> {
   X11Extensions extensions = X11Extensions::negotiate(connection);
   X11DamageMonitor damage{connection, extensions, DamageReport::bounds};
   X11ScreenReader reader{connection, X11Transport::replies, std::make_shared<CaptureCounters>()};
-  FrameComposer composer{reader, &damage, std::make_shared<CaptureWakeup>()};
+  FrameComposer composer{reader, &damage, std::make_shared<EventFd>()};
 };
 
 // The server's report of such a change says nothing, since the second question has taken it.

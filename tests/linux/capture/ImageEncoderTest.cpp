@@ -6,8 +6,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/capture/CapturedPixelBuffer.h"
-#include "platform/linux/capture/ImageEncoder.h"
+#include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/jpeg/ImageEncoder.h"
 #include "tests/linux/capture/TestImages.h"
 
 namespace quorvin {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <random>
 
-#include "platform/linux/capture/PixelRegion.h"
+#include "platform/linux/frame/PixelRegion.h"
 
 namespace quorvin {
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "platform/linux/capture/RowHistory.h"
 #include "platform/linux/capture/RowTracker.h"
+#include "platform/linux/frame/RowHistory.h"
 
 namespace quorvin {
 namespace {

@@ -3,7 +3,7 @@
 #include <array>
 #include <random>
 
-#include "platform/linux/capture/RowSet.h"
+#include "platform/linux/frame/RowSet.h"
 
 namespace quorvin {
 namespace {

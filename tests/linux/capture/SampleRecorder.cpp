@@ -5,7 +5,7 @@
 #include <cstring>
 #include <iterator>
 
-#include "platform/linux/capture/CapturedPixelBuffer.h"
+#include "platform/linux/frame/CapturedPixelBuffer.h"
 
 namespace quorvin {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/ScreenCapture.h"
-#include "platform/linux/capture/PixelRegion.h"
+#include "platform/linux/frame/PixelRegion.h"
 
 namespace quorvin {
 

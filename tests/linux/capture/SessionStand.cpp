@@ -6,7 +6,7 @@
 #include <chrono>
 #include <cstring>
 
-#include "platform/linux/capture/X11Monitors.h"
+#include "platform/linux/x11/X11Monitors.h"
 #include "tests/linux/capture/SampleRecorder.h"
 
 namespace quorvin {
@@ -41,8 +41,8 @@ CaptureSettings SessionStand::usualSettings() {
 }
 
 void SessionStand::start(const CaptureSettings& settings) {
-  session.emplace(firstDisplay(server.display()), settings, std::make_shared<CaptureWakeup>(),
-                  counters, now);
+  session.emplace(firstDisplay(server.display()), settings, std::make_shared<EventFd>(), counters,
+                  now);
 }
 
 std::shared_ptr<CapturedPixelBuffer> SessionStand::nextPicture() {

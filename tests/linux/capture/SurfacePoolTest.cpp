@@ -10,7 +10,7 @@ namespace {
 constexpr PixelSize size{64, 32};
 constexpr PixelSize otherSize{32, 64};
 
-bool isSignalled(const CaptureWakeup& wakeup) {
+bool isSignalled(const EventFd& wakeup) {
   pollfd source{wakeup.descriptor(), POLLIN, 0};
   return poll(&source, 1, 0) == 1;
 }
@@ -20,7 +20,7 @@ class SurfacePoolTest : public testing::Test {
   std::shared_ptr<CapturedPixelBuffer> lendNext() { return pool.lend(pool.mostRecentFree()); }
 
   int made = 0;
-  std::shared_ptr<CaptureWakeup> wakeup = std::make_shared<CaptureWakeup>();
+  std::shared_ptr<EventFd> wakeup = std::make_shared<EventFd>();
   SurfacePool pool{[this](PixelSize wanted) {
                      ++made;
                      return makeTestImage(wanted);
@@ -133,7 +133,7 @@ TEST(SurfacePool, PicturesOutliveThePool) {
   std::shared_ptr<CapturedPixelBuffer> picture;
   {
     SurfacePool pool([](PixelSize wanted) { return makeTestImage(wanted, 0x123456); },
-                     std::make_shared<CaptureWakeup>());
+                     std::make_shared<EventFd>());
     pool.configure(size, 1);
     picture = pool.lend(pool.mostRecentFree());
   }

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <memory>
 
-#include "platform/linux/capture/PixelImage.h"
+#include "platform/linux/frame/PixelImage.h"
 
 namespace quorvin {
 

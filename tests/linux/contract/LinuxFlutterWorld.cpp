@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/flutter/StandardMethodCodec.h"
-#include "platform/linux/ui/Flutter.h"
+#include "platform/linux/link/Flutter.h"
 #include "tests/contract/FlutterContract.h"
 #include "tests/linux/link/LinkPeer.h"
 #include "tests/linux/link/TestLoop.h"

@@ -5,8 +5,8 @@
 #include <stdexcept>
 #include <vector>
 
-#include "platform/linux/capture/CapturedPixelBuffer.h"
-#include "platform/linux/capture/ImageEncoder.h"
+#include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/jpeg/ImageEncoder.h"
 #include "tests/contract/ForeignPixelBuffer.h"
 #include "tests/contract/ImageEncoderContract.h"
 

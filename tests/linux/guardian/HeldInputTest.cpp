@@ -2,7 +2,7 @@
 
 #include <random>
 
-#include "platform/journal/HeldInput.h"
+#include "platform/unix/HeldInput.h"
 
 namespace quorvin {
 namespace {

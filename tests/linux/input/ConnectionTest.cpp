@@ -14,7 +14,7 @@
 #include <string>
 #include <thread>
 
-#include "platform/linux/capture/X11Monitors.h"
+#include "platform/linux/x11/X11Monitors.h"
 #include "tests/linux/input/InputStand.h"
 #include "tests/linux/system/UnusedDisplay.h"
 #include "tests/linux/system/WaitingTime.h"

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "platform/Geometry.h"
-#include "platform/linux/X11Connection.h"
+#include "platform/linux/x11/X11Connection.h"
 
 namespace quorvin {
 

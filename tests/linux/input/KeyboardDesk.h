@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/X11Connection.h"
 #include "platform/linux/input/KeyboardDevices.h"
+#include "platform/linux/x11/X11Connection.h"
 
 namespace quorvin {
 

@@ -4,7 +4,7 @@
 #include <span>
 #include <vector>
 
-#include "platform/linux/capture/CapturedPixelBuffer.h"
+#include "platform/linux/frame/CapturedPixelBuffer.h"
 
 namespace quorvin {
 

@@ -5,9 +5,9 @@
 #include <random>
 #include <vector>
 
-#include "platform/linux/capture/CapturedPixelBuffer.h"
-#include "platform/linux/capture/PixelRegion.h"
 #include "platform/linux/capture/RowTracker.h"
+#include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/frame/PixelRegion.h"
 
 namespace quorvin {
 

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "platform/flutter/StandardMethodCodec.h"
-#include "platform/linux/ui/Channels.h"
-#include "platform/linux/ui/Flutter.h"
+#include "platform/linux/link/Channels.h"
+#include "platform/linux/link/Flutter.h"
 #include "tests/linux/link/LinkPeer.h"
 #include "tests/linux/link/TestLoop.h"
 

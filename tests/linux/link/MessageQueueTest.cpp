@@ -6,7 +6,7 @@
 
 #include "platform/flutter/LinkFrame.h"
 #include "platform/flutter/StandardMethodCodec.h"
-#include "platform/linux/ui/MessageQueue.h"
+#include "platform/linux/link/MessageQueue.h"
 
 namespace quorvin {
 namespace {

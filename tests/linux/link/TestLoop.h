@@ -5,8 +5,8 @@
 #include <chrono>
 #include <functional>
 
-#include "platform/linux/ui/MainContext.h"
-#include "platform/linux/ui/MainLoopSource.h"
+#include "platform/unix/MainContext.h"
+#include "platform/unix/MainLoopSource.h"
 
 namespace quorvin {
 

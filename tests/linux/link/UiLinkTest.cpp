@@ -6,7 +6,7 @@
 #include <string>
 
 #include "platform/flutter/StandardMethodCodec.h"
-#include "platform/linux/ui/UiLink.h"
+#include "platform/linux/link/UiLink.h"
 #include "tests/linux/link/LinkPeer.h"
 #include "tests/linux/link/TestLoop.h"
 

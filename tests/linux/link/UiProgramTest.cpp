@@ -12,8 +12,8 @@
 #include <filesystem>
 #include <string>
 
-#include "platform/linux/ui/StartUpError.h"
-#include "platform/linux/ui/UiProgram.h"
+#include "platform/linux/link/StartUpError.h"
+#include "platform/linux/link/UiProgram.h"
 #include "tests/TemporaryFolder.h"
 
 namespace quorvin {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <random>
 
-#include "platform/linux/capture/PixelRegion.h"
+#include "platform/linux/frame/PixelRegion.h"
 
 namespace quorvin {
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/capture/CapturedPixelBuffer.h"
-#include "platform/linux/capture/ImageEncoder.h"
+#include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/jpeg/ImageEncoder.h"
 #include "tests/linux/proof/Dice.h"
 
 namespace quorvin {

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/linux/DisplayAuthority.h"
+#include "platform/linux/x11/DisplayAuthority.h"
 #include "platform/unix/ProgramStart.h"
 
 int main(int argc, char** argv) {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform/linux/capture/PixelRegion.h"
+#include "platform/linux/frame/PixelRegion.h"
 
 struct AVCodecContext;
 struct AVFrame;

@@ -59,7 +59,7 @@ class Pictures {
       dueAt{};  // when the stream has been asked to repeat the last picture; or the end of time
 
  private:
-  std::shared_ptr<CaptureWakeup> wakeup = std::make_shared<CaptureWakeup>();
+  std::shared_ptr<EventFd> wakeup = std::make_shared<EventFd>();
   PictureEncoder encoder;
 };
 

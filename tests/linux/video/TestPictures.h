@@ -5,8 +5,8 @@
 #include <memory>
 #include <vector>
 
-#include "platform/linux/capture/CapturedPixelBuffer.h"
-#include "platform/linux/capture/PixelRegion.h"
+#include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/frame/PixelRegion.h"
 
 namespace quorvin {
 

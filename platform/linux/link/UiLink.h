@@ -1,0 +1,91 @@
+#pragma once
+
+#include <glib.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <unordered_set>
+
+#include "platform/Data.h"
+#include "platform/Value.h"
+#include "platform/flutter/LinkFrame.h"
+#include "platform/linux/link/MessageQueue.h"
+#include "platform/unix/FileDescriptor.h"
+#include "platform/unix/MainLoopSource.h"
+
+namespace quorvin {
+
+// The host's end of the connection to the user interface: cuts messages out of the socket's bytes
+// and hands them on in order, and writes answers and events in the order that MessageQueue gives.
+// Reading and writing never block and are rationed per turn of the loop, so that neither a flood
+// of messages nor a large frame keeps the other, or anything else, waiting.
+//
+// Everything belongs to the thread of the main context. Callbacks run in the loop, never inside
+// one of the functions below, so that whoever sends need not expect the link to close under it.
+class UiLink : public std::enable_shared_from_this<UiLink> {
+ public:
+  struct Callbacks {
+    // One message, to be answered (if at all) with `reply` to its id.
+    std::function<void(const LinkFrame& message)> onMessage;
+    // Once, when the other side is gone, broke the rules of the link, or does not take its
+    // answers. No message follows, and whatever is sent from then on is dropped.
+    std::function<void()> onClosed;
+  };
+
+  // Takes over a connected stream socket.
+  [[nodiscard]] static std::shared_ptr<UiLink> open(GMainContext* context, FileDescriptor socket,
+                                                    Callbacks callbacks);
+
+  UiLink(GMainContext* context, FileDescriptor socket, Callbacks callbacks);
+  UiLink(const UiLink&) = delete;
+  UiLink& operator=(const UiLink&) = delete;
+  ~UiLink() = default;
+
+  // Answers the message of that id; nothing stands for the null reply. Dropped unless that
+  // message still waits for its answer.
+  void reply(std::uint32_t id, std::optional<Bytes> payload);
+  // Sends an event; one that still waits on that channel is forgotten for it.
+  void sendEvent(std::string_view channel, Value event);
+  // Sends a message that wants no reply, after what was sent before it. One that is too long for a
+  // frame is dropped.
+  void sendMessage(std::string_view channel, Bytes payload);
+  // Forgets the channel's event that still waits.
+  void dropEvent(std::string_view channel);
+  // Closes this end without calling onClosed.
+  void close();
+
+  [[nodiscard]] bool isOpen() const { return socket.isOpen(); }
+
+ private:
+  enum class Reading { drained, moreToCome, ended };
+
+  void start();
+  void watchForInput();
+  MainLoopSource::Next onReadable();
+  Reading readSome();
+  Reading handleBuffered(int& messagesLeft);
+  bool accept(const LinkFrame& frame);
+  void push(Bytes frame);
+  void flush();
+  bool writeSome();
+  // Closes because of what the other side did; tells so in a later turn.
+  void fail();
+
+  GMainContext* context;
+  FileDescriptor socket;
+  Callbacks callbacks;
+  LinkFrameReader reader;
+  MessageQueue queue;
+  std::unordered_set<std::uint32_t> unanswered;
+  MainLoopSource inputSource;  // watches the socket, or waits for its next turn
+  MainLoopSource outputSource;
+  MainLoopSource closedSource;
+  std::array<std::uint8_t, std::size_t{64} * 1024> inputChunk{};
+};
+
+}  // namespace quorvin
