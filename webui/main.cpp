@@ -28,6 +28,7 @@
 namespace {
 
 using quorvin::FileDescriptor;
+using quorvin::MainLoopSource;
 using namespace quorvin::webui;
 
 constexpr const char* linkVariable = "QUORVIN_UI_FD";
