@@ -40,7 +40,8 @@ class Pictures {
   // Puts a picture in at that time and returns its byte stream, empty if it was left out.
   std::vector<std::uint8_t> put(const std::shared_ptr<CapturedPixelBuffer>& picture, nanoseconds at,
                                 bool isRepeat = false) {
-    const auto repeat = std::make_shared<PictureRepeat>(CaptureTime(at), isRepeat, wakeup);
+    const auto repeat =
+        std::make_shared<PictureRepeat>(PictureRepeat::Clock::time_point(at), isRepeat, wakeup);
     const auto encoded = encoder.encode(*captured(picture, repeat), at);
     dueAt = repeat->dueAt().time_since_epoch();
     std::vector<std::uint8_t> stream;
