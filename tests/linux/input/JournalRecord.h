@@ -10,7 +10,7 @@ namespace quorvin {
 // Keeps what may have to be undone: all that was ever pressed, and the key codes that are bound.
 class JournalRecord final : public InputJournal {
  public:
-  void prepare() override { }
+  void prepare() override {}
   bool willPressButton(std::uint8_t button) override { return add(buttons, button); }
   bool willPressKey(std::uint8_t keycode) override { return add(keys, keycode); }
   bool willBindKey(std::uint8_t keycode) override { return add(bound, keycode); }
