@@ -12,8 +12,8 @@
 
 #include "bench/BareCapture.h"
 #include "bench/Desktop.h"
+#include "bench/Measures.h"
 #include "bench/ScreenPictures.h"
-#include "bench/Statistics.h"
 #include "bench/StreamPayloads.h"
 #include "tests/linux/system/XServer.h"
 

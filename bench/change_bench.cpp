@@ -23,11 +23,9 @@
 
 #include "bench/BareCapture.h"
 #include "bench/Desktop.h"
-#include "bench/Effort.h"
 #include "bench/FfmpegPictures.h"
-#include "bench/ProcessorTime.h"
+#include "bench/Measures.h"
 #include "bench/ScreenPictures.h"
-#include "bench/Statistics.h"
 #include "bench/StreamPayloads.h"
 #include "tests/linux/system/XServer.h"
 

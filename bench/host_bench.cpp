@@ -13,8 +13,7 @@
 #include <vector>
 
 #include "bench/Desktop.h"
-#include "bench/ProcessorTime.h"
-#include "bench/Statistics.h"
+#include "bench/Measures.h"
 #include "platform/linux/capture/X11ScreenReader.h"
 #include "platform/linux/capture/X11SharedMemory.h"
 #include "platform/linux/x11/X11Extensions.h"

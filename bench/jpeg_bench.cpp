@@ -17,11 +17,9 @@
 #include <vector>
 
 #include "bench/Desktop.h"
-#include "bench/Effort.h"
-#include "bench/ProcessorTime.h"
-#include "bench/Statistics.h"
-#include "platform/linux/capture/RowTracker.h"
+#include "bench/Measures.h"
 #include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/frame/RowHistory.h"
 #include "platform/linux/jpeg/JpegEncoder.h"
 
 namespace quorvin {

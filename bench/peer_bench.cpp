@@ -25,13 +25,11 @@
 #include <vector>
 
 #include "bench/Desktop.h"
-#include "bench/Effort.h"
 #include "bench/FfmpegPictures.h"
 #include "bench/HostPictures.h"
+#include "bench/Measures.h"
 #include "bench/PictureQuality.h"
-#include "bench/ProcessorTime.h"
 #include "bench/ScreenPictures.h"
-#include "bench/Statistics.h"
 #include "tests/linux/capture/ScreenPainter.h"
 
 namespace quorvin {

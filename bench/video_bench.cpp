@@ -20,8 +20,7 @@
 
 #include "Runner/QuorvinH264Encoder.h"
 #include "bench/Desktop.h"
-#include "bench/ProcessorTime.h"
-#include "bench/Statistics.h"
+#include "bench/Measures.h"
 #include "platform/linux/video/RateControl.h"
 #include "platform/linux/video/VideoEncoder.h"
 #include "tests/linux/video/TestPictures.h"

@@ -1,19 +1,75 @@
 #include "platform/linux/capture/CaptureOutput.h"
 
+#include <algorithm>
 #include <chrono>
+#include <memory>
+#include <optional>
 #include <utility>
+#include <vector>
 
-#include "platform/linux/frame/CapturedSample.h"
+#include "platform/ScreenCapture.h"
+#include "platform/linux/frame/CapturedPixelBuffer.h"
 
 namespace quorvin {
 
 namespace {
+
+// A sample as the worker delivers it: always valid, with its one attachment. Any thread.
+class CapturedSample final : public CaptureSample {
+ public:
+  CapturedSample(std::int64_t frameStatus, MediaTime time,
+                 std::shared_ptr<CapturedPixelBuffer> picture)
+      : frameStatus(frameStatus), time(time), picture(std::move(picture)) {}
+
+  [[nodiscard]] bool isValid() const override { return true; }
+  [[nodiscard]] std::optional<std::vector<SampleAttachments>> attachments() const override {
+    return std::vector{SampleAttachments{frameStatus}};
+  }
+  [[nodiscard]] std::shared_ptr<PixelBuffer> imageBuffer() const override { return picture; }
+  // When the capture was decided on, in nanoseconds of the monotonic clock.
+  [[nodiscard]] MediaTime presentationTimeStamp() const override { return time; }
+
+ private:
+  std::int64_t frameStatus;
+  MediaTime time;
+  std::shared_ptr<CapturedPixelBuffer> picture;
+};
 
 MediaTime mediaTimeOf(CaptureTime time) {
   return {std::chrono::nanoseconds(time.time_since_epoch()).count(), std::nano::den};
 }
 
 }  // namespace
+
+bool CaptureGate::close() {
+  const MutexLock lock(mutex);
+  forgetCurrentThread();
+  return !std::exchange(closed, true);
+}
+
+void CaptureGate::waitUntilQuiet() {
+  MutexLock lock(mutex);
+  quiet.wait(lock.forWaiting(), [this]() QUORVIN_REQUIRES(mutex) { return inside.empty(); });
+}
+
+bool CaptureGate::enter() {
+  const MutexLock lock(mutex);
+  if (closed) return false;
+  inside.push_back(std::this_thread::get_id());
+  return true;
+}
+
+void CaptureGate::leave() {
+  const MutexLock lock(mutex);
+  forgetCurrentThread();
+}
+
+void CaptureGate::forgetCurrentThread() {
+  const auto current = std::ranges::find(inside, std::this_thread::get_id());
+  if (current == inside.end()) return;
+  inside.erase(current);
+  quiet.notify_all();
+}
 
 CaptureOutput::CaptureOutput(std::weak_ptr<StreamOutput> handler,
                              std::shared_ptr<DispatchQueue> queue)

@@ -4,7 +4,6 @@
 #include <optional>
 #include <string>
 
-#include "platform/linux/capture/CaptureCounters.h"
 #include "platform/linux/capture/CapturePacer.h"
 #include "platform/linux/capture/CaptureSettings.h"
 #include "platform/linux/capture/FrameComposer.h"

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 
 #include "platform/ScreenCapture.h"
 #include "platform/linux/frame/PixelRegion.h"
@@ -22,5 +24,11 @@ struct CaptureSettings {
 
 // Throws Error naming what is wrong. A frame interval of zero asks for the display's own rate.
 [[nodiscard]] CaptureSettings checkedSettings(const StreamConfiguration& configuration);
+
+// What the captures of this process have asked of the X server so far. Any thread.
+struct CaptureCounters {
+  std::atomic<std::uint64_t> looks = 0;  // times that a stream asked what had changed
+  std::atomic<std::uint64_t> fetchedBytes = 0;
+};
 
 }  // namespace quorvin

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace quorvin {
 
@@ -22,6 +23,14 @@ const std::uint8_t* bytesAt(const CursorImage& cursor, int x, int y) {
 
 int strideOf(const CursorImage& cursor) {
   return cursor.size.width * static_cast<int>(bytesPerPixel);
+}
+
+int scaledDown(int position, int from, int to) {
+  return static_cast<int>(std::floor(static_cast<double>(position) * to / from));
+}
+
+std::size_t rowBytes(const PixelRect& area) {
+  return static_cast<std::size_t>(area.width) * bytesPerPixel;
 }
 
 }  // namespace
@@ -51,6 +60,36 @@ void blendCursor(const CursorImage& cursor, const PixelRect& area, PixelImage& p
   const int stride = static_cast<int>(picture.strideBytes());
   libyuv::ARGBBlend(bytesAt(cursor, visible.x - area.x, visible.y - area.y), strideOf(cursor),
                     target, stride, target, stride, visible.width, visible.height);
+}
+
+std::optional<CursorPlacement> CursorPlacer::place(const std::shared_ptr<const CursorImage>& cursor,
+                                                   int x, int y) {
+  if (!cursor) return {};
+  if (cursor != original) {
+    original = cursor;
+    fitted = std::make_shared<const CursorImage>(scaledCursor(*cursor, display, picture));
+  }
+  const PixelRect area = cursorArea(*fitted, scaledDown(x, display.width, picture.width),
+                                    scaledDown(y, display.height, picture.height));
+  if (intersectionOf(area, wholeOf(picture)).isEmpty()) return {};
+  return CursorPlacement{fitted, area};
+}
+
+void CoveredPixels::save(const PixelImage& picture, const PixelRect& newArea) {
+  area = newArea;
+  pixels.resize(static_cast<std::size_t>(area.area()) * bytesPerPixel);
+  std::uint8_t* saved = pixels.data();
+  for (int y = area.y; y < area.bottom(); ++y, saved += rowBytes(area)) {
+    std::memcpy(saved, picture.at(area.x, y), rowBytes(area));
+  }
+}
+
+void CoveredPixels::putBack(PixelImage& picture) {
+  const std::uint8_t* saved = pixels.data();
+  for (int y = area.y; y < area.bottom(); ++y, saved += rowBytes(area)) {
+    std::memcpy(picture.at(area.x, y), saved, rowBytes(area));
+  }
+  area = {};
 }
 
 }  // namespace quorvin

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <vector>
 
 #include "platform/linux/frame/PixelImage.h"
@@ -25,5 +27,48 @@ struct CursorImage {
 
 // Draws the part of the cursor that lies on the picture.
 void blendCursor(const CursorImage& cursor, const PixelRect& area, PixelImage& picture);
+
+// A cursor in the size and at the place in which it is to be drawn on a picture.
+struct CursorPlacement {
+  std::shared_ptr<const CursorImage> image;
+  PixelRect area;
+
+  friend bool operator==(const CursorPlacement&, const CursorPlacement&) = default;
+};
+
+// Works out where the cursor of a display appears on its picture. Keeps the scaled cursor, so that
+// two placements are equal exactly when they look the same. One thread at a time.
+class CursorPlacer {
+ public:
+  CursorPlacer(PixelSize display, PixelSize picture) : display(display), picture(picture) {}
+
+  [[nodiscard]] bool serves(PixelSize ofDisplay, PixelSize ofPicture) const {
+    return ofDisplay == display && ofPicture == picture;
+  }
+
+  // The hot spot is at this pixel of the display. Empty when no part of the cursor is visible.
+  [[nodiscard]] std::optional<CursorPlacement> place(
+      const std::shared_ptr<const CursorImage>& cursor, int x, int y);
+
+ private:
+  PixelSize display;
+  PixelSize picture;
+  std::shared_ptr<const CursorImage> original;
+  std::shared_ptr<const CursorImage> fitted;
+};
+
+// What a picture showed where something was drawn over it. Putting it back is cheaper than fetching
+// or scaling it again, and brings nothing newer than the rest of the picture. One thread at a time.
+class CoveredPixels {
+ public:
+  // Remembers this area, which lies on the picture; may be empty.
+  void save(const PixelImage& picture, const PixelRect& area);
+  // Restores what was saved last, once.
+  void putBack(PixelImage& picture);
+
+ private:
+  PixelRect area;
+  std::vector<std::uint8_t> pixels;  // rows from the top, without gaps
+};
 
 }  // namespace quorvin

@@ -4,12 +4,12 @@
 #include <optional>
 #include <vector>
 
-#include "platform/linux/capture/CursorPlacer.h"
+#include "platform/linux/capture/CursorOverlay.h"
 #include "platform/linux/capture/PixelScaler.h"
-#include "platform/linux/capture/RowTracker.h"
 #include "platform/linux/capture/SurfacePool.h"
 #include "platform/linux/capture/X11DamageMonitor.h"
 #include "platform/linux/capture/X11ScreenReader.h"
+#include "platform/linux/frame/RowHistory.h"
 
 namespace quorvin {
 

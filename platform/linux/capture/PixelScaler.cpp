@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "platform/linux/capture/PixelMemory.h"
+#include "platform/linux/capture/X11SharedMemory.h"
 
 namespace quorvin {
 

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "platform/linux/frame/PixelImage.h"
-#include "platform/linux/frame/RowSet.h"
+#include "platform/linux/frame/PixelRegion.h"
 
 namespace quorvin {
 

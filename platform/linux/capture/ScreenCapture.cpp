@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <exception>
+#include <optional>
 #include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
 
-#include "platform/linux/capture/ScreenCaptureStream.h"
+#include "platform/linux/capture/CaptureWorker.h"
 #include "platform/linux/x11/X11Error.h"
 #include "platform/linux/x11/X11Monitors.h"
 #include "platform/linux/x11/X11Server.h"
@@ -15,6 +16,56 @@
 namespace quorvin {
 
 namespace {
+
+Error invalid(const char* sentence) {
+  return x11Error(X11ErrorCode::invalidParameter, sentence);
+}
+
+// A stream as its user holds it. The worker behind it ends by itself once the stream is released.
+class LinuxScreenStream final : public ScreenStream {
+ public:
+  // Without a target, as when the filter named no display, the stream cannot be started.
+  LinuxScreenStream(std::optional<CaptureTarget> target, const StreamConfiguration& configuration,
+                    std::weak_ptr<StreamDelegate> delegate,
+                    std::shared_ptr<CaptureCounters> counters)
+      : hasTarget(target.has_value()),
+        worker(std::make_shared<CaptureWorker>(std::move(target).value_or(CaptureTarget{}),
+                                               configuration, std::move(delegate),
+                                               std::move(counters))) {}
+  ~LinuxScreenStream() override { worker->quit(); }
+
+  // One output, and the screen only.
+  [[nodiscard]] std::optional<Error> addStreamOutput(
+      std::weak_ptr<StreamOutput> output, StreamOutputType type,
+      std::shared_ptr<DispatchQueue> sampleHandlerQueue) override {
+    if (type != StreamOutputType::screen) return invalid("Only the screen can be captured.");
+    if (output.expired() || !sampleHandlerQueue) {
+      return invalid("A capture's output needs a handler and a queue.");
+    }
+    if (!currentOutput.expired()) return invalid("The capture has an output already.");
+    currentOutput = output;
+    worker->addOutput({std::move(output), std::move(sampleHandlerQueue)});
+    return {};
+  }
+
+  void startCapture(Completion completion) override {
+    if (hasTarget) {
+      worker->start(completion);
+    } else if (completion) {
+      completion(invalid("A capture needs a display to capture."));
+    }
+  }
+  void stopCapture(Completion completion) override { worker->stop(completion); }
+  void updateConfiguration(const StreamConfiguration& configuration,
+                           Completion completion) override {
+    worker->update(configuration, completion);
+  }
+
+ private:
+  bool hasTarget;
+  std::shared_ptr<CaptureWorker> worker;
+  std::weak_ptr<StreamOutput> currentOutput;
+};
 
 class MonitorDisplay final : public ShareableDisplay {
  public:

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/ScreenCapture.h"
-#include "platform/linux/capture/CaptureCounters.h"
+#include "platform/linux/capture/CaptureSettings.h"
 
 namespace quorvin {
 

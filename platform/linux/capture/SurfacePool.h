@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform/linux/capture/CoveredPixels.h"
+#include "platform/linux/capture/CursorOverlay.h"
 #include "platform/linux/frame/CapturedPixelBuffer.h"
 #include "platform/linux/frame/PixelImage.h"
 #include "platform/unix/EventFd.h"

@@ -5,12 +5,37 @@
 
 #include <cstdint>
 #include <deque>
+#include <vector>
 
-#include "platform/linux/capture/ScreenChanges.h"
+#include "platform/linux/frame/PixelRegion.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11Extensions.h"
 
 namespace quorvin {
+
+// What changed on a display: a region to fetch, and exactly the parts and their rows. The region
+// does not tell them, since it may hold much of what lies between two changes.
+struct ScreenChanges {
+  PixelRegion region;
+  RowSet rows;
+  std::vector<PixelRect> parts;
+
+  void add(const PixelRect& rect) {
+    if (rect.isEmpty()) return;
+    region.add(rect);
+    rows.add({rect.y, rect.bottom()});
+    parts.push_back(rect);
+  }
+  void add(const ScreenChanges& others) {
+    for (const PixelRect& part : others.parts) add(part);
+  }
+  void clear() {
+    region.clear();
+    rows.clear();
+    parts.clear();
+  }
+  [[nodiscard]] bool isEmpty() const { return rows.isEmpty(); }
+};
 
 // What the server reports of changes before it is asked for them.
 enum class DamageReport {

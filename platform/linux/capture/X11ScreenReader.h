@@ -4,10 +4,10 @@
 #include <memory>
 #include <vector>
 
-#include "platform/linux/capture/CaptureCounters.h"
+#include "platform/linux/capture/CaptureSettings.h"
 #include "platform/linux/capture/X11SharedMemory.h"
 #include "platform/linux/frame/PixelImage.h"
-#include "platform/linux/frame/RowSet.h"
+#include "platform/linux/frame/PixelRegion.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11PixelFormat.h"
 

@@ -1,12 +1,28 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <memory>
 
 #include "platform/linux/frame/PixelImage.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11Extensions.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
+
+// Runs of zeroed pages for pictures; unmapped when the last owner lets go, on any thread. All
+// throw Error when the system has no memory left.
+using PixelMemory = std::shared_ptr<std::uint8_t>;
+
+// Memory of this process alone.
+[[nodiscard]] PixelMemory allocatePixelMemory(std::size_t sizeBytes);
+
+struct SharedPixelMemory {
+  PixelMemory memory;
+  FileDescriptor descriptor;  // another process that maps it sees the same bytes
+};
+[[nodiscard]] SharedPixelMemory allocateSharedPixelMemory(std::size_t sizeBytes);
 
 // How the X server hands over pixels, best first.
 enum class X11Transport {

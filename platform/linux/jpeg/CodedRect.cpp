@@ -5,7 +5,7 @@
 
 #include "platform/linux/frame/PixelImage.h"
 #include "platform/linux/jpeg/JpegCompression.h"
-#include "platform/linux/jpeg/RestartMarkers.h"
+#include "platform/linux/jpeg/JpegFile.h"
 
 namespace quorvin {
 

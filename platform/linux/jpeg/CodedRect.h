@@ -4,9 +4,9 @@
 #include <vector>
 
 #include "platform/linux/frame/CapturedPixelBuffer.h"
-#include "platform/linux/jpeg/GrowingBytes.h"
+#include "platform/linux/jpeg/FrameBufferPool.h"
 #include "platform/linux/jpeg/JpegFile.h"
-#include "platform/linux/jpeg/JpegForm.h"
+#include "platform/linux/jpeg/SegmentPlan.h"
 
 namespace quorvin {
 

@@ -6,12 +6,12 @@
 #include <jerror.h>
 // clang-format on
 
+#include <libyuv/convert_from_argb.h>
+
 #include <algorithm>
 #include <array>
 #include <csetjmp>
 #include <span>
-
-#include "platform/linux/jpeg/PlanarMcuRow.h"
 
 namespace quorvin {
 
@@ -19,6 +19,82 @@ namespace {
 
 constexpr int exactFromQuality = 96;
 constexpr std::size_t firstCapacityBytes = 4096;  // more than a head takes
+
+// The pixels of an MCU row in brightness and colour (JFIF's, that is BT.601 in full range), as
+// libjpeg takes them: colour at half the resolution both ways, rows of whole blocks. What lies
+// beyond the picture repeats its last pixels. libyuv makes it of the pixels in a third of the time
+// that libjpeg needs, and may be a level off where libjpeg is not.
+//
+// Lives in memory that is given to it, and needs no destructor.
+class PlanarMcuRow {
+ public:
+  [[nodiscard]] static std::size_t bytesFor(int widthPx);
+
+  PlanarMcuRow() = default;
+  PlanarMcuRow(std::uint8_t* memory, int widthPx);
+
+  // Of four bytes each: blue, green, red and one more. At most `mcuSidePx` rows.
+  void take(const std::uint8_t* pixels, std::size_t strideBytes, int rowCount);
+
+  // For each of the three components the beginnings of its rows.
+  [[nodiscard]] std::array<std::uint8_t**, 3> components() {
+    return {brightness.data(), blue.data(), red.data()};
+  }
+
+ private:
+  static constexpr int colourRows = mcuSidePx / 2;
+
+  int widthPx = 0;
+  int strideBytes = 0;  // of brightness; that of colour is half of it
+  std::array<std::uint8_t*, mcuSidePx> brightness{};
+  std::array<std::uint8_t*, colourRows> blue{};
+  std::array<std::uint8_t*, colourRows> red{};
+};
+
+int paddedWidth(int widthPx) {
+  return mcusAcross(widthPx) * mcuSidePx;
+}
+
+std::uint8_t* layOutRows(std::span<std::uint8_t*> rows, std::uint8_t* memory, int strideBytes) {
+  for (std::uint8_t*& row : rows) {
+    row = memory;
+    memory += strideBytes;
+  }
+  return memory;
+}
+
+// Of `width` and `height` samples that are there.
+void repeatLast(std::span<std::uint8_t* const> rows, int strideBytes, int width, int height) {
+  const auto present = static_cast<std::size_t>(height);
+  for (std::uint8_t* row : rows.first(present)) {
+    std::fill_n(row + width, strideBytes - width, row[width - 1]);
+  }
+  for (std::uint8_t* row : rows.subspan(present)) {
+    std::copy_n(rows[present - 1], strideBytes, row);
+  }
+}
+
+std::size_t PlanarMcuRow::bytesFor(int widthPx) {
+  return static_cast<std::size_t>(paddedWidth(widthPx)) * (mcuSidePx + colourRows);
+}
+
+PlanarMcuRow::PlanarMcuRow(std::uint8_t* memory, int widthPx)
+    : widthPx(widthPx), strideBytes(paddedWidth(widthPx)) {
+  memory = layOutRows(brightness, memory, strideBytes);
+  memory = layOutRows(blue, memory, strideBytes / 2);
+  layOutRows(red, memory, strideBytes / 2);
+}
+
+void PlanarMcuRow::take(const std::uint8_t* pixels, std::size_t pixelStrideBytes, int rowCount) {
+  const int colourStride = strideBytes / 2;
+  libyuv::ARGBToJ420(pixels, static_cast<int>(pixelStrideBytes), brightness[0], strideBytes,
+                     blue[0], colourStride, red[0], colourStride, widthPx, rowCount);
+  const int colourWidth = (widthPx + 1) / 2;
+  const int colourCount = (rowCount + 1) / 2;
+  repeatLast(brightness, strideBytes, widthPx, rowCount);
+  repeatLast(blue, colourStride, colourWidth, colourCount);
+  repeatLast(red, colourStride, colourWidth, colourCount);
+}
 
 // Everything of one compression. Nothing in here has a destructor: libjpeg reports an error by
 // never returning, so the functions that call it are left by a jump.

@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "platform/linux/jpeg/GrowingBytes.h"
-#include "platform/linux/jpeg/JpegForm.h"
+#include "platform/linux/jpeg/FrameBufferPool.h"
+#include "platform/linux/jpeg/SegmentPlan.h"
 
 namespace quorvin {
 

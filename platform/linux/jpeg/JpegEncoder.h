@@ -11,9 +11,8 @@
 #include "platform/linux/frame/CapturedPixelBuffer.h"
 #include "platform/linux/jpeg/CodedRect.h"
 #include "platform/linux/jpeg/FrameBufferPool.h"
-#include "platform/linux/jpeg/GrowingBytes.h"
 #include "platform/linux/jpeg/JpegFile.h"
-#include "platform/linux/jpeg/JpegForm.h"
+#include "platform/linux/jpeg/SegmentPlan.h"
 #include "platform/linux/jpeg/WorkerTeam.h"
 
 namespace quorvin {

@@ -3,8 +3,6 @@
 #include <cstring>
 #include <utility>
 
-#include "platform/linux/jpeg/RestartMarkers.h"
-
 namespace quorvin {
 
 namespace {
@@ -23,6 +21,32 @@ std::vector<std::size_t> layOut(std::size_t headBytes, const std::vector<Segment
 std::uint8_t* append(std::uint8_t* place, const std::uint8_t* bytes, std::size_t sizeBytes) {
   std::memcpy(place, bytes, sizeBytes);
   return place + sizeBytes;
+}
+
+constexpr std::uint8_t prefix = 0xFF;
+
+constexpr std::size_t blockBytes = 64;
+
+bool isMarker(const std::uint8_t* place) {
+  return place[0] == prefix && place[1] != 0;
+}
+
+// Without a way out of the loop the compiler looks at many bytes at once; every hundredth byte is
+// an FF, and hardly any is that of a marker.
+bool hasMarker(const std::uint8_t* block) {
+  unsigned found = 0;
+  for (std::size_t i = 0; i < blockBytes; ++i) {
+    found |= static_cast<unsigned>(block[i] == prefix) & static_cast<unsigned>(block[i + 1] != 0);
+  }
+  return found != 0;
+}
+
+// Behind the next marker; 0 when there is none.
+std::size_t behindMarker(std::span<const std::uint8_t> coded, std::size_t from) {
+  std::size_t place = from;
+  while (place + blockBytes < coded.size() && !hasMarker(coded.data() + place)) place += blockBytes;
+  while (place + 1 < coded.size() && !isMarker(coded.data() + place)) ++place;
+  return place + 1 < coded.size() ? place + markerBytes : 0;
 }
 
 }  // namespace
@@ -46,6 +70,27 @@ JpegFile assembleJpeg(std::span<const std::uint8_t> head, const std::vector<Segm
   }
   return {Data(buffer, std::span<const std::uint8_t>(buffer.get(), size)), capacity,
           std::move(bounds)};
+}
+
+std::size_t findCodedData(std::span<const std::uint8_t> file) {
+  constexpr std::uint8_t startOfScan = 0xDA;
+  std::size_t place = markerBytes;  // SOI is nothing but a marker
+  while (place + markerBytes + 2 <= file.size() && isMarker(file.data() + place)) {
+    const bool isLast = file[place + 1] == startOfScan;
+    place += markerBytes + std::size_t{256} * file[place + 2] + file[place + 3];
+    if (isLast) return place < file.size() ? place : 0;
+  }
+  return 0;
+}
+
+bool findEnds(std::span<const std::uint8_t> coded, std::span<std::size_t> ends) {
+  std::size_t place = 0;
+  for (std::size_t segment = 0; segment < ends.size(); ++segment) {
+    place = behindMarker(coded, place);
+    if (place == 0 || coded[place - 1] != markerBehind(segment, ends.size())) return false;
+    ends[segment] = place;
+  }
+  return place == coded.size();
 }
 
 }  // namespace quorvin

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "platform/linux/capture/RowTracker.h"
 #include "platform/linux/frame/RowHistory.h"
 
 namespace quorvin {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/linux/capture/RowTracker.h"
+#include "platform/linux/frame/RowHistory.h"
 #include "platform/linux/jpeg/SegmentPlan.h"
 
 namespace quorvin {

@@ -5,9 +5,9 @@
 #include <random>
 #include <vector>
 
-#include "platform/linux/capture/RowTracker.h"
 #include "platform/linux/frame/CapturedPixelBuffer.h"
 #include "platform/linux/frame/PixelRegion.h"
+#include "platform/linux/frame/RowHistory.h"
 
 namespace quorvin {
 

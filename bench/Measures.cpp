@@ -1,4 +1,4 @@
-#include "bench/ProcessorTime.h"
+#include "bench/Measures.h"
 
 #include <unistd.h>
 
