@@ -4,7 +4,7 @@ from style_check_case import StyleCheckCase
 
 
 class CheckDeterminism(StyleCheckCase):
-    script = "check_determinism.py"
+    script = "check_determinism"
 
     def assert_forbidden(self, code, what):
         self.assert_fails({"Runner/A.cpp": f"\n{code}\n"}, f"Runner/A.cpp:2: {what}")
@@ -70,7 +70,7 @@ class CheckDeterminism(StyleCheckCase):
         self.assert_passes({"Runner/A.cpp": "", "platform/linux/A.cpp": "usleep(1);\n"})
 
     def test_an_empty_project_is_an_error(self):
-        self.assertEqual(self.run_on({"README.md": ""})[0], 2)
+        self.assert_exits_with(2, {"README.md": ""})
 
 
 if __name__ == "__main__":

@@ -4,7 +4,7 @@ from style_check_case import StyleCheckCase
 
 
 class CheckWalls(StyleCheckCase):
-    script = "check_walls.py"
+    script = "check_walls"
 
     def assert_crosses(self, source, header):
         """A file with only this include fails, and the complaint names file, line and header."""
@@ -158,7 +158,7 @@ class CheckWalls(StyleCheckCase):
         )
 
     def test_an_empty_project_is_an_error(self):
-        self.assertEqual(self.run_on({"README.md": ""})[0], 2)
+        self.assert_exits_with(2, {"README.md": ""})
 
 
 if __name__ == "__main__":

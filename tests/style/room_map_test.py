@@ -6,7 +6,7 @@ MARKS = "<!-- picture: rooms -->\n{}<!-- end of picture -->\n"
 
 
 class RoomMap(StyleCheckCase):
-    script = "room_map.py"
+    script = "room_map"
     sources = {
         "webui/A.cpp": '#include "platform/unix/A.h"\n#include "platform/Data.h"\n',
         "platform/Data.h": "",
@@ -36,7 +36,7 @@ class RoomMap(StyleCheckCase):
         self.assert_fails(self.project_with(("webui", "platform/unix")), "is out of date")
 
     def test_a_document_without_a_place_for_it_is_an_error(self):
-        self.assertEqual(self.run_on(self.sources | {"docs/architecture.md": ""})[0], 2)
+        self.assert_exits_with(2, self.sources | {"docs/architecture.md": ""})
 
 
 if __name__ == "__main__":
