@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Counts the tests of JUnit files as ctest writes them.
+"""Counts the tests of JUnit files as ctest and GoogleTest write them.
 
 Prints "<passed> <failed>" and then the name of each test that did not pass, one a line. A test
 that was skipped, disabled or could not be run did not pass.
@@ -9,11 +9,22 @@ import sys
 import xml.etree.ElementTree as ElementTree
 
 
+def passed(case):
+    """GoogleTest says of a test that failed that it was run, and adds what failed."""
+    ended_well = case.get("status") == "run" and case.get("result", "completed") == "completed"
+    return ended_well and case.find("failure") is None
+
+
+def name_of(case):
+    """ctest knows only whole names, and writes them twice."""
+    name, suite = case.get("name", "?"), case.get("classname")
+    return name if suite in (None, name) else f"{suite}.{name}"
+
+
 def failed_tests(path):
     """The number of tests in the file, and the names of those that did not pass."""
     cases = list(ElementTree.parse(path).getroot().iter("testcase"))
-    failed = [case.get("name", "?") for case in cases if case.get("status") != "run"]
-    return len(cases), failed
+    return len(cases), [name_of(case) for case in cases if not passed(case)]
 
 
 def main(paths):
