@@ -1,5 +1,6 @@
 #include "Runner/QuorvinHostBridge.h"
 
+#include <cassert>
 #include <string>
 #include <utility>
 
@@ -65,6 +66,7 @@ QuorvinHostBridge::~QuorvinHostBridge() {
 }
 
 void QuorvinHostBridge::handle(const FlutterMethodCall& call, FlutterResult result) {
+  assert(platform.dispatch.mainQueue()->isCurrent());
   const auto& method = call.method;
   if (method == "capabilities") {
     replyWithCapabilities(std::move(result));
@@ -146,11 +148,13 @@ void QuorvinHostBridge::configureStream(const Value& arguments, FlutterResult re
 
 std::optional<FlutterError> QuorvinHostBridge::onListen(const Value& /*arguments*/,
                                                         FlutterEventSink sink) {
+  assert(platform.dispatch.mainQueue()->isCurrent());
   eventSink = std::move(sink);
   return std::nullopt;
 }
 
 std::optional<FlutterError> QuorvinHostBridge::onCancel(const Value& /*arguments*/) {
+  assert(platform.dispatch.mainQueue()->isCurrent());
   eventSink = {};
   return std::nullopt;
 }

@@ -1,5 +1,6 @@
 // The session half of the host bridge: how a session starts, runs and ends.
 
+#include <cassert>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -83,6 +84,7 @@ void QuorvinHostBridge::startCompleted(std::int64_t generation,
                                        const std::shared_ptr<QuorvinScreenCapture>& started,
                                        const std::optional<Error>& error,
                                        const FlutterResult& result) {
+  assert(platform.dispatch.mainQueue()->isCurrent());
   if (captureGeneration != generation) {
     started->stop();
     return result(FlutterError{"capture_cancelled", "Support was stopped.", {}});
@@ -97,6 +99,7 @@ void QuorvinHostBridge::startCompleted(std::int64_t generation,
 }
 
 void QuorvinHostBridge::captureEnded(std::int64_t generation, const Error& error) {
+  assert(platform.dispatch.mainQueue()->isCurrent());
   if (captureGeneration != generation) return;
   clearSession();
   if (!eventSink) return;
@@ -106,6 +109,7 @@ void QuorvinHostBridge::captureEnded(std::int64_t generation, const Error& error
 }
 
 void QuorvinHostBridge::clearSession() {
+  assert(platform.dispatch.mainQueue()->isCurrent());
   remoteInput().releaseAll();
   inputDisplayID.reset();
   capture.reset();
@@ -113,11 +117,13 @@ void QuorvinHostBridge::clearSession() {
 }
 
 void QuorvinHostBridge::sendFrame(std::int64_t generation, Data frame) {
+  assert(platform.dispatch.mainQueue()->isCurrent());
   if (captureGeneration != generation || capture == nullptr || !eventSink) return;
   eventSink(Value(std::move(frame)));
 }
 
 void QuorvinHostBridge::stopCapture() {
+  assert(platform.dispatch.mainQueue()->isCurrent());
   endSupportActivity();
   captureGeneration = nextGeneration(captureGeneration);
   remoteInput().releaseAll();

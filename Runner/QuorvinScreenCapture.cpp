@@ -71,6 +71,7 @@ void QuorvinScreenCapture::abandon() {
 }
 
 void QuorvinScreenCapture::start(Completion completion) {
+  assert(platform.dispatch.mainQueue()->isCurrent());
   const auto preferredDisplay = platform.screenCapture.mainScreenNumber();
   platform.screenCapture.getShareableContent(
       /*excludingDesktopWindows=*/true, /*onScreenWindowsOnly=*/true,
@@ -89,6 +90,7 @@ void QuorvinScreenCapture::startWithContent(std::optional<DisplayID> preferredDi
                                             const ShareableContent* content,
                                             const std::optional<Error>& error,
                                             const Completion& completion) {
+  assert(platform.dispatch.mainQueue()->isCurrent());
   if (isStopped()) return completion(captureStoppedError());
   if (error) return completion(error);
   if (content == nullptr || content->displays.empty()) return completion(noDisplayError());
@@ -99,6 +101,7 @@ void QuorvinScreenCapture::startWithContent(std::optional<DisplayID> preferredDi
 }
 
 void QuorvinScreenCapture::chooseDisplay(const std::shared_ptr<ShareableDisplay>& display) {
+  assert(platform.dispatch.mainQueue()->isCurrent());
   capturedDisplayID = display->displayID();
   displayWidth = display->widthPt();
   displayHeight = display->heightPt();
@@ -106,6 +109,7 @@ void QuorvinScreenCapture::chooseDisplay(const std::shared_ptr<ShareableDisplay>
 
 void QuorvinScreenCapture::startStream(const std::shared_ptr<ShareableDisplay>& display,
                                        const Completion& completion) {
+  assert(platform.dispatch.mainQueue()->isCurrent());
   const auto newStream = platform.screenCapture.makeStream(
       ContentFilter{display},
       makeStreamConfiguration(currentSettings(), displayWidth, displayHeight), weak_from_this());
@@ -130,6 +134,7 @@ void QuorvinScreenCapture::startStream(const std::shared_ptr<ShareableDisplay>& 
 }
 
 void QuorvinScreenCapture::configure(const PictureSettings& newSettings, Completion completion) {
+  assert(platform.dispatch.mainQueue()->isCurrent());
   if (isStopped()) return completion(captureStoppedError());
 
   captureQueue->async([weak = weak_from_this(), newSettings] {
@@ -162,6 +167,7 @@ void QuorvinScreenCapture::configure(const PictureSettings& newSettings, Complet
 }
 
 void QuorvinScreenCapture::stop() {
+  assert(platform.dispatch.mainQueue()->isCurrent());
   markStopped();
   // Held strongly: encoder and timer belong to the capture queue and must be taken down there, even
   // when the owner lets go of the capture right after this call.
@@ -179,6 +185,7 @@ void QuorvinScreenCapture::streamDidStopWithError(const Error& error) {
 }
 
 void QuorvinScreenCapture::endAfterSystemStop(const Error& error) {
+  assert(platform.dispatch.mainQueue()->isCurrent());
   const auto ended = takeStream();
   const bool endedHere = markStopped();
   // The encoder stays: it goes when the owner lets go of the capture.
@@ -189,6 +196,7 @@ void QuorvinScreenCapture::endAfterSystemStop(const Error& error) {
 }
 
 void QuorvinScreenCapture::startSampleWatchdog() {
+  assert(captureQueue->isCurrent());
   cancelSampleWatchdog();
   lastSampleAt = platform.dispatch.uptimeNanoseconds();
   sampleWatchdog = platform.dispatch.makeTimer(captureQueue);
@@ -207,12 +215,14 @@ void QuorvinScreenCapture::cancelSampleWatchdog() {
 }
 
 bool QuorvinScreenCapture::stalled() {
+  assert(captureQueue->isCurrent());
   if (isStopped()) return false;
   const auto now = platform.dispatch.uptimeNanoseconds();
   return heldStream() != nullptr && lastSampleAt <= now && now - lastSampleAt >= stallLimitNs;
 }
 
 void QuorvinScreenCapture::watchdogTick() {
+  assert(captureQueue->isCurrent());
   // Another ending may come between the two; whoever sets the flag reports.
   if (!stalled() || !markStopped()) return;
   const auto silent = takeStream();
@@ -239,6 +249,7 @@ void QuorvinScreenCapture::streamDidOutputSample(const CaptureSample& sample,
 
 bool QuorvinScreenCapture::encodeH264(const std::shared_ptr<PixelBuffer>& picture,
                                       MediaTime presentationTimeStamp) {
+  assert(captureQueue->isCurrent());
   const auto width = static_cast<std::int64_t>(picture->widthPx());
   const auto height = static_cast<std::int64_t>(picture->heightPx());
   if (h264Encoder == nullptr || h264Encoder->width != width || h264Encoder->height != height) {
@@ -251,6 +262,7 @@ bool QuorvinScreenCapture::encodeH264(const std::shared_ptr<PixelBuffer>& pictur
 }
 
 void QuorvinScreenCapture::makeH264Encoder(std::int64_t width, std::int64_t height) {
+  assert(captureQueue->isCurrent());
   const auto current = currentSettings();
   try {
     // The sink holds the capture strongly: there is one for as long as anything can come out.
@@ -272,6 +284,7 @@ void QuorvinScreenCapture::dropH264Encoder() {
 }
 
 void QuorvinScreenCapture::encodeJPEG(const PixelBuffer& picture) {
+  assert(captureQueue->isCurrent());
   const double factor = static_cast<double>(currentSettings().jpegQuality) / 100.0;
   if (auto file = imageContext->jpegRepresentation(picture, factor)) {
     deliverLatest(std::move(*file));
@@ -293,6 +306,7 @@ void QuorvinScreenCapture::deliverLatest(Data payload) {
 }
 
 void QuorvinScreenCapture::deliverPendingFrame() {
+  assert(platform.dispatch.mainQueue()->isCurrent());
   std::optional<Data> payload;
   {
     const MutexLock lock(frameLock);

@@ -19,7 +19,8 @@ enum class QualityOfService { unspecified, userInitiated, userInteractive };
 class DispatchQueue : public Interface {
  public:
   virtual void async(Task task) = 0;  // any thread
-  // True inside a task of this queue; for assertions.
+  // True inside a task of this queue, and on all of the main thread for the main queue; for
+  // assertions.
   [[nodiscard]] virtual bool isCurrent() const = 0;
 };
 

@@ -63,7 +63,14 @@ void SimulatedQueue::async(Task task) {
 }
 
 bool SimulatedQueue::isCurrent() const {
-  return owner.current == this;
+  // Whoever drives the simulation stands for the main thread's own events.
+  return (owner.current == nullptr ? owner.main.get() : owner.current) == this;
+}
+
+void SimulatedDispatch::onMainThread(const Task& act) {
+  const auto* const interrupted = std::exchange(current, main.get());
+  act();
+  current = interrupted;
 }
 
 std::size_t SimulatedQueue::pendingFrom(const SimulatedQueue* origin) const {

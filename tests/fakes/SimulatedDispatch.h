@@ -81,6 +81,8 @@ class SimulatedDispatch final : public Dispatch {
   // The serial queue made last that is still alive, or null.
   [[nodiscard]] std::shared_ptr<SimulatedQueue> newestSerialQueue() const;
 
+  // Does something as the main thread, whatever is running: what happens there meanwhile.
+  void onMainThread(const Task& act);
   // Runs one waiting task; false when there is none.
   bool runOne();
   // Runs the oldest waiting task of one queue, which must have one.

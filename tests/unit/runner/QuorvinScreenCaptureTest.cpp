@@ -296,7 +296,7 @@ TEST_F(ScreenCaptureTest, AStopWhileTheWatchdogLooksWins) {
   const auto running = stream();
   machine.dispatch.whileReadingClock = [this] {
     machine.dispatch.whileReadingClock = {};
-    capture->stop();
+    machine.dispatch.onMainThread([this] { capture->stop(); });
   };
   machine.dispatch.advanceAndRun(6 * second);
   EXPECT_THAT(stops, IsEmpty());
@@ -407,7 +407,7 @@ TEST_F(ScreenCaptureTest, AQueuedDeliveryFindsNothingAfterAStop) {
 TEST_F(ScreenCaptureTest, AFrameThatIsBeingEncodedAtTheStopIsDropped) {
   start();
   machine.imageEncoder.whileEncoding = [this] {
-    capture->stop();
+    machine.dispatch.onMainThread([this] { capture->stop(); });
   };
   send(FakeSample::complete(1));
   EXPECT_THAT(emitted, IsEmpty());
@@ -421,7 +421,8 @@ TEST_F(ScreenCaptureTest, LetsGoOfAPayloadOutsideItsLocks) {
   std::string when = "replaced";
   machine.imageEncoder.whenLetGo = [&] {
     let.push_back(when);
-    capture->configure(PictureSettings(), [](const auto& /*error*/) {});
+    machine.dispatch.onMainThread(
+        [this] { capture->configure(PictureSettings(), [](const auto& /*error*/) {}); });
   };
   start();
   const auto running = stream();

@@ -127,7 +127,7 @@ TEST_F(ScreenCaptureH264Test, HoldsNoLockWhileAPictureIsPutInOrTheLastComeOut) {
   int asked = 0;
   encoder().whileEncoding = encoder().whileCompleting = [&] {
     asked += capture->requestedCodec() == "h264" ? 1 : 0;
-    capture->stop();
+    machine.dispatch.onMainThread([this] { capture->stop(); });
   };
   sendPicture(1);
   EXPECT_EQ(asked, 2);
