@@ -16,21 +16,21 @@ std::size_t bytesOf(PixelSize size) {
 
 }  // namespace
 
-BareCapture::BareCapture(const std::string& server, PixelSize screen, PixelSize picture)
+BareCapture::BareCapture(const std::string& server, PixelSize screen, PixelSize frame)
     : connection(server),
       screen(screen),
-      picture(picture),
+      frame(frame),
       segment(xcb_generate_id(connection.get())),
-      file(tjBufSize(picture.width, picture.height, TJSAMP_420)) {
+      file(tjBufSize(frame.width, frame.height, TJSAMP_420)) {
   auto shared = allocateSharedPixelMemory(bytesOf(screen));
   fetched = shared.memory;
-  scaled = screen == picture ? fetched : allocatePixelMemory(bytesOf(picture));
+  scaled = screen == frame ? fetched : allocatePixelMemory(bytesOf(frame));
   xcb_shm_attach_fd(connection.get(), segment, shared.descriptor.release(), 0);
 }
 
 void BareCapture::run() {
   fetch();
-  if (screen != picture) scale();
+  if (screen != frame) scale();
   encode();
 }
 
@@ -45,14 +45,14 @@ void BareCapture::fetch() {
 
 void BareCapture::scale() {
   libyuv::ARGBScale(fetched.get(), screen.width * 4, screen.width, screen.height, scaled.get(),
-                    picture.width * 4, picture.width, picture.height, libyuv::kFilterBilinear);
+                    frame.width * 4, frame.width, frame.height, libyuv::kFilterBilinear);
 }
 
 void BareCapture::encode() {
   auto* bytes = file.data();
   auto size = static_cast<unsigned long>(file.size());  // NOLINT: the library's own type
-  if (tjCompress2(compressor.get(), scaled.get(), picture.width, 0, picture.height, TJPF_BGRX,
-                  &bytes, &size, TJSAMP_420, quality, TJFLAG_FASTDCT | TJFLAG_NOREALLOC) != 0) {
+  if (tjCompress2(compressor.get(), scaled.get(), frame.width, 0, frame.height, TJPF_BGRX, &bytes,
+                  &size, TJSAMP_420, quality, TJFLAG_FASTDCT | TJFLAG_NOREALLOC) != 0) {
     throw std::runtime_error("not encoded");
   }
 }

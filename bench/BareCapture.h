@@ -14,11 +14,11 @@
 namespace quorvin {
 
 // The library calls that make a JPEG file of a whole screen, with nothing around them: fetch it
-// through shared memory, scale it where the picture is smaller, encode it with TurboJPEG. The
+// through shared memory, scale it where the frame is smaller, encode it with TurboJPEG. The
 // settings of scaling and of JPEG are the host's, at quality 72. One thread at a time.
 class BareCapture {
  public:
-  BareCapture(const std::string& server, PixelSize screen, PixelSize picture);
+  BareCapture(const std::string& server, PixelSize screen, PixelSize frame);
 
   void run();
 
@@ -29,7 +29,7 @@ class BareCapture {
 
   X11Connection connection;
   PixelSize screen;
-  PixelSize picture;
+  PixelSize frame;
   xcb_shm_seg_t segment;
   PixelMemory fetched;
   PixelMemory scaled;

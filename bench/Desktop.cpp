@@ -85,11 +85,11 @@ class Painter {
 
 }  // namespace
 
-std::vector<std::uint32_t> desktopPicture(int widthPx, int heightPx, std::uint32_t seed) {
+std::vector<std::uint32_t> desktopImage(int widthPx, int heightPx, std::uint32_t seed) {
   return Painter(widthPx, heightPx, seed).paint();
 }
 
-std::vector<std::uint32_t> textPicture(int widthPx, int heightPx, std::uint32_t seed) {
+std::vector<std::uint32_t> textImage(int widthPx, int heightPx, std::uint32_t seed) {
   return Painter(widthPx, heightPx, seed).paintText();
 }
 

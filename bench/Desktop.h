@@ -5,12 +5,12 @@
 
 namespace quorvin {
 
-// A picture that encodes like a desktop full of windows with text: plain areas, title bars and rows
-// of glyph-like marks. The same seed gives the same picture. Rows of 0xRRGGBB pixels.
-[[nodiscard]] std::vector<std::uint32_t> desktopPicture(int widthPx, int heightPx,
-                                                        std::uint32_t seed);
+// An image that encodes like a desktop full of windows with text: plain areas, title bars and rows
+// of glyph-like marks. The same seed gives the same image. Rows of 0xRRGGBB pixels.
+[[nodiscard]] std::vector<std::uint32_t> desktopImage(int widthPx, int heightPx,
+                                                      std::uint32_t seed);
 
 // Lines of such text on paper, each 18 rows high.
-[[nodiscard]] std::vector<std::uint32_t> textPicture(int widthPx, int heightPx, std::uint32_t seed);
+[[nodiscard]] std::vector<std::uint32_t> textImage(int widthPx, int heightPx, std::uint32_t seed);
 
 }  // namespace quorvin

@@ -35,15 +35,15 @@ std::int64_t squareOfDifference(std::uint32_t a, std::uint32_t b) {
 
 }  // namespace
 
-void PictureDecoder::Free::operator()(AVCodecContext* owned) const {
+void FrameDecoder::Free::operator()(AVCodecContext* owned) const {
   avcodec_free_context(&owned);
 }
 
-void PictureDecoder::Free::operator()(AVFrame* owned) const {
+void FrameDecoder::Free::operator()(AVFrame* owned) const {
   av_frame_free(&owned);
 }
 
-PictureDecoder::PictureDecoder(bool isH264) : frame(av_frame_alloc()) {
+FrameDecoder::FrameDecoder(bool isH264) : frame(av_frame_alloc()) {
   const AVCodec* codec = avcodec_find_decoder(isH264 ? AV_CODEC_ID_H264 : AV_CODEC_ID_MJPEG);
   require(codec != nullptr, "no decoder");
   context.reset(avcodec_alloc_context3(codec));
@@ -53,12 +53,12 @@ PictureDecoder::PictureDecoder(bool isH264) : frame(av_frame_alloc()) {
   require(avcodec_open2(context.get(), codec, nullptr) == 0, "the decoder does not open");
 }
 
-std::vector<std::uint32_t> PictureDecoder::decode(std::span<const std::uint8_t> picture,
-                                                  PixelSize size) {
-  require(avcodec_send_packet(context.get(), AvPacket(picture).get()) == 0 &&
+std::vector<std::uint32_t> FrameDecoder::decode(std::span<const std::uint8_t> coded,
+                                                PixelSize size) {
+  require(avcodec_send_packet(context.get(), AvPacket(coded).get()) == 0 &&
               avcodec_receive_frame(context.get(), frame.get()) == 0,
-          "no picture");
-  require(frame->width == size.width && frame->height == size.height, "a picture of another size");
+          "no frame");
+  require(frame->width == size.width && frame->height == size.height, "a frame of another size");
   std::vector<std::uint32_t> pixels(static_cast<std::size_t>(wholeOf(size).area()));
   require(libyuv::I420ToARGBMatrix(frame->data[0], frame->linesize[0], frame->data[1],
                                    frame->linesize[1], frame->data[2], frame->linesize[2],
@@ -68,7 +68,7 @@ std::vector<std::uint32_t> PictureDecoder::decode(std::span<const std::uint8_t> 
   return pixels;
 }
 
-double meanSquareError(std::span<const std::uint32_t> picture,
+double meanSquareError(std::span<const std::uint32_t> frame,
                        std::span<const std::uint32_t> original, PixelSize size,
                        const PixelRect& leftOut) {
   std::int64_t sum = 0;
@@ -78,7 +78,7 @@ double meanSquareError(std::span<const std::uint32_t> picture,
           x >= leftOut.x && x < leftOut.right() && y >= leftOut.y && y < leftOut.bottom();
       const auto i = static_cast<std::size_t>(y) * static_cast<std::size_t>(size.width) +
                      static_cast<std::size_t>(x);
-      if (!isLeftOut) sum += squareOfDifference(picture[i], original[i]);
+      if (!isLeftOut) sum += squareOfDifference(frame[i], original[i]);
     }
   }
   const auto pixels = wholeOf(size).area() - intersectionOf(wholeOf(size), leftOut).area();

@@ -12,15 +12,15 @@ struct AVFrame;
 
 namespace quorvin {
 
-// Decodes pictures that each stand by themselves with libavcodec, as the colours that they say
+// Decodes frames that each stand by themselves with libavcodec, as the colours that they say
 // they have. One thread at a time.
-class PictureDecoder {
+class FrameDecoder {
  public:
-  explicit PictureDecoder(bool isH264);
+  explicit FrameDecoder(bool isH264);
 
-  // Rows of 0xRRGGBB pixels with any fourth byte. Throws std::runtime_error for what is no picture
+  // Rows of 0xRRGGBB pixels with any fourth byte. Throws std::runtime_error for what is no frame
   // of that size.
-  [[nodiscard]] std::vector<std::uint32_t> decode(std::span<const std::uint8_t> picture,
+  [[nodiscard]] std::vector<std::uint32_t> decode(std::span<const std::uint8_t> coded,
                                                   PixelSize size);
 
  private:
@@ -35,7 +35,7 @@ class PictureDecoder {
 
 // The mean square of the differences of red, green and blue outside of an area. Both are rows of
 // 0xRRGGBB pixels.
-[[nodiscard]] double meanSquareError(std::span<const std::uint32_t> picture,
+[[nodiscard]] double meanSquareError(std::span<const std::uint32_t> frame,
                                      std::span<const std::uint32_t> original, PixelSize size,
                                      const PixelRect& leftOut);
 

@@ -28,9 +28,9 @@ std::shared_ptr<ShareableDisplay> firstDisplay(LinuxScreenCapture& capture) {
 
 void StreamPayloads::Output::streamDidOutputSample(const CaptureSample& sample,
                                                    StreamOutputType /*type*/) {
-  const auto picture = sample.imageBuffer();
-  if (!picture) return;
-  auto payload = context->jpegRepresentation(*picture, compressionFactor);
+  const auto frame = sample.imageBuffer();
+  if (!frame) return;
+  auto payload = context->jpegRepresentation(*frame, compressionFactor);
   if (!payload) return;
   const std::scoped_lock lock(mutex);
   newest = std::move(payload);
@@ -47,9 +47,9 @@ StreamPayloads::Times StreamPayloads::Output::next() {
   return *std::exchange(times, std::nullopt);
 }
 
-StreamPayloads::StreamPayloads(const std::string& server, PixelSize picture) : capture(server) {
-  const StreamConfiguration configuration{picture.width, picture.height,   {1, 1000}, 3,
-                                          false,         pixelFormat32BGRA};
+StreamPayloads::StreamPayloads(const std::string& server, PixelSize frame) : capture(server) {
+  const StreamConfiguration configuration{frame.width, frame.height, {1, 1000},
+                                          3,           false,        pixelFormat32BGRA};
   stream = capture.makeStream({firstDisplay(capture)}, configuration, {});
   if (stream->addStreamOutput(output, StreamOutputType::screen, queue)) {
     throw std::runtime_error("no output");

@@ -15,20 +15,20 @@
 namespace quorvin {
 
 // A running stream of an X server's screen, without the pointer and as fast as the screen changes,
-// and one image context that makes a JPEG file at quality 72 of each picture on a thread of its
+// and one image context that makes a JPEG file at quality 72 of each frame on a thread of its
 // own. One thread at a time.
 class StreamPayloads {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // When the stream decided to capture a picture, and when its file was there.
+  // When the stream decided to capture a frame, and when its file was there.
   struct Times {
     Clock::time_point decided;
     Clock::time_point done;
   };
 
   // Returns when the first file is there.
-  StreamPayloads(const std::string& server, PixelSize picture);
+  StreamPayloads(const std::string& server, PixelSize frame);
 
   // Waits for the next file; throws std::runtime_error when none comes.
   Times next() { return output->next(); }

@@ -1,5 +1,5 @@
 // What capturing adds to the calls that no capture can do without. For each size, in one run: the
-// library calls alone (fetch the whole screen through shared memory, scale it where the picture is
+// library calls alone (fetch the whole screen through shared memory, scale it where the frame is
 // smaller, encode it), and a stream of ours, from its decision to capture to the finished payload,
 // for a change of the whole screen. The settings of JPEG and of scaling are the same on both sides.
 // The counters are medians of a run; the ratio is meant to stay at or below 1.10.
@@ -13,7 +13,7 @@
 #include "bench/BareCapture.h"
 #include "bench/Desktop.h"
 #include "bench/Measures.h"
-#include "bench/ScreenPictures.h"
+#include "bench/ScreenFrames.h"
 #include "bench/StreamPayloads.h"
 #include "tests/linux/system/XServer.h"
 
@@ -23,7 +23,7 @@ namespace {
 PixelSize screenOf(const benchmark::State& state) {
   return {static_cast<int>(state.range(0)), static_cast<int>(state.range(1))};
 }
-PixelSize pictureOf(const benchmark::State& state) {
+PixelSize frameOf(const benchmark::State& state) {
   return {static_cast<int>(state.range(2)), static_cast<int>(state.range(3))};
 }
 
@@ -33,11 +33,11 @@ void captureToPayload(benchmark::State& state) {
   const XServer server({"-screen", "0",
                         std::to_string(screen.width) + "x" + std::to_string(screen.height) + "x24",
                         "-noreset"});
-  ScreenPictures desktops(server.display(), wholeOf(screen),
-                          {desktopPicture(screen.width, screen.height, 1),
-                           desktopPicture(screen.width, screen.height, 2)});
-  BareCapture calls(server.display(), screen, pictureOf(state));
-  StreamPayloads stream(server.display(), pictureOf(state));
+  ScreenFrames desktops(
+      server.display(), wholeOf(screen),
+      {desktopImage(screen.width, screen.height, 1), desktopImage(screen.width, screen.height, 2)});
+  BareCapture calls(server.display(), screen, frameOf(state));
+  StreamPayloads stream(server.display(), frameOf(state));
   std::vector<double> ours;
   std::vector<double> bare;
   std::vector<double> ratios;

@@ -1,12 +1,12 @@
 // What a change of the screen costs by its size, 30 changes a second, three ways to make JPEG files
 // of them: the host's capture stream and image context; TurboJPEG over the whole screen, fetched
-// and scaled with nothing around it; and `ffmpeg -f x11grab` at 30 pictures a second with mjpeg of
+// and scaled with nothing around it; and `ffmpeg -f x11grab` at 30 frames a second with mjpeg of
 // about the same quality. The changes: none, a caret, a line of text, a window of a quarter of the
 // screen, everything.
 //
 // Processor times are those of all threads, for each change, or for a thirtieth of a second where
 // nothing changes. The latency is the time from painting to the whole file being in memory, or to
-// the whole first picture that differs having come out of ffmpeg. TurboJPEG begins right after
+// the whole first frame that differs having come out of ffmpeg. TurboJPEG begins right after
 // painting, without having to be told. The three take turns, in each of which one of them runs
 // alone. The counters are medians of the turns.
 
@@ -23,9 +23,9 @@
 
 #include "bench/BareCapture.h"
 #include "bench/Desktop.h"
-#include "bench/FfmpegPictures.h"
+#include "bench/FfmpegFrames.h"
 #include "bench/Measures.h"
-#include "bench/ScreenPictures.h"
+#include "bench/ScreenFrames.h"
 #include "bench/StreamPayloads.h"
 #include "tests/linux/system/XServer.h"
 
@@ -57,15 +57,15 @@ PixelRect areaOf(Change change, PixelSize screen) {
 }
 
 // What the area shows in turn.
-std::vector<std::vector<std::uint32_t>> picturesOf(Change change, PixelSize area) {
+std::vector<std::vector<std::uint32_t>> framesOf(Change change, PixelSize area) {
   const auto plain = [area](std::uint32_t colour) {
     return std::vector<std::uint32_t>(static_cast<std::size_t>(wholeOf(area).area()), colour);
   };
   if (change == Change::none || change == Change::caret) return {plain(0xFCFCFA), plain(0x202428)};
   if (change == Change::line) {
-    return {textPicture(area.width, area.height, 1), textPicture(area.width, area.height, 2)};
+    return {textImage(area.width, area.height, 1), textImage(area.width, area.height, 2)};
   }
-  return {desktopPicture(area.width, area.height, 3), desktopPicture(area.width, area.height, 4)};
+  return {desktopImage(area.width, area.height, 3), desktopImage(area.width, area.height, 4)};
 }
 
 // A virtual screen with a desktop, a part of which changes.
@@ -78,8 +78,8 @@ class ChangingScreen {
                 std::to_string(size.width) + "x" + std::to_string(size.height) + "x24",
                 "-noreset"}),
         area(server.display(), areaOf(change, size),
-             picturesOf(change, areaOf(change, size).size())) {
-    ScreenPictures(server.display(), wholeOf(size), {desktopPicture(size.width, size.height, 1)})
+             framesOf(change, areaOf(change, size).size())) {
+    ScreenFrames(server.display(), wholeOf(size), {desktopImage(size.width, size.height, 1)})
         .show(0);
     area.show(0);
   }
@@ -93,7 +93,7 @@ class ChangingScreen {
  private:
   Change change;
   XServer server;
-  ScreenPictures area;
+  ScreenFrames area;
 };
 
 // Milliseconds.
@@ -115,8 +115,8 @@ Clock::time_point fileOf(StreamPayloads& stream, Clock::time_point paintedFrom) 
   return times.done;
 }
 
-Costs measureOurs(ChangingScreen& screen, PixelSize picture, int changes) {
-  StreamPayloads stream(screen.display(), picture);
+Costs measureOurs(ChangingScreen& screen, PixelSize frame, int changes) {
+  StreamPayloads stream(screen.display(), frame);
   std::vector<double> latencies;
   // Everything of ours runs on threads of its own.
   const auto before = otherThreadsTime();
@@ -132,8 +132,8 @@ Costs measureOurs(ChangingScreen& screen, PixelSize picture, int changes) {
           screen.changes() ? median(latencies) : 0};
 }
 
-Costs measureBare(ChangingScreen& screen, PixelSize picture, int changes) {
-  BareCapture calls(screen.display(), screen.size, picture);
+Costs measureBare(ChangingScreen& screen, PixelSize frame, int changes) {
+  BareCapture calls(screen.display(), screen.size, frame);
   calls.run();  // touches its memory
   std::vector<double> latencies;
   double processor = 0;
@@ -150,44 +150,44 @@ Costs measureBare(ChangingScreen& screen, PixelSize picture, int changes) {
   return {processor / changes, median(latencies)};
 }
 
-FfmpegPictures startFfmpeg(const ChangingScreen& screen, PixelSize picture) {
+FfmpegFrames startFfmpeg(const ChangingScreen& screen, PixelSize frame) {
   auto output = motionJpeg(ffmpegQuality);
-  // With more threads, pictures come out later.
+  // With more threads, frames come out later.
   output.insert(output.end(), {"-threads", "1"});
-  if (picture != screen.size) {
-    output.insert(output.end(), {"-vf", "scale=" + std::to_string(picture.width) + ":" +
-                                            std::to_string(picture.height) + ":flags=bilinear"});
+  if (frame != screen.size) {
+    output.insert(output.end(), {"-vf", "scale=" + std::to_string(frame.width) + ":" +
+                                            std::to_string(frame.height) + ":flags=bilinear"});
   }
-  return FfmpegPictures({.server = screen.display(),
-                         .screen = screen.size,
-                         .input = {"-draw_mouse", "0"},
-                         .output = std::move(output)});
+  return FfmpegFrames({.server = screen.display(),
+                       .screen = screen.size,
+                       .input = {"-draw_mouse", "0"},
+                       .output = std::move(output)});
 }
 
-PictureSource::Bytes nextOf(FfmpegPictures& ffmpeg) {
-  auto picture = ffmpeg.next(Clock::now() + 10s);
-  if (!picture) throw std::runtime_error("no picture");
-  return std::move(*picture);
+FrameSource::Bytes nextOf(FfmpegFrames& ffmpeg) {
+  auto frame = ffmpeg.next(Clock::now() + 10s);
+  if (!frame) throw std::runtime_error("no frame");
+  return std::move(*frame);
 }
 
-// Its pictures come at their own beat; the changes fall anywhere between two of them.
-Costs measureFfmpeg(ChangingScreen& screen, PixelSize picture, int changes) {
-  auto ffmpeg = startFfmpeg(screen, picture);
-  PictureSource::Bytes shown;
+// Its frames come at their own beat; the changes fall anywhere between two of them.
+Costs measureFfmpeg(ChangingScreen& screen, PixelSize frame, int changes) {
+  auto ffmpeg = startFfmpeg(screen, frame);
+  FrameSource::Bytes shown;
   for (int i = 0; i < 10; ++i) shown = nextOf(ffmpeg);
   std::vector<double> latencies;
   const auto before = processorTimeOf(ffmpeg.processId());
-  int pictures = 0;
+  int frames = 0;
   for (int i = 0; i < changes; ++i) {
     std::this_thread::sleep_for(changeInterval * (i % 10) / 10);
     const auto start = Clock::now();
     if (screen.changes()) screen.paint();
     auto next = nextOf(ffmpeg);
-    for (++pictures; screen.changes() && next == shown; ++pictures) next = nextOf(ffmpeg);
+    for (++frames; screen.changes() && next == shown; ++frames) next = nextOf(ffmpeg);
     latencies.push_back(milliseconds(Clock::now() - start));
     shown = std::move(next);
   }
-  return {milliseconds(processorTimeOf(ffmpeg.processId()) - before) / pictures, median(latencies)};
+  return {milliseconds(processorTimeOf(ffmpeg.processId()) - before) / frames, median(latencies)};
 }
 
 void report(benchmark::State& state, const std::string& name, const std::vector<Turn>& turns,
@@ -202,14 +202,14 @@ void report(benchmark::State& state, const std::string& name, const std::vector<
   if (change != Change::none) state.counters[name + "LatencyMs"] = median(latency);
 }
 
-void costOfChange(benchmark::State& state, Change change, PixelSize screenSize, PixelSize picture) {
+void costOfChange(benchmark::State& state, Change change, PixelSize screenSize, PixelSize frame) {
   ChangingScreen screen(screenSize, change);
   const int changes = effort(6, 60);
   std::vector<Turn> turns;
   std::vector<double> ratios;
   for (auto _ : state) {
-    const Turn turn{measureOurs(screen, picture, changes), measureBare(screen, picture, changes),
-                    measureFfmpeg(screen, picture, changes / 2)};
+    const Turn turn{measureOurs(screen, frame, changes), measureBare(screen, frame, changes),
+                    measureFfmpeg(screen, frame, changes / 2)};
     turns.push_back(turn);
     ratios.push_back(turn.ours.processor / turn.bare.processor);
     state.SetIterationTime(turn.ours.processor / 1000);
@@ -227,11 +227,11 @@ void eachChange() {
                                std::pair("everything", Change::everything)};
   constexpr std::array sizes{std::pair(PixelSize{1920, 1080}, PixelSize{1920, 1080}),
                              std::pair(PixelSize{2560, 1600}, PixelSize{1920, 1200})};
-  for (const auto& [screen, picture] : sizes) {
+  for (const auto& [screen, frame] : sizes) {
     for (const auto& [name, change] : changes) {
       const auto title = "costOfChange/" + std::to_string(screen.width) + "x" +
                          std::to_string(screen.height) + "/" + name;
-      benchmark::RegisterBenchmark(title.c_str(), costOfChange, change, screen, picture)
+      benchmark::RegisterBenchmark(title.c_str(), costOfChange, change, screen, frame)
           ->Unit(benchmark::kMillisecond)
           ->UseManualTime()
           ->Iterations(effort(1, 3));

@@ -1,5 +1,5 @@
 // What the codec adds to moving a frame's bytes. The floor is one memcpy into fresh memory, which
-// no form of message can do without as long as the bytes have to end up behind a head.
+// no form of message can do without as long as the bytes have to end up behind a header.
 
 #include <benchmark/benchmark.h>
 
@@ -16,11 +16,11 @@
 namespace quorvin {
 namespace {
 
-// A JPEG picture of a full-HD desktop at middling quality.
-constexpr std::size_t pictureSize = 200'000;
+// A JPEG frame of a full-HD desktop at middling quality.
+constexpr std::size_t frameSize = 200'000;
 
-Bytes picture() {
-  Bytes bytes(pictureSize);
+Bytes frame() {
+  Bytes bytes(frameSize);
   std::uint32_t state = 1;
   for (auto& byte : bytes) {
     state = state * 1664525 + 1013904223;
@@ -30,18 +30,18 @@ Bytes picture() {
 }
 
 Value frameEvent() {
-  return Map{{"bytes", Data(picture())}, {"width", 1920}, {"height", 1080}, {"scale", 1.5}};
+  return Map{{"bytes", Data(frame())}, {"width", 1920}, {"height", 1080}, {"scale", 1.5}};
 }
 
 void reportBytes(benchmark::State& state) {
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(pictureSize));
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(frameSize));
 }
 
 // operator new, unlike make_unique, leaves the memory as it is.
 void copyIntoFreshMemory(benchmark::State& state) {
-  const Bytes source = picture();
+  const Bytes source = frame();
   while (state.KeepRunning()) {
-    const std::unique_ptr<std::uint8_t[]> copy(new std::uint8_t[pictureSize]);
+    const std::unique_ptr<std::uint8_t[]> copy(new std::uint8_t[frameSize]);
     std::memcpy(copy.get(), source.data(), source.size());
     benchmark::DoNotOptimize(copy.get());
     benchmark::ClobberMemory();

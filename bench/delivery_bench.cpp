@@ -44,7 +44,7 @@ class PlainDispatch final : public Dispatch {
   std::uint64_t uptimeNanoseconds() override { return 0; }
 };
 
-// Hands out the same file for every picture.
+// Hands out the same file for every frame.
 class ReadyEncoder final : public ImageEncoder {
  public:
   std::unique_ptr<ImageContext> makeContext(bool /*cacheIntermediates*/) override {
@@ -54,7 +54,7 @@ class ReadyEncoder final : public ImageEncoder {
  private:
   class Context final : public ImageContext {
    public:
-    std::optional<Data> jpegRepresentation(const PixelBuffer& /*picture*/,
+    std::optional<Data> jpegRepresentation(const PixelBuffer& /*frame*/,
                                            double /*compressionFactor*/) override {
       return file;
     }

@@ -36,12 +36,12 @@ constexpr auto idleTime = 5s;
 class SharedDesktop {
  public:
   SharedDesktop() : stand({widthPx, heightPx}), painter(stand.server.display()), host(stand) {
-    painter.draw(wholeOf(painter.screenSize()), desktopPicture(widthPx, heightPx, 1));
+    painter.draw(wholeOf(painter.screenSize()), desktopImage(widthPx, heightPx, 1));
     host.client->listen();
-    if (!host.startCapture() || !host.nextPicture()) throw std::runtime_error("no picture");
+    if (!host.startCapture() || !host.nextPicture()) throw std::runtime_error("no frame");
   }
 
-  // Takes every picture that is under way and waits until none has come for a while. A picture may
+  // Takes every frame that is under way and waits until none has come for a while. A frame may
   // be longer than what the socket holds, so that only reading on brings it to its end.
   void settle() {
     while (host.client->nextEvent(quietTime)) {
@@ -100,7 +100,7 @@ void changeToPayloadAtLink(benchmark::State& state) {
     shared.settle();
     const auto changed = Clock::now();
     shared.paintCaret();
-    if (!shared.host.nextPicture()) state.SkipWithError("no picture");
+    if (!shared.host.nextPicture()) state.SkipWithError("no frame");
     state.SetIterationTime(seconds(Clock::now() - changed));
   }
 }
@@ -119,10 +119,10 @@ void callAndReply(benchmark::State& state) {
 BENCHMARK(callAndReply)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
 // The user interface stops reading while the whole screen changes all the time; the first call
-// after it reads again also waits for the pictures that were under way.
+// after it reads again also waits for the frames that were under way.
 void callAndReplyAfterAPause(benchmark::State& state) {
   auto& shared = desktop();
-  const auto other = desktopPicture(widthPx, heightPx, 2);
+  const auto other = desktopImage(widthPx, heightPx, 2);
   for (auto _ : state) {
     const auto resume = Clock::now() + 1s;
     while (Clock::now() < resume) shared.painter.draw({0, 0, widthPx, heightPx}, other);

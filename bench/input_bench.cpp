@@ -181,17 +181,17 @@ class MoveWatcher {
   X11Connection connection;
 };
 
-// A screen, and a host that shares it at 60 pictures a second.
+// A screen, and a host that shares it at 60 frames a second.
 class SharedScreen {
  public:
   SharedScreen() : stand({widthPx, heightPx}), host(stand) {
     host.client->listen();
-    if (!host.startCapture() || !host.nextPicture()) throw std::runtime_error("no picture");
+    if (!host.startCapture() || !host.nextPicture()) throw std::runtime_error("no frame");
     const Map settings{{"profile", "balanced"}, {"show_cursor", true},    {"codec", "jpeg"},
                        {"max_width", widthPx},  {"max_height", heightPx}, {"fps", 60},
                        {"bitrate_mbps", 8},     {"jpeg_quality", 80},     {"queue_depth", 3}};
     if (host.client->call("configureStream", settings) != FlutterReply(Value())) {
-      throw std::runtime_error("no 60 pictures a second");
+      throw std::runtime_error("no 60 frames a second");
     }
   }
 
@@ -244,8 +244,8 @@ class BusyScreen {
   explicit BusyScreen(const std::string& display)
       : painting([display](const std::stop_token& stop) {
           ScreenPainter painter(display);
-          const auto first = desktopPicture(widthPx, heightPx, 1);
-          const auto second = desktopPicture(widthPx, heightPx, 2);
+          const auto first = desktopImage(widthPx, heightPx, 1);
+          const auto second = desktopImage(widthPx, heightPx, 2);
           for (bool isFirst = true; !stop.stop_requested(); isFirst = !isFirst) {
             painter.draw({0, 0, widthPx, heightPx}, isFirst ? first : second);
             std::this_thread::sleep_for(16ms);
@@ -273,7 +273,7 @@ void measureMoves(benchmark::State& state, const Move& move) {
     if (!watcher.wait()) state.SkipWithError("a move was lost");
     times.push_back(std::chrono::duration<double>(Clock::now() - begin).count());
     state.SetIterationTime(times.back());
-    // A slow reader: no more than one piece of a picture at a time.
+    // A slow reader: no more than one piece of a frame at a time.
     (void)screen.host.client->nextEvent(0ms);
   }
   std::ranges::sort(times);

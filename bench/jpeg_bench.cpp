@@ -1,5 +1,5 @@
-// What a picture of 1920 x 1080 costs as a JPEG file by how much of it changed since the last one,
-// beside TurboJPEG over the whole picture, which is the same library's least cost for a file
+// What a frame of 1920 x 1080 costs as a JPEG file by how much of it changed since the last one,
+// beside TurboJPEG over the whole frame, which is the same library's least cost for a file
 // without anything kept. Both code the same pixels at the same quality, in turns. Times are the
 // processor's, of all threads, since the machine may have other things to do; the wall's are
 // counters. Counters are medians of a run. `ratio` is meant to stay at or below 1.05 where
@@ -18,8 +18,8 @@
 
 #include "bench/Desktop.h"
 #include "bench/Measures.h"
-#include "platform/linux/frame/CapturedPixelBuffer.h"
-#include "platform/linux/frame/RowHistory.h"
+#include "platform/linux/frame/CapturedFrame.h"
+#include "platform/linux/frame/DamageHistory.h"
 #include "platform/linux/jpeg/JpegEncoder.h"
 
 namespace quorvin {
@@ -39,11 +39,11 @@ double wallMs() {
 
 class WholeFrame {
  public:
-  void run(const CapturedPixelBuffer& picture) {
+  void run(const CapturedFrame& frame) {
     auto* bytes = file.data();
     auto size = static_cast<unsigned long>(file.size());  // NOLINT: the library's own type
-    if (tjCompress2(compressor.get(), picture.data(), widthPx, 0, heightPx, TJPF_BGRX, &bytes,
-                    &size, TJSAMP_420, quality, TJFLAG_FASTDCT | TJFLAG_NOREALLOC) != 0) {
+    if (tjCompress2(compressor.get(), frame.data(), widthPx, 0, heightPx, TJPF_BGRX, &bytes, &size,
+                    TJSAMP_420, quality, TJFLAG_FASTDCT | TJFLAG_NOREALLOC) != 0) {
       throw std::runtime_error("not encoded");
     }
     benchmark::DoNotOptimize(size);
@@ -55,7 +55,7 @@ class WholeFrame {
       std::vector<unsigned char>(tjBufSize(widthPx, heightPx, TJSAMP_420));
 };
 
-// Pictures of a desktop in one and the same memory.
+// Frames of a desktop in one and the same memory.
 class Screen {
  public:
   Screen() { tracker.restart({widthPx, heightPx}); }
@@ -68,23 +68,23 @@ class Screen {
       const auto place = std::ptrdiff_t{row} * widthPx + area.x;
       std::copy_n(desktop.begin() + place, area.width, pixels.begin() + place);
     }
-    tracker.markChanged(area);
+    tracker.markDamaged(area);
   }
 
-  std::shared_ptr<CapturedPixelBuffer> nextPicture() {
-    auto picture = std::make_shared<CapturedPixelBuffer>(
+  std::shared_ptr<CapturedFrame> nextFrame() {
+    auto frame = std::make_shared<CapturedFrame>(
         nullptr, reinterpret_cast<const std::uint8_t*>(pixels.data()), widthPx, heightPx,
         std::size_t{widthPx} * sizeof pixels.front());
-    picture->setRowHistory(tracker.nextPicture());
-    return picture;
+    frame->setDamageHistory(tracker.nextFrame());
+    return frame;
   }
 
  private:
-  std::vector<std::vector<std::uint32_t>> desktops{desktopPicture(widthPx, heightPx, 1),
-                                                   desktopPicture(widthPx, heightPx, 2)};
+  std::vector<std::vector<std::uint32_t>> desktops{desktopImage(widthPx, heightPx, 1),
+                                                   desktopImage(widthPx, heightPx, 2)};
   std::vector<std::uint32_t> pixels = desktops.front();
   std::size_t shown = 0;
-  RowTracker tracker;
+  DamageTracker tracker;
 };
 
 struct Times {
@@ -106,19 +106,19 @@ void pictureToJpegFile(benchmark::State& state, const PixelRect& changed) {
   Times ours;
   Times whole;
   std::vector<double> ratios;
-  auto held = encoder.encode(*screen.nextPicture(), quality);  // as a channel does for a while
+  auto held = encoder.encode(*screen.nextFrame(), quality);  // as a channel does for a while
   while (state.KeepRunning()) {
     screen.change(changed);
-    const auto picture = screen.nextPicture();
+    const auto frame = screen.nextFrame();
     double processor = processorMs();
     double wall = wallMs();
-    held = encoder.encode(*picture, quality);
+    held = encoder.encode(*frame, quality);
     ours.note(processor, wall);
     if (!held) throw std::runtime_error("not encoded");
 
     processor = processorMs();
     wall = wallMs();
-    wholeFrame.run(*picture);
+    wholeFrame.run(*frame);
     whole.note(processor, wall);
     ratios.push_back(ours.processor.back() / whole.processor.back());
     state.SetIterationTime(ours.processor.back() / 1000);

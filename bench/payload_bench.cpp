@@ -1,4 +1,4 @@
-// What it costs to make a payload of an encoded picture, beside one memcpy of the same bytes into
+// What it costs to make a payload of an encoded frame, beside one memcpy of the same bytes into
 // fresh memory, which no way of handing them on can do without: the encoder takes its own back.
 
 #include <benchmark/benchmark.h>
@@ -18,14 +18,14 @@
 namespace quorvin {
 namespace {
 
-constexpr std::size_t unitCount = 4;  // slices of the picture
+constexpr std::size_t unitCount = 4;  // slices of the frame
 constexpr std::size_t lengthSize = 4;
 
-// An encoded picture of so many bytes, its lengths included, as the Linux encoder gives it: without
+// An encoded frame of so many bytes, its lengths included, as the Linux encoder gives it: without
 // attachments, and with two parameter sets of the usual sizes.
-class Picture final : public EncodedSample {
+class Frame final : public EncodedSample {
  public:
-  explicit Picture(std::size_t size) {
+  explicit Frame(std::size_t size) {
     const std::size_t unitSize = size / unitCount - lengthSize;
     for (std::size_t unit = 0; unit < unitCount; ++unit) {
       for (const int shift : {24, 16, 8, 0}) {
@@ -75,7 +75,7 @@ void copyPicture(benchmark::State& state) {
 // From the encoder's callback to the payload in the sink's hands.
 void buildPayload(benchmark::State& state) {
   const auto size = static_cast<std::size_t>(state.range(0));
-  const Picture picture(size);
+  const Frame frame(size);
   fakes::SimulatedDispatch dispatch;
   fakes::FakeVideoEncoder videoEncoder(dispatch);
   std::size_t received = 0;
@@ -85,7 +85,7 @@ void buildPayload(benchmark::State& state) {
         benchmark::ClobberMemory();
         received += payload.size();
       });
-  while (state.KeepRunning()) encoder->compressionDidOutput(0, &picture);
+  while (state.KeepRunning()) encoder->compressionDidOutput(0, &frame);
   if (received <= static_cast<std::size_t>(state.iterations()) * size) {
     state.SkipWithError("a payload was lost");
   }

@@ -1,14 +1,14 @@
 // The whole host beside `ffmpeg -f x11grab`, both capturing the same screen of 1920 x 1080 at 30
-// pictures a second, in turns: a moving desktop, where another one fills the screen 30 times a
+// frames a second, in turns: a moving desktop, where another one fills the screen 30 times a
 // second, with windows on a quarter of it; the same with text all over, which takes more than an
-// encoder of 7 Mbit/s has for 30 pictures; and a still one of that kind. Beside the host's H.264 of
-// 7 Mbit/s stands libx264 at its fastest with every picture by itself at the same bit rate; beside
+// encoder of 7 Mbit/s has for 30 frames; and a still one of that kind. Beside the host's H.264 of
+// 7 Mbit/s stands libx264 at its fastest with every frame by itself at the same bit rate; beside
 // the host's JPEG of quality 72 stands mjpeg of the quality that comes nearest in PSNR, and once
 // more of the one that comes nearest in bytes. Both draw the pointer, and ffmpeg has as many
 // threads as it likes.
 //
 // Times are processor seconds, of all threads, for each second of video. The X server's are not
-// among them: it does for both the same. The picture's PSNR is that of red, green and blue against
+// among them: it does for both the same. The frame's PSNR is that of red, green and blue against
 // what was on the screen, the pointer's place left out. The counters are medians of the turns.
 
 #include <benchmark/benchmark.h>
@@ -25,18 +25,18 @@
 #include <vector>
 
 #include "bench/Desktop.h"
-#include "bench/FfmpegPictures.h"
-#include "bench/HostPictures.h"
+#include "bench/FfmpegFrames.h"
+#include "bench/HostFrames.h"
 #include "bench/Measures.h"
 #include "bench/PictureQuality.h"
-#include "bench/ScreenPictures.h"
+#include "bench/ScreenFrames.h"
 #include "tests/linux/capture/ScreenPainter.h"
 
 namespace quorvin {
 namespace {
 
 using namespace std::chrono_literals;
-using Clock = PictureSource::Clock;
+using Clock = FrameSource::Clock;
 
 constexpr PixelSize screen{1920, 1080};
 constexpr int pointerX = 1000;
@@ -53,7 +53,7 @@ enum class Likeness { psnr, bytes };
 // Windows on a quarter of the screen, and a plain background around them.
 std::vector<std::uint32_t> sparseDesktop(std::uint32_t seed) {
   const PixelSize part{screen.width / 2, screen.height / 2};
-  const auto windows = desktopPicture(part.width, part.height, seed);
+  const auto windows = desktopImage(part.width, part.height, seed);
   std::vector<std::uint32_t> pixels(static_cast<std::size_t>(wholeOf(screen).area()),
                                     0x35506B + 0x101010 * seed);
   const auto left = static_cast<int>(seed) * part.width / 4;
@@ -69,7 +69,7 @@ std::vector<std::vector<std::uint32_t>> desktopsOf(Scene scene) {
   std::vector<std::vector<std::uint32_t>> desktops;
   for (std::uint32_t seed = 1; seed <= (scene == Scene::still ? 1 : 4); ++seed) {
     desktops.push_back(scene == Scene::moving ? sparseDesktop(seed)
-                                              : desktopPicture(screen.width, screen.height, seed));
+                                              : desktopImage(screen.width, screen.height, seed));
   }
   return desktops;
 }
@@ -82,18 +82,17 @@ class SharedScreen {
   // Over whatever else has been shown.
   void show(Scene scene) {
     mover = {};
-    if (scene != shown || !pictures) {
+    if (scene != shown || !frames) {
       desktops = desktopsOf(scene);
-      pictures =
-          std::make_unique<ScreenPictures>(stand.server.display(), wholeOf(screen), desktops);
+      frames = std::make_unique<ScreenFrames>(stand.server.display(), wholeOf(screen), desktops);
       shown = scene;
     }
-    pictures->show(0);
+    frames->show(0);
     if (scene != Scene::still) mover = std::jthread([this](const auto& stop) { move(stop); });
   }
 
-  // Of a coded picture, against the desktop that it shows.
-  double errorOf(PictureDecoder& decoder, const PictureSource::Bytes& coded) const {
+  // Of a coded frame, against the desktop that it shows.
+  double errorOf(FrameDecoder& decoder, const FrameSource::Bytes& coded) const {
     const auto decoded = decoder.decode(coded, screen);
     double least = std::numeric_limits<double>::infinity();
     for (const auto& desktop : desktops) {
@@ -108,13 +107,13 @@ class SharedScreen {
   void move(const std::stop_token& stop) {
     for (auto next = Clock::now(); !stop.stop_requested(); next += frameInterval) {
       std::this_thread::sleep_until(next);
-      pictures->showNext();
+      frames->showNext();
     }
   }
 
   Scene shown = Scene::still;
   std::vector<std::vector<std::uint32_t>> desktops;
-  std::unique_ptr<ScreenPictures> pictures;
+  std::unique_ptr<ScreenFrames> frames;
   std::jthread mover;
 };
 
@@ -127,70 +126,70 @@ SharedScreen& sharedScreen() {
 struct Turn {
   double processorTime = 0;  // in seconds, for each second of video
   double bytes = 0;          // a second
-  double pictures = 0;       // a second
+  double frames = 0;         // a second
   double psnr = 0;           // in decibels
 };
 
-double qualityOf(const std::vector<PictureSource::Bytes>& pictures, Codec codec) {
-  PictureDecoder decoder(codec == Codec::h264);
+double qualityOf(const std::vector<FrameSource::Bytes>& frames, Codec codec) {
+  FrameDecoder decoder(codec == Codec::h264);
   double sum = 0;
-  for (const auto& picture : pictures) {
-    sum += sharedScreen().errorOf(decoder, picture);
+  for (const auto& frame : frames) {
+    sum += sharedScreen().errorOf(decoder, frame);
   }
-  return psnrOf(sum / static_cast<double>(pictures.size()));
+  return psnrOf(sum / static_cast<double>(frames.size()));
 }
 
-// Reads until that time, at least one picture: the last one.
-PictureSource::Bytes warmUp(PictureSource& source, Clock::time_point until) {
+// Reads until that time, at least one frame: the last one.
+FrameSource::Bytes warmUp(FrameSource& source, Clock::time_point until) {
   auto last = source.next(Clock::now() + patience);
-  if (!last) throw std::runtime_error("no picture");
+  if (!last) throw std::runtime_error("no frame");
   while (auto next = source.next(until)) last = std::move(next);
   return *last;
 }
 
-// Every few pictures are looked at, or the last one where none come.
-Turn measure(PictureSource& source, Codec codec) {
+// Every few frames are looked at, or the last one where none come.
+Turn measure(FrameSource& source, Codec codec) {
   constexpr std::size_t lookedAt = 5;  // so that all desktops have their turn
-  // What an encoder has saved up for the first pictures is spent by then, and a still one sharp.
-  std::vector<PictureSource::Bytes> kept{
+  // What an encoder has saved up for the first frames is spent by then, and a still one sharp.
+  std::vector<FrameSource::Bytes> kept{
       warmUp(source, Clock::now() + std::chrono::milliseconds(effort(300, 3000)))};
   Turn turn;
   std::size_t count = 0;
   const auto start = Clock::now();
   const auto before = processorTimeOf(source.processId());
   const auto until = start + std::chrono::milliseconds(effort(300, 5000));
-  while (auto picture = source.next(until)) {
-    turn.bytes += static_cast<double>(picture->size());
-    if (count++ % lookedAt == 0) kept.push_back(std::move(*picture));
+  while (auto frame = source.next(until)) {
+    turn.bytes += static_cast<double>(frame->size());
+    if (count++ % lookedAt == 0) kept.push_back(std::move(*frame));
   }
   const auto took = seconds(Clock::now() - start);
   turn.processorTime = seconds(processorTimeOf(source.processId()) - before) / took;
   turn.bytes /= took;
-  turn.pictures = static_cast<double>(count) / took;
+  turn.frames = static_cast<double>(count) / took;
   if (kept.size() > 1) kept.erase(kept.begin());
   turn.psnr = qualityOf(kept, codec);
   return turn;
 }
 
-FfmpegPictures peerOf(Codec codec, int quality) {
-  return FfmpegPictures({.server = sharedScreen().stand.server.display(),
-                         .screen = screen,
-                         .input = {"-draw_mouse", "1"},
-                         .output = codec == Codec::h264 ? intraOnlyX264() : motionJpeg(quality),
-                         .isH264 = codec == Codec::h264});
+FfmpegFrames peerOf(Codec codec, int quality) {
+  return FfmpegFrames({.server = sharedScreen().stand.server.display(),
+                       .screen = screen,
+                       .input = {"-draw_mouse", "1"},
+                       .output = codec == Codec::h264 ? intraOnlyX264() : motionJpeg(quality),
+                       .isH264 = codec == Codec::h264});
 }
 
-// Of the still desktop, where finer pictures come to more.
-double measureOf(PictureSource& source, Likeness likeness) {
-  const auto picture = warmUp(source, Clock::now() + 500ms);
-  if (likeness == Likeness::bytes) return static_cast<double>(picture.size());
-  return qualityOf({picture}, Codec::jpeg);
+// Of the still desktop, where finer frames come to more.
+double measureOf(FrameSource& source, Likeness likeness) {
+  const auto frame = warmUp(source, Clock::now() + 500ms);
+  if (likeness == Likeness::bytes) return static_cast<double>(frame.size());
+  return qualityOf({frame}, Codec::jpeg);
 }
 
 // A host that has come up: its window is on the screen, where the scene will be painted over it.
-std::unique_ptr<HostPictures> startHost(Codec codec) {
+std::unique_ptr<HostFrames> startHost(Codec codec) {
   auto host =
-      std::make_unique<HostPictures>(sharedScreen().stand, codec == Codec::h264 ? "h264" : "jpeg");
+      std::make_unique<HostFrames>(sharedScreen().stand, codec == Codec::h264 ? "h264" : "jpeg");
   (void)warmUp(*host, Clock::now() + std::chrono::milliseconds(effort(300, 1000)));
   return host;
 }
@@ -258,13 +257,13 @@ void hostBesideFfmpeg(benchmark::State& state, Codec codec, Scene scene,
   };
   report("ProcessorTime", &Turn::processorTime);
   report("Bytes", &Turn::bytes);
-  report("Pictures", &Turn::pictures);
+  report("Pictures", &Turn::frames);
   report("Psnr", &Turn::psnr);
   state.counters["ratio"] = median(ratios);
-  if (medianOf(ours, &Turn::pictures) > 0) {
+  if (medianOf(ours, &Turn::frames) > 0) {
     state.counters["ratioForEachPicture"] =
-        medianOf(ours, &Turn::processorTime) / medianOf(ours, &Turn::pictures) /
-        (medianOf(peers, &Turn::processorTime) / medianOf(peers, &Turn::pictures));
+        medianOf(ours, &Turn::processorTime) / medianOf(ours, &Turn::frames) /
+        (medianOf(peers, &Turn::processorTime) / medianOf(peers, &Turn::frames));
   }
 }
 

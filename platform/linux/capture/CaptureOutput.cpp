@@ -8,31 +8,30 @@
 #include <vector>
 
 #include "platform/ScreenCapture.h"
-#include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/frame/CapturedFrame.h"
 
 namespace quorvin {
 
 namespace {
 
 // A sample as the worker delivers it: always valid, with its one attachment. Any thread.
-class CapturedSample final : public CaptureSample {
+class LinuxCaptureSample final : public CaptureSample {
  public:
-  CapturedSample(std::int64_t frameStatus, MediaTime time,
-                 std::shared_ptr<CapturedPixelBuffer> picture)
-      : frameStatus(frameStatus), time(time), picture(std::move(picture)) {}
+  LinuxCaptureSample(std::int64_t frameStatus, MediaTime time, std::shared_ptr<CapturedFrame> frame)
+      : frameStatus(frameStatus), time(time), frame(std::move(frame)) {}
 
   [[nodiscard]] bool isValid() const override { return true; }
   [[nodiscard]] std::optional<std::vector<SampleAttachments>> attachments() const override {
     return std::vector{SampleAttachments{frameStatus}};
   }
-  [[nodiscard]] std::shared_ptr<PixelBuffer> imageBuffer() const override { return picture; }
+  [[nodiscard]] std::shared_ptr<PixelBuffer> imageBuffer() const override { return frame; }
   // When the capture was decided on, in nanoseconds of the monotonic clock.
   [[nodiscard]] MediaTime presentationTimeStamp() const override { return time; }
 
  private:
   std::int64_t frameStatus;
   MediaTime time;
-  std::shared_ptr<CapturedPixelBuffer> picture;
+  std::shared_ptr<CapturedFrame> frame;
 };
 
 MediaTime mediaTimeOf(CaptureTime time) {
@@ -41,30 +40,30 @@ MediaTime mediaTimeOf(CaptureTime time) {
 
 }  // namespace
 
-bool CaptureGate::close() {
+bool DeliveryGate::close() {
   const MutexLock lock(mutex);
   forgetCurrentThread();
   return !std::exchange(closed, true);
 }
 
-void CaptureGate::waitUntilQuiet() {
+void DeliveryGate::waitUntilQuiet() {
   MutexLock lock(mutex);
   quiet.wait(lock.forWaiting(), [this]() QUORVIN_REQUIRES(mutex) { return inside.empty(); });
 }
 
-bool CaptureGate::enter() {
+bool DeliveryGate::enter() {
   const MutexLock lock(mutex);
   if (closed) return false;
   inside.push_back(std::this_thread::get_id());
   return true;
 }
 
-void CaptureGate::leave() {
+void DeliveryGate::leave() {
   const MutexLock lock(mutex);
   forgetCurrentThread();
 }
 
-void CaptureGate::forgetCurrentThread() {
+void DeliveryGate::forgetCurrentThread() {
   const auto current = std::ranges::find(inside, std::this_thread::get_id());
   if (current == inside.end()) return;
   inside.erase(current);
@@ -75,30 +74,30 @@ CaptureOutput::CaptureOutput(std::weak_ptr<StreamOutput> handler,
                              std::shared_ptr<DispatchQueue> queue)
     : handler(std::move(handler)), queue(std::move(queue)) {}
 
-void CaptureOutput::deliver(CaptureStep step, const std::shared_ptr<CaptureGate>& gate) {
+void CaptureOutput::deliver(CaptureStep step, const std::shared_ptr<DeliveryGate>& gate) {
   switch (step.outcome) {
     case CaptureStep::Outcome::nothing:
       break;
     case CaptureStep::Outcome::idle:
       if (lastIdle.expired()) {
         auto idle =
-            std::make_shared<CapturedSample>(frameStatusIdle, mediaTimeOf(step.at), nullptr);
+            std::make_shared<LinuxCaptureSample>(frameStatusIdle, mediaTimeOf(step.at), nullptr);
         lastIdle = idle;
         send(std::move(idle), gate);
       }
       break;
-    case CaptureStep::Outcome::picture:
-      send(std::make_shared<CapturedSample>(frameStatusComplete, mediaTimeOf(step.at),
-                                            std::move(step.picture)),
+    case CaptureStep::Outcome::frame:
+      send(std::make_shared<LinuxCaptureSample>(frameStatusComplete, mediaTimeOf(step.at),
+                                                std::move(step.frame)),
            gate);
       break;
   }
 }
 
 void CaptureOutput::send(std::shared_ptr<const CaptureSample> sample,
-                         const std::shared_ptr<CaptureGate>& gate) {
+                         const std::shared_ptr<DeliveryGate>& gate) {
   queue->async([handler = handler, sample = std::move(sample), gate] {
-    const CaptureGate::Pass pass(*gate);
+    const DeliveryGate::Pass pass(*gate);
     if (!pass) return;
     if (const auto output = handler.lock()) {
       output->streamDidOutputSample(*sample, StreamOutputType::screen);

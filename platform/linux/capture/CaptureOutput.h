@@ -12,12 +12,12 @@
 namespace quorvin {
 
 // Lets the samples of one run of a stream through to their handler until it is closed. Any thread.
-class CaptureGate {
+class DeliveryGate {
  public:
   // Held while a handler runs; false when the gate was closed already.
   class Pass {
    public:
-    explicit Pass(CaptureGate& gate) : gate(gate), entered(gate.enter()) {}
+    explicit Pass(DeliveryGate& gate) : gate(gate), entered(gate.enter()) {}
     Pass(const Pass&) = delete;
     Pass& operator=(const Pass&) = delete;
     ~Pass() {
@@ -26,7 +26,7 @@ class CaptureGate {
     explicit operator bool() const { return entered; }
 
    private:
-    CaptureGate& gate;
+    DeliveryGate& gate;
     bool entered;
   };
 
@@ -54,11 +54,11 @@ class CaptureOutput {
 
   // Queues what came of a step. The handler sees it unless the gate is closed by then. An idle
   // sample is left out while an earlier one still waits, so that a handler that hangs does not
-  // make them pile up; pictures are bounded by their surfaces.
-  void deliver(CaptureStep step, const std::shared_ptr<CaptureGate>& gate);
+  // make them pile up; frames are bounded by their surfaces.
+  void deliver(CaptureStep step, const std::shared_ptr<DeliveryGate>& gate);
 
  private:
-  void send(std::shared_ptr<const CaptureSample> sample, const std::shared_ptr<CaptureGate>& gate);
+  void send(std::shared_ptr<const CaptureSample> sample, const std::shared_ptr<DeliveryGate>& gate);
 
   std::weak_ptr<StreamOutput> handler;
   std::shared_ptr<DispatchQueue> queue;

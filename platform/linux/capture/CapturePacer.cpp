@@ -11,29 +11,29 @@ void CapturePacer::setFrameInterval(std::chrono::nanoseconds interval) {
 
 CapturePacer::Decision CapturePacer::decide(CaptureTime now, bool changePending,
                                             bool canCapture) const {
-  const CaptureTime lookAt = nextLookAt(changePending, canCapture);
-  if (lookAt <= now) return {Action::look, now};
+  const CaptureTime pollAt = nextPollAt(changePending, canCapture);
+  if (pollAt <= now) return {Action::poll, now};
   const CaptureTime idleAt = lastSampleAt + idleInterval;
   if (idleAt <= now) return {Action::idle, now};
-  return {Action::wait, std::min(lookAt, idleAt)};
+  return {Action::wait, std::min(pollAt, idleAt)};
 }
 
 void CapturePacer::captured(CaptureTime now) {
   lastCaptureAt = now;
-  lastLookAt = now;
+  lastPollAt = now;
   lastSampleAt = now;
   notBefore = now + frameInterval;
 }
 
-void CapturePacer::lookedInVain(CaptureTime now) {
-  lastLookAt = now;
-  notBefore = now + vainLookInterval;
+void CapturePacer::foundNothing(CaptureTime now) {
+  lastPollAt = now;
+  notBefore = now + emptyPollInterval;
 }
 
-CaptureTime CapturePacer::nextLookAt(bool changePending, bool canCapture) const {
+CaptureTime CapturePacer::nextPollAt(bool changePending, bool canCapture) const {
   if (!canCapture) return CaptureTime::max();
   if (changePending) return notBefore;
-  if (pollInterval) return std::max(notBefore, lastLookAt + *pollInterval);
+  if (pollInterval) return std::max(notBefore, lastPollAt + *pollInterval);
   return CaptureTime::max();
 }
 

@@ -12,7 +12,7 @@ namespace {
 constexpr std::chrono::nanoseconds warpPollInterval = std::chrono::milliseconds(100);
 
 // For so long a screen may refuse to be read, as it does while its size changes.
-constexpr std::chrono::nanoseconds unreadablePatience = std::chrono::seconds(2);
+constexpr std::chrono::nanoseconds unreadableTimeout = std::chrono::seconds(2);
 
 std::unique_ptr<X11DamageMonitor> makeDamageMonitor(X11Connection& connection,
                                                     const X11Extensions& extensions,
@@ -60,14 +60,14 @@ void CaptureSession::configure(const CaptureSettings& newSettings) {
 
 CaptureStep CaptureSession::step(CaptureTime now) {
   handleEvents();
-  followDisplay(now);
+  trackDisplay(now);
   const bool canCapture = display.isPresent() && composer.canCompose();
   const auto decision = pacer.decide(now, hasNews(now), canCapture);
   CaptureStep result{CaptureStep::Outcome::nothing, {}, now, now, true};
   switch (decision.action) {
-    case CapturePacer::Action::look:
-      result.picture = look(now);
-      if (result.picture) result.outcome = CaptureStep::Outcome::picture;
+    case CapturePacer::Action::poll:
+      result.frame = poll(now);
+      if (result.frame) result.outcome = CaptureStep::Outcome::frame;
       break;
     case CapturePacer::Action::idle:
       pacer.idled(now);
@@ -78,9 +78,10 @@ CaptureStep CaptureSession::step(CaptureTime now) {
       // makes its descriptor readable.
       if (!drainEvents()) {
         result.wakeAt = std::min(decision.wakeAt, display.deadline());
-        // One that is due already waits for what the decision waits for.
-        if (const auto due = repeatDueAt(); due > now) result.wakeAt = std::min(result.wakeAt, due);
-        // A busy screen has much to tell between two pictures.
+        // A refresh that is due already waits for what the decision waits for.
+        if (const auto due = refreshDueAt(); due > now)
+          result.wakeAt = std::min(result.wakeAt, due);
+        // A busy screen has much to tell between two frames.
         result.hearsServer = !(canCapture && hasNews(now));
       }
       break;
@@ -107,7 +108,7 @@ bool CaptureSession::drainEvents() {
   return any;
 }
 
-void CaptureSession::followDisplay(CaptureTime now) {
+void CaptureSession::trackDisplay(CaptureTime now) {
   if (!display.update(now)) return;
   applyDisplay();
   composer.startOver();
@@ -115,21 +116,22 @@ void CaptureSession::followDisplay(CaptureTime now) {
 
 void CaptureSession::applyDisplay() {
   const PixelRect& area = display.area();
-  const PixelSize picture =
-      area.size() == configuredFor ? settings.picture : fittedInto(settings.picture, area.size());
-  composer.configure(area, picture, settings.queueDepth);
-  // A new one would hold the cursor to look different.
-  if (!placer || !placer->serves(area.size(), picture)) placer.emplace(area.size(), picture);
-  pictureDue = true;
+  const PixelSize frameSize = area.size() == configuredFor
+                                  ? settings.frameSize
+                                  : fittedInto(settings.frameSize, area.size());
+  composer.configure(area, frameSize, settings.queueDepth);
+  // A new one would take the cursor for another.
+  if (!placer || !placer->serves(area.size(), frameSize)) placer.emplace(area.size(), frameSize);
+  frameDue = true;
 }
 
 bool CaptureSession::hasNews(CaptureTime now) const {
-  return pictureDue || repeatDueAt() <= now || composer.isPending() ||
+  return frameDue || refreshDueAt() <= now || composer.isPending() ||
          (pointer && pointer->isPending());
 }
 
-CaptureTime CaptureSession::repeatDueAt() const {
-  return repeat ? repeat->dueAt() : CaptureTime::max();
+CaptureTime CaptureSession::refreshDueAt() const {
+  return refresh ? refresh->dueAt() : CaptureTime::max();
 }
 
 std::optional<std::chrono::nanoseconds> CaptureSession::pollInterval() const {
@@ -139,33 +141,33 @@ std::optional<std::chrono::nanoseconds> CaptureSession::pollInterval() const {
                                 : settings.frameInterval;
 }
 
-std::shared_ptr<CapturedPixelBuffer> CaptureSession::look(CaptureTime now) {
-  ++counters->looks;
-  // Both questions travel at once, and both answers are taken note of in any case.
-  composer.askForChanges();
-  if (pointer) pointer->ask();
-  const bool isScreenNew = composer.findChanges();
+std::shared_ptr<CapturedFrame> CaptureSession::poll(CaptureTime now) {
+  ++counters->polls;
+  // Both requests travel at once, and both replies count in any case.
+  composer.requestDamage();
+  if (pointer) pointer->request();
+  const bool isScreenNew = composer.findDamage();
   const bool isCursorNew = cursorChanged();
-  const bool isNew = isScreenNew || isCursorNew || pictureDue;
-  if (!isNew && repeatDueAt() > now) {
-    pacer.lookedInVain(now);
+  const bool isNew = isScreenNew || isCursorNew || frameDue;
+  if (!isNew && refreshDueAt() > now) {
+    pacer.foundNothing(now);
     return {};
   }
-  return takePicture(now, !isNew);
+  return takeFrame(now, !isNew);
 }
 
-std::shared_ptr<CapturedPixelBuffer> CaptureSession::takePicture(CaptureTime now, bool isRepeat) {
-  auto picture = composer.compose(cursor);
+std::shared_ptr<CapturedFrame> CaptureSession::takeFrame(CaptureTime now, bool isRefresh) {
+  auto frame = composer.compose(cursor);
   pacer.captured(now);
-  pictureDue = !picture;
-  if (picture) {
+  frameDue = !frame;
+  if (frame) {
     unreadableSince.reset();
-    repeat = std::make_shared<PictureRepeat>(now, isRepeat, wakeup);
-    picture->setRepeat(repeat);
+    refresh = std::make_shared<RefreshRequest>(now, isRefresh, wakeup);
+    frame->setRefreshRequest(refresh);
   } else {
-    pictureFailed(now);
+    frameFailed(now);
   }
-  return picture;
+  return frame;
 }
 
 bool CaptureSession::cursorChanged() {
@@ -180,9 +182,9 @@ bool CaptureSession::cursorChanged() {
   return changed;
 }
 
-void CaptureSession::pictureFailed(CaptureTime now) {
+void CaptureSession::frameFailed(CaptureTime now) {
   if (!unreadableSince) unreadableSince = now;
-  if (now - *unreadableSince < unreadablePatience) return;
+  if (now - *unreadableSince < unreadableTimeout) return;
   throw x11Error(X11ErrorCode::unreadableScreen,
                  "The X server does not let this program read the screen.");
 }

@@ -9,7 +9,7 @@
 #include "platform/linux/capture/FrameComposer.h"
 #include "platform/linux/capture/X11CursorMonitor.h"
 #include "platform/linux/capture/X11DamageMonitor.h"
-#include "platform/linux/capture/X11DisplayFollower.h"
+#include "platform/linux/capture/X11DisplayTracker.h"
 #include "platform/linux/x11/X11Server.h"
 
 namespace quorvin {
@@ -24,28 +24,29 @@ struct CaptureTarget {
 
 // What came of one step of a session.
 struct CaptureStep {
-  enum class Outcome { nothing, idle, picture };
+  enum class Outcome { nothing, idle, frame };
 
   Outcome outcome = Outcome::nothing;
-  std::shared_ptr<CapturedPixelBuffer> picture;  // only of that outcome
-  CaptureTime at;                                // when the step was taken
-  CaptureTime wakeAt;                            // when the next one is due at the latest
+  std::shared_ptr<CapturedFrame> frame;  // only of that outcome
+  CaptureTime at;                        // when the step was taken
+  CaptureTime wakeAt;                    // when the next one is due at the latest
   // Whether what the server says until then could bring it forward.
   bool hearsServer = true;
 };
 
-// One running capture over one connection of its own. The pictures are of the configured size; once
-// the display has another size than that was made for, they are of what fits into it. It has no
-// thread: whoever owns it calls `step` when the connection's descriptor becomes readable, unless
-// the last step did not want to hear of it, when the wake-up is signalled and when the last step
-// said so. Everything on one thread at a time; what goes wrong for good is thrown as Error.
+// One running capture over one connection of its own. Frames have the configured size, or the
+// largest that fits into it once the display has another size than the configuration was made for.
+//
+// The session has no thread. Its owner calls `step` when the last step's `wakeAt` has come, when
+// the wake-up is signalled, and when the connection's descriptor is readable if the last step
+// `hearsServer`. One thread at a time; an error that ends the capture is thrown as Error.
 class CaptureSession {
  public:
   CaptureSession(const CaptureTarget& target, const CaptureSettings& settings,
                  std::shared_ptr<EventFd> wakeup, std::shared_ptr<CaptureCounters> counters,
                  CaptureTime now);
 
-  // The next picture comes even if the screen does not change.
+  // The next frame comes even if the screen does not change.
   void configure(const CaptureSettings& newSettings);
   [[nodiscard]] CaptureStep step(CaptureTime now);
   [[nodiscard]] int descriptor() const { return connection.descriptor(); }
@@ -54,15 +55,15 @@ class CaptureSession {
   void handleEvents();
   // As `handleEvents`; true if there was any.
   [[nodiscard]] bool drainEvents();
-  void followDisplay(CaptureTime now);
+  void trackDisplay(CaptureTime now);
   void applyDisplay();
   [[nodiscard]] bool hasNews(CaptureTime now) const;
-  [[nodiscard]] CaptureTime repeatDueAt() const;
+  [[nodiscard]] CaptureTime refreshDueAt() const;
   [[nodiscard]] std::optional<std::chrono::nanoseconds> pollInterval() const;
-  [[nodiscard]] std::shared_ptr<CapturedPixelBuffer> look(CaptureTime now);
-  [[nodiscard]] std::shared_ptr<CapturedPixelBuffer> takePicture(CaptureTime now, bool isRepeat);
+  [[nodiscard]] std::shared_ptr<CapturedFrame> poll(CaptureTime now);
+  [[nodiscard]] std::shared_ptr<CapturedFrame> takeFrame(CaptureTime now, bool isRefresh);
   [[nodiscard]] bool cursorChanged();
-  void pictureFailed(CaptureTime now);
+  void frameFailed(CaptureTime now);
 
   X11Server server;
   X11Connection& connection = server.connection;
@@ -71,7 +72,7 @@ class CaptureSession {
   std::shared_ptr<EventFd> wakeup;
   std::shared_ptr<CaptureCounters> counters;
   CaptureSettings settings;
-  X11DisplayFollower display;
+  X11DisplayTracker display;
   X11Transport transport;
   std::unique_ptr<X11DamageMonitor> damage;  // null: compare pixels instead
   std::optional<X11CursorMonitor> pointer;   // empty: the cursor is not shown
@@ -79,9 +80,9 @@ class CaptureSession {
   FrameComposer composer;
   CapturePacer pacer;
   std::optional<CursorPlacer> placer;
-  std::optional<CursorPlacement> cursor;  // as last drawn
-  std::shared_ptr<PictureRepeat> repeat;  // of the newest picture; older ones are out of date
-  bool pictureDue = true;
+  std::optional<CursorPlacement> cursor;    // as last drawn
+  std::shared_ptr<RefreshRequest> refresh;  // of the newest frame; older requests have lapsed
+  bool frameDue = true;
   std::optional<CaptureTime> unreadableSince;
 };
 

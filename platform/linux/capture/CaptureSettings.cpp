@@ -9,9 +9,9 @@ namespace quorvin {
 
 namespace {
 
-// Beyond any display, and small enough that a picture's bytes can be counted in 32 bits.
+// Beyond any display, and small enough that a frame's bytes can be counted in 32 bits.
 constexpr std::int64_t longestSidePx = 16'384;
-// X11 does not say how often a display shows a new picture; most do so this often.
+// X11 does not say how often a display shows a new frame; most do so this often.
 constexpr MediaTime usualRefreshInterval{1, 60};
 constexpr double longestIntervalSeconds = 3600;
 
@@ -56,8 +56,8 @@ CaptureSettings checkedSettings(const StreamConfiguration& configuration) {
     throw invalid("The queue of a capture must hold at least one picture.");
   }
   CaptureSettings settings;
-  settings.picture = {static_cast<int>(configuration.width),
-                      static_cast<int>(configuration.height)};
+  settings.frameSize = {static_cast<int>(configuration.width),
+                        static_cast<int>(configuration.height)};
   settings.frameInterval = durationOf(configuration.minimumFrameInterval);
   settings.queueDepth = static_cast<std::size_t>(configuration.queueDepth);
   settings.showsCursor = configuration.showsCursor;

@@ -12,13 +12,13 @@ namespace quorvin {
 
 // A stream configuration that has been found sound.
 struct CaptureSettings {
-  PixelSize picture;
+  PixelSize frameSize;
   std::chrono::nanoseconds frameInterval{};
   std::size_t queueDepth = 0;
   bool showsCursor = false;
 };
 
-// The size of the largest picture of a display of that size, with its proportions and no larger
+// The size of the largest frame of a display of that size, with its proportions and no larger
 // than itself, that the box holds.
 [[nodiscard]] PixelSize fittedInto(PixelSize box, PixelSize display);
 
@@ -27,7 +27,7 @@ struct CaptureSettings {
 
 // What the captures of this process have asked of the X server so far. Any thread.
 struct CaptureCounters {
-  std::atomic<std::uint64_t> looks = 0;  // times that a stream asked what had changed
+  std::atomic<std::uint64_t> polls = 0;  // times that a stream asked what had changed
   std::atomic<std::uint64_t> fetchedBytes = 0;
 };
 

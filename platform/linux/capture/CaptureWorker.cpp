@@ -156,7 +156,7 @@ void CaptureWorker::startNow(const Completion& completion) {
       });
   if (const auto* error = std::get_if<Error>(&made)) return answer(completion, *error);
   session = std::get<0>(std::move(made));
-  setGate(std::make_shared<CaptureGate>());
+  setGate(std::make_shared<DeliveryGate>());
   answer(completion);
 }
 
@@ -177,7 +177,7 @@ void CaptureWorker::updateNow(const CaptureSettings& settings) {
   try {
     if (session) session->configure(settings);
   } catch (const Error& error) {
-    // What could not be made is missing for the next picture too.
+    // What could not be made is missing for the next frame too.
     fail(error);
   } catch (const std::exception& error) {
     fail(outOfResources(error));
@@ -192,12 +192,12 @@ void CaptureWorker::fail(const Error& error) {
   if (const auto listener = delegate.lock()) listener->streamDidStopWithError(error);
 }
 
-std::shared_ptr<CaptureGate> CaptureWorker::currentGate() {
+std::shared_ptr<DeliveryGate> CaptureWorker::currentGate() {
   const MutexLock lock(mutex);
   return gate;
 }
 
-void CaptureWorker::setGate(std::shared_ptr<CaptureGate> newGate) {
+void CaptureWorker::setGate(std::shared_ptr<DeliveryGate> newGate) {
   const MutexLock lock(mutex);
   gate = std::move(newGate);
 }

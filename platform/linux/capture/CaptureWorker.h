@@ -12,9 +12,9 @@
 
 namespace quorvin {
 
-// The thread of one stream: it runs the capture and, between two steps of it, what other threads
-// ask for, in the order asked. The thread keeps the worker, so nobody ever waits for it to end,
-// and a completion or delegate called on it may do anything, even release the stream.
+// The thread of one stream. It runs the capture and, between two steps, the commands of other
+// threads in their order. The thread keeps the worker, so that nobody waits for it to end, and a
+// completion or delegate that it calls may do anything, even release the stream.
 class CaptureWorker : public std::enable_shared_from_this<CaptureWorker> {
  public:
   CaptureWorker(CaptureTarget target, const StreamConfiguration& configuration,
@@ -28,7 +28,7 @@ class CaptureWorker : public std::enable_shared_from_this<CaptureWorker> {
   // No sample is handed out from now on, the ones in the queue included.
   void stop(const Completion& completion);
   // Answers at once, since the worker may be waiting for a server that is stuck: what makes sense
-  // is taken on, and counts from the next picture that is made.
+  // is taken on, and counts from the next frame that is made.
   void update(const StreamConfiguration& newConfiguration, const Completion& completion);
   // Stops everything and ends the thread. Nothing may be asked afterwards.
   void quit();
@@ -53,8 +53,8 @@ class CaptureWorker : public std::enable_shared_from_this<CaptureWorker> {
   void stopNow(const Completion& completion);
   void updateNow(const CaptureSettings& settings);
   void fail(const Error& error);
-  [[nodiscard]] std::shared_ptr<CaptureGate> currentGate();
-  void setGate(std::shared_ptr<CaptureGate> newGate);
+  [[nodiscard]] std::shared_ptr<DeliveryGate> currentGate();
+  void setGate(std::shared_ptr<DeliveryGate> newGate);
   // True if this ended a run.
   bool closeGate();
 
@@ -67,7 +67,7 @@ class CaptureWorker : public std::enable_shared_from_this<CaptureWorker> {
   // Made under the mutex when the thread is, which begins by taking it; unchanged from then on.
   std::shared_ptr<EventFd> wakeup;
   // Of the present run; changed by the worker's thread only.
-  std::shared_ptr<CaptureGate> gate QUORVIN_GUARDED_BY(mutex);
+  std::shared_ptr<DeliveryGate> gate QUORVIN_GUARDED_BY(mutex);
 
   // Of the worker's thread alone.
   StreamConfiguration configuration;

@@ -35,13 +35,13 @@ std::size_t rowBytes(const PixelRect& area) {
 
 }  // namespace
 
-CursorImage scaledCursor(const CursorImage& cursor, PixelSize display, PixelSize picture) {
-  if (display == picture || cursor.pixels.empty()) return cursor;
+CursorImage scaledCursor(const CursorImage& cursor, PixelSize display, PixelSize frame) {
+  if (display == frame || cursor.pixels.empty()) return cursor;
   CursorImage result;
-  result.size = {std::max(1, scaled(cursor.size.width, display.width, picture.width)),
-                 std::max(1, scaled(cursor.size.height, display.height, picture.height))};
-  result.hotSpotX = scaled(cursor.hotSpotX, display.width, picture.width);
-  result.hotSpotY = scaled(cursor.hotSpotY, display.height, picture.height);
+  result.size = {std::max(1, scaled(cursor.size.width, display.width, frame.width)),
+                 std::max(1, scaled(cursor.size.height, display.height, frame.height))};
+  result.hotSpotX = scaled(cursor.hotSpotX, display.width, frame.width);
+  result.hotSpotY = scaled(cursor.hotSpotY, display.height, frame.height);
   result.pixels.resize(static_cast<std::size_t>(wholeOf(result.size).area()));
   libyuv::ARGBScale(bytesAt(cursor, 0, 0), strideOf(cursor), cursor.size.width, cursor.size.height,
                     reinterpret_cast<std::uint8_t*>(result.pixels.data()), strideOf(result),
@@ -53,11 +53,11 @@ PixelRect cursorArea(const CursorImage& cursor, int x, int y) {
   return {x - cursor.hotSpotX, y - cursor.hotSpotY, cursor.size.width, cursor.size.height};
 }
 
-void blendCursor(const CursorImage& cursor, const PixelRect& area, PixelImage& picture) {
-  const PixelRect visible = intersectionOf(area, wholeOf(picture.size));
+void blendCursor(const CursorImage& cursor, const PixelRect& area, PixelImage& frame) {
+  const PixelRect visible = intersectionOf(area, wholeOf(frame.size));
   if (visible.isEmpty()) return;
-  std::uint8_t* target = picture.at(visible.x, visible.y);
-  const int stride = static_cast<int>(picture.strideBytes());
+  std::uint8_t* target = frame.at(visible.x, visible.y);
+  const int stride = static_cast<int>(frame.strideBytes());
   libyuv::ARGBBlend(bytesAt(cursor, visible.x - area.x, visible.y - area.y), strideOf(cursor),
                     target, stride, target, stride, visible.width, visible.height);
 }
@@ -67,27 +67,27 @@ std::optional<CursorPlacement> CursorPlacer::place(const std::shared_ptr<const C
   if (!cursor) return {};
   if (cursor != original) {
     original = cursor;
-    fitted = std::make_shared<const CursorImage>(scaledCursor(*cursor, display, picture));
+    fitted = std::make_shared<const CursorImage>(scaledCursor(*cursor, display, frame));
   }
-  const PixelRect area = cursorArea(*fitted, scaledDown(x, display.width, picture.width),
-                                    scaledDown(y, display.height, picture.height));
-  if (intersectionOf(area, wholeOf(picture)).isEmpty()) return {};
+  const PixelRect area = cursorArea(*fitted, scaledDown(x, display.width, frame.width),
+                                    scaledDown(y, display.height, frame.height));
+  if (intersectionOf(area, wholeOf(frame)).isEmpty()) return {};
   return CursorPlacement{fitted, area};
 }
 
-void CoveredPixels::save(const PixelImage& picture, const PixelRect& newArea) {
+void SaveUnder::save(const PixelImage& frame, const PixelRect& newArea) {
   area = newArea;
   pixels.resize(static_cast<std::size_t>(area.area()) * bytesPerPixel);
   std::uint8_t* saved = pixels.data();
   for (int y = area.y; y < area.bottom(); ++y, saved += rowBytes(area)) {
-    std::memcpy(saved, picture.at(area.x, y), rowBytes(area));
+    std::memcpy(saved, frame.at(area.x, y), rowBytes(area));
   }
 }
 
-void CoveredPixels::putBack(PixelImage& picture) {
+void SaveUnder::restore(PixelImage& frame) {
   const std::uint8_t* saved = pixels.data();
   for (int y = area.y; y < area.bottom(); ++y, saved += rowBytes(area)) {
-    std::memcpy(picture.at(area.x, y), saved, rowBytes(area));
+    std::memcpy(frame.at(area.x, y), saved, rowBytes(area));
   }
   area = {};
 }

@@ -18,17 +18,17 @@ struct CursorImage {
   std::vector<std::uint32_t> pixels;
 };
 
-// The cursor as it looks on a picture that shows a display of `display` pixels.
+// The cursor as it looks on a frame that shows a display of `display` pixels.
 [[nodiscard]] CursorImage scaledCursor(const CursorImage& cursor, PixelSize display,
-                                       PixelSize picture);
+                                       PixelSize frame);
 
-// Where the cursor lies on a picture when its hot spot is at this pixel; not clipped.
+// Where the cursor lies on a frame when its hot spot is at this pixel; not clipped.
 [[nodiscard]] PixelRect cursorArea(const CursorImage& cursor, int x, int y);
 
-// Draws the part of the cursor that lies on the picture.
-void blendCursor(const CursorImage& cursor, const PixelRect& area, PixelImage& picture);
+// Draws the part of the cursor that lies on the frame.
+void blendCursor(const CursorImage& cursor, const PixelRect& area, PixelImage& frame);
 
-// A cursor in the size and at the place in which it is to be drawn on a picture.
+// A cursor in the size and at the place in which it is to be drawn on a frame.
 struct CursorPlacement {
   std::shared_ptr<const CursorImage> image;
   PixelRect area;
@@ -36,14 +36,14 @@ struct CursorPlacement {
   friend bool operator==(const CursorPlacement&, const CursorPlacement&) = default;
 };
 
-// Works out where the cursor of a display appears on its picture. Keeps the scaled cursor, so that
+// Works out where the cursor of a display appears on its frame. Keeps the scaled cursor, so that
 // two placements are equal exactly when they look the same. One thread at a time.
 class CursorPlacer {
  public:
-  CursorPlacer(PixelSize display, PixelSize picture) : display(display), picture(picture) {}
+  CursorPlacer(PixelSize display, PixelSize frame) : display(display), frame(frame) {}
 
-  [[nodiscard]] bool serves(PixelSize ofDisplay, PixelSize ofPicture) const {
-    return ofDisplay == display && ofPicture == picture;
+  [[nodiscard]] bool serves(PixelSize ofDisplay, PixelSize ofFrame) const {
+    return ofDisplay == display && ofFrame == frame;
   }
 
   // The hot spot is at this pixel of the display. Empty when no part of the cursor is visible.
@@ -52,19 +52,19 @@ class CursorPlacer {
 
  private:
   PixelSize display;
-  PixelSize picture;
+  PixelSize frame;
   std::shared_ptr<const CursorImage> original;
   std::shared_ptr<const CursorImage> fitted;
 };
 
-// What a picture showed where something was drawn over it. Putting it back is cheaper than fetching
-// or scaling it again, and brings nothing newer than the rest of the picture. One thread at a time.
-class CoveredPixels {
+// What a frame showed where the cursor was drawn over it. To restore it is cheaper than to fetch or
+// scale it again, and brings nothing newer than the rest of the frame. One thread at a time.
+class SaveUnder {
  public:
-  // Remembers this area, which lies on the picture; may be empty.
-  void save(const PixelImage& picture, const PixelRect& area);
+  // Remembers this area, which lies on the frame; may be empty.
+  void save(const PixelImage& frame, const PixelRect& area);
   // Restores what was saved last, once.
-  void putBack(PixelImage& picture);
+  void restore(PixelImage& frame);
 
  private:
   PixelRect area;

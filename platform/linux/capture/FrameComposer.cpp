@@ -46,54 +46,56 @@ FrameComposer::FrameComposer(X11ScreenReader& reader, X11DamageMonitor* damage,
       damage(damage),
       pool([&reader](PixelSize size) { return reader.makeImage(size); }, std::move(wakeup)) {}
 
-void FrameComposer::configure(const PixelRect& newDisplay, PixelSize newPicture,
+void FrameComposer::configure(const PixelRect& newDisplay, PixelSize newFrameSize,
                               std::size_t depth) {
   dropFetch();
-  pool.configure(newPicture, depth);
-  if (newDisplay == display && newPicture == picture) return;
+  pool.configure(newFrameSize, depth);
+  if (newDisplay == display && newFrameSize == frameSize) return;
   display = newDisplay;
-  picture = newPicture;
+  frameSize = newFrameSize;
   reader.setOrigin(display.x, display.y);
   copy.reset();
-  if (damage == nullptr || display.size() != picture) {
-    copy.emplace(Copy{reader.makeImage(display.size()), {}, PixelScaler(display.size(), picture)});
+  if (damage == nullptr || display.size() != frameSize) {
+    copy.emplace(
+        Copy{reader.makeImage(display.size()), {}, PixelScaler(display.size(), frameSize)});
   }
   startOver();
 }
 
 void FrameComposer::startOver() {
   if (copy) copy->stale.add(wholeOf(display.size()));
-  pool.markStale(PixelRegion(wholeOf(picture)));
-  tracker.restart(picture);
+  pool.markStale(PixelRegion(wholeOf(frameSize)));
+  tracker.restart(frameSize);
   outOfDate = true;
 }
 
-void FrameComposer::askForChanges() {
+void FrameComposer::requestDamage() {
   if (damage == nullptr || !damage->isPending()) return;
   dropFetch();
   const PixelRect reported =
       intersectionOf(damage->reportedArea(), display).movedBy(-display.x, -display.y);
-  damage->ask();
-  if (!reported.isEmpty() && canCompose()) askForPixels(reported);
+  damage->request();
+  if (!reported.isEmpty() && canCompose()) requestPixels(reported);
 }
 
-// Most changes are a single one, which the server has reported where it is. So its pixels are asked
-// for together with what has changed, and no second round trip is needed for them.
-void FrameComposer::askForPixels(const PixelRect& reported) {
+// Most damage is a single rectangle, and the server has reported it. So its pixels are requested
+// together with the damage, and need no second round trip.
+void FrameComposer::requestPixels(const PixelRect& reported) {
   fetch.emplace(Fetch{copy ? nullptr : &pool.mostRecentFree(), {}});
-  if (fetch->surface != nullptr) fetch->surface->underCursor.putBack(fetch->surface->image);
+  if (fetch->surface != nullptr) fetch->surface->underCursor.restore(fetch->surface->image);
   fetch->region = fetch->surface != nullptr ? fetch->surface->stale : copy->stale.region;
   fetch->region.add(reported);
-  reader.ask(fetch->region, fetch->surface != nullptr ? fetch->surface->image : copy->image);
-  damage->ask();
+  reader.requestPixels(fetch->region,
+                       fetch->surface != nullptr ? fetch->surface->image : copy->image);
+  damage->request();
 }
 
-bool FrameComposer::findChanges() {
+bool FrameComposer::findDamage() {
   if (damage == nullptr) {
     compare();
   } else {
-    askForChanges();
-    noteChanges(damage->answer(display));
+    requestDamage();
+    addDamage(damage->waitForReply(display));
     finishFetch();
   }
   return outOfDate;
@@ -101,14 +103,14 @@ bool FrameComposer::findChanges() {
 
 void FrameComposer::finishFetch() {
   if (!fetch || fetch->isThere) return;
-  fetch->isThere = reader.finish();
-  fetch->changesMeanwhile = damage->answer(display);
-  // There is no picture to come for which it could be of use.
+  fetch->isThere = reader.waitForPixels();
+  fetch->damageMeanwhile = damage->waitForReply(display);
+  // There is no frame to come for which it could be of use.
   if (!outOfDate) dropFetch();
 }
 
 void FrameComposer::dropFetch() {
-  if (const auto dropped = std::exchange(fetch, {})) noteChanges(dropped->changesMeanwhile);
+  if (const auto dropped = std::exchange(fetch, {})) addDamage(dropped->damageMeanwhile);
 }
 
 void FrameComposer::compare() {
@@ -125,7 +127,7 @@ void FrameComposer::compare() {
   outOfDate = true;
 }
 
-void FrameComposer::noteChanges(const ScreenChanges& changes) {
+void FrameComposer::addDamage(const ScreenDamage& changes) {
   if (changes.isEmpty()) return;
   outOfDate = true;
   if (copy) {
@@ -133,15 +135,15 @@ void FrameComposer::noteChanges(const ScreenChanges& changes) {
     copy->stale.rows.add(changes.rows);
   } else {
     pool.markStale(changes.region);
-    markChanged(changes.parts);
+    markDamaged(changes.parts);
   }
 }
 
-std::shared_ptr<CapturedPixelBuffer> FrameComposer::compose(
+std::shared_ptr<CapturedFrame> FrameComposer::compose(
     const std::optional<CursorPlacement>& cursor) {
   SurfacePool::Surface& surface = takeSurface();
-  const auto changesMeanwhile = draw(surface);
-  if (!changesMeanwhile) {
+  const auto damageMeanwhile = draw(surface);
+  if (!damageMeanwhile) {
     startOver();
     return {};
   }
@@ -149,9 +151,9 @@ std::shared_ptr<CapturedPixelBuffer> FrameComposer::compose(
   markCursor(cursor);
   drawCursor(cursor, surface);
   auto result = pool.lend(surface);
-  result->setRowHistory(tracker.nextPicture());
+  result->setDamageHistory(tracker.nextFrame());
   outOfDate = false;
-  noteChanges(*changesMeanwhile);
+  addDamage(*damageMeanwhile);
   return result;
 }
 
@@ -159,76 +161,73 @@ std::shared_ptr<CapturedPixelBuffer> FrameComposer::compose(
 SurfacePool::Surface& FrameComposer::takeSurface() {
   SurfacePool::Surface& surface =
       fetch && fetch->surface != nullptr ? *fetch->surface : pool.mostRecentFree();
-  surface.underCursor.putBack(surface.image);
+  surface.underCursor.restore(surface.image);
   return surface;
 }
 
 // Brings the surface up to date. As `read`.
-std::optional<ScreenChanges> FrameComposer::draw(SurfacePool::Surface& surface) {
+std::optional<ScreenDamage> FrameComposer::draw(SurfacePool::Surface& surface) {
   if (copy) {
-    auto changesMeanwhile = refreshCopy();
-    if (!changesMeanwhile) return {};
+    auto damageMeanwhile = refreshCopy();
+    if (!damageMeanwhile) return {};
     copy->scaler.draw(copy->image, rowsOf(surface.stale), surface.image);
-    return changesMeanwhile;
+    return damageMeanwhile;
   }
-  auto changesMeanwhile = read(surface.stale, surface.image);
-  if (changesMeanwhile) markChanged(changesMeanwhile->parts);
-  return changesMeanwhile;
+  auto damageMeanwhile = read(surface.stale, surface.image);
+  if (damageMeanwhile) markDamaged(damageMeanwhile->parts);
+  return damageMeanwhile;
 }
 
-std::optional<ScreenChanges> FrameComposer::refreshCopy() {
-  auto changesMeanwhile = read(copy->stale.region, copy->image);
-  if (!changesMeanwhile) return {};
-  copy->stale.rows.add(changesMeanwhile->rows);
+std::optional<ScreenDamage> FrameComposer::refreshCopy() {
+  auto damageMeanwhile = read(copy->stale.region, copy->image);
+  if (!damageMeanwhile) return {};
+  copy->stale.rows.add(damageMeanwhile->rows);
   copyChanged(copy->stale.rows);
   copy->stale.clear();
-  return changesMeanwhile;
+  return damageMeanwhile;
 }
 
-// Brings the region up to date. Returns what changed on the display since the server was last
-// asked, or nothing if the display cannot be read. The pixels may be newer than the last answer,
-// also those that were fetched for other reasons than a change; so what changed meanwhile counts as
-// changed in this picture. They may also still be older than that; so it counts again in the next
-// one. All else has not changed between the first question and the last, so what was fetched of it
-// is what any earlier picture shows: the server carries out one request after the other, and each
-// drawing is noted as a change together with being carried out.
-std::optional<ScreenChanges> FrameComposer::read(const PixelRegion& region, PixelImage& target) {
+// Brings the region up to date. Returns the damage since the last reply, or nothing if the display
+// cannot be read. The server reads the pixels between two requests for damage, so they may or may
+// not show what the second reply names. That damage therefore counts twice: in this frame and in
+// the next. All other pixels are what any earlier frame shows, or what the first reply named.
+std::optional<ScreenDamage> FrameComposer::read(const PixelRegion& region, PixelImage& target) {
   const auto fetched = std::exchange(fetch, {});
   const PixelRegion rest =
       fetched && fetched->isThere == true ? without(region, fetched->region) : region;
-  ScreenChanges changesMeanwhile;
-  if (fetched) changesMeanwhile = fetched->changesMeanwhile;
-  if (rest.isEmpty()) return changesMeanwhile;
-  reader.ask(rest, target);
-  if (damage != nullptr) damage->ask();
-  const bool isComplete = reader.finish();
-  if (damage != nullptr) changesMeanwhile.add(damage->answer(display));
+  ScreenDamage damageMeanwhile;
+  if (fetched) damageMeanwhile = fetched->damageMeanwhile;
+  if (rest.isEmpty()) return damageMeanwhile;
+  reader.requestPixels(rest, target);
+  if (damage != nullptr) damage->request();
+  const bool isComplete = reader.waitForPixels();
+  if (damage != nullptr) damageMeanwhile.add(damage->waitForReply(display));
   if (!isComplete) return {};
-  return changesMeanwhile;
+  return damageMeanwhile;
 }
 
 void FrameComposer::copyChanged(const RowSet& rows) {
   const RowSet altered = copy->scaler.sourceChanged(copy->image, rows);
-  pool.markStale(fullRows(altered, picture.width));
-  for (const RowRange& range : altered.ranges()) tracker.markChanged(range);
+  pool.markStale(fullRows(altered, frameSize.width));
+  for (const RowRange& range : altered.ranges()) tracker.markDamaged(range);
 }
 
 void FrameComposer::drawCursor(const std::optional<CursorPlacement>& cursor,
                                SurfacePool::Surface& surface) {
   if (!cursor) return;
-  surface.underCursor.save(surface.image, intersectionOf(cursor->area, wholeOf(picture)));
+  surface.underCursor.save(surface.image, intersectionOf(cursor->area, wholeOf(frameSize)));
   blendCursor(*cursor->image, cursor->area, surface.image);
 }
 
 void FrameComposer::markCursor(const std::optional<CursorPlacement>& cursor) {
   if (cursor == drawnCursor) return;
-  if (drawnCursor) tracker.markChanged(drawnCursor->area);
-  if (cursor) tracker.markChanged(cursor->area);
+  if (drawnCursor) tracker.markDamaged(drawnCursor->area);
+  if (cursor) tracker.markDamaged(cursor->area);
   drawnCursor = cursor;
 }
 
-void FrameComposer::markChanged(const std::vector<PixelRect>& parts) {
-  for (const PixelRect& part : parts) tracker.markChanged(part);
+void FrameComposer::markDamaged(const std::vector<PixelRect>& parts) {
+  for (const PixelRect& part : parts) tracker.markDamaged(part);
 }
 
 }  // namespace quorvin

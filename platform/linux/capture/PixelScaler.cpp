@@ -46,10 +46,9 @@ void halve(const PixelImage& full, RowRange rows, PixelImage& half) {
 
 }  // namespace
 
-PixelScaler::PixelScaler(PixelSize source, PixelSize picture)
-    : sourceSize(source), pictureSize(picture) {
+PixelScaler::PixelScaler(PixelSize source, PixelSize frame) : sourceSize(source), frameSize(frame) {
   PixelSize half = halfOf(source);
-  for (; half.width >= picture.width && half.height >= picture.height; half = halfOf(half)) {
+  for (; half.width >= frame.width && half.height >= frame.height; half = halfOf(half)) {
     halved.push_back(allocateImage(half));
   }
 }
@@ -63,42 +62,41 @@ RowSet PixelScaler::sourceChanged(const PixelImage& source, const RowSet& rows) 
       halve(*full, range, half);
       full = &half;
     }
-    altered.add(pictureRows(range));
+    altered.add(frameRows(range));
   }
   return altered;
 }
 
-void PixelScaler::draw(const PixelImage& source, const RowSet& rows, PixelImage& picture) const {
+void PixelScaler::draw(const PixelImage& source, const RowSet& rows, PixelImage& frame) const {
   if (rows.isEmpty()) return;
   const PixelImage& from = lastStep(source);
   if (!canDrawRows()) {
-    drawRows(from, {0, pictureSize.height}, picture);
+    drawRows(from, {0, frameSize.height}, frame);
     return;
   }
-  for (const RowRange& range : rows.ranges()) drawRows(from, range, picture);
+  for (const RowRange& range : rows.ranges()) drawRows(from, range, frame);
 }
 
-void PixelScaler::drawRows(const PixelImage& from, RowRange rows, PixelImage& picture) const {
+void PixelScaler::drawRows(const PixelImage& from, RowRange rows, PixelImage& frame) const {
   const int first = std::max(rows.first, 0);
-  const int end = std::min(rows.end, pictureSize.height);
+  const int end = std::min(rows.end, frameSize.height);
   if (first >= end) return;
-  libyuv::ARGBScaleClip(
-      from.memory.get(), static_cast<int>(from.strideBytes()), from.size.width, from.size.height,
-      picture.memory.get(), static_cast<int>(picture.strideBytes()), pictureSize.width,
-      pictureSize.height, 0, first, pictureSize.width, end - first, libyuv::kFilterBilinear);
+  libyuv::ARGBScaleClip(from.memory.get(), static_cast<int>(from.strideBytes()), from.size.width,
+                        from.size.height, frame.memory.get(), static_cast<int>(frame.strideBytes()),
+                        frameSize.width, frameSize.height, 0, first, frameSize.width, end - first,
+                        libyuv::kFilterBilinear);
 }
 
-// `rows` of what the last step starts from. Each row of a picture is interpolated from two that
-// follow each other, so a row reaches less than one beyond its place; when libyuv enlarges, it
-// spreads the first to the last row over the whole picture, which moves the place by up to one
-// more.
-RowRange PixelScaler::pictureRows(RowRange rows) const {
+// `rows` of what the last step starts from. Each row of a frame is interpolated from two rows that
+// follow each other, so a row reaches less than one beyond its position. When libyuv enlarges, it
+// spreads the first to the last row over the whole frame, which moves positions by up to one more.
+RowRange PixelScaler::frameRows(RowRange rows) const {
   if (rows.first >= rows.end) return {};
   const int from = halved.empty() ? sourceSize.height : halved.back().size.height;
-  if (from == pictureSize.height) return rows;
-  const int reach = from > pictureSize.height ? 1 : 2;
-  return {roundedDown(std::max(rows.first - reach, 0), from, pictureSize.height),
-          roundedUp(std::min(rows.end + reach, from), from, pictureSize.height)};
+  if (from == frameSize.height) return rows;
+  const int reach = from > frameSize.height ? 1 : 2;
+  return {roundedDown(std::max(rows.first - reach, 0), from, frameSize.height),
+          roundedUp(std::min(rows.end + reach, from), from, frameSize.height)};
 }
 
 const PixelImage& PixelScaler::lastStep(const PixelImage& source) const {
@@ -108,7 +106,7 @@ const PixelImage& PixelScaler::lastStep(const PixelImage& source) const {
 bool PixelScaler::canDrawRows() const {
   // While enlarging, libyuv reads ahead of the row it draws and finds the image's end only when it
   // has begun at the first row.
-  return sourceSize.width >= pictureSize.width && sourceSize.height >= pictureSize.height;
+  return sourceSize.width >= frameSize.width && sourceSize.height >= frameSize.height;
 }
 
 }  // namespace quorvin

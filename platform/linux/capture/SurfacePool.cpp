@@ -47,7 +47,7 @@ void SurfacePool::markStale(const PixelRegion& region) {
   for (Surface& surface : surfaces) surface.stale.add(region);
 }
 
-std::shared_ptr<CapturedPixelBuffer> SurfacePool::lend(Surface& surface) {
+std::shared_ptr<CapturedFrame> SurfacePool::lend(Surface& surface) {
   std::erase_if(retired, [](const Surface& old) { return !isLent(old); });
   surface.lastUse = ++uses;
   surface.lent->store(true);
@@ -58,7 +58,7 @@ std::shared_ptr<CapturedPixelBuffer> SurfacePool::lend(Surface& surface) {
         lent->store(false);
         if (someoneWaits->exchange(false)) wakeup->signal();
       });
-  return std::make_shared<CapturedPixelBuffer>(
+  return std::make_shared<CapturedFrame>(
       std::move(loan), image.memory.get(), static_cast<std::size_t>(image.size.width),
       static_cast<std::size_t>(image.size.height), image.strideBytes());
 }

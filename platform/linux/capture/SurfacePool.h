@@ -7,13 +7,13 @@
 #include <vector>
 
 #include "platform/linux/capture/CursorOverlay.h"
-#include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/frame/CapturedFrame.h"
 #include "platform/linux/frame/PixelImage.h"
 #include "platform/unix/EventFd.h"
 
 namespace quorvin {
 
-// The pictures of a stream. Each is either free or lent out, and at most `depth` are lent at a
+// The frames of a stream. Each is either free or lent out, and at most `depth` are lent at a
 // time, those of an earlier size included. A free one remembers which of its pixels have become
 // stale since it was last drawn. Used by the capturing thread; what it lends may be released on
 // any thread and may outlive the pool.
@@ -22,7 +22,7 @@ class SurfacePool {
   struct Surface {
     PixelImage image;
     PixelRegion stale;
-    CoveredPixels underCursor;
+    SaveUnder underCursor;
     std::uint64_t lastUse = 0;
     std::shared_ptr<std::atomic<bool>> lent;
   };
@@ -40,9 +40,9 @@ class SurfacePool {
   // The free surface that was used last, since it has the least stale pixels; made if need be.
   // Only if there is one. It stays free until it is lent, and is valid until the pool changes.
   [[nodiscard]] Surface& mostRecentFree();
-  // Tells that this region of all pictures must be drawn anew.
+  // Tells that this region of all frames must be drawn anew.
   void markStale(const PixelRegion& region);
-  [[nodiscard]] std::shared_ptr<CapturedPixelBuffer> lend(Surface& surface);
+  [[nodiscard]] std::shared_ptr<CapturedFrame> lend(Surface& surface);
 
  private:
   [[nodiscard]] static bool isLent(const Surface& surface);

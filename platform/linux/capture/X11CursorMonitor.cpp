@@ -10,7 +10,7 @@ X11CursorMonitor::X11CursorMonitor(X11Connection& connection, const X11Extension
 }
 
 X11CursorMonitor::~X11CursorMonitor() {
-  discardAnswers();
+  discardReplies();
   select(false);
 }
 
@@ -23,10 +23,10 @@ void X11CursorMonitor::select(bool wanted) {
   // Ordinary motion events stop at the first window that wants them; raw ones reach everybody.
   const std::uint32_t mask = XCB_INPUT_XI_EVENT_MASK_RAW_MOTION;
   struct {
-    xcb_input_event_mask_t head;
+    xcb_input_event_mask_t header;
     std::uint32_t mask;
   } const selection{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, wanted ? mask : 0};
-  xcb_input_xi_select_events(connection.get(), connection.root(), 1, &selection.head);
+  xcb_input_xi_select_events(connection.get(), connection.root(), 1, &selection.header);
 }
 
 void X11CursorMonitor::handle(const xcb_generic_event_t& event) {
@@ -39,27 +39,27 @@ void X11CursorMonitor::handle(const xcb_generic_event_t& event) {
   }
 }
 
-void X11CursorMonitor::ask() {
-  discardAnswers();
+void X11CursorMonitor::request() {
+  discardReplies();
   moved = false;
-  askedPlace = xcb_query_pointer(connection.get(), connection.root());
-  if (reshaped && fixes) askedImage = xcb_xfixes_get_cursor_image(connection.get());
+  pointerCookie = xcb_query_pointer(connection.get(), connection.root());
+  if (reshaped && fixes) imageCookie = xcb_xfixes_get_cursor_image(connection.get());
   reshaped = false;
 }
 
 std::optional<X11Cursor> X11CursorMonitor::current() {
-  if (!askedPlace) ask();
-  const auto place = x11Reply(xcb_query_pointer_reply, connection.get(), *askedPlace);
-  askedPlace.reset();
-  if (askedImage) image = takeImage(*askedImage);
-  askedImage.reset();
+  if (!pointerCookie) request();
+  const auto place = x11Reply(xcb_query_pointer_reply, connection.get(), *pointerCookie);
+  pointerCookie.reset();
+  if (imageCookie) image = takeImage(*imageCookie);
+  imageCookie.reset();
   if (!place || place->same_screen == 0) return {};
   return X11Cursor{place->root_x, place->root_y, image};
 }
 
 std::shared_ptr<const CursorImage> X11CursorMonitor::takeImage(
-    xcb_xfixes_get_cursor_image_cookie_t request) {
-  const auto reply = x11Reply(xcb_xfixes_get_cursor_image_reply, connection.get(), request);
+    xcb_xfixes_get_cursor_image_cookie_t cookie) {
+  const auto reply = x11Reply(xcb_xfixes_get_cursor_image_reply, connection.get(), cookie);
   if (!reply) return {};
   auto taken = std::make_shared<CursorImage>();
   taken->size = {reply->width, reply->height};
@@ -71,11 +71,11 @@ std::shared_ptr<const CursorImage> X11CursorMonitor::takeImage(
   return taken;
 }
 
-void X11CursorMonitor::discardAnswers() {
-  if (askedPlace) xcb_discard_reply(connection.get(), askedPlace->sequence);
-  if (askedImage) xcb_discard_reply(connection.get(), askedImage->sequence);
-  askedPlace.reset();
-  askedImage.reset();
+void X11CursorMonitor::discardReplies() {
+  if (pointerCookie) xcb_discard_reply(connection.get(), pointerCookie->sequence);
+  if (imageCookie) xcb_discard_reply(connection.get(), imageCookie->sequence);
+  pointerCookie.reset();
+  imageCookie.reset();
 }
 
 }  // namespace quorvin

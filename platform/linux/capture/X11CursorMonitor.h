@@ -15,12 +15,12 @@ namespace quorvin {
 struct X11Cursor {
   int x = 0;
   int y = 0;
-  std::shared_ptr<const CursorImage> image;  // a new object for each new look; null if unknown
+  std::shared_ptr<const CursorImage> image;  // a new object for each new shape; null if unknown
 
   friend bool operator==(const X11Cursor&, const X11Cursor&) = default;
 };
 
-// Notices that the pointer moved or changed its look. Used by the connection's thread; the
+// Notices that the pointer moved or changed its shape. Used by the connection's thread; the
 // connection must outlive it.
 class X11CursorMonitor {
  public:
@@ -30,21 +30,21 @@ class X11CursorMonitor {
   ~X11CursorMonitor();
 
   void handle(const xcb_generic_event_t& event);
-  // True when an event said that the answer of `current` may differ from the last one.
+  // True when an event said that `current` may differ from what it was.
   [[nodiscard]] bool isPending() const { return moved || reshaped; }
-  // False when the server has no means to tell of motion, so that one has to look now and then.
+  // False when the server has no means to tell of motion, so that one has to poll.
   [[nodiscard]] bool hearsMotion() const { return input.has_value(); }
-  // Asks the server without waiting, so that the answer can come along with others.
-  void ask();
-  // The answer, for which it waits; asks if nobody has. Empty while the pointer is on another
-  // screen or the connection broke.
+  // Sends the requests without waiting, so that the replies come along with others.
+  void request();
+  // Waits for the replies, and sends the requests if nobody has. Empty while the pointer is on
+  // another screen or the connection broke.
   [[nodiscard]] std::optional<X11Cursor> current();
 
  private:
   void select(bool wanted);
   [[nodiscard]] std::shared_ptr<const CursorImage> takeImage(
-      xcb_xfixes_get_cursor_image_cookie_t request);
-  void discardAnswers();
+      xcb_xfixes_get_cursor_image_cookie_t cookie);
+  void discardReplies();
 
   X11Connection& connection;
   std::optional<X11Extensions::Events> fixes;
@@ -52,8 +52,8 @@ class X11CursorMonitor {
   std::shared_ptr<const CursorImage> image;
   bool moved = true;
   bool reshaped = true;
-  std::optional<xcb_query_pointer_cookie_t> askedPlace;
-  std::optional<xcb_xfixes_get_cursor_image_cookie_t> askedImage;
+  std::optional<xcb_query_pointer_cookie_t> pointerCookie;
+  std::optional<xcb_xfixes_get_cursor_image_cookie_t> imageCookie;
 };
 
 }  // namespace quorvin

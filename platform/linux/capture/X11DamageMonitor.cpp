@@ -20,7 +20,7 @@ X11DamageMonitor::X11DamageMonitor(X11Connection& connection, const X11Extension
 }
 
 X11DamageMonitor::~X11DamageMonitor() {
-  for (const auto& question : asked) xcb_discard_reply(connection.get(), question.sequence);
+  for (const auto& cookie : cookies) xcb_discard_reply(connection.get(), cookie.sequence);
   xcb_damage_destroy(connection.get(), damage);
   xcb_xfixes_destroy_region(connection.get(), parts);
 }
@@ -39,18 +39,18 @@ void X11DamageMonitor::handle(const xcb_generic_event_t& event) {
   }
 }
 
-void X11DamageMonitor::ask() {
+void X11DamageMonitor::request() {
   pending = false;
   reported = {};
   takenAt = xcb_damage_subtract(connection.get(), damage, XCB_NONE, parts).sequence;
-  asked.push_back(xcb_xfixes_fetch_region(connection.get(), parts));
+  cookies.push_back(xcb_xfixes_fetch_region(connection.get(), parts));
 }
 
-ScreenChanges X11DamageMonitor::answer(const PixelRect& area) {
-  ScreenChanges changes;
-  if (asked.empty()) return changes;
-  const auto reply = x11Reply(xcb_xfixes_fetch_region_reply, connection.get(), asked.front());
-  asked.pop_front();
+ScreenDamage X11DamageMonitor::waitForReply(const PixelRect& area) {
+  ScreenDamage changes;
+  if (cookies.empty()) return changes;
+  const auto reply = x11Reply(xcb_xfixes_fetch_region_reply, connection.get(), cookies.front());
+  cookies.pop_front();
   if (!reply) {
     // What the server forgot to tell could be anything.
     changes.add(wholeOf(area.size()));

@@ -14,8 +14,8 @@
 namespace quorvin {
 
 // What changed on a display: a region to fetch, and exactly the parts and their rows. The region
-// does not tell them, since it may hold much of what lies between two changes.
-struct ScreenChanges {
+// may be larger than its parts, since it holds much of what lies between two of them.
+struct ScreenDamage {
   PixelRegion region;
   RowSet rows;
   std::vector<PixelRect> parts;
@@ -26,7 +26,7 @@ struct ScreenChanges {
     rows.add({rect.y, rect.bottom()});
     parts.push_back(rect);
   }
-  void add(const ScreenChanges& others) {
+  void add(const ScreenDamage& others) {
     for (const PixelRect& part : others.parts) add(part);
   }
   void clear() {
@@ -41,14 +41,14 @@ struct ScreenChanges {
 enum class DamageReport {
   something,  // once, that there are any
   // Where they are, and again when they have spread. Only for connections over which no pixels
-  // come: a server that answers with pixels may take the pointer off the screen for that, and
-  // Xorg's then put such a report, of an empty area, into the middle of its answer.
+  // come: a server that replies with pixels may take the pointer off the screen for that, and
+  // Xorg's then put such a report, of an empty area, into the middle of its reply.
   bounds,
 };
 
 // Learns from the server which parts of the root window changed. The server reports, and then
-// gathers until it is asked what; so a busy screen costs few events for each look. Used by the
-// connection's thread; the connection must outlive it.
+// gathers until the damage is requested; so a busy screen costs few events for each poll. Used by
+// the connection's thread; the connection must outlive it.
 class X11DamageMonitor {
  public:
   // The extensions must have DAMAGE.
@@ -63,18 +63,18 @@ class X11DamageMonitor {
   // one is pending and bounds are reported.
   [[nodiscard]] const PixelRect& reportedArea() const { return reported; }
 
-  // Asks what changed since it was last asked, without waiting. The server carries requests out in
-  // the order in which they were sent: what is drawn before this one is named by its answer, and
-  // what is drawn later by the next.
-  void ask();
-  // The answer to the first question that has none, as far as it lies within this area of the root
-  // window, in coordinates relative to it. Waits for it; empty if there is no such question.
-  [[nodiscard]] ScreenChanges answer(const PixelRect& area);
-  // Both at once, when no question waits for its answer. Pixels fetched after it are at least as
+  // Requests the damage since the last request, without waiting. The server carries requests out in
+  // the order in which they were sent: the reply names what was drawn before this request, and the
+  // next reply what is drawn after it.
+  void request();
+  // Waits for the oldest reply that is pending; empty if none is. Only the damage within this area
+  // of the root window, in coordinates relative to the area.
+  [[nodiscard]] ScreenDamage waitForReply(const PixelRect& area);
+  // Both at once, when no reply is pending. Pixels fetched after it are at least as
   // new as the changes it names.
-  [[nodiscard]] ScreenChanges take(const PixelRect& area) {
-    ask();
-    return answer(area);
+  [[nodiscard]] ScreenDamage take(const PixelRect& area) {
+    request();
+    return waitForReply(area);
   }
 
  private:
@@ -83,7 +83,7 @@ class X11DamageMonitor {
   DamageReport report;
   xcb_damage_damage_t damage;
   xcb_xfixes_region_t parts;
-  std::deque<xcb_xfixes_fetch_region_cookie_t> asked;  // and not answered
+  std::deque<xcb_xfixes_fetch_region_cookie_t> cookies;  // of the replies that are pending
   std::uint32_t takenAt = 0;  // number of the request that took the last changes
   bool pending = false;
   PixelRect reported;

@@ -45,16 +45,16 @@ void X11ScreenReader::setOrigin(int x, int y) {
   originY = y;
 }
 
-void X11ScreenReader::ask(const PixelRegion& region, PixelImage& target) {
+void X11ScreenReader::requestPixels(const PixelRegion& region, PixelImage& target) {
   convert = [this, &target](const PixelRect& rect, const std::uint8_t* pixels) {
     convertPixels(format, pixels, rowBytes(rect), target.at(rect.x, rect.y), target.strideBytes(),
                   rect.width, rect.height);
   };
-  isAskedFor = request(region, target, convert);
+  isRequested = request(region, target, convert);
 }
 
-bool X11ScreenReader::finish() {
-  return finish(convert) && isAskedFor;
+bool X11ScreenReader::waitForPixels() {
+  return finish(convert) && isRequested;
 }
 
 std::optional<RowSet> X11ScreenReader::readChanges(PixelImage& target) {

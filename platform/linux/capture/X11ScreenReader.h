@@ -30,13 +30,13 @@ class X11ScreenReader {
   // size. False when the server refused, as it does for areas outside of the root window, or when
   // the connection broke; the image's pixels are undefined then.
   [[nodiscard]] bool read(const PixelRegion& region, PixelImage& target) {
-    ask(region, target);
-    return finish();
+    requestPixels(region, target);
+    return waitForPixels();
   }
   // The same in two steps: requests that are sent in between cost no further round trip. The image
   // must stay where it is until the second.
-  void ask(const PixelRegion& region, PixelImage& target);
-  [[nodiscard]] bool finish();
+  void requestPixels(const PixelRegion& region, PixelImage& target);
+  [[nodiscard]] bool waitForPixels();
 
   // Fetches everything and tells which rows of the image it changed; empty when the server refused,
   // with the image's pixels undefined.
@@ -71,8 +71,8 @@ class X11ScreenReader {
   PixelImage scratch;  // made when first needed
   std::size_t scratchUsed = 0;
   std::vector<Fetch> pending;
-  Consumer convert;  // of what `ask` has asked for
-  bool isAskedFor = false;
+  Consumer convert;  // for the pixels that were requested
+  bool isRequested = false;
 };
 
 }  // namespace quorvin

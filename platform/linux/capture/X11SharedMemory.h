@@ -11,7 +11,7 @@
 
 namespace quorvin {
 
-// Runs of zeroed pages for pictures; unmapped when the last owner lets go, on any thread. All
+// Runs of zeroed pages for frames; unmapped when the last owner lets go, on any thread. All
 // throw Error when the system has no memory left.
 using PixelMemory = std::shared_ptr<std::uint8_t>;
 

@@ -11,7 +11,7 @@ namespace quorvin {
 
 inline constexpr std::size_t bytesPerPixel = 4;
 
-// A picture of 32-bit pixels, blue first, without gaps between the rows. The fourth byte is
+// An image of 32-bit pixels, blue first, without gaps between the rows. The fourth byte is
 // whatever the X server left there.
 struct PixelImage {
   PixelSize size;

@@ -9,37 +9,37 @@
 
 namespace quorvin {
 
-bool CodedRect::code(const CapturedPixelBuffer& picture, const JpegForm& form,
+bool CodedRect::code(const CapturedFrame& frame, const JpegParams& params,
                      const SegmentRect& rect) {
   try {
-    bounds.assign(static_cast<std::size_t>(rect.count()) + 1, 0);
+    offsets.assign(static_cast<std::size_t>(rect.count()) + 1, 0);
   } catch (const std::bad_alloc&) {
     return false;
   }
-  const RowRange rows = pixelRowsOf(rect.mcuRows, form.heightPx);
-  const ColumnRange columns = pixelColumnsOf(rect.first, rect.end, form.widthPx);
-  const JpegForm part{columns.end - columns.first, rows.end - rows.first, form.quality};
-  const auto offset = static_cast<std::size_t>(rows.first) * picture.strideBytes() +
+  const RowRange rows = pixelRowsOf(rect.mcuRows, params.heightPx);
+  const ColumnRange columns = pixelColumnsOf(rect.first, rect.end, params.widthPx);
+  const JpegParams part{columns.end - columns.first, rows.end - rows.first, params.quality};
+  const auto offset = static_cast<std::size_t>(rows.first) * frame.strideBytes() +
                       static_cast<std::size_t>(columns.first) * bytesPerPixel;
   coded = rect;
-  return writeJpeg(part, segmentMcus(form.widthPx), picture.data() + offset, picture.strideBytes(),
+  return writeJpeg(part, segmentMcus(params.widthPx), frame.data() + offset, frame.strideBytes(),
                    bytes) &&
-         findBounds();
+         findOffsets();
 }
 
-bool CodedRect::findBounds() {
+bool CodedRect::findOffsets() {
   const std::size_t begin = findCodedData(bytes.written());
-  if (begin == 0 || !findEnds(bytes.written().subspan(begin), std::span(bounds).subspan(1))) {
+  if (begin == 0 || !findEnds(bytes.written().subspan(begin), std::span(offsets).subspan(1))) {
     return false;
   }
-  for (std::size_t& bound : bounds) bound += begin;
+  for (std::size_t& offset : offsets) offset += begin;
   return true;
 }
 
 Segments CodedRect::row(int number) const {
   const auto across = static_cast<std::size_t>(coded.across());
   return {bytes.written().data(),
-          std::span(bounds).subspan(static_cast<std::size_t>(number) * across, across + 1)};
+          std::span(offsets).subspan(static_cast<std::size_t>(number) * across, across + 1)};
 }
 
 }  // namespace quorvin

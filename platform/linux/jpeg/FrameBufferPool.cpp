@@ -21,12 +21,12 @@ std::size_t fittingCapacity(std::size_t sizeBytes) {
 }  // namespace
 
 FrameBufferPool::Buffer FrameBufferPool::take(std::size_t sizeBytes) {
-  GrowingBytes buffer = takeKept(sizeBytes);
+  ByteBuffer buffer = takeKept(sizeBytes);
   if (!fits(sizeBytes, buffer.capacityBytes()) && !buffer.setCapacity(fittingCapacity(sizeBytes))) {
     throw std::bad_alloc();
   }
   const std::size_t capacity = buffer.capacityBytes();
-  auto lent = std::make_shared<Lent>(shared_from_this(), std::move(buffer));
+  auto lent = std::make_shared<PooledBuffer>(shared_from_this(), std::move(buffer));
   std::uint8_t* bytes = lent->bytes.data();
   return {{std::move(lent), bytes}, capacity};
 }
@@ -36,23 +36,23 @@ std::size_t FrameBufferPool::keptCount() {
   return kept.size();
 }
 
-GrowingBytes FrameBufferPool::takeKept(std::size_t sizeBytes) {
+ByteBuffer FrameBufferPool::takeKept(std::size_t sizeBytes) {
   const MutexLock lock(mutex);
   kept.reserve(maximumKept);  // giving back then never needs memory
   lastSize = sizeBytes;
-  std::erase_if(kept, [this](const GrowingBytes& buffer)
+  std::erase_if(kept, [this](const ByteBuffer& buffer)
                           QUORVIN_REQUIRES(mutex) { return isTooLarge(buffer); });
   if (kept.empty()) return {};
-  GrowingBytes buffer = std::move(kept.back());
+  ByteBuffer buffer = std::move(kept.back());
   kept.pop_back();
   return buffer;
 }
 
-bool FrameBufferPool::isTooLarge(const GrowingBytes& buffer) const {
+bool FrameBufferPool::isTooLarge(const ByteBuffer& buffer) const {
   return buffer.capacityBytes() / 2 > lastSize;
 }
 
-void FrameBufferPool::giveBack(GrowingBytes buffer) {
+void FrameBufferPool::giveBack(ByteBuffer buffer) {
   const MutexLock lock(mutex);
   if (kept.size() < maximumKept && !isTooLarge(buffer)) kept.push_back(std::move(buffer));
 }

@@ -14,8 +14,8 @@ namespace quorvin {
 
 // Bytes that C code writes, and that grow while it does. They never throw, since nothing may be
 // thrown through C code, and leave new memory as it is. Growing and shrinking keep what pages there
-// are, so that those are not mapped anew for each picture.
-class GrowingBytes {
+// are, so that those are not mapped anew for each frame.
+class ByteBuffer {
  public:
   [[nodiscard]] std::uint8_t* data() { return memory.get(); }
   [[nodiscard]] std::size_t capacityBytes() const { return capacity; }
@@ -51,10 +51,10 @@ class GrowingBytes {
 // frame finds its pages mapped already. A buffer comes back when its last owner lets go, on any
 // thread, and also after everybody else has forgotten the pool. Any thread.
 //
-// Buffers are at most an eighth larger than asked for: files that follow each other are of nearly
-// the same size, and to take a page away from a large buffer interrupts all threads of the process.
-// At most `maximumKept` wait here, and those more than twice as large as the last one asked for are
-// given back to the system.
+// A buffer is at most an eighth larger than requested: files that follow each other have nearly the
+// same size, and to take a page from a large buffer interrupts all threads of the process. At most
+// `maximumKept` wait here; those more than twice as large as the last request go back to the
+// system.
 class FrameBufferPool : public std::enable_shared_from_this<FrameBufferPool> {
  public:
   // The next file takes up one while the last but one may still be on its way.
@@ -71,23 +71,23 @@ class FrameBufferPool : public std::enable_shared_from_this<FrameBufferPool> {
   [[nodiscard]] std::size_t keptCount();
 
  private:
-  struct Lent {
-    Lent(std::shared_ptr<FrameBufferPool> pool, GrowingBytes bytes)
+  struct PooledBuffer {
+    PooledBuffer(std::shared_ptr<FrameBufferPool> pool, ByteBuffer bytes)
         : pool(std::move(pool)), bytes(std::move(bytes)) {}
-    Lent(const Lent&) = delete;
-    Lent& operator=(const Lent&) = delete;
-    ~Lent() { pool->giveBack(std::move(bytes)); }
+    PooledBuffer(const PooledBuffer&) = delete;
+    PooledBuffer& operator=(const PooledBuffer&) = delete;
+    ~PooledBuffer() { pool->giveBack(std::move(bytes)); }
 
     std::shared_ptr<FrameBufferPool> pool;
-    GrowingBytes bytes;
+    ByteBuffer bytes;
   };
 
-  [[nodiscard]] GrowingBytes takeKept(std::size_t sizeBytes);
-  [[nodiscard]] bool isTooLarge(const GrowingBytes& buffer) const QUORVIN_REQUIRES(mutex);
-  void giveBack(GrowingBytes buffer);
+  [[nodiscard]] ByteBuffer takeKept(std::size_t sizeBytes);
+  [[nodiscard]] bool isTooLarge(const ByteBuffer& buffer) const QUORVIN_REQUIRES(mutex);
+  void giveBack(ByteBuffer buffer);
 
   Mutex mutex;
-  std::vector<GrowingBytes> kept QUORVIN_GUARDED_BY(mutex);
+  std::vector<ByteBuffer> kept QUORVIN_GUARDED_BY(mutex);
   std::size_t lastSize QUORVIN_GUARDED_BY(mutex) = 0;
 };
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/frame/CapturedFrame.h"
 #include "platform/linux/jpeg/JpegEncoder.h"
 
 namespace quorvin {
@@ -17,18 +17,18 @@ int qualityFrom(double compressionFactor) {
   return static_cast<int>(std::lround(std::clamp(compressionFactor * 100, 1.0, 100.0)));
 }
 
-bool isEncodable(const CapturedPixelBuffer& picture) {
+bool isEncodable(const CapturedFrame& frame) {
   const auto isSide = [](std::size_t px) {
     return px >= 1 && px <= longestJpegSide;
   };
-  return isSide(picture.widthPx()) && isSide(picture.heightPx());
+  return isSide(frame.widthPx()) && isSide(frame.heightPx());
 }
 
 class JpegContext final : public ImageContext {
  public:
-  [[nodiscard]] std::optional<Data> jpegRepresentation(const PixelBuffer& picture,
+  [[nodiscard]] std::optional<Data> jpegRepresentation(const PixelBuffer& frame,
                                                        double compressionFactor) override {
-    const auto* captured = dynamic_cast<const CapturedPixelBuffer*>(&picture);
+    const auto* captured = dynamic_cast<const CapturedFrame*>(&frame);
     if (captured == nullptr || !isEncodable(*captured)) return {};
     return encoder.encode(*captured, qualityFrom(compressionFactor));
   }

@@ -7,7 +7,7 @@
 namespace quorvin {
 
 // Writes JPEG with libjpeg-turbo: colours at half resolution (4:2:0), quality 1 to 100 as the
-// factor in percent. Only pictures that LinuxScreenCapture made can be rendered.
+// factor in percent. Only frames that LinuxScreenCapture made can be rendered.
 class LinuxImageEncoder final : public ImageEncoder {
  public:
   LinuxImageEncoder() = default;

@@ -18,14 +18,12 @@ namespace quorvin {
 namespace {
 
 constexpr int exactFromQuality = 96;
-constexpr std::size_t firstCapacityBytes = 4096;  // more than a head takes
+constexpr std::size_t firstCapacityBytes = 4096;  // more than a header takes
 
-// The pixels of an MCU row in brightness and colour (JFIF's, that is BT.601 in full range), as
-// libjpeg takes them: colour at half the resolution both ways, rows of whole blocks. What lies
-// beyond the picture repeats its last pixels. libyuv makes it of the pixels in a third of the time
-// that libjpeg needs, and may be a level off where libjpeg is not.
-//
-// Lives in memory that is given to it, and needs no destructor.
+// An MCU row in the planes that libjpeg takes: Y, and Cb and Cr at half the resolution both ways
+// (JFIF's, that is BT.601 in full range). Rows are padded to whole blocks with the last pixels.
+// libyuv converts in a third of libjpeg's time, and may be a level off where libjpeg is not. Lives
+// in memory that is given to it, and needs no destructor.
 class PlanarMcuRow {
  public:
   [[nodiscard]] static std::size_t bytesFor(int widthPx);
@@ -38,17 +36,17 @@ class PlanarMcuRow {
 
   // For each of the three components the beginnings of its rows.
   [[nodiscard]] std::array<std::uint8_t**, 3> components() {
-    return {brightness.data(), blue.data(), red.data()};
+    return {y.data(), cb.data(), cr.data()};
   }
 
  private:
-  static constexpr int colourRows = mcuSidePx / 2;
+  static constexpr int chromaRows = mcuSidePx / 2;
 
   int widthPx = 0;
-  int strideBytes = 0;  // of brightness; that of colour is half of it
-  std::array<std::uint8_t*, mcuSidePx> brightness{};
-  std::array<std::uint8_t*, colourRows> blue{};
-  std::array<std::uint8_t*, colourRows> red{};
+  int strideBytes = 0;  // of Y; those of Cb and Cr are half of it
+  std::array<std::uint8_t*, mcuSidePx> y{};
+  std::array<std::uint8_t*, chromaRows> cb{};
+  std::array<std::uint8_t*, chromaRows> cr{};
 };
 
 int paddedWidth(int widthPx) {
@@ -75,25 +73,25 @@ void repeatLast(std::span<std::uint8_t* const> rows, int strideBytes, int width,
 }
 
 std::size_t PlanarMcuRow::bytesFor(int widthPx) {
-  return static_cast<std::size_t>(paddedWidth(widthPx)) * (mcuSidePx + colourRows);
+  return static_cast<std::size_t>(paddedWidth(widthPx)) * (mcuSidePx + chromaRows);
 }
 
 PlanarMcuRow::PlanarMcuRow(std::uint8_t* memory, int widthPx)
     : widthPx(widthPx), strideBytes(paddedWidth(widthPx)) {
-  memory = layOutRows(brightness, memory, strideBytes);
-  memory = layOutRows(blue, memory, strideBytes / 2);
-  layOutRows(red, memory, strideBytes / 2);
+  memory = layOutRows(y, memory, strideBytes);
+  memory = layOutRows(cb, memory, strideBytes / 2);
+  layOutRows(cr, memory, strideBytes / 2);
 }
 
 void PlanarMcuRow::take(const std::uint8_t* pixels, std::size_t pixelStrideBytes, int rowCount) {
-  const int colourStride = strideBytes / 2;
-  libyuv::ARGBToJ420(pixels, static_cast<int>(pixelStrideBytes), brightness[0], strideBytes,
-                     blue[0], colourStride, red[0], colourStride, widthPx, rowCount);
-  const int colourWidth = (widthPx + 1) / 2;
-  const int colourCount = (rowCount + 1) / 2;
-  repeatLast(brightness, strideBytes, widthPx, rowCount);
-  repeatLast(blue, colourStride, colourWidth, colourCount);
-  repeatLast(red, colourStride, colourWidth, colourCount);
+  const int chromaStride = strideBytes / 2;
+  libyuv::ARGBToJ420(pixels, static_cast<int>(pixelStrideBytes), y[0], strideBytes, cb[0],
+                     chromaStride, cr[0], chromaStride, widthPx, rowCount);
+  const int chromaWidth = (widthPx + 1) / 2;
+  const int chromaCount = (rowCount + 1) / 2;
+  repeatLast(y, strideBytes, widthPx, rowCount);
+  repeatLast(cb, chromaStride, chromaWidth, chromaCount);
+  repeatLast(cr, chromaStride, chromaWidth, chromaCount);
 }
 
 // Everything of one compression. Nothing in here has a destructor: libjpeg reports an error by
@@ -103,8 +101,8 @@ struct Compression {
   jpeg_error_mgr errors;
   std::jmp_buf exit;
   jpeg_destination_mgr destination;
-  GrowingBytes* into;
-  const JpegForm* form;
+  ByteBuffer* into;
+  const JpegParams* params;
   int segmentMcus;
   const std::uint8_t* firstPixel;
   std::size_t strideBytes;
@@ -124,13 +122,13 @@ void saySilently(j_common_ptr /*library*/) {}
 void warnSilently(j_common_ptr /*library*/, int /*level*/) {}
 
 void writeFrom(Compression& compression, std::size_t offset) {
-  GrowingBytes& into = *compression.into;
+  ByteBuffer& into = *compression.into;
   compression.destination.next_output_byte = into.data() + offset;
   compression.destination.free_in_buffer = into.capacityBytes() - offset;
 }
 
 void makeRoom(Compression& compression) {
-  GrowingBytes& into = *compression.into;
+  ByteBuffer& into = *compression.into;
   const std::size_t capacity = std::max(into.capacityBytes() * 2, firstCapacityBytes);
   if (!into.setCapacity(capacity)) ERREXIT1(&compression.library, JERR_OUT_OF_MEMORY, 0);
 }
@@ -159,24 +157,24 @@ void end(j_compress_ptr library) {
 }
 
 // Whether colours are to be as near to the pixels' as libjpeg can come.
-bool takesExactColours(const Compression& compression) {
-  return compression.form->quality >= exactFromQuality;
+bool usesLibjpegColours(const Compression& compression) {
+  return compression.params->quality >= exactFromQuality;
 }
 
 void setUp(Compression& compression) {
   jpeg_compress_struct& library = compression.library;
   jpeg_create_compress(&library);
   library.dest = &compression.destination;
-  library.image_width = static_cast<JDIMENSION>(compression.form->widthPx);
-  library.image_height = static_cast<JDIMENSION>(compression.form->heightPx);
+  library.image_width = static_cast<JDIMENSION>(compression.params->widthPx);
+  library.image_height = static_cast<JDIMENSION>(compression.params->heightPx);
   library.input_components = 4;
   library.in_color_space = JCS_EXT_BGRX;
   jpeg_set_defaults(&library);
-  jpeg_set_quality(&library, compression.form->quality, TRUE);
+  jpeg_set_quality(&library, compression.params->quality, TRUE);
   library.restart_interval = static_cast<unsigned>(compression.segmentMcus);
 }
 
-void writeHeadOnly(Compression& compression) {
+void writeHeaderOnly(Compression& compression) {
   setUp(compression);
   jpeg_start_compress(&compression.library, TRUE);
   jpeg_write_scanlines(&compression.library, nullptr, 0);  // tables wait for the first pixels
@@ -211,7 +209,7 @@ void writePlanarRow(Compression& compression) {
 }
 
 void preparePlanarRow(Compression& compression) {
-  const int widthPx = compression.form->widthPx;
+  const int widthPx = compression.params->widthPx;
   auto* library = reinterpret_cast<j_common_ptr>(&compression.library);
   void* memory = library->mem->alloc_large(library, JPOOL_IMAGE, PlanarMcuRow::bytesFor(widthPx));
   compression.planar = PlanarMcuRow(static_cast<std::uint8_t*>(memory), widthPx);
@@ -220,7 +218,7 @@ void preparePlanarRow(Compression& compression) {
 void writeWhole(Compression& compression) {
   jpeg_compress_struct& library = compression.library;
   setUp(compression);
-  const bool isPlanar = !takesExactColours(compression);
+  const bool isPlanar = !usesLibjpegColours(compression);
   library.raw_data_in = static_cast<boolean>(isPlanar);
   if (isPlanar) preparePlanarRow(compression);
   jpeg_start_compress(&library, TRUE);
@@ -253,18 +251,18 @@ bool run(Compression& compression, void (*work)(Compression&)) {
 
 }  // namespace
 
-bool writeJpegHead(const JpegForm& form, GrowingBytes& into) {
+bool writeJpegHeader(const JpegParams& params, ByteBuffer& into) {
   Compression compression{};
-  compression.form = &form;
-  compression.segmentMcus = segmentMcus(form.widthPx);
+  compression.params = &params;
+  compression.segmentMcus = segmentMcus(params.widthPx);
   compression.into = &into;
-  return run(compression, writeHeadOnly);
+  return run(compression, writeHeaderOnly);
 }
 
-bool writeJpeg(const JpegForm& part, int segmentMcus, const std::uint8_t* firstPixel,
-               std::size_t strideBytes, GrowingBytes& into) {
+bool writeJpeg(const JpegParams& part, int segmentMcus, const std::uint8_t* firstPixel,
+               std::size_t strideBytes, ByteBuffer& into) {
   Compression compression{};
-  compression.form = &part;
+  compression.params = &part;
   compression.segmentMcus = segmentMcus;
   compression.into = &into;
   compression.firstPixel = firstPixel;

@@ -31,13 +31,13 @@ struct Placed {
 };
 
 // What was coded, in the order of the file.
-std::vector<Placed> inOrder(std::span<const CodedRect> coded, const JpegForm& form) {
-  const int across = segmentsAcross(form.widthPx);
+std::vector<Placed> inOrder(std::span<const CodedRect> coded, const JpegParams& params) {
+  const int across = segmentsAcross(params.widthPx);
   std::vector<Placed> placed;
   for (const auto& rect : coded) {
-    const SegmentRect& place = rect.place();
-    for (int row = 0; row < place.down(); ++row) {
-      const int first = (place.mcuRows.first + row) * across + place.first;
+    const SegmentRect& position = rect.position();
+    for (int row = 0; row < position.down(); ++row) {
+      const int first = (position.mcuRows.first + row) * across + position.first;
       placed.push_back({static_cast<std::size_t>(first), rect.row(row)});
     }
   }
@@ -53,12 +53,12 @@ JpegThreads JpegThreads::ofThisMachine() {
   return threads;
 }
 
-std::optional<Data> JpegEncoder::encode(const CapturedPixelBuffer& picture, int quality) {
-  const JpegForm form{static_cast<int>(picture.widthPx()), static_cast<int>(picture.heightPx()),
-                      quality};
+std::optional<Data> JpegEncoder::encode(const CapturedFrame& frame, int quality) {
+  const JpegParams params{static_cast<int>(frame.widthPx()), static_cast<int>(frame.heightPx()),
+                          quality};
   std::optional<Data> file;
   try {
-    file = encodeChanges(picture, form);
+    file = encodeChanges(frame, params);
   } catch (const std::bad_alloc&) {
     // As when libjpeg runs out of memory.
   }
@@ -72,79 +72,78 @@ std::size_t JpegEncoder::keptBytes() const {
       [](std::size_t sum, const CodedRect& rect) { return sum + rect.capacityBytes(); });
 }
 
-std::optional<Data> JpegEncoder::encodeChanges(const CapturedPixelBuffer& picture,
-                                               const JpegForm& form) {
-  auto rects = changedRects(picture, form);
+std::optional<Data> JpegEncoder::encodeChanges(const CapturedFrame& frame,
+                                               const JpegParams& params) {
+  auto rects = changedRects(frame, params);
   if (rects.empty()) {
-    last->history = picture.rowHistory();
+    last->history = frame.damageHistory();
     return last->file.bytes;
   }
-  if (!code(picture, form, std::move(rects)) || !prepareHead(form)) return {};
-  auto file = assembleJpeg(head.written(), piecesOf(form), *buffers);
+  if (!code(frame, params, std::move(rects)) || !prepareHeader(params)) return {};
+  auto file = assembleJpeg(header.written(), piecesOf(params), *buffers);
   Data bytes = file.bytes;
-  remember(picture, form, std::move(file));
+  remember(frame, params, std::move(file));
   trim(bytes.size());
   return bytes;
 }
 
-std::vector<SegmentRect> JpegEncoder::changedRects(const CapturedPixelBuffer& picture,
-                                                   const JpegForm& form) const {
-  if (!last || last->form != form || !picture.rowHistory()) return {allSegments(form)};
-  return changedSegments(*picture.rowHistory(), *last->history, form);
+std::vector<SegmentRect> JpegEncoder::changedRects(const CapturedFrame& frame,
+                                                   const JpegParams& params) const {
+  if (!last || last->params != params || !frame.damageHistory()) return {allSegments(params)};
+  return changedSegments(*frame.damageHistory(), *last->history, params);
 }
 
-bool JpegEncoder::isWorthSharing(int segments, const JpegForm& form) const {
-  const std::int64_t segmentPx = std::int64_t{segmentMcus(form.widthPx)} * mcuSidePx * mcuSidePx;
+bool JpegEncoder::isWorthSharing(int segments, const JpegParams& params) const {
+  const std::int64_t segmentPx = std::int64_t{segmentMcus(params.widthPx)} * mcuSidePx * mcuSidePx;
   return threads.count > 1 && segments * segmentPx >= threads.sharedFromPx;
 }
 
-bool JpegEncoder::code(const CapturedPixelBuffer& picture, const JpegForm& form,
+bool JpegEncoder::code(const CapturedFrame& frame, const JpegParams& params,
                        std::vector<SegmentRect> rects) {
   const int segments = countSegments(rects);
-  const bool isShared = isWorthSharing(segments, form);
+  const bool isShared = isWorthSharing(segments, params);
   if (isShared) rects = cutRects(rects, largestPiece(segments, threads.count));
   if (rectMemory.size() < rects.size()) rectMemory.resize(rects.size());
   coded = std::span(rectMemory).first(rects.size());
 
   std::atomic<bool> isSound = true;
   const auto codeRect = [&](std::size_t i) {
-    if (!coded[i].code(picture, form, rects[i])) isSound = false;
+    if (!coded[i].code(frame, params, rects[i])) isSound = false;
   };
   if (isShared && rects.size() > 1) {
-    if (!team) team = std::make_unique<WorkerTeam>(threads.count - 1);
-    team->run(rects.size(), codeRect);
+    if (!pool) pool = std::make_unique<ThreadPool>(threads.count - 1);
+    pool->parallelFor(rects.size(), codeRect);
   } else {
     for (std::size_t i = 0; i < rects.size(); ++i) codeRect(i);
   }
   return isSound;
 }
 
-bool JpegEncoder::prepareHead(const JpegForm& form) {
-  if (headForm == form) return true;
-  headForm = {};
-  if (!writeJpegHead(form, head)) return false;
-  headForm = form;
+bool JpegEncoder::prepareHeader(const JpegParams& params) {
+  if (headerParams == params) return true;
+  headerParams = {};
+  if (!writeJpegHeader(params, header)) return false;
+  headerParams = params;
   return true;
 }
 
-std::vector<Segments> JpegEncoder::piecesOf(const JpegForm& form) const {
+std::vector<Segments> JpegEncoder::piecesOf(const JpegParams& params) const {
   std::vector<Segments> pieces;
   std::size_t next = 0;
-  for (const auto& [first, segments] : inOrder(coded, form)) {
+  for (const auto& [first, segments] : inOrder(coded, params)) {
     if (next < first) pieces.push_back(last->file.segments(next, first));
     pieces.push_back(segments);
     next = first + segments.count();
   }
-  const std::size_t count = segmentCount(form);
+  const std::size_t count = segmentCount(params);
   if (next < count) pieces.push_back(last->file.segments(next, count));
   return pieces;
 }
 
-void JpegEncoder::remember(const CapturedPixelBuffer& picture, const JpegForm& form,
-                           JpegFile file) {
+void JpegEncoder::remember(const CapturedFrame& frame, const JpegParams& params, JpegFile file) {
   last.reset();
-  // What cannot be compared with later pictures is of no use to them.
-  if (picture.rowHistory()) last = LastFile{form, picture.rowHistory(), std::move(file)};
+  // What cannot be compared with later frames is of no use to them.
+  if (frame.damageHistory()) last = LastFile{params, frame.damageHistory(), std::move(file)};
 }
 
 void JpegEncoder::forgetCoded() {

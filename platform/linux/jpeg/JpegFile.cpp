@@ -7,28 +7,28 @@ namespace quorvin {
 
 namespace {
 
-std::vector<std::size_t> layOut(std::size_t headBytes, const std::vector<Segments>& pieces) {
-  std::vector<std::size_t> bounds{headBytes};
+std::vector<std::size_t> layOut(std::size_t headerBytes, const std::vector<Segments>& pieces) {
+  std::vector<std::size_t> offsets{headerBytes};
   for (const auto& piece : pieces) {
-    const std::size_t begin = bounds.back();
-    for (const std::size_t end : piece.bounds.subspan(1)) {
-      bounds.push_back(begin + end - piece.bounds.front());
+    const std::size_t begin = offsets.back();
+    for (const std::size_t end : piece.offsets.subspan(1)) {
+      offsets.push_back(begin + end - piece.offsets.front());
     }
   }
-  return bounds;
+  return offsets;
 }
 
-std::uint8_t* append(std::uint8_t* place, const std::uint8_t* bytes, std::size_t sizeBytes) {
-  std::memcpy(place, bytes, sizeBytes);
-  return place + sizeBytes;
+std::uint8_t* append(std::uint8_t* position, const std::uint8_t* bytes, std::size_t sizeBytes) {
+  std::memcpy(position, bytes, sizeBytes);
+  return position + sizeBytes;
 }
 
 constexpr std::uint8_t prefix = 0xFF;
 
 constexpr std::size_t blockBytes = 64;
 
-bool isMarker(const std::uint8_t* place) {
-  return place[0] == prefix && place[1] != 0;
+bool isMarker(const std::uint8_t* position) {
+  return position[0] == prefix && position[1] != 0;
 }
 
 // Without a way out of the loop the compiler looks at many bytes at once; every hundredth byte is
@@ -43,54 +43,55 @@ bool hasMarker(const std::uint8_t* block) {
 
 // Behind the next marker; 0 when there is none.
 std::size_t behindMarker(std::span<const std::uint8_t> coded, std::size_t from) {
-  std::size_t place = from;
-  while (place + blockBytes < coded.size() && !hasMarker(coded.data() + place)) place += blockBytes;
-  while (place + 1 < coded.size() && !isMarker(coded.data() + place)) ++place;
-  return place + 1 < coded.size() ? place + markerBytes : 0;
+  std::size_t position = from;
+  while (position + blockBytes < coded.size() && !hasMarker(coded.data() + position))
+    position += blockBytes;
+  while (position + 1 < coded.size() && !isMarker(coded.data() + position)) ++position;
+  return position + 1 < coded.size() ? position + markerBytes : 0;
 }
 
 }  // namespace
 
 Segments JpegFile::segments(std::size_t first, std::size_t end) const {
-  return {bytes.data(), std::span(bounds).subspan(first, end - first + 1)};
+  return {bytes.data(), std::span(offsets).subspan(first, end - first + 1)};
 }
 
-JpegFile assembleJpeg(std::span<const std::uint8_t> head, const std::vector<Segments>& pieces,
+JpegFile assembleJpeg(std::span<const std::uint8_t> header, const std::vector<Segments>& pieces,
                       FrameBufferPool& buffers) {
-  auto bounds = layOut(head.size(), pieces);
-  const std::size_t size = bounds.back();
+  auto offsets = layOut(header.size(), pieces);
+  const std::size_t size = offsets.back();
   const auto [buffer, capacity] = buffers.take(size);
-  std::uint8_t* place = append(buffer.get(), head.data(), head.size());
+  std::uint8_t* position = append(buffer.get(), header.data(), header.size());
   for (const auto& piece : pieces) {
-    place = append(place, piece.origin + piece.bounds.front(), piece.sizeBytes());
+    position = append(position, piece.origin + piece.offsets.front(), piece.sizeBytes());
   }
-  const std::size_t count = bounds.size() - 1;
+  const std::size_t count = offsets.size() - 1;
   for (std::size_t segment = 0; segment < count; ++segment) {
-    buffer.get()[bounds[segment + 1] - 1] = markerBehind(segment, count);
+    buffer.get()[offsets[segment + 1] - 1] = markerBehind(segment, count);
   }
   return {Data(buffer, std::span<const std::uint8_t>(buffer.get(), size)), capacity,
-          std::move(bounds)};
+          std::move(offsets)};
 }
 
 std::size_t findCodedData(std::span<const std::uint8_t> file) {
   constexpr std::uint8_t startOfScan = 0xDA;
-  std::size_t place = markerBytes;  // SOI is nothing but a marker
-  while (place + markerBytes + 2 <= file.size() && isMarker(file.data() + place)) {
-    const bool isLast = file[place + 1] == startOfScan;
-    place += markerBytes + std::size_t{256} * file[place + 2] + file[place + 3];
-    if (isLast) return place < file.size() ? place : 0;
+  std::size_t position = markerBytes;  // SOI is nothing but a marker
+  while (position + markerBytes + 2 <= file.size() && isMarker(file.data() + position)) {
+    const bool isLast = file[position + 1] == startOfScan;
+    position += markerBytes + std::size_t{256} * file[position + 2] + file[position + 3];
+    if (isLast) return position < file.size() ? position : 0;
   }
   return 0;
 }
 
 bool findEnds(std::span<const std::uint8_t> coded, std::span<std::size_t> ends) {
-  std::size_t place = 0;
+  std::size_t position = 0;
   for (std::size_t segment = 0; segment < ends.size(); ++segment) {
-    place = behindMarker(coded, place);
-    if (place == 0 || coded[place - 1] != markerBehind(segment, ends.size())) return false;
-    ends[segment] = place;
+    position = behindMarker(coded, position);
+    if (position == 0 || coded[position - 1] != markerBehind(segment, ends.size())) return false;
+    ends[segment] = position;
   }
-  return place == coded.size();
+  return position == coded.size();
 }
 
 }  // namespace quorvin

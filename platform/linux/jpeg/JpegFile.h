@@ -14,17 +14,17 @@ namespace quorvin {
 // from `bounds[i]` up to `bounds[i + 1]`, counted from `origin`.
 struct Segments {
   const std::uint8_t* origin = nullptr;
-  std::span<const std::size_t> bounds;
+  std::span<const std::size_t> offsets;
 
-  [[nodiscard]] std::size_t count() const { return bounds.size() - 1; }
-  [[nodiscard]] std::size_t sizeBytes() const { return bounds.back() - bounds.front(); }
+  [[nodiscard]] std::size_t count() const { return offsets.size() - 1; }
+  [[nodiscard]] std::size_t sizeBytes() const { return offsets.back() - offsets.front(); }
 };
 
 // A finished file, and where in it each segment begins; the last entry is where it ends.
 struct JpegFile {
   Data bytes;
   std::size_t capacityBytes = 0;  // of the memory it is in
-  std::vector<std::size_t> bounds;
+  std::vector<std::size_t> offsets;
 
   // From `first` up to `end` - 1.
   [[nodiscard]] Segments segments(std::size_t first, std::size_t end) const;
@@ -32,7 +32,7 @@ struct JpegFile {
 
 // Puts a file together out of all its segments, in their order. Restart markers depend on nothing
 // but the segment's place in the file and are written as that wants them. Throws std::bad_alloc.
-[[nodiscard]] JpegFile assembleJpeg(std::span<const std::uint8_t> head,
+[[nodiscard]] JpegFile assembleJpeg(std::span<const std::uint8_t> header,
                                     const std::vector<Segments>& pieces, FrameBufferPool& buffers);
 
 // ITU-T T.81, B.1.1.2: a marker is FF and a byte that is neither 00 nor FF. In coded data every FF

@@ -8,14 +8,14 @@ namespace quorvin {
 namespace {
 
 // The changed segments of one MCU row, as rectangles of its height.
-std::vector<SegmentRect> changedInRow(const RowHistory& picture, const RowHistory& earlier,
-                                      const JpegForm& form, int row) {
+std::vector<SegmentRect> changedInRow(const DamageHistory& frame, const DamageHistory& earlier,
+                                      const JpegParams& params, int row) {
   std::vector<SegmentRect> rects;
   const RowRange mcuRows{row, row + 1};
-  const RowRange pixels = pixelRowsOf(mcuRows, form.heightPx);
-  if (!picture.changedSince(earlier, pixels)) return rects;
-  for (int i = 0; i < segmentsAcross(form.widthPx); ++i) {
-    if (!picture.changedSince(earlier, pixels, pixelColumnsOf(i, i + 1, form.widthPx))) continue;
+  const RowRange pixels = pixelRowsOf(mcuRows, params.heightPx);
+  if (!frame.changedSince(earlier, pixels)) return rects;
+  for (int i = 0; i < segmentsAcross(params.widthPx); ++i) {
+    if (!frame.changedSince(earlier, pixels, pixelColumnsOf(i, i + 1, params.widthPx))) continue;
     if (rects.empty() || rects.back().end != i) rects.push_back({mcuRows, i, i});
     rects.back().end = i + 1;
   }
@@ -41,17 +41,17 @@ void addRow(std::vector<SegmentRect>& rects, const std::vector<SegmentRect>& row
 
 }  // namespace
 
-std::vector<SegmentRect> changedSegments(const RowHistory& picture, const RowHistory& earlier,
-                                         const JpegForm& form) {
+std::vector<SegmentRect> changedSegments(const DamageHistory& frame, const DamageHistory& earlier,
+                                         const JpegParams& params) {
   std::vector<SegmentRect> rects;
-  for (int row = 0; row < mcuRowsOf(form.heightPx); ++row) {
-    addRow(rects, changedInRow(picture, earlier, form, row));
+  for (int row = 0; row < mcuRowsOf(params.heightPx); ++row) {
+    addRow(rects, changedInRow(frame, earlier, params, row));
   }
   return rects;
 }
 
-SegmentRect allSegments(const JpegForm& form) {
-  return {{0, mcuRowsOf(form.heightPx)}, 0, segmentsAcross(form.widthPx)};
+SegmentRect allSegments(const JpegParams& params) {
+  return {{0, mcuRowsOf(params.heightPx)}, 0, segmentsAcross(params.widthPx)};
 }
 
 int countSegments(const std::vector<SegmentRect>& rects) {

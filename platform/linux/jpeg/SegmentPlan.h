@@ -4,17 +4,17 @@
 #include <cstddef>
 #include <vector>
 
-#include "platform/linux/frame/RowHistory.h"
+#include "platform/linux/frame/DamageHistory.h"
 
 namespace quorvin {
 
 // All that decides how pixels are coded, apart from the pixels.
-struct JpegForm {
+struct JpegParams {
   int widthPx = 0;  // 1 to 65500, which is as far as libjpeg goes
   int heightPx = 0;
   int quality = 0;  // 1 to 100
 
-  friend bool operator==(const JpegForm&, const JpegForm&) = default;
+  friend bool operator==(const JpegParams&, const JpegParams&) = default;
 };
 
 // Colours have half the resolution both ways, so that the smallest piece of a file (a minimum coded
@@ -45,12 +45,12 @@ inline constexpr int mcuSidePx = 16;
   return mcusAcross(widthPx) / segmentsAcross(widthPx);
 }
 
-[[nodiscard]] constexpr std::size_t segmentCount(const JpegForm& form) {
-  return static_cast<std::size_t>(mcuRowsOf(form.heightPx)) *
-         static_cast<std::size_t>(segmentsAcross(form.widthPx));
+[[nodiscard]] constexpr std::size_t segmentCount(const JpegParams& params) {
+  return static_cast<std::size_t>(mcuRowsOf(params.heightPx)) *
+         static_cast<std::size_t>(segmentsAcross(params.widthPx));
 }
 
-// The last MCU row of a picture may reach beyond it.
+// The last MCU row of a frame may reach beyond it.
 [[nodiscard]] constexpr RowRange pixelRowsOf(RowRange mcuRows, int heightPx) {
   return {mcuRows.first * mcuSidePx, std::min(mcuRows.end * mcuSidePx, heightPx)};
 }
@@ -74,13 +74,13 @@ struct SegmentRect {
   friend bool operator==(const SegmentRect&, const SegmentRect&) = default;
 };
 
-// The segments of a picture of that form in which a pixel may differ from the earlier picture of
-// the same form, as rectangles from top to bottom that have no segment in common.
-[[nodiscard]] std::vector<SegmentRect> changedSegments(const RowHistory& picture,
-                                                       const RowHistory& earlier,
-                                                       const JpegForm& form);
+// The segments in which a pixel of the frame may differ from the earlier one, as rectangles from
+// top to bottom that have no segment in common. Both frames have these parameters.
+[[nodiscard]] std::vector<SegmentRect> changedSegments(const DamageHistory& frame,
+                                                       const DamageHistory& earlier,
+                                                       const JpegParams& params);
 
-[[nodiscard]] SegmentRect allSegments(const JpegForm& form);
+[[nodiscard]] SegmentRect allSegments(const JpegParams& params);
 
 [[nodiscard]] int countSegments(const std::vector<SegmentRect>& rects);
 

@@ -12,35 +12,35 @@ namespace quorvin {
 
 namespace {
 
-// An encoded picture as the seam hands it out. It has no attachments, as every picture can be
-// decoded by itself. Valid for as long as the picture is.
-class PictureSample final : public EncodedSample {
+// An encoded frame as the seam hands it out. It has no attachments, as every frame can be
+// decoded by itself. Valid for as long as the frame is.
+class EncodedFrameSample final : public EncodedSample {
  public:
-  explicit PictureSample(const EncodedPicture& picture) : picture(picture) {}
+  explicit EncodedFrameSample(const EncodedFrame& frame) : frame(frame) {}
 
   [[nodiscard]] std::optional<std::vector<EncodedSampleAttachments>> attachments() const override {
     return {};
   }
   [[nodiscard]] std::optional<std::size_t> dataLength() const override {
-    return picture.units.size();
+    return frame.units.size();
   }
   [[nodiscard]] EncoderStatus copyDataBytes(std::span<std::uint8_t> destination) const override {
-    if (destination.size() != picture.units.size()) {
+    if (destination.size() != frame.units.size()) {
       return statusOf(VideoEncoderStatus::invalidParameter);
     }
-    std::ranges::copy(picture.units, destination.begin());
+    std::ranges::copy(frame.units, destination.begin());
     return statusOf(VideoEncoderStatus::success);
   }
   [[nodiscard]] bool hasFormatDescription() const override { return true; }
   [[nodiscard]] std::optional<std::span<const std::uint8_t>> h264ParameterSet(
       std::size_t index) const override {
-    if (index == 0) return picture.sequenceParameterSet;
-    if (index == 1) return picture.pictureParameterSet;
+    if (index == 0) return frame.sequenceParameterSet;
+    if (index == 1) return frame.pictureParameterSet;
     return {};
   }
 
  private:
-  EncodedPicture picture;
+  EncodedFrame frame;
 };
 
 }  // namespace
@@ -63,10 +63,10 @@ void EncodingThread::setSettings(const EncoderSettings& settings) {
   shared->settings = settings;
 }
 
-void EncodingThread::put(std::shared_ptr<const CapturedPixelBuffer> picture,
+void EncodingThread::put(std::shared_ptr<const CapturedFrame> frame,
                          std::chrono::nanoseconds timeStamp) {
   const MutexLock lock(shared->mutex);
-  shared->jobs.push_back({std::move(picture), timeStamp});
+  shared->jobs.push_back({std::move(frame), timeStamp});
   shared->changed.notify_all();
 }
 
@@ -113,7 +113,7 @@ bool EncodingThread::Shared::takeJob(Job& job) {
 }
 
 void EncodingThread::Shared::process(Job job) {
-  std::optional<EncodedPicture> encoded;
+  std::optional<EncodedFrame> encoded;
   auto status = VideoEncoderStatus::success;
   try {
     EncoderSettings current;
@@ -122,24 +122,24 @@ void EncodingThread::Shared::process(Job job) {
       current = settings;
     }
     encoder.configure(current);
-    encoded = encoder.encode(*job.picture, job.timeStamp);
+    encoded = encoder.encode(*job.frame, job.timeStamp);
   } catch (const std::bad_alloc&) {
     status = VideoEncoderStatus::noResources;
   }
   // Its surface is free for the stream again before anybody looks at the result.
-  job.picture.reset();
+  job.frame.reset();
   handOut(encoded, statusOf(status));
 }
 
-void EncodingThread::Shared::handOut(const std::optional<EncodedPicture>& picture,
+void EncodingThread::Shared::handOut(const std::optional<EncodedFrame>& frame,
                                      EncoderStatus status) {
   {
     const MutexLock lock(mutex);
     if (hasEnded) return;
     isHandingOut = true;
   }
-  if (picture) {
-    const PictureSample sample(*picture);
+  if (frame) {
+    const EncodedFrameSample sample(*frame);
     output.compressionDidOutput(status, &sample);
   } else {
     output.compressionDidOutput(status, nullptr);

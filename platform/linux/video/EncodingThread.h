@@ -8,11 +8,11 @@
 
 #include "platform/Mutex.h"
 #include "platform/VideoEncoder.h"
-#include "platform/linux/video/PictureEncoder.h"
+#include "platform/linux/video/FrameEncoder.h"
 
 namespace quorvin {
 
-// Encodes pictures one after the other on a thread of its own and hands out what came of them. How
+// Encodes frames one after the other on a thread of its own and hands out what came of them. How
 // many can wait is bounded by the surfaces of the stream that they come from. Any thread, the
 // encoding one included, from which nothing waits.
 class EncodingThread {
@@ -24,15 +24,15 @@ class EncodingThread {
   ~EncodingThread();
 
   void setSettings(const EncoderSettings& settings);
-  void put(std::shared_ptr<const CapturedPixelBuffer> picture, std::chrono::nanoseconds timeStamp);
-  // Waits until all pictures up to that time have been handed out.
+  void put(std::shared_ptr<const CapturedFrame> frame, std::chrono::nanoseconds timeStamp);
+  // Waits until all frames up to that time have been handed out.
   void waitFor(std::chrono::nanoseconds until);
   // Drops what waits. Nothing is handed out any more once this has returned.
   void end();
 
  private:
   struct Job {
-    std::shared_ptr<const CapturedPixelBuffer> picture;
+    std::shared_ptr<const CapturedFrame> frame;
     std::chrono::nanoseconds timeStamp{};
   };
   // What the thread and its owner share. It outlives an owner that the thread itself lets go.
@@ -42,10 +42,10 @@ class EncodingThread {
     void run();
     [[nodiscard]] bool takeJob(Job& job);
     void process(Job job);
-    void handOut(const std::optional<EncodedPicture>& picture, EncoderStatus status);
+    void handOut(const std::optional<EncodedFrame>& frame, EncoderStatus status);
     void finishJob();
 
-    PictureEncoder encoder;  // the thread's
+    FrameEncoder encoder;  // the thread's
     CompressionOutput& output;
 
     Mutex mutex;

@@ -10,7 +10,7 @@ namespace quorvin {
 namespace {
 
 constexpr int longestSidePx = 16'384;
-// Blocks of 16 x 16 pixels that a picture of the highest level may have (ITU-T H.264, table A-1).
+// Blocks of 16 x 16 pixels that a frame of the highest level may have (ITU-T H.264, table A-1).
 constexpr int mostBlocks = 139'264;
 constexpr std::size_t lengthBytes = 4;
 
@@ -42,9 +42,9 @@ x264_param_t parametersFor(PixelSize size, int expectedRate) {
   parameters.b_repeat_headers = 0;
   parameters.b_annexb = 0;
   parameters.b_aud = 0;
-  // The quantisers are given with each picture. Of the methods only this one works out none of its
-  // own, which would be a tenth of the time; but it takes none beyond those for I and B pictures,
-  // which the largest ratios move as far apart as they go: 20 steps to either side.
+  // The QP is given with each frame. Of the library's methods only this one works out none of its
+  // own, which would take a tenth of the time. It clamps to the QPs of I and B frames, so the
+  // ratios move those as far apart as they go: 20 steps to either side.
   parameters.rc.i_rc_method = X264_RC_CQP;
   parameters.rc.i_qp_constant = 31;
   parameters.rc.f_ip_factor = 10;
@@ -100,25 +100,25 @@ void H264Library::readParameterSets() {
   sequenceSet[constraintsIndex] = obeysMainProfile;
 }
 
-std::span<const std::uint8_t> H264Library::encode(const YuvPicture& picture, int quantiser) {
+std::span<const std::uint8_t> H264Library::encode(const YuvFrame& frame, int qp) {
   x264_picture_t input;
   x264_picture_init(&input);
   input.img.i_csp = X264_CSP_NV12;
   input.img.i_plane = 2;
   // The library does not write to them.
-  input.img.plane[0] = const_cast<std::uint8_t*>(picture.lumas());
-  input.img.plane[1] = const_cast<std::uint8_t*>(picture.chromas());
-  input.img.i_stride[0] = static_cast<int>(picture.strideBytes());
-  input.img.i_stride[1] = static_cast<int>(picture.strideBytes());
+  input.img.plane[0] = const_cast<std::uint8_t*>(frame.lumas());
+  input.img.plane[1] = const_cast<std::uint8_t*>(frame.chromas());
+  input.img.i_stride[0] = static_cast<int>(frame.strideBytes());
+  input.img.i_stride[1] = static_cast<int>(frame.strideBytes());
   input.i_type = X264_TYPE_IDR;
-  input.i_qpplus1 = std::clamp(quantiser, finestQuantiser, coarsestQuantiser) + 1;
-  input.i_pts = pictures++;
+  input.i_qpplus1 = std::clamp(qp, qpMin, qpMax) + 1;
+  input.i_pts = frames++;
   x264_picture_t output;
   x264_nal_t* nals = nullptr;
   int count = 0;
   const int size = x264_encoder_encode(encoder.get(), &nals, &count, &input, &output);
   if (size <= 0 || count <= 0) return {};
-  // The library puts the units of a picture one behind the other.
+  // The library puts the units of a frame one after the other.
   return {nals[0].p_payload, static_cast<std::size_t>(size)};
 }
 

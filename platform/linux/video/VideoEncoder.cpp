@@ -59,7 +59,7 @@ std::optional<EncoderSettings> settingsWith(EncoderSettings settings, Compressio
   return {};
 }
 
-// A session of the encoder of this back end. Pictures never depend on each other and come out in
+// A session of the encoder of this back end. Frames never depend on each other and come out in
 // the order in which they were put in, whatever is allowed. Any thread, and also from within what
 // it hands out.
 class VideoSession final : public CompressionSession {
@@ -69,7 +69,7 @@ class VideoSession final : public CompressionSession {
 
   EncoderStatus setProperty(CompressionProperty property, CompressionPropertyValue value) override;
   EncoderStatus prepareToEncodeFrames() override;
-  EncoderStatus encodeFrame(const std::shared_ptr<PixelBuffer>& picture,
+  EncoderStatus encodeFrame(const std::shared_ptr<PixelBuffer>& frame,
                             MediaTime presentationTimeStamp,
                             std::optional<MediaTime> duration) override;
   EncoderStatus completeFrames(std::optional<MediaTime> until) override;
@@ -102,12 +102,12 @@ EncoderStatus VideoSession::prepareToEncodeFrames() {
   return statusOf(isValid ? VideoEncoderStatus::success : VideoEncoderStatus::ended);
 }
 
-EncoderStatus VideoSession::encodeFrame(const std::shared_ptr<PixelBuffer>& picture,
+EncoderStatus VideoSession::encodeFrame(const std::shared_ptr<PixelBuffer>& frame,
                                         MediaTime presentationTimeStamp,
                                         std::optional<MediaTime> /*duration*/) {
   const auto timeStamp = nanosecondsOf(presentationTimeStamp);
   if (!timeStamp) return statusOf(VideoEncoderStatus::invalidParameter);
-  auto captured = std::dynamic_pointer_cast<const CapturedPixelBuffer>(picture);
+  auto captured = std::dynamic_pointer_cast<const CapturedFrame>(frame);
   if (!captured || !std::cmp_equal(captured->widthPx(), size.width) ||
       !std::cmp_equal(captured->heightPx(), size.height)) {
     return statusOf(VideoEncoderStatus::notEncodable);

@@ -11,7 +11,7 @@ enum class VideoEncoderStatus : EncoderStatus {
   invalidParameter = 2,  // a value that makes no sense
   noResources = 3,       // the system has no memory or thread left
   ended = 4,             // the session has been invalidated
-  notEncodable = 5,      // a picture of another size, or not one of this back end's
+  notEncodable = 5,      // a frame of another size, or not one of this back end's
 };
 
 [[nodiscard]] constexpr EncoderStatus statusOf(VideoEncoderStatus status) {
@@ -19,7 +19,7 @@ enum class VideoEncoderStatus : EncoderStatus {
 }
 
 // H.264 in software. The request for hardware is not met: the encoders of graphics cards can be
-// had with a bit rate, but not with a quantiser of one's own for each picture, without which a
+// had with a bit rate, but not with a QP of one's own for each frame, without which a
 // budget cannot follow time stamps.
 class LinuxVideoEncoder final : public VideoEncoder {
  public:

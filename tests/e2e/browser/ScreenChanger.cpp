@@ -23,7 +23,7 @@ bool carryOut(const std::string& line, ScreenPainter& painter) {
     std::uint32_t seed = 0;
     words >> seed;
     const auto size = painter.screenSize();
-    painter.draw(wholeOf(size), desktopPicture(size.width, size.height, seed));
+    painter.draw(wholeOf(size), desktopImage(size.width, size.height, seed));
   } else if (order == "fill") {
     PixelRect area;
     std::uint32_t colour = 0;

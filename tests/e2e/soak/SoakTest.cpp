@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/frame/CapturedFrame.h"
 #include "platform/linux/jpeg/ImageEncoder.h"
 #include "tests/EnvironmentNumber.h"
 #include "tests/e2e/soak/SoakedHost.h"
@@ -75,7 +75,7 @@ class Soak : public testing::Test {
 
   const std::uint64_t seed = numberFromEnvironment("QUORVIN_SEED").value_or(1);
   const std::chrono::seconds length{numberFromEnvironment("QUORVIN_SOAK_S").value_or(60)};
-  Dice dice{seed};
+  RandomSource random{seed};
   HostStand stand{{.widthPx = screenSize.width, .heightPx = screenSize.height}};
   ScreenPainter desk{stand.server.display()};
   RandomPainter painter{stand.server.display(), seed};
@@ -108,7 +108,7 @@ void Soak::run() {
 }
 
 void Soak::act() {
-  switch (dice.between(0, 11)) {
+  switch (random.between(0, 11)) {
     case 0:
     case 1:
       return restart();
@@ -129,8 +129,8 @@ void Soak::act() {
 // For a while there is something to see, or not, and every picture of it is checked.
 void Soak::watch() {
   const auto screen = std::array{Screen::busy, Screen::calm, Screen::resting}.at(
-      static_cast<std::size_t>(dice.between(0, 2)));
-  const auto until = Clock::now() + Milliseconds(dice.between(50, 1200));
+      static_cast<std::size_t>(random.between(0, 2)));
+  const auto until = Clock::now() + Milliseconds(random.between(50, 1200));
   while (Clock::now() < until) {
     paint(screen);
     nextPicture(screen == Screen::busy ? 1ms : 40ms);
@@ -164,27 +164,28 @@ void Soak::paint(Screen screen) {
   } else {
     painter.change();
   }
-  if (dice.oneIn(4)) {
-    desk.movePointer(dice.between(0, screenSize.width - 1), dice.between(0, screenSize.height - 1));
+  if (random.oneIn(4)) {
+    desk.movePointer(random.between(0, screenSize.width - 1),
+                     random.between(0, screenSize.height - 1));
   }
-  if (dice.oneIn(40)) desk.setCursor(dice.between(2, 40), dice.colour(), 1);
+  if (random.oneIn(40)) desk.setCursor(random.between(2, 40), random.colour(), 1);
 }
 
 SoakSettings Soak::someSettings() {
   SoakSettings settings;
-  settings.isH264 = dice.oneIn(2);
-  settings.most = {dice.between(640, 1100), dice.between(480, 800)};
-  settings.fps = dice.between(5, 60);
-  settings.megabits = dice.between(1, 20);
-  settings.quality = dice.between(40, 95);
-  settings.queueDepth = dice.between(1, 8);
-  settings.showsCursor = dice.oneIn(2);
+  settings.isH264 = random.oneIn(2);
+  settings.most = {random.between(640, 1100), random.between(480, 800)};
+  settings.fps = random.between(5, 60);
+  settings.megabits = random.between(1, 20);
+  settings.quality = random.between(40, 95);
+  settings.queueDepth = random.between(1, 8);
+  settings.showsCursor = random.oneIn(2);
   return settings;
 }
 
 void Soak::configureSome() {
   std::vector<SoakSettings> settings;
-  const int count = dice.oneIn(4) ? dice.between(2, 5) : 1;
+  const int count = random.oneIn(4) ? random.between(2, 5) : 1;
   for (int i = 0; i < count; ++i) settings.push_back(someSettings());
   host.configure(settings);
   note("settings for " + textOf(host.latest()));
@@ -222,28 +223,29 @@ void Soak::giveInput() {
   const auto inject = [&](const Map& event) {
     host.call("injectInput", event);
   };
-  for (int i = dice.between(1, 20); i > 0; --i) {
+  for (int i = random.between(1, 20); i > 0; --i) {
     inject(Map{{"action", "mouseMove"},
-               {"x", dice.between(0, 1000) / 1000.0},
-               {"y", dice.between(0, 1000) / 1000.0}});
-    inject(Map{{"action", "scroll"}, {"dx", 0}, {"dy", dice.between(-40, 40)}});
-    const int key = dice.between(0, 8);
+               {"x", random.between(0, 1000) / 1000.0},
+               {"y", random.between(0, 1000) / 1000.0}});
+    inject(Map{{"action", "scroll"}, {"dx", 0}, {"dy", random.between(-40, 40)}});
+    const int key = random.between(0, 8);
     inject(Map{{"action", "keyDown"}, {"keyCode", key}});
-    if (dice.oneIn(2)) inject(Map{{"action", "keyUp"}, {"keyCode", key}});
+    if (random.oneIn(2)) inject(Map{{"action", "keyUp"}, {"keyCode", key}});
   }
   host.call("releaseInput");
 }
 
 void Soak::readSlowly() {
   note("nothing is read");
-  const auto until = Clock::now() + Milliseconds(dice.between(200, 3000));
+  const auto until = Clock::now() + Milliseconds(random.between(200, 3000));
   while (Clock::now() < until) painter.change();
 }
 
 void Soak::resizeDisplay() {
-  const PixelSize size{dice.between(300, screenSize.width), dice.between(200, screenSize.height)};
-  useDisplay({dice.between(0, screenSize.width - size.width),
-              dice.between(0, screenSize.height - size.height), size.width, size.height});
+  const PixelSize size{random.between(300, screenSize.width),
+                       random.between(200, screenSize.height)};
+  useDisplay({random.between(0, screenSize.width - size.width),
+              random.between(0, screenSize.height - size.height), size.width, size.height});
 }
 
 void Soak::useDisplay(const PixelRect& area) {
@@ -261,7 +263,7 @@ void Soak::checkAtRest() {
   useDisplay({0, 0, displayAtStart.width, displayAtStart.height});
   auto settings = someSettings();
   settings.most = {1920, 1200};
-  settings.megabits = dice.between(7, 20);
+  settings.megabits = random.between(7, 20);
   settings.showsCursor = false;
   host.configure({settings});
   note("rest as " + textOf(host.latest()));
@@ -291,9 +293,9 @@ std::string Soak::differenceFromScreen() {
   }
   if (kind.isH264) return {};
   const auto width = static_cast<std::size_t>(kind.size.width);
-  const CapturedPixelBuffer screen(nullptr, reinterpret_cast<const std::uint8_t*>(pixels.data()),
-                                   width, static_cast<std::size_t>(kind.size.height),
-                                   width * sizeof(std::uint32_t));
+  const CapturedFrame screen(nullptr, reinterpret_cast<const std::uint8_t*>(pixels.data()), width,
+                             static_cast<std::size_t>(kind.size.height),
+                             width * sizeof(std::uint32_t));
   const auto whole =
       LinuxImageEncoder().makeContext(false)->jpegRepresentation(screen, settings.quality / 100.0);
   const bool isSame = whole && std::ranges::equal(whole->bytes(), newest->payload);

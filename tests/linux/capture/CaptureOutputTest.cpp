@@ -41,12 +41,12 @@ class CaptureOutputTest : public testing::Test {
 
   std::shared_ptr<ManualQueue> queue = std::make_shared<ManualQueue>();
   std::shared_ptr<StatusList> handler = std::make_shared<StatusList>();
-  std::shared_ptr<CaptureGate> gate = std::make_shared<CaptureGate>();
+  std::shared_ptr<DeliveryGate> gate = std::make_shared<DeliveryGate>();
   CaptureOutput output{handler, queue};
 };
 
-TEST_F(CaptureOutputTest, SendsPicturesAndIdleSamplesInOrder) {
-  output.deliver(step(CaptureStep::Outcome::picture), gate);
+TEST_F(CaptureOutputTest, SendsFramesAndIdleSamplesInOrder) {
+  output.deliver(step(CaptureStep::Outcome::frame), gate);
   output.deliver(step(CaptureStep::Outcome::nothing), gate);
   output.deliver(step(CaptureStep::Outcome::idle), gate);
   queue->runAll();
@@ -63,39 +63,39 @@ TEST_F(CaptureOutputTest, LetsNoIdleSamplesPileUp) {
 }
 
 TEST_F(CaptureOutputTest, DropsWhatIsQueuedWhenTheGateCloses) {
-  output.deliver(step(CaptureStep::Outcome::picture), gate);
+  output.deliver(step(CaptureStep::Outcome::frame), gate);
   gate->close();
   queue->runAll();
   EXPECT_TRUE(handler->statuses.empty());
 }
 
 TEST_F(CaptureOutputTest, DoesNothingForAHandlerThatIsGone) {
-  output.deliver(step(CaptureStep::Outcome::picture), gate);
+  output.deliver(step(CaptureStep::Outcome::frame), gate);
   handler.reset();
   queue->runAll();
   EXPECT_TRUE(queue->tasks.empty());
 }
 
-TEST(CaptureGate, LetsNobodyInAfterItWasClosed) {
-  CaptureGate gate;
-  EXPECT_TRUE(CaptureGate::Pass(gate));
+TEST(DeliveryGate, LetsNobodyInAfterItWasClosed) {
+  DeliveryGate gate;
+  EXPECT_TRUE(DeliveryGate::Pass(gate));
   EXPECT_TRUE(gate.close());
-  EXPECT_FALSE(CaptureGate::Pass(gate));
+  EXPECT_FALSE(DeliveryGate::Pass(gate));
 }
 
-TEST(CaptureGate, SaysWhoClosedItFirst) {
-  CaptureGate gate;
+TEST(DeliveryGate, SaysWhoClosedItFirst) {
+  DeliveryGate gate;
   EXPECT_TRUE(gate.close());
   EXPECT_FALSE(gate.close());
 }
 
-TEST(CaptureGate, WaitsForAHandlerThatIsStillInside) {
-  CaptureGate gate;
+TEST(DeliveryGate, WaitsForAHandlerThatIsStillInside) {
+  DeliveryGate gate;
   std::promise<void> isInside;
   std::promise<void> mayLeave;
   bool left = false;
   auto handler = std::async(std::launch::async, [&] {
-    const CaptureGate::Pass pass(gate);
+    const DeliveryGate::Pass pass(gate);
     isInside.set_value();
     mayLeave.get_future().wait();
     left = true;
@@ -111,12 +111,12 @@ TEST(CaptureGate, WaitsForAHandlerThatIsStillInside) {
   handler.get();
 }
 
-TEST(CaptureGate, DoesNotWaitForTheHandlerThatClosedIt) {
-  CaptureGate gate;
-  const CaptureGate::Pass pass(gate);
+TEST(DeliveryGate, DoesNotWaitForTheHandlerThatClosedIt) {
+  DeliveryGate gate;
+  const DeliveryGate::Pass pass(gate);
   gate.close();
   gate.waitUntilQuiet();
-  EXPECT_FALSE(CaptureGate::Pass(gate));
+  EXPECT_FALSE(DeliveryGate::Pass(gate));
 }
 
 }  // namespace

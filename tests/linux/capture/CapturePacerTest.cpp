@@ -11,9 +11,9 @@ using Action = CapturePacer::Action;
 constexpr CaptureTime start{std::chrono::hours(1)};
 constexpr milliseconds interval(100);
 
-TEST(CapturePacer, LooksAtOnceAtTheFirstChange) {
+TEST(CapturePacer, PollsAtOnceAtTheFirstChange) {
   const CapturePacer pacer(start, interval);
-  EXPECT_EQ(pacer.decide(start, true, true).action, Action::look);
+  EXPECT_EQ(pacer.decide(start, true, true).action, Action::poll);
 }
 
 TEST(CapturePacer, HoldsBackAChangeThatFollowsTooSoon) {
@@ -22,20 +22,20 @@ TEST(CapturePacer, HoldsBackAChangeThatFollowsTooSoon) {
   const auto decision = pacer.decide(start + milliseconds(30), true, true);
   EXPECT_EQ(decision.action, Action::wait);
   EXPECT_EQ(decision.wakeAt, start + interval);
-  EXPECT_EQ(pacer.decide(start + interval, true, true).action, Action::look);
+  EXPECT_EQ(pacer.decide(start + interval, true, true).action, Action::poll);
 }
 
 TEST(CapturePacer, DoesNotDelayAChangeAfterAQuietTime) {
   CapturePacer pacer(start, interval);
   pacer.captured(start);
-  EXPECT_EQ(pacer.decide(start + milliseconds(133), true, true).action, Action::look);
+  EXPECT_EQ(pacer.decide(start + milliseconds(133), true, true).action, Action::poll);
 }
 
 TEST(CapturePacer, NeverExceedsTheRateUnderConstantChange) {
   CapturePacer pacer(start, interval);
   int captures = 0;
   for (auto now = start; now < start + std::chrono::seconds(10); now += milliseconds(1)) {
-    if (pacer.decide(now, true, true).action != Action::look) continue;
+    if (pacer.decide(now, true, true).action != Action::poll) continue;
     pacer.captured(now);
     ++captures;
   }
@@ -66,7 +66,7 @@ TEST(CapturePacer, AnIdleSampleDoesNotDelayAChange) {
   pacer.captured(start);
   pacer.idled(start + CapturePacer::idleInterval);
   EXPECT_EQ(pacer.decide(start + CapturePacer::idleInterval + milliseconds(1), true, true).action,
-            Action::look);
+            Action::poll);
 }
 
 TEST(CapturePacer, StaysAliveWithIdleSamplesWhileNoSurfaceIsFree) {
@@ -80,25 +80,25 @@ TEST(CapturePacer, CapturesAsSoonAsASurfaceIsFree) {
   CapturePacer pacer(start, interval);
   pacer.captured(start);
   ASSERT_EQ(pacer.decide(start + milliseconds(500), true, false).action, Action::wait);
-  EXPECT_EQ(pacer.decide(start + milliseconds(501), true, true).action, Action::look);
+  EXPECT_EQ(pacer.decide(start + milliseconds(501), true, true).action, Action::poll);
 }
 
-TEST(CapturePacer, ALookInVainDelaysTheNextOnlyALittle) {
+TEST(CapturePacer, APollInVainDelaysTheNextOnlyALittle) {
   CapturePacer pacer(start, interval);
-  pacer.lookedInVain(start);
+  pacer.foundNothing(start);
   const auto decision = pacer.decide(start, true, true);
   EXPECT_EQ(decision.action, Action::wait);
-  EXPECT_EQ(decision.wakeAt, start + CapturePacer::vainLookInterval);
+  EXPECT_EQ(decision.wakeAt, start + CapturePacer::emptyPollInterval);
 }
 
-TEST(CapturePacer, LooksInVainDoNotSuppressIdleSamples) {
+TEST(CapturePacer, PollsInVainDoNotSuppressIdleSamples) {
   CapturePacer pacer(start, interval);
   pacer.captured(start);
   int idles = 0;
   for (auto now = start; now <= start + std::chrono::seconds(3); now += milliseconds(1)) {
     switch (pacer.decide(now, true, true).action) {
-      case Action::look:
-        pacer.lookedInVain(now);
+      case Action::poll:
+        pacer.foundNothing(now);
         break;
       case Action::idle:
         pacer.idled(now);
@@ -116,7 +116,7 @@ TEST(CapturePacer, PollsWhenToldTo) {
   pacer.setPollInterval(milliseconds(250));
   pacer.captured(start);
   EXPECT_EQ(pacer.decide(start + milliseconds(249), false, true).wakeAt, start + milliseconds(250));
-  EXPECT_EQ(pacer.decide(start + milliseconds(250), false, true).action, Action::look);
+  EXPECT_EQ(pacer.decide(start + milliseconds(250), false, true).action, Action::poll);
 }
 
 TEST(CapturePacer, AppliesANewIntervalToTheNextCapture) {
@@ -125,7 +125,7 @@ TEST(CapturePacer, AppliesANewIntervalToTheNextCapture) {
   pacer.setFrameInterval(milliseconds(400));
   EXPECT_EQ(pacer.decide(start + interval, true, true).wakeAt, start + milliseconds(400));
   pacer.setFrameInterval(milliseconds(20));
-  EXPECT_EQ(pacer.decide(start + milliseconds(20), true, true).action, Action::look);
+  EXPECT_EQ(pacer.decide(start + milliseconds(20), true, true).action, Action::poll);
 }
 
 }  // namespace

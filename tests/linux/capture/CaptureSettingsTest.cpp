@@ -13,7 +13,7 @@ StreamConfiguration soundConfiguration() {
 
 TEST(CaptureSettings, AreWhatTheConfigurationSays) {
   const CaptureSettings settings = checkedSettings(soundConfiguration());
-  EXPECT_EQ(settings.picture, (PixelSize{1920, 1080}));
+  EXPECT_EQ(settings.frameSize, (PixelSize{1920, 1080}));
   EXPECT_NEAR(static_cast<double>(settings.frameInterval.count()), 1e9 / 30, 1);
   EXPECT_EQ(settings.queueDepth, 3U);
   EXPECT_TRUE(settings.showsCursor);

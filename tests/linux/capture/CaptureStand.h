@@ -21,7 +21,7 @@ class CaptureStand {
   // The options are those of Xvfb.
   explicit CaptureStand(std::vector<std::string> options = {}, Way toServer = Way::direct);
 
-  // 320 x 240, no cursor, 30 pictures a second, three surfaces.
+  // 320 x 240, no cursor, 30 frames a second, three surfaces.
   [[nodiscard]] static StreamConfiguration usualConfiguration();
 
   // The displays that the back end lists.

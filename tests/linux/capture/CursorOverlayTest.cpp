@@ -12,48 +12,48 @@ CursorImage squareCursor(int side, std::uint32_t pixel, int hotSpot = 0) {
 }
 
 TEST(CursorOverlay, DrawsOpaquePixelsAsTheyAre) {
-  PixelImage picture = makeTestImage({10, 10}, 0x112233);
-  blendCursor(squareCursor(2, 0xffabcdef), {4, 4, 2, 2}, picture);
-  EXPECT_EQ(pixelOf(picture, 4, 4), 0xabcdefU);
-  EXPECT_EQ(pixelOf(picture, 5, 5), 0xabcdefU);
-  EXPECT_EQ(pixelOf(picture, 3, 4), 0x112233U);
-  EXPECT_EQ(pixelOf(picture, 6, 5), 0x112233U);
+  PixelImage frame = makeTestImage({10, 10}, 0x112233);
+  blendCursor(squareCursor(2, 0xffabcdef), {4, 4, 2, 2}, frame);
+  EXPECT_EQ(pixelOf(frame, 4, 4), 0xabcdefU);
+  EXPECT_EQ(pixelOf(frame, 5, 5), 0xabcdefU);
+  EXPECT_EQ(pixelOf(frame, 3, 4), 0x112233U);
+  EXPECT_EQ(pixelOf(frame, 6, 5), 0x112233U);
 }
 
 TEST(CursorOverlay, LeavesTransparentPixelsAlone) {
-  PixelImage picture = makeTestImage({4, 4}, 0x112233);
-  blendCursor(squareCursor(4, 0), {0, 0, 4, 4}, picture);
-  EXPECT_EQ(pixelOf(picture, 2, 2), 0x112233U);
+  PixelImage frame = makeTestImage({4, 4}, 0x112233);
+  blendCursor(squareCursor(4, 0), {0, 0, 4, 4}, frame);
+  EXPECT_EQ(pixelOf(frame, 2, 2), 0x112233U);
 }
 
 TEST(CursorOverlay, MixesHalfTransparentPixels) {
-  PixelImage picture = makeTestImage({1, 1}, 0xc86400);
+  PixelImage frame = makeTestImage({1, 1}, 0xc86400);
   // Half of 0x64c800, its colours already halved.
-  blendCursor(squareCursor(1, 0x80326400), {0, 0, 1, 1}, picture);
-  EXPECT_NEAR(static_cast<int>(pixelOf(picture, 0, 0) >> 16), 0x32 + 0x64, 1);
-  EXPECT_NEAR(static_cast<int>(pixelOf(picture, 0, 0) >> 8 & 0xff), 0x64 + 0x32, 1);
+  blendCursor(squareCursor(1, 0x80326400), {0, 0, 1, 1}, frame);
+  EXPECT_NEAR(static_cast<int>(pixelOf(frame, 0, 0) >> 16), 0x32 + 0x64, 1);
+  EXPECT_NEAR(static_cast<int>(pixelOf(frame, 0, 0) >> 8 & 0xff), 0x64 + 0x32, 1);
 }
 
 TEST(CursorOverlay, IsClippedAtEveryEdge) {
   for (const PixelRect& area : {PixelRect{-3, -3, 4, 4}, PixelRect{9, 9, 4, 4},
                                 PixelRect{-3, 9, 4, 4}, PixelRect{9, -3, 4, 4}}) {
-    PixelImage picture = makeTestImage({10, 10}, 0x112233);
-    blendCursor(squareCursor(4, 0xffffffff), area, picture);
+    PixelImage frame = makeTestImage({10, 10}, 0x112233);
+    blendCursor(squareCursor(4, 0xffffffff), area, frame);
     const int x = area.x < 0 ? 0 : 9;
     const int y = area.y < 0 ? 0 : 9;
-    EXPECT_EQ(pixelOf(picture, x, y), 0xffffffU);
-    EXPECT_EQ(pixelOf(picture, 5, 5), 0x112233U);
+    EXPECT_EQ(pixelOf(frame, x, y), 0xffffffU);
+    EXPECT_EQ(pixelOf(frame, 5, 5), 0x112233U);
   }
 }
 
-TEST(CursorOverlay, OutsideOfThePictureDrawsNothing) {
-  PixelImage picture = makeTestImage({10, 10}, 0x112233);
-  blendCursor(squareCursor(4, 0xffffffff), {10, 0, 4, 4}, picture);
-  blendCursor(squareCursor(4, 0xffffffff), {-400, -400, 4, 4}, picture);
-  EXPECT_EQ(pixelOf(picture, 9, 0), 0x112233U);
+TEST(CursorOverlay, OutsideOfTheFrameDrawsNothing) {
+  PixelImage frame = makeTestImage({10, 10}, 0x112233);
+  blendCursor(squareCursor(4, 0xffffffff), {10, 0, 4, 4}, frame);
+  blendCursor(squareCursor(4, 0xffffffff), {-400, -400, 4, 4}, frame);
+  EXPECT_EQ(pixelOf(frame, 9, 0), 0x112233U);
 }
 
-TEST(CursorOverlay, ShrinksWithThePicture) {
+TEST(CursorOverlay, ShrinksWithTheFrame) {
   const CursorImage half = scaledCursor(squareCursor(16, 0xff00ff00, 8), {640, 480}, {320, 240});
   EXPECT_EQ(half.size, (PixelSize{8, 8}));
   EXPECT_EQ(half.hotSpotX, 4);
@@ -103,41 +103,41 @@ TEST(CursorPlacer, AnEmptyCursorIsNowhere) {
 
 constexpr PixelSize size{8, 6};
 
-TEST(CoveredPixels, PutsBackWhatItSaved) {
-  PixelImage picture = makeTestImage(size, 0x111111);
-  setPixel(picture, 3, 2, 0x222222);
-  setPixel(picture, 4, 3, 0x333333);
-  CoveredPixels covered;
-  covered.save(picture, {3, 2, 2, 2});
+TEST(SaveUnder, PutsBackWhatItSaved) {
+  PixelImage frame = makeTestImage(size, 0x111111);
+  setPixel(frame, 3, 2, 0x222222);
+  setPixel(frame, 4, 3, 0x333333);
+  SaveUnder covered;
+  covered.save(frame, {3, 2, 2, 2});
   for (int x = 2; x < 6; ++x) {
-    for (int y = 1; y < 5; ++y) setPixel(picture, x, y, 0xffffff);
+    for (int y = 1; y < 5; ++y) setPixel(frame, x, y, 0xffffff);
   }
-  covered.putBack(picture);
-  EXPECT_EQ(pixelOf(picture, 3, 2), 0x222222U);
-  EXPECT_EQ(pixelOf(picture, 4, 2), 0x111111U);
-  EXPECT_EQ(pixelOf(picture, 4, 3), 0x333333U);
-  EXPECT_EQ(pixelOf(picture, 5, 3), 0xffffffU);
-  EXPECT_EQ(pixelOf(picture, 2, 2), 0xffffffU);
-  EXPECT_EQ(pixelOf(picture, 3, 4), 0xffffffU);
+  covered.restore(frame);
+  EXPECT_EQ(pixelOf(frame, 3, 2), 0x222222U);
+  EXPECT_EQ(pixelOf(frame, 4, 2), 0x111111U);
+  EXPECT_EQ(pixelOf(frame, 4, 3), 0x333333U);
+  EXPECT_EQ(pixelOf(frame, 5, 3), 0xffffffU);
+  EXPECT_EQ(pixelOf(frame, 2, 2), 0xffffffU);
+  EXPECT_EQ(pixelOf(frame, 3, 4), 0xffffffU);
 }
 
-TEST(CoveredPixels, PutsItBackOnce) {
-  PixelImage picture = makeTestImage(size, 0x111111);
-  CoveredPixels covered;
-  covered.save(picture, wholeOf(size));
-  covered.putBack(picture);
-  setPixel(picture, 1, 1, 0x222222);
-  covered.putBack(picture);
-  EXPECT_EQ(pixelOf(picture, 1, 1), 0x222222U);
+TEST(SaveUnder, PutsItBackOnce) {
+  PixelImage frame = makeTestImage(size, 0x111111);
+  SaveUnder covered;
+  covered.save(frame, wholeOf(size));
+  covered.restore(frame);
+  setPixel(frame, 1, 1, 0x222222);
+  covered.restore(frame);
+  EXPECT_EQ(pixelOf(frame, 1, 1), 0x222222U);
 }
 
-TEST(CoveredPixels, HasNothingToPutBackAtFirst) {
-  PixelImage picture = makeTestImage(size, 0x111111);
-  CoveredPixels covered;
-  covered.putBack(picture);
-  covered.save(picture, {});
-  covered.putBack(picture);
-  EXPECT_EQ(pixelOf(picture, 0, 0), 0x111111U);
+TEST(SaveUnder, HasNothingToPutBackAtFirst) {
+  PixelImage frame = makeTestImage(size, 0x111111);
+  SaveUnder covered;
+  covered.restore(frame);
+  covered.save(frame, {});
+  covered.restore(frame);
+  EXPECT_EQ(pixelOf(frame, 0, 0), 0x111111U);
 }
 
 }  // namespace

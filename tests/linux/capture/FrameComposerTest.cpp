@@ -17,8 +17,8 @@ constexpr std::uint32_t amber = 0xc08040;
 constexpr std::uint32_t green = 0x00ff00;
 constexpr std::uint32_t blue = 0x0000ff;
 
-// A composer whose questions and pictures the test puts between the strokes of a painter. Here the
-// size of its pictures.
+// A composer whose questions and frames the test puts between the strokes of a painter. Here the
+// size of its frames.
 class FrameComposerTest : public testing::TestWithParam<PixelSize> {
  protected:
   FrameComposerTest() {
@@ -27,7 +27,7 @@ class FrameComposerTest : public testing::TestWithParam<PixelSize> {
     composer.configure(screen, GetParam(), 3);
   }
 
-  std::shared_ptr<CapturedPixelBuffer> compose() { return composer.compose(cursor); }
+  std::shared_ptr<CapturedFrame> compose() { return composer.compose(cursor); }
 
   // Waits until the server has told that something changed.
   [[nodiscard]] bool waitForNews() {
@@ -41,18 +41,18 @@ class FrameComposerTest : public testing::TestWithParam<PixelSize> {
   }
 
   // Lets the server report a change far from those that follow, so that only its pixels are asked
-  // for together with what changed, and the others' when the picture is made.
+  // for together with what changed, and the others' when the frame is made.
   [[nodiscard]] bool waitForNewsFromTheCorner() {
     painter.fill({316, 236, 4, 4}, cornerColour++);
     return waitForNews();
   }
 
-  // Holds the next picture against an earlier one and one that is made from nothing.
-  void expectSoundPictureAfter(const PictureCopy& earlier) {
-    const PictureCopy next(*compose());
+  // Holds the next frame against an earlier one and one that is made from nothing.
+  void expectSoundFrameAfter(const FrameCopy& earlier) {
+    const FrameCopy next(*compose());
     EXPECT_TRUE(agreeWhereUnchanged(earlier, next));
     composer.startOver();
-    EXPECT_TRUE(lookTheSame(next, PictureCopy(*compose())));
+    EXPECT_TRUE(lookTheSame(next, FrameCopy(*compose())));
   }
 
   // Makes the whole screen another size, as long as it shows on no monitor.
@@ -72,13 +72,13 @@ class FrameComposerTest : public testing::TestWithParam<PixelSize> {
                                            XCB_RANDR_ROTATION_ROTATE_0, 0, nullptr));
   }
 
-  // The rows of a picture that this rectangle of the screen certainly covers.
+  // The rows of a frame that this rectangle of the screen certainly covers.
   [[nodiscard]] RowRange rowsOf(const PixelRect& rect) const {
     const int height = GetParam().height;
     return {rect.y * height / 240, (rect.bottom() * height + 239) / 240};
   }
   // Whether there is something of this rectangle among the rows that changed.
-  static bool isChanged(const PictureCopy& earlier, const PictureCopy& later, RowRange rows) {
+  static bool isChanged(const FrameCopy& earlier, const FrameCopy& later, RowRange rows) {
     return later.history->changedSince(*earlier.history, rows);
   }
 
@@ -95,22 +95,22 @@ class FrameComposerTest : public testing::TestWithParam<PixelSize> {
 };
 
 TEST_P(FrameComposerTest, WhatChangesBetweenTheQuestionAndTheFetchIsMarkedTwice) {
-  const PictureCopy first(*compose());
+  const FrameCopy first(*compose());
   ASSERT_TRUE(waitForNewsFromTheCorner());
   painter.fill({0, 50, 320, 10}, blue);
-  ASSERT_TRUE(composer.findChanges());
+  ASSERT_TRUE(composer.findDamage());
   const PixelRect late{0, 55, 320, 10};  // half of it is about to be fetched
   const PixelRect elsewhere{100, 200, 30, 4};
   painter.fill(late, green);
   painter.fill(elsewhere, green);
-  const PictureCopy second(*compose());
+  const FrameCopy second(*compose());
   EXPECT_TRUE(agreeWhereUnchanged(first, second));
   EXPECT_TRUE(isChanged(first, second, rowsOf({0, 50, 320, 10})));
 
   // The composer knows by itself that it is behind.
   EXPECT_TRUE(composer.isPending());
-  ASSERT_TRUE(composer.findChanges());
-  const PictureCopy third(*compose());
+  ASSERT_TRUE(composer.findDamage());
+  const FrameCopy third(*compose());
   EXPECT_TRUE(agreeWhereUnchanged(second, third));
   EXPECT_TRUE(agreeWhereUnchanged(first, third));
   EXPECT_TRUE(isChanged(second, third, rowsOf(late)));
@@ -119,23 +119,23 @@ TEST_P(FrameComposerTest, WhatChangesBetweenTheQuestionAndTheFetchIsMarkedTwice)
   EXPECT_FALSE(composer.isPending());
 
   composer.startOver();
-  EXPECT_TRUE(lookTheSame(third, PictureCopy(*compose())));
+  EXPECT_TRUE(lookTheSame(third, FrameCopy(*compose())));
 }
 
 TEST_P(FrameComposerTest, WhatChangesBetweenTwoFetchedPartsBeforeTheFetchIsMarked) {
-  const PictureCopy first(*compose());
+  const FrameCopy first(*compose());
   ASSERT_TRUE(waitForNewsFromTheCorner());
   // Near enough to be fetched as one, with the rows in between.
   painter.fill({0, 50, 320, 4}, blue);
   painter.fill({0, 60, 320, 4}, blue);
-  ASSERT_TRUE(composer.findChanges());
+  ASSERT_TRUE(composer.findDamage());
   const PixelRect between{0, 56, 320, 2};
   painter.fill(between, green);
-  const PictureCopy second(*compose());
+  const FrameCopy second(*compose());
   EXPECT_TRUE(agreeWhereUnchanged(first, second));
   EXPECT_TRUE(isChanged(first, second, rowsOf(between)));
-  ASSERT_TRUE(composer.findChanges());
-  const PictureCopy third(*compose());
+  ASSERT_TRUE(composer.findDamage());
+  const FrameCopy third(*compose());
   EXPECT_TRUE(agreeWhereUnchanged(second, third));
   EXPECT_TRUE(isChanged(second, third, rowsOf(between)));
 }
@@ -145,80 +145,80 @@ TEST_P(FrameComposerTest, WhatChangesUnderTheCursorIsNotShownUnmarked) {
   image->size = {4, 4};
   image->pixels.assign(16, 0);  // nothing is opaque, so that one sees through
   cursor = CursorPlacement{image, {8, 40, 4, 4}};
-  const PictureCopy first(*compose());
+  const FrameCopy first(*compose());
   ASSERT_TRUE(waitForNewsFromTheCorner());
   painter.fill({0, 200, 20, 2}, blue);
-  ASSERT_TRUE(composer.findChanges());
+  ASSERT_TRUE(composer.findDamage());
   painter.fill({0, 0, 320, 120}, green);
-  const PictureCopy second(*compose());
+  const FrameCopy second(*compose());
   EXPECT_TRUE(agreeWhereUnchanged(first, second));
-  ASSERT_TRUE(composer.findChanges());
-  const PictureCopy third(*compose());
+  ASSERT_TRUE(composer.findDamage());
+  const FrameCopy third(*compose());
   EXPECT_TRUE(agreeWhereUnchanged(second, third));
   composer.startOver();
-  EXPECT_TRUE(lookTheSame(third, PictureCopy(*compose())));
+  EXPECT_TRUE(lookTheSame(third, FrameCopy(*compose())));
 }
 
 TEST_P(FrameComposerTest, ASurfaceThatWasAwayForLongShowsNothingNewerThanMarked) {
   auto kept = compose();
-  const PictureCopy first(*kept);
+  const FrameCopy first(*kept);
   painter.fill({0, 10, 320, 4}, blue);
   ASSERT_TRUE(waitForNews());
-  ASSERT_TRUE(composer.findChanges());
+  ASSERT_TRUE(composer.findDamage());
   auto other = compose();  // on another surface
-  const PictureCopy second(*other);
+  const FrameCopy second(*other);
   // Now the first surface is free again, and rows 10 to 13 of it are stale.
   kept.reset();
   ASSERT_TRUE(waitForNewsFromTheCorner());
   painter.fill({0, 100, 320, 4}, blue);
-  ASSERT_TRUE(composer.findChanges());
+  ASSERT_TRUE(composer.findDamage());
   painter.fill({0, 11, 320, 1}, green);
-  const PictureCopy third(*compose());
+  const FrameCopy third(*compose());
   EXPECT_TRUE(agreeWhereUnchanged(second, third));
   EXPECT_TRUE(agreeWhereUnchanged(first, third));
-  ASSERT_TRUE(composer.findChanges());
-  EXPECT_TRUE(agreeWhereUnchanged(third, PictureCopy(*compose())));
+  ASSERT_TRUE(composer.findDamage());
+  EXPECT_TRUE(agreeWhereUnchanged(third, FrameCopy(*compose())));
 }
 
-TEST_P(FrameComposerTest, WhatChangesAfterTheFetchComesWithTheNextPicture) {
-  const PictureCopy first(*compose());
+TEST_P(FrameComposerTest, WhatChangesAfterTheFetchComesWithTheNextFrame) {
+  const FrameCopy first(*compose());
   painter.fill({0, 50, 320, 10}, blue);
   ASSERT_TRUE(waitForNews());
-  ASSERT_TRUE(composer.findChanges());  // which has fetched the pixels as well
+  ASSERT_TRUE(composer.findDamage());  // which has fetched the pixels as well
   painter.fill({0, 55, 320, 10}, green);
-  const PictureCopy second(*compose());
+  const FrameCopy second(*compose());
   EXPECT_TRUE(agreeWhereUnchanged(first, second));
   ASSERT_TRUE(waitForNews());
-  ASSERT_TRUE(composer.findChanges());
-  const PictureCopy third(*compose());
+  ASSERT_TRUE(composer.findDamage());
+  const FrameCopy third(*compose());
   EXPECT_TRUE(agreeWhereUnchanged(second, third));
   EXPECT_TRUE(isChanged(second, third, rowsOf({0, 55, 320, 10})));
   composer.startOver();
-  EXPECT_TRUE(lookTheSame(third, PictureCopy(*compose())));
+  EXPECT_TRUE(lookTheSame(third, FrameCopy(*compose())));
 }
 
-TEST_P(FrameComposerTest, WhatWasFetchedForNoPictureIsNotLost) {
-  const PictureCopy first(*compose());
+TEST_P(FrameComposerTest, WhatWasFetchedForNoFrameIsNotLost) {
+  const FrameCopy first(*compose());
   painter.fill({0, 50, 320, 10}, blue);
   ASSERT_TRUE(waitForNews());
-  ASSERT_TRUE(composer.findChanges());
+  ASSERT_TRUE(composer.findDamage());
   painter.fill({0, 55, 320, 10}, green);
   ASSERT_TRUE(waitForNews());
-  ASSERT_TRUE(composer.findChanges());
-  expectSoundPictureAfter(first);
+  ASSERT_TRUE(composer.findDamage());
+  expectSoundFrameAfter(first);
 }
 
 TEST_P(FrameComposerTest, WhatChangesBesideTheDisplayIsNoChange) {
   const PixelRect display{20, 30, 100, 80};
   composer.configure(display, GetParam(), 3);
-  const PictureCopy first(*compose());
+  const FrameCopy first(*compose());
   painter.fill({0, 0, 320, 30}, blue);
   ASSERT_TRUE(waitForNews());
-  EXPECT_FALSE(composer.findChanges());
+  EXPECT_FALSE(composer.findDamage());
   painter.fill({110, 100, 20, 20}, blue);
   ASSERT_TRUE(waitForNews());
-  ASSERT_TRUE(composer.findChanges());
-  expectSoundPictureAfter(first);
+  ASSERT_TRUE(composer.findDamage());
+  expectSoundFrameAfter(first);
 }
 
 TEST_P(FrameComposerTest, AReadingThatFailsBeginsANewSeries) {
@@ -229,7 +229,7 @@ TEST_P(FrameComposerTest, AReadingThatFailsBeginsANewSeries) {
   ASSERT_TRUE(resize(160, 120));
   painter.fill({0, 0, 10, 10}, green);
   ASSERT_TRUE(waitForNews());
-  ASSERT_TRUE(composer.findChanges());
+  ASSERT_TRUE(composer.findDamage());
   EXPECT_FALSE(compose());
   EXPECT_TRUE(composer.isPending());
   ASSERT_TRUE(resize(320, 240));
@@ -239,27 +239,27 @@ TEST_P(FrameComposerTest, AReadingThatFailsBeginsANewSeries) {
   const auto second = compose();
   ASSERT_TRUE(second);
   EXPECT_EQ(rowsChangedSince(*first, *second), (Rows{{0, GetParam().height}}));
-  EXPECT_NEAR(PictureCopy(*second).pixels.front(), blue, 2);  // scaling rounds
+  EXPECT_NEAR(FrameCopy(*second).pixels.front(), blue, 2);  // scaling rounds
 }
 
 TEST_P(FrameComposerTest, AComparisonThatFailsBeginsANewSeries) {
   FrameComposer comparing(reader, nullptr, std::make_shared<EventFd>());
   comparing.configure(screen, GetParam(), 3);
-  ASSERT_TRUE(comparing.findChanges());
+  ASSERT_TRUE(comparing.findDamage());
   const auto first = comparing.compose({});
   ASSERT_TRUE(first);
-  EXPECT_FALSE(comparing.findChanges());
+  EXPECT_FALSE(comparing.findDamage());
   switchMonitorsOff();
   ASSERT_TRUE(resize(160, 120));
-  ASSERT_TRUE(comparing.findChanges());
+  ASSERT_TRUE(comparing.findDamage());
   EXPECT_FALSE(comparing.compose({}));
   ASSERT_TRUE(resize(320, 240));
   painter.fillAll(amber);  // as it was
-  ASSERT_TRUE(comparing.findChanges());
+  ASSERT_TRUE(comparing.findDamage());
   const auto second = comparing.compose({});
   ASSERT_TRUE(second);
   EXPECT_EQ(rowsChangedSince(*first, *second), (Rows{{0, GetParam().height}}));
-  EXPECT_TRUE(lookTheSame(PictureCopy(*first), PictureCopy(*second)));
+  EXPECT_TRUE(lookTheSame(FrameCopy(*first), FrameCopy(*second)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, FrameComposerTest,
@@ -267,7 +267,7 @@ INSTANTIATE_TEST_SUITE_P(Sizes, FrameComposerTest,
                                          PixelSize{150, 113}, PixelSize{400, 300}));
 
 // A composer of a part of the screen, whose questions can be torn apart on their way to the server.
-// Here the size of its pictures.
+// Here the size of its frames.
 class TornQuestionTest : public testing::TestWithParam<PixelSize> {
  protected:
   static constexpr PixelRect display{20, 30, 100, 80};
@@ -300,7 +300,7 @@ class TornQuestionTest : public testing::TestWithParam<PixelSize> {
   [[nodiscard]] bool askByHalves() {
     proxy.holdAfter(xcb_get_extension_data(connection.get(), &xcb_xfixes_id)->major_opcode,
                     XCB_XFIXES_FETCH_REGION);
-    composer.askForChanges();
+    composer.requestDamage();
     xcb_flush(connection.get());
     return isReadableInTime();
   }
@@ -317,16 +317,16 @@ class TornQuestionTest : public testing::TestWithParam<PixelSize> {
 
 // The server's report of such a change says nothing, since the second question has taken it.
 TEST_P(TornQuestionTest, WhatChangesBetweenTheHalvesIsNotLostWhenNothingElseDid) {
-  const PictureCopy first(*composer.compose({}));
+  const FrameCopy first(*composer.compose({}));
   ASSERT_TRUE(changeAround());
   ASSERT_TRUE(askByHalves());
   painter.fill({40, 50, 30, 20}, blue);
   proxy.letPass();
-  ASSERT_TRUE(composer.findChanges());
-  const PictureCopy second(*composer.compose({}));
+  ASSERT_TRUE(composer.findDamage());
+  const FrameCopy second(*composer.compose({}));
   EXPECT_TRUE(agreeWhereUnchanged(first, second));
   composer.startOver();
-  EXPECT_TRUE(lookTheSame(second, PictureCopy(*composer.compose({}))));
+  EXPECT_TRUE(lookTheSame(second, FrameCopy(*composer.compose({}))));
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, TornQuestionTest,

@@ -20,10 +20,10 @@ PixelImage noise(PixelSize size) {
   return image;
 }
 
-PixelImage scaledAtOnce(const PixelImage& source, PixelSize picture) {
-  PixelScaler scaler(source.size, picture);
+PixelImage scaledAtOnce(const PixelImage& source, PixelSize frame) {
+  PixelScaler scaler(source.size, frame);
   const RowSet altered = scaler.sourceChanged(source, RowSet({0, source.size.height}));
-  PixelImage result = makeTestImage(picture);
+  PixelImage result = makeTestImage(frame);
   scaler.draw(source, altered, result);
   return result;
 }
@@ -35,7 +35,7 @@ bool areEqual(const PixelImage& a, const PixelImage& b) {
 
 struct Scaling {
   PixelSize source;
-  PixelSize picture;
+  PixelSize frame;
 };
 
 class PixelScalerTest : public testing::TestWithParam<Scaling> {};
@@ -51,11 +51,11 @@ bool isAbout(std::uint32_t a, std::uint32_t b) {
 }
 
 TEST_P(PixelScalerTest, KeepsAUniformColour) {
-  const auto [sourceSize, pictureSize] = GetParam();
-  const PixelImage picture = scaledAtOnce(makeTestImage(sourceSize, 0x204060), pictureSize);
-  for (int y = 0; y < pictureSize.height; ++y) {
-    for (int x = 0; x < pictureSize.width; ++x) {
-      ASSERT_PRED2(isAbout, pixelOf(picture, x, y), 0x204060U);
+  const auto [sourceSize, frameSize] = GetParam();
+  const PixelImage frame = scaledAtOnce(makeTestImage(sourceSize, 0x204060), frameSize);
+  for (int y = 0; y < frameSize.height; ++y) {
+    for (int x = 0; x < frameSize.width; ++x) {
+      ASSERT_PRED2(isAbout, pixelOf(frame, x, y), 0x204060U);
     }
   }
 }
@@ -79,20 +79,20 @@ RowRange disturb(PixelImage& image, std::mt19937& random) {
 }
 
 TEST_P(PixelScalerTest, UpdatesOfPartsAddUpToTheWhole) {
-  const auto [sourceSize, pictureSize] = GetParam();
+  const auto [sourceSize, frameSize] = GetParam();
   PixelImage source = noise(sourceSize);
-  PixelScaler scaler(sourceSize, pictureSize);
-  PixelImage picture = makeTestImage(pictureSize);
-  scaler.draw(source, scaler.sourceChanged(source, RowSet({0, sourceSize.height})), picture);
+  PixelScaler scaler(sourceSize, frameSize);
+  PixelImage frame = makeTestImage(frameSize);
+  scaler.draw(source, scaler.sourceChanged(source, RowSet({0, sourceSize.height})), frame);
 
   std::mt19937 random(11);  // NOLINT: the same numbers in every run
   for (int round = 0; round < 40; ++round) {
     RowSet changed(disturb(source, random));
     changed.add(disturb(source, random));
-    scaler.draw(source, scaler.sourceChanged(source, changed), picture);
+    scaler.draw(source, scaler.sourceChanged(source, changed), frame);
     // Often enough to see which change was the wrong one.
     if (round % 8 == 7) {
-      ASSERT_TRUE(areEqual(picture, scaledAtOnce(source, pictureSize))) << round;
+      ASSERT_TRUE(areEqual(frame, scaledAtOnce(source, frameSize))) << round;
     }
   }
 }
@@ -102,27 +102,27 @@ bool haveEqualRows(const PixelImage& a, const PixelImage& b, RowRange rows) {
                      a.offsetBytes(0, rows.end - rows.first)) == 0;
 }
 
-// However much of a picture is drawn: what lies outside of the altered rows keeps its bytes.
+// However much of a frame is drawn: what lies outside of the altered rows keeps its bytes.
 TEST_P(PixelScalerTest, RowsThatAreNotAlteredStayTheSame) {
-  const auto [sourceSize, pictureSize] = GetParam();
+  const auto [sourceSize, frameSize] = GetParam();
   PixelImage source = noise(sourceSize);
-  PixelScaler scaler(sourceSize, pictureSize);
+  PixelScaler scaler(sourceSize, frameSize);
   static_cast<void>(scaler.sourceChanged(source, RowSet({0, sourceSize.height})));
-  PixelImage before = scaledAtOnce(source, pictureSize);
+  PixelImage before = scaledAtOnce(source, frameSize);
   std::mt19937 random(13);  // NOLINT: the same numbers in every run
   for (int round = 0; round < 10; ++round) {
     RowSet changed(disturb(source, random));
     changed.add(disturb(source, random));
     const RowSet altered = scaler.sourceChanged(source, changed);
-    const PixelImage after = scaledAtOnce(source, pictureSize);
+    const PixelImage after = scaledAtOnce(source, frameSize);
     int kept = 0;
     for (const RowRange& range : altered.ranges()) {
       ASSERT_LE(kept, range.first);
       EXPECT_TRUE(haveEqualRows(before, after, {kept, range.first})) << round;
       kept = range.end;
     }
-    ASSERT_LE(kept, pictureSize.height);
-    EXPECT_TRUE(haveEqualRows(before, after, {kept, pictureSize.height})) << round;
+    ASSERT_LE(kept, frameSize.height);
+    EXPECT_TRUE(haveEqualRows(before, after, {kept, frameSize.height})) << round;
     before = after;
   }
 }
@@ -161,9 +161,9 @@ TEST(PixelScaler, KeepsThinLinesWhenItShrinksALot) {
   for (int x = 0; x < 900; x += 3) {
     for (int y = 0; y < 30; ++y) setPixel(source, x + 1, y, 0);
   }
-  const PixelImage picture = scaledAtOnce(source, {300, 10});
-  // A third of the pixels is black, and no place of the picture lost it.
-  for (int x = 2; x < 298; ++x) EXPECT_LT(pixelOf(picture, x, 5) & 0xff, 0xe0U) << x;
+  const PixelImage frame = scaledAtOnce(source, {300, 10});
+  // A third of the pixels is black, and no place of the frame lost it.
+  for (int x = 2; x < 298; ++x) EXPECT_LT(pixelOf(frame, x, 5) & 0xff, 0xe0U) << x;
 }
 
 }  // namespace

@@ -5,18 +5,18 @@
 #include <cstring>
 #include <iterator>
 
-#include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/frame/CapturedFrame.h"
 
 namespace quorvin {
 
 namespace {
 
-void copyPicture(const CapturedPixelBuffer& picture, RecordedSample& sample) {
-  sample.size = {static_cast<int>(picture.widthPx()), static_cast<int>(picture.heightPx())};
-  sample.pixels.resize(picture.widthPx() * picture.heightPx());
-  for (std::size_t row = 0; row < picture.heightPx(); ++row) {
-    std::memcpy(&sample.pixels[row * picture.widthPx()],
-                picture.data() + row * picture.strideBytes(), picture.widthPx() * 4);
+void copyPicture(const CapturedFrame& frame, RecordedSample& sample) {
+  sample.size = {static_cast<int>(frame.widthPx()), static_cast<int>(frame.heightPx())};
+  sample.pixels.resize(frame.widthPx() * frame.heightPx());
+  for (std::size_t row = 0; row < frame.heightPx(); ++row) {
+    std::memcpy(&sample.pixels[row * frame.widthPx()], frame.data() + row * frame.strideBytes(),
+                frame.widthPx() * 4);
   }
 }
 
@@ -43,8 +43,8 @@ void SampleRecorder::streamDidOutputSample(const CaptureSample& sample, StreamOu
   record.status = sample.attachments().value().front().frameStatus.value();
   record.time = std::chrono::nanoseconds(sample.presentationTimeStamp().value);
   const auto buffer = sample.imageBuffer();
-  if (const auto* picture = dynamic_cast<CapturedPixelBuffer*>(buffer.get())) {
-    copyPicture(*picture, record);
+  if (const auto* frame = dynamic_cast<CapturedFrame*>(buffer.get())) {
+    copyPicture(*frame, record);
   }
   std::function<void()> next;
   {
@@ -62,12 +62,12 @@ void SampleRecorder::onSample(std::function<void()> newAction) {
   action = std::move(newAction);
 }
 
-void SampleRecorder::holdPictures() {
+void SampleRecorder::holdFrames() {
   const std::scoped_lock lock(mutex);
   holding = true;
 }
 
-void SampleRecorder::letPicturesGo() {
+void SampleRecorder::letFramesGo() {
   const std::scoped_lock lock(mutex);
   holding = false;
   held.clear();
@@ -82,7 +82,7 @@ bool SampleRecorder::waitForSamples(std::size_t count) {
   return waitFor([count](const auto& samples) { return samples.size() >= count; });
 }
 
-bool SampleRecorder::waitForPictures(std::size_t count) {
+bool SampleRecorder::waitForFrames(std::size_t count) {
   return waitFor([count](const auto& samples) {
     return static_cast<std::size_t>(std::ranges::count_if(samples, &RecordedSample::isComplete)) >=
            count;
@@ -95,7 +95,7 @@ bool SampleRecorder::waitForIdleSample() {
   });
 }
 
-bool SampleRecorder::waitForPicture(const std::function<bool(const RecordedSample&)>& condition) {
+bool SampleRecorder::waitForFrame(const std::function<bool(const RecordedSample&)>& condition) {
   return waitFor([&](const auto& samples) {
     const auto newest =
         std::ranges::find_if(samples.rbegin(), samples.rend(), &RecordedSample::isComplete);
@@ -104,7 +104,7 @@ bool SampleRecorder::waitForPicture(const std::function<bool(const RecordedSampl
 }
 
 bool SampleRecorder::waitForColour(int x, int y, std::uint32_t colour) {
-  return waitForPicture([=](const auto& newest) { return newest.isAbout(x, y, colour); });
+  return waitForFrame([=](const auto& newest) { return newest.isAbout(x, y, colour); });
 }
 
 std::vector<RecordedSample> SampleRecorder::samples() {
@@ -112,7 +112,7 @@ std::vector<RecordedSample> SampleRecorder::samples() {
   return recorded;
 }
 
-std::vector<RecordedSample> SampleRecorder::pictures() {
+std::vector<RecordedSample> SampleRecorder::frames() {
   std::vector<RecordedSample> complete;
   std::ranges::copy_if(samples(), std::back_inserter(complete), &RecordedSample::isComplete);
   return complete;

@@ -15,10 +15,10 @@ namespace quorvin {
 // What a test waits for comes within this time or never.
 inline constexpr std::chrono::seconds testPatience{20};
 
-// One delivered sample and a copy of its picture.
+// One delivered sample and a copy of its frame.
 struct RecordedSample {
   std::int64_t status = -1;
-  PixelSize size;                     // 0 x 0 without a picture
+  PixelSize size;                     // 0 x 0 without a frame
   std::vector<std::uint32_t> pixels;  // rows from the top
   std::chrono::nanoseconds time{};    // on the monotonic clock
 
@@ -29,7 +29,7 @@ struct RecordedSample {
   [[nodiscard]] bool isAbout(int x, int y, std::uint32_t colour) const;
 };
 
-// Writes down every sample of a stream, and keeps hold of the pictures if it is told to.
+// Writes down every sample of a stream, and keeps hold of the frames if it is told to.
 class SampleRecorder final : public StreamOutput {
  public:
   using Condition = std::function<bool(const std::vector<RecordedSample>&)>;
@@ -38,21 +38,21 @@ class SampleRecorder final : public StreamOutput {
 
   // Runs at the end of each sample, on the queue's thread.
   void onSample(std::function<void()> action);
-  void holdPictures();
-  void letPicturesGo();
+  void holdFrames();
+  void letFramesGo();
 
   // False when the condition did not come true in time.
   [[nodiscard]] bool waitFor(const Condition& condition);
   [[nodiscard]] bool waitForSamples(std::size_t count);
-  [[nodiscard]] bool waitForPictures(std::size_t count);
+  [[nodiscard]] bool waitForFrames(std::size_t count);
   // Waits until the newest sample is an idle one.
   [[nodiscard]] bool waitForIdleSample();
-  // Waits until this is true of the newest picture.
-  [[nodiscard]] bool waitForPicture(const std::function<bool(const RecordedSample&)>& condition);
-  // Waits until the newest picture has about this colour at this place.
+  // Waits until this is true of the newest frame.
+  [[nodiscard]] bool waitForFrame(const std::function<bool(const RecordedSample&)>& condition);
+  // Waits until the newest frame has about this colour at this place.
   [[nodiscard]] bool waitForColour(int x, int y, std::uint32_t colour);
   [[nodiscard]] std::vector<RecordedSample> samples();
-  [[nodiscard]] std::vector<RecordedSample> pictures();
+  [[nodiscard]] std::vector<RecordedSample> frames();
 
  private:
   std::mutex mutex;

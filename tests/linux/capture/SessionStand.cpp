@@ -45,56 +45,55 @@ void SessionStand::start(const CaptureSettings& settings) {
                   now);
 }
 
-std::shared_ptr<CapturedPixelBuffer> SessionStand::nextPicture() {
+std::shared_ptr<CapturedFrame> SessionStand::nextFrame() {
   const auto deadline = std::chrono::steady_clock::now() + testPatience;
   while (std::chrono::steady_clock::now() < deadline) {
-    if (auto picture = pictureWithin(1)) return picture;
+    if (auto frame = frameWithin(1)) return frame;
     waitForEvents(*session);
   }
   return {};
 }
 
-std::shared_ptr<CapturedPixelBuffer> SessionStand::pictureWithin(int steps) {
+std::shared_ptr<CapturedFrame> SessionStand::frameWithin(int steps) {
   for (int i = 0; i < steps; ++i) {
     now += interval;
-    if (auto picture = session->step(now).picture) return picture;
+    if (auto frame = session->step(now).frame) return frame;
   }
   return {};
 }
 
-std::vector<RowRange> rowsChangedSince(const CapturedPixelBuffer& earlier,
-                                       const CapturedPixelBuffer& later) {
+std::vector<RowRange> rowsChangedSince(const CapturedFrame& earlier, const CapturedFrame& later) {
   RowSet rows;
   for (int row = 0; row < static_cast<int>(later.heightPx()); ++row) {
-    if (later.rowHistory()->changedSince(*earlier.rowHistory(), {row, row + 1})) {
+    if (later.damageHistory()->changedSince(*earlier.damageHistory(), {row, row + 1})) {
       rows.add({row, row + 1});
     }
   }
   return rows.ranges();
 }
 
-PictureCopy::PictureCopy(const CapturedPixelBuffer& picture)
-    : size{static_cast<int>(picture.widthPx()), static_cast<int>(picture.heightPx())},
-      pixels(picture.widthPx() * picture.heightPx()),
-      history(picture.rowHistory()) {
-  for (std::size_t row = 0; row < picture.heightPx(); ++row) {
-    std::memcpy(&pixels[row * picture.widthPx()], picture.data() + row * picture.strideBytes(),
-                picture.widthPx() * bytesPerPixel);
+FrameCopy::FrameCopy(const CapturedFrame& frame)
+    : size{static_cast<int>(frame.widthPx()), static_cast<int>(frame.heightPx())},
+      pixels(frame.widthPx() * frame.heightPx()),
+      history(frame.damageHistory()) {
+  for (std::size_t row = 0; row < frame.heightPx(); ++row) {
+    std::memcpy(&pixels[row * frame.widthPx()], frame.data() + row * frame.strideBytes(),
+                frame.widthPx() * bytesPerPixel);
   }
   for (std::uint32_t& pixel : pixels) pixel &= 0xffffff;
 }
 
-bool PictureCopy::hasPixelsOf(const PictureCopy& other, int row, ColumnRange columns) const {
+bool FrameCopy::hasPixelsOf(const FrameCopy& other, int row, ColumnRange columns) const {
   const std::size_t offset = static_cast<std::size_t>(row) * static_cast<std::size_t>(size.width) +
                              static_cast<std::size_t>(columns.first);
   return std::memcmp(&pixels[offset], &other.pixels[offset],
                      static_cast<std::size_t>(columns.end - columns.first) * bytesPerPixel) == 0;
 }
 
-testing::AssertionResult agreeWhereUnchanged(const PictureCopy& earlier, const PictureCopy& later) {
+testing::AssertionResult agreeWhereUnchanged(const FrameCopy& earlier, const FrameCopy& later) {
   for (int row = 0; row < later.size.height; ++row) {
-    for (int left = 0; left < later.size.width; left += ChangeNumbers::tileSidePx) {
-      const ColumnRange tile{left, std::min(left + ChangeNumbers::tileSidePx, later.size.width)};
+    for (int left = 0; left < later.size.width; left += LastDamage::tileSidePx) {
+      const ColumnRange tile{left, std::min(left + LastDamage::tileSidePx, later.size.width)};
       if (later.history->changedSince(*earlier.history, {row, row + 1}, tile)) continue;
       if (later.hasPixelsOf(earlier, row, tile)) continue;
       return testing::AssertionFailure()
@@ -104,7 +103,7 @@ testing::AssertionResult agreeWhereUnchanged(const PictureCopy& earlier, const P
   return testing::AssertionSuccess();
 }
 
-testing::AssertionResult lookTheSame(const PictureCopy& a, const PictureCopy& b) {
+testing::AssertionResult lookTheSame(const FrameCopy& a, const FrameCopy& b) {
   if (a.size != b.size) return testing::AssertionFailure() << "the sizes differ";
   for (int row = 0; row < a.size.height; ++row) {
     if (a.hasPixelsOf(b, row, {0, a.size.width})) continue;

@@ -20,15 +20,15 @@ class SessionStand {
   // The options are those of Xvfb.
   explicit SessionStand(std::vector<std::string> options = {});
 
-  // 320 x 240, no cursor, 100 pictures a second, three surfaces.
+  // 320 x 240, no cursor, 100 frames a second, three surfaces.
   [[nodiscard]] static CaptureSettings usualSettings();
 
   // Captures the first display listed, which is a monitor that was defined, if any.
   void start(const CaptureSettings& settings = usualSettings());
-  // Steps until there is a picture; null when none came in time.
-  [[nodiscard]] std::shared_ptr<CapturedPixelBuffer> nextPicture();
-  // Takes so many steps, a frame interval apart. Null if none of them brought a picture.
-  [[nodiscard]] std::shared_ptr<CapturedPixelBuffer> pictureWithin(int steps);
+  // Steps until there is a frame; null when none came in time.
+  [[nodiscard]] std::shared_ptr<CapturedFrame> nextFrame();
+  // Takes so many steps, a frame interval apart. Null if none of them brought a frame.
+  [[nodiscard]] std::shared_ptr<CapturedFrame> frameWithin(int steps);
 
   XServer server;
   ScreenPainter painter;
@@ -39,26 +39,26 @@ class SessionStand {
   CaptureTime now;
 };
 
-// The rows that the history of a picture holds to differ from an earlier one.
-[[nodiscard]] std::vector<RowRange> rowsChangedSince(const CapturedPixelBuffer& earlier,
-                                                     const CapturedPixelBuffer& later);
+// The rows that the history of a frame holds to differ from an earlier one.
+[[nodiscard]] std::vector<RowRange> rowsChangedSince(const CapturedFrame& earlier,
+                                                     const CapturedFrame& later);
 
-// A picture as it was; surfaces are drawn on again once they are released.
-struct PictureCopy {
-  explicit PictureCopy(const CapturedPixelBuffer& picture);
+// A frame as it was; surfaces are drawn on again once they are released.
+struct FrameCopy {
+  explicit FrameCopy(const CapturedFrame& frame);
 
   // Whether a part of a row looks the same on both.
-  [[nodiscard]] bool hasPixelsOf(const PictureCopy& other, int row, ColumnRange columns) const;
+  [[nodiscard]] bool hasPixelsOf(const FrameCopy& other, int row, ColumnRange columns) const;
 
   PixelSize size;
   std::vector<std::uint32_t> pixels;  // 0xRRGGBB, rows from the top
-  std::shared_ptr<const RowHistory> history;
+  std::shared_ptr<const DamageHistory> history;
 };
 
 // True when what may not differ does not, by rows and by tiles.
-[[nodiscard]] testing::AssertionResult agreeWhereUnchanged(const PictureCopy& earlier,
-                                                           const PictureCopy& later);
+[[nodiscard]] testing::AssertionResult agreeWhereUnchanged(const FrameCopy& earlier,
+                                                           const FrameCopy& later);
 // True when they are the same all over.
-[[nodiscard]] testing::AssertionResult lookTheSame(const PictureCopy& a, const PictureCopy& b);
+[[nodiscard]] testing::AssertionResult lookTheSame(const FrameCopy& a, const FrameCopy& b);
 
 }  // namespace quorvin

@@ -72,7 +72,7 @@ TEST(StreamLife, AHandlerMayWaitForTheStopItAskedFor) {
 TEST(StreamLife, StopsWithoutACompletion) {
   CaptureStand stand;
   ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
   stand.stream->stopCapture({});
   EXPECT_EQ(startError(*stand.stream), std::nullopt);
 }
@@ -120,24 +120,24 @@ TEST(StreamLife, ACompletionMayReleaseTheStream) {
   released.get_future().wait();
 }
 
-TEST(StreamLife, PicturesOutliveTheStreamAndTheServer) {
+TEST(StreamLife, FramesOutliveTheStreamAndTheServer) {
   CaptureStand stand;
   stand.painter.fillAll(0x123456);
-  stand.recorder->holdPictures();
+  stand.recorder->holdFrames();
   ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
   stand.stream.reset();
   stand.server.end();
-  stand.recorder->letPicturesGo();
+  stand.recorder->letFramesGo();
 }
 
 TEST(StreamLife, CanBeStartedAgainAfterAStop) {
   CaptureStand stand;
   ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
   ASSERT_TRUE(stand.stop());
   EXPECT_EQ(startError(*stand.stream), std::nullopt);
-  EXPECT_TRUE(stand.recorder->waitForPictures(2));
+  EXPECT_TRUE(stand.recorder->waitForFrames(2));
 }
 
 TEST(StreamLife, CannotBeStartedTwice) {
@@ -147,7 +147,7 @@ TEST(StreamLife, CannotBeStartedTwice) {
   ASSERT_TRUE(error);
   EXPECT_EQ(error->domain, stand.capture.streamErrorDomain());
   EXPECT_EQ(error->localizedDescription, "The capture is running already.");
-  EXPECT_TRUE(stand.recorder->waitForPictures(1));
+  EXPECT_TRUE(stand.recorder->waitForFrames(1));
 }
 
 TEST(StreamLife, CannotBeStoppedBeforeItStarted) {
@@ -205,20 +205,20 @@ TEST(StreamLife, AStartIsAnsweredWhileTheServerIsStuck) {
   EXPECT_EQ(number(started.error()), 10);
   stand.server.thaw();
   EXPECT_EQ(startError(*stand.stream), std::nullopt);
-  EXPECT_TRUE(stand.recorder->waitForPictures(1));
+  EXPECT_TRUE(stand.recorder->waitForFrames(1));
   EXPECT_EQ(started.count(), 1);
 }
 
-// From the list of displays to the first picture.
+// From the list of displays to the first frame.
 TEST(StreamLife, MakesOneConnectionForAStart) {
   CaptureStand stand({"-extension", "MIT-SHM"}, CaptureStand::Way::throughProxy);
   ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
   EXPECT_EQ(stand.proxy->connections(), 1);
   ASSERT_TRUE(stand.stop());
   // Another start of the same stream has to connect again.
   EXPECT_EQ(startError(*stand.stream), std::nullopt);
-  ASSERT_TRUE(stand.recorder->waitForPictures(2));
+  ASSERT_TRUE(stand.recorder->waitForFrames(2));
   EXPECT_EQ(stand.proxy->connections(), 2);
 }
 
@@ -234,7 +234,7 @@ TEST(StreamLife, ANewSizeAppliesWhileItRuns) {
   CaptureStand stand;
   stand.painter.fillAll(0x123456);
   ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
   auto configuration = CaptureStand::usualConfiguration();
   configuration.width = 160;
   configuration.height = 120;
@@ -242,19 +242,19 @@ TEST(StreamLife, ANewSizeAppliesWhileItRuns) {
   stand.stream->updateConfiguration(configuration, updated.completion());
   ASSERT_TRUE(updated.wait());
   EXPECT_FALSE(updated.error());
-  ASSERT_TRUE(stand.recorder->waitForPictures(2));
-  const auto picture = stand.recorder->pictures().back();
-  EXPECT_EQ(picture.size, (PixelSize{160, 120}));
-  EXPECT_TRUE(picture.isAbout(159, 119, 0x123456));
+  ASSERT_TRUE(stand.recorder->waitForFrames(2));
+  const auto frame = stand.recorder->frames().back();
+  EXPECT_EQ(frame.size, (PixelSize{160, 120}));
+  EXPECT_TRUE(frame.isAbout(159, 119, 0x123456));
   EXPECT_EQ(updated.count(), 1);
 }
 
-TEST(StreamLife, ANewConfigurationBringsAPictureEvenIfItIsTheSame) {
+TEST(StreamLife, ANewConfigurationBringsAFrameEvenIfItIsTheSame) {
   CaptureStand stand;
   ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
   stand.stream->updateConfiguration(CaptureStand::usualConfiguration(), {});
-  EXPECT_TRUE(stand.recorder->waitForPictures(2));
+  EXPECT_TRUE(stand.recorder->waitForFrames(2));
 }
 
 // The thread that asks the server may take as long as that likes.
@@ -263,7 +263,7 @@ TEST(StreamLife, ANewConfigurationIsAnsweredWhileTheServerIsStuck) {
   auto configuration = CaptureStand::usualConfiguration();
   configuration.showsCursor = true;  // so that the server is asked for where it is
   ASSERT_TRUE(stand.start(configuration));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
   stand.server.freeze();
   configuration.width = 160;
   configuration.height = 120;
@@ -273,16 +273,16 @@ TEST(StreamLife, ANewConfigurationIsAnsweredWhileTheServerIsStuck) {
     EXPECT_EQ(updated.count(), 1);
   }
   stand.server.thaw();
-  const auto isSmall = [](const auto& picture) {
-    return picture.size == PixelSize{160, 120};
+  const auto isSmall = [](const auto& frame) {
+    return frame.size == PixelSize{160, 120};
   };
-  EXPECT_TRUE(stand.recorder->waitForPicture(isSmall));
+  EXPECT_TRUE(stand.recorder->waitForFrame(isSmall));
 }
 
 TEST(StreamLife, AnUnsoundNewConfigurationChangesNothing) {
   CaptureStand stand;
   ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
   auto configuration = CaptureStand::usualConfiguration();
   configuration.height = -4;
   Answer updated;
@@ -291,7 +291,7 @@ TEST(StreamLife, AnUnsoundNewConfigurationChangesNothing) {
   EXPECT_TRUE(updated.error());
   stand.painter.fillAll(0x654321);
   ASSERT_TRUE(stand.recorder->waitForColour(0, 0, 0x654321));
-  EXPECT_EQ(stand.recorder->pictures().back().size, (PixelSize{320, 240}));
+  EXPECT_EQ(stand.recorder->frames().back().size, (PixelSize{320, 240}));
 }
 
 TEST(StreamLife, AConfigurationGivenBeforeTheStartCounts) {
@@ -303,15 +303,15 @@ TEST(StreamLife, AConfigurationGivenBeforeTheStartCounts) {
   Answer updated;
   stand.stream->updateConfiguration(configuration, updated.completion());
   EXPECT_EQ(startError(*stand.stream), std::nullopt);
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
-  EXPECT_EQ(stand.recorder->pictures().front().size, (PixelSize{32, 24}));
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
+  EXPECT_EQ(stand.recorder->frames().front().size, (PixelSize{32, 24}));
   EXPECT_EQ(updated.count(), 1);
 }
 
 TEST(StreamLife, EndsWithOneErrorWhenTheServerDies) {
   CaptureStand stand;
   ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
   stand.server.end();
   ASSERT_TRUE(stand.delegate->waitForStop());
   Answer stopped;
@@ -340,7 +340,7 @@ TEST(StreamLife, EndsWithOneErrorWhenTheDisplayIsRemoved) {
   CaptureStand stand;
   stand.painter.defineMonitor("cinema", {0, 0, 100, 100});
   ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
   stand.painter.deleteMonitor("cinema");
   ASSERT_TRUE(stand.delegate->waitForStop());
   const auto errors = stand.delegate->errors();
@@ -350,7 +350,7 @@ TEST(StreamLife, EndsWithOneErrorWhenTheDisplayIsRemoved) {
             "The display that was being captured is no longer connected.");
 }
 
-// A display that takes on other modes, and what of it is shown in pictures of at most 160 x 120.
+// A display that takes on other modes, and what of it is shown in frames of at most 160 x 120.
 class ModeChangeTest : public testing::Test {
  protected:
   static constexpr std::uint32_t ground = 0x112233;
@@ -359,7 +359,7 @@ class ModeChangeTest : public testing::Test {
     stand.painter.fillAll(ground);
     stand.painter.defineMonitor("cinema", {0, 0, 160, 120});
     ASSERT_TRUE(stand.start(configuration()));
-    ASSERT_TRUE(stand.recorder->waitForPictures(1));
+    ASSERT_TRUE(stand.recorder->waitForFrames(1));
   }
 
   static StreamConfiguration configuration() {
@@ -370,7 +370,7 @@ class ModeChangeTest : public testing::Test {
   }
 
   // The display has its last pixel marked, wherever that is; as while a mode is set, it is away for
-  // a moment. The size of the pictures in which that pixel is the last one.
+  // a moment. The size of the frames in which that pixel is the last one.
   PixelSize sizeIn(PixelSize mode) {
     stand.painter.deleteMonitor("cinema");
     stand.painter.fillAll(ground);
@@ -380,12 +380,12 @@ class ModeChangeTest : public testing::Test {
     return sizeOnceMarked();
   }
   PixelSize sizeOnceMarked() {
-    const auto isMarked = [this](const auto& picture) {
-      return picture.isAbout(picture.size.width - 1, picture.size.height - 1, mark) &&
-             picture.isAbout(0, 0, ground);
+    const auto isMarked = [this](const auto& frame) {
+      return frame.isAbout(frame.size.width - 1, frame.size.height - 1, mark) &&
+             frame.isAbout(0, 0, ground);
     };
-    EXPECT_TRUE(stand.recorder->waitForPicture(isMarked));
-    return stand.recorder->pictures().back().size;
+    EXPECT_TRUE(stand.recorder->waitForFrame(isMarked));
+    return stand.recorder->frames().back().size;
   }
 
   CaptureStand stand;
@@ -407,10 +407,10 @@ TEST_F(ModeChangeTest, ADisplayOfOtherProportionsKeepsThem) {
 
 TEST_F(ModeChangeTest, TheSameConfigurationOnceMoreChangesNoSize) {
   ASSERT_EQ(sizeIn({100, 120}), (PixelSize{100, 120}));
-  const auto count = stand.recorder->pictures().size();
+  const auto count = stand.recorder->frames().size();
   stand.stream->updateConfiguration(configuration(), {});
-  ASSERT_TRUE(stand.recorder->waitForPictures(count + 1));
-  EXPECT_EQ(stand.recorder->pictures().back().size, (PixelSize{100, 120}));
+  ASSERT_TRUE(stand.recorder->waitForFrames(count + 1));
+  EXPECT_EQ(stand.recorder->frames().back().size, (PixelSize{100, 120}));
 }
 
 TEST_F(ModeChangeTest, TheFormerModeBringsTheConfiguredSizeBack) {
@@ -418,20 +418,20 @@ TEST_F(ModeChangeTest, TheFormerModeBringsTheConfiguredSizeBack) {
   EXPECT_EQ(sizeIn({160, 120}), (PixelSize{160, 120}));
 }
 
-// What has changed can then be told from the rows of a picture of another size by nobody.
+// What has changed can then be told from the rows of a frame of another size by nobody.
 TEST(ModeChange, BeginsTheHistoryOfRowsAnew) {
   SessionStand stand;
   stand.painter.defineMonitor("cinema", {0, 0, 160, 120});
   auto settings = SessionStand::usualSettings();
-  settings.picture = {160, 120};
+  settings.frameSize = {160, 120};
   stand.start(settings);
-  const auto first = stand.nextPicture();
+  const auto first = stand.nextFrame();
   ASSERT_TRUE(first);
   stand.painter.deleteMonitor("cinema");
   stand.painter.defineMonitor("cinema", {0, 0, 120, 90});
-  const auto second = stand.nextPicture();
+  const auto second = stand.nextFrame();
   ASSERT_TRUE(second);
-  EXPECT_EQ(PictureCopy(*second).size, (PixelSize{120, 90}));
+  EXPECT_EQ(FrameCopy(*second).size, (PixelSize{120, 90}));
   EXPECT_EQ(rowsChangedSince(*first, *second), (std::vector<RowRange>{{0, 90}}));
 }
 

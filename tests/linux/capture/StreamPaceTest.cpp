@@ -37,7 +37,7 @@ class BusyPainter {
   std::thread thread;
 };
 
-TEST(StreamPace, TheFirstSampleIsAPictureEvenIfNothingChanges) {
+TEST(StreamPace, TheFirstSampleIsAFrameEvenIfNothingChanges) {
   CaptureStand stand;
   ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
   ASSERT_TRUE(stand.recorder->waitForSamples(1));
@@ -50,18 +50,18 @@ TEST(StreamPace, NeverExceedsTheConfiguredRate) {
   auto configuration = CaptureStand::usualConfiguration();
   configuration.minimumFrameInterval = {1, 50};
   ASSERT_TRUE(stand.start(configuration));
-  ASSERT_TRUE(stand.recorder->waitForPictures(25));
-  const auto pictures = stand.recorder->pictures();
-  for (std::size_t i = 1; i < pictures.size(); ++i) {
-    EXPECT_GE(pictures[i].time - pictures[i - 1].time, milliseconds(20));
+  ASSERT_TRUE(stand.recorder->waitForFrames(25));
+  const auto frames = stand.recorder->frames();
+  for (std::size_t i = 1; i < frames.size(); ++i) {
+    EXPECT_GE(frames[i].time - frames[i - 1].time, milliseconds(20));
   }
 }
 
 TEST(StreamPace, AnUnchangedScreenBringsIdleSamplesAndNoWork) {
   CaptureStand stand;
   ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
-  const auto looks = stand.counters->looks.load();
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
+  const auto polls = stand.counters->polls.load();
   const auto fetched = stand.counters->fetchedBytes.load();
   ASSERT_TRUE(stand.recorder->waitForSamples(3));
   const auto samples = stand.recorder->samples();
@@ -69,7 +69,7 @@ TEST(StreamPace, AnUnchangedScreenBringsIdleSamplesAndNoWork) {
   EXPECT_EQ(samples[1].size, PixelSize{});
   EXPECT_EQ(samples[2].status, frameStatusIdle);
   EXPECT_GE(samples[2].time - samples[1].time, std::chrono::seconds(1));
-  EXPECT_EQ(stand.counters->looks, looks);
+  EXPECT_EQ(stand.counters->polls, polls);
   EXPECT_EQ(stand.counters->fetchedBytes, fetched);
 }
 
@@ -82,12 +82,12 @@ TEST(StreamPace, AnIsolatedChangeIsCapturedAtOnce) {
   // sample instead would take a second each time.
   auto quickest = std::chrono::nanoseconds::max();
   for (std::uint32_t colour = 1; colour <= 10 && quickest >= milliseconds(500); ++colour) {
-    // After a picture and an idle sample, more than an interval has passed.
+    // After a frame and an idle sample, more than an interval has passed.
     ASSERT_TRUE(stand.recorder->waitForIdleSample());
     const auto painted = now();
     stand.painter.fillAll(colour * 0x111111);
     ASSERT_TRUE(stand.recorder->waitForColour(5, 5, colour * 0x111111));
-    quickest = std::min(quickest, stand.recorder->pictures().back().time - painted);
+    quickest = std::min(quickest, stand.recorder->frames().back().time - painted);
   }
   EXPECT_LT(quickest, milliseconds(500));
 }
@@ -98,7 +98,7 @@ TEST(StreamPace, FetchesOnlyWhatChanged) {
   auto configuration = CaptureStand::usualConfiguration();
   configuration.queueDepth = 1;
   ASSERT_TRUE(stand.start(configuration));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
   const auto whole = stand.counters->fetchedBytes.exchange(0);
   EXPECT_EQ(whole, 320U * 240 * 4);
   stand.painter.fill({10, 10, 8, 4}, 0xffffff);
@@ -125,62 +125,62 @@ TEST(StreamPace, FetchesNothingWhenOnlyThePointerMoves) {
   EXPECT_EQ(stand.counters->fetchedBytes, 0U);
 }
 
-TEST(StreamPace, ChangesElsewhereBringNoPictures) {
+TEST(StreamPace, ChangesElsewhereBringNoFrames) {
   CaptureStand stand;
   stand.painter.defineMonitor("left", {0, 0, 160, 240});
   auto configuration = CaptureStand::usualConfiguration();
   configuration.width = 160;
   ASSERT_TRUE(stand.start(configuration));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
   stand.painter.fill({200, 0, 50, 50}, 0xffffff);
   ASSERT_TRUE(stand.recorder->waitForSamples(2));
   EXPECT_EQ(stand.recorder->samples().back().status, frameStatusIdle);
 }
 
-TEST(StreamPace, HeldPicturesStopTheStreamUntilOneIsReleased) {
+TEST(StreamPace, HeldFramesStopTheStreamUntilOneIsReleased) {
   CaptureStand stand;
   auto configuration = CaptureStand::usualConfiguration();
   configuration.queueDepth = 2;
   configuration.minimumFrameInterval = {1, 200};
-  stand.recorder->holdPictures();
+  stand.recorder->holdFrames();
   ASSERT_TRUE(stand.start(configuration));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
   stand.painter.fillAll(0x111111);
   ASSERT_TRUE(stand.recorder->waitForColour(0, 0, 0x111111));
   stand.painter.fill({0, 0, 100, 100}, 0x222222);
   stand.painter.fill({100, 100, 100, 100}, 0x333333);
   // The stream still shows that it is alive.
   ASSERT_TRUE(stand.recorder->waitForSamples(3));
-  EXPECT_EQ(stand.recorder->pictures().size(), 2U);
+  EXPECT_EQ(stand.recorder->frames().size(), 2U);
   EXPECT_EQ(stand.recorder->samples().back().status, frameStatusIdle);
 
   const auto released = now();
-  stand.recorder->letPicturesGo();
-  ASSERT_TRUE(stand.recorder->waitForPictures(3));
-  const auto picture = stand.recorder->pictures().back();
-  EXPECT_GE(picture.time, released);
-  EXPECT_EQ(picture.colourAt(50, 50), 0x222222U);
-  EXPECT_EQ(picture.colourAt(150, 150), 0x333333U);
-  EXPECT_EQ(picture.colourAt(250, 50), 0x111111U);
+  stand.recorder->letFramesGo();
+  ASSERT_TRUE(stand.recorder->waitForFrames(3));
+  const auto frame = stand.recorder->frames().back();
+  EXPECT_GE(frame.time, released);
+  EXPECT_EQ(frame.colourAt(50, 50), 0x222222U);
+  EXPECT_EQ(frame.colourAt(150, 150), 0x333333U);
+  EXPECT_EQ(frame.colourAt(250, 50), 0x111111U);
 }
 
-TEST(StreamPace, PicturesWaitingForAHandlerCountAsHeld) {
+TEST(StreamPace, FramesWaitingForAHandlerCountAsHeld) {
   CaptureStand stand;
   const BusyPainter painter(stand.server.display());
   auto configuration = CaptureStand::usualConfiguration();
   configuration.minimumFrameInterval = {1, 200};
   stand.queue->halt();
   ASSERT_TRUE(stand.start(configuration));
-  // The fourth task is an idle sample, so there was time for many more pictures.
+  // The fourth task is an idle sample, so there was time for many more frames.
   ASSERT_TRUE(stand.queue->waitForTasks(4, testPatience));
   const auto halted = now();
   stand.queue->resume();
-  ASSERT_TRUE(stand.recorder->waitForPictures(4));
+  ASSERT_TRUE(stand.recorder->waitForFrames(4));
   const auto samples = stand.recorder->samples();
   EXPECT_EQ(samples[3].status, frameStatusIdle);
-  const auto pictures = stand.recorder->pictures();
-  EXPECT_LT(pictures[2].time, halted);
-  EXPECT_GE(pictures[3].time, halted);
+  const auto frames = stand.recorder->frames();
+  EXPECT_LT(frames[2].time, halted);
+  EXPECT_GE(frames[3].time, halted);
 }
 
 }  // namespace

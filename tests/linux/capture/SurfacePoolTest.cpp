@@ -17,7 +17,7 @@ bool isSignalled(const EventFd& wakeup) {
 
 class SurfacePoolTest : public testing::Test {
  protected:
-  std::shared_ptr<CapturedPixelBuffer> lendNext() { return pool.lend(pool.mostRecentFree()); }
+  std::shared_ptr<CapturedFrame> lendNext() { return pool.lend(pool.mostRecentFree()); }
 
   int made = 0;
   std::shared_ptr<EventFd> wakeup = std::make_shared<EventFd>();
@@ -40,10 +40,10 @@ TEST_F(SurfacePoolTest, LendsNoMoreThanItsDepth) {
 
 TEST_F(SurfacePoolTest, SignalsWhenASurfaceComesBackAfterThereWasNone) {
   pool.configure(size, 1);
-  auto picture = lendNext();
+  auto frame = lendNext();
   EXPECT_FALSE(pool.hasFree());
   EXPECT_FALSE(isSignalled(*wakeup));
-  picture.reset();
+  frame.reset();
   EXPECT_TRUE(isSignalled(*wakeup));
 }
 
@@ -65,9 +65,9 @@ TEST_F(SurfacePoolTest, SignalsOnceForEachTimeThatThereWasNone) {
 
 TEST_F(SurfacePoolTest, RousesNobodyWhileSurfacesAreLeft) {
   pool.configure(size, 2);
-  auto picture = lendNext();
+  auto frame = lendNext();
   EXPECT_TRUE(pool.hasFree());
-  picture.reset();
+  frame.reset();
   EXPECT_FALSE(isSignalled(*wakeup));
 }
 
@@ -105,7 +105,7 @@ TEST_F(SurfacePoolTest, MarksEverySurfaceStaleEvenWhileItIsLent) {
   EXPECT_FALSE(pool.mostRecentFree().stale.isEmpty());
 }
 
-TEST_F(SurfacePoolTest, CountsPicturesOfAnEarlierSizeThatAreStillHeld) {
+TEST_F(SurfacePoolTest, CountsFramesOfAnEarlierSizeThatAreStillHeld) {
   pool.configure(size, 2);
   const auto old = lendNext();
   pool.configure(otherSize, 2);
@@ -117,7 +117,7 @@ TEST_F(SurfacePoolTest, CountsPicturesOfAnEarlierSizeThatAreStillHeld) {
   EXPECT_TRUE(pool.hasFree());
 }
 
-TEST_F(SurfacePoolTest, ASmallerDepthWaitsForPicturesToComeBack) {
+TEST_F(SurfacePoolTest, ASmallerDepthWaitsForFramesToComeBack) {
   pool.configure(size, 3);
   auto first = lendNext();
   auto second = lendNext();
@@ -129,16 +129,16 @@ TEST_F(SurfacePoolTest, ASmallerDepthWaitsForPicturesToComeBack) {
   EXPECT_TRUE(pool.hasFree());
 }
 
-TEST(SurfacePool, PicturesOutliveThePool) {
-  std::shared_ptr<CapturedPixelBuffer> picture;
+TEST(SurfacePool, FramesOutliveThePool) {
+  std::shared_ptr<CapturedFrame> frame;
   {
     SurfacePool pool([](PixelSize wanted) { return makeTestImage(wanted, 0x123456); },
                      std::make_shared<EventFd>());
     pool.configure(size, 1);
-    picture = pool.lend(pool.mostRecentFree());
+    frame = pool.lend(pool.mostRecentFree());
   }
-  EXPECT_EQ(picture->data()[0], 0x56);
-  EXPECT_EQ(picture->strideBytes(), 256U);
+  EXPECT_EQ(frame->data()[0], 0x56);
+  EXPECT_EQ(frame->strideBytes(), 256U);
 }
 
 }  // namespace

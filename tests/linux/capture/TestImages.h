@@ -8,7 +8,7 @@
 
 namespace quorvin {
 
-// A picture in ordinary memory, of one colour.
+// A frame in ordinary memory, of one colour.
 inline PixelImage makeTestImage(PixelSize size, std::uint32_t colour = 0) {
   PixelImage image;
   image.size = size;

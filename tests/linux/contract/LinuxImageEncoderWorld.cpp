@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/frame/CapturedFrame.h"
 #include "platform/linux/jpeg/ImageEncoder.h"
 #include "tests/contract/ForeignPixelBuffer.h"
 #include "tests/contract/ImageEncoderContract.h"
@@ -27,8 +27,8 @@ class LinuxImageEncoderWorld final : public ImageEncoderWorld {
       }
     }
     const auto* first = pixels->data();
-    return std::make_shared<CapturedPixelBuffer>(std::move(pixels), first, size.width, size.height,
-                                                 size.width * bytesPerPixel);
+    return std::make_shared<CapturedFrame>(std::move(pixels), first, size.width, size.height,
+                                           size.width * bytesPerPixel);
   }
   std::shared_ptr<PixelBuffer> unusablePicture() override {
     return std::make_shared<ForeignPixelBuffer>(PictureSize{8, 8});

@@ -7,7 +7,7 @@
 #include "tests/contract/ForeignPixelBuffer.h"
 #include "tests/contract/VideoEncoderContract.h"
 #include "tests/linux/video/H264Decoder.h"
-#include "tests/linux/video/TestPictures.h"
+#include "tests/linux/video/TestFrames.h"
 
 namespace quorvin::contract {
 namespace {
@@ -21,7 +21,7 @@ class LinuxVideoEncoderWorld final : public VideoEncoderWorld {
   VideoEncoder& videoEncoder() override { return encoder; }
 
   std::shared_ptr<PixelBuffer> picture(const PictureSize& size, const ColourAt& colourAt) override {
-    return makePicture(
+    return makeFrame(
         {static_cast<int>(size.width), static_cast<int>(size.height)}, [&colourAt](int x, int y) {
           const auto colour = colourAt(static_cast<std::size_t>(x), static_cast<std::size_t>(y));
           return static_cast<std::uint32_t>(colour.red) << 16U |

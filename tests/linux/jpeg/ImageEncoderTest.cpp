@@ -6,14 +6,14 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/frame/CapturedFrame.h"
 #include "platform/linux/jpeg/ImageEncoder.h"
 #include "tests/linux/capture/TestImages.h"
 
 namespace quorvin {
 namespace {
 
-CapturedPixelBuffer bufferOf(const PixelImage& image) {
+CapturedFrame bufferOf(const PixelImage& image) {
   return {image.memory, image.memory.get(), static_cast<std::size_t>(image.size.width),
           static_cast<std::size_t>(image.size.height), image.strideBytes()};
 }
@@ -65,8 +65,8 @@ TEST_F(ImageEncoderTest, ClampsFactorsOutOfRange) {
             best);
 }
 
-TEST_F(ImageEncoderTest, CannotRenderAPictureWithoutPixels) {
-  const CapturedPixelBuffer empty(nullptr, nullptr, 0, 0, 0);
+TEST_F(ImageEncoderTest, CannotRenderAFrameWithoutPixels) {
+  const CapturedFrame empty(nullptr, nullptr, 0, 0, 0);
   EXPECT_FALSE(context->jpegRepresentation(empty, 0.72));
 }
 

@@ -1,4 +1,4 @@
-// Screens that change at random, and pictures of them that come as a stream's may come: some never
+// Screens that change at random, and frames of them that come as a stream's may come: some never
 // encoded, some late, with and without a history, at changing qualities and sizes. After each step
 // the file must be, byte for byte, the one that an encoder makes that has seen nothing before.
 //
@@ -33,14 +33,14 @@ class Life {
   // Empty, or what went wrong.
   std::string step() {
     change();
-    if (chance(8)) static_cast<void>(screen.nextPicture());  // which nobody encodes
+    if (chance(8)) static_cast<void>(screen.nextFrame());  // which nobody encodes
     if (chance(10)) {
-      late.push_back(screen.nextPictureCopied());
+      late.push_back(screen.nextFrameCopied());
       if (late.size() > 3) late.pop_front();
     }
     if (!late.empty() && chance(10)) return compare(*late[below(late.size())]);
-    if (chance(25)) return compare(*screen.pictureWithoutHistory());
-    return compare(*screen.nextPicture());
+    if (chance(25)) return compare(*screen.frameWithoutHistory());
+    return compare(*screen.nextFrame());
   }
 
  private:
@@ -73,14 +73,14 @@ class Life {
     }
   }
 
-  std::string compare(const CapturedPixelBuffer& picture) {
-    const auto incremental = encoder.encode(picture, quality);
-    const auto fresh = JpegEncoder(JpegThreads{}).encode(picture, quality);
+  std::string compare(const CapturedFrame& frame) {
+    const auto incremental = encoder.encode(frame, quality);
+    const auto fresh = JpegEncoder(JpegThreads{}).encode(frame, quality);
     if (!incremental || !fresh) return "not encoded";
     if (*incremental != *fresh) return "the file differs";
     if (encoder.keptBytes() > 2 * fresh->size()) return "too much is kept";
     if (chance(50) && decodeWithTurboJpeg(incremental->bytes()) !=
-                          decodeWithTurboJpeg(encodeAsTheHostDoes(picture, quality))) {
+                          decodeWithTurboJpeg(encodeAsTheHostDoes(frame, quality))) {
       return "the decoded pixels differ";
     }
     return {};
@@ -119,7 +119,7 @@ class Life {
   TestScreen screen;
   int quality;
   JpegEncoder encoder;
-  std::deque<TestPicture> late;
+  std::deque<TestFrame> late;
 };
 
 std::string live(std::uint64_t seed, JpegThreads threads) {

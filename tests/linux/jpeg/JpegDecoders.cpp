@@ -56,18 +56,18 @@ std::vector<std::uint8_t> turboJpegFile(int width, int height, const Compress& c
   return file;
 }
 
-// The whole picture in libyuv's brightness and colours. TurboJPEG wants even sides, and what is
+// The whole frame in libyuv's brightness and colours. TurboJPEG wants even sides, and what is
 // missing repeats what is last.
 class Planes {
  public:
-  explicit Planes(const CapturedPixelBuffer& picture)
-      : width(static_cast<int>(picture.widthPx())),
-        height(static_cast<int>(picture.heightPx())),
+  explicit Planes(const CapturedFrame& frame)
+      : width(static_cast<int>(frame.widthPx())),
+        height(static_cast<int>(frame.heightPx())),
         stride((width + 1) / 2 * 2) {
     const int rows = (height + 1) / 2 * 2;
     const auto size = static_cast<std::size_t>(stride) * static_cast<std::size_t>(rows);
     for (auto& plane : planes) plane.resize(&plane == planes.data() ? size : size / 4);
-    libyuv::ARGBToJ420(picture.data(), static_cast<int>(picture.strideBytes()), planes[0].data(),
+    libyuv::ARGBToJ420(frame.data(), static_cast<int>(frame.strideBytes()), planes[0].data(),
                        stride, planes[1].data(), stride / 2, planes[2].data(), stride / 2, width,
                        height);
     for (int row = 0; row < height && stride > width; ++row) *at(width, row) = *at(width - 1, row);
@@ -90,21 +90,20 @@ class Planes {
 
 }  // namespace
 
-std::vector<std::uint8_t> encodeWithTurboJpeg(const CapturedPixelBuffer& picture, int quality) {
-  const int width = static_cast<int>(picture.widthPx());
-  const int height = static_cast<int>(picture.heightPx());
+std::vector<std::uint8_t> encodeWithTurboJpeg(const CapturedFrame& frame, int quality) {
+  const int width = static_cast<int>(frame.widthPx());
+  const int height = static_cast<int>(frame.heightPx());
   const int flags = TJFLAG_ACCURATEDCT | TJFLAG_NOREALLOC;
   return turboJpegFile(width, height, [&](tjhandle compressor, auto** bytes, auto* size) {
-    return tjCompress2(compressor, picture.data(), width, static_cast<int>(picture.strideBytes()),
+    return tjCompress2(compressor, frame.data(), width, static_cast<int>(frame.strideBytes()),
                        height, TJPF_BGRX, bytes, size, TJSAMP_420, quality, flags);
   });
 }
 
-std::vector<std::uint8_t> encodePlanesWithTurboJpeg(const CapturedPixelBuffer& picture,
-                                                    int quality) {
-  const int width = static_cast<int>(picture.widthPx());
-  const int height = static_cast<int>(picture.heightPx());
-  const Planes planes(picture);
+std::vector<std::uint8_t> encodePlanesWithTurboJpeg(const CapturedFrame& frame, int quality) {
+  const int width = static_cast<int>(frame.widthPx());
+  const int height = static_cast<int>(frame.heightPx());
+  const Planes planes(frame);
   const int flags = TJFLAG_ACCURATEDCT | TJFLAG_NOREALLOC;
   return turboJpegFile(width, height, [&](tjhandle compressor, auto** bytes, auto* size) {
     return tjCompressFromYUVPlanes(compressor, planes.pointers().data(), width,
@@ -142,7 +141,7 @@ std::vector<std::uint8_t> decodeWithLibavcodec(std::span<const std::uint8_t> fil
   const std::unique_ptr<AVFrame, FreeFrame> frame(av_frame_alloc());
   require(avcodec_send_packet(context.get(), AvPacket(file).get()) == 0,
           "the decoder refuses the file");
-  require(avcodec_receive_frame(context.get(), frame.get()) == 0, "no picture comes out");
+  require(avcodec_receive_frame(context.get(), frame.get()) == 0, "no frame comes out");
   require(frame->decode_error_flags == 0, "the decoder found errors");
 
   std::vector<std::uint8_t> planes;

@@ -4,23 +4,23 @@
 #include <span>
 #include <vector>
 
-#include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/frame/CapturedFrame.h"
 
 namespace quorvin {
 
 // Others' ways to and from JPEG files. All throw std::runtime_error at the slightest complaint.
 
-// The whole picture by TurboJPEG, from its pixels.
-[[nodiscard]] std::vector<std::uint8_t> encodeWithTurboJpeg(const CapturedPixelBuffer& picture,
+// The whole frame by TurboJPEG, from its pixels.
+[[nodiscard]] std::vector<std::uint8_t> encodeWithTurboJpeg(const CapturedFrame& frame,
                                                             int quality);
-// The same from what libyuv makes of the whole picture's colours.
-[[nodiscard]] std::vector<std::uint8_t> encodePlanesWithTurboJpeg(
-    const CapturedPixelBuffer& picture, int quality);
+// The same from what libyuv makes of the whole frame's colours.
+[[nodiscard]] std::vector<std::uint8_t> encodePlanesWithTurboJpeg(const CapturedFrame& frame,
+                                                                  int quality);
 // That of the two which the host is to agree with.
-[[nodiscard]] inline std::vector<std::uint8_t> encodeAsTheHostDoes(
-    const CapturedPixelBuffer& picture, int quality) {
-  return quality < 96 ? encodePlanesWithTurboJpeg(picture, quality)
-                      : encodeWithTurboJpeg(picture, quality);
+[[nodiscard]] inline std::vector<std::uint8_t> encodeAsTheHostDoes(const CapturedFrame& frame,
+                                                                   int quality) {
+  return quality < 96 ? encodePlanesWithTurboJpeg(frame, quality)
+                      : encodeWithTurboJpeg(frame, quality);
 }
 
 // Rows of red, green and blue without gaps.

@@ -12,15 +12,15 @@ namespace {
 constexpr int quality = 72;
 constexpr PixelSize size{100, 100};  // seven MCU rows
 
-Data freshFile(const TestPicture& picture) {
-  return JpegEncoder(JpegThreads{}).encode(*picture, quality).value();
+Data freshFile(const TestFrame& frame) {
+  return JpegEncoder(JpegThreads{}).encode(*frame, quality).value();
 }
 
 class JpegEncoderTest : public testing::Test {
  protected:
   JpegEncoderTest() { screen.drawNoise({0, size.height}, random); }
 
-  Data encodeNext() { return encoder.encode(*screen.nextPicture(), quality).value(); }
+  Data encodeNext() { return encoder.encode(*screen.nextFrame(), quality).value(); }
 
   std::mt19937 random{1};
   TestScreen screen{size};
@@ -34,9 +34,9 @@ TEST_F(JpegEncoderTest, HandsOutTheSameFileAgainWhenNothingChanged) {
 
 TEST_F(JpegEncoderTest, CodesAllAnewAtAnotherQuality) {
   const auto first = encodeNext();
-  const auto picture = screen.nextPicture();
-  EXPECT_NE(encoder.encode(*picture, quality + 1), first);
-  EXPECT_EQ(encoder.encode(*picture, quality), first);
+  const auto frame = screen.nextFrame();
+  EXPECT_NE(encoder.encode(*frame, quality + 1), first);
+  EXPECT_EQ(encoder.encode(*frame, quality), first);
 }
 
 // A screen that keeps something to itself shows which rows are looked at.
@@ -48,9 +48,9 @@ TEST_F(JpegEncoderTest, LooksAtNoRowThatDidNotChange) {
   screen.markUnchanged(RowRange{50, 51});
   const auto lookedAtOne = encodeNext();
   EXPECT_NE(lookedAtOne, first);
-  EXPECT_NE(lookedAtOne, freshFile(screen.nextPicture()));
+  EXPECT_NE(lookedAtOne, freshFile(screen.nextFrame()));
   screen.markUnchanged(RowRange{0, size.height});
-  EXPECT_EQ(encodeNext(), freshFile(screen.nextPicture()));
+  EXPECT_EQ(encodeNext(), freshFile(screen.nextFrame()));
 }
 
 TEST_F(JpegEncoderTest, LooksAtNoSegmentThatDidNotChange) {
@@ -65,19 +65,19 @@ TEST_F(JpegEncoderTest, LooksAtNoSegmentThatDidNotChange) {
   EXPECT_GT(segment.size(), first.size() * 29 / 32);
 }
 
-TEST_F(JpegEncoderTest, TakesAnEarlierPictureForWhatItIs) {
-  const auto earlier = screen.nextPictureCopied();
+TEST_F(JpegEncoderTest, TakesAnEarlierFrameForWhatItIs) {
+  const auto earlier = screen.nextFrameCopied();
   screen.fillRows({20, 30}, 0x123456);
   const auto later = encodeNext();
   EXPECT_EQ(encoder.encode(*earlier, quality), freshFile(earlier));
   EXPECT_EQ(encodeNext(), later);
 }
 
-TEST_F(JpegEncoderTest, KeepsNothingOfAPictureThatIsOfNoStream) {
-  const auto file = encoder.encode(*screen.pictureWithoutHistory(), quality).value();
+TEST_F(JpegEncoderTest, KeepsNothingOfAFrameThatIsOfNoStream) {
+  const auto file = encoder.encode(*screen.frameWithoutHistory(), quality).value();
   EXPECT_LE(encoder.keptBytes(), file.size());
   screen.fillRows({20, 30}, 0x123456);
-  EXPECT_EQ(encodeNext(), freshFile(screen.nextPicture()));
+  EXPECT_EQ(encodeNext(), freshFile(screen.nextFrame()));
 }
 
 TEST_F(JpegEncoderTest, KeepsAtMostTwiceTheSizeOfTheLastFile) {
@@ -96,8 +96,8 @@ TEST_F(JpegEncoderTest, HasNoFileWhereLibjpegHasNone) {
   const auto first = encodeNext();
   // More than libjpeg can do. All rows lie in the same memory.
   const std::vector<std::uint32_t> pixels(65'501);
-  const CapturedPixelBuffer tooWide(nullptr, reinterpret_cast<const std::uint8_t*>(pixels.data()),
-                                    65'501, 1, 0);
+  const CapturedFrame tooWide(nullptr, reinterpret_cast<const std::uint8_t*>(pixels.data()), 65'501,
+                              1, 0);
   testing::internal::CaptureStderr();
   EXPECT_FALSE(encoder.encode(tooWide, quality));
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
@@ -107,19 +107,19 @@ TEST_F(JpegEncoderTest, HasNoFileWhereLibjpegHasNone) {
 TEST_F(JpegEncoderTest, SurvivesWantOfMemoryAtAnyPoint) {
   screen.resize({200, 1000});
   screen.drawNoise({0, 1000}, random);
-  const auto picture = screen.nextPicture();
-  const auto expected = freshFile(picture);
+  const auto frame = screen.nextFrame();
+  const auto expected = freshFile(frame);
   int filesMissed = 0;
   bool hasFailed = true;
   for (std::size_t successes = 0; hasFailed; ++successes) {
     JpegEncoder starved(JpegThreads{});
     FailingMemory::failAfter(successes);
-    const auto file = starved.encode(*picture, quality);
+    const auto file = starved.encode(*frame, quality);
     hasFailed = FailingMemory::recover();
     if (!file) ++filesMissed;
     // What was not to be had for giving spare memory back does no harm.
     EXPECT_EQ(file.value_or(expected), expected);
-    EXPECT_EQ(starved.encode(*picture, quality), expected);
+    EXPECT_EQ(starved.encode(*frame, quality), expected);
   }
   EXPECT_GT(filesMissed, 3);
 }
@@ -127,21 +127,21 @@ TEST_F(JpegEncoderTest, SurvivesWantOfMemoryAtAnyPoint) {
 TEST_F(JpegEncoderTest, KeepsItsRowsThroughWantOfMemory) {
   encodeNext();
   screen.fillRows({20, 30}, 0x123456);
-  const auto picture = screen.nextPictureCopied();
+  const auto frame = screen.nextFrameCopied();
   FailingMemory::failAfter(0);
-  EXPECT_FALSE(encoder.encode(*picture, quality));
+  EXPECT_FALSE(encoder.encode(*frame, quality));
   EXPECT_TRUE(FailingMemory::recover());
   screen.fillRows({90, 95}, 0x654321);
-  EXPECT_EQ(encodeNext(), freshFile(screen.nextPicture()));
+  EXPECT_EQ(encodeNext(), freshFile(screen.nextFrame()));
 }
 
 TEST_F(JpegEncoderTest, MakesTheSameFileWithAnyNumberOfThreads) {
   screen.resize({500, 1000});
   screen.drawDesktop({0, 1000}, 5);
-  const auto picture = screen.nextPicture();
-  const auto expected = freshFile(picture);
+  const auto frame = screen.nextFrame();
+  const auto expected = freshFile(frame);
   for (const std::size_t count : {1U, 2U, 4U}) {
-    EXPECT_EQ(JpegEncoder({count, 0}).encode(*picture, quality), expected) << count << " threads";
+    EXPECT_EQ(JpegEncoder({count, 0}).encode(*frame, quality), expected) << count << " threads";
   }
 }
 

@@ -25,8 +25,8 @@ constexpr std::uint8_t restartInterval = 0xDD;
 constexpr std::uint8_t huffmanTables = 0xC4;
 constexpr std::uint8_t baselineFrame = 0xC0;
 
-int numberAt(const Bytes& bytes, std::size_t place) {
-  return bytes.at(place) << 8 | bytes.at(place + 1);
+int numberAt(const Bytes& bytes, std::size_t position) {
+  return bytes.at(position) << 8 | bytes.at(position + 1);
 }
 
 // A file read as ITU-T T.81, B.1.1 describes it, marker by marker.
@@ -45,32 +45,32 @@ struct Anatomy {
   std::size_t behindLastMarker = 0;
 
  private:
-  std::uint8_t markerAt(std::size_t place) {
-    EXPECT_EQ(bytes.at(place), 0xFF);
-    return bytes.at(place + 1);
+  std::uint8_t markerAt(std::size_t position) {
+    EXPECT_EQ(bytes.at(position), 0xFF);
+    return bytes.at(position + 1);
   }
 
   void readSegments() {
     EXPECT_EQ(markerAt(0), startOfImage);
-    std::size_t place = 2;
+    std::size_t position = 2;
     while (segments.empty() || segments.back() != startOfScan) {
-      const auto marker = markerAt(place);
+      const auto marker = markerAt(position);
       segments.push_back(marker);
-      if (marker == restartInterval) restartMcus = numberAt(bytes, place + 4);
+      if (marker == restartInterval) restartMcus = numberAt(bytes, position + 4);
       if (marker == baselineFrame) {
-        heightPx = numberAt(bytes, place + 5);
-        widthPx = numberAt(bytes, place + 7);
+        heightPx = numberAt(bytes, position + 5);
+        widthPx = numberAt(bytes, position + 7);
       }
-      place += 2 + static_cast<std::size_t>(numberAt(bytes, place + 2));
+      position += 2 + static_cast<std::size_t>(numberAt(bytes, position + 2));
     }
-    behindLastMarker = place;
+    behindLastMarker = position;
   }
 
   void readScan() {
-    for (std::size_t place = behindLastMarker; place + 1 < bytes.size(); ++place) {
-      if (bytes[place] != 0xFF || bytes[place + 1] == 0) continue;
-      markersInScan.push_back(bytes[place + 1]);
-      behindLastMarker = place + 2;
+    for (std::size_t position = behindLastMarker; position + 1 < bytes.size(); ++position) {
+      if (bytes[position] != 0xFF || bytes[position + 1] == 0) continue;
+      markersInScan.push_back(bytes[position + 1]);
+      behindLastMarker = position + 2;
     }
   }
 };
@@ -84,8 +84,8 @@ void paint(TestScreen& screen, std::uint32_t seed) {
   screen.drawNoise({height * 3 / 4, height}, random);
 }
 
-Data encode(JpegEncoder& encoder, const TestPicture& picture, int quality) {
-  auto file = encoder.encode(*picture, quality);
+Data encode(JpegEncoder& encoder, const TestFrame& frame, int quality) {
+  auto file = encoder.encode(*frame, quality);
   EXPECT_TRUE(file);
   return file.value_or(Data());
 }
@@ -106,7 +106,7 @@ INSTANTIATE_TEST_SUITE_P(Sizes, JpegOfSize,
                                          PixelSize{65'500, 1}, PixelSize{1, 65'500}));
 
 TEST_P(JpegOfSize, HasARestartMarkerBehindEachSegmentButTheLast) {
-  const Anatomy file(encode(encoder, screen.nextPicture(), 72));
+  const Anatomy file(encode(encoder, screen.nextFrame(), 72));
   const auto [width, height] = GetParam();
   const int mcus = (width + 15) / 16;
   ASSERT_GT(file.restartMcus, 0);
@@ -121,7 +121,7 @@ TEST_P(JpegOfSize, HasARestartMarkerBehindEachSegmentButTheLast) {
 }
 
 TEST_P(JpegOfSize, IsABaselineFileOfThatSizeWithNothingBehindItsEnd) {
-  const Anatomy file(encode(encoder, screen.nextPicture(), 72));
+  const Anatomy file(encode(encoder, screen.nextFrame(), 72));
   EXPECT_EQ(file.widthPx, GetParam().width);
   EXPECT_EQ(file.heightPx, GetParam().height);
   EXPECT_THAT(file.segments, testing::Contains(baselineFrame));
@@ -130,9 +130,9 @@ TEST_P(JpegOfSize, IsABaselineFileOfThatSizeWithNothingBehindItsEnd) {
 }
 
 TEST_P(JpegOfSize, IsReadByOthersAsTurboJpegsFileIs) {
-  const auto picture = screen.nextPicture();
-  const auto file = encode(encoder, picture, 72);
-  const auto whole = encodeAsTheHostDoes(*picture, 72);
+  const auto frame = screen.nextFrame();
+  const auto file = encode(encoder, frame, 72);
+  const auto whole = encodeAsTheHostDoes(*frame, 72);
   EXPECT_EQ(decodeWithTurboJpeg(file.bytes()), decodeWithTurboJpeg(whole));
   EXPECT_EQ(decodeWithLibavcodec(file.bytes()), decodeWithLibavcodec(whole));
 }
@@ -143,9 +143,9 @@ TEST_P(JpegOfSize, IsReadByOthersAlsoWhenItIsPutTogetherOfKeptRows) {
     const int x = static_cast<int>(step * 311) % width;
     const int y = static_cast<int>(step * 31) % height;
     screen.fill(intersectionOf({x, y, 300, 20}, wholeOf(GetParam())), 0xA03050 + step * 999);
-    const auto picture = screen.nextPicture();
-    const auto file = encode(encoder, picture, 72);
-    const auto whole = encodeAsTheHostDoes(*picture, 72);
+    const auto frame = screen.nextFrame();
+    const auto file = encode(encoder, frame, 72);
+    const auto whole = encodeAsTheHostDoes(*frame, 72);
     EXPECT_EQ(decodeWithTurboJpeg(file.bytes()), decodeWithTurboJpeg(whole));
     EXPECT_EQ(decodeWithLibavcodec(file.bytes()), decodeWithLibavcodec(whole));
   }
@@ -156,21 +156,21 @@ TEST(JpegQuality, GivesTurboJpegsPixelsFromTheWorstToTheBest) {
   paint(screen, 3);
   JpegEncoder encoder(JpegThreads{});
   for (int quality = 1; quality <= 100; ++quality) {
-    const auto picture = screen.nextPicture();
-    EXPECT_EQ(decodeWithTurboJpeg(encode(encoder, picture, quality).bytes()),
-              decodeWithTurboJpeg(encodeAsTheHostDoes(*picture, quality)))
+    const auto frame = screen.nextFrame();
+    EXPECT_EQ(decodeWithTurboJpeg(encode(encoder, frame, quality).bytes()),
+              decodeWithTurboJpeg(encodeAsTheHostDoes(*frame, quality)))
         << "at quality " << quality;
   }
 }
 
 // Of a file's decoded red, green and blue.
-double meanSquareError(const CapturedPixelBuffer& picture, std::span<const std::uint8_t> file) {
+double meanSquareError(const CapturedFrame& frame, std::span<const std::uint8_t> file) {
   const auto decoded = decodeWithTurboJpeg(file);
   double sum = 0;
   for (std::size_t i = 0; i < decoded.size(); ++i) {
     const std::size_t pixel = i / 3;
-    const auto* row = picture.data() + pixel / picture.widthPx() * picture.strideBytes();
-    const int original = row[pixel % picture.widthPx() * 4 + 2 - i % 3];
+    const auto* row = frame.data() + pixel / frame.widthPx() * frame.strideBytes();
+    const int original = row[pixel % frame.widthPx() * 4 + 2 - i % 3];
     sum += (original - decoded[i]) * (original - decoded[i]);
   }
   return sum / static_cast<double>(decoded.size());
@@ -182,9 +182,9 @@ TEST(JpegQuality, IsHardlyLessThanTurboJpegs) {
   screen.drawDesktop({0, 480}, 3);
   JpegEncoder encoder(JpegThreads{});
   for (const int quality : {1, 20, 50, 72, 80, 90, 95}) {
-    const auto picture = screen.nextPicture();
-    const auto ours = meanSquareError(*picture, encode(encoder, picture, quality).bytes());
-    const auto theirs = meanSquareError(*picture, encodeWithTurboJpeg(*picture, quality));
+    const auto frame = screen.nextFrame();
+    const auto ours = meanSquareError(*frame, encode(encoder, frame, quality).bytes());
+    const auto theirs = meanSquareError(*frame, encodeWithTurboJpeg(*frame, quality));
     EXPECT_LE(ours, theirs * 1.02) << quality;
   }
 }
@@ -195,46 +195,45 @@ TEST(JpegQuality, BringsPlainColoursBackWithinThreeLevels) {
   JpegEncoder encoder(JpegThreads{});
   for (int colour = 0; colour < 500; ++colour) {
     screen.fillRows({0, 48}, static_cast<std::uint32_t>(random() & 0xffffff));
-    const auto picture = screen.nextPicture();
-    EXPECT_LE(meanSquareError(*picture, encode(encoder, picture, 95).bytes()), 9) << colour;
+    const auto frame = screen.nextFrame();
+    EXPECT_LE(meanSquareError(*frame, encode(encoder, frame, 95).bytes()), 9) << colour;
   }
 }
 
-TEST(JpegRows, MayLieApartInThePicturesMemory) {
+TEST(JpegRows, MayLieApartInTheFramesMemory) {
   constexpr std::size_t width = 20;
   constexpr std::size_t height = 40;
   constexpr std::size_t stride = width * 4 + 12;
   Bytes pixels(stride * height);
   std::mt19937 random(1);
   std::ranges::generate(pixels, [&random] { return static_cast<std::uint8_t>(random()); });
-  const CapturedPixelBuffer picture(nullptr, pixels.data(), width, height, stride);
-  const auto file = JpegEncoder(JpegThreads{}).encode(picture, 72).value();
-  EXPECT_EQ(decodeWithTurboJpeg(file.bytes()),
-            decodeWithTurboJpeg(encodeAsTheHostDoes(picture, 72)));
+  const CapturedFrame frame(nullptr, pixels.data(), width, height, stride);
+  const auto file = JpegEncoder(JpegThreads{}).encode(frame, 72).value();
+  EXPECT_EQ(decodeWithTurboJpeg(file.bytes()), decodeWithTurboJpeg(encodeAsTheHostDoes(frame, 72)));
 }
 
 using Bytes = std::vector<std::uint8_t>;
-using Places = std::vector<std::size_t>;
+using Positions = std::vector<std::size_t>;
 
 // Empty when there are not just so many.
-Places endsIn(const Bytes& coded, std::size_t count) {
-  Places ends(count);
+Positions endsIn(const Bytes& coded, std::size_t count) {
+  Positions ends(count);
   if (!findEnds(coded, ends)) ends.clear();
   return ends;
 }
 
 TEST(RestartMarkers, EndEachSegment) {
   const Bytes coded{1, 2, 0xFF, 0xD0, 3, 0xFF, 0xD1, 4, 5, 6, 0xFF, 0xD9};
-  EXPECT_EQ(endsIn(coded, 3), (Places{4, 7, 12}));
+  EXPECT_EQ(endsIn(coded, 3), (Positions{4, 7, 12}));
 }
 
 TEST(CodedData, BeginsBehindTheStartOfTheScan) {
-  const Bytes head{0xFF, 0xD8, 0xFF, 0xE0, 0, 4, 0xFF, 0xDA, 0xFF, 0xDA, 0, 3, 9};
-  Bytes file = head;
+  const Bytes header{0xFF, 0xD8, 0xFF, 0xE0, 0, 4, 0xFF, 0xDA, 0xFF, 0xDA, 0, 3, 9};
+  Bytes file = header;
   file.insert(file.end(), {1, 2, 0xFF, 0xD9});
-  EXPECT_EQ(findCodedData(file), head.size());
+  EXPECT_EQ(findCodedData(file), header.size());
   // Cut off anywhere in front of it, there is none.
-  for (std::size_t size = 0; size <= head.size(); ++size) {
+  for (std::size_t size = 0; size <= header.size(); ++size) {
     EXPECT_EQ(findCodedData(std::span(file).first(size)), 0U) << size;
   }
 }
@@ -246,7 +245,7 @@ TEST(CodedData, DoesNotBeginInWhatIsNoFile) {
 
 TEST(RestartMarkers, AreNotTheStuffedBytesOfCodedData) {
   const Bytes coded{0xFF, 0, 0xFF, 0, 0xFF, 0xD0, 0xFF, 0, 0xFF, 0xD9};
-  EXPECT_EQ(endsIn(coded, 2), (Places{6, 10}));
+  EXPECT_EQ(endsIn(coded, 2), (Positions{6, 10}));
 }
 
 TEST(RestartMarkers, StartAgainAfterTheEighth) {
@@ -270,29 +269,29 @@ TEST(RestartMarkers, AreFoundWhereverTheyLieInLongData) {
       coded.insert(coded.end(), {0xFF, 0xD0});
       coded.insert(coded.end(), second, 7);
       coded.insert(coded.end(), {0xFF, 0xD9});
-      EXPECT_EQ(endsIn(coded, 2), (Places{first + 2, first + second + 4})) << first;
+      EXPECT_EQ(endsIn(coded, 2), (Positions{first + 2, first + second + 4})) << first;
     }
   }
 }
 
 TEST(RestartMarkers, AreRefusedWhenTheyAreNotThoseOfSoManySegments) {
   const Bytes coded{1, 0xFF, 0xD0, 2, 0xFF, 0xD9};
-  EXPECT_EQ(endsIn(coded, 2), (Places{3, 6}));
-  EXPECT_EQ(endsIn(coded, 1), Places());
-  EXPECT_EQ(endsIn(coded, 3), Places());
-  EXPECT_EQ(endsIn({1, 0xFF, 0xD1, 2, 0xFF, 0xD9}, 2), Places());
+  EXPECT_EQ(endsIn(coded, 2), (Positions{3, 6}));
+  EXPECT_EQ(endsIn(coded, 1), Positions());
+  EXPECT_EQ(endsIn(coded, 3), Positions());
+  EXPECT_EQ(endsIn({1, 0xFF, 0xD1, 2, 0xFF, 0xD9}, 2), Positions());
 }
 
 TEST(RestartMarkers, AreRefusedWhenTheDataIsCutOff) {
   const Bytes coded{1, 0xFF, 0xD0, 2, 0xFF, 0xD9};
   for (std::size_t length = 0; length < coded.size(); ++length) {
     EXPECT_EQ(endsIn(Bytes(coded.begin(), coded.begin() + static_cast<std::ptrdiff_t>(length)), 2),
-              Places());
+              Positions());
   }
 }
 
 TEST(RestartMarkers, AreRefusedWhenSomethingFollowsTheEnd) {
-  EXPECT_EQ(endsIn({1, 0xFF, 0xD9, 0}, 1), Places());
+  EXPECT_EQ(endsIn({1, 0xFF, 0xD9, 0}, 1), Positions());
 }
 
 }  // namespace

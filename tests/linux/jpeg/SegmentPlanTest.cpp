@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/linux/frame/RowHistory.h"
+#include "platform/linux/frame/DamageHistory.h"
 #include "platform/linux/jpeg/SegmentPlan.h"
 
 namespace quorvin {
@@ -8,15 +8,15 @@ namespace {
 
 using Rects = std::vector<SegmentRect>;
 
-constexpr JpegForm narrow{100, 100, 72};  // one segment across, seven MCU rows
-constexpr JpegForm wide{1920, 100, 72};   // eight across, each of 240 pixels
+constexpr JpegParams narrow{100, 100, 72};  // one segment across, seven MCU rows
+constexpr JpegParams wide{1920, 100, 72};   // eight across, each of 240 pixels
 
-Rects afterChanges(const JpegForm& form, const std::vector<PixelRect>& changes) {
-  RowTracker tracker;
-  tracker.restart({form.widthPx, form.heightPx});
-  const auto before = tracker.nextPicture();
-  for (const auto& area : changes) tracker.markChanged(area);
-  return changedSegments(*tracker.nextPicture(), *before, form);
+Rects afterChanges(const JpegParams& params, const std::vector<PixelRect>& changes) {
+  DamageTracker tracker;
+  tracker.restart({params.widthPx, params.heightPx});
+  const auto before = tracker.nextFrame();
+  for (const auto& area : changes) tracker.markDamaged(area);
+  return changedSegments(*tracker.nextFrame(), *before, params);
 }
 
 TEST(SegmentPlan, IsEmptyWhenNothingChanged) {
@@ -63,7 +63,7 @@ TEST(SegmentPlan, CountsSegments) {
   EXPECT_EQ(countSegments({{{0, 3}, 0, 1}, {{10, 15}, 2, 4}}), 13);
 }
 
-TEST(JpegForm, CutsRowsIntoAsManyEqualSegmentsAsPay) {
+TEST(JpegParams, CutsRowsIntoAsManyEqualSegmentsAsPay) {
   EXPECT_EQ(segmentsAcross(1920), 8);
   EXPECT_EQ(segmentsAcross(1905), 8);  // as many MCUs
   EXPECT_EQ(segmentsAcross(1440), 6);  // 90 MCUs
@@ -74,7 +74,7 @@ TEST(JpegForm, CutsRowsIntoAsManyEqualSegmentsAsPay) {
   EXPECT_EQ(segmentMcus(1440), 15);
 }
 
-TEST(JpegForm, GivesTheLastSegmentWhatThereIsOfIt) {
+TEST(JpegParams, GivesTheLastSegmentWhatThereIsOfIt) {
   EXPECT_EQ(pixelColumnsOf(2, 5, 1920), (ColumnRange{480, 1200}));
   EXPECT_EQ(pixelColumnsOf(7, 8, 1905), (ColumnRange{1680, 1905}));
 }

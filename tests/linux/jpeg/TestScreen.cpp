@@ -12,9 +12,9 @@ std::size_t pixelCount(PixelSize size) {
   return static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
 }
 
-std::shared_ptr<CapturedPixelBuffer> pictureOf(std::shared_ptr<const void> owner,
-                                               const std::uint32_t* pixels, PixelSize size) {
-  return std::make_shared<CapturedPixelBuffer>(
+std::shared_ptr<CapturedFrame> frameOf(std::shared_ptr<const void> owner,
+                                       const std::uint32_t* pixels, PixelSize size) {
+  return std::make_shared<CapturedFrame>(
       std::move(owner), reinterpret_cast<const std::uint8_t*>(pixels),
       static_cast<std::size_t>(size.width), static_cast<std::size_t>(size.height),
       static_cast<std::size_t>(size.width) * sizeof *pixels);
@@ -34,42 +34,42 @@ void TestScreen::changeSecretly(RowRange rows, std::uint32_t colour) {
 
 void TestScreen::fillRows(RowRange rows, std::uint32_t colour) {
   changeSecretly(rows, colour);
-  tracker.markChanged(rows);
+  tracker.markDamaged(rows);
 }
 
 void TestScreen::drawNoise(RowRange rows, std::mt19937& random) {
   std::generate(row(rows.first), row(rows.end),
                 [&random] { return static_cast<std::uint32_t>(random()); });
-  tracker.markChanged(rows);
+  tracker.markDamaged(rows);
 }
 
 void TestScreen::drawDesktop(RowRange rows, std::uint32_t seed) {
-  const auto desktop = desktopPicture(extent.width, extent.height, seed);
+  const auto desktop = desktopImage(extent.width, extent.height, seed);
   const auto from = desktop.begin() + (row(rows.first) - pixels.data());
   std::copy(from, from + (row(rows.end) - row(rows.first)), row(rows.first));
-  tracker.markChanged(rows);
+  tracker.markDamaged(rows);
 }
 
 void TestScreen::fill(const PixelRect& area, std::uint32_t colour) {
   for (int y = area.y; y < area.bottom(); ++y) std::fill_n(row(y) + area.x, area.width, colour);
-  tracker.markChanged(area);
+  tracker.markDamaged(area);
 }
 
-TestPicture TestScreen::nextPicture() {
-  auto picture = pictureOf(nullptr, pixels.data(), extent);
-  picture->setRowHistory(tracker.nextPicture());
-  return picture;
+TestFrame TestScreen::nextFrame() {
+  auto frame = frameOf(nullptr, pixels.data(), extent);
+  frame->setDamageHistory(tracker.nextFrame());
+  return frame;
 }
 
-TestPicture TestScreen::nextPictureCopied() {
+TestFrame TestScreen::nextFrameCopied() {
   const auto copy = std::make_shared<const std::vector<std::uint32_t>>(pixels);
-  auto picture = pictureOf(copy, copy->data(), extent);
-  picture->setRowHistory(tracker.nextPicture());
-  return picture;
+  auto frame = frameOf(copy, copy->data(), extent);
+  frame->setDamageHistory(tracker.nextFrame());
+  return frame;
 }
 
-TestPicture TestScreen::pictureWithoutHistory() const {
-  return pictureOf(nullptr, pixels.data(), extent);
+TestFrame TestScreen::frameWithoutHistory() const {
+  return frameOf(nullptr, pixels.data(), extent);
 }
 
 std::uint32_t* TestScreen::row(int y) {

@@ -6,9 +6,9 @@
 namespace quorvin {
 
 void RandomPainter::change() {
-  switch (dice.between(0, 15)) {
+  switch (random.between(0, 15)) {
     case 0:
-      return painter.fillAll(dice.colour());
+      return painter.fillAll(random.colour());
     case 1:
     case 2:
       return fill();
@@ -31,28 +31,28 @@ void RandomPainter::change() {
 }
 
 void RandomPainter::drawCaret() {
-  painter.fill(dice.rect(screen, {3, 14}), dice.colour());
+  painter.fill(random.rect(screen, {3, 14}), random.colour());
 }
 
 void RandomPainter::fill() {
-  painter.fill(dice.rect(screen, screen), dice.colour());
+  painter.fill(random.rect(screen, screen), random.colour());
 }
 
 // One at the top and one at the bottom, with much in between that stays.
 void RandomPainter::drawFarApart() {
-  auto top = dice.rect({screen.width, screen.height / 4}, {8, 4});
-  painter.fill(top, dice.colour());
+  auto top = random.rect({screen.width, screen.height / 4}, {8, 4});
+  painter.fill(top, random.colour());
   top.y = screen.height - 1 - top.y - top.height;
-  painter.fill(top, dice.colour());
+  painter.fill(top, random.colour());
 }
 
 void RandomPainter::drawPixels() {
-  const auto area = dice.rect(screen, {64, 48});
-  const bool isNoise = dice.oneIn(2);
-  auto colour = dice.colour();
+  const auto area = random.rect(screen, {64, 48});
+  const bool isNoise = random.oneIn(2);
+  auto colour = random.colour();
   std::vector<std::uint32_t> pixels(static_cast<std::size_t>(area.area()));
   for (auto& pixel : pixels) {
-    colour = isNoise ? dice.colour() : (colour + 0x010203) & 0xffffff;
+    colour = isNoise ? random.colour() : (colour + 0x010203) & 0xffffff;
     pixel = colour;
   }
   painter.draw(area, pixels);
@@ -61,17 +61,17 @@ void RandomPainter::drawPixels() {
 // Letters of a kind, all the way across.
 void RandomPainter::drawLine() {
   constexpr PixelSize letter{6, 11};
-  const int y = dice.between(0, screen.height - letter.height);
+  const int y = random.between(0, screen.height - letter.height);
   for (int x = 0; x + letter.width <= screen.width; x += 2 * letter.width) {
-    const auto glyph = dice.rect(letter, letter).movedBy(x, y);
-    painter.fill(glyph, dice.oneIn(2) ? 0 : 0xffffff);
+    const auto glyph = random.rect(letter, letter).movedBy(x, y);
+    painter.fill(glyph, random.oneIn(2) ? 0 : 0xffffff);
   }
 }
 
 void RandomPainter::scroll() {
-  const auto from = dice.rect(screen, screen);
-  const bool isDown = dice.oneIn(2);
-  const int step = dice.between(1, 24);
+  const auto from = random.rect(screen, screen);
+  const bool isDown = random.oneIn(2);
+  const int step = random.between(1, 24);
   painter.copy(from, from.x, isDown ? from.y + step : from.y - step);
 }
 

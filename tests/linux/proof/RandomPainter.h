@@ -4,7 +4,7 @@
 #include <string>
 
 #include "tests/linux/capture/ScreenPainter.h"
-#include "tests/linux/proof/Dice.h"
+#include "tests/linux/proof/RandomSource.h"
 
 namespace quorvin {
 
@@ -12,7 +12,7 @@ namespace quorvin {
 class RandomPainter {
  public:
   RandomPainter(const std::string& server, std::uint64_t seed)
-      : painter(server), screen(painter.screenSize()), dice(seed) {}
+      : painter(server), screen(painter.screenSize()), random(seed) {}
 
   // Carried out by the server when it returns.
   void change();
@@ -28,7 +28,7 @@ class RandomPainter {
 
   ScreenPainter painter;
   PixelSize screen;
-  Dice dice;
+  RandomSource random;
 };
 
 }  // namespace quorvin

@@ -1,4 +1,4 @@
-// A stream tells which rows of a picture changed, and an encoder leaves out what did not. Whatever
+// A stream tells which rows of a frame changed, and an encoder leaves out what did not. Whatever
 // happens on the screen and to the stream, nothing old may be left over in what comes out.
 
 #include <gtest/gtest.h>
@@ -75,15 +75,15 @@ class StreamProof : public testing::TestWithParam<Way> {
   void showDisplay(const PixelRect& area);
   void changeDisplay();
   void movePointer();
-  void waitForPicture();
-  [[nodiscard]] PixelSize somePictureSize();
+  void waitForFrame();
+  [[nodiscard]] PixelSize someFrameSize();
   [[nodiscard]] PixelSize shownSize() const;
-  [[nodiscard]] std::optional<PicturePixels> pictureOfNewStream();
-  void expectNewest(const PicturePixels& picture, const std::string& what);
+  [[nodiscard]] std::optional<FramePixels> frameOfNewStream();
+  void expectNewest(const FramePixels& frame, const std::string& what);
   void note(std::string what);
   void giveUp(const std::string& why);
 
-  Dice dice{seed};
+  RandomSource random{seed};
   RandomPainter painter{stand.server.display(), seed};
   std::shared_ptr<ScreenStream> stream;
   StreamConfiguration configuration;
@@ -118,11 +118,11 @@ void StreamProof::stop(ScreenStream& stream) {
 void StreamProof::paintAllTheTime() {
   if (!GetParam().isPaintedAllTheTime) return;
   otherProgram.emplace(stand.server.display(),
-                       static_cast<std::uint64_t>(dice.between(1, 1 << 30)));
+                       static_cast<std::uint64_t>(random.between(1, 1 << 30)));
 }
 
 void StreamProof::step() {
-  switch (dice.between(0, 39)) {
+  switch (random.between(0, 39)) {
     case 0:
     case 1:
       configure();
@@ -133,25 +133,25 @@ void StreamProof::step() {
       break;
     case 4:
       note("cursor of another shape");
-      stand.painter.setCursor(dice.between(1, 40), dice.colour(), 0);
+      stand.painter.setCursor(random.between(1, 40), random.colour(), 0);
       break;
     case 5:
       note("pointer put elsewhere");
-      stand.painter.warpPointer(dice.between(0, 319), dice.between(0, 239));
+      stand.painter.warpPointer(random.between(0, 319), random.between(0, 239));
       break;
     case 6: {
-      const int quality = dice.between(1, 100);
+      const int quality = random.between(1, 100);
       note("quality " + std::to_string(quality));
       twice->setQuality(quality);
       break;
     }
     case 7:
-      note("some pictures are dropped");
-      twice->setDropped(dice.oneIn(2) ? 0 : dice.between(1, 90));
+      note("some frames are dropped");
+      twice->setDropped(random.oneIn(2) ? 0 : random.between(1, 90));
       break;
     case 8: {
-      const int held = dice.between(0, static_cast<int>(configuration.queueDepth) - 1);
-      note("pictures are held: " + std::to_string(held));
+      const int held = random.between(0, static_cast<int>(configuration.queueDepth) - 1);
+      note("frames are held: " + std::to_string(held));
       twice->setHeld(static_cast<std::size_t>(held));
       break;
     }
@@ -159,22 +159,22 @@ void StreamProof::step() {
       checkAtRest();
       break;
     default:
-      if (dice.oneIn(4)) {
+      if (random.oneIn(4)) {
         movePointer();
       } else {
         painter.change();
       }
-      if (dice.oneIn(3)) waitForPicture();
+      if (random.oneIn(3)) waitForFrame();
   }
 }
 
 void StreamProof::configure() {
-  const auto size = somePictureSize();
+  const auto size = someFrameSize();
   configuration.width = size.width;
   configuration.height = size.height;
-  configuration.minimumFrameInterval = {1, dice.between(fpsMax / 2, fpsMax)};
-  configuration.queueDepth = dice.between(1, 4);
-  configuration.showsCursor = !dice.oneIn(3);
+  configuration.minimumFrameInterval = {1, random.between(fpsMax / 2, fpsMax)};
+  configuration.queueDepth = random.between(1, 4);
+  configuration.showsCursor = !random.oneIn(3);
   twice->setHeld(0);
   note("configured " + std::to_string(size.width) + "x" + std::to_string(size.height) +
        (configuration.showsCursor ? " with" : " without") + " cursor");
@@ -183,8 +183,8 @@ void StreamProof::configure() {
   if (!updated.wait() || updated.error()) giveUp("the configuration was refused");
 }
 
-PixelSize StreamProof::somePictureSize() {
-  switch (dice.between(0, 4)) {
+PixelSize StreamProof::someFrameSize() {
+  switch (random.between(0, 4)) {
     case 0:
     case 1:
       return display.size();
@@ -193,7 +193,7 @@ PixelSize StreamProof::somePictureSize() {
     case 3:
       return {std::max(display.width * 2 / 5, 1), std::max(display.height * 2 / 5, 1)};
     default:
-      return {dice.between(1, screenSize.width), dice.between(1, screenSize.height)};
+      return {random.between(1, screenSize.width), random.between(1, screenSize.height)};
   }
 }
 
@@ -205,48 +205,48 @@ void StreamProof::showDisplay(const PixelRect& area) {
 }
 
 void StreamProof::changeDisplay() {
-  if (dice.oneIn(2)) {
+  if (random.oneIn(2)) {
     note("display moved");
-    showDisplay({dice.between(0, screenSize.width - display.width),
-                 dice.between(0, screenSize.height - display.height), display.width,
+    showDisplay({random.between(0, screenSize.width - display.width),
+                 random.between(0, screenSize.height - display.height), display.width,
                  display.height});
   } else {
     note("display resized");
-    showDisplay(dice.oneIn(3) ? wholeOf(screenSize) : dice.rect(screenSize, screenSize));
+    showDisplay(random.oneIn(3) ? wholeOf(screenSize) : random.rect(screenSize, screenSize));
   }
 }
 
 void StreamProof::movePointer() {
-  stand.painter.movePointer(dice.between(0, screenSize.width - 1),
-                            dice.between(0, screenSize.height - 1));
+  stand.painter.movePointer(random.between(0, screenSize.width - 1),
+                            random.between(0, screenSize.height - 1));
 }
 
 // With something that changes in every case: a colour that is neither there now nor was before.
-void StreamProof::waitForPicture() {
-  const auto before = twice->counts().pictures;
+void StreamProof::waitForFrame() {
+  const auto before = twice->counts().frames;
   const PixelRect mark = intersectionOf({display.x, display.y, 8, 8}, display);
   const auto there = stand.painter.read(mark).at(0) & 0xffffff;
   do {
     markColour = (markColour + 0x010307) & 0xffffff;
   } while (markColour == there);
   stand.painter.fill(mark, markColour);
-  if (!twice->waitForMoreThan(before)) giveUp("no picture came");
+  if (!twice->waitForMoreThan(before)) giveUp("no frame came");
 }
 
-// The newest picture is the screen, and what a stream shows that knows nothing of what was before.
+// The newest frame is the screen, and what a stream shows that knows nothing of what was before.
 void StreamProof::checkAtRest() {
   note("at rest");
   otherProgram.reset();
   if (shownSize() == display.size() && !configuration.showsCursor &&
       stand.painter.screenDepth() == 24) {
-    PicturePixels screen{display.size(), stand.painter.read(display)};
+    FramePixels screen{display.size(), stand.painter.read(display)};
     for (auto& pixel : screen.pixels) pixel &= 0xffffff;
     expectNewest(screen, "the screen");
   }
-  if (const auto picture = pictureOfNewStream()) {
-    expectNewest(*picture, "a new stream's picture");
+  if (const auto frame = frameOfNewStream()) {
+    expectNewest(*frame, "a new stream's frame");
   } else {
-    giveUp("a new stream has no picture");
+    giveUp("a new stream has no frame");
   }
   paintAllTheTime();
 }
@@ -258,7 +258,7 @@ PixelSize StreamProof::shownSize() const {
   return display.size() == sizeAtStart ? configured : fittedInto(configured, display.size());
 }
 
-std::optional<PicturePixels> StreamProof::pictureOfNewStream() {
+std::optional<FramePixels> StreamProof::frameOfNewStream() {
   const auto once = std::make_shared<TwiceEncoder>(seed);
   auto same = configuration;
   same.width = shownSize().width;
@@ -270,12 +270,12 @@ std::optional<PicturePixels> StreamProof::pictureOfNewStream() {
   const bool isThere = started.wait() && !started.error() && once->waitForMoreThan(0);
   stop(*other);
   if (!isThere) return {};
-  return once->newestPicture();
+  return once->newestFrame();
 }
 
-void StreamProof::expectNewest(const PicturePixels& picture, const std::string& what) {
-  if (!twice->waitFor([&](const auto& newest) { return newest == picture; })) {
-    giveUp("the newest picture is not " + what);
+void StreamProof::expectNewest(const FramePixels& frame, const std::string& what) {
+  if (!twice->waitFor([&](const auto& newest) { return newest == frame; })) {
+    giveUp("the newest frame is not " + what);
   }
 }
 
@@ -297,7 +297,7 @@ std::string StreamProof::story() const {
   return told;
 }
 
-TEST_P(StreamProof, LeavesNothingOldInAnyPicture) {
+TEST_P(StreamProof, LeavesNothingOldInAnyFrame) {
   for (std::uint64_t done = 0; done < steps; ++done) {
     ASSERT_NO_FATAL_FAILURE(step());
     ASSERT_TRUE(isFine()) << "after " << done << " steps, " << story();
@@ -305,9 +305,9 @@ TEST_P(StreamProof, LeavesNothingOldInAnyPicture) {
   checkAtRest();
   EXPECT_TRUE(isFine()) << story();
   const auto counts = twice->counts();
-  RecordProperty("pictures", static_cast<int>(counts.pictures));
+  RecordProperty("frames", static_cast<int>(counts.frames));
   RecordProperty("partly_known", static_cast<int>(counts.partlyKnown));
-  std::cout << counts.pictures << " pictures, " << counts.encoded << " of them encoded, "
+  std::cout << counts.frames << " frames, " << counts.encoded << " of them encoded, "
             << counts.partlyKnown << " of those known in part\n";
   EXPECT_TRUE(stand.delegate->errors().empty());
 }

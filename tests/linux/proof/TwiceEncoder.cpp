@@ -9,13 +9,12 @@ namespace quorvin {
 
 namespace {
 
-PicturePixels copyOf(const CapturedPixelBuffer& picture) {
-  PicturePixels copy{{static_cast<int>(picture.widthPx()), static_cast<int>(picture.heightPx())},
-                     {}};
-  copy.pixels.resize(picture.widthPx() * picture.heightPx());
-  for (std::size_t row = 0; row < picture.heightPx(); ++row) {
-    std::memcpy(&copy.pixels[row * picture.widthPx()], picture.data() + row * picture.strideBytes(),
-                picture.widthPx() * sizeof(std::uint32_t));
+FramePixels copyOf(const CapturedFrame& frame) {
+  FramePixels copy{{static_cast<int>(frame.widthPx()), static_cast<int>(frame.heightPx())}, {}};
+  copy.pixels.resize(frame.widthPx() * frame.heightPx());
+  for (std::size_t row = 0; row < frame.heightPx(); ++row) {
+    std::memcpy(&copy.pixels[row * frame.widthPx()], frame.data() + row * frame.strideBytes(),
+                frame.widthPx() * sizeof(std::uint32_t));
   }
   // The highest byte is whatever the server left there.
   for (auto& pixel : copy.pixels) pixel &= 0xffffff;
@@ -26,31 +25,31 @@ PicturePixels copyOf(const CapturedPixelBuffer& picture) {
 
 void TwiceEncoder::streamDidOutputSample(const CaptureSample& sample, StreamOutputType /*type*/) {
   const auto buffer = sample.imageBuffer();
-  const auto* picture = dynamic_cast<const CapturedPixelBuffer*>(buffer.get());
-  if (picture == nullptr) return;
+  const auto* frame = dynamic_cast<const CapturedFrame*>(buffer.get());
+  if (frame == nullptr) return;
   int quality = 0;
   bool isDropped = false;
   {
     const std::scoped_lock lock(mutex);
     quality = qualityPercent;
-    isDropped = dice.between(1, 100) <= droppedPercent;
+    isDropped = random.between(1, 100) <= droppedPercent;
   }
-  if (!isDropped) encodeTwice(*picture, quality);
-  auto copy = copyOf(*picture);
+  if (!isDropped) encodeTwice(*frame, quality);
+  auto copy = copyOf(*frame);
   const std::scoped_lock lock(mutex);
   newest = std::move(copy);
-  ++counted.pictures;
+  ++counted.frames;
   held.push_back(buffer);
   while (held.size() > heldMax) held.pop_front();
   changed.notify_all();
 }
 
-void TwiceEncoder::encodeTwice(const CapturedPixelBuffer& picture, int quality) {
+void TwiceEncoder::encodeTwice(const CapturedFrame& frame, int quality) {
   const double factor = quality / 100.0;
-  const auto kept = longLived->jpegRepresentation(picture, factor);
-  const auto fresh = encoder.makeContext(false)->jpegRepresentation(picture, factor);
-  const bool isKnown = isPartlyKnown(picture);
-  lastEncoded = picture.rowHistory();
+  const auto kept = longLived->jpegRepresentation(frame, factor);
+  const auto fresh = encoder.makeContext(false)->jpegRepresentation(frame, factor);
+  const bool isKnown = isPartlyKnown(frame);
+  lastEncoded = frame.damageHistory();
   const std::scoped_lock lock(mutex);
   ++counted.encoded;
   if (isKnown) ++counted.partlyKnown;
@@ -58,10 +57,10 @@ void TwiceEncoder::encodeTwice(const CapturedPixelBuffer& picture, int quality) 
   if (!std::ranges::equal(kept->bytes(), fresh->bytes())) complain("holds something old");
 }
 
-bool TwiceEncoder::isPartlyKnown(const CapturedPixelBuffer& picture) {
-  const auto history = picture.rowHistory();
+bool TwiceEncoder::isPartlyKnown(const CapturedFrame& frame) {
+  const auto history = frame.damageHistory();
   if (!history || !lastEncoded) return false;
-  for (int row = 0; row < static_cast<int>(picture.heightPx()); ++row) {
+  for (int row = 0; row < static_cast<int>(frame.heightPx()); ++row) {
     if (!history->changedSince(*lastEncoded, {row, row + 1})) return true;
   }
   return false;
@@ -69,7 +68,7 @@ bool TwiceEncoder::isPartlyKnown(const CapturedPixelBuffer& picture) {
 
 void TwiceEncoder::complain(const std::string& what) {
   if (!firstComplaint.empty()) return;
-  firstComplaint = "picture " + std::to_string(counted.pictures + 1) + " " + what;
+  firstComplaint = "frame " + std::to_string(counted.frames + 1) + " " + what;
 }
 
 void TwiceEncoder::setQuality(int percent) {
@@ -88,14 +87,14 @@ void TwiceEncoder::setHeld(std::size_t count) {
   while (held.size() > heldMax) held.pop_front();
 }
 
-bool TwiceEncoder::waitFor(const std::function<bool(const PicturePixels&)>& condition) {
+bool TwiceEncoder::waitFor(const std::function<bool(const FramePixels&)>& condition) {
   std::unique_lock lock(mutex);
   return changed.wait_for(lock, testPatience, [&] { return condition(newest); });
 }
 
-bool TwiceEncoder::waitForMoreThan(std::size_t pictures) {
+bool TwiceEncoder::waitForMoreThan(std::size_t frames) {
   std::unique_lock lock(mutex);
-  return changed.wait_for(lock, testPatience, [&] { return counted.pictures > pictures; });
+  return changed.wait_for(lock, testPatience, [&] { return counted.frames > frames; });
 }
 
 TwiceEncoder::Counts TwiceEncoder::counts() {
@@ -108,7 +107,7 @@ std::string TwiceEncoder::complaint() {
   return firstComplaint;
 }
 
-PicturePixels TwiceEncoder::newestPicture() {
+FramePixels TwiceEncoder::newestFrame() {
   const std::scoped_lock lock(mutex);
   return newest;
 }

@@ -88,38 +88,38 @@ EncoderStand::EncoderStand(PixelSize size, std::int64_t bitRate) {
   if (session->prepareToEncodeFrames() != 0) throw std::runtime_error("not prepared");
 }
 
-EncoderOutput EncoderStand::encode(const std::shared_ptr<PixelBuffer>& picture,
+EncoderOutput EncoderStand::encode(const std::shared_ptr<PixelBuffer>& frame,
                                    std::chrono::nanoseconds at) {
   now = at;
-  if (session->encodeFrame(picture, {at.count(), std::nano::den}, {}) != 0 ||
+  if (session->encodeFrame(frame, {at.count(), std::nano::den}, {}) != 0 ||
       session->completeFrames({}) != 0) {
     throw std::runtime_error("not encoded");
   }
   return recorder.outputs().back();
 }
 
-EncoderOutput EncoderStand::encode(const std::shared_ptr<PixelBuffer>& picture) {
-  return encode(picture, now + std::chrono::nanoseconds(std::nano::den / 30));
+EncoderOutput EncoderStand::encode(const std::shared_ptr<PixelBuffer>& frame) {
+  return encode(frame, now + std::chrono::nanoseconds(std::nano::den / 30));
 }
 
-DecodedFrame perfectlyDecoded(const CapturedPixelBuffer& picture) {
-  YuvPicture converted({static_cast<int>(picture.widthPx()), static_cast<int>(picture.heightPx())});
-  converted.convert(picture);
-  DecodedFrame frame;
-  frame.size = converted.size();
-  for (int y = 0; y < frame.size.height; ++y) {
+DecodedFrame perfectlyDecoded(const CapturedFrame& frame) {
+  YuvFrame converted({static_cast<int>(frame.widthPx()), static_cast<int>(frame.heightPx())});
+  converted.convert(frame);
+  DecodedFrame decoded;
+  decoded.size = converted.size();
+  for (int y = 0; y < decoded.size.height; ++y) {
     const std::size_t row = static_cast<std::size_t>(y) * converted.strideBytes();
-    frame.lumas.insert(frame.lumas.end(), converted.lumas() + row,
-                       converted.lumas() + row + frame.size.width);
+    decoded.lumas.insert(decoded.lumas.end(), converted.lumas() + row,
+                         converted.lumas() + row + decoded.size.width);
     if (y % 2 != 0) continue;
     const std::uint8_t* chromas =
         converted.chromas() + static_cast<std::size_t>(y / 2) * converted.strideBytes();
-    for (int x = 0; x < frame.size.width; x += 2) {
-      frame.blueChromas.push_back(chromas[x]);
-      frame.redChromas.push_back(chromas[x + 1]);
+    for (int x = 0; x < decoded.size.width; x += 2) {
+      decoded.blueChromas.push_back(chromas[x]);
+      decoded.redChromas.push_back(chromas[x + 1]);
     }
   }
-  return frame;
+  return decoded;
 }
 
 }  // namespace quorvin

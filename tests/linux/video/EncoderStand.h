@@ -8,13 +8,13 @@
 #include <vector>
 
 #include "platform/linux/video/VideoEncoder.h"
-#include "platform/linux/video/YuvPicture.h"
+#include "platform/linux/video/YuvFrame.h"
 #include "tests/linux/video/H264Decoder.h"
-#include "tests/linux/video/TestPictures.h"
+#include "tests/linux/video/TestFrames.h"
 
 namespace quorvin {
 
-// What came out for one picture.
+// What came out for one frame.
 struct EncoderOutput {
   EncoderStatus status = 0;
   bool hasSample = false;
@@ -47,10 +47,10 @@ class EncoderRecorder final : public CompressionOutput {
 struct EncoderStand {
   explicit EncoderStand(PixelSize size, std::int64_t bitRate = 7'000'000);
 
-  // Puts the picture in at that time and waits for what comes of it.
-  EncoderOutput encode(const std::shared_ptr<PixelBuffer>& picture, std::chrono::nanoseconds at);
+  // Puts the frame in at that time and waits for what comes of it.
+  EncoderOutput encode(const std::shared_ptr<PixelBuffer>& frame, std::chrono::nanoseconds at);
   // As above, a thirtieth of a second after the one before.
-  EncoderOutput encode(const std::shared_ptr<PixelBuffer>& picture);
+  EncoderOutput encode(const std::shared_ptr<PixelBuffer>& frame);
 
   EncoderRecorder recorder;
   LinuxVideoEncoder encoder;
@@ -58,7 +58,7 @@ struct EncoderStand {
   std::chrono::nanoseconds now = std::chrono::hours(1);
 };
 
-// The picture as a perfect decoder would show it.
-[[nodiscard]] DecodedFrame perfectlyDecoded(const CapturedPixelBuffer& picture);
+// The frame as a perfect decoder would show it.
+[[nodiscard]] DecodedFrame perfectlyDecoded(const CapturedFrame& frame);
 
 }  // namespace quorvin

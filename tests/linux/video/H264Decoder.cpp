@@ -112,7 +112,7 @@ std::vector<DecodedFrame> H264Decoder::decodeAll(
 }
 
 double psnrOf(const DecodedFrame& frame, const DecodedFrame& original) {
-  require(frame.size == original.size, "pictures of different sizes");
+  require(frame.size == original.size, "frames of different sizes");
   const double squares = squaresOfDifferences(frame.lumas, original.lumas) +
                          squaresOfDifferences(frame.blueChromas, original.blueChromas) +
                          squaresOfDifferences(frame.redChromas, original.redChromas);

@@ -11,7 +11,7 @@ struct AVFrame;
 
 namespace quorvin {
 
-// What a decoder says about a picture, and its planes without gaps between the rows.
+// What a decoder says about a frame, and its planes without gaps between the rows.
 struct DecodedFrame {
   PixelSize size;
   bool isKeyFrame = false;
@@ -33,10 +33,10 @@ class H264Decoder {
  public:
   // Both throw std::runtime_error when the decoder complains of anything.
   H264Decoder();
-  // An Annex-B byte stream of one picture; what comes out of it at once.
+  // An Annex-B byte stream of one frame; what comes out of it at once.
   [[nodiscard]] std::vector<DecodedFrame> decode(const std::vector<std::uint8_t>& payload);
 
-  // The pictures of a whole stream.
+  // The frames of a whole stream.
   [[nodiscard]] static std::vector<DecodedFrame> decodeAll(
       const std::vector<std::vector<std::uint8_t>>& payloads);
 
@@ -50,7 +50,7 @@ class H264Decoder {
   std::unique_ptr<AVFrame, Free> frame;
 };
 
-// Peak signal to noise ratio in decibels over lumas and chromas together, of two pictures of the
+// Peak signal to noise ratio in decibels over lumas and chromas together, of two frames of the
 // same size.
 [[nodiscard]] double psnrOf(const DecodedFrame& frame, const DecodedFrame& original);
 

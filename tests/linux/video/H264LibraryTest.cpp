@@ -6,50 +6,49 @@
 #include "bench/Desktop.h"
 #include "platform/linux/video/H264Library.h"
 #include "platform/linux/video/RateControl.h"
-#include "tests/linux/video/TestPictures.h"
+#include "tests/linux/video/TestFrames.h"
 
 namespace quorvin {
 namespace {
 
 constexpr PixelSize size{320, 240};
 
-YuvPicture desktop() {
-  YuvPicture picture(size);
-  picture.convert(*makePicture(size, desktopPicture(size.width, size.height, 1)));
-  return picture;
+YuvFrame desktop() {
+  YuvFrame frame(size);
+  frame.convert(*makeFrame(size, desktopImage(size.width, size.height, 1)));
+  return frame;
 }
 
-std::vector<std::uint8_t> encode(H264Library& library, int quantiser) {
-  const auto units = library.encode(desktop(), quantiser);
+std::vector<std::uint8_t> encode(H264Library& library, int qp) {
+  const auto units = library.encode(desktop(), qp);
   return {units.begin(), units.end()};
 }
 
-TEST(H264Library, EveryStepOfTheQuantiserCounts) {
+TEST(H264Library, EveryStepOfTheQpCounts) {
   H264Library library(size, 30);
-  auto before = encode(library, H264Library::finestQuantiser).size();
-  for (int quantiser = H264Library::finestQuantiser + 1;
-       quantiser <= H264Library::coarsestQuantiser; ++quantiser) {
-    const auto now = encode(library, quantiser).size();
-    EXPECT_LT(now, before) << "at " << quantiser;
+  auto before = encode(library, H264Library::qpMin).size();
+  for (int qp = H264Library::qpMin + 1; qp <= H264Library::qpMax; ++qp) {
+    const auto now = encode(library, qp).size();
+    EXPECT_LT(now, before) << "at " << qp;
     before = now;
   }
 }
 
-TEST(H264Library, TakesEveryQuantiserThatTheBudgetMayChoose) {
-  EXPECT_LE(H264Library::finestQuantiser, RateControl::finest);
-  EXPECT_LE(RateControl::coarsest, H264Library::coarsestQuantiser);
+TEST(H264Library, TakesEveryQpThatTheBudgetMayChoose) {
+  EXPECT_LE(H264Library::qpMin, RateControl::qpMin);
+  EXPECT_LE(RateControl::qpMax, H264Library::qpMax);
 }
 
-TEST(H264Library, TakesQuantisersBeyondItsOwnForTheNearest) {
-  const auto firstAt = [](int quantiser) {
+TEST(H264Library, TakesQpsBeyondItsOwnForTheNearest) {
+  const auto firstAt = [](int qp) {
     H264Library library(size, 30);
-    return encode(library, quantiser);
+    return encode(library, qp);
   };
-  EXPECT_EQ(firstAt(-1000), firstAt(H264Library::finestQuantiser));
-  EXPECT_EQ(firstAt(1000), firstAt(H264Library::coarsestQuantiser));
+  EXPECT_EQ(firstAt(-1000), firstAt(H264Library::qpMin));
+  EXPECT_EQ(firstAt(1000), firstAt(H264Library::qpMax));
 }
 
-TEST(H264Library, KnowsNothingOfThePicturesBefore) {
+TEST(H264Library, KnowsNothingOfTheFramesBefore) {
   H264Library library(size, 30);
   const auto first = encode(library, 30);
   // The next one differs, as key frames that follow each other must be told apart.

@@ -22,15 +22,15 @@ double seconds(nanoseconds duration) {
   return std::chrono::duration<double>(duration).count();
 }
 
-// A picture as an encoder sees it: how many bits it takes at quantiser 0 and how fast they fall,
+// A frame as an encoder sees it: how many bits it takes at QP 0 and how fast they fall,
 // in octaves for each step. A screen's text falls slowly, a photograph by one in six steps.
 struct Content {
   double bits = 0;
   double fall = 0;
   double floor = 400;
 
-  [[nodiscard]] std::size_t bytesAt(int quantiser) const {
-    return static_cast<std::size_t>((floor + bits * std::exp2(-fall * quantiser)) / 8);
+  [[nodiscard]] std::size_t bytesAt(int qp) const {
+    return static_cast<std::size_t>((floor + bits * std::exp2(-fall * qp)) / 8);
   }
 };
 
@@ -42,39 +42,39 @@ constexpr Content noise{200e6, 0.12};  // 2.9 Mbit at 51
 struct Result {
   nanoseconds at{};
   double bits = 0;  // 0: left out
-  int quantiser = 0;
+  int qp = 0;
   int tries = 0;
 };
 
-// A stream of pictures, encoded as the rate control says.
+// A stream of frames, encoded as the rate control says.
 class Stream {
  public:
   explicit Stream(double bitRate = rate) { control.setBitRate(static_cast<std::int64_t>(bitRate)); }
 
-  Result put(nanoseconds at, const Content& content, bool isRepeat = false) {
+  Result put(nanoseconds at, const Content& content, bool isRefresh = false) {
     Result result{at, 0, 0, 0};
-    auto quantiser = control.begin(at, isRepeat);
-    while (quantiser) {
-      EXPECT_GE(*quantiser, RateControl::finest);
-      EXPECT_LE(*quantiser, RateControl::coarsest);
-      const auto bytes = content.bytesAt(*quantiser);
+    auto qp = control.begin(at, isRefresh);
+    while (qp) {
+      EXPECT_GE(*qp, RateControl::qpMin);
+      EXPECT_LE(*qp, RateControl::qpMax);
+      const auto bytes = content.bytesAt(*qp);
       const auto verdict = control.judge(bytes);
       ++result.tries;
       if (verdict.action == RateControl::Action::keep) {
         result.bits = 8.0 * static_cast<double>(bytes);
-        result.quantiser = *quantiser;
+        result.qp = *qp;
       }
       if (verdict.action != RateControl::Action::encodeAgain) break;
-      quantiser = verdict.quantiser;
+      qp = verdict.qp;
     }
     results.push_back(result);
     return result;
   }
 
-  // Pictures at that rate for so long; each of the content at its time.
-  void play(nanoseconds from, nanoseconds duration, double picturesASecond,
+  // Frames at that rate for so long; each of the content at its time.
+  void play(nanoseconds from, nanoseconds duration, double framesASecond,
             const std::function<Content(nanoseconds)>& contentAt) {
-    const nanoseconds interval(std::llround(1e9 / picturesASecond));
+    const nanoseconds interval(std::llround(1e9 / framesASecond));
     for (auto at = from; at < from + duration; at += interval) put(at, contentAt(at));
   }
 
@@ -115,7 +115,7 @@ TEST_P(RateControlAtRate, HoldsTheAverageOverAnyFourSeconds) {
   }
 }
 
-TEST_P(RateControlAtRate, HoldsTheAverageWhenThePictureChangesAbruptly) {
+TEST_P(RateControlAtRate, HoldsTheAverageWhenTheFrameChangesAbruptly) {
   Stream stream;
   const auto alternating = [](nanoseconds at) {
     constexpr std::array contents{text, plain, photograph, text, noise, photograph};
@@ -125,8 +125,8 @@ TEST_P(RateControlAtRate, HoldsTheAverageWhenThePictureChangesAbruptly) {
   EXPECT_LE(stream.mostIn(4s), 1.25 * 4 * rate);
 }
 
-// As long as every picture could take more than there is to spend.
-TEST_P(RateControlAtRate, SpendsTheAverageAlsoWhenThePictureChangesAbruptly) {
+// As long as every frame could take more than there is to spend.
+TEST_P(RateControlAtRate, SpendsTheAverageAlsoWhenTheFrameChangesAbruptly) {
   Stream stream;
   const auto alternating = [](nanoseconds at) {
     constexpr std::array contents{text, noise, photograph, text, photograph, noise};
@@ -141,7 +141,7 @@ TEST_P(RateControlAtRate, SpendsTheAverageAlsoWhenThePictureChangesAbruptly) {
 
 INSTANTIATE_TEST_SUITE_P(Rates, RateControlAtRate, testing::Values(5, 10, 15, 24, 30, 60));
 
-TEST(RateControl, SpendsWhatAPauseHasSavedOnTheFirstPicture) {
+TEST(RateControl, SpendsWhatAPauseHasSavedOnTheFirstFrame) {
   Stream stream;
   stream.play(start, 4s, 30, always(photograph));
   const auto usual = stream.results.back();
@@ -160,14 +160,14 @@ TEST(RateControl, ALongPauseSavesNoMoreThanAShortOne) {
   EXPECT_EQ(afterShort.bits, afterLong.bits);
 }
 
-TEST(RateControl, EncodesSimplePicturesFinelyAndSpendsLess) {
+TEST(RateControl, EncodesSimpleFramesFinelyAndSpendsLess) {
   Stream stream;
   stream.play(start, 5s, 30, always(plain));
-  for (const auto& result : stream.results) EXPECT_EQ(result.quantiser, RateControl::finest);
-  EXPECT_FALSE(stream.control.repeatAfter());
+  for (const auto& result : stream.results) EXPECT_EQ(result.qp, RateControl::qpMin);
+  EXPECT_FALSE(stream.control.refreshAfter());
 }
 
-TEST(RateControl, SettlesOnOneTryAPicture) {
+TEST(RateControl, SettlesOnOneTryAFrame) {
   for (const auto& content : {text, photograph}) {
     Stream stream;
     stream.play(start, 10s, 30, always(content));
@@ -180,7 +180,7 @@ TEST(RateControl, SettlesOnOneTryAPicture) {
   }
 }
 
-TEST(RateControl, EncodesAgainWhenThePictureIsFarLargerThanExpected) {
+TEST(RateControl, EncodesAgainWhenTheFrameIsFarLargerThanExpected) {
   Stream stream;
   stream.play(start, 5s, 30, always(plain));
   const auto result = stream.put(start + 5s, noise);
@@ -189,7 +189,7 @@ TEST(RateControl, EncodesAgainWhenThePictureIsFarLargerThanExpected) {
   EXPECT_GT(result.bits, 0);
 }
 
-// What is kept back is for the picture that comes to rest, not for one in between.
+// What is kept back is for the frame that comes to rest, not for one in between.
 TEST(RateControl, LeavesHalfOfTheReserveAloneWhateverComesInBetween) {
   for (const double factor : {2.0, 4.0, 5.0, 6.0, 7.0}) {
     Stream stream;
@@ -212,7 +212,7 @@ TEST(RateControl, LeavesOutWhatDoesNotFitAndGoesOnAsSoonAsItDoes) {
 }
 
 // More than all that can be saved: better late than never, and paid for afterwards.
-TEST(RateControl, ShowsAPictureThatCanNeverFitWhenAllIsSaved) {
+TEST(RateControl, ShowsAFrameThatCanNeverFitWhenAllIsSaved) {
   Stream stream(100'000);
   stream.play(start, 300s, 10, always(noise));
   const auto shown = std::ranges::count_if(stream.results, [](auto& r) { return r.bits > 0; });
@@ -220,31 +220,31 @@ TEST(RateControl, ShowsAPictureThatCanNeverFitWhenAllIsSaved) {
   EXPECT_LE(stream.bitsBetween(start, start + 300s), 1.25 * 300 * 100'000);
 }
 
-TEST(RateControl, APictureAtRestTurnsSharpWithinASecond) {
-  for (const double picturesASecond : {5.0, 15.0, 30.0, 60.0}) {
+TEST(RateControl, AFrameAtRestTurnsSharpWithinASecond) {
+  for (const double framesASecond : {5.0, 15.0, 30.0, 60.0}) {
     for (const auto& content : {text, photograph}) {
       Stream stream;
-      stream.play(start, 3s, picturesASecond, always(content));
+      stream.play(start, 3s, framesASecond, always(content));
       const auto last = stream.results.back();
-      if (last.quantiser <= RateControl::sharp && last.bits > 0) continue;
-      const auto wait = stream.control.repeatAfter();
+      if (last.qp <= RateControl::qpTarget && last.bits > 0) continue;
+      const auto wait = stream.control.refreshAfter();
       ASSERT_TRUE(wait);
       EXPECT_LE(*wait, 800ms);
       const auto repeat = stream.put(last.at + *wait, content, true);
       EXPECT_GT(repeat.bits, 0);
-      EXPECT_LE(repeat.quantiser, RateControl::sharp);
-      EXPECT_FALSE(stream.control.repeatAfter());
+      EXPECT_LE(repeat.qp, RateControl::qpTarget);
+      EXPECT_FALSE(stream.control.refreshAfter());
       EXPECT_LE(stream.mostIn(4s), 1.25 * 4 * rate);
     }
   }
 }
 
-TEST(RateControl, APictureThatWasLeftOutIsAskedForUntilItIsShown) {
+TEST(RateControl, AFrameThatWasLeftOutIsAskedForUntilItIsShown) {
   Stream stream(400'000);
   stream.play(start, 3s, 30, always(noise));
   auto at = stream.results.back().at;
   int asked = 0;
-  while (const auto wait = stream.control.repeatAfter()) {
+  while (const auto wait = stream.control.refreshAfter()) {
     at += *wait;
     stream.put(at, noise, true);
     ASSERT_LE(++asked, 20);
@@ -253,12 +253,12 @@ TEST(RateControl, APictureThatWasLeftOutIsAskedForUntilItIsShown) {
   EXPECT_GT(stream.results.back().bits, 0);
 }
 
-TEST(RateControl, ARepeatedPictureIsNotAskedForAgainHoweverCoarse) {
+TEST(RateControl, ARefreshedFrameIsNotAskedForAgainHoweverCoarse) {
   Stream stream;
   stream.play(start, 1s, 30, always(noise));
   stream.put(start + 2s, noise, true);
-  EXPECT_GT(stream.results.back().quantiser, RateControl::sharp);
-  EXPECT_FALSE(stream.control.repeatAfter());
+  EXPECT_GT(stream.results.back().qp, RateControl::qpTarget);
+  EXPECT_FALSE(stream.control.refreshAfter());
 }
 
 TEST(RateControl, AChangeOfTheRateCountsFromThenOn) {
@@ -274,12 +274,12 @@ TEST(RateControl, AChangeOfTheRateCountsFromThenOn) {
   EXPECT_GE(stream.bitsBetween(start + 28s, start + 32s), 0.75 * 4 * 14e6);
 }
 
-TEST(RateControl, WithoutARateEveryPictureIsSharp) {
+TEST(RateControl, WithoutARateEveryFrameIsSharp) {
   RateControl control;
   for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(control.begin(start + i * 1s, false), RateControl::sharp);
+    EXPECT_EQ(control.begin(start + i * 1s, false), RateControl::qpTarget);
     EXPECT_EQ(control.judge(100'000'000).action, RateControl::Action::keep);
-    EXPECT_FALSE(control.repeatAfter());
+    EXPECT_FALSE(control.refreshAfter());
   }
 }
 
@@ -306,7 +306,7 @@ TEST(RateControl, NeverExceedsTheBudgetWhateverComes) {
       // The coarsest always fits into what can be saved; what does not is a case of its own.
       if (draw(0, 1) < 0.05) content = {std::exp2(draw(12, 25)), draw(0.06, 0.18), 400};
       at += nanoseconds(std::llround(draw(0, 1) < 0.02 ? draw(0, 3e9) : draw(1e6, 2e8)));
-      const bool wants = stream.control.repeatAfter().has_value();
+      const bool wants = stream.control.refreshAfter().has_value();
       stream.put(at, content, wants && draw(0, 1) < 0.1);
     }
     const double largest = 8.0 * static_cast<double>(Content{std::exp2(25), 0.06, 400}.bytesAt(51));

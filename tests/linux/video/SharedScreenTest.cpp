@@ -37,21 +37,21 @@ class Sharing final : public StreamOutput {
   ~Sharing() override { encoder->end(); }
 
   void streamDidOutputSample(const CaptureSample& sample, StreamOutputType /*type*/) override {
-    const auto picture = sample.imageBuffer();
+    const auto frame = sample.imageBuffer();
     {
       const std::scoped_lock lock(mutex);
-      if (picture) pictureTimes.emplace_back(sample.presentationTimeStamp().value);
-      isIdle = !picture;
+      if (frame) frameTimes.emplace_back(sample.presentationTimeStamp().value);
+      isIdle = !frame;
       changed.notify_all();
     }
-    if (picture) encoder->encode(picture, sample.presentationTimeStamp());
+    if (frame) encoder->encode(frame, sample.presentationTimeStamp());
   }
 
   // Waits until so many payloads are there.
   bool waitForPayloads(std::size_t count) {
     return waitUntil([this, count] { return payloads.size() >= count; });
   }
-  // Waits until a second has passed without a picture.
+  // Waits until a second has passed without a frame.
   bool waitUntilIdle() {
     return waitUntil([this] { return isIdle; });
   }
@@ -59,9 +59,9 @@ class Sharing final : public StreamOutput {
     const std::scoped_lock lock(mutex);
     return payloads;
   }
-  std::vector<std::chrono::nanoseconds> allPictureTimes() {
+  std::vector<std::chrono::nanoseconds> allFrameTimes() {
     const std::scoped_lock lock(mutex);
-    return pictureTimes;
+    return frameTimes;
   }
 
  private:
@@ -74,7 +74,7 @@ class Sharing final : public StreamOutput {
   std::mutex mutex;
   std::condition_variable changed;
   std::vector<Bytes> payloads;
-  std::vector<std::chrono::nanoseconds> pictureTimes;
+  std::vector<std::chrono::nanoseconds> frameTimes;
   bool isIdle = false;
   LinuxVideoEncoder videoEncoder;
   std::shared_ptr<QuorvinH264Encoder> encoder;
@@ -90,7 +90,7 @@ class SharedScreen {
         sharing(std::make_shared<Sharing>(size, bitrateMbps)) {}
 
   void show(std::uint32_t seed) {
-    shown = desktopPicture(size.width, size.height, seed);
+    shown = desktopImage(size.width, size.height, seed);
     stand.painter.draw(wholeOf(size), shown);
   }
   void start() {
@@ -105,7 +105,7 @@ class SharedScreen {
     ASSERT_TRUE(sharing->waitForPayloads(1));
   }
   [[nodiscard]] DecodedFrame shownPerfectly() const {
-    return perfectlyDecoded(*makePicture(size, shown));
+    return perfectlyDecoded(*makeFrame(size, shown));
   }
 
   PixelSize size;
@@ -153,12 +153,12 @@ TEST(SharedScreen, TurnsSharpWhenItHasComeToRest) {
       ASSERT_TRUE(screen.sharing->waitForPayloads(count + 1));
     }
   }
-  // The encoder may be behind, and has the stream repeat the last picture when it has caught up.
+  // The encoder may be behind, and has the stream repeat the last frame when it has caught up.
   const auto cameToRest = std::chrono::steady_clock::now();
   const auto perfect = screen.shownPerfectly();
   const auto isSharp = [&](const Bytes& payload) {
-    const auto frames = H264Decoder::decodeAll({streamOf(payload)});
-    return frames.size() == 1 && psnrOf(frames[0], perfect) >= 40;
+    const auto decoded = H264Decoder::decodeAll({streamOf(payload)});
+    return decoded.size() == 1 && psnrOf(decoded[0], perfect) >= 40;
   };
   bool sharp = false;
   for (auto seen = screen.sharing->allPayloads().size() - 1;
@@ -210,9 +210,9 @@ TEST(SharedScreen, AtRestCostsNothingOnceItIsSharp) {
   screen.show(1);
   screen.start();
   ASSERT_TRUE(screen.sharing->waitUntilIdle());
-  // There was room for a sharp picture at once.
+  // There was room for a sharp frame at once.
   EXPECT_EQ(screen.sharing->allPayloads().size(), 1U);
-  EXPECT_EQ(screen.sharing->allPictureTimes().size(), 1U);
+  EXPECT_EQ(screen.sharing->allFrameTimes().size(), 1U);
 }
 
 }  // namespace

@@ -16,18 +16,18 @@ namespace {
 constexpr int mainProfile = 77;
 constexpr int bt709 = 1;
 
-void expectStandard(const DecodedFrame& frame, PixelSize size) {
-  EXPECT_EQ(frame.size, size);
-  EXPECT_TRUE(frame.isKeyFrame);
-  EXPECT_EQ(frame.profile, mainProfile);
-  EXPECT_EQ(frame.primaries, bt709);
-  EXPECT_EQ(frame.transfer, bt709);
-  EXPECT_EQ(frame.matrix, bt709);
-  EXPECT_TRUE(frame.isLimitedRange);
+void expectStandard(const DecodedFrame& decoded, PixelSize size) {
+  EXPECT_EQ(decoded.size, size);
+  EXPECT_TRUE(decoded.isKeyFrame);
+  EXPECT_EQ(decoded.profile, mainProfile);
+  EXPECT_EQ(decoded.primaries, bt709);
+  EXPECT_EQ(decoded.transfer, bt709);
+  EXPECT_EQ(decoded.matrix, bt709);
+  EXPECT_TRUE(decoded.isLimitedRange);
 }
 
-std::shared_ptr<CapturedPixelBuffer> desktop(PixelSize size, std::uint32_t seed) {
-  return makePicture(size, desktopPicture(size.width, size.height, seed));
+std::shared_ptr<CapturedFrame> desktop(PixelSize size, std::uint32_t seed) {
+  return makeFrame(size, desktopImage(size.width, size.height, seed));
 }
 
 int differenceAt(std::uint32_t a, std::uint32_t b, unsigned shift) {
@@ -38,12 +38,12 @@ TEST(VideoEncoder, EveryPayloadDecodesAlone) {
   constexpr PixelSize size{320, 240};
   EncoderStand stand(size);
   for (std::uint32_t seed = 1; seed <= 5; ++seed) {
-    const auto picture = desktop(size, seed);
-    const auto output = stand.encode(picture);
-    const auto frames = H264Decoder::decodeAll({output.payload});
-    ASSERT_EQ(frames.size(), 1U);
-    expectStandard(frames[0], size);
-    EXPECT_GE(psnrOf(frames[0], perfectlyDecoded(*picture)), 30);
+    const auto frame = desktop(size, seed);
+    const auto output = stand.encode(frame);
+    const auto decoded = H264Decoder::decodeAll({output.payload});
+    ASSERT_EQ(decoded.size(), 1U);
+    expectStandard(decoded[0], size);
+    EXPECT_GE(psnrOf(decoded[0], perfectlyDecoded(*frame)), 30);
   }
 }
 
@@ -52,19 +52,19 @@ TEST(VideoEncoder, PayloadsDecodeInSequenceWithoutDelay) {
   EncoderStand stand(size);
   H264Decoder decoder;
   for (std::uint32_t seed = 1; seed <= 5; ++seed) {
-    const auto picture = desktop(size, seed);
-    const auto frames = decoder.decode(stand.encode(picture).payload);
-    ASSERT_EQ(frames.size(), 1U);
-    expectStandard(frames[0], size);
-    EXPECT_GE(psnrOf(frames[0], perfectlyDecoded(*picture)), 30);
+    const auto frame = desktop(size, seed);
+    const auto decoded = decoder.decode(stand.encode(frame).payload);
+    ASSERT_EQ(decoded.size(), 1U);
+    expectStandard(decoded[0], size);
+    EXPECT_GE(psnrOf(decoded[0], perfectlyDecoded(*frame)), 30);
   }
 }
 
-// Only what the picture itself needs: its slices (ITU-T H.264, table 7-1).
+// Only what the frame itself needs: its slices (ITU-T H.264, table 7-1).
 TEST(VideoEncoder, TheDataHoldNothingButSlicesOfKeyFrames) {
   EncoderStand stand({64, 48});
   for (int i = 0; i < 3; ++i) {
-    const auto data = stand.encode(plainPicture({64, 48}, 0x336699)).data;
+    const auto data = stand.encode(plainFrame({64, 48}, 0x336699)).data;
     ASSERT_GT(data.size(), 4U);
     EXPECT_EQ(data[4] & 0x1F, 5);
     EXPECT_EQ(data.size(), 4U + (static_cast<std::size_t>(data[1]) << 16U) +
@@ -79,11 +79,11 @@ TEST(VideoEncoder, ColoursOfFlatAreasComeBackWithinThreeLevels) {
                                                   0x4A6FA5, 0xC08040, 0x1E90FF, 0x7F0041};
   constexpr PixelSize size{32 * 12, 64};
   EncoderStand stand(size);
-  const auto output = stand.encode(makePicture(
+  const auto output = stand.encode(makeFrame(
       size, [&](int x, int /*y*/) { return colours.at(static_cast<std::size_t>(x / 32)); }));
-  const auto frame = H264Decoder::decodeAll({output.payload}).at(0);
+  const auto decoded = H264Decoder::decodeAll({output.payload}).at(0);
   for (int i = 0; i < 12; ++i) {
-    const auto shown = frame.colourAt(i * 32 + 16, 32);
+    const auto shown = decoded.colourAt(i * 32 + 16, 32);
     const auto meant = colours.at(static_cast<std::size_t>(i));
     for (const unsigned shift : {0U, 8U, 16U}) {
       EXPECT_LE(differenceAt(shown, meant, shift), 3)
@@ -92,16 +92,16 @@ TEST(VideoEncoder, ColoursOfFlatAreasComeBackWithinThreeLevels) {
   }
 }
 
-// 4:2:0 knows no odd sizes: the picture is one column or row larger, which doubles the edge.
+// 4:2:0 knows no odd sizes: the frame is one column or row larger, which doubles the edge.
 TEST(VideoEncoder, PadsOddSizesWithTheirEdge) {
   for (const auto size : {PixelSize{101, 67}, {100, 67}, {101, 66}, {1, 1}, {2, 2}, {17, 1}}) {
     EncoderStand stand(size);
-    const auto output = stand.encode(plainPicture(size, 0xC08040));
-    const auto frame = H264Decoder::decodeAll({output.payload}).at(0);
-    expectStandard(frame, {(size.width + 1) / 2 * 2, (size.height + 1) / 2 * 2});
+    const auto output = stand.encode(plainFrame(size, 0xC08040));
+    const auto decoded = H264Decoder::decodeAll({output.payload}).at(0);
+    expectStandard(decoded, {(size.width + 1) / 2 * 2, (size.height + 1) / 2 * 2});
     for (const unsigned shift : {0U, 8U, 16U}) {
-      EXPECT_LE(differenceAt(frame.colourAt(frame.size.width - 1, frame.size.height - 1), 0xC08040,
-                             shift),
+      EXPECT_LE(differenceAt(decoded.colourAt(decoded.size.width - 1, decoded.size.height - 1),
+                             0xC08040, shift),
                 3);
     }
   }
@@ -110,36 +110,36 @@ TEST(VideoEncoder, PadsOddSizesWithTheirEdge) {
 TEST(VideoEncoder, EncodesUnusualShapes) {
   for (const auto size : {PixelSize{4096, 2}, {2, 4096}, {16'384, 16}}) {
     EncoderStand stand(size);
-    const auto frames = H264Decoder::decodeAll({stand.encode(plainPicture(size, 0xFF)).payload});
-    ASSERT_EQ(frames.size(), 1U);
-    EXPECT_EQ(frames[0].size, size);
+    const auto decoded = H264Decoder::decodeAll({stand.encode(plainFrame(size, 0xFF)).payload});
+    ASSERT_EQ(decoded.size(), 1U);
+    EXPECT_EQ(decoded[0].size, size);
   }
 }
 
 // Desktops full of text that follow each other at once, then an almost plain one, and again.
-TEST(VideoEncoder, HoldsTheBitRateOverAnyFourSecondsThoughThePictureChangesAbruptly) {
+TEST(VideoEncoder, HoldsTheBitRateOverAnyFourSecondsThoughTheFrameChangesAbruptly) {
   constexpr PixelSize size{640, 360};
   constexpr double rate = 1'500'000;
-  constexpr std::size_t picturesInFourSeconds = 120;
-  std::vector<std::shared_ptr<CapturedPixelBuffer>> busy;
+  constexpr std::size_t framesInFourSeconds = 120;
+  std::vector<std::shared_ptr<CapturedFrame>> busy;
   for (std::uint32_t seed = 1; seed <= 4; ++seed) busy.push_back(desktop(size, seed));
-  const auto still = plainPicture(size, 0x336699);
+  const auto still = plainFrame(size, 0x336699);
   EncoderStand stand(size, std::int64_t{1'500'000});
   for (std::size_t i = 0; i < 600; ++i) {
     const bool isStill = i >= 250 && i < 300;
     stand.encode(isStill ? still : busy[i % busy.size()]);
   }
   const auto outputs = stand.recorder.outputs();
-  for (std::size_t first = 0; first + picturesInFourSeconds <= outputs.size(); ++first) {
+  for (std::size_t first = 0; first + framesInFourSeconds <= outputs.size(); ++first) {
     double bits = 0;
     bool isBusy = true;
-    for (std::size_t i = first; i < first + picturesInFourSeconds; ++i) {
+    for (std::size_t i = first; i < first + framesInFourSeconds; ++i) {
       bits += outputs[i].bits();
       isBusy = isBusy && (i < 250 || i >= 300);
     }
-    EXPECT_LE(bits, 1.25 * 4 * rate) << "from picture " << first;
+    EXPECT_LE(bits, 1.25 * 4 * rate) << "from frame " << first;
     if (isBusy) {
-      EXPECT_GE(bits, 0.75 * 4 * rate) << "from picture " << first;
+      EXPECT_GE(bits, 0.75 * 4 * rate) << "from frame " << first;
     }
   }
 }
@@ -184,7 +184,7 @@ TEST(VideoEncoder, RefusesValuesThatMakeNoSense) {
   EXPECT_NE(statusOfSetting(CompressionProperty::profileLevel, false), 0);
   EXPECT_NE(statusOfSetting(CompressionProperty::realTime, 1), 0);
   EXPECT_NE(statusOfSetting(static_cast<CompressionProperty>(99), true), 0);
-  EXPECT_TRUE(stand.encode(plainPicture({64, 48}, 0)).hasSample);
+  EXPECT_TRUE(stand.encode(plainFrame({64, 48}, 0)).hasSample);
 }
 
 TEST(VideoEncoder, TakesRatesOfAnySize) {
@@ -193,22 +193,22 @@ TEST(VideoEncoder, TakesRatesOfAnySize) {
     EXPECT_EQ(stand.session->setProperty(CompressionProperty::expectedFrameRate,
                                          std::numeric_limits<std::int32_t>::max()),
               0);
-    stand.encode(plainPicture({64, 48}, 0xFFFFFF));
+    stand.encode(plainFrame({64, 48}, 0xFFFFFF));
     EXPECT_EQ(stand.recorder.outputs().back().status, 0);
   }
 }
 
-TEST(VideoEncoder, RefusesPicturesOfAnotherSizeAndTimesThatAreNone) {
+TEST(VideoEncoder, RefusesFramesOfAnotherSizeAndTimesThatAreNone) {
   EncoderStand stand({64, 48});
-  EXPECT_NE(stand.session->encodeFrame(plainPicture({64, 50}, 0), {1, 30}, {}), 0);
+  EXPECT_NE(stand.session->encodeFrame(plainFrame({64, 50}, 0), {1, 30}, {}), 0);
   EXPECT_NE(stand.session->encodeFrame(nullptr, {1, 30}, {}), 0);
-  const auto picture = plainPicture({64, 48}, 0);
-  EXPECT_NE(stand.session->encodeFrame(picture, {1, 0}, {}), 0);
-  EXPECT_NE(stand.session->encodeFrame(picture, {1, -30}, {}), 0);
-  EXPECT_NE(stand.session->encodeFrame(picture, {1, 30, 0}, {}), 0);
+  const auto frame = plainFrame({64, 48}, 0);
+  EXPECT_NE(stand.session->encodeFrame(frame, {1, 0}, {}), 0);
+  EXPECT_NE(stand.session->encodeFrame(frame, {1, -30}, {}), 0);
+  EXPECT_NE(stand.session->encodeFrame(frame, {1, 30, 0}, {}), 0);
   using Limits = std::numeric_limits<std::int64_t>;
-  EXPECT_NE(stand.session->encodeFrame(picture, {Limits::max(), 1}, {}), 0);
-  EXPECT_NE(stand.session->encodeFrame(picture, {Limits::min(), 1}, {}), 0);
+  EXPECT_NE(stand.session->encodeFrame(frame, {Limits::max(), 1}, {}), 0);
+  EXPECT_NE(stand.session->encodeFrame(frame, {Limits::min(), 1}, {}), 0);
   EXPECT_NE(stand.session->completeFrames(MediaTime{1, 0}), 0);
   EXPECT_TRUE(stand.recorder.outputs().empty());
 }
@@ -216,7 +216,7 @@ TEST(VideoEncoder, RefusesPicturesOfAnotherSizeAndTimesThatAreNone) {
 TEST(VideoEncoder, TakesNothingOnceInvalidated) {
   EncoderStand stand({64, 48});
   stand.session->invalidate();
-  EXPECT_NE(stand.session->encodeFrame(plainPicture({64, 48}, 0), {1, 30}, {}), 0);
+  EXPECT_NE(stand.session->encodeFrame(plainFrame({64, 48}, 0), {1, 30}, {}), 0);
   EXPECT_NE(stand.session->prepareToEncodeFrames(), 0);
   EXPECT_NE(stand.session->setProperty(CompressionProperty::realTime, true), 0);
   stand.session->completeFrames({});
@@ -225,10 +225,10 @@ TEST(VideoEncoder, TakesNothingOnceInvalidated) {
 }
 
 // So that the stream can capture the next one into the same memory meanwhile.
-TEST(VideoEncoder, HasLetGoOfAPictureWhenItHandsOutWhatItMadeOfIt) {
+TEST(VideoEncoder, HasLetGoOfAFrameWhenItHandsOutWhatItMadeOfIt) {
   EncoderStand stand({64, 48});
   std::promise<void> lettingGo;
-  std::weak_ptr<CapturedPixelBuffer> second;
+  std::weak_ptr<CapturedFrame> second;
   bool isFirst = true;
   bool wasLetGo = false;
   stand.recorder.onOutput([&] {
@@ -238,11 +238,11 @@ TEST(VideoEncoder, HasLetGoOfAPictureWhenItHandsOutWhatItMadeOfIt) {
       wasLetGo = second.expired();
     }
   });
-  ASSERT_EQ(stand.session->encodeFrame(plainPicture({64, 48}, 0), {1, 30}, {}), 0);
-  auto picture = plainPicture({64, 48}, 0xFFFFFF);
-  second = picture;
-  ASSERT_EQ(stand.session->encodeFrame(picture, {2, 30}, {}), 0);
-  picture.reset();
+  ASSERT_EQ(stand.session->encodeFrame(plainFrame({64, 48}, 0), {1, 30}, {}), 0);
+  auto frame = plainFrame({64, 48}, 0xFFFFFF);
+  second = frame;
+  ASSERT_EQ(stand.session->encodeFrame(frame, {2, 30}, {}), 0);
+  frame.reset();
   lettingGo.set_value();
   ASSERT_EQ(stand.session->completeFrames({}), 0);
   EXPECT_TRUE(wasLetGo);
@@ -258,7 +258,7 @@ TEST(VideoEncoder, MayBeLetGoFromWithinWhatItHandsOut) {
     letGo.set_value();
   });
   auto& session = *stand.session;
-  ASSERT_EQ(session.encodeFrame(plainPicture({64, 48}, 0), {1, 30}, {}), 0);
+  ASSERT_EQ(session.encodeFrame(plainFrame({64, 48}, 0), {1, 30}, {}), 0);
   letGo.get_future().wait();
   EXPECT_EQ(stand.recorder.outputs().size(), 1U);
 }
@@ -273,7 +273,7 @@ TEST(VideoEncoder, InvalidatingWaitsForWhatIsBeingHandedOut) {
       isInside = false;
     });
     for (int j = 0; j < 4; ++j) {
-      ASSERT_EQ(stand.session->encodeFrame(plainPicture({64, 48}, 0), {j, 30}, {}), 0);
+      ASSERT_EQ(stand.session->encodeFrame(plainFrame({64, 48}, 0), {j, 30}, {}), 0);
     }
     ASSERT_TRUE(stand.recorder.waitFor(1));
     stand.session->invalidate();
@@ -284,10 +284,10 @@ TEST(VideoEncoder, InvalidatingWaitsForWhatIsBeingHandedOut) {
   }
 }
 
-TEST(VideoEncoder, InvalidatingLetsGoOfThePicturesThatWait) {
+TEST(VideoEncoder, InvalidatingLetsGoOfTheFramesThatWait) {
   EncoderStand stand({64, 48});
   std::promise<void> allPutIn;
-  std::weak_ptr<CapturedPixelBuffer> waiting;
+  std::weak_ptr<CapturedFrame> waiting;
   bool wasLetGo = false;
   stand.recorder.onOutput([&] {
     allPutIn.get_future().wait();
@@ -295,11 +295,11 @@ TEST(VideoEncoder, InvalidatingLetsGoOfThePicturesThatWait) {
     stand.session->invalidate();
     wasLetGo = waiting.expired();
   });
-  ASSERT_EQ(stand.session->encodeFrame(plainPicture({64, 48}, 0), {1, 30}, {}), 0);
-  auto picture = plainPicture({64, 48}, 0xFFFFFF);
-  waiting = picture;
-  ASSERT_EQ(stand.session->encodeFrame(picture, {2, 30}, {}), 0);
-  picture.reset();
+  ASSERT_EQ(stand.session->encodeFrame(plainFrame({64, 48}, 0), {1, 30}, {}), 0);
+  auto frame = plainFrame({64, 48}, 0xFFFFFF);
+  waiting = frame;
+  ASSERT_EQ(stand.session->encodeFrame(frame, {2, 30}, {}), 0);
+  frame.reset();
   allPutIn.set_value();
   ASSERT_EQ(stand.session->completeFrames({}), 0);
   EXPECT_TRUE(wasLetGo);

@@ -1,4 +1,4 @@
-#include "bench/FfmpegPictures.h"
+#include "bench/FfmpegFrames.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -18,11 +18,11 @@ constexpr int pipeBytes = 1 << 20;
 constexpr std::size_t chunkBytes = 1 << 18;
 // The end of a JPEG file, which its coded data cannot contain (ITU-T T.81, B.1.1.2).
 constexpr std::array<std::uint8_t, 2> endOfImage{0xFF, 0xD9};
-// The start code of a sequence parameter set, with which every picture that stands by itself
-// begins. Nothing that follows it in the same picture looks like it (ITU-T H.264, annex B).
+// The start code of a sequence parameter set, with which every frame that stands by itself
+// begins. Nothing that follows it in the same frame looks like it (ITU-T H.264, annex B).
 constexpr std::array<std::uint8_t, 5> sequenceSet{0, 0, 0, 1, 0x67};
 
-std::vector<std::string> argumentsFor(const FfmpegPictures::Options& options) {
+std::vector<std::string> argumentsFor(const FfmpegFrames::Options& options) {
   std::vector<std::string> words{"ffmpeg", "-nostdin", "-v", "error", "-f", "x11grab"};
   const auto add = [&words](const std::vector<std::string>& more) {
     words.insert(words.end(), more.begin(), more.end());
@@ -32,7 +32,7 @@ std::vector<std::string> argumentsFor(const FfmpegPictures::Options& options) {
   add(options.input);
   add({"-i", options.server});
   add(options.output);
-  // A picture that comes late is not made up for by encoding another one twice.
+  // A frame that comes late is not made up for by encoding another one twice.
   add({"-fps_mode", "vfr", "-flush_packets", "1", "-f", options.isH264 ? "h264" : "mjpeg",
        "pipe:3"});
   return words;
@@ -40,7 +40,7 @@ std::vector<std::string> argumentsFor(const FfmpegPictures::Options& options) {
 
 }  // namespace
 
-FfmpegPictures::FfmpegPictures(const Options& options) : isH264(options.isH264) {
+FfmpegFrames::FfmpegFrames(const Options& options) : isH264(options.isH264) {
   std::array<int, 2> ends{};
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
     throw std::system_error(errno, std::generic_category(), "pipe");
@@ -53,20 +53,20 @@ FfmpegPictures::FfmpegPictures(const Options& options) : isH264(options.isH264) 
                                                               .link = FileDescriptor(ends[1])});
 }
 
-std::optional<PictureSource::Bytes> FfmpegPictures::next(Clock::time_point deadline) {
+std::optional<FrameSource::Bytes> FfmpegFrames::next(Clock::time_point deadline) {
   while (true) {
-    if (const auto end = endOfPicture()) {
+    if (const auto end = endOfFrame()) {
       const auto cut = received.begin() + static_cast<std::ptrdiff_t>(*end);
-      Bytes picture(received.begin(), cut);
+      Bytes frame(received.begin(), cut);
       received.erase(received.begin(), cut);
       searched = 0;
-      return picture;
+      return frame;
     }
     if (!receive(deadline)) return std::nullopt;
   }
 }
 
-bool FfmpegPictures::receive(Clock::time_point deadline) {
+bool FfmpegFrames::receive(Clock::time_point deadline) {
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
   pollfd waiting{.fd = pipe.get(), .events = POLLIN, .revents = 0};
   if (::poll(&waiting, 1, static_cast<int>(std::max<std::int64_t>(0, left.count()))) <= 0) {
@@ -80,7 +80,7 @@ bool FfmpegPictures::receive(Clock::time_point deadline) {
   return true;
 }
 
-std::optional<std::size_t> FfmpegPictures::endOfPicture() {
+std::optional<std::size_t> FfmpegFrames::endOfFrame() {
   const auto find = [this](const auto& mark, std::size_t from) -> std::optional<std::size_t> {
     const auto start =
         received.begin() + static_cast<std::ptrdiff_t>(std::min(from, received.size()));
@@ -91,7 +91,7 @@ std::optional<std::size_t> FfmpegPictures::endOfPicture() {
   // A mark may have come in two parts.
   const auto from = std::max(searched, sequenceSet.size()) - (sequenceSet.size() - 1);
   searched = received.size();
-  if (isH264) return find(sequenceSet, from);  // that of the next picture
+  if (isH264) return find(sequenceSet, from);  // that of the next frame
   const auto end = find(endOfImage, from);
   return end ? std::optional(*end + endOfImage.size()) : std::nullopt;
 }

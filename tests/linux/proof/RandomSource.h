@@ -9,9 +9,9 @@
 namespace quorvin {
 
 // Chance that comes out the same for the same seed, whatever the standard library.
-class Dice {
+class RandomSource {
  public:
-  explicit Dice(std::uint64_t seed) : engine(seed) {}
+  explicit RandomSource(std::uint64_t seed) : engine(seed) {}
 
   // Both bounds included.
   int between(int least, int most) {

@@ -12,14 +12,14 @@
 
 namespace quorvin {
 
-// Pictures of one size that wait in an X server to be shown at one place of its screen, so that
+// Frames of one size that wait in an X server to be shown at one place of its screen, so that
 // showing one costs no more than a copy within the server. They cover windows. One thread at a
 // time.
-class ScreenPictures {
+class ScreenFrames {
  public:
-  // Rows of 0xRRGGBB pixels; each picture is as large as the area.
-  ScreenPictures(const std::string& server, const PixelRect& area,
-                 const std::vector<std::vector<std::uint32_t>>& pictures);
+  // Rows of 0xRRGGBB pixels; each frame is as large as the area.
+  ScreenFrames(const std::string& server, const PixelRect& area,
+               const std::vector<std::vector<std::uint32_t>>& frames);
 
   // Shows one of them; done when the call returns.
   void show(std::size_t index);

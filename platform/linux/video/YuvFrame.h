@@ -4,22 +4,22 @@
 #include <cstdint>
 #include <vector>
 
-#include "platform/linux/frame/CapturedPixelBuffer.h"
+#include "platform/linux/frame/CapturedFrame.h"
 #include "platform/linux/frame/PixelRegion.h"
 
 namespace quorvin {
 
-// A picture in the form that video encoders take: a plane of lumas, then one of half the width and
+// A frame in the form that video encoders take: a plane of lumas, then one of half the width and
 // height in which the two chromas of each four pixels alternate. Colours are those of ITU-R BT.709
 // in eight bits of limited range. Chroma lies in the middle of its four pixels. Sides are even: a
-// picture of odd width or height has its last column or row twice. One thread at a time.
-class YuvPicture {
+// frame of odd width or height has its last column or row twice. One thread at a time.
+class YuvFrame {
  public:
-  // Of captured pictures of that size.
-  explicit YuvPicture(PixelSize captured);
+  // Of captured frames of that size.
+  explicit YuvFrame(PixelSize captured);
 
-  // The picture must have the size given at construction.
-  void convert(const CapturedPixelBuffer& picture);
+  // The frame must have the size given at construction.
+  void convert(const CapturedFrame& frame);
 
   [[nodiscard]] PixelSize size() const { return padded; }
   [[nodiscard]] const std::uint8_t* lumas() const { return bytes.data(); }

@@ -1,4 +1,4 @@
-#include "platform/linux/video/YuvPicture.h"
+#include "platform/linux/video/YuvFrame.h"
 
 #if defined(__x86_64__)
 #include <immintrin.h>
@@ -190,7 +190,7 @@ int evenOf(int px) {
 
 }  // namespace
 
-YuvPicture::YuvPicture(PixelSize captured)
+YuvFrame::YuvFrame(PixelSize captured)
     : captured(captured),
       padded{evenOf(captured.width), evenOf(captured.height)},
       // Rows begin where vector instructions like them to.
@@ -198,10 +198,10 @@ YuvPicture::YuvPicture(PixelSize captured)
       chromaOffset(stride * static_cast<std::size_t>(padded.height)),
       bytes(chromaOffset * 3 / 2) {}
 
-void YuvPicture::convert(const CapturedPixelBuffer& picture) {
+void YuvFrame::convert(const CapturedFrame& frame) {
   static const RowConverter convertRows = chooseConverter();
-  const auto rowOf = [&picture](std::size_t y) {
-    return reinterpret_cast<const std::uint32_t*>(picture.data() + y * picture.strideBytes());
+  const auto rowOf = [&frame](std::size_t y) {
+    return reinterpret_cast<const std::uint32_t*>(frame.data() + y * frame.strideBytes());
   };
   const auto height = static_cast<std::size_t>(captured.height);
   for (std::size_t y = 0; y < height; y += 2) {

@@ -10,12 +10,12 @@
 namespace quorvin {
 namespace {
 
-// How many pictures a test looks at.
+// How many frames a test looks at.
 constexpr int rounds = 300;
 
 struct Situation {
   std::vector<std::string> server;  // options of Xvfb
-  PixelSize picture;
+  PixelSize frame;
 };
 
 int randomBelow(std::mt19937& random, int limit) {
@@ -50,53 +50,53 @@ class Scribbler {
   std::thread thread;
 };
 
-class PictureRowsStressTest : public testing::TestWithParam<Situation> {
+class FrameRowsStressTest : public testing::TestWithParam<Situation> {
  protected:
-  PictureRowsStressTest() {
+  FrameRowsStressTest() {
     stand.painter.setCursor(16, 0xff00ff, 8);
     stand.start(settings);
   }
 
-  // Looks at many pictures, of which some are kept for a while so that surfaces take turns.
+  // Looks at many frames, of which some are kept for a while so that surfaces take turns.
   template <typename Change>
-  void lookAtPictures(const Change& change) {
+  void lookAtFrames(const Change& change) {
     std::mt19937 random(29);  // NOLINT: the same numbers in every run
-    std::deque<PictureCopy> earlier;
-    std::deque<std::shared_ptr<CapturedPixelBuffer>> kept;
+    std::deque<FrameCopy> earlier;
+    std::deque<std::shared_ptr<CapturedFrame>> kept;
     for (int round = 0; round < rounds; ++round) {
       change(random);
-      auto picture = stand.nextPicture();
-      ASSERT_TRUE(picture);
-      const PictureCopy copy(*picture);
-      for (const PictureCopy& old : earlier) {
+      auto frame = stand.nextFrame();
+      ASSERT_TRUE(frame);
+      const FrameCopy copy(*frame);
+      for (const FrameCopy& old : earlier) {
         ASSERT_TRUE(agreeWhereUnchanged(old, copy)) << "in round " << round;
       }
       earlier.push_back(copy);
       if (earlier.size() > 3) earlier.pop_front();
-      if (randomBelow(random, 2) == 0) kept.push_back(std::move(picture));
+      if (randomBelow(random, 2) == 0) kept.push_back(std::move(frame));
       while (kept.size() > 2 || (!kept.empty() && randomBelow(random, 3) == 0)) kept.pop_front();
     }
   }
 
-  // Compares the last picture with one that another session makes from nothing.
+  // Compares the last frame with one that another session makes from nothing.
   void expectNothingStale() {
     stand.painter.fill({0, 0, 1, 1}, 0xffffff);
-    auto last = stand.nextPicture();
+    auto last = stand.nextFrame();
     ASSERT_TRUE(last);
     // So many steps ask for the pointer at least twice, and with the answer comes the news of all
     // that has changed before.
-    while (auto newer = stand.pictureWithin(25)) last = std::move(newer);
-    const PictureCopy copy(*last);
+    while (auto newer = stand.frameWithin(25)) last = std::move(newer);
+    const FrameCopy copy(*last);
     last.reset();
     stand.start(settings);
-    const auto fresh = stand.nextPicture();
+    const auto fresh = stand.nextFrame();
     ASSERT_TRUE(fresh);
-    EXPECT_TRUE(lookTheSame(copy, PictureCopy(*fresh)));
+    EXPECT_TRUE(lookTheSame(copy, FrameCopy(*fresh)));
   }
 
   static CaptureSettings settingsOfSituation() {
     auto wanted = SessionStand::usualSettings();
-    wanted.picture = GetParam().picture;
+    wanted.frameSize = GetParam().frame;
     wanted.showsCursor = true;
     return wanted;
   }
@@ -105,8 +105,8 @@ class PictureRowsStressTest : public testing::TestWithParam<Situation> {
   CaptureSettings settings = settingsOfSituation();
 };
 
-TEST_P(PictureRowsStressTest, RowsThatAreNotMarkedAreTheSame) {
-  lookAtPictures([this](std::mt19937& random) {
+TEST_P(FrameRowsStressTest, RowsThatAreNotMarkedAreTheSame) {
+  lookAtFrames([this](std::mt19937& random) {
     for (int i = randomBelow(random, 3); i >= 0; --i) scribble(stand.painter, random);
     if (randomBelow(random, 3) == 0) {
       stand.painter.movePointer(randomBelow(random, 320), randomBelow(random, 240));
@@ -115,15 +115,15 @@ TEST_P(PictureRowsStressTest, RowsThatAreNotMarkedAreTheSame) {
   expectNothingStale();
 }
 
-TEST_P(PictureRowsStressTest, ChangesAtAnyMomentAreMarked) {
+TEST_P(FrameRowsStressTest, ChangesAtAnyMomentAreMarked) {
   {
     const Scribbler scribbler(stand.server.display());
-    lookAtPictures([](std::mt19937& /*random*/) {});
+    lookAtFrames([](std::mt19937& /*random*/) {});
   }
   expectNothingStale();
 }
 
-INSTANTIATE_TEST_SUITE_P(Situations, PictureRowsStressTest,
+INSTANTIATE_TEST_SUITE_P(Situations, FrameRowsStressTest,
                          testing::Values(Situation{{}, {320, 240}}, Situation{{}, {240, 180}},
                                          Situation{{}, {107, 59}}, Situation{{}, {400, 260}},
                                          Situation{{"-extension", "MIT-SHM"}, {320, 240}},

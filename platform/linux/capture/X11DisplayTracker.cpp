@@ -1,4 +1,4 @@
-#include "platform/linux/capture/X11DisplayFollower.h"
+#include "platform/linux/capture/X11DisplayTracker.h"
 
 #include <algorithm>
 
@@ -15,8 +15,8 @@ Error displayGone() {
 
 }  // namespace
 
-X11DisplayFollower::X11DisplayFollower(X11Connection& connection, const X11Extensions& extensions,
-                                       DisplayID display)
+X11DisplayTracker::X11DisplayTracker(X11Connection& connection, const X11Extensions& extensions,
+                                     DisplayID display)
     : connection(connection),
       extensions(extensions),
       display(display),
@@ -26,7 +26,7 @@ X11DisplayFollower::X11DisplayFollower(X11Connection& connection, const X11Exten
   lastArea = *found;
 }
 
-bool X11DisplayFollower::update(CaptureTime now) {
+bool X11DisplayTracker::update(CaptureTime now) {
   if (!watch.takeChange() && now < deadline()) return false;
   const auto found = find();
   if (!found) {
@@ -41,11 +41,11 @@ bool X11DisplayFollower::update(CaptureTime now) {
   return differs;
 }
 
-CaptureTime X11DisplayFollower::deadline() const {
-  return missingSince ? *missingSince + patience : CaptureTime::max();
+CaptureTime X11DisplayTracker::deadline() const {
+  return missingSince ? *missingSince + timeout : CaptureTime::max();
 }
 
-std::optional<PixelRect> X11DisplayFollower::find() {
+std::optional<PixelRect> X11DisplayTracker::find() {
   const auto monitors = listMonitors(connection, extensions);
   const auto monitor = std::ranges::find(monitors, display, &X11Monitor::id);
   if (monitor == monitors.end()) return {};

@@ -11,17 +11,17 @@
 namespace quorvin {
 
 // Threads that share a piece of work with the one that has it to do. One thread at a time.
-class WorkerTeam {
+class ThreadPool {
  public:
   // So many threads beside the caller's, or as many as the system has to give.
-  explicit WorkerTeam(std::size_t helpers);
-  WorkerTeam(const WorkerTeam&) = delete;
-  WorkerTeam& operator=(const WorkerTeam&) = delete;
-  ~WorkerTeam();
+  explicit ThreadPool(std::size_t helpers);
+  ThreadPool(const ThreadPool&) = delete;
+  ThreadPool& operator=(const ThreadPool&) = delete;
+  ~ThreadPool();
 
   // Calls `work` once with each number below `count`, on whichever thread is free, and returns when
   // all calls have. `work` must not throw.
-  void run(std::size_t count, const std::function<void(std::size_t)>& work);
+  void parallelFor(std::size_t count, const std::function<void(std::size_t)>& work);
 
  private:
   void help();

@@ -19,19 +19,19 @@ CaptureSettings withCursor() {
 
 CaptureSettings ofSize(PixelSize size) {
   auto settings = SessionStand::usualSettings();
-  settings.picture = size;
+  settings.frameSize = size;
   return settings;
 }
 
 // The ways in which servers can tell of changes and hand over pixels.
-class PictureRowsTest : public testing::TestWithParam<std::vector<std::string>> {
+class FrameRowsTest : public testing::TestWithParam<std::vector<std::string>> {
  protected:
-  // The picture before anything changes.
-  std::shared_ptr<CapturedPixelBuffer> begin(
+  // The frame before anything changes.
+  std::shared_ptr<CapturedFrame> begin(
       const CaptureSettings& settings = SessionStand::usualSettings()) {
     stand.painter.fillAll(amber);
     stand.start(settings);
-    return stand.nextPicture();
+    return stand.nextFrame();
   }
   // Puts a cursor of 16 x 16 pixels there, with its hot spot in the middle.
   void placeCursor(int x, int y) {
@@ -42,141 +42,141 @@ class PictureRowsTest : public testing::TestWithParam<std::vector<std::string>> 
   SessionStand stand{GetParam()};
 };
 
-TEST_P(PictureRowsTest, AChangeMarksItsRowsAndNoOthers) {
+TEST_P(FrameRowsTest, AChangeMarksItsRowsAndNoOthers) {
   const auto before = begin();
   stand.painter.fill({100, 100, 7, 5}, blue);
-  const auto after = stand.nextPicture();
+  const auto after = stand.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{100, 105}}));
 }
 
-TEST_P(PictureRowsTest, WhatLiesBetweenTwoChangesIsNotMarked) {
+TEST_P(FrameRowsTest, WhatLiesBetweenTwoChangesIsNotMarked) {
   const auto before = begin();
   stand.painter.fill({10, 20, 2, 18}, blue);
   stand.painter.fill({10, 60, 2, 4}, blue);
   stand.painter.fill({300, 239, 5, 1}, blue);
-  const auto after = stand.nextPicture();
+  const auto after = stand.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{20, 38}, {60, 64}, {239, 240}}));
 }
 
-TEST_P(PictureRowsTest, APictureCanBeComparedWithAnyEarlierOne) {
+TEST_P(FrameRowsTest, AFrameCanBeComparedWithAnyEarlierOne) {
   const auto first = begin();
   stand.painter.fill({0, 10, 320, 2}, blue);
-  const auto second = stand.nextPicture();
+  const auto second = stand.nextFrame();
   stand.painter.fill({5, 50, 5, 3}, blue);
-  const auto third = stand.nextPicture();
+  const auto third = stand.nextFrame();
   ASSERT_TRUE(second && third);
   EXPECT_EQ(rowsChangedSince(*first, *third), (Rows{{10, 12}, {50, 53}}));
   EXPECT_EQ(rowsChangedSince(*second, *third), (Rows{{50, 53}}));
 }
 
-TEST_P(PictureRowsTest, AMoveOfThePointerMarksWhereItWasAndWhereItIs) {
+TEST_P(FrameRowsTest, AMoveOfThePointerMarksWhereItWasAndWhereItIs) {
   placeCursor(50, 50);
   const auto before = begin(withCursor());
   stand.painter.movePointer(200, 150);
-  const auto after = stand.nextPicture();
+  const auto after = stand.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{42, 58}, {142, 158}}));
 }
 
-TEST_P(PictureRowsTest, ANewLookOfThePointerMarksBoth) {
+TEST_P(FrameRowsTest, ANewLookOfThePointerMarksBoth) {
   placeCursor(50, 50);
   const auto before = begin(withCursor());
   stand.painter.setCursor(20, blue, 2);
-  const auto after = stand.nextPicture();
+  const auto after = stand.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{42, 68}}));
 }
 
-TEST_P(PictureRowsTest, APointerThatStaysMarksNothing) {
+TEST_P(FrameRowsTest, APointerThatStaysMarksNothing) {
   placeCursor(50, 50);
   auto before = begin(withCursor());
-  const RowHistory first = *before->rowHistory();
+  const DamageHistory first = *before->damageHistory();
   before.reset();  // so that its surface is drawn on again
   stand.painter.fill({200, 200, 4, 4}, blue);
-  const auto after = stand.nextPicture();
+  const auto after = stand.nextFrame();
   ASSERT_TRUE(after);
-  EXPECT_TRUE(after->rowHistory()->changedSince(first, {200, 204}));
-  EXPECT_FALSE(after->rowHistory()->changedSince(first, {0, 200}));
-  EXPECT_FALSE(after->rowHistory()->changedSince(first, {204, 240}));
+  EXPECT_TRUE(after->damageHistory()->changedSince(first, {200, 204}));
+  EXPECT_FALSE(after->damageHistory()->changedSince(first, {0, 200}));
+  EXPECT_FALSE(after->damageHistory()->changedSince(first, {204, 240}));
 }
 
-TEST_P(PictureRowsTest, ThePointerMarksItsRowsWhenItAppearsAndDisappears) {
+TEST_P(FrameRowsTest, ThePointerMarksItsRowsWhenItAppearsAndDisappears) {
   placeCursor(50, 235);
   const auto without = begin();
   stand.session->configure(withCursor());
-  const auto with = stand.nextPicture();
+  const auto with = stand.nextFrame();
   ASSERT_TRUE(with);
   EXPECT_EQ(rowsChangedSince(*without, *with), (Rows{{227, 240}}));
   stand.session->configure(SessionStand::usualSettings());
-  const auto withoutAgain = stand.nextPicture();
+  const auto withoutAgain = stand.nextFrame();
   ASSERT_TRUE(withoutAgain);
   EXPECT_EQ(rowsChangedSince(*with, *withoutAgain), (Rows{{227, 240}}));
 }
 
-TEST_P(PictureRowsTest, AnotherRateChangesNoRow) {
+TEST_P(FrameRowsTest, AnotherRateChangesNoRow) {
   placeCursor(50, 50);
   const auto before = begin(withCursor());
   auto slower = withCursor();
   slower.frameInterval *= 2;
   slower.queueDepth = 5;
   stand.session->configure(slower);
-  const auto after = stand.nextPicture();
+  const auto after = stand.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), Rows{});
 }
 
-TEST_P(PictureRowsTest, AnotherSizeBeginsANewSeries) {
+TEST_P(FrameRowsTest, AnotherSizeBeginsANewSeries) {
   const auto before = begin();
   stand.session->configure(ofSize({160, 240}));
-  const auto narrow = stand.nextPicture();
+  const auto narrow = stand.nextFrame();
   ASSERT_TRUE(narrow);
   EXPECT_EQ(rowsChangedSince(*before, *narrow), (Rows{{0, 240}}));
   stand.session->configure(SessionStand::usualSettings());
-  const auto after = stand.nextPicture();
+  const auto after = stand.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{0, 240}}));
 }
 
-TEST_P(PictureRowsTest, ARepeatedPictureChangesNoRow) {
+TEST_P(FrameRowsTest, ARefreshedFrameChangesNoRow) {
   placeCursor(50, 50);
   const auto before = begin(withCursor());
-  before->askForRepeat({});
-  const auto after = stand.nextPicture();
+  before->requestRefresh({});
+  const auto after = stand.nextFrame();
   ASSERT_TRUE(after);
-  EXPECT_TRUE(after->isRepeat());
+  EXPECT_TRUE(after->isRefresh());
   EXPECT_EQ(rowsChangedSince(*before, *after), Rows{});
 }
 
-TEST_P(PictureRowsTest, AScaledChangeMarksTheRowsItReaches) {
+TEST_P(FrameRowsTest, AScaledChangeMarksTheRowsItReaches) {
   const auto before = begin(ofSize({240, 180}));
   stand.painter.fill({100, 100, 3, 4}, blue);
-  const auto after = stand.nextPicture();
+  const auto after = stand.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{74, 79}}));
 }
 
-TEST_P(PictureRowsTest, AHalvedChangeMarksNoMoreThanItsRows) {
+TEST_P(FrameRowsTest, AHalvedChangeMarksNoMoreThanItsRows) {
   const auto before = begin(ofSize({160, 120}));
   stand.painter.fill({100, 100, 3, 3}, blue);
-  const auto after = stand.nextPicture();
+  const auto after = stand.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{50, 52}}));
 }
 
 // Where the server tells of changes, it is known where in its rows one is.
-TEST(PictureTiles, AChangeMarksTheTilesItReaches) {
+TEST(FrameTiles, AChangeMarksTheTilesItReaches) {
   SessionStand stand;
   stand.painter.fillAll(amber);
   stand.start();
-  const auto before = stand.nextPicture();
+  const auto before = stand.nextFrame();
   stand.painter.fill({100, 100, 7, 5}, blue);
   stand.painter.fill({250, 200, 10, 5}, blue);
-  const auto after = stand.nextPicture();
+  const auto after = stand.nextFrame();
   ASSERT_TRUE(before && after);
-  const auto& history = *after->rowHistory();
-  const auto& earlier = *before->rowHistory();
+  const auto& history = *after->damageHistory();
+  const auto& earlier = *before->damageHistory();
   EXPECT_FALSE(history.changedSince(earlier, {100, 105}, {0, 96}));
   EXPECT_TRUE(history.changedSince(earlier, {100, 105}, {96, 112}));
   EXPECT_FALSE(history.changedSince(earlier, {100, 105}, {112, 320}));
@@ -186,18 +186,18 @@ TEST(PictureTiles, AChangeMarksTheTilesItReaches) {
   EXPECT_FALSE(history.changedSince(earlier, {200, 205}, {272, 320}));
 }
 
-TEST(PictureTiles, AMoveOfThePointerMarksTheTilesItLeavesAndReaches) {
+TEST(FrameTiles, AMoveOfThePointerMarksTheTilesItLeavesAndReaches) {
   SessionStand stand;
   stand.painter.fillAll(amber);
   stand.painter.setCursor(16, green, 8);
   stand.painter.movePointer(104, 50);
   stand.start(withCursor());
-  const auto before = stand.nextPicture();
+  const auto before = stand.nextFrame();
   stand.painter.movePointer(300, 50);
-  const auto after = stand.nextPicture();
+  const auto after = stand.nextFrame();
   ASSERT_TRUE(before && after);
-  const auto& history = *after->rowHistory();
-  const auto& earlier = *before->rowHistory();
+  const auto& history = *after->damageHistory();
+  const auto& earlier = *before->damageHistory();
   EXPECT_FALSE(history.changedSince(earlier, {42, 58}, {0, 96}));
   EXPECT_TRUE(history.changedSince(earlier, {42, 58}, {96, 112}));
   EXPECT_FALSE(history.changedSince(earlier, {42, 58}, {112, 288}));
@@ -205,59 +205,59 @@ TEST(PictureTiles, AMoveOfThePointerMarksTheTilesItLeavesAndReaches) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Servers, PictureRowsTest,
+    Servers, FrameRowsTest,
     testing::Values(std::vector<std::string>{}, std::vector<std::string>{"-extension", "MIT-SHM"},
                     std::vector<std::string>{"-extension", "DAMAGE"},
                     std::vector<std::string>{"-extension", "MIT-SHM", "-extension", "DAMAGE"}));
 
-TEST(PictureRows, AMovedDisplayBeginsANewSeries) {
+TEST(FrameRows, AMovedDisplayBeginsANewSeries) {
   SessionStand stand;
   stand.painter.fillAll(amber);
   stand.painter.defineMonitor("cinema", {0, 0, 100, 100});
   stand.start(ofSize({100, 100}));
-  const auto before = stand.nextPicture();
+  const auto before = stand.nextFrame();
   ASSERT_TRUE(before);
   stand.painter.deleteMonitor("cinema");
   stand.painter.defineMonitor("cinema", {10, 10, 100, 100});
-  const auto after = stand.nextPicture();
+  const auto after = stand.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{0, 100}}));
 }
 
-TEST(PictureRows, AChangeOnAPartOfTheScreenMarksItsPlaceOnThePicture) {
+TEST(FrameRows, AChangeOnAPartOfTheScreenMarksItsPlaceOnTheFrame) {
   SessionStand stand;
   stand.painter.fillAll(amber);
   stand.painter.defineMonitor("cinema", {50, 60, 100, 100});
   stand.start(ofSize({100, 100}));
-  const auto before = stand.nextPicture();
+  const auto before = stand.nextFrame();
   stand.painter.fill({0, 50, 320, 12}, blue);
-  const auto after = stand.nextPicture();
+  const auto after = stand.nextFrame();
   ASSERT_TRUE(before && after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{0, 2}}));
 }
 
-// What is fetched for a caret between two pictures that use the same surface.
+// What is fetched for a caret between two frames that use the same surface.
 std::uint64_t fetchedForACaret(const CaptureSettings& settings) {
   SessionStand stand;
   stand.painter.fillAll(amber);
   stand.painter.movePointer(200, 200);
   stand.start(settings);
-  if (!stand.nextPicture()) return 0;
+  if (!stand.nextFrame()) return 0;
   stand.counters->fetchedBytes = 0;
   stand.painter.fill({100, 100, 2, 18}, blue);
-  if (!stand.nextPicture()) return 0;
+  if (!stand.nextFrame()) return 0;
   return stand.counters->fetchedBytes;
 }
 
-TEST(PictureRows, OnlyTheCaretIsFetched) {
+TEST(FrameRows, OnlyTheCaretIsFetched) {
   EXPECT_EQ(fetchedForACaret(SessionStand::usualSettings()), 2U * 18 * bytesPerPixel);
 }
 
-TEST(PictureRows, OnlyTheCaretIsFetchedThoughThePointerIsDrawnAgain) {
+TEST(FrameRows, OnlyTheCaretIsFetchedThoughThePointerIsDrawnAgain) {
   EXPECT_EQ(fetchedForACaret(withCursor()), 2U * 18 * bytesPerPixel);
 }
 
-TEST(PictureRows, OnlyTheCaretIsFetchedForAScaledPicture) {
+TEST(FrameRows, OnlyTheCaretIsFetchedForAScaledFrame) {
   EXPECT_EQ(fetchedForACaret(ofSize({240, 180})), 2U * 18 * bytesPerPixel);
 }
 

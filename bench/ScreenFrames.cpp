@@ -1,4 +1,4 @@
-#include "bench/ScreenPictures.h"
+#include "bench/ScreenFrames.h"
 
 #include <algorithm>
 
@@ -18,16 +18,16 @@ std::int16_t place(int px) {
 
 }  // namespace
 
-ScreenPictures::ScreenPictures(const std::string& server, const PixelRect& area,
-                               const std::vector<std::vector<std::uint32_t>>& pictures)
+ScreenFrames::ScreenFrames(const std::string& server, const PixelRect& area,
+                           const std::vector<std::vector<std::uint32_t>>& frames)
     : connection(server), area(area), context(xcb_generate_id(connection.get())) {
   const std::uint32_t includeInferiors = XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS;
   xcb_create_gc(connection.get(), context, connection.root(), XCB_GC_SUBWINDOW_MODE,
                 &includeInferiors);
-  for (const auto& pixels : pictures) pixmaps.push_back(makePixmap(pixels));
+  for (const auto& pixels : frames) pixmaps.push_back(makePixmap(pixels));
 }
 
-void ScreenPictures::show(std::size_t index) {
+void ScreenFrames::show(std::size_t index) {
   shown = index;
   xcb_copy_area(connection.get(), pixmaps.at(index), connection.root(), context, 0, 0,
                 place(area.x), place(area.y), length(area.width), length(area.height));
@@ -35,7 +35,7 @@ void ScreenPictures::show(std::size_t index) {
       x11Reply(xcb_get_input_focus_reply, connection.get(), xcb_get_input_focus(connection.get()));
 }
 
-xcb_pixmap_t ScreenPictures::makePixmap(const std::vector<std::uint32_t>& pixels) {
+xcb_pixmap_t ScreenFrames::makePixmap(const std::vector<std::uint32_t>& pixels) {
   const xcb_pixmap_t pixmap = xcb_generate_id(connection.get());
   xcb_create_pixmap(connection.get(), depth, pixmap, connection.root(), length(area.width),
                     length(area.height));

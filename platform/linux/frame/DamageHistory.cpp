@@ -1,4 +1,4 @@
-#include "platform/linux/frame/RowHistory.h"
+#include "platform/linux/frame/DamageHistory.h"
 
 #include <algorithm>
 
@@ -16,32 +16,33 @@ bool isAnyAbove(std::uint64_t number, const std::vector<std::uint64_t>& numbers,
 
 // How many tiles reach over so many pixels.
 int tilesOver(int lengthPx) {
-  return (lengthPx + ChangeNumbers::tileSidePx - 1) / ChangeNumbers::tileSidePx;
+  return (lengthPx + LastDamage::tileSidePx - 1) / LastDamage::tileSidePx;
 }
 
 }  // namespace
 
-bool RowHistory::changedSince(const RowHistory& earlier, RowRange rows) const {
+bool DamageHistory::changedSince(const DamageHistory& earlier, RowRange rows) const {
   if (!canCompareWith(earlier)) return true;
   return isAnyAbove(earlier.number, changedBy.rows, static_cast<std::size_t>(rows.first),
                     static_cast<std::size_t>(rows.end));
 }
 
-bool RowHistory::changedSince(const RowHistory& earlier, RowRange rows, ColumnRange columns) const {
+bool DamageHistory::changedSince(const DamageHistory& earlier, RowRange rows,
+                                 ColumnRange columns) const {
   if (!changedSince(earlier, rows)) return false;
   return !canCompareWith(earlier) || tilesChangedSince(earlier, rows, columns);
 }
 
-bool RowHistory::canCompareWith(const RowHistory& earlier) const {
+bool DamageHistory::canCompareWith(const DamageHistory& earlier) const {
   return earlier.series == series && earlier.number <= number;
 }
 
-bool RowHistory::tilesChangedSince(const RowHistory& earlier, RowRange rows,
-                                   ColumnRange columns) const {
-  const int left = columns.first / ChangeNumbers::tileSidePx;
-  const int right = (columns.end - 1) / ChangeNumbers::tileSidePx;
-  const int top = rows.first / ChangeNumbers::tileSidePx;
-  const int bottom = (rows.end - 1) / ChangeNumbers::tileSidePx;
+bool DamageHistory::tilesChangedSince(const DamageHistory& earlier, RowRange rows,
+                                      ColumnRange columns) const {
+  const int left = columns.first / LastDamage::tileSidePx;
+  const int right = (columns.end - 1) / LastDamage::tileSidePx;
+  const int top = rows.first / LastDamage::tileSidePx;
+  const int bottom = (rows.end - 1) / LastDamage::tileSidePx;
   for (int row = top; row <= bottom; ++row) {
     const std::size_t start = static_cast<std::size_t>(row) * changedBy.tilesAcross;
     if (isAnyAbove(earlier.number, changedBy.tiles, start + static_cast<std::size_t>(left),
@@ -52,32 +53,32 @@ bool RowHistory::tilesChangedSince(const RowHistory& earlier, RowRange rows,
   return false;
 }
 
-void RowTracker::restart(PixelSize newPicture) {
-  picture = newPicture;
+void DamageTracker::restart(PixelSize newFrameSize) {
+  frameSize = newFrameSize;
   series = std::make_shared<char>();
   number = 0;
-  changedBy.rows.assign(static_cast<std::size_t>(picture.height), 1);
-  changedBy.tilesAcross = static_cast<std::size_t>(tilesOver(picture.width));
-  const int tilesDown = tilesOver(picture.height);
+  changedBy.rows.assign(static_cast<std::size_t>(frameSize.height), 1);
+  changedBy.tilesAcross = static_cast<std::size_t>(tilesOver(frameSize.width));
+  const int tilesDown = tilesOver(frameSize.height);
   changedBy.tiles.assign(changedBy.tilesAcross * static_cast<std::size_t>(tilesDown), 1);
 }
 
-void RowTracker::markChanged(const PixelRect& area) {
-  const PixelRect inside = intersectionOf(area, wholeOf(picture));
+void DamageTracker::markDamaged(const PixelRect& area) {
+  const PixelRect inside = intersectionOf(area, wholeOf(frameSize));
   if (inside.isEmpty()) return;
   std::fill(changedBy.rows.begin() + inside.y, changedBy.rows.begin() + inside.bottom(),
             number + 1);
-  const int left = inside.x / ChangeNumbers::tileSidePx;
+  const int left = inside.x / LastDamage::tileSidePx;
   const int end = tilesOver(inside.right());
-  for (int row = inside.y / ChangeNumbers::tileSidePx; row < tilesOver(inside.bottom()); ++row) {
+  for (int row = inside.y / LastDamage::tileSidePx; row < tilesOver(inside.bottom()); ++row) {
     const auto start =
         changedBy.tiles.begin() + static_cast<std::ptrdiff_t>(changedBy.tilesAcross) * row;
     std::fill(start + left, start + end, number + 1);
   }
 }
 
-std::shared_ptr<const RowHistory> RowTracker::nextPicture() {
-  return std::make_shared<const RowHistory>(series, ++number, changedBy);
+std::shared_ptr<const DamageHistory> DamageTracker::nextFrame() {
+  return std::make_shared<const DamageHistory>(series, ++number, changedBy);
 }
 
 }  // namespace quorvin

@@ -14,15 +14,15 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Does to the pictures of a stream what an encoder may: asks for each once more.
+// Does to the frames of a stream what an encoder may: asks for each once more.
 class AskingOutput final : public StreamOutput {
  public:
   explicit AskingOutput(std::chrono::nanoseconds after) : after(after) {}
 
   void streamDidOutputSample(const CaptureSample& sample, StreamOutputType type) override {
-    if (const auto picture = std::dynamic_pointer_cast<CapturedPixelBuffer>(sample.imageBuffer())) {
-      repeats.push_back(picture->isRepeat());
-      if (!picture->isRepeat()) picture->askForRepeat(after);
+    if (const auto frame = std::dynamic_pointer_cast<CapturedFrame>(sample.imageBuffer())) {
+      repeats.push_back(frame->isRefresh());
+      if (!frame->isRefresh()) frame->requestRefresh(after);
     }
     recorder.streamDidOutputSample(sample, type);
   }
@@ -35,9 +35,9 @@ class AskingOutput final : public StreamOutput {
 };
 
 // A running capture with that output.
-class RepeatStand {
+class RefreshStand {
  public:
-  explicit RepeatStand(std::chrono::nanoseconds after)
+  explicit RefreshStand(std::chrono::nanoseconds after)
       : output(std::make_shared<AskingOutput>(after)) {
     stand.painter.fillAll(0x336699);
     stand.stream =
@@ -50,41 +50,41 @@ class RepeatStand {
   std::shared_ptr<AskingOutput> output;
 };
 
-TEST(StreamRepeat, APictureThatIsAskedForComesOnceMoreAsACompleteSample) {
-  RepeatStand repeat(300ms);
-  auto& recorder = repeat.output->recorder;
-  ASSERT_TRUE(recorder.waitForPictures(2));
-  const auto fetched = repeat.stand.counters->fetchedBytes.load();
-  const auto pictures = recorder.pictures();
-  EXPECT_TRUE(pictures[1].isComplete());
-  EXPECT_GE(pictures[1].time - pictures[0].time, 300ms);
-  EXPECT_EQ(pictures[1].pixels, pictures[0].pixels);
+TEST(StreamRefresh, AFrameThatIsAskedForComesOnceMoreAsACompleteSample) {
+  RefreshStand refresh(300ms);
+  auto& recorder = refresh.output->recorder;
+  ASSERT_TRUE(recorder.waitForFrames(2));
+  const auto fetched = refresh.stand.counters->fetchedBytes.load();
+  const auto frames = recorder.frames();
+  EXPECT_TRUE(frames[1].isComplete());
+  EXPECT_GE(frames[1].time - frames[0].time, 300ms);
+  EXPECT_EQ(frames[1].pixels, frames[0].pixels);
   // Then come idle samples and nothing else.
   ASSERT_TRUE(recorder.waitForSamples(4));
-  EXPECT_EQ(recorder.pictures().size(), 2U);
-  EXPECT_EQ(repeat.stand.counters->fetchedBytes, fetched);
-  repeat.stand.drainQueue();
-  EXPECT_EQ(repeat.output->repeats, (std::vector{false, true}));
+  EXPECT_EQ(recorder.frames().size(), 2U);
+  EXPECT_EQ(refresh.stand.counters->fetchedBytes, fetched);
+  refresh.stand.drainQueue();
+  EXPECT_EQ(refresh.output->repeats, (std::vector{false, true}));
 }
 
-TEST(StreamRepeat, AChangeTakesThePlaceOfARepetition) {
-  RepeatStand repeat(1h);
-  auto& recorder = repeat.output->recorder;
-  ASSERT_TRUE(recorder.waitForPictures(1));
-  repeat.stand.painter.fill({0, 0, 10, 10}, 0xFFFFFF);
+TEST(StreamRefresh, AChangeTakesThePlaceOfARefresh) {
+  RefreshStand refresh(1h);
+  auto& recorder = refresh.output->recorder;
+  ASSERT_TRUE(recorder.waitForFrames(1));
+  refresh.stand.painter.fill({0, 0, 10, 10}, 0xFFFFFF);
   ASSERT_TRUE(recorder.waitForColour(5, 5, 0xFFFFFF));
-  // An idle sample comes a second after the last picture.
+  // An idle sample comes a second after the last frame.
   ASSERT_TRUE(recorder.waitForSamples(3));
-  EXPECT_EQ(recorder.pictures().size(), 2U);
+  EXPECT_EQ(recorder.frames().size(), 2U);
   EXPECT_EQ(recorder.samples().back().status, frameStatusIdle);
 }
 
-TEST(StreamRepeat, OnlyTheLastOfASequenceIsRepeated) {
-  RepeatStand repeat(600ms);
-  auto& recorder = repeat.output->recorder;
+TEST(StreamRefresh, OnlyTheLastOfASequenceIsRefreshed) {
+  RefreshStand refresh(600ms);
+  auto& recorder = refresh.output->recorder;
   for (std::size_t i = 0; i < 10; ++i) {
     const auto colour = static_cast<std::uint32_t>(0x101010 * (i + 1));
-    repeat.stand.painter.fillAll(colour);
+    refresh.stand.painter.fillAll(colour);
     ASSERT_TRUE(recorder.waitForColour(0, 0, colour));
   }
   // Whether the machine was quick enough for each to count as one of the sequence or not: never
@@ -92,25 +92,25 @@ TEST(StreamRepeat, OnlyTheLastOfASequenceIsRepeated) {
   ASSERT_TRUE(recorder.waitFor([](const std::vector<RecordedSample>& samples) {
     return !samples.empty() && samples.back().status == frameStatusIdle;
   }));
-  repeat.stand.drainQueue();
-  const auto& repeats = repeat.output->repeats;
+  refresh.stand.drainQueue();
+  const auto& repeats = refresh.output->repeats;
   EXPECT_TRUE(repeats.back());
   EXPECT_EQ(std::ranges::adjacent_find(repeats, [](bool a, bool b) { return a && b; }),
             repeats.end());
 }
 
-TEST(StreamRepeat, ARepetitionWaitsForASurfaceWithoutTurningInCircles) {
-  RepeatStand repeat(10ms);
-  repeat.output->recorder.holdPictures();
+TEST(StreamRefresh, ARepetitionWaitsForASurfaceWithoutTurningInCircles) {
+  RefreshStand refresh(10ms);
+  refresh.output->recorder.holdFrames();
   for (const std::uint32_t colour : {0x111111U, 0x222222U, 0x333333U}) {
-    repeat.stand.painter.fillAll(colour);
+    refresh.stand.painter.fillAll(colour);
   }
-  ASSERT_TRUE(repeat.output->recorder.waitFor([](const std::vector<RecordedSample>& samples) {
+  ASSERT_TRUE(refresh.output->recorder.waitFor([](const std::vector<RecordedSample>& samples) {
     return !samples.empty() && samples.back().status == frameStatusIdle;
   }));
-  EXPECT_LE(repeat.output->recorder.pictures().size(), 3U);
-  EXPECT_LE(repeat.stand.counters->looks, 20U);
-  repeat.output->recorder.letPicturesGo();
+  EXPECT_LE(refresh.output->recorder.frames().size(), 3U);
+  EXPECT_LE(refresh.stand.counters->polls, 20U);
+  refresh.output->recorder.letFramesGo();
 }
 
 }  // namespace

@@ -11,12 +11,12 @@ namespace quorvin {
 // Keeps track of where one display lies while modes, arrangements and cables change. A change of
 // mode takes a display away for a moment, so it counts as gone only when it stays away. Used by
 // the connection's thread; the connection must outlive it.
-class X11DisplayFollower {
+class X11DisplayTracker {
  public:
-  static constexpr std::chrono::nanoseconds patience = std::chrono::seconds(1);
+  static constexpr std::chrono::nanoseconds timeout = std::chrono::seconds(1);
 
   // Throws Error when there is no such display.
-  X11DisplayFollower(X11Connection& connection, const X11Extensions& extensions, DisplayID display);
+  X11DisplayTracker(X11Connection& connection, const X11Extensions& extensions, DisplayID display);
 
   void handle(const xcb_generic_event_t& event) { watch.handle(event); }
   // Takes notice of the changes so far; true when the area is another one. Throws Error once the

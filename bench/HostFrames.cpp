@@ -1,4 +1,4 @@
-#include "bench/HostPictures.h"
+#include "bench/HostFrames.h"
 
 #include <stdexcept>
 #include <variant>
@@ -20,7 +20,7 @@ Map settingsFor(const std::string& codec) {
 
 }  // namespace
 
-HostPictures::HostPictures(HostStand& stand, const std::string& codec)
+HostFrames::HostFrames(HostStand& stand, const std::string& codec)
     : isH264(codec == "h264"), host(stand) {
   host.client->listen();
   if (!host.startCapture() ||
@@ -29,7 +29,7 @@ HostPictures::HostPictures(HostStand& stand, const std::string& codec)
   }
 }
 
-std::optional<PictureSource::Bytes> HostPictures::next(Clock::time_point deadline) {
+std::optional<FrameSource::Bytes> HostFrames::next(Clock::time_point deadline) {
   while (true) {
     const auto left = std::chrono::ceil<LinkClient::Milliseconds>(deadline - Clock::now());
     const auto event = host.client->nextEvent(left);
@@ -38,7 +38,7 @@ std::optional<PictureSource::Bytes> HostPictures::next(Clock::time_point deadlin
     const auto* data = value == nullptr ? nullptr : value->as<Data>();
     if (data == nullptr) throw std::runtime_error("the host has stopped sharing");
     const auto bytes = data->bytes();
-    // A picture that was under way may still be of the codec before.
+    // A frame that was under way may still be of the codec before.
     if ((bytes[0] == 'Q') != isH264) continue;
     return Bytes(bytes.begin() + (isH264 ? headBytes : 0), bytes.end());
   }

@@ -32,16 +32,16 @@ Components componentsOf(std::uint32_t pixel) {
 
 // Compares a conversion with the formulas, each colour of four pixels being their mean.
 void expectConversion(PixelSize size, const PixelAt& pixelAt) {
-  const auto frame = perfectlyDecoded(*makePicture(size, pixelAt));
-  ASSERT_EQ(frame.size, (PixelSize{(size.width + 1) / 2 * 2, (size.height + 1) / 2 * 2}));
+  const auto decoded = perfectlyDecoded(*makeFrame(size, pixelAt));
+  ASSERT_EQ(decoded.size, (PixelSize{(size.width + 1) / 2 * 2, (size.height + 1) / 2 * 2}));
   const auto clampedAt = [&](int x, int y) {
     return pixelAt(std::min(x, size.width - 1), std::min(y, size.height - 1));
   };
   constexpr double rounding = 0.51;
-  for (int y = 0; y < frame.size.height; ++y) {
-    for (int x = 0; x < frame.size.width; ++x) {
-      const auto place = static_cast<std::size_t>(std::ptrdiff_t{y} * frame.size.width + x);
-      ASSERT_NEAR(frame.lumas.at(place), componentsOf(clampedAt(x, y)).luma, rounding)
+  for (int y = 0; y < decoded.size.height; ++y) {
+    for (int x = 0; x < decoded.size.width; ++x) {
+      const auto place = static_cast<std::size_t>(std::ptrdiff_t{y} * decoded.size.width + x);
+      ASSERT_NEAR(decoded.lumas.at(place), componentsOf(clampedAt(x, y)).luma, rounding)
           << x << ", " << y;
       if (x % 2 != 0 || y % 2 != 0) continue;
       Components mean;
@@ -51,9 +51,9 @@ void expectConversion(PixelSize size, const PixelAt& pixelAt) {
         mean.redChroma += one.redChroma / 4;
       }
       const auto half =
-          static_cast<std::size_t>(std::ptrdiff_t{y / 2} * (frame.size.width / 2) + x / 2);
-      ASSERT_NEAR(frame.blueChromas.at(half), mean.blueChroma, rounding) << x << ", " << y;
-      ASSERT_NEAR(frame.redChromas.at(half), mean.redChroma, rounding) << x << ", " << y;
+          static_cast<std::size_t>(std::ptrdiff_t{y / 2} * (decoded.size.width / 2) + x / 2);
+      ASSERT_NEAR(decoded.blueChromas.at(half), mean.blueChroma, rounding) << x << ", " << y;
+      ASSERT_NEAR(decoded.redChromas.at(half), mean.redChroma, rounding) << x << ", " << y;
     }
   }
 }
@@ -66,28 +66,28 @@ PixelAt noise(unsigned seed) {
   };
 }
 
-TEST(YuvPicture, FollowsTheFormulasForEveryKindOfColour) {
+TEST(YuvFrame, FollowsTheFormulasForEveryKindOfColour) {
   expectConversion({128, 64}, noise(1));
 }
 
-TEST(YuvPicture, FollowsTheFormulasAtTheCornersOfTheColourCube) {
+TEST(YuvFrame, FollowsTheFormulasAtTheCornersOfTheColourCube) {
   constexpr std::array<std::uint32_t, 8> corners{0x000000, 0x0000FF, 0x00FF00, 0x00FFFF,
                                                  0xFF0000, 0xFF00FF, 0xFFFF00, 0xFFFFFF};
   expectConversion({16, 4},
                    [&](int x, int /*y*/) { return corners.at(static_cast<std::size_t>(x / 2)); });
 }
 
-TEST(YuvPicture, GivesGreysNoChroma) {
-  const auto frame = perfectlyDecoded(*makePicture(
+TEST(YuvFrame, GivesGreysNoChroma) {
+  const auto decoded = perfectlyDecoded(*makeFrame(
       {512, 2}, [](int x, int /*y*/) { return static_cast<std::uint32_t>(x / 2) * 0x010101U; }));
-  for (const auto chroma : frame.blueChromas) EXPECT_EQ(chroma, 128);
-  for (const auto chroma : frame.redChromas) EXPECT_EQ(chroma, 128);
-  EXPECT_EQ(frame.lumas.front(), 16);
-  EXPECT_EQ(frame.lumas.back(), 235);
+  for (const auto chroma : decoded.blueChromas) EXPECT_EQ(chroma, 128);
+  for (const auto chroma : decoded.redChromas) EXPECT_EQ(chroma, 128);
+  EXPECT_EQ(decoded.lumas.front(), 16);
+  EXPECT_EQ(decoded.lumas.back(), 235);
 }
 
 // Widths around those of the vector units, each odd and even.
-TEST(YuvPicture, ConvertsEverySizeAndDoublesTheEdgesOfOddOnes) {
+TEST(YuvFrame, ConvertsEverySizeAndDoublesTheEdgesOfOddOnes) {
   for (int width = 1; width <= 70; ++width) expectConversion({width, 3}, noise(2));
   for (int height = 1; height <= 9; ++height) expectConversion({33, height}, noise(3));
 }

@@ -10,28 +10,28 @@ constexpr std::uint32_t green = 0x00ff00;
 constexpr std::uint32_t blue = 0x0000ff;
 constexpr std::uint32_t amber = 0xc08040;
 
-// The ways in which servers can differ; each must give the same pictures.
-class StreamPictureTest : public testing::TestWithParam<std::vector<std::string>> {
+// The ways in which servers can differ; each must give the same frames.
+class StreamFrameTest : public testing::TestWithParam<std::vector<std::string>> {
  protected:
   CaptureStand stand{GetParam()};
 };
 
-TEST_P(StreamPictureTest, ShowsTheScreenInItsColours) {
+TEST_P(StreamFrameTest, ShowsTheScreenInItsColours) {
   stand.painter.fillAll(amber);
   stand.painter.fill({10, 20, 30, 40}, red);
   stand.painter.fill({300, 200, 20, 40}, blue);
   ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
-  const auto picture = stand.recorder->pictures().front();
-  EXPECT_EQ(picture.size, (PixelSize{320, 240}));
-  EXPECT_EQ(picture.colourAt(9, 20), amber);
-  EXPECT_EQ(picture.colourAt(10, 20), red);
-  EXPECT_EQ(picture.colourAt(39, 59), red);
-  EXPECT_EQ(picture.colourAt(40, 59), amber);
-  EXPECT_EQ(picture.colourAt(319, 239), blue);
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
+  const auto frame = stand.recorder->frames().front();
+  EXPECT_EQ(frame.size, (PixelSize{320, 240}));
+  EXPECT_EQ(frame.colourAt(9, 20), amber);
+  EXPECT_EQ(frame.colourAt(10, 20), red);
+  EXPECT_EQ(frame.colourAt(39, 59), red);
+  EXPECT_EQ(frame.colourAt(40, 59), amber);
+  EXPECT_EQ(frame.colourAt(319, 239), blue);
 }
 
-TEST_P(StreamPictureTest, FollowsChangesOfAnySize) {
+TEST_P(StreamFrameTest, FollowsChangesOfAnySize) {
   stand.painter.fillAll(amber);
   ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
   ASSERT_TRUE(stand.recorder->waitForColour(0, 0, amber));
@@ -41,51 +41,51 @@ TEST_P(StreamPictureTest, FollowsChangesOfAnySize) {
   ASSERT_TRUE(stand.recorder->waitForColour(319, 52, green));
   stand.painter.fill({200, 0, 120, 240}, blue);
   ASSERT_TRUE(stand.recorder->waitForColour(250, 51, blue));
-  const auto picture = stand.recorder->pictures().back();
-  EXPECT_EQ(picture.colourAt(106, 104), red);
-  EXPECT_EQ(picture.colourAt(107, 104), amber);
-  EXPECT_EQ(picture.colourAt(106, 105), amber);
-  EXPECT_EQ(picture.colourAt(199, 52), green);
-  EXPECT_EQ(picture.colourAt(199, 53), amber);
+  const auto frame = stand.recorder->frames().back();
+  EXPECT_EQ(frame.colourAt(106, 104), red);
+  EXPECT_EQ(frame.colourAt(107, 104), amber);
+  EXPECT_EQ(frame.colourAt(106, 105), amber);
+  EXPECT_EQ(frame.colourAt(199, 52), green);
+  EXPECT_EQ(frame.colourAt(199, 53), amber);
 }
 
-TEST_P(StreamPictureTest, EveryPictureIsTheWholeScreenWhateverSurfaceItUses) {
+TEST_P(StreamFrameTest, EveryFrameIsTheWholeScreenWhateverSurfaceItUses) {
   stand.painter.fillAll(amber);
   auto configuration = CaptureStand::usualConfiguration();
   configuration.minimumFrameInterval = {1, 200};
   ASSERT_TRUE(stand.start(configuration));
-  stand.recorder->holdPictures();
+  stand.recorder->holdFrames();
   for (int i = 0; i < 12; ++i) {
     stand.painter.fill({i * 20, 60, 10, 10}, red);
     ASSERT_TRUE(stand.recorder->waitForColour(i * 20, 60, red));
     // Now and then all surfaces come back, so that old ones are used again.
     if (i % 2 == 1) {
-      stand.recorder->letPicturesGo();
-      stand.recorder->holdPictures();
+      stand.recorder->letFramesGo();
+      stand.recorder->holdFrames();
     }
-    const auto picture = stand.recorder->pictures().back();
-    for (int j = 0; j < 12; ++j) EXPECT_EQ(picture.colourAt(j * 20, 60), j <= i ? red : amber);
+    const auto frame = stand.recorder->frames().back();
+    for (int j = 0; j < 12; ++j) EXPECT_EQ(frame.colourAt(j * 20, 60), j <= i ? red : amber);
   }
 }
 
-TEST_P(StreamPictureTest, ScalesTheScreenToTheConfiguredSize) {
+TEST_P(StreamFrameTest, ScalesTheScreenToTheConfiguredSize) {
   stand.painter.fillAll(amber);
   stand.painter.fill({160, 120, 160, 120}, green);
   auto configuration = CaptureStand::usualConfiguration();
   configuration.width = 200;
   configuration.height = 150;
   ASSERT_TRUE(stand.start(configuration));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
-  const auto picture = stand.recorder->pictures().front();
-  EXPECT_EQ(picture.size, (PixelSize{200, 150}));
-  EXPECT_TRUE(picture.isAbout(10, 10, amber));
-  EXPECT_TRUE(picture.isAbout(190, 140, green));
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
+  const auto frame = stand.recorder->frames().front();
+  EXPECT_EQ(frame.size, (PixelSize{200, 150}));
+  EXPECT_TRUE(frame.isAbout(10, 10, amber));
+  EXPECT_TRUE(frame.isAbout(190, 140, green));
   stand.painter.fill({0, 0, 32, 32}, red);
   ASSERT_TRUE(stand.recorder->waitForColour(10, 10, red));
-  EXPECT_TRUE(stand.recorder->pictures().back().isAbout(190, 140, green));
+  EXPECT_TRUE(stand.recorder->frames().back().isAbout(190, 140, green));
 }
 
-TEST_P(StreamPictureTest, ShowsThePartOfTheScreenThatTheMonitorCovers) {
+TEST_P(StreamFrameTest, ShowsThePartOfTheScreenThatTheMonitorCovers) {
   if (stand.displays().size() != 1) FAIL() << "a plain server has one display";
   stand.painter.defineMonitor("right", {160, 40, 160, 200});
   if (stand.displays().size() == 1) return;  // a server without monitors has no parts
@@ -98,30 +98,30 @@ TEST_P(StreamPictureTest, ShowsThePartOfTheScreenThatTheMonitorCovers) {
   ASSERT_TRUE(stand.recorder->waitForColour(0, 0, red));
   stand.painter.fill({318, 238, 2, 2}, green);
   ASSERT_TRUE(stand.recorder->waitForColour(159, 199, green));
-  EXPECT_EQ(stand.recorder->pictures().back().colourAt(157, 199), amber);
+  EXPECT_EQ(stand.recorder->frames().back().colourAt(157, 199), amber);
 }
 
-TEST_P(StreamPictureTest, ShowsTheCursorOnlyIfAsked) {
+TEST_P(StreamFrameTest, ShowsTheCursorOnlyIfAsked) {
   stand.painter.fillAll(amber);
   stand.painter.setCursor(16, green, 8);
   stand.painter.movePointer(100, 100);
   ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
-  EXPECT_EQ(stand.recorder->pictures().front().colourAt(100, 100), amber);
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
+  EXPECT_EQ(stand.recorder->frames().front().colourAt(100, 100), amber);
 
   auto configuration = CaptureStand::usualConfiguration();
   configuration.showsCursor = true;
   Answer updated;
   stand.stream->updateConfiguration(configuration, updated.completion());
   ASSERT_TRUE(stand.recorder->waitForColour(100, 100, green));
-  const auto picture = stand.recorder->pictures().back();
-  EXPECT_EQ(picture.colourAt(92, 92), green);
-  EXPECT_EQ(picture.colourAt(107, 107), green);
-  EXPECT_EQ(picture.colourAt(91, 100), amber);
-  EXPECT_EQ(picture.colourAt(108, 100), amber);
+  const auto frame = stand.recorder->frames().back();
+  EXPECT_EQ(frame.colourAt(92, 92), green);
+  EXPECT_EQ(frame.colourAt(107, 107), green);
+  EXPECT_EQ(frame.colourAt(91, 100), amber);
+  EXPECT_EQ(frame.colourAt(108, 100), amber);
 }
 
-TEST_P(StreamPictureTest, TheCursorLeavesNoTrail) {
+TEST_P(StreamFrameTest, TheCursorLeavesNoTrail) {
   stand.painter.fillAll(amber);
   stand.painter.setCursor(16, green, 8);
   stand.painter.movePointer(50, 50);
@@ -132,13 +132,13 @@ TEST_P(StreamPictureTest, TheCursorLeavesNoTrail) {
   for (int x = 60; x <= 260; x += 40) {
     stand.painter.movePointer(x, 100);
     ASSERT_TRUE(stand.recorder->waitForColour(x, 100, green));
-    const auto picture = stand.recorder->pictures().back();
-    EXPECT_EQ(picture.colourAt(50, 50), amber);
-    EXPECT_EQ(picture.colourAt(x - 20, 100), amber);
+    const auto frame = stand.recorder->frames().back();
+    EXPECT_EQ(frame.colourAt(50, 50), amber);
+    EXPECT_EQ(frame.colourAt(x - 20, 100), amber);
   }
 }
 
-TEST_P(StreamPictureTest, NoticesThatThePointerWasPutElsewhere) {
+TEST_P(StreamFrameTest, NoticesThatThePointerWasPutElsewhere) {
   stand.painter.fillAll(amber);
   stand.painter.setCursor(16, green, 8);
   stand.painter.movePointer(50, 50);
@@ -148,10 +148,10 @@ TEST_P(StreamPictureTest, NoticesThatThePointerWasPutElsewhere) {
   ASSERT_TRUE(stand.recorder->waitForColour(50, 50, green));
   stand.painter.warpPointer(200, 150);
   ASSERT_TRUE(stand.recorder->waitForColour(200, 150, green));
-  EXPECT_EQ(stand.recorder->pictures().back().colourAt(50, 50), amber);
+  EXPECT_EQ(stand.recorder->frames().back().colourAt(50, 50), amber);
 }
 
-TEST_P(StreamPictureTest, NoticesThatTheCursorChangedItsLook) {
+TEST_P(StreamFrameTest, NoticesThatTheCursorChangedItsLook) {
   stand.painter.fillAll(amber);
   stand.painter.setCursor(16, green, 8);
   stand.painter.movePointer(50, 50);
@@ -161,10 +161,10 @@ TEST_P(StreamPictureTest, NoticesThatTheCursorChangedItsLook) {
   ASSERT_TRUE(stand.recorder->waitForColour(50, 50, green));
   stand.painter.setCursor(8, blue, 4);
   ASSERT_TRUE(stand.recorder->waitForColour(50, 50, blue));
-  EXPECT_EQ(stand.recorder->pictures().back().colourAt(43, 43), amber);
+  EXPECT_EQ(stand.recorder->frames().back().colourAt(43, 43), amber);
 }
 
-TEST_P(StreamPictureTest, ClipsTheCursorAtTheEdge) {
+TEST_P(StreamFrameTest, ClipsTheCursorAtTheEdge) {
   stand.painter.fillAll(amber);
   stand.painter.setCursor(16, green, 8);
   stand.painter.movePointer(319, 239);
@@ -174,10 +174,10 @@ TEST_P(StreamPictureTest, ClipsTheCursorAtTheEdge) {
   ASSERT_TRUE(stand.recorder->waitForColour(319, 239, green));
   stand.painter.movePointer(0, 0);
   ASSERT_TRUE(stand.recorder->waitForColour(0, 0, green));
-  EXPECT_EQ(stand.recorder->pictures().back().colourAt(319, 239), amber);
+  EXPECT_EQ(stand.recorder->frames().back().colourAt(319, 239), amber);
 }
 
-TEST_P(StreamPictureTest, ScalesTheCursorWithTheScreen) {
+TEST_P(StreamFrameTest, ScalesTheCursorWithTheScreen) {
   stand.painter.fillAll(amber);
   stand.painter.setCursor(32, green, 16);
   stand.painter.movePointer(100, 100);
@@ -187,36 +187,36 @@ TEST_P(StreamPictureTest, ScalesTheCursorWithTheScreen) {
   configuration.showsCursor = true;
   ASSERT_TRUE(stand.start(configuration));
   ASSERT_TRUE(stand.recorder->waitForColour(50, 50, green));
-  const auto picture = stand.recorder->pictures().back();
-  EXPECT_TRUE(picture.isAbout(43, 50, green));
-  EXPECT_TRUE(picture.isAbout(41, 50, amber));
-  EXPECT_TRUE(picture.isAbout(58, 50, amber));
+  const auto frame = stand.recorder->frames().back();
+  EXPECT_TRUE(frame.isAbout(43, 50, green));
+  EXPECT_TRUE(frame.isAbout(41, 50, amber));
+  EXPECT_TRUE(frame.isAbout(58, 50, amber));
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Servers, StreamPictureTest,
+    Servers, StreamFrameTest,
     testing::Values(std::vector<std::string>{}, std::vector<std::string>{"-extension", "MIT-SHM"},
                     std::vector<std::string>{"-extension", "DAMAGE"},
                     std::vector<std::string>{"-extension", "RANDR"},
                     std::vector<std::string>{"-extension", "MIT-SHM", "-extension", "DAMAGE"}));
 
-TEST(StreamPicture, ConvertsTenBitsAColourToEight) {
+TEST(StreamFrame, ConvertsTenBitsAColourToEight) {
   CaptureStand stand({"-screen", "0", "320x240x30"});
   const std::uint32_t ones = 0x3ff;
   stand.painter.fill({0, 0, 100, 240}, ones << 20);
   stand.painter.fill({100, 0, 100, 240}, ones << 10);
   stand.painter.fill({200, 0, 120, 240}, ones);
   ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
-  ASSERT_TRUE(stand.recorder->waitForPictures(1));
-  const auto picture = stand.recorder->pictures().front();
-  EXPECT_EQ(picture.colourAt(50, 100), red);
-  EXPECT_EQ(picture.colourAt(150, 100), green);
-  EXPECT_EQ(picture.colourAt(250, 100), blue);
+  ASSERT_TRUE(stand.recorder->waitForFrames(1));
+  const auto frame = stand.recorder->frames().front();
+  EXPECT_EQ(frame.colourAt(50, 100), red);
+  EXPECT_EQ(frame.colourAt(150, 100), green);
+  EXPECT_EQ(frame.colourAt(250, 100), blue);
   stand.painter.fill({0, 0, 320, 240}, ones << 10);
   EXPECT_TRUE(stand.recorder->waitForColour(250, 100, green));
 }
 
-TEST(StreamPicture, RefusesAScreenWithTooFewColours) {
+TEST(StreamFrame, RefusesAScreenWithTooFewColours) {
   CaptureStand stand({"-screen", "0", "320x240x16"});
   stand.makeStream(CaptureStand::usualConfiguration());
   Answer started;

@@ -1,4 +1,4 @@
-#include "platform/linux/jpeg/WorkerTeam.h"
+#include "platform/linux/jpeg/ThreadPool.h"
 
 #include <pthread.h>
 
@@ -6,7 +6,7 @@
 
 namespace quorvin {
 
-WorkerTeam::WorkerTeam(std::size_t helpers) {
+ThreadPool::ThreadPool(std::size_t helpers) {
   threads.reserve(helpers);
   try {
     for (std::size_t i = 0; i < helpers; ++i) threads.emplace_back([this] { help(); });
@@ -15,7 +15,7 @@ WorkerTeam::WorkerTeam(std::size_t helpers) {
   }
 }
 
-WorkerTeam::~WorkerTeam() {
+ThreadPool::~ThreadPool() {
   {
     const MutexLock lock(mutex);
     isEnding = true;
@@ -24,7 +24,7 @@ WorkerTeam::~WorkerTeam() {
   for (auto& thread : threads) thread.join();
 }
 
-void WorkerTeam::run(std::size_t count, const std::function<void(std::size_t)>& work) {
+void ThreadPool::parallelFor(std::size_t count, const std::function<void(std::size_t)>& work) {
   MutexLock lock(mutex);
   current = &work;
   next = 0;
@@ -38,7 +38,7 @@ void WorkerTeam::run(std::size_t count, const std::function<void(std::size_t)>& 
   done.wait(lock.forWaiting(), [this]() QUORVIN_REQUIRES(mutex) { return unfinished == 0; });
 }
 
-void WorkerTeam::help() {
+void ThreadPool::help() {
   pthread_setname_np(pthread_self(), "jpeg");
   MutexLock lock(mutex);
   while (!isEnding) {
@@ -48,7 +48,7 @@ void WorkerTeam::help() {
   }
 }
 
-void WorkerTeam::workOff() {
+void ThreadPool::workOff() {
   while (next < end) {
     const std::size_t number = next++;
     const auto& work = *current;

@@ -5,25 +5,25 @@
 #include <string>
 #include <vector>
 
-#include "bench/PictureSource.h"
+#include "bench/FrameSource.h"
 #include "platform/linux/frame/PixelRegion.h"
 #include "platform/unix/FileDescriptor.h"
 #include "tests/e2e/link/HostProcess.h"
 
 namespace quorvin {
 
-// `ffmpeg -f x11grab` at 30 pictures a second, read through a pipe.
-class FfmpegPictures final : public PictureSource {
+// `ffmpeg -f x11grab` at 30 frames a second, read through a pipe.
+class FfmpegFrames final : public FrameSource {
  public:
   struct Options {
     std::string server;
     PixelSize screen;
     std::vector<std::string> input;   // further options of what is grabbed
     std::vector<std::string> output;  // filters, the encoder and its settings
-    bool isH264 = false;              // else each picture is a JPEG file
+    bool isH264 = false;              // else each frame is a JPEG file
   };
 
-  explicit FfmpegPictures(const Options& options);
+  explicit FfmpegFrames(const Options& options);
 
   [[nodiscard]] std::optional<Bytes> next(Clock::time_point deadline) override;
   [[nodiscard]] pid_t processId() const override { return process->processId(); }
@@ -31,7 +31,7 @@ class FfmpegPictures final : public PictureSource {
  private:
   // False when nothing came in time.
   [[nodiscard]] bool receive(Clock::time_point deadline);
-  [[nodiscard]] std::optional<std::size_t> endOfPicture();
+  [[nodiscard]] std::optional<std::size_t> endOfFrame();
 
   bool isH264;
   FileDescriptor pipe;
@@ -40,7 +40,7 @@ class FfmpegPictures final : public PictureSource {
   std::size_t searched = 0;  // bytes of them in which no end has been found
 };
 
-// libx264 for latency, every picture by itself, at the bit rate of the host's default.
+// libx264 for latency, every frame by itself, at the bit rate of the host's default.
 [[nodiscard]] std::vector<std::string> intraOnlyX264();
 // JPEG files of this quality, from 2, the finest, to 31.
 [[nodiscard]] std::vector<std::string> motionJpeg(int quality);
