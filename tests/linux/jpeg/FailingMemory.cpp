@@ -35,12 +35,12 @@ bool recover() {
   return hasFailed;
 }
 
-// The linker lets everybody's calls of realloc go here (--wrap).
-extern "C" {
-void* __real_realloc(void* memory, std::size_t sizeBytes);   // NOLINT: the linker's name
-void* __wrap_realloc(void* memory, std::size_t sizeBytes) {  // NOLINT: likewise
-  return fails() ? nullptr : __real_realloc(memory, sizeBytes);
-}
+// The linker lets everybody's calls of realloc go to __wrap_realloc (--wrap).
+void* originalRealloc(void* memory, std::size_t sizeBytes) __asm__("__real_realloc");
+void* wrappedRealloc(void* memory, std::size_t sizeBytes) __asm__("__wrap_realloc");
+
+void* wrappedRealloc(void* memory, std::size_t sizeBytes) {
+  return fails() ? nullptr : originalRealloc(memory, sizeBytes);
 }
 
 }  // namespace quorvin::FailingMemory
