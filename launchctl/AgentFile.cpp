@@ -19,6 +19,7 @@
 #include "platform/unix/FileDescriptor.h"
 
 namespace quorvin::launchctl {
+
 namespace {
 
 constexpr std::string_view extension = ".plist";

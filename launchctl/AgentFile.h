@@ -3,10 +3,18 @@
 #include <filesystem>
 #include <optional>
 #include <string>
-
-#include "launchctl/Agent.h"
+#include <vector>
 
 namespace quorvin::launchctl {
+
+// A program that is to run while the user is logged in (launchd.plist(5)).
+struct Agent {
+  std::string label;
+  // The program's absolute path, and what it finds as its arguments after it. UTF-8.
+  std::vector<std::string> programArguments;
+  // Whether it is started again whenever it has ended.
+  bool keepAlive = false;
+};
 
 // Reads the property list (XML) that describes an agent. Throws a Failure that says what is wrong
 // with the file or with what it asks for. The rules about whose file it may be and who may write

@@ -3,9 +3,8 @@
 #include <system_error>
 
 #include "launchctl/AgentProcess.h"
-#include "launchctl/AutostartEntry.h"
 #include "launchctl/Failure.h"
-#include "launchctl/SystemdUnit.h"
+#include "launchctl/LoginFiles.h"
 
 namespace quorvin::launchctl {
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "launchctl/Agent.h"
+#include "launchctl/AgentFile.h"
 #include "launchctl/OwnFile.h"
 #include "launchctl/Surroundings.h"
 #include "launchctl/UserManager.h"

@@ -41,7 +41,7 @@ def main():
     with open(target, "w", encoding="utf-8") as file:
         file.write("// Made by tools/key_table.py.\n")
         file.write("#include <xkbcommon/xkbcommon-keysyms.h>\n\n")
-        file.write('#include "platform/linux/input/KeyTable.h"\n\n')
+        file.write('#include "platform/linux/input/KeyMeaning.h"\n\n')
         file.write("namespace quorvin {\n\n")
         file.write(f"const std::array<KeyRow, {len(entries)}> keyRows{{{{\n")
         file.writelines(row(entry) for entry in entries)

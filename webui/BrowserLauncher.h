@@ -15,7 +15,7 @@ class BrowserLauncher {
   // that is, but not the link. Without one, no browser is opened.
   explicit BrowserLauncher(const FileDescriptor& link);
 
-  // What openInBrowser takes.
+  // The file to open. What is opened can be read in a command line by every user of the machine.
   void setPage(const std::string& page);
   void open();
   void end() { orders.reset(); }

@@ -1,12 +1,19 @@
 #include "webui/Switchboard.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
 #include <variant>
 
 namespace quorvin::webui {
-
 namespace {
+
+bool presses(const Value& event) {
+  const auto* fields = event.as<Map>();
+  const auto* entry = fields != nullptr ? fields->find("action") : nullptr;
+  const auto* action = entry != nullptr ? entry->as<std::string>() : nullptr;
+  return action != nullptr && (*action == "mouseDown" || *action == "keyDown");
+}
 
 constexpr std::size_t pagesMax = 8;
 constexpr std::size_t unansweredCallsMax = 64;
@@ -17,6 +24,15 @@ std::int64_t ageMsOf(const Frame& frame) {
 }
 
 }  // namespace
+
+void InputHold::sent(const FlutterMethodCall& call) {
+  if (call.method == "injectInput" && presses(call.arguments)) something = true;
+  if (call.method == "releaseInput") something = false;
+}
+
+bool InputHold::take() {
+  return std::exchange(something, false);
+}
 
 Switchboard::Switchboard(FileDescriptor linkSocket, LinkClient::CloseHandler onLinkClosed,
                          std::chrono::milliseconds absenceMax,

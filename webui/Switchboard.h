@@ -16,12 +16,24 @@
 #include "platform/unix/MainLoopSource.h"
 #include "webui/FrameGate.h"
 #include "webui/HostClient.h"
-#include "webui/InputHold.h"
 #include "webui/PageConnection.h"
 #include "webui/PageMessage.h"
 #include "webui/SessionTracker.h"
 
 namespace quorvin::webui {
+
+// Whether keys or buttons may be down on the host because of what one page has sent.
+class InputHold {
+ public:
+  // A call that goes to the host.
+  void sent(const FlutterMethodCall& call);
+
+  // Whether something may be down, which is then the caller's to lift.
+  [[nodiscard]] bool take();
+
+ private:
+  bool something = false;
+};
 
 // Connects the pages with the host: passes calls and answers on, shares pictures and the state of
 // the session out to every page, lifts what a page that goes away has left pressed, and ends a

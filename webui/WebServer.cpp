@@ -2,16 +2,48 @@
 
 #include <array>
 #include <sstream>
+#include <string>
 #include <string_view>
 #include <utility>
 
+#include "webui/Glib.h"
 #include "webui/MessageBounds.h"
-#include "webui/PageAssets.h"
 #include "webui/PageMessage.h"
 
-namespace quorvin::webui {
+extern "C" {
+#include "webui/PageResources.h"
+}
 
+namespace quorvin::webui {
 namespace {
+
+const char* typeOf(std::string_view name) {
+  if (name.ends_with(".html")) return "text/html; charset=utf-8";
+  if (name.ends_with(".css")) return "text/css; charset=utf-8";
+  if (name.ends_with(".js")) return "text/javascript; charset=utf-8";
+  if (name.ends_with(".svg")) return "image/svg+xml";
+  return "application/octet-stream";
+}
+
+struct PageAsset {
+  const char* type;          // the value of the Content-Type header
+  std::string_view content;  // lives as long as the program
+};
+
+// The file of the page with this name ("" is the page itself), as built into the program.
+std::optional<PageAsset> findPageAsset(std::string_view name) {
+  if (name.empty()) name = "index.html";
+  // A slash at the end would be overlooked.
+  if (name.find('/') != std::string_view::npos) return std::nullopt;
+  const auto path = "/com/quorvin/webui/" + std::string(name);
+  const BytesPointer bytes(g_resource_lookup_data(quorvin_page_get_resource(), path.c_str(),
+                                                  G_RESOURCE_LOOKUP_FLAGS_NONE, nullptr));
+  if (!bytes) return std::nullopt;
+  // Uncompressed resources are the program's own read-only data, which outlives `bytes`.
+  gsize size = 0;
+  const auto* content = static_cast<const char*>(g_bytes_get_data(bytes.get(), &size));
+  return PageAsset{typeOf(name), {content, size}};
+}
 
 constexpr std::string_view webSocketResource = "ws";
 constexpr const char* everyPath = "/";

@@ -23,7 +23,7 @@
 #include "platform/linux/ui/Application.h"
 #include "platform/linux/ui/NotificationCenter.h"
 #include "platform/linux/video/VideoEncoder.h"
-#include "platform/linux/x11/DisplayAuthority.h"
+#include "platform/linux/x11/X11Connection.h"
 #include "platform/unix/MainContext.h"
 #include "platform/unix/ProgramStart.h"
 

@@ -6,10 +6,7 @@
 
 #include "platform/Fatal.h"
 #include "platform/linux/dispatch/DispatchBacklog.h"
-#include "platform/linux/dispatch/DispatchBacklogQueue.h"
-#include "platform/linux/dispatch/DispatchMainSource.h"
-#include "platform/linux/dispatch/DispatchPool.h"
-#include "platform/linux/dispatch/SerialQueue.h"
+#include "platform/linux/dispatch/DispatchQueues.h"
 #include "platform/linux/system/PosixError.h"
 
 namespace quorvin {

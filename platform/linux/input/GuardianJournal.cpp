@@ -1,8 +1,117 @@
 #include "platform/linux/input/GuardianJournal.h"
 
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <utility>
 
 namespace quorvin {
+
+namespace {
+
+// Each message is kept whole, and a write to a reader who is gone is an error, not a signal.
+struct SocketPair {
+  FileDescriptor own;
+  FileDescriptor guardians;
+};
+
+SocketPair makeSocketPair() {
+  std::array<int, 2> ends{-1, -1};
+  ::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data());
+  return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+}
+
+bool sendWhole(int socket, std::span<const std::uint8_t> message) {
+  return ::send(socket, message.data(), message.size(), MSG_DONTWAIT | MSG_NOSIGNAL) ==
+         static_cast<ssize_t>(message.size());
+}
+
+// The socket as standard input, standard error as it is, and nothing else that is open here: what a
+// child keeps open never ends for those on the other side.
+class GuardiansHandles {
+ public:
+  explicit GuardiansHandles(int socket) {
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, socket, STDIN_FILENO);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
+  }
+  GuardiansHandles(const GuardiansHandles&) = delete;
+  GuardiansHandles& operator=(const GuardiansHandles&) = delete;
+  ~GuardiansHandles() { posix_spawn_file_actions_destroy(&actions); }
+
+  [[nodiscard]] const posix_spawn_file_actions_t* get() const { return &actions; }
+
+ private:
+  posix_spawn_file_actions_t actions{};
+};
+
+class OwnSession {
+ public:
+  OwnSession() {
+    posix_spawnattr_init(&attributes);
+    sigset_t none;
+    sigemptyset(&none);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK);
+  }
+  OwnSession(const OwnSession&) = delete;
+  OwnSession& operator=(const OwnSession&) = delete;
+  ~OwnSession() { posix_spawnattr_destroy(&attributes); }
+
+  [[nodiscard]] const posix_spawnattr_t* get() const { return &attributes; }
+
+ private:
+  posix_spawnattr_t attributes{};
+};
+
+}  // namespace
+
+std::unique_ptr<GuardianProcess> GuardianProcess::start(const std::string& program,
+                                                        std::span<const std::uint8_t> message) {
+  auto sockets = makeSocketPair();
+  if (!sockets.own.isOpen()) return nullptr;
+  if (!message.empty() && !sendWhole(sockets.own.get(), message)) return nullptr;
+  std::string name = program;
+  const std::array<char*, 2> arguments{name.data(), nullptr};
+  pid_t process = 0;
+  const int error =
+      posix_spawn(&process, program.c_str(), GuardiansHandles(sockets.guardians.get()).get(),
+                  OwnSession().get(), arguments.data(), environ);
+  if (error != 0) return nullptr;
+  return std::unique_ptr<GuardianProcess>(
+      new GuardianProcess(process, std::move(sockets.own)));  // NOLINT: the constructor is private
+}
+
+bool GuardianProcess::isReadyWithin(std::chrono::milliseconds limit) {
+  if (isReady) return true;
+  pollfd source{.fd = socket.get(), .events = POLLIN, .revents = 0};
+  while (::poll(&source, 1, static_cast<int>(limit.count())) < 0 && errno == EINTR) {
+  }
+  std::uint8_t said = 0;
+  isReady = ::recv(socket.get(), &said, sizeof said, MSG_DONTWAIT) == sizeof said;
+  return isReady;
+}
+
+bool GuardianProcess::send(std::span<const std::uint8_t> message) {
+  return sendWhole(socket.get(), message);
+}
+
+void GuardianProcess::kill() {
+  // The socket stays open until then.
+  ::kill(process, SIGKILL);
+  while (::waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
+  }
+  socket.reset();
+}
 
 void GuardianJournal::prepare() {
   if (guardian == nullptr) start();

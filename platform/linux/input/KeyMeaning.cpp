@@ -4,8 +4,6 @@
 
 #include <algorithm>
 
-#include "platform/linux/input/KeyTable.h"
-
 namespace quorvin {
 
 namespace {

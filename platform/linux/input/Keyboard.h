@@ -1,14 +1,66 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <set>
 
-#include "platform/linux/input/KeyRepeat.h"
 #include "platform/linux/input/KeyboardMap.h"
-#include "platform/linux/input/KeyboardState.h"
 #include "platform/linux/x11/X11Connection.h"
 
 namespace quorvin {
+
+// The keyboards of the seat that matter, as XInput 2 and XKB number them.
+struct KeyboardDevices {
+  // Waits for the server. Empty when it does not tell.
+  [[nodiscard]] static std::optional<KeyboardDevices> find(X11Connection& connection);
+
+  // What XTEST presses keys of. It has a layout of its own, which is not always that of the others.
+  std::uint16_t injecting = 0;
+  // One that somebody may have before them; 0 when there is none.
+  std::uint16_t local = 0;
+  // That all of them together make up.
+  std::uint16_t core = 0;
+  // `core` has its layout and settings from the keyboard that was used last. True when that was
+  // `injecting`.
+  bool injectedLast = false;
+};
+
+// Keeps the X server from repeating keys that remote input holds. The supporter's own keyboard
+// repeats them already; and a key whose release is late, because a link hangs, must not go on
+// typing.
+//
+// Every keyboard has its own setting for it, and the one that is in force is that of the keyboard
+// that was used last, as it was when the server turned to it. So repeats are off for the keyboard
+// that XTEST presses keys of, but only while there are such keys, since nobody undoes it when this
+// process ends; and the one in front of the person at the machine goes on repeating.
+//
+// Used by the connection's thread; the connection must outlive it.
+class KeyRepeat {
+ public:
+  // Waits for the server.
+  KeyRepeat(X11Connection& connection, const KeyboardDevices& devices);
+
+  // Before keys are pressed.
+  void suppress();
+  // After the last of them was released.
+  void resume();
+  // At the end: everything as it was found.
+  void leave();
+  // There is something to leave as it was found.
+  [[nodiscard]] bool isUsed() const { return wasUsed; }
+  // Another connection did the first and has ended without the others.
+  void adopt();
+
+ private:
+  void set(bool repeats);
+  void handToLocalKeyboard();
+
+  X11Connection& connection;
+  KeyboardDevices devices;
+  bool isWanted = false;  // was on before
+  bool wasUsed = false;
+};
 
 // What the server says of the keyboard: its layout, kept up to date, and its state. Waits for the
 // server. Used by the connection's thread; the connection must outlive it.

@@ -8,10 +8,17 @@
 #include <set>
 #include <vector>
 
-#include "platform/linux/input/KeyboardState.h"
 #include "platform/linux/x11/X11Connection.h"
 
 namespace quorvin {
+
+// What XKB knows of a keyboard at one moment; modifiers are bit masks of its eight real ones.
+struct KeyboardState {
+  std::uint32_t heldModifiers = 0;
+  std::uint32_t latchedModifiers = 0;
+  std::uint32_t lockedModifiers = 0;
+  std::uint32_t group = 0;  // in force
+};
 
 using Keycode = std::uint8_t;
 

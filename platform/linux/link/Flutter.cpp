@@ -1,10 +1,138 @@
 #include "platform/linux/link/Flutter.h"
 
+#include <utility>
+#include <variant>
+
 #include "platform/Fatal.h"
-#include "platform/linux/link/Channels.h"
+#include "platform/flutter/StandardMethodCodec.h"
+#include "platform/flutter/Utf8.h"
 
 namespace quorvin {
 namespace {
+
+// A reply that the codec cannot say (text of the system's that is not UTF-8, say) becomes the null
+// reply: whoever asked must not wait for ever.
+std::optional<Bytes> encodeReply(const FlutterReply& reply) {
+  try {
+    if (const auto* value = std::get_if<Value>(&reply)) return encodeSuccessEnvelope(*value);
+    if (const auto* error = std::get_if<FlutterError>(&reply)) return encodeErrorEnvelope(*error);
+  } catch (const CodecError&) {
+    return std::nullopt;
+  }
+  return std::nullopt;
+}
+
+std::optional<FlutterMethodCall> decodeCall(std::span<const std::uint8_t> payload) {
+  try {
+    return decodeMethodCall(payload);
+  } catch (const CodecError&) {
+    return std::nullopt;
+  }
+}
+
+class MethodHandler final : public ChannelHandler {
+ public:
+  explicit MethodHandler(FlutterMethodCallHandler handler) : handler(std::move(handler)) {}
+
+  void onMessage(std::span<const std::uint8_t> payload, MessageAnswer answer) override {
+    const auto call = decodeCall(payload);
+    if (!call) return answer(std::nullopt);
+    handler(*call, [answer = std::move(answer)](const FlutterReply& reply) {
+      answer(encodeReply(reply));
+    });
+  }
+
+  void cancelListener() override {}
+
+ private:
+  FlutterMethodCallHandler handler;
+};
+
+// One listening of the user interface. Its sink holds it weakly: after a cancel, or once the
+// channel has another handler, what the host still sends goes nowhere.
+class EventStream {
+ public:
+  EventStream(std::weak_ptr<LinuxMessenger> messenger, std::string channel)
+      : messenger(std::move(messenger)), channel(std::move(channel)) {}
+  EventStream(const EventStream&) = delete;
+  EventStream& operator=(const EventStream&) = delete;
+  ~EventStream() {
+    if (const auto owner = messenger.lock()) owner->dropEvent(channel);
+  }
+
+  void send(FlutterEvent event) {
+    const auto owner = messenger.lock();
+    if (owner == nullptr) return;
+    if (const auto* error = std::get_if<FlutterError>(&event)) {
+      if (auto envelope = encodeReply(*error)) owner->sendMessage(channel, *std::move(envelope));
+    } else {
+      owner->sendEvent(channel, std::get<Value>(std::move(event)));
+    }
+  }
+
+ private:
+  std::weak_ptr<LinuxMessenger> messenger;
+  std::string channel;
+};
+
+class EventHandler final : public ChannelHandler {
+ public:
+  EventHandler(std::weak_ptr<LinuxMessenger> messenger, std::string channel,
+               std::shared_ptr<FlutterStreamHandler> handler)
+      : messenger(std::move(messenger)), channel(std::move(channel)), handler(std::move(handler)) {}
+
+  void onMessage(std::span<const std::uint8_t> payload, MessageAnswer answer) override {
+    const auto call = decodeCall(payload);
+    if (call && call->method == "listen") return answer(listen(call->arguments));
+    if (call && call->method == "cancel") return answer(cancel(call->arguments));
+    answer(std::nullopt);
+  }
+
+  void cancelListener() override {
+    if (stream == nullptr) return;
+    stream.reset();
+    handler->onCancel(Value());
+  }
+
+ private:
+  std::optional<Bytes> listen(const Value& arguments) {
+    cancelListener();
+    stream = std::make_shared<EventStream>(messenger, channel);
+    auto sink = [weak = std::weak_ptr(stream)](FlutterEvent event) {
+      if (const auto listened = weak.lock()) listened->send(std::move(event));
+    };
+    return encodeOutcome(handler->onListen(arguments, std::move(sink)));
+  }
+
+  std::optional<Bytes> cancel(const Value& arguments) {
+    if (stream == nullptr) {
+      return encodeReply(FlutterError{"error", "No active stream to cancel", {}});
+    }
+    stream.reset();
+    return encodeOutcome(handler->onCancel(arguments));
+  }
+
+  static std::optional<Bytes> encodeOutcome(const std::optional<FlutterError>& error) {
+    return error ? encodeReply(*error) : encodeReply(Value());
+  }
+
+  std::weak_ptr<LinuxMessenger> messenger;
+  std::string channel;
+  std::shared_ptr<FlutterStreamHandler> handler;
+  std::shared_ptr<EventStream> stream;  // present while the user interface listens
+};
+
+// Registers the handler, or removes what was registered when there is none.
+void replaceHandler(LinuxMessenger& messenger, const std::string& name,
+                    std::weak_ptr<ChannelHandler>& current,
+                    std::shared_ptr<ChannelHandler> handler) {
+  if (handler != nullptr) {
+    current = handler;
+    return messenger.setHandler(name, std::move(handler));
+  }
+  if (const auto former = current.lock()) messenger.removeHandler(name, former.get());
+  current.reset();
+}
 
 std::shared_ptr<LinuxMessenger> asLinuxMessenger(
     const std::shared_ptr<FlutterBinaryMessenger>& messenger) {
@@ -14,6 +142,34 @@ std::shared_ptr<LinuxMessenger> asLinuxMessenger(
 }
 
 }  // namespace
+
+LinuxMethodChannel::LinuxMethodChannel(std::string name, std::shared_ptr<LinuxMessenger> messenger)
+    : name(std::move(name)), messenger(std::move(messenger)) {}
+
+void LinuxMethodChannel::setMethodCallHandler(FlutterMethodCallHandler handler) {
+  std::shared_ptr<ChannelHandler> registered;
+  if (handler) registered = std::make_shared<MethodHandler>(std::move(handler));
+  replaceHandler(*messenger, name, current, std::move(registered));
+}
+
+LinuxEventChannel::LinuxEventChannel(std::string name, std::shared_ptr<LinuxMessenger> messenger)
+    : name(std::move(name)), messenger(std::move(messenger)) {}
+
+void LinuxEventChannel::setStreamHandler(std::shared_ptr<FlutterStreamHandler> handler) {
+  std::shared_ptr<ChannelHandler> registered;
+  if (handler != nullptr) {
+    registered = std::make_shared<EventHandler>(messenger, name, std::move(handler));
+  }
+  replaceHandler(*messenger, name, current, std::move(registered));
+}
+
+LinuxBasicMessageChannel::LinuxBasicMessageChannel(std::string name,
+                                                   std::shared_ptr<LinuxMessenger> messenger)
+    : name(std::move(name)), messenger(std::move(messenger)) {}
+
+void LinuxBasicMessageChannel::sendMessage(const std::string& message) {
+  if (isUtf8(message)) messenger->sendMessage(name, Bytes(message.begin(), message.end()));
+}
 
 std::shared_ptr<FlutterViewController> LinuxFlutter::makeViewController() {
   return std::make_shared<LinuxFlutterViewController>();

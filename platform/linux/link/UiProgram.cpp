@@ -10,10 +10,10 @@
 #include <cstring>
 #include <utility>
 
-#include "platform/linux/link/StartUpError.h"
 #include "platform/unix/MainLoopSource.h"
 
 namespace quorvin {
+
 namespace {
 
 constexpr int programsDescriptor = 3;

@@ -4,11 +4,18 @@
 
 #include <chrono>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
+
+// Why the application cannot start on this system; one line for whoever started it.
+class StartUpError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
 
 // The environment variable that names the descriptor of the UI link to the program that has
 // inherited it.

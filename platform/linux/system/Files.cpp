@@ -14,8 +14,8 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/linux/system/AtomicWrite.h"
 #include "platform/linux/system/PosixError.h"
+#include "platform/linux/system/WholeFile.h"
 #include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {

@@ -3,13 +3,20 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/Permissions.h"
 #include "platform/Process.h"
 
 namespace quorvin {
 
-class PermissionsDisplay;
+// PRETTY_HOSTNAME of a machine-info file
+// (https://www.freedesktop.org/software/systemd/man/latest/machine-info.html); nothing when it is
+// absent, empty, wrongly quoted or not UTF-8.
+[[nodiscard]] std::optional<std::string> prettyHostName(std::string_view machineInfo);
+
+// The pretty host name of that file, or else the system's host name, or nothing. Any thread.
+[[nodiscard]] std::optional<std::string> computerName(const std::string& machineInfoPath);
 
 struct PermissionsEnvironment {
   std::string display;  // an X display name, as in DISPLAY; empty for none
@@ -43,9 +50,11 @@ class LinuxPermissions final : public Permissions {
   [[nodiscard]] std::optional<std::string> copyComputerName() override;
 
  private:
+  class Display;
+
   Process& process;
   PermissionsEnvironment environment;
-  std::unique_ptr<PermissionsDisplay> display;
+  std::unique_ptr<Display> display;
 };
 
 }  // namespace quorvin

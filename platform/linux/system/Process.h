@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -9,6 +10,11 @@
 #include "platform/linux/system/AccountLock.h"
 
 namespace quorvin {
+
+// Runs a program by its path, with this process' environment and nowhere to write to, and waits for
+// its end. Returns its exit status, or the number of the signal that ended it. Throws an Error when
+// it cannot be started. Any thread.
+std::int32_t runProgram(const std::string& path, const std::vector<std::string>& arguments);
 
 // Where activities take effect. An empty text means that there is no such service.
 struct ActivityServices {

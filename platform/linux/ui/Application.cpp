@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "platform/linux/dispatch/Dispatch.h"
-#include "platform/linux/link/StartUpError.h"
+#include "platform/linux/link/UiProgram.h"
 #include "platform/linux/ui/NotificationCenter.h"
 
 namespace quorvin {

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "platform/Application.h"
-#include "platform/linux/link/StartUpError.h"
 #include "platform/linux/link/UiProgram.h"
 #include "platform/linux/ui/GtkThread.h"
 #include "platform/linux/ui/Window.h"

@@ -8,7 +8,6 @@
 #include "platform/Application.h"
 #include "platform/Dispatch.h"
 #include "platform/linux/link/Flutter.h"
-#include "platform/linux/ui/WindowState.h"
 #include "platform/linux/ui/WindowView.h"
 
 namespace quorvin {

@@ -4,11 +4,35 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "platform/Application.h"
-#include "platform/linux/ui/WindowState.h"
 
 namespace quorvin {
+
+// What the X server and the window manager have told of a window.
+struct WindowState {
+  bool isShown = false;      // neither withdrawn nor not shown yet
+  bool isIconified = false;  // minimised
+  bool hasFocus = false;     // gets what is typed
+  bool isUncovered = false;  // mapped, and some of it not covered by other windows
+
+  // Whether it is open on some desktop.
+  [[nodiscard]] bool isVisible() const { return isShown && !isIconified; }
+  // Whether any of it can be seen.
+  [[nodiscard]] bool isSeen() const { return isVisible() && isUncovered; }
+
+  friend bool operator==(const WindowState&, const WindowState&) = default;
+};
+
+// What a window has to tell of a change, in order.
+[[nodiscard]] std::vector<Notification> windowNotifications(const WindowState& former,
+                                                            const WindowState& now);
+
+// What an application has to tell whose only window has changed so: it is active while that has
+// the focus, and seen when that is.
+[[nodiscard]] std::vector<Notification> applicationNotifications(const WindowState& former,
+                                                                 const WindowState& now);
 
 // The GTK side of a window: a notice in place of the content, which lives in another program.
 // Everything here, callbacks included, runs on the GTK thread; only construction and destruction

@@ -2,10 +2,21 @@
 
 #include <sys/socket.h>
 
+#include <cstdlib>
+#include <string>
+
 #include "platform/Mutex.h"
 #include "platform/linux/x11/X11Error.h"
 
 namespace quorvin {
+
+void nameDisplayAuthority() {
+  // The same place where libXau looks.
+  constexpr int keepOther = 0;
+  const char* home = std::getenv("HOME");
+  if (home != nullptr)
+    setenv("XAUTHORITY", (std::string(home) + "/.Xauthority").c_str(), keepOther);
+}
 
 namespace {
 

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "tests/e2e/link/HostStand.h"
-#include "tests/e2e/link/OtherWindow.h"
 #include "tests/e2e/link/WindowProbe.h"
 
 namespace quorvin {

@@ -5,8 +5,8 @@
 
 #include "platform/linux/capture/ScreenCapture.h"
 #include "platform/linux/input/InputEvents.h"
-#include "platform/linux/input/KeyTable.h"
-#include "platform/linux/input/ScrollNotches.h"
+#include "platform/linux/input/KeyMeaning.h"
+#include "platform/linux/input/PointerInjector.h"
 #include "tests/contract/InputEventsContract.h"
 #include "tests/linux/capture/ScreenPainter.h"
 #include "tests/linux/input/InputWatcher.h"

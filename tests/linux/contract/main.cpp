@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/linux/x11/DisplayAuthority.h"
+#include "platform/linux/x11/X11Connection.h"
 #include "platform/unix/ProgramStart.h"
 
 int main(int argc, char** argv) {

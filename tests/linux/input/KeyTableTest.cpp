@@ -6,7 +6,6 @@
 #include <string>
 
 #include "platform/linux/input/KeyMeaning.h"
-#include "platform/linux/input/KeyTable.h"
 
 namespace quorvin {
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/input/KeyboardDevices.h"
+#include "platform/linux/input/Keyboard.h"
 #include "platform/linux/x11/X11Connection.h"
 
 namespace quorvin {

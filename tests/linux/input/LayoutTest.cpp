@@ -5,7 +5,6 @@
 #include <string>
 
 #include "platform/linux/input/KeyMeaning.h"
-#include "platform/linux/input/KeyTable.h"
 #include "tests/linux/input/InputStand.h"
 
 namespace quorvin {

@@ -14,8 +14,8 @@
 #include <optional>
 
 #include "launchctl/AgentProcess.h"
+#include "tests/linux/launchctl/LaunchctlStand.h"
 #include "tests/linux/launchctl/RecordingSystemctl.h"
-#include "tests/linux/launchctl/Waiting.h"
 
 namespace quorvin::launchctl {
 namespace {

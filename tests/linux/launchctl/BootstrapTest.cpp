@@ -7,7 +7,7 @@
 
 #include <fstream>
 
-#include "launchctl/SystemdUnit.h"
+#include "launchctl/LoginFiles.h"
 #include "tests/linux/launchctl/RecordingSystemctl.h"
 
 namespace quorvin::launchctl {

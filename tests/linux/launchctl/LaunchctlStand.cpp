@@ -7,6 +7,7 @@
 #include <iterator>
 
 namespace quorvin::launchctl {
+
 namespace {
 
 std::string inXml(const std::string& text) {

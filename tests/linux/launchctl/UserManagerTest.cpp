@@ -9,7 +9,6 @@
 #include <fstream>
 
 #include "tests/linux/launchctl/LaunchctlStand.h"
-#include "tests/linux/launchctl/Waiting.h"
 
 namespace quorvin::launchctl {
 namespace {

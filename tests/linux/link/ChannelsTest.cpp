@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "platform/flutter/StandardMethodCodec.h"
-#include "platform/linux/link/Channels.h"
 #include "platform/linux/link/Flutter.h"
 #include "tests/linux/link/LinkPeer.h"
 #include "tests/linux/link/TestLoop.h"

@@ -12,7 +12,6 @@
 #include <filesystem>
 #include <string>
 
-#include "platform/linux/link/StartUpError.h"
 #include "platform/linux/link/UiProgram.h"
 #include "tests/TemporaryFolder.h"
 

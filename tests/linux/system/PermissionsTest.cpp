@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "platform/linux/system/Permissions.h"
-#include "platform/linux/system/PermissionsComputerName.h"
 #include "tests/TemporaryFolder.h"
 #include "tests/fakes/FakeProcess.h"
 #include "tests/linux/system/MainLoop.h"

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/Error.h"
-#include "platform/linux/system/ProcessTask.h"
+#include "platform/linux/system/Process.h"
 #include "platform/linux/system/PropertyList.h"
 #include "tests/TemporaryFolder.h"
 

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/linux/x11/DisplayAuthority.h"
+#include "platform/linux/x11/X11Connection.h"
 #include "platform/unix/ProgramStart.h"
 
 int main(int argc, char** argv) {

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "platform/linux/ui/WindowState.h"
+#include "platform/linux/ui/WindowView.h"
 
 namespace quorvin {
 namespace {

@@ -1,10 +1,20 @@
-#include "launchctl/SystemdUnit.h"
+#include "launchctl/LoginFiles.h"
 
 #include <algorithm>
 #include <string_view>
 
+
 namespace quorvin::launchctl {
+
 namespace {
+
+// The same command by way of a shell that becomes the program at once. For whoever takes any text
+// as an argument but not as a program's name.
+std::vector<std::string> throughShell(std::vector<std::string> command) {
+  const std::vector<std::string> shell{"/bin/sh", "-c", "exec \"$@\"", "sh"};
+  command.insert(command.begin(), shell.begin(), shell.end());
+  return command;
+}
 
 constexpr char firstPrintable = ' ';
 constexpr char deleteSign = '\x7f';
@@ -25,7 +35,7 @@ std::string hexadecimal(char letter) {
   return {'\\', 'x', digits[value / 16], digits[value % 16]};
 }
 
-std::string inQuotes(std::string_view argument) {
+std::string quotedForSystemd(std::string_view argument) {
   std::string text = "\"";
   for (const char letter : argument) {
     if (letter == '"' || letter == '\\') {
@@ -41,6 +51,40 @@ std::string inQuotes(std::string_view argument) {
   return text + '"';
 }
 
+std::string quotedForDesktops(std::string_view argument) {
+  std::string text = "\"";
+  for (const char letter : argument) {
+    if (std::string_view("\"`$\\").find(letter) != std::string_view::npos) text += '\\';
+    if (letter == '%') text += '%';  // stands alone for a field code
+    text += letter;
+  }
+  return text + '"';
+}
+
+// Every value of the type "string" is written like this, whatever it holds.
+std::string escaped(std::string_view value) {
+  std::string text;
+  for (const char letter : value) {
+    switch (letter) {
+      case '\\':
+        text += "\\\\";
+        break;
+      case '\n':
+        text += "\\n";
+        break;
+      case '\t':
+        text += "\\t";
+        break;
+      case '\r':
+        text += "\\r";
+        break;
+      default:
+        text += letter;
+    }
+  }
+  return text;
+}
+
 }  // namespace
 
 std::string systemdUnitName(const std::string& label) {
@@ -50,9 +94,9 @@ std::string systemdUnitName(const std::string& label) {
 std::string systemdCommandLine(const std::vector<std::string>& command) {
   if (!canBeProgram(command.front())) return systemdCommandLine(throughShell(command));
   // The colon, which is not a part of the path, keeps "$" from standing for a variable.
-  std::string line = inQuotes(":" + command.front());
+  std::string line = quotedForSystemd(":" + command.front());
   for (auto argument = command.begin() + 1; argument != command.end(); ++argument) {
-    line += ' ' + inQuotes(*argument);
+    line += ' ' + quotedForSystemd(*argument);
   }
   return line;
 }
@@ -84,6 +128,34 @@ std::string systemdUnitText(const Agent& agent) {
          "\n"
          "[Install]\n"
          "WantedBy=graphical-session.target\n";
+}
+
+std::string desktopCommandLine(const std::vector<std::string>& command) {
+  // The one sign that a program's name may not hold, even quoted.
+  if (command.front().find('=') != std::string::npos) {
+    return desktopCommandLine(throughShell(command));
+  }
+  std::string line;
+  for (const auto& argument : command) {
+    if (!line.empty()) line += ' ';
+    line += quotedForDesktops(argument);
+  }
+  return escaped(line);
+}
+
+std::string autostartEntryText(const std::string& label, const std::vector<std::string>& command,
+                               AutostartReader reader) {
+  std::string text =
+      "[Desktop Entry]\n"
+      "Type=Application\n"
+      "Name=" +
+      label + "\nExec=" + desktopCommandLine(command) +
+      "\n"
+      "Terminal=false\n"
+      "NoDisplay=true\n";
+  // systemd-xdg-autostart-generator(8)
+  if (reader == AutostartReader::desktopsWithoutSystemd) text += "X-systemd-skip=true\n";
+  return text;
 }
 
 }  // namespace quorvin::launchctl
