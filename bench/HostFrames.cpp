@@ -11,7 +11,7 @@ constexpr std::ptrdiff_t headBytes = 12;
 
 Map settingsFor(const std::string& codec) {
   // Of entries that are there twice the last one counts.
-  auto settings = pictureSettings(1920, 1200);
+  auto settings = streamSettings(1920, 1200);
   settings.append("codec", codec);
   settings.append("bitrate_mbps", 7);
   settings.append("jpeg_quality", 72);
@@ -20,8 +20,8 @@ Map settingsFor(const std::string& codec) {
 
 }  // namespace
 
-HostFrames::HostFrames(HostStand& stand, const std::string& codec)
-    : isH264(codec == "h264"), host(stand) {
+HostFrames::HostFrames(HostHarness& harness, const std::string& codec)
+    : isH264(codec == "h264"), host(harness) {
   host.client->listen();
   if (!host.startCapture() ||
       host.client->call("configureStream", settingsFor(codec)) != FlutterReply(Value())) {

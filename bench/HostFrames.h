@@ -3,7 +3,7 @@
 #include <string>
 
 #include "bench/FrameSource.h"
-#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/HostHarness.h"
 
 namespace quorvin {
 
@@ -12,7 +12,7 @@ namespace quorvin {
 class HostFrames final : public FrameSource {
  public:
   // "jpeg" or "h264". Throws std::runtime_error when the host does not start to share.
-  HostFrames(HostStand& stand, const std::string& codec);
+  HostFrames(HostHarness& harness, const std::string& codec);
 
   // H.264 as an Annex-B byte stream, without the header of the payload.
   [[nodiscard]] std::optional<Bytes> next(Clock::time_point deadline) override;

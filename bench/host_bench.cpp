@@ -17,7 +17,7 @@
 #include "platform/linux/capture/X11ScreenReader.h"
 #include "platform/linux/capture/X11SharedMemory.h"
 #include "platform/linux/x11/X11Extensions.h"
-#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/HostHarness.h"
 #include "tests/linux/capture/ScreenPainter.h"
 
 namespace quorvin {
@@ -35,10 +35,10 @@ constexpr auto idleTime = 5s;
 // A screen with a desktop on it, and a host that shares it.
 class SharedDesktop {
  public:
-  SharedDesktop() : stand({widthPx, heightPx}), painter(stand.server.display()), host(stand) {
+  SharedDesktop() : harness({widthPx, heightPx}), painter(harness.server.display()), host(harness) {
     painter.draw(wholeOf(painter.screenSize()), desktopImage(widthPx, heightPx, 1));
     host.client->listen();
-    if (!host.startCapture() || !host.nextPicture()) throw std::runtime_error("no frame");
+    if (!host.startCapture() || !host.nextFrame()) throw std::runtime_error("no frame");
   }
 
   // Takes every frame that is under way and waits until none has come for a while. A frame may
@@ -53,7 +53,7 @@ class SharedDesktop {
     painter.fill({600, 500, 2, 18}, isCaretShown ? 0x202428 : 0xFCFCFA);
   }
 
-  HostStand stand;
+  HostHarness harness;
   ScreenPainter painter;
   ConnectedHost host;
 
@@ -67,7 +67,7 @@ SharedDesktop& desktop() {
 }
 
 void bareFetchAndEncode(benchmark::State& state) {
-  X11Connection connection(desktop().stand.server.display());
+  X11Connection connection(desktop().harness.server.display());
   const auto extensions = X11Extensions::negotiate(connection);
   X11ScreenReader reader(connection, chooseTransport(connection, extensions),
                          std::make_shared<CaptureCounters>());
@@ -100,7 +100,7 @@ void changeToPayloadAtLink(benchmark::State& state) {
     shared.settle();
     const auto changed = Clock::now();
     shared.paintCaret();
-    if (!shared.host.nextPicture()) state.SkipWithError("no frame");
+    if (!shared.host.nextFrame()) state.SkipWithError("no frame");
     state.SetIterationTime(seconds(Clock::now() - changed));
   }
 }

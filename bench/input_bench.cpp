@@ -18,7 +18,7 @@
 #include "Runner/RemoteInputController.h"
 #include "bench/Desktop.h"
 #include "platform/linux/input/InputEvents.h"
-#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/HostHarness.h"
 #include "tests/linux/capture/ScreenPainter.h"
 
 namespace quorvin {
@@ -184,9 +184,9 @@ class MoveWatcher {
 // A screen, and a host that shares it at 60 frames a second.
 class SharedScreen {
  public:
-  SharedScreen() : stand({widthPx, heightPx}), host(stand) {
+  SharedScreen() : harness({widthPx, heightPx}), host(harness) {
     host.client->listen();
-    if (!host.startCapture() || !host.nextPicture()) throw std::runtime_error("no frame");
+    if (!host.startCapture() || !host.nextFrame()) throw std::runtime_error("no frame");
     const Map settings{{"profile", "balanced"}, {"show_cursor", true},    {"codec", "jpeg"},
                        {"max_width", widthPx},  {"max_height", heightPx}, {"fps", 60},
                        {"bitrate_mbps", 8},     {"jpeg_quality", 80},     {"queue_depth", 3}};
@@ -195,7 +195,7 @@ class SharedScreen {
     }
   }
 
-  HostStand stand;
+  HostHarness harness;
   ConnectedHost host;
 };
 
@@ -207,9 +207,9 @@ SharedScreen& shared() {
 // To the thread that works the server and back.
 void applyAndSettle(benchmark::State& state) {
   NoJournal journal;
-  LinuxInputEvents events(shared().stand.server.display(), journal);
-  if (!events.settle()) return state.SkipWithError("the server does not answer");
-  apply(state, events, [&events] { benchmark::DoNotOptimize(events.settle()); });
+  LinuxInputEvents events(shared().harness.server.display(), journal);
+  if (!events.sync()) return state.SkipWithError("the server does not answer");
+  apply(state, events, [&events] { benchmark::DoNotOptimize(events.sync()); });
 }
 BENCHMARK(applyAndSettle)->UseRealTime();
 
@@ -227,7 +227,7 @@ void injectAndReply(benchmark::State& state) {
 BENCHMARK(injectAndReply)->UseRealTime();
 
 void bareMoveAndReply(benchmark::State& state) {
-  BareInput server(shared().stand.server.display());
+  BareInput server(shared().harness.server.display());
   std::int16_t x = 0;
   for (auto _ : state) {
     server.move(x = x == 320 ? 960 : 320);
@@ -260,8 +260,8 @@ class BusyScreen {
 template <typename Move>
 void measureMoves(benchmark::State& state, const Move& move) {
   auto& screen = shared();
-  const BusyScreen busy(screen.stand.server.display());
-  MoveWatcher watcher(screen.stand.server.display());
+  const BusyScreen busy(screen.harness.server.display());
+  MoveWatcher watcher(screen.harness.server.display());
   std::vector<double> times;
   auto next = Clock::now();
   bool isLeft = false;
@@ -299,7 +299,7 @@ void moveFromLinkToScreen(benchmark::State& state) {
 BENCHMARK(moveFromLinkToScreen)->Unit(benchmark::kMicrosecond)->UseManualTime()->Iterations(1000);
 
 void bareMoveToScreen(benchmark::State& state) {
-  BareInput server(shared().stand.server.display());
+  BareInput server(shared().harness.server.display());
   measureMoves(state, [&](bool isLeft) { server.move(isLeft ? 320 : 960); });
 }
 BENCHMARK(bareMoveToScreen)->Unit(benchmark::kMicrosecond)->UseManualTime()->Iterations(1000);

@@ -77,14 +77,14 @@ std::vector<std::vector<std::uint32_t>> desktopsOf(Scene scene) {
 // The screen that both capture.
 class SharedScreen {
  public:
-  SharedScreen() { ScreenPainter(stand.server.display()).movePointer(pointerX, pointerY); }
+  SharedScreen() { ScreenPainter(harness.server.display()).movePointer(pointerX, pointerY); }
 
   // Over whatever else has been shown.
   void show(Scene scene) {
     mover = {};
     if (scene != shown || !frames) {
       desktops = desktopsOf(scene);
-      frames = std::make_unique<ScreenFrames>(stand.server.display(), wholeOf(screen), desktops);
+      frames = std::make_unique<ScreenFrames>(harness.server.display(), wholeOf(screen), desktops);
       shown = scene;
     }
     frames->show(0);
@@ -101,7 +101,7 @@ class SharedScreen {
     return least;
   }
 
-  HostStand stand{{screen.width, screen.height}};
+  HostHarness harness{{screen.width, screen.height}};
 
  private:
   void move(const std::stop_token& stop) {
@@ -172,7 +172,7 @@ Turn measure(FrameSource& source, Codec codec) {
 }
 
 FfmpegFrames peerOf(Codec codec, int quality) {
-  return FfmpegFrames({.server = sharedScreen().stand.server.display(),
+  return FfmpegFrames({.server = sharedScreen().harness.server.display(),
                        .screen = screen,
                        .input = {"-draw_mouse", "1"},
                        .output = codec == Codec::h264 ? intraOnlyX264() : motionJpeg(quality),
@@ -189,7 +189,7 @@ double measureOf(FrameSource& source, Likeness likeness) {
 // A host that has come up: its window is on the screen, where the scene will be painted over it.
 std::unique_ptr<HostFrames> startHost(Codec codec) {
   auto host =
-      std::make_unique<HostFrames>(sharedScreen().stand, codec == Codec::h264 ? "h264" : "jpeg");
+      std::make_unique<HostFrames>(sharedScreen().harness, codec == Codec::h264 ? "h264" : "jpeg");
   (void)warmUp(*host, Clock::now() + std::chrono::milliseconds(effort(300, 1000)));
   return host;
 }

@@ -36,9 +36,9 @@ constexpr std::size_t messageBytesMax = 4096;
 // What the host has asked of the server last may still be on its way when the host is gone. Where
 // the server does not tell the processes of its clients, nobody knows for how long.
 constexpr auto timeWithoutKnowing = std::chrono::milliseconds(50);
-constexpr auto timeBetweenLooks = std::chrono::milliseconds(10);
+constexpr auto pollInterval = std::chrono::milliseconds(10);
 // A connection of the host's that stays for longer is one that another process shares.
-constexpr int looksAtMost = 100;
+constexpr int pollsMax = 100;
 
 // Whoever ends a group of processes ends this one too early: the host may need it until its very
 // end, which is this program's end as well.
@@ -90,8 +90,8 @@ HeldInput waitForEnd(InputDisplay& display) {
 
 void waitUntilForgotten(InputDisplay& display, pid_t host) {
   if (!display.tellsProcesses()) return std::this_thread::sleep_for(timeWithoutKnowing);
-  for (int look = 0; look < looksAtMost && display.hasClient(host); ++look) {
-    std::this_thread::sleep_for(timeBetweenLooks);
+  for (int poll = 0; poll < pollsMax && display.hasClient(host); ++poll) {
+    std::this_thread::sleep_for(pollInterval);
   }
 }
 

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "launchctl/Failure.h"
+#include "launchctl/LaunchctlError.h"
 #include "launchctl/PropertyList.h"
 #include "platform/unix/FileDescriptor.h"
 
@@ -73,15 +73,15 @@ bool hasAccessList(int file) {
 // many systems let every file be written, is nobody else.
 void requireTrustworthy(int file) {
   struct stat state {};
-  if (::fstat(file, &state) != 0) throw Failure(reasonOf(errno));
-  if (!S_ISREG(state.st_mode)) throw Failure("it is not a regular file");
+  if (::fstat(file, &state) != 0) throw LaunchctlError(reasonOf(errno));
+  if (!S_ISREG(state.st_mode)) throw LaunchctlError("it is not a regular file");
   if (state.st_uid != 0 && state.st_uid != ::getuid()) {
-    throw Failure("it belongs to another user; copy it to a file of your own");
+    throw LaunchctlError("it belongs to another user; copy it to a file of your own");
   }
   const bool mayOthers = (state.st_mode & S_IWOTH) != 0;
   const bool mayGroup = (state.st_mode & S_IWGRP) != 0;
   if (mayOthers || (mayGroup && (hasAccessList(file) || !isOwnGroup(state.st_gid)))) {
-    throw Failure("others may write to it; run chmod go-w on it");
+    throw LaunchctlError("others may write to it; run chmod go-w on it");
   }
 }
 
@@ -92,11 +92,11 @@ std::string readAll(int file) {
   while (size < content.size()) {
     const auto count = ::read(file, content.data() + size, content.size() - size);
     if (count < 0 && errno == EINTR) continue;
-    if (count < 0) throw Failure(reasonOf(errno));
+    if (count < 0) throw LaunchctlError(reasonOf(errno));
     if (count == 0) break;
     size += static_cast<std::size_t>(count);
   }
-  if (size > largestFile) throw Failure("it is larger than 64 KiB");
+  if (size > largestFile) throw LaunchctlError("it is larger than 64 KiB");
   content.resize(size);
   return content;
 }
@@ -104,16 +104,16 @@ std::string readAll(int file) {
 PropertyList readPropertyList(const std::filesystem::path& file) {
   // Opening a named pipe must not wait for somebody who writes to it.
   const FileDescriptor opened(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!opened.isOpen()) throw Failure(reasonOf(errno));
+  if (!opened.isOpen()) throw LaunchctlError(reasonOf(errno));
   requireTrustworthy(opened.get());
   return PropertyList(readAll(opened.get()));
 }
 
 std::string requireLabel(const PropertyList& list) {
   auto label = list.text(labelKey);
-  if (!label) throw Failure("its key Label is missing");
+  if (!label) throw LaunchctlError("its key Label is missing");
   if (!isLabel(*label)) {
-    throw Failure(
+    throw LaunchctlError(
         "its Label is not made of at most 200 letters, digits, \".\", \"-\" and \"_\", the first "
         "of them a letter or a digit");
   }
@@ -122,17 +122,20 @@ std::string requireLabel(const PropertyList& list) {
 
 void requireExecutable(const std::string& path) {
   struct stat state {};
-  if (!path.starts_with('/')) throw Failure("its program " + path + " is not an absolute path");
+  if (!path.starts_with('/'))
+    throw LaunchctlError("its program " + path + " is not an absolute path");
   if (::stat(path.c_str(), &state) != 0 || !S_ISREG(state.st_mode) ||
       ::access(path.c_str(), X_OK) != 0) {
-    throw Failure("its program " + path + " is not a file that can be executed");
+    throw LaunchctlError("its program " + path + " is not a file that can be executed");
   }
 }
 
 std::vector<std::string> requireArguments(const PropertyList& list) {
   auto arguments = list.texts("ProgramArguments");
-  if (!arguments || arguments->empty()) throw Failure("its ProgramArguments name no program");
-  if (arguments->size() > mostArguments) throw Failure("it has more than 256 ProgramArguments");
+  if (!arguments || arguments->empty())
+    throw LaunchctlError("its ProgramArguments name no program");
+  if (arguments->size() > mostArguments)
+    throw LaunchctlError("it has more than 256 ProgramArguments");
   requireExecutable(arguments->front());
   return *arguments;
 }
@@ -141,7 +144,8 @@ std::vector<std::string> requireArguments(const PropertyList& list) {
 void requireGraphicalSession(const PropertyList& list) {
   const auto type = list.text("LimitLoadToSessionType");
   if (type && ::strcasecmp(type->c_str(), "Aqua") != 0) {
-    throw Failure("its LimitLoadToSessionType is not Aqua, the only kind of session there is here");
+    throw LaunchctlError(
+        "its LimitLoadToSessionType is not Aqua, the only kind of session there is here");
   }
 }
 
@@ -150,7 +154,8 @@ void requireKnownProcessType(const PropertyList& list) {
                                                   "Interactive"};
   const auto type = list.text("ProcessType");
   if (type && std::ranges::find(known, *type) == known.end()) {
-    throw Failure("its ProcessType is none of Background, Standard, Adaptive and Interactive");
+    throw LaunchctlError(
+        "its ProcessType is none of Background, Standard, Adaptive and Interactive");
   }
 }
 
@@ -162,7 +167,7 @@ Agent agentOf(const PropertyList& list) {
   const bool keepAlive = list.boolean("KeepAlive").value_or(false);
   const bool runAtLoad = list.boolean("RunAtLoad").value_or(false);
   if (!runAtLoad && !keepAlive) {
-    throw Failure("nothing would ever start its program; set RunAtLoad to true");
+    throw LaunchctlError("nothing would ever start its program; set RunAtLoad to true");
   }
   return {std::move(label), std::move(arguments), keepAlive};
 }
@@ -170,7 +175,7 @@ Agent agentOf(const PropertyList& list) {
 std::optional<std::string> labelInside(const std::filesystem::path& file) {
   try {
     return requireLabel(readPropertyList(file));
-  } catch (const Failure&) {
+  } catch (const LaunchctlError&) {
     return std::nullopt;
   }
 }
@@ -179,10 +184,10 @@ std::optional<std::string> labelInside(const std::filesystem::path& file) {
 
 Agent readAgentFile(const std::filesystem::path& file) {
   try {
-    if (file.extension() != extension) throw Failure("its name does not end in .plist");
+    if (file.extension() != extension) throw LaunchctlError("its name does not end in .plist");
     return agentOf(readPropertyList(file));
-  } catch (const Failure& failure) {
-    throw Failure("cannot use " + file.string() + ": " + failure.what());
+  } catch (const LaunchctlError& failure) {
+    throw LaunchctlError("cannot use " + file.string() + ": " + failure.what());
   }
 }
 

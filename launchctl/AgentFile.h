@@ -16,9 +16,9 @@ struct Agent {
   bool keepAlive = false;
 };
 
-// Reads the property list (XML) that describes an agent. Throws a Failure that says what is wrong
-// with the file or with what it asks for. The rules about whose file it may be and who may write
-// it are those of launchd: whoever can change the file can have a program run as this user.
+// Reads the property list (XML) that describes an agent. Throws LaunchctlError, which says what is
+// wrong with the file or with what it asks for. The rules about whose file it may be and who may
+// write it are those of launchd: whoever can change the file can have a program run as this user.
 [[nodiscard]] Agent readAgentFile(const std::filesystem::path& file);
 
 // Which agent a file is about: the label inside it, or else the one that its name stands for

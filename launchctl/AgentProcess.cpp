@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "launchctl/Failure.h"
+#include "launchctl/LaunchctlError.h"
 #include "platform/unix/FileDescriptor.h"
 
 extern "C" {  // glibc 2.36 does not say so itself
@@ -48,7 +48,7 @@ bool isEndedBy(const FileDescriptor& process, Clock::time_point deadline) {
 }  // namespace
 
 void endProcesses(const std::function<bool(const std::vector<std::string>&)>& isMeant,
-                  std::chrono::milliseconds grace) {
+                  std::chrono::milliseconds timeout) {
   constexpr std::chrono::seconds killing{5};
   std::vector<FileDescriptor> processes;
   std::error_code ignored;
@@ -63,12 +63,12 @@ void endProcesses(const std::function<bool(const std::vector<std::string>&)>& is
     ::pidfd_send_signal(process.get(), SIGTERM, nullptr, 0);
     processes.push_back(std::move(process));
   }
-  const auto deadline = Clock::now() + grace;
+  const auto deadline = Clock::now() + timeout;
   for (const auto& process : processes) {
     if (isEndedBy(process, deadline)) continue;
     ::pidfd_send_signal(process.get(), SIGKILL, nullptr, 0);
     if (!isEndedBy(process, Clock::now() + killing)) {
-      throw Failure("the agent's process has not ended; end it by hand, then try again");
+      throw LaunchctlError("the agent's process has not ended; end it by hand, then try again");
     }
   }
 }

@@ -4,7 +4,7 @@
 #include <array>
 #include <string_view>
 
-#include "launchctl/Failure.h"
+#include "launchctl/LaunchctlError.h"
 
 namespace quorvin::launchctl {
 namespace {
@@ -15,7 +15,7 @@ constexpr std::array<std::string_view, 5> otherDomains{"system", "user/", "login
                                                        "pid/"};
 
 [[noreturn]] void failUsage(const std::string& reason) {
-  throw Failure(ExitStatus::usage, reason + "; see quorvin-launchctl --help");
+  throw LaunchctlError(ExitStatus::usage, reason + "; see quorvin-launchctl --help");
 }
 
 bool isNumber(std::string_view text) {
@@ -27,14 +27,14 @@ void requireOwnDomain(std::string_view domain, unsigned int userId) {
   const auto own = std::string(guiDomain) + std::to_string(userId);
   if (domain == own) return;
   if (domain.starts_with(guiDomain) && isNumber(domain.substr(guiDomain.size()))) {
-    throw Failure(ExitStatus::noSuchDomain,
-                  std::string(domain) + " is another user's login; yours is " + own);
+    throw LaunchctlError(ExitStatus::noSuchDomain,
+                         std::string(domain) + " is another user's login; yours is " + own);
   }
   const bool isKnown = std::ranges::any_of(
       otherDomains, [domain](std::string_view other) { return domain.starts_with(other); });
   if (isKnown) {
-    throw Failure(ExitStatus::unsupportedDomain,
-                  "there is no domain " + std::string(domain) + " here; use " + own);
+    throw LaunchctlError(ExitStatus::unsupportedDomain,
+                         "there is no domain " + std::string(domain) + " here; use " + own);
   }
   failUsage("\"" + std::string(domain) + "\" is not a domain; yours is " + own);
 }

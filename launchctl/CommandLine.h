@@ -13,8 +13,8 @@ struct Request {
   std::filesystem::path file;  // of bootstrap and bootout
 };
 
-// Reads the arguments after the program's own name. Throws a Failure when they are not one of the
-// known requests, or name a domain other than the graphical login of this user.
+// Reads the arguments after the program's own name. Throws LaunchctlError when they are not one of
+// the known requests, or name a domain other than the graphical login of this user.
 [[nodiscard]] Request parseCommandLine(const std::vector<std::string>& arguments,
                                        unsigned int userId);
 

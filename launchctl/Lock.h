@@ -9,15 +9,15 @@
 #include <filesystem>
 #include <thread>
 
-#include "launchctl/Failure.h"
+#include "launchctl/LaunchctlError.h"
 #include "platform/unix/FileDescriptor.h"
 
 namespace quorvin::launchctl {
 
 // Held by at most one of these programs of a user at a time. Waits up to five seconds for its turn,
-// then throws a Failure. The folder is only what the lock is taken on; it is made if need be, and
-// private, so that no other user can take it. Where it cannot be locked, as on some network file
-// systems, there is no lock: two at once are rare, and every single step leaves whole files.
+// then throws LaunchctlError. The folder is only what the lock is taken on; it is made if need be,
+// and private, so that no other user can take it. Where it cannot be locked, as on some network
+// file systems, there is no lock: two at once are rare, and every single step leaves whole files.
 class Lock {
  public:
   explicit Lock(const std::filesystem::path& folder) : locked(openFolder(folder)) {
@@ -25,8 +25,8 @@ class Lock {
     while (locked.isOpen() && ::flock(locked.get(), LOCK_EX | LOCK_NB) != 0) {
       if (errno != EWOULDBLOCK && errno != EINTR) return;
       if (std::chrono::steady_clock::now() > deadline) {
-        throw Failure("another process holds the lock on " + folder.string() +
-                      "; wait until it has ended, or end it, then try again");
+        throw LaunchctlError("another process holds the lock on " + folder.string() +
+                             "; wait until it has ended, or end it, then try again");
       }
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }

@@ -4,13 +4,13 @@
 
 #include <string_view>
 
-#include "launchctl/Failure.h"
+#include "launchctl/LaunchctlError.h"
 
 namespace quorvin::launchctl {
 namespace {
 
 [[noreturn]] void failKind(const std::string& key, const std::string& kind) {
-  throw Failure("its key " + key + " is not " + kind);
+  throw LaunchctlError("its key " + key + " is not " + kind);
 }
 
 // What the keys are for, names and arguments of programs, ends at a NUL.
@@ -32,13 +32,13 @@ std::optional<std::string> textOf(plist_t node) {
 PropertyList::PropertyList(const std::string& xml) {
   // The binary form lets a small file stand for a list without end, and nobody writes it here.
   if (plist_is_binary(xml.data(), static_cast<std::uint32_t>(xml.size())) != 0) {
-    throw Failure("it is a binary property list; write it as XML");
+    throw LaunchctlError("it is a binary property list; write it as XML");
   }
   plist_t parsed = nullptr;
   plist_from_xml(xml.data(), static_cast<std::uint32_t>(xml.size()), &parsed);
   root.reset(parsed);
   if (parsed == nullptr || plist_get_node_type(parsed) != PLIST_DICT) {
-    throw Failure("it is not a property list in XML with a dictionary at its root");
+    throw LaunchctlError("it is not a property list in XML with a dictionary at its root");
   }
 }
 

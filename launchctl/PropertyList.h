@@ -15,11 +15,11 @@ struct PropertyListDeleter {
   void operator()(plist_t node) const { plist_free(node); }
 };
 
-// A property list whose root is a dictionary. Looking up a key throws a Failure when its value is
-// of another kind than asked for, and gives nothing when the key is not there.
+// A property list whose root is a dictionary. Looking up a key throws LaunchctlError when its value
+// is of another kind than asked for, and gives nothing when the key is not there.
 class PropertyList {
  public:
-  // Reads XML. Throws a Failure when that is not what it is.
+  // Reads XML. Throws LaunchctlError when that is not what it is.
   explicit PropertyList(const std::string& xml);
 
   [[nodiscard]] std::optional<std::string> text(const char* key) const;

@@ -3,14 +3,14 @@
 #include <system_error>
 
 #include "launchctl/AgentProcess.h"
-#include "launchctl/Failure.h"
+#include "launchctl/LaunchctlError.h"
 #include "launchctl/LoginFiles.h"
 
 namespace quorvin::launchctl {
 namespace {
 
-std::filesystem::path unitFolder(const Surroundings& surroundings) {
-  return surroundings.configFolder / "systemd" / "user";
+std::filesystem::path unitFolder(const Environment& environment) {
+  return environment.configFolder / "systemd" / "user";
 }
 
 bool isLink(const std::filesystem::path& path) {
@@ -20,13 +20,13 @@ bool isLink(const std::filesystem::path& path) {
 
 }  // namespace
 
-Registration::Registration(std::string agentLabel, const Surroundings& surroundings)
+Registration::Registration(std::string agentLabel, const Environment& environment)
     : label(std::move(agentLabel)),
-      manager(UserManager::find(surroundings.systemctl)),
+      manager(UserManager::find(environment.systemctl)),
       unitName(systemdUnitName(label)),
-      entry(surroundings.configFolder / "autostart" / (label + ".desktop")),
-      unit(unitFolder(surroundings) / unitName),
-      enabled(unitFolder(surroundings) / "graphical-session.target.wants" / unitName) {}
+      entry(environment.configFolder / "autostart" / (label + ".desktop")),
+      unit(unitFolder(environment) / unitName),
+      enabled(unitFolder(environment) / "graphical-session.target.wants" / unitName) {}
 
 bool Registration::isComplete() const {
   return entry.exists() && (unit.exists() || !manager);
@@ -38,14 +38,14 @@ bool Registration::hasTraces() const {
 
 // Its file may have been deleted by hand.
 bool Registration::hasUnit() const {
-  return unit.exists() || (isLink(enabled) && !unit.isForeign());
+  return unit.exists() || (isLink(enabled) && !unit.isUnmanaged());
 }
 
 void Registration::requireFreePlaces() const {
   for (const auto& file : {entry, unit}) {
-    if (file.isForeign()) {
-      throw Failure(file.path().string() +
-                    " is there and not by this program; move it away, then try again");
+    if (file.isUnmanaged()) {
+      throw LaunchctlError(file.path().string() +
+                           " is there and not by this program; move it away, then try again");
     }
   }
 }
@@ -57,10 +57,10 @@ void Registration::add(const Agent& agent) const {
     } else {
       entry.replace(autostartEntryText(label, agent.programArguments, AutostartReader::every));
     }
-  } catch (const Failure&) {
+  } catch (const LaunchctlError&) {
     try {
       remove();
-    } catch (const Failure&) {
+    } catch (const LaunchctlError&) {
       // The first failure says more.
     }
     throw;

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "launchctl/AgentFile.h"
-#include "launchctl/OwnFile.h"
-#include "launchctl/Surroundings.h"
+#include "launchctl/Environment.h"
+#include "launchctl/ManagedFile.h"
 #include "launchctl/UserManager.h"
 
 namespace quorvin::launchctl {
@@ -18,10 +18,10 @@ namespace quorvin::launchctl {
 // program with the next login. The entry is written last and deleted before the unit: an agent
 // without it is one whose registering or unregistering was cut short.
 //
-// Every function throws a Failure when the system does not let it do its work.
+// Every function throws LaunchctlError when the system does not let it do its work.
 class Registration {
  public:
-  Registration(std::string label, const Surroundings& surroundings);
+  Registration(std::string label, const Environment& environment);
 
   // Whether the agent starts with the login.
   [[nodiscard]] bool isComplete() const;
@@ -29,8 +29,8 @@ class Registration {
   [[nodiscard]] bool hasTraces() const;
   // Throws when a file of somebody else's is where one of ours has to be.
   void requireFreePlaces() const;
-  // Registers the agent, and starts it if there is a manager; on a Failure everything is as if it
-  // had not been tried. Nothing of it may be there.
+  // Registers the agent, and starts it if there is a manager; on a LaunchctlError everything is as
+  // if it had not been tried. Nothing of it may be there.
   void add(const Agent& agent) const;
   // Ends the agent and removes every trace.
   void remove() const;
@@ -43,8 +43,8 @@ class Registration {
   std::string label;
   std::optional<UserManager> manager;
   std::string unitName;
-  OwnFile entry;
-  OwnFile unit;
+  ManagedFile entry;
+  ManagedFile unit;
   std::filesystem::path enabled;  // the link that systemctl enable makes
 };
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <sstream>
 
-#include "launchctl/Failure.h"
+#include "launchctl/LaunchctlError.h"
 
 namespace quorvin::launchctl {
 namespace {
@@ -72,7 +72,7 @@ void UserManager::startInSession(const std::string& unit) const {
 void UserManager::stop(const std::string& unit) const {
   // Each may fail because it has been done already, by an earlier try that did not come to its end.
   if (!tryTo({"stop", unit}) && isActive(unit)) {
-    throw Failure(unit + " does not stop; see systemctl --user status " + unit);
+    throw LaunchctlError(unit + " does not stop; see systemctl --user status " + unit);
   }
   tryTo({"disable", unit});
 }
@@ -104,7 +104,7 @@ void UserManager::require(const std::vector<std::string>& command) const {
   const auto result = run(systemctl, command);
   if (result.succeeded) return;
   const auto said = result.problem.empty() ? "it did not say why" : result.problem;
-  throw Failure("systemctl --user " + command.front() + " failed: " + said);
+  throw LaunchctlError("systemctl --user " + command.front() + " failed: " + said);
 }
 
 }  // namespace quorvin::launchctl

@@ -14,11 +14,11 @@ class UserManager {
   // or its name to be looked for in PATH.
   [[nodiscard]] static std::optional<UserManager> find(const std::string& systemctl);
 
-  // Has the unit start with every graphical session. Its file is there. Throws a Failure.
+  // Has the unit start with every graphical session. Its file is there. Throws LaunchctlError.
   void enable(const std::string& unit) const;
-  // Starts it now, if there is a graphical session. Throws a Failure when it does not start.
+  // Starts it now, if there is a graphical session. Throws LaunchctlError when it does not start.
   void startInSession(const std::string& unit) const;
-  // Ends it and has it start no more. Throws a Failure when it goes on.
+  // Ends it and has it start no more. Throws LaunchctlError when it goes on.
   void stop(const std::string& unit) const;
   // Forgets a unit whose file is gone.
   void forget(const std::string& unit) const;
@@ -33,7 +33,7 @@ class UserManager {
   [[nodiscard]] bool isActive(const std::string& unit) const;
   // Whether a command succeeds.
   bool tryTo(const std::vector<std::string>& command) const;
-  // Throws a Failure with what systemctl had to say when it does not.
+  // Throws LaunchctlError with what systemctl had to say when it does not.
   void require(const std::vector<std::string>& command) const;
 
   std::string systemctl;

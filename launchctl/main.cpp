@@ -10,9 +10,9 @@
 
 #include "launchctl/AgentFile.h"
 #include "launchctl/CommandLine.h"
-#include "launchctl/Failure.h"
+#include "launchctl/LaunchctlError.h"
 #include "launchctl/Lock.h"
-#include "launchctl/OwnFile.h"
+#include "launchctl/ManagedFile.h"
 #include "launchctl/Registration.h"
 #include "platform/unix/ProgramStart.h"
 
@@ -33,13 +33,13 @@ std::string oneLine(const std::string& text) {
 // Registers the agent that a file describes with the login of this user, and leaves everything as
 // it was when that is not possible or it is registered already.
 void bootstrap(const std::filesystem::path& file) {
-  const auto surroundings = lookAround();
-  const Lock lock(surroundings.stateFolder);
+  const auto environment = Environment::fromEnvironment();
+  const Lock lock(environment.stateFolder);
   const auto agent = readAgentFile(file);
-  const Registration registration(agent.label, surroundings);
+  const Registration registration(agent.label, environment);
   registration.requireFreePlaces();
   if (registration.isComplete()) {
-    throw Failure(agent.label + " is registered already; boot it out first");
+    throw LaunchctlError(agent.label + " is registered already; boot it out first");
   }
   // What an earlier try has left, that was cut short.
   if (registration.hasTraces()) registration.remove();
@@ -50,17 +50,17 @@ void bootstrap(const std::filesystem::path& file) {
 void bootout(const std::filesystem::path& file) {
   const auto label = labelOfAgentFile(file);
   if (!label) {
-    throw Failure(ExitStatus::noSuchAgent,
-                  "neither the content nor the name of " + file.string() +
-                      " says which agent it is about; name the file LABEL.plist");
+    throw LaunchctlError(ExitStatus::noSuchAgent,
+                         "neither the content nor the name of " + file.string() +
+                             " says which agent it is about; name the file LABEL.plist");
   }
-  const auto surroundings = lookAround();
-  const Registration registration(*label, surroundings);
+  const auto environment = Environment::fromEnvironment();
+  const Registration registration(*label, environment);
   if (!registration.hasTraces()) {
-    throw Failure(ExitStatus::noSuchAgent,
-                  *label + " is not registered, so there is nothing to do");
+    throw LaunchctlError(ExitStatus::noSuchAgent,
+                         *label + " is not registered, so there is nothing to do");
   }
-  const Lock lock(surroundings.stateFolder);
+  const Lock lock(environment.stateFolder);
   registration.remove();
 }
 
@@ -83,9 +83,9 @@ void carryOut(const Request& request) {
 void writeDown(const std::string& line) {
   constexpr std::size_t earlierBytesMax = 4096;
   try {
-    const OwnFile log(lookAround().stateFolder / "log");
+    const ManagedFile log(Environment::fromEnvironment().stateFolder / "log");
     log.replace(line + log.content().substr(0, earlierBytesMax));
-  } catch (const Failure&) {
+  } catch (const LaunchctlError&) {
     // There is nobody left to tell.
   }
 }
@@ -104,7 +104,7 @@ int main(int count, char** words) {
   try {
     carryOut(parseCommandLine({words + std::min(count, 1), words + count}, ::getuid()));
     return static_cast<int>(ExitStatus::success);
-  } catch (const Failure& failure) {
+  } catch (const LaunchctlError& failure) {
     return report(failure.what(), failure.status());
   } catch (const std::exception& failure) {
     return report(failure.what(), ExitStatus::failed);

@@ -18,7 +18,7 @@ namespace quorvin::webui {
 namespace {
 
 constexpr rlim_t descriptorsMax = 256;
-// Each of eight pages may have two pictures of 16 MiB on their way.
+// Each of eight pages may have two frames of 16 MiB on their way.
 constexpr rlim_t memoryMax = rlim_t{1} << 30U;
 
 constexpr std::array programs{SCMP_SYS(execve), SCMP_SYS(execveat), SCMP_SYS(fork),

@@ -50,13 +50,13 @@ void PageConnection::sendText(const std::string& text) {
 void PageConnection::sendBinary(const Data& data) {
   if (!maySend()) return;
   soup_websocket_connection_send_binary(socket.get(), data.data(), data.size());
-  lastPictureBytes = data.size();
+  lastFrameBytes = data.size();
   sent(data.size());
 }
 
 bool PageConnection::maySend() {
   if (!open()) return false;
-  if (unreadBytes <= unreadBytesMax + lastPictureBytes) return true;
+  if (unreadBytes <= unreadBytesMax + lastFrameBytes) return true;
   giveUp(SOUP_WEBSOCKET_CLOSE_POLICY_VIOLATION, "the page does not read");
   return false;
 }

@@ -21,7 +21,7 @@ namespace quorvin::webui {
 class PageConnection {
  public:
   static constexpr std::chrono::milliseconds questionInterval{2'000};
-  // So much may lie unread, besides the last picture.
+  // So much may lie unread, besides the last frame.
   static constexpr std::size_t unreadBytesMax = std::size_t{4} * 1024 * 1024;
 
   struct Handlers {
@@ -67,7 +67,7 @@ class PageConnection {
   int overdue = 0;           // intervals for which it has waited
   std::size_t unreadBytes = 0;
   std::size_t sentSinceQuestion = 0;
-  std::size_t lastPictureBytes = 0;
+  std::size_t lastFrameBytes = 0;
   MainLoopSource questions;
   MainLoopSource end;
 };

@@ -35,10 +35,10 @@ bool flagOf(const json& object, const char* key) {
 PageMessage parseCall(const json& object, const json& method) {
   const auto idField = object.find("id");
   const auto id = idField != object.end() ? integerOf(*idField) : std::nullopt;
-  if (!id) return PageMistake{std::nullopt, "A call needs an integer id."};
-  if (!method.is_string()) return PageMistake{id, "A method is a string."};
+  if (!id) return PageProtocolError{std::nullopt, "A call needs an integer id."};
+  if (!method.is_string()) return PageProtocolError{id, "A method is a string."};
   auto name = method.get<std::string>();
-  if (!isCallableMethod(name)) return PageMistake{id, "A page may not call this method."};
+  if (!isCallableMethod(name)) return PageProtocolError{id, "A page may not call this method."};
   const auto arguments = object.find("arguments");
   return PageCall{
       *id, {std::move(name), arguments != object.end() ? valueFromJson(*arguments) : Value()}};
@@ -47,14 +47,15 @@ PageMessage parseCall(const json& object, const json& method) {
 PageMessage parseAcknowledgement(const json& count) {
   const auto integer = integerOf(count);
   if (!integer || *integer < 1 || *integer > acknowledgementMax) {
-    return PageMistake{std::nullopt, "An acknowledgement is a small positive count."};
+    return PageProtocolError{std::nullopt, "An acknowledgement is a small positive count."};
   }
   return PageAcknowledgement{*integer};
 }
 
 PageMessage parseShows(const json& sides) {
-  if (!sides.is_object()) return PageMistake{std::nullopt, "What a page shows is an object."};
-  return PageShows{flagOf(sides, "customer"), flagOf(sides, "picture"), flagOf(sides, "input")};
+  if (!sides.is_object()) return PageProtocolError{std::nullopt, "What a page shows is an object."};
+  return PageVisibility{flagOf(sides, "customer"), flagOf(sides, "picture"),
+                        flagOf(sides, "input")};
 }
 
 json jsonFromError(const FlutterError& error) {
@@ -72,7 +73,7 @@ bool isCallableMethod(std::string_view method) {
 PageMessage parsePageMessage(std::string_view text) {
   const auto document = parseJson(text);
   if (!document || !document->is_object()) {
-    return PageMistake{std::nullopt, "A message is a JSON object."};
+    return PageProtocolError{std::nullopt, "A message is a JSON object."};
   }
   if (const auto method = document->find("method"); method != document->end()) {
     return parseCall(*document, *method);
@@ -86,7 +87,8 @@ PageMessage parsePageMessage(std::string_view text) {
   if (const auto word = document->find("answer"); word != document->end() && word->is_string()) {
     return PageAnswer{word->get<std::string>()};
   }
-  return PageMistake{std::nullopt, "A message calls, acknowledges, answers or says what is shown."};
+  return PageProtocolError{std::nullopt,
+                           "A message calls, acknowledges, answers or says what is shown."};
 }
 
 std::string replyText(std::int64_t id, const FlutterReply& reply) {
@@ -101,10 +103,10 @@ std::string replyText(std::int64_t id, const FlutterReply& reply) {
   return textOfJson(document);
 }
 
-std::string mistakeText(const PageMistake& mistake) {
-  const FlutterError error{"bad_message", mistake.message, {}};
+std::string protocolErrorText(const PageProtocolError& problem) {
+  const FlutterError error{"bad_message", problem.message, {}};
   return textOfJson(
-      {{"id", mistake.id ? json(*mistake.id) : json(nullptr)}, {"error", jsonFromError(error)}});
+      {{"id", problem.id ? json(*problem.id) : json(nullptr)}, {"error", jsonFromError(error)}});
 }
 
 std::string stateText(const SessionTracker& session, bool input) {

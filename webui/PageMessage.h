@@ -18,7 +18,7 @@ namespace quorvin::webui {
 //
 //   {"id":n,"method":"...","arguments":...}        calls the host; n is an integer of the page's
 //   own
-//   {"ack":n}                                      n pictures (1 or more) were drawn or given up
+//   {"ack":n}                                      n frames (1 or more) were drawn or given up
 //   {"show":{"customer":bool,"picture":bool,       which sides of the session the page shows: the
 //            "input":bool}}                        customer's with its Stop button, the picture;
 //                                                  and whether its picture takes mouse and
@@ -40,14 +40,14 @@ namespace quorvin::webui {
 //                                                  for the host's own defaults, `input` whether
 //                                                  any page takes mouse and keyboard
 //   {"event":"error","code","message","details"}   an error of the frame stream
-//   {"event":"frame","ageMs":n}                    the next binary message is a picture that came
+//   {"event":"frame","ageMs":n}                    the next binary message is a frame that came
 //                                                  from the host n milliseconds ago
 //   {"event":"question","word":"..."}              whether the page's script works, and has got
 //                                                  whatever came before; a page that owes an
 //                                                  answer shows nobody a Stop button
 //
-// and binary messages: pictures as the host sent them. A page gets the next picture when it has
-// acknowledged the last one; pictures that come meanwhile replace each other, so that a slow page
+// and binary messages: frames as the host sent them. A page gets the next frame when it has
+// acknowledged the last one; frames that come meanwhile replace each other, so that a slow page
 // sees the newest and never a backlog.
 
 // The largest message a page may send.
@@ -62,7 +62,7 @@ struct PageCall {
 struct PageAcknowledgement {
   std::int64_t count = 0;
 };
-struct PageShows {
+struct PageVisibility {
   bool customer = false;
   bool picture = false;
   bool input = false;
@@ -71,19 +71,20 @@ struct PageAnswer {
   std::string word;
 };
 // Why a text was refused, and the id of the call if it is one.
-struct PageMistake {
+struct PageProtocolError {
   std::optional<std::int64_t> id;
   std::string message;
 };
-using PageMessage = std::variant<PageCall, PageAcknowledgement, PageShows, PageAnswer, PageMistake>;
+using PageMessage =
+    std::variant<PageCall, PageAcknowledgement, PageVisibility, PageAnswer, PageProtocolError>;
 
-// Never throws. Calls of methods that the host does not offer come back as PageMistake.
+// Never throws. Calls of methods that the host does not offer come back as PageProtocolError.
 [[nodiscard]] PageMessage parsePageMessage(std::string_view text);
 
 [[nodiscard]] bool isCallableMethod(std::string_view method);
 
 [[nodiscard]] std::string replyText(std::int64_t id, const FlutterReply& reply);
-[[nodiscard]] std::string mistakeText(const PageMistake& mistake);
+[[nodiscard]] std::string protocolErrorText(const PageProtocolError& problem);
 [[nodiscard]] std::string stateText(const SessionTracker& session, bool input);
 [[nodiscard]] std::string streamErrorText(const FlutterError& error);
 [[nodiscard]] std::string frameText(std::int64_t ageMs);

@@ -19,7 +19,7 @@
 #include "webui/AddressFile.h"
 #include "webui/BrowserLauncher.h"
 #include "webui/Confinement.h"
-#include "webui/Switchboard.h"
+#include "webui/SessionHub.h"
 #include "webui/WebServer.h"
 
 // The user interface's stand-in on Linux: a page in the user's own browser, served from this
@@ -35,7 +35,7 @@ constexpr const char* linkVariable = "QUORVIN_UI_FD";
 
 // After an interrupt from the terminal, which reaches the host as well, the host may take this
 // long to end in its own order.
-constexpr std::chrono::seconds interruptGrace{3};
+constexpr std::chrono::seconds interruptTimeout{3};
 
 // GLib's, and those that it and libsoup may have at work at the same time.
 constexpr std::size_t threadsToStartWith = 4;
@@ -82,20 +82,19 @@ int serve(FileDescriptor link) {
   };
 
   int status = 0;
-  Switchboard switchboard(std::move(link), [&](const std::string& reason) {
+  SessionHub hub(std::move(link), [&](const std::string& reason) {
     if (!reason.empty()) {
       std::fprintf(stderr, "quorvin-webui: the link to the host failed: %s\n", reason.c_str());
       status = 1;
     }
     quit();
   });
-  const WebServer server(
-      [&](SoupWebsocketConnection* connection) { switchboard.addPage(connection); });
+  const WebServer server([&](SoupWebsocketConnection* connection) { hub.addPage(connection); });
 
-  MainLoopSource grace;
+  MainLoopSource endTimer;
   const auto interrupts = MainLoopSource::onSignal(nullptr, SIGINT, [&] {
-    if (grace.isActive()) quit();
-    grace = MainLoopSource::onTimeout(nullptr, interruptGrace, MainLoopSource::once(quit));
+    if (endTimer.isActive()) quit();
+    endTimer = MainLoopSource::onTimeout(nullptr, interruptTimeout, MainLoopSource::once(quit));
     return MainLoopSource::Next::again;
   });
   const auto endOnRequest = [&] {
@@ -111,7 +110,7 @@ int serve(FileDescriptor link) {
   // Nothing that a stranger says is read before this.
   if constexpr (QUORVIN_CONFINED) confine();
   // At a login nobody asked for a browser window.
-  switchboard.askWhetherUnattended([&](bool unattended) {
+  hub.askWhetherUnattended([&](bool unattended) {
     if (!unattended) browser.open();
     browser.end();
   });

@@ -19,7 +19,7 @@
 
 #include "tests/TemporaryFolder.h"
 #include "tests/attacks/ProgramUnderAttack.h"
-#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/HostHarness.h"
 
 namespace quorvin {
 namespace {
@@ -40,8 +40,8 @@ bool hasThread(pid_t process, std::string_view name) {
 
 bool speaks(const FileDescriptor& link) {
   pollfd waiting{link.get(), POLLIN, 0};
-  constexpr int patienceMs = 10'000;
-  return ::poll(&waiting, 1, patienceMs) == 1 && (waiting.revents & POLLIN) != 0;
+  constexpr int timeoutMs = 10'000;
+  return ::poll(&waiting, 1, timeoutMs) == 1 && (waiting.revents & POLLIN) != 0;
 }
 
 TEST(ConfinedWebInterface, CannotTakeBackWhatItGaveUpInAnyOfItsThreads) {
@@ -204,7 +204,7 @@ TEST_F(ThreadLimit, AnswersEveryCallOfASessionThatGetsNoThread) {
   client.call("stopCapture");
   ASSERT_TRUE(comesTrue([&] { return !hasThread(host.processId(), "ScreenCapture"); }));
   const auto atRest = threadsOf(host.processId()).size();
-  auto settings = pictureSettings(640, 480);
+  auto settings = streamSettings(640, 480);
   settings.append("codec", "h264");  // the last counts
 
   std::size_t refused = 0;

@@ -1,5 +1,5 @@
-// Whoever wants something left held: remote input holds a button, keys and lent key codes, and then
-// the session, the host or its guardian end, in every way and with a server that is stuck.
+// Whoever wants something left held: remote input holds a button, keys and bound key codes, and
+// then the session, the host or its guardian end, in every way and with a server that is stuck.
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "tests/ChildProgram.h"
-#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/HostHarness.h"
 #include "tests/linux/guardian/ScreenInput.h"
 
 namespace quorvin {
@@ -25,8 +25,8 @@ constexpr int letterA = 0;
 constexpr int section = 10;  // on no US keyboard
 constexpr int shift = 56;
 
-constexpr auto aimForTheEnd = 2s;
-constexpr auto aimForAnAnswer = 500ms;
+constexpr auto endTimeTarget = 2s;
+constexpr auto answerTimeTarget = 500ms;
 
 const FlutterReply done = Value();
 const ScreenInput::Pressed nothing;
@@ -34,7 +34,7 @@ const ScreenInput::Pressed nothing;
 class HeldInputAttack : public testing::Test {
  protected:
   std::unique_ptr<ConnectedHost> startSession() {
-    auto host = std::make_unique<ConnectedHost>(stand);
+    auto host = std::make_unique<ConnectedHost>(harness);
     host->client->listen();
     EXPECT_TRUE(host->startCapture());
     EXPECT_TRUE(host->client->nextEvent());
@@ -78,8 +78,8 @@ class HeldInputAttack : public testing::Test {
     EXPECT_TRUE(comesTrue([this] { return screen.symbols() == before; })) << after;
   }
 
-  HostStand stand;
-  ScreenInput screen{stand.server.display()};
+  HostHarness harness;
+  ScreenInput screen{harness.server.display()};
   const ScreenInput::Symbols before = screen.symbols();
 };
 
@@ -111,7 +111,7 @@ TEST_F(HeldInputAttack, NothingIsLeftHoweverTheHostEnds) {
     const auto host = startSession();
     hold(*host);
     ending.make(*host);
-    EXPECT_TRUE(host->process->statusWithin(aimForTheEnd)) << ending.name;
+    EXPECT_TRUE(host->process->statusWithin(endTimeTarget)) << ending.name;
     expectNothingLeft(ending.name);
   }
 }
@@ -126,7 +126,7 @@ TEST_F(HeldInputAttack, AnOrderlyEndNeedsNoGuardian) {
     ASSERT_GT(guardian, 0);
     ::kill(guardian, SIGSTOP);
     ending.make(*host);
-    EXPECT_TRUE(host->process->statusWithin(aimForTheEnd)) << ending.name;
+    EXPECT_TRUE(host->process->statusWithin(endTimeTarget)) << ending.name;
     EXPECT_TRUE(screen.waitFor(nothing, 100ms)) << ending.name;
     EXPECT_TRUE(screen.symbols() == before) << ending.name;
     ::kill(guardian, SIGKILL);
@@ -148,7 +148,7 @@ TEST_F(HeldInputAttack, NothingIsLeftWhenTheGuardianIsKilledYoungAndThenTheHost)
         300ms))
         << ending.name;
     ending.make(*host);
-    EXPECT_TRUE(host->process->statusWithin(aimForTheEnd)) << ending.name;
+    EXPECT_TRUE(host->process->statusWithin(endTimeTarget)) << ending.name;
     expectNothingLeft(ending.name);
   }
 }
@@ -161,7 +161,7 @@ TEST_F(HeldInputAttack, NothingIsHeldOnceTheSessionOrItsInputEnds) {
     EXPECT_TRUE(screen.waitFor(nothing)) << method;
   }
   host->process->send(SIGTERM);
-  EXPECT_TRUE(host->process->statusWithin(aimForTheEnd));
+  EXPECT_TRUE(host->process->statusWithin(endTimeTarget));
   expectNothingLeft("SIGTERM");
 }
 
@@ -169,11 +169,11 @@ TEST_F(HeldInputAttack, NothingIsLeftWhenTheServerIsStuckAtTheHostsEnd) {
   for (const auto& ending : endingsOfTheHost()) {
     const auto host = startSession();
     hold(*host);
-    stand.server.freeze();
+    harness.server.freeze();
     screen.waitForSilence();
     ending.make(*host);
-    EXPECT_TRUE(host->process->statusWithin(aimForTheEnd)) << ending.name;
-    stand.server.thaw();
+    EXPECT_TRUE(host->process->statusWithin(endTimeTarget)) << ending.name;
+    harness.server.thaw();
     expectNothingLeft(ending.name);
   }
 }
@@ -181,7 +181,7 @@ TEST_F(HeldInputAttack, NothingIsLeftWhenTheServerIsStuckAtTheHostsEnd) {
 TEST_F(HeldInputAttack, NothingIsLeftWhenTheServerIsStuckWhileTheGuardianIsKilledAndTheHost) {
   const auto host = startSession();
   hold(*host);
-  stand.server.freeze();
+  harness.server.freeze();
   screen.waitForSilence();
   EXPECT_EQ(mouse(*host, "mouseMove", 0.9), done);
   const auto first = guardianOf(*host);
@@ -192,15 +192,15 @@ TEST_F(HeldInputAttack, NothingIsLeftWhenTheServerIsStuckWhileTheGuardianIsKille
     return now > 0 && now != first;
   }));
   host->process->send(SIGKILL);
-  EXPECT_TRUE(host->process->statusWithin(aimForTheEnd));
-  stand.server.thaw();
+  EXPECT_TRUE(host->process->statusWithin(endTimeTarget));
+  harness.server.thaw();
   expectNothingLeft("both");
 }
 
 TEST_F(HeldInputAttack, InputIsAnsweredAndLetGoWhileTheServerIsStuck) {
   const auto host = startSession();
   hold(*host);
-  stand.server.freeze();
+  harness.server.freeze();
   screen.waitForSilence();
   std::chrono::steady_clock::duration longest{};
   const auto ask = [&](const std::function<FlutterReply()>& call) {
@@ -214,8 +214,8 @@ TEST_F(HeldInputAttack, InputIsAnsweredAndLetGoWhileTheServerIsStuck) {
     ask([&] { return key(*host, "keyUp", letterA); });
   }
   ask([&] { return host->client->call("releaseInput"); });
-  EXPECT_LT(longest, aimForAnAnswer);
-  stand.server.thaw();
+  EXPECT_LT(longest, answerTimeTarget);
+  harness.server.thaw();
   EXPECT_TRUE(screen.waitFor(nothing));
 }
 

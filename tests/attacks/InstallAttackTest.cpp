@@ -31,7 +31,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using launchctl::contentOf;
-using launchctl::LaunchctlStand;
+using launchctl::LaunchctlHarness;
 using launchctl::ProgramRun;
 using testing::AllOf;
 using testing::HasSubstr;
@@ -47,9 +47,9 @@ constexpr std::chrono::seconds boundOfAll{16};
 class Account {
  public:
   explicit Account(const std::string& display) {
-    install(stand.home());
-    stand.environment.push_back("DISPLAY=" + display);
-    stand.environment.push_back("XDG_CONFIG_HOME=");
+    install(harness.home());
+    harness.environment.push_back("DISPLAY=" + display);
+    harness.environment.push_back("XDG_CONFIG_HOME=");
   }
 
   // Puts a copy of the built programs into that folder.
@@ -64,7 +64,7 @@ class Account {
   // Runs the copy below that home, as a command line of its own if need be.
   [[nodiscard]] ProgramRun run(std::vector<std::string> arguments, const fs::path& home,
                                std::vector<std::string> command = {}) const {
-    auto environment = stand.environment;
+    auto environment = harness.environment;
     environment.push_back("HOME=" + home.string());
     command.push_back(home / bundle / "Contents/Linux/quorvin-support");
     command.insert(command.end(), arguments.begin(), arguments.end());
@@ -93,15 +93,15 @@ class Account {
   void expectConsistent() const {
     const bool enabled = isEnabled();
     EXPECT_EQ(fs::exists(agentFile()), enabled);
-    EXPECT_EQ(fs::exists(stand.entry(label)), enabled);
+    EXPECT_EQ(fs::exists(harness.entry(label)), enabled);
   }
   void expectDisabled() const {
     EXPECT_FALSE(isEnabled());
     expectConsistent();
-    EXPECT_FALSE(fs::exists(stand.unit(label)));
+    EXPECT_FALSE(fs::exists(harness.unit(label)));
   }
 
-  [[nodiscard]] fs::path home() const { return stand.home(); }
+  [[nodiscard]] fs::path home() const { return harness.home(); }
   [[nodiscard]] fs::path settings() const {
     return home() / ".config/com.quorvin.support/defaults.ini";
   }
@@ -125,8 +125,8 @@ class Account {
     return found;
   }
 
-  LaunchctlStand stand;
-  launchctl::RecordingSystemctl systemctl{stand};
+  LaunchctlHarness harness;
+  launchctl::RecordingSystemctl systemctl{harness};
 };
 
 // Holds a lock on a file or folder, as somebody who never lets go.
@@ -187,7 +187,7 @@ TEST_F(InstallAttack, EndsInTimeWhenALockIsNeverLetGo) {
   EXPECT_EQ(refused.status, 1);
   EXPECT_EQ(refused.errors,
             "Quorvin unattended access error: macOS could not register the login startup item.\n");
-  EXPECT_THAT(contentOf(registering.stand.log()),
+  EXPECT_THAT(contentOf(registering.harness.log()),
               AllOf(HasSubstr(registering.registryFolder().string()), HasSubstr("try again\n")));
   registering.expectDisabled();
 }
@@ -195,7 +195,7 @@ TEST_F(InstallAttack, EndsInTimeWhenALockIsNeverLetGo) {
 // Home folders are often open to others for reading, and who can open a folder can lock it.
 TEST_F(InstallAttack, LetsNoOtherUserTakeItsLocks) {
   const Account account(server.display());
-  fs::permissions(account.stand.folder.path(), fs::perms(0755));
+  fs::permissions(account.harness.folder.path(), fs::perms(0755));
   fs::permissions(account.home(), fs::perms(0755));
   ASSERT_EQ(account.enable("Old").status, 0);
   const auto mayOpen = [](const fs::path& path) {
@@ -258,7 +258,7 @@ TEST_F(InstallAttack, SucceedsUnderEveryMaskAndMakesItsFilesPrivate) {
 TEST_F(InstallAttack, KnowsAnInstalledCopyHoweverItsHomeIsReachedAndNoOther) {
   const Account account(server.display());
   const auto path = [&](const char* name) {
-    return account.stand.folder.path(name);
+    return account.harness.folder.path(name);
   };
   fs::create_directory_symlink(account.home(), path("link"));
   fs::create_directories(path("other"));
@@ -284,7 +284,7 @@ TEST_F(InstallAttack, LeavesAnAccountAloneThatHasNothingInstalled) {
     if (getuid() == 0) {
       asStranger = {"setpriv", "--reuid=" + std::to_string(stranger),
                     "--regid=" + std::to_string(stranger), "--clear-groups"};
-      fs::permissions(account.stand.folder.path(), fs::perms(0755));
+      fs::permissions(account.harness.folder.path(), fs::perms(0755));
     }
     // Nobody may write anything, not even the one that the account belongs to.
     for (const auto& folder : {account.home() / ".config", account.home()}) {

@@ -17,7 +17,7 @@
 
 #include "tests/TemporaryFolder.h"
 #include "tests/attacks/ProgramUnderAttack.h"
-#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/HostHarness.h"
 
 namespace quorvin {
 namespace {
@@ -60,7 +60,7 @@ class ProcessStart : public testing::Test {
   };
 
   HostProcess::Launch launchOf(const std::string& program, FileDescriptor link) const {
-    auto environment = stand.environment();
+    auto environment = harness.environment();
     environment.insert(environment.end(), {"QUORVIN_UI_FD=3", "QUORVIN_WEBUI_OPEN=0"});
     return {.program = program,
             .arguments = {},
@@ -95,8 +95,8 @@ class ProcessStart : public testing::Test {
   // Runs quorvin-launchctl on an agent, with a systemctl that notes what it finds in its parent and
   // in itself. Returns these notes.
   std::string notesOfLaunchctl(const std::string& redirections) const {
-    const auto notes = stand.home.path("notes");
-    const auto systemctl = stand.home.writeScript(
+    const auto notes = harness.home.path("notes");
+    const auto systemctl = harness.home.writeScript(
         "systemctl",
         "{ for n in 0 1 2; do echo \"$n=$(readlink /proc/$PPID/fd/$n)\"; done\n"
         "  sed 's/^/parent /' /proc/$PPID/status\n"
@@ -104,9 +104,9 @@ class ProcessStart : public testing::Test {
             notes.string() + "'\nexit 1\n");
     auto launch = launchOf(QUORVIN_LAUNCHCTL_PROGRAM, {});
     launch.arguments = {"bootout", "gui/" + std::to_string(::getuid()),
-                        stand.home.path("agent.plist")};
+                        harness.home.path("agent.plist")};
     launch.environment.push_back("QUORVIN_SYSTEMCTL=" + systemctl);
-    static_cast<void>(stand.home.write("agent.plist", agent));
+    static_cast<void>(harness.home.write("agent.plist", agent));
     HostProcess process(withClosed(redirections, std::move(launch)));
     EXPECT_EQ(process.statusWithin(), 3) << process.errorOutput();
     return contentOf(notes);
@@ -117,14 +117,14 @@ class ProcessStart : public testing::Test {
       "<string>com.quorvin.support.attack</string><key>ProgramArguments</key><array>"
       "<string>/bin/true</string></array></dict></plist>";
 
-  HostStand stand;
+  HostHarness harness;
 };
 
 // Whether something has come that can be read.
 bool speaks(const FileDescriptor& link) {
   pollfd waiting{link.get(), POLLIN, 0};
-  constexpr int patienceMs = 10'000;
-  return ::poll(&waiting, 1, patienceMs) == 1 && (waiting.revents & POLLIN) != 0;
+  constexpr int timeoutMs = 10'000;
+  return ::poll(&waiting, 1, timeoutMs) == 1 && (waiting.revents & POLLIN) != 0;
 }
 
 TEST_F(ProcessStart, FillsTheHostsStandardDescriptorsWhenTheyAreClosed) {
@@ -205,7 +205,7 @@ class InstallWithoutRoom : public ProcessStart {
     fs::create_directories(bundle.parent_path());
     fs::copy(fs::path(QUORVIN_HOST).parent_path().parent_path().parent_path(), bundle,
              fs::copy_options::recursive);
-    static_cast<void>(stand.home.writeScript("systemctl", "exit 1\n"));
+    static_cast<void>(harness.home.writeScript("systemctl", "exit 1\n"));
   }
   void TearDown() override { EXPECT_EQ(run({"--remove-unattended"}, "unlimited").first, 0); }
 
@@ -215,7 +215,7 @@ class InstallWithoutRoom : public ProcessStart {
     auto launch = launchOf("/usr/bin/prlimit", {});
     launch.arguments = {"--fsize=" + fileBytesMax, bundle / "Contents/Linux/quorvin-support"};
     launch.arguments.insert(launch.arguments.end(), arguments.begin(), arguments.end());
-    launch.environment.push_back("QUORVIN_SYSTEMCTL=" + stand.home.path("systemctl").string());
+    launch.environment.push_back("QUORVIN_SYSTEMCTL=" + harness.home.path("systemctl").string());
     HostProcess process(std::move(launch));
     const int status = process.statusWithin().value_or(-1);
     return {status, process.errorOutput()};
@@ -228,15 +228,15 @@ class InstallWithoutRoom : public ProcessStart {
   // What an install keeps: the settings, and the property list of the agent.
   [[nodiscard]] std::vector<std::string> kept() const {
     return {
-        contentOf(stand.home.path("config/com.quorvin.support/defaults.ini")),
-        contentOf(stand.home.path("Library/LaunchAgents/com.quorvin.support.unattended.plist"))};
+        contentOf(harness.home.path("config/com.quorvin.support/defaults.ini")),
+        contentOf(harness.home.path("Library/LaunchAgents/com.quorvin.support.unattended.plist"))};
   }
   // What the login starts.
   [[nodiscard]] std::string entry() const {
-    return contentOf(stand.home.path("config/autostart/com.quorvin.support.unattended.desktop"));
+    return contentOf(harness.home.path("config/autostart/com.quorvin.support.unattended.desktop"));
   }
 
-  const fs::path bundle = stand.home.path("Applications/Quorvin Support.app");
+  const fs::path bundle = harness.home.path("Applications/Quorvin Support.app");
 };
 
 TEST_F(InstallWithoutRoom, FailsWithAnErrorAndKeepsWhatWasThere) {

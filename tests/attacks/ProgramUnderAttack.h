@@ -9,7 +9,7 @@
 #include <system_error>
 #include <thread>
 
-#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/HostHarness.h"
 
 namespace quorvin {
 

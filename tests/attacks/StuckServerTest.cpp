@@ -12,7 +12,7 @@
 #include <tuple>
 #include <vector>
 
-#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/HostHarness.h"
 #include "tests/e2e/link/XcbConnection.h"
 
 namespace quorvin {
@@ -70,12 +70,12 @@ class StuckServer : public testing::TestWithParam<std::tuple<Way, Step>> {
   [[nodiscard]] static Step step() { return std::get<Step>(GetParam()); }
 
   void getStuck() {
-    if (std::get<Way>(GetParam()) == Way::stopped) return stand.server.freeze();
+    if (std::get<Way>(GetParam()) == Way::stopped) return harness.server.freeze();
     xcb_grab_server(grabber.get());
     grabber.synchronize();
   }
   void goOn() {
-    if (std::get<Way>(GetParam()) == Way::stopped) return stand.server.thaw();
+    if (std::get<Way>(GetParam()) == Way::stopped) return harness.server.thaw();
     xcb_ungrab_server(grabber.get());
     grabber.synchronize();
   }
@@ -106,7 +106,7 @@ class StuckServer : public testing::TestWithParam<std::tuple<Way, Step>> {
     ASSERT_TRUE(host.startCapture());
     ASSERT_TRUE(client.nextEvent());
     if (step() != Step::runningH264) return;
-    auto settings = pictureSettings(800, 600);
+    auto settings = streamSettings(800, 600);
     settings.append("codec", "h264");
     ASSERT_EQ(client.call("configureStream", settings), FlutterReply(Value()));
     std::optional<FlutterEvent> event;
@@ -119,7 +119,7 @@ class StuckServer : public testing::TestWithParam<std::tuple<Way, Step>> {
   // Hosts that all come to the step, and the server that is stuck there.
   void bring(std::vector<std::unique_ptr<ConnectedHost>>& hosts) {
     if (step() == Step::beforeTheHost) getStuck();
-    for (auto& host : hosts) host = std::make_unique<ConnectedHost>(stand);
+    for (auto& host : hosts) host = std::make_unique<ConnectedHost>(harness);
     for (auto& host : hosts) ASSERT_NO_FATAL_FAILURE(approach(*host));
     if (step() != Step::beforeTheHost) getStuck();
   }
@@ -134,7 +134,7 @@ class StuckServer : public testing::TestWithParam<std::tuple<Way, Step>> {
     expectAnswer(client, "capabilities");
     expectAnswer(client, "permissions");
     expectAnswer(client, "requestPermissions");
-    expectAnswer(client, "configureStream", pictureSettings(640, 480));
+    expectAnswer(client, "configureStream", streamSettings(640, 480));
     expectAnswer(client, "injectInput", Map{{"action", "mouseMove"}, {"x", 0.5}, {"y", 0.5}});
     expectAnswer(client, "injectInput", Map{{"action", "keyDown"}, {"keyCode", 0}});
     expectAnswer(client, "injectInput", Map{{"action", "keyUp"}, {"keyCode", 0}});
@@ -150,7 +150,7 @@ class StuckServer : public testing::TestWithParam<std::tuple<Way, Step>> {
   }
 
   static void expectASession(ConnectedHost& host) {
-    const auto deadline = Clock::now() + LinkClient::patience;
+    const auto deadline = Clock::now() + LinkClient::timeout;
     while (!isAllowed(*host.client) && Clock::now() < deadline) {
     }
     host.client->listen();
@@ -159,8 +159,8 @@ class StuckServer : public testing::TestWithParam<std::tuple<Way, Step>> {
     EXPECT_TRUE(host.client->nextEvent());
   }
 
-  HostStand stand;
-  XcbConnection grabber{stand.server.display()};
+  HostHarness harness;
+  XcbConnection grabber{harness.server.display()};
 };
 
 TEST_P(StuckServer, HoldsUpNeitherACallNorAnEnd) {

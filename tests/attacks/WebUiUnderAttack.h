@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "tests/attacks/ProgramUnderAttack.h"
-#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/HostHarness.h"
 
 namespace quorvin {
 
@@ -101,10 +101,10 @@ class AttackedWebUi {
   // `prepare` may add to the environment.
   explicit AttackedWebUi(std::vector<std::string> more = {"QUORVIN_WEBUI_OPEN=0"},
                          std::vector<std::string> arguments = {})
-      : runtime(stand.home.path() / "runtime") {
+      : runtime(harness.home.path() / "runtime") {
     std::filesystem::create_directory(runtime);
     std::filesystem::permissions(runtime, std::filesystem::perms::owner_all);
-    auto environment = stand.environment();
+    auto environment = harness.environment();
     environment.push_back("XDG_RUNTIME_DIR=" + runtime.string());
     environment.insert(environment.end(), more.begin(), more.end());
     host = std::make_unique<HostProcess>(
@@ -158,7 +158,7 @@ class AttackedWebUi {
     return std::stoul(statusLine(folderOf(program()), "VmRSS"));
   }
 
-  HostStand stand;
+  HostHarness harness;
   std::filesystem::path runtime;
   std::filesystem::path addressFile;
   std::unique_ptr<HostProcess> host;

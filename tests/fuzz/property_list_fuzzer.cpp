@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "launchctl/Failure.h"
+#include "launchctl/LaunchctlError.h"
 #include "launchctl/PropertyList.h"
 
 using namespace quorvin::launchctl;  // NOLINT: a program of one file
@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static_cast<void>(list.text("Label"));
     static_cast<void>(list.boolean("KeepAlive"));
     static_cast<void>(list.texts("ProgramArguments"));
-  } catch (const Failure&) {
+  } catch (const LaunchctlError&) {
     return 0;  // refused
   }
   return 0;

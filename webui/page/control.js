@@ -2,9 +2,9 @@
 // only is off and the picture has the focus; whenever that ends, everything held is let go.
 
 import {CombinationMenu, strokesOf} from './combinations.js';
-import {EchoWatch} from './echo.js';
+import {FeedbackLoopDetector} from './feedback.js';
 import {InputQueue} from './inputqueue.js';
-import {Keyboard, isWayOut} from './keyboard.js';
+import {Keyboard, isEscapeShortcut} from './keyboard.js';
 import {keyCodes} from './keycodes.js';
 import {Pointer} from './pointer.js';
 import {sentence} from './texts.js';
@@ -14,7 +14,7 @@ const troubleShownMs = 6000;
 
 const system = navigator.userAgentData?.platform ?? navigator.platform;
 const isMac = /mac/i.test(system);
-const wayOut = isMac ? 'Control+Option+Home' : 'Ctrl+Alt+Home';
+const escapeShortcut = isMac ? 'Control+Option+Home' : 'Ctrl+Alt+Home';
 
 const hints = {
   off: '',
@@ -22,7 +22,7 @@ const hints = {
     'You are only watching. Switch View only off to use this computer’s mouse and keyboard. Leave it ' +
     'on if this page is open on the very screen that you see: your own mouse pointer would jump.',
   unfocused: 'Click the picture to use its mouse and keyboard.',
-  taking: `Your mouse and keyboard work in the picture. ${wayOut} or a click outside leaves it.`,
+  taking: `Your mouse and keyboard work in the picture. ${escapeShortcut} or a click outside leaves it.`,
 };
 
 const byId = (id) => document.getElementById(id);
@@ -38,7 +38,7 @@ export class Control {
   #keyboard;
   #pointer;
   #wheel = new Wheel();
-  #echo = new EchoWatch();
+  #feedback = new FeedbackLoopDetector();
   #menu;
   #troubleTimer;
 
@@ -50,7 +50,7 @@ export class Control {
       (error) => this.#showTrouble(error),
     );
     const send = (event, options) => {
-      this.#echo.sent(event);
+      this.#feedback.sent(event);
       this.#queue.push(event, options);
     };
     this.#keyboard = new Keyboard(keyCodes, send, {isMac});
@@ -128,7 +128,7 @@ export class Control {
     listen('wheel', (event) => this.#turned(event), {passive: false});
     listen('keydown', (event) => this.#keyPressed(event));
     listen('keyup', (event) => {
-      this.#echo.keyUp(event.code);
+      this.#feedback.keyUp(event.code);
       if (this.#keyboard.up(event)) event.preventDefault();
     });
     this.#canvas.addEventListener('focus', () => this.#review());
@@ -151,10 +151,10 @@ export class Control {
   #watchPointer({screenX, screenY, timeStamp}) {
     if (!this.#isTaking) return;
     const pointer = {x: screenX, y: screenY};
-    if (this.#echo.pointerAt(pointer, window.screen, timeStamp)) this.#endEcho();
+    if (this.#feedback.pointerAt(pointer, window.screen, timeStamp)) this.#endFeedbackLoop();
   }
 
-  #endEcho() {
+  #endFeedbackLoop() {
     this.#switchTo(true);
     this.#showTrouble({code: 'input_echo'});
   }
@@ -169,10 +169,10 @@ export class Control {
 
   #keyPressed(event) {
     // A Mac, which does not tell of every key that goes up, is never what this page controls.
-    if (!isMac && this.#echo.keyDown(event.code, event.timeStamp)) {
+    if (!isMac && this.#feedback.keyDown(event.code, event.timeStamp)) {
       event.preventDefault();
-      this.#endEcho();
-    } else if (isWayOut(event)) {
+      this.#endFeedbackLoop();
+    } else if (isEscapeShortcut(event)) {
       event.preventDefault();
       this.#leave();
     } else if (this.#keyboard.down(event)) {
@@ -209,7 +209,7 @@ export class Control {
     this.#keyboard.forget();
     this.#pointer.forget();
     this.#wheel.forget();
-    this.#echo.forget();
+    this.#feedback.forget();
   }
 
   // One notice, however often the same thing is refused.

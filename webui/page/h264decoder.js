@@ -2,7 +2,7 @@
 
 import {parsePayload} from './h264.js';
 
-const patienceMs = 200;
+const defaultTimeoutMs = 200;
 
 // This browser has no decoder for the stream.
 export class H264Unsupported extends Error {}
@@ -14,15 +14,15 @@ export class H264Decoder {
   #keepsBack = false; // whether the decoder gives a picture only when it is flushed
   #wanted = null; // {timestamp, resolve, reject}: the picture that is waited for
   #last = Promise.resolve(); // settles when the payload before has been dealt with
-  #period = 0; // counts calls of reset()
+  #generation = 0; // counts calls of reset()
   #count = 0;
-  #patienceMs;
+  #timeoutMs;
 
-  // `api` is where a browser keeps VideoDecoder and EncodedVideoChunk; `patience` is how many
+  // `api` is where a browser keeps VideoDecoder and EncodedVideoChunk; `timeoutMs` is how many
   // milliseconds a decoder is given before it is flushed.
-  constructor(api = globalThis, patience = patienceMs) {
+  constructor(api = globalThis, timeoutMs = defaultTimeoutMs) {
     this.#api = api;
-    this.#patienceMs = patience;
+    this.#timeoutMs = timeoutMs;
   }
 
   // Resolves with {image, width, height}, of which `image` (a VideoFrame that the caller closes) may
@@ -30,29 +30,29 @@ export class H264Decoder {
   // picture or is overtaken by reset(). Rejects with H264Unsupported. Payloads come out in the order
   // they went in.
   decode(buffer) {
-    const period = this.#period;
-    const picture = this.#last.then(() => this.#decode(buffer, period));
+    const generation = this.#generation;
+    const picture = this.#last.then(() => this.#decode(buffer, generation));
     this.#last = picture.catch(() => {});
     return picture;
   }
 
   // Gives up everything that is under way.
   reset() {
-    ++this.#period;
+    ++this.#generation;
     this.#end();
   }
 
-  async #decode(buffer, period) {
+  async #decode(buffer, generation) {
     const payload = parsePayload(buffer);
     // What needs an earlier picture is of no use: any of them may have been dropped on its way.
-    if (payload === null || !payload.isKey || period !== this.#period) return null;
+    if (payload === null || !payload.isKey || generation !== this.#generation) return null;
     if (!(await this.#supports(payload.codec))) throw new H264Unsupported(payload.codec);
-    if (period !== this.#period) return null;
+    if (generation !== this.#generation) return null;
     try {
       this.#setUp(payload);
       return fitting(await this.#frameOf(payload.stream), payload);
     } catch (error) {
-      if (period !== this.#period) return null;
+      if (generation !== this.#generation) return null;
       // A decoder that has met with an error is closed for good; the next payload gets another.
       this.#end();
       if (error.name === 'NotSupportedError') throw new H264Unsupported(payload.codec);
@@ -93,14 +93,14 @@ export class H264Decoder {
     const frame = new Promise((resolve, reject) => {
       this.#wanted = {timestamp, resolve, reject};
     });
-    const patience = setTimeout(() => this.#flush(timestamp), this.#patienceMs);
+    const timer = setTimeout(() => this.#flush(timestamp), this.#timeoutMs);
     try {
       this.#decoder.decode(new this.#api.EncodedVideoChunk({type: 'key', timestamp, data}));
       if (this.#keepsBack) this.#flush(timestamp);
       return await frame;
     } finally {
       this.#wanted = null;
-      clearTimeout(patience);
+      clearTimeout(timer);
     }
   }
 

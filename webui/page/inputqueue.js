@@ -15,7 +15,7 @@ export class InputQueue {
   #unanswered = 0;
   #pacedUnanswered = new Set();
   #held = new Set(); // what the host was told to press and not yet to release
-  #period = 0; // counts connections; answers to an older one's calls mean nothing any more
+  #generation = 0; // counts connections; answers to an older one's calls mean nothing any more
 
   // `call(method, arguments)` gives a promise. `onTrouble` gets the errors of calls that were
   // refused, and {code: 'input_overflow'} when so much waited that all of it was given up.
@@ -51,7 +51,7 @@ export class InputQueue {
 
   // For a lost connection: the server has lifted everything by itself.
   forget() {
-    ++this.#period;
+    ++this.#generation;
     this.#waiting = [];
     this.#unanswered = 0;
     this.#pacedUnanswered.clear();
@@ -88,7 +88,7 @@ export class InputQueue {
   }
 
   async #send(event) {
-    const period = this.#period;
+    const generation = this.#generation;
     this.#noteHeld(event);
     ++this.#unanswered;
     if (paced.has(event.action)) this.#pacedUnanswered.add(event.action);
@@ -96,7 +96,7 @@ export class InputQueue {
       () => null,
       (error) => error,
     );
-    if (period !== this.#period) return;
+    if (generation !== this.#generation) return;
     --this.#unanswered;
     this.#pacedUnanswered.delete(event.action);
     if (trouble) this.#onTrouble(trouble);

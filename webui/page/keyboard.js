@@ -15,7 +15,7 @@ const isModifier = (code) => modifiers.some(({codes}) => codes.includes(code));
 const isMeta = (code) => code === 'MetaLeft' || code === 'MetaRight';
 
 // What brings a supporter who works with the keyboard out of the picture.
-export function isWayOut({code, ctrlKey, altKey}) {
+export function isEscapeShortcut({code, ctrlKey, altKey}) {
   return code === 'Home' && ctrlKey && altKey;
 }
 

@@ -38,7 +38,7 @@ export class Picture {
   #context = this.#canvas.getContext('2d', {alpha: false});
   #session = 'idle';
   #connected = false;
-  #period = 0; // counts sessions and connections; what was decoded for an older one is not drawn
+  #generation = 0; // counts sessions and connections; what was decoded for an older one is not drawn
   #liveSince = 0;
   #shownSince = null; // when the picture on show came from the host
   #statistics = new Statistics();
@@ -82,15 +82,15 @@ export class Picture {
 
   // Resolves when the picture is on show or has been given up.
   async draw(bytes, arrivedAt) {
-    const period = this.#period;
+    const generation = this.#generation;
     const format = isH264(bytes) ? 'H.264' : 'JPEG';
     try {
       const picture = await (format === 'JPEG' ? decodeJpeg(bytes) : this.#h264.decode(bytes));
-      if (period === this.#period) this.#show(picture, format, bytes.byteLength, arrivedAt);
+      if (generation === this.#generation) this.#show(picture, format, bytes.byteLength, arrivedAt);
       picture?.image.close();
     } catch (error) {
       if (!(error instanceof H264Unsupported)) throw error;
-      if (period !== this.#period) return;
+      if (generation !== this.#generation) return;
       this.#problem = explain({code: 'h264_unsupported'}).what;
       this.#review();
       this.#onUnsupported();
@@ -118,7 +118,7 @@ export class Picture {
   }
 
   #clear() {
-    ++this.#period;
+    ++this.#generation;
     this.#shownSince = null;
     this.#statistics.forget();
     this.#h264.reset();

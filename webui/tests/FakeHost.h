@@ -59,8 +59,8 @@ class FakeHost {
     }
   }
 
-  void sendFrame(Bytes picture) const {
-    sendBytes(encodeEventLinkFrame("com.quorvin.support/frames", Data(std::move(picture))));
+  void sendFrame(Bytes payload) const {
+    sendBytes(encodeEventLinkFrame("com.quorvin.support/frames", Data(std::move(payload))));
   }
   void sendStreamError(const FlutterError& error) const {
     send({LinkFrameType::message, 0, "com.quorvin.support/frames", encodeErrorEnvelope(error)});

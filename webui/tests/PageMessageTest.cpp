@@ -23,8 +23,8 @@ TEST(PageMessage, PassesOnTheNineMethodsOfTheHostAndNoOther) {
   for (const auto* method : {"", "listen", "cancel", "Capabilities", "startCapture ", "exit"}) {
     EXPECT_FALSE(isCallableMethod(method)) << method;
   }
-  const auto mistake = parsedAs<PageMistake>(R"({"id":3,"method":"listen"})");
-  EXPECT_EQ(mistake.id, 3);
+  const auto error = parsedAs<PageProtocolError>(R"({"id":3,"method":"listen"})");
+  EXPECT_EQ(error.id, 3);
 }
 
 TEST(PageMessage, CallCarriesItsArguments) {
@@ -42,27 +42,27 @@ TEST(PageMessage, CallWithoutArgumentsHasNullOnes) {
 TEST(PageMessage, CallNeedsAnIntegerId) {
   for (const auto* id : {"null", "1.5", "\"1\"", "[]", "18446744073709551615"}) {
     const auto text = std::string(R"({"method":"permissions","id":)") + id + "}";
-    EXPECT_FALSE(parsedAs<PageMistake>(text).id) << text;
+    EXPECT_FALSE(parsedAs<PageProtocolError>(text).id) << text;
   }
-  parsedAs<PageMistake>(R"({"method":"permissions"})");
+  parsedAs<PageProtocolError>(R"({"method":"permissions"})");
 }
 
 TEST(PageMessage, ReadsAcknowledgementsAndWhatIsShown) {
   EXPECT_EQ(parsedAs<PageAcknowledgement>(R"({"ack":2})").count, 2);
-  const auto shows = parsedAs<PageShows>(R"({"show":{"customer":true,"picture":false}})");
-  EXPECT_TRUE(shows.customer);
-  EXPECT_FALSE(shows.picture);
-  EXPECT_FALSE(shows.input);
-  EXPECT_FALSE(parsedAs<PageShows>(R"({"show":{"customer":1}})").customer);
-  EXPECT_TRUE(parsedAs<PageShows>(R"({"show":{"input":true}})").input);
-  EXPECT_FALSE(parsedAs<PageShows>(R"({"show":{"input":"true"}})").input);
+  const auto visibility = parsedAs<PageVisibility>(R"({"show":{"customer":true,"picture":false}})");
+  EXPECT_TRUE(visibility.customer);
+  EXPECT_FALSE(visibility.picture);
+  EXPECT_FALSE(visibility.input);
+  EXPECT_FALSE(parsedAs<PageVisibility>(R"({"show":{"customer":1}})").customer);
+  EXPECT_TRUE(parsedAs<PageVisibility>(R"({"show":{"input":true}})").input);
+  EXPECT_FALSE(parsedAs<PageVisibility>(R"({"show":{"input":"true"}})").input);
 }
 
 TEST(PageMessage, RefusesEverythingElse) {
   for (const auto* text : {"", "null", "[]", "{}", "7", "{\"ack\":0}", "{\"ack\":-1}",
                            "{\"ack\":1.0}", "{\"ack\":9223372036854775807}", "{\"show\":true}",
                            "{\"id\":1,\"method\":7}", "{\"id\":1"}) {
-    parsedAs<PageMistake>(text);
+    parsedAs<PageProtocolError>(text);
   }
 }
 

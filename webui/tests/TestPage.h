@@ -77,7 +77,7 @@ class TestPage {
   }
 
   std::vector<nlohmann::json> texts;
-  std::vector<Bytes> pictures;
+  std::vector<Bytes> frames;
   bool closed = false;
   int closeCode = 0;
   std::string closeReason;
@@ -106,7 +106,7 @@ class TestPage {
     if (type == SOUP_WEBSOCKET_DATA_TEXT) {
       page->received(nlohmann::json::parse(bytes, bytes + size));
     } else {
-      page->pictures.emplace_back(bytes, bytes + size);
+      page->frames.emplace_back(bytes, bytes + size);
     }
   }
 

@@ -149,7 +149,7 @@ void CaptureWorker::startNow(const Completion& completion) {
     answer(completion, x11Error(X11ErrorCode::alreadyStarted, "The capture is running already."));
     return;
   }
-  auto made = answerInTime(
+  auto made = callWithTimeout(
       [target = target, configuration = configuration, wakeup = wakeup, counters = counters] {
         return std::make_unique<CaptureSession>(target, checkedSettings(configuration), wakeup,
                                                 counters, CaptureClock::now());

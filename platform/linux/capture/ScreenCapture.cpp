@@ -96,7 +96,7 @@ std::shared_ptr<const ShareableContent> contentOf(const std::string& name) {
 }
 
 void answerWithContent(const std::string& server, const ShareableContentHandler& handler) {
-  const auto listed = answerInTime([server] { return contentOf(server); });
+  const auto listed = callWithTimeout([server] { return contentOf(server); });
   if (const auto* error = std::get_if<Error>(&listed)) return handler(nullptr, *error);
   handler(std::get<0>(listed), {});
 }

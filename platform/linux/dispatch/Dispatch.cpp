@@ -5,22 +5,22 @@
 #include <utility>
 
 #include "platform/Fatal.h"
-#include "platform/linux/dispatch/DispatchBacklog.h"
 #include "platform/linux/dispatch/DispatchQueues.h"
+#include "platform/linux/dispatch/TaskQueue.h"
 #include "platform/linux/system/PosixError.h"
 
 namespace quorvin {
 
 LinuxDispatch::LinuxDispatch()
-    : mainBacklog(std::make_shared<DispatchBacklog>(DispatchMainSource::wakeContext())),
-      mainSource(std::make_unique<DispatchMainSource>(*mainBacklog)),
-      main(std::make_shared<DispatchBacklogQueue>(mainBacklog, std::this_thread::get_id())),
+    : mainTasks(std::make_shared<TaskQueue>(MainQueueSource::wakeContext())),
+      mainSource(std::make_unique<MainQueueSource>(*mainTasks)),
+      main(std::make_shared<LinuxDispatchQueue>(mainTasks, std::this_thread::get_id())),
       pool(std::make_shared<DispatchPool>()) {}
 
 LinuxDispatch::~LinuxDispatch() {
   finish();
   mainSource.reset();
-  mainBacklog->discard();
+  mainTasks->discard();
 }
 
 std::shared_ptr<DispatchQueue> LinuxDispatch::mainQueue() {
@@ -46,9 +46,9 @@ std::shared_ptr<DispatchQueue> LinuxDispatch::makeSerialQueue(const std::string&
 }
 
 std::unique_ptr<DispatchTimer> LinuxDispatch::makeTimer(std::shared_ptr<DispatchQueue> queue) {
-  auto runner = std::dynamic_pointer_cast<DispatchBacklogQueue>(std::move(queue));
+  auto runner = std::dynamic_pointer_cast<LinuxDispatchQueue>(std::move(queue));
   if (runner == nullptr) fatalError("A timer needs the main queue or a serial queue");
-  return std::make_unique<DispatchBacklogTimer>(std::move(runner));
+  return std::make_unique<LinuxDispatchTimer>(std::move(runner));
 }
 
 std::uint64_t LinuxDispatch::uptimeNanoseconds() {

@@ -9,8 +9,8 @@
 
 namespace quorvin {
 
-class DispatchBacklog;
-class DispatchMainSource;
+class TaskQueue;
+class MainQueueSource;
 class DispatchPool;
 class SerialQueueThread;
 
@@ -52,8 +52,8 @@ class LinuxDispatch final : public Dispatch {
  private:
   void joinEndedThreads();
 
-  std::shared_ptr<DispatchBacklog> mainBacklog;
-  std::unique_ptr<DispatchMainSource> mainSource;
+  std::shared_ptr<TaskQueue> mainTasks;
+  std::unique_ptr<MainQueueSource> mainSource;
   std::shared_ptr<DispatchQueue> main;
   std::shared_ptr<DispatchPool> pool;
   Mutex mutex;

@@ -13,40 +13,39 @@
 
 namespace quorvin {
 
-DispatchBacklogQueue::DispatchBacklogQueue(std::shared_ptr<DispatchBacklog> backlog,
-                                           std::thread::id runner)
-    : work(std::move(backlog)), runner(runner) {}
+LinuxDispatchQueue::LinuxDispatchQueue(std::shared_ptr<TaskQueue> taskQueue, std::thread::id runner)
+    : work(std::move(taskQueue)), runner(runner) {}
 
-void DispatchBacklogQueue::async(Task task) {
+void LinuxDispatchQueue::async(Task task) {
   work->push(std::move(task));
 }
 
-bool DispatchBacklogQueue::isCurrent() const {
+bool LinuxDispatchQueue::isCurrent() const {
   return std::this_thread::get_id() == runner;
 }
 
-DispatchBacklogTimer::DispatchBacklogTimer(std::shared_ptr<DispatchBacklogQueue> queue)
-    : queue(std::move(queue)), timer(DispatchBacklog::makeTimer()) {}
+LinuxDispatchTimer::LinuxDispatchTimer(std::shared_ptr<LinuxDispatchQueue> queue)
+    : queue(std::move(queue)), timer(TaskQueue::makeTimer()) {}
 
-DispatchBacklogTimer::~DispatchBacklogTimer() {
-  queue->backlog()->cancel(timer);
+LinuxDispatchTimer::~LinuxDispatchTimer() {
+  queue->taskQueue()->cancel(timer);
 }
 
-void DispatchBacklogTimer::schedule(std::uint64_t deadlineNs, std::uint64_t repeatingNs,
-                                    std::uint64_t /*leewayNs*/) {
-  queue->backlog()->schedule(*timer, deadlineNs, repeatingNs);
+void LinuxDispatchTimer::schedule(std::uint64_t deadlineNs, std::uint64_t repeatingNs,
+                                  std::uint64_t /*leewayNs*/) {
+  queue->taskQueue()->schedule(*timer, deadlineNs, repeatingNs);
 }
 
-void DispatchBacklogTimer::setEventHandler(Task handler) {
-  queue->backlog()->setHandler(*timer, std::move(handler));
+void LinuxDispatchTimer::setEventHandler(Task handler) {
+  queue->taskQueue()->setHandler(*timer, std::move(handler));
 }
 
-void DispatchBacklogTimer::resume() {
-  queue->backlog()->resume(timer);
+void LinuxDispatchTimer::resume() {
+  queue->taskQueue()->resume(timer);
 }
 
-void DispatchBacklogTimer::cancel() {
-  queue->backlog()->cancel(timer);
+void LinuxDispatchTimer::cancel() {
+  queue->taskQueue()->cancel(timer);
 }
 
 namespace {
@@ -67,7 +66,7 @@ void preferThisThread() {
 }  // namespace
 
 SerialQueue::~SerialQueue() {
-  backlog()->close();
+  taskQueue()->close();
 }
 
 SerialQueueThread::SerialQueueThread(const std::string& label, QualityOfService qos)
@@ -79,13 +78,13 @@ SerialQueueThread::~SerialQueueThread() {
 }
 
 std::shared_ptr<DispatchQueue> SerialQueueThread::makeQueue() {
-  return std::make_shared<SerialQueue>(backlog, thread.get_id());
+  return std::make_shared<SerialQueue>(taskQueue, thread.get_id());
 }
 
 void SerialQueueThread::run(const std::string& name, QualityOfService qos) {
   pthread_setname_np(pthread_self(), name.c_str());
   if (qos == QualityOfService::userInteractive) preferThisThread();
-  while (backlog->waitForWork()) backlog->runTurn();
+  while (taskQueue->waitForWork()) taskQueue->drainOnce();
   ended = true;
 }
 
@@ -94,7 +93,7 @@ namespace {
 // GLib makes and frees the memory, so this stays plain data that begins with a GSource.
 struct Source {
   GSource base;
-  DispatchBacklog* backlog;
+  TaskQueue* taskQueue;
   bool isResting;
 };
 
@@ -114,7 +113,7 @@ gint sleepMs(std::optional<std::uint64_t> dueNs) {
 
 // An exception has no way through GLib's C frames, hence noexcept.
 gboolean prepare(GSource* source, gint* timeoutMs) noexcept {
-  *timeoutMs = sleepMs(of(source).backlog->nextDueNs());
+  *timeoutMs = sleepMs(of(source).taskQueue->nextDueNs());
   return *timeoutMs == 0 && !of(source).isResting ? TRUE : FALSE;
 }
 
@@ -123,12 +122,12 @@ gboolean check(GSource* source) noexcept {
     of(source).isResting = false;
     return FALSE;
   }
-  return sleepMs(of(source).backlog->nextDueNs()) == 0 ? TRUE : FALSE;
+  return sleepMs(of(source).taskQueue->nextDueNs()) == 0 ? TRUE : FALSE;
 }
 
 gboolean dispatch(GSource* source, GSourceFunc /*callback*/, gpointer /*data*/) noexcept {
   of(source).isResting = true;
-  of(source).backlog->runTurn();
+  of(source).taskQueue->drainOnce();
   return G_SOURCE_CONTINUE;
 }
 
@@ -138,22 +137,22 @@ std::shared_ptr<GMainContext> threadDefaultContext() {
 
 }  // namespace
 
-DispatchMainSource::DispatchMainSource(DispatchBacklog& backlog) {
+MainQueueSource::MainQueueSource(TaskQueue& taskQueue) {
   static GSourceFuncs functions{&prepare, &check, &dispatch, nullptr, nullptr, nullptr};
   source = g_source_new(&functions, sizeof(Source));
-  of(source).backlog = &backlog;
+  of(source).taskQueue = &taskQueue;
   of(source).isResting = false;
   g_source_set_static_name(source, "main queue");
   const auto context = threadDefaultContext();
   g_source_attach(source, context.get());
 }
 
-DispatchMainSource::~DispatchMainSource() {
+MainQueueSource::~MainQueueSource() {
   g_source_destroy(source);
   g_source_unref(source);
 }
 
-Task DispatchMainSource::wakeContext() {
+Task MainQueueSource::wakeContext() {
   return [context = threadDefaultContext()] {
     g_main_context_wakeup(context.get());
   };

@@ -13,29 +13,29 @@
 
 #include "platform/Dispatch.h"
 #include "platform/Mutex.h"
-#include "platform/linux/dispatch/DispatchBacklog.h"
+#include "platform/linux/dispatch/TaskQueue.h"
 
 namespace quorvin {
 
-// A queue whose backlog one thread runs. Any thread.
-class DispatchBacklogQueue : public DispatchQueue {
+// A queue whose tasks one thread runs. Any thread.
+class LinuxDispatchQueue : public DispatchQueue {
  public:
-  DispatchBacklogQueue(std::shared_ptr<DispatchBacklog> backlog, std::thread::id runner);
+  LinuxDispatchQueue(std::shared_ptr<TaskQueue> taskQueue, std::thread::id runner);
 
   void async(Task task) override;
   [[nodiscard]] bool isCurrent() const override;
-  [[nodiscard]] const std::shared_ptr<DispatchBacklog>& backlog() const { return work; }
+  [[nodiscard]] const std::shared_ptr<TaskQueue>& taskQueue() const { return work; }
 
  private:
-  const std::shared_ptr<DispatchBacklog> work;
+  const std::shared_ptr<TaskQueue> work;
   const std::thread::id runner;
 };
 
 // A timer on such a queue, which it keeps. Configured by one thread at a time.
-class DispatchBacklogTimer final : public DispatchTimer {
+class LinuxDispatchTimer final : public DispatchTimer {
  public:
-  explicit DispatchBacklogTimer(std::shared_ptr<DispatchBacklogQueue> queue);
-  ~DispatchBacklogTimer() override;
+  explicit LinuxDispatchTimer(std::shared_ptr<LinuxDispatchQueue> queue);
+  ~LinuxDispatchTimer() override;
 
   void schedule(std::uint64_t deadlineNs, std::uint64_t repeatingNs,
                 std::uint64_t leewayNs) override;
@@ -44,15 +44,15 @@ class DispatchBacklogTimer final : public DispatchTimer {
   void cancel() override;
 
  private:
-  const std::shared_ptr<DispatchBacklogQueue> queue;
-  const std::shared_ptr<DispatchBacklog::Timer> timer;
+  const std::shared_ptr<LinuxDispatchQueue> queue;
+  const std::shared_ptr<TaskQueue::Timer> timer;
 };
 
-// The references to a serial queue. The last one to go, on whichever thread, closes the backlog,
+// The references to a serial queue. The last one to go, on whichever thread, closes the task queue,
 // so that the thread ends once it has run what was queued.
-class SerialQueue final : public DispatchBacklogQueue {
+class SerialQueue final : public LinuxDispatchQueue {
  public:
-  using DispatchBacklogQueue::DispatchBacklogQueue;
+  using LinuxDispatchQueue::LinuxDispatchQueue;
   ~SerialQueue() override;
 };
 
@@ -66,29 +66,29 @@ class SerialQueueThread {
 
   [[nodiscard]] std::shared_ptr<DispatchQueue> makeQueue();
   // Lets the thread end after the tasks it has. Any thread.
-  void close() { backlog->close(); }
+  void close() { taskQueue->close(); }
   // Whether joining it takes no time. Any thread.
   [[nodiscard]] bool hasEnded() const { return ended; }
 
  private:
   void run(const std::string& name, QualityOfService qos);
 
-  const std::shared_ptr<DispatchBacklog> backlog = std::make_shared<DispatchBacklog>();
+  const std::shared_ptr<TaskQueue> taskQueue = std::make_shared<TaskQueue>();
   std::atomic<bool> ended = false;
   std::thread thread;  // last, since it uses the others
 };
 
-// Runs a backlog on the main thread's thread-default GLib main context for as long as this object
-// exists. Main thread.
+// Drains a task queue on the main thread's thread-default GLib main context for as long as this
+// object exists. Main thread.
 //
-// After each turn the source sits out one iteration of the context, so that tasks which keep
-// bringing further tasks leave every other source its turn, those of lower priority included.
-class DispatchMainSource {
+// After each drain the source sits out one iteration of the context. So tasks that keep bringing
+// further tasks do not starve other sources, not even those of lower priority.
+class MainQueueSource {
  public:
-  explicit DispatchMainSource(DispatchBacklog& backlog);
-  DispatchMainSource(const DispatchMainSource&) = delete;
-  DispatchMainSource& operator=(const DispatchMainSource&) = delete;
-  ~DispatchMainSource();
+  explicit MainQueueSource(TaskQueue& taskQueue);
+  MainQueueSource(const MainQueueSource&) = delete;
+  MainQueueSource& operator=(const MainQueueSource&) = delete;
+  ~MainQueueSource();
 
   // What makes that context, when it sleeps, look at its sources again. Made on the main thread,
   // run on any.

@@ -141,8 +141,8 @@ bool GuardianJournal::announce(InputRecord record) {
     prepare();
     if (!tell(message)) return false;
   }
-  const auto patienceLeft = std::chrono::ceil<std::chrono::milliseconds>(readyBy - Clock::now());
-  if (!guardian->isReadyWithin(std::max(patienceLeft, {}))) return false;
+  const auto timeLeft = std::chrono::ceil<std::chrono::milliseconds>(readyBy - Clock::now());
+  if (!guardian->isReadyWithin(std::max(timeLeft, {}))) return false;
   held.note(record);
   return true;
 }
@@ -160,7 +160,7 @@ void GuardianJournal::start() {
   mayStart = std::max(mayStart + startInterval, now);
   guardian = GuardianProcess::start(program, held.asMessage());
   if (guardian == nullptr) return;
-  readyBy = now + patience;
+  readyBy = now + readyTimeout;
   lossWatch = MainLoopSource::onDescriptor(context, guardian->descriptor(), G_IO_HUP, [this] {
     lose();
     return MainLoopSource::Next::finished;

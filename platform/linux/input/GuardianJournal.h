@@ -48,19 +48,18 @@ class GuardianProcess {
   bool isReady = false;
 };
 
-// Has a process of its own, the guardian, undo what is held when this process ends, however it
-// does.
+// The journal of a separate process, the guardian, which undoes what is held when this process ends
+// in whatever way.
 //
-// The guardian is started before anything is pressed. One that is gone, or reads no more, is
-// replaced by another at once, which is told all that may be held. In the long run there is not
-// more than one start in `startInterval`, so that one that cannot live costs no more than that.
-// Without a guardian that is ready nothing is pressed or bound. Belongs to the thread that serves
-// the context.
+// Nothing is pressed or bound unless a guardian is ready. A guardian that is gone, or reads no
+// more, is replaced at once, and its replacement is told all that may be held. On average there is
+// at most one start in `startInterval`, also when no guardian can live. Belongs to the thread that
+// serves the context.
 class GuardianJournal final : public InputJournal {
  public:
   static constexpr auto startInterval = std::chrono::seconds(1);
   // For a guardian that was just started to be ready.
-  static constexpr auto patience = std::chrono::milliseconds(1000);
+  static constexpr auto readyTimeout = std::chrono::milliseconds(1000);
 
   GuardianJournal(GMainContext* context, std::string program)
       : context(context), program(std::move(program)) {}

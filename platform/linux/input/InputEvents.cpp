@@ -3,7 +3,7 @@
 #include <cmath>
 #include <utility>
 
-#include "platform/linux/input/InputRecord.h"
+#include "platform/linux/input/LinuxInputEvent.h"
 
 namespace quorvin {
 

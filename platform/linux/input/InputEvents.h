@@ -14,7 +14,7 @@ namespace quorvin {
 
 // Input for the X server that a display name stands for. The global coordinate space is that of the
 // root window, and displays are those that can be captured, as the server has told last. When there
-// is no server, or one that takes no input, posting does nothing. No call but settle() waits for
+// is no server, or one that takes no input, posting does nothing. No call but sync() waits for
 // the server; everything that does is done by an InputThread.
 class LinuxInputEvents final : public InputEvents {
  public:
@@ -41,8 +41,8 @@ class LinuxInputEvents final : public InputEvents {
 
   // Waits until what was posted has been carried out and what the server has told is known; false
   // when that was not within the time.
-  bool settle(std::chrono::milliseconds limit = std::chrono::seconds(10)) {
-    return thread.settle(limit);
+  bool sync(std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+    return thread.sync(limit);
   }
   // Whether the displays are known since open(), or cannot be.
   [[nodiscard]] bool isReady() { return thread.isReady(); }

@@ -37,10 +37,10 @@ void InputInjector::prepare() {
   keys = std::make_unique<KeyInjector>(connection, std::move(keyboard), writer, journal);
 }
 
-void InputInjector::undo(Leftovers left) {
-  pointer.adopt(std::move(left.buttons));
-  if (keys) keys->adopt(std::move(left.keys));
-  writer.settle();
+void InputInjector::takeOver(PendingReleases pending) {
+  pointer.takeOver(std::move(pending.buttons));
+  if (keys) keys->takeOver(std::move(pending.keys));
+  writer.sync();
 }
 
 InputInjector::~InputInjector() {
@@ -49,12 +49,12 @@ InputInjector::~InputInjector() {
   if (keys) keys->leave();
   // A local socket that is closed while something unread lies in it takes along what the server
   // has not read yet.
-  writer.settle();
+  writer.sync();
 }
 
 void InputInjector::post(const LinuxInputEvent::Record& record) {
   if (canInject) std::visit([this](const auto& one) { post(one); }, record);
-  writer.ask();
+  writer.requestReply();
 }
 
 bool InputInjector::takeNews() {
@@ -68,8 +68,8 @@ bool InputInjector::takeNews() {
   return haveDisplaysChanged;
 }
 
-InputInjector::Leftovers InputInjector::leftovers() const {
-  return {pointer.held(), keys ? keys->leftovers() : KeyInjector::Leftovers{}};
+InputInjector::PendingReleases InputInjector::pendingReleases() const {
+  return {pointer.held(), keys ? keys->pendingReleases() : KeyInjector::PendingReleases{}};
 }
 
 void InputInjector::post(const MouseRecord& record) {

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "platform/linux/input/InputJournal.h"
-#include "platform/linux/input/InputRecord.h"
 #include "platform/linux/input/KeyInjector.h"
+#include "platform/linux/input/LinuxInputEvent.h"
 #include "platform/linux/input/PointerInjector.h"
 #include "platform/linux/input/XTestWriter.h"
 #include "platform/linux/x11/X11Connection.h"
@@ -21,9 +21,9 @@ namespace quorvin {
 class InputInjector {
  public:
   // What has to be undone.
-  struct Leftovers {
+  struct PendingReleases {
     std::set<std::uint8_t> buttons;
-    KeyInjector::Leftovers keys;
+    KeyInjector::PendingReleases keys;
   };
 
   // Finds out where the displays lie. Throws Error when the connection breaks.
@@ -37,17 +37,17 @@ class InputInjector {
   void prepare();
   // Undoes what was left by a connection that broke, and waits until the server has carried that
   // out. To be called when all is prepared.
-  void undo(Leftovers left);
+  void takeOver(PendingReleases pending);
 
   void post(const LinuxInputEvent::Record& record);
   // Whether the server has carried out what was posted last. To be asked whenever the server has
   // sent something, and nothing else before it says yes.
-  [[nodiscard]] bool isCarriedOut() { return writer.isAnswered(); }
+  [[nodiscard]] bool isCarriedOut() { return writer.hasReply(); }
   // Takes notice of what the server has sent; true when the displays may have changed. Throws Error
   // when the connection breaks.
   [[nodiscard]] bool takeNews();
   [[nodiscard]] const std::vector<X11Monitor>& displays() const { return monitors; }
-  [[nodiscard]] Leftovers leftovers() const;
+  [[nodiscard]] PendingReleases pendingReleases() const;
 
  private:
   void post(const MouseRecord& record);

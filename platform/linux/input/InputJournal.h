@@ -6,16 +6,15 @@
 
 namespace quorvin {
 
-// Told of everything that has to be undone should this process end in between, before it is done. A
-// press is told again each time it is repeated. A release is not told, since whoever is to undo it
-// sees what the server holds; see InputChange. A key code that is unbound is told once the server
-// has carried that out. Used by one thread; no call waits, but that the first press may wait a
-// moment for whoever is to undo it.
+// Records everything that has to be undone if this process ends. A press is recorded before it is
+// made, also when it repeats. A release is not recorded: the guardian sees what the server holds
+// (see InputChange). An unbound key code is recorded once the server has unbound it.
 //
-// What is told before says whether it may be done: false when nobody would undo it.
+// The functions that record something in advance return whether it may be done: false when nobody
+// would undo it. Used by one thread. Only the first press may wait a moment, for the guardian.
 class InputJournal : public Interface {
  public:
-  // Presses may follow: whoever is to undo them had better be there by then.
+  // Presses may follow. Starts the guardian, so that the first press need not wait for it.
   virtual void prepare() = 0;
   // `button` is a button number of the X server's core pointer.
   [[nodiscard]] virtual bool willPressButton(std::uint8_t button) = 0;

@@ -4,7 +4,7 @@
 #include <deque>
 #include <optional>
 
-#include "platform/linux/input/InputRecord.h"
+#include "platform/linux/input/LinuxInputEvent.h"
 
 namespace quorvin {
 

@@ -76,15 +76,14 @@ std::optional<Rect> InputThread::boundsOf(DisplayID id) {
   return {};
 }
 
-bool InputThread::settle(std::chrono::milliseconds limit) {
+bool InputThread::sync(std::chrono::milliseconds limit) {
   open();
   if (!thread.joinable()) return false;
   MutexLock lock(mutex);
-  const auto asked = ++calls.settlesAsked;
+  const auto asked = ++calls.syncsAsked;
   wake();
-  return changed.wait_for(lock.forWaiting(), limit, [&]() QUORVIN_REQUIRES(mutex) {
-    return settlesDone >= asked || hasEnded;
-  });
+  return changed.wait_for(lock.forWaiting(), limit,
+                          [&]() QUORVIN_REQUIRES(mutex) { return syncsDone >= asked || hasEnded; });
 }
 
 bool InputThread::endWithin(std::chrono::milliseconds limit) {
@@ -106,7 +105,7 @@ void InputThread::run() {
       carryOut(*record);
       continue;
     }
-    answer(asked.settlesAsked);
+    answer(asked.syncsAsked);
     isEnding = asked.isEnding;
     if (!isEnding) g_main_context_iteration(context.get(), TRUE);
   }
@@ -130,9 +129,9 @@ std::optional<LinuxInputEvent::Record> InputThread::takeRecord() {
   return queue.take();
 }
 
-void InputThread::answer(std::uint64_t settles) {
+void InputThread::answer(std::uint64_t syncs) {
   const MutexLock lock(mutex);
-  settlesDone = settles;
+  syncsDone = syncs;
   changed.notify_all();
 }
 
@@ -152,15 +151,15 @@ void InputThread::connect() {
     const MutexLock lock(mutex);
     return queue.clear();
   }
-  injector->undo(std::exchange(left, {}));
-  // Whatever the server sends ends a wait; what it is, is looked at afterwards.
+  injector->takeOver(std::exchange(pendingReleases, {}));
+  // Whatever the server sends ends a wait; what it is, is read afterwards.
   serverWatch = MainLoopSource::onDescriptor(context.get(), connection->descriptor(), G_IO_IN,
                                              [] { return MainLoopSource::Next::again; });
   forgetIfHung(begin);
 }
 
 void InputThread::disconnect() {
-  if (injector != nullptr) left = injector->leftovers();
+  if (injector != nullptr) pendingReleases = injector->pendingReleases();
   leaveConnection();
 }
 

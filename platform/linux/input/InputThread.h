@@ -22,14 +22,13 @@
 
 namespace quorvin {
 
-// A thread that works the pointer and the keyboard of an X server, over a connection that it makes
-// when it is first needed and makes anew when it broke. It waits for the server for as long as that
-// takes, and nobody waits for it.
+// A thread that works the pointer and the keyboard of an X server. It connects when that is first
+// needed, and again when the connection broke. It may wait for the server for any time; nobody
+// waits for this thread.
 //
-// It carries out one record after the other, and takes the next when the server has carried out the
-// one before. After a server has hung, what came in the meantime is dropped, but for releases.
-// Between records, and while it waits for the server to carry one out, it serves the context, so
-// that the journal can have its sources there. Everything here is called by one other thread.
+// It takes the next record once the server has carried out the one before. After a hang of the
+// server, only the releases of what came meanwhile are carried out. While the thread waits it
+// serves the context, where the journal has its sources. One other thread calls the functions here.
 class InputThread {
  public:
   // A server that is merely busy takes less than this for one record, also when the first press has
@@ -56,7 +55,7 @@ class InputThread {
 
   // Waits until what was posted has been carried out and all news from the server is known. False
   // when that was not within the time, or cannot be.
-  bool settle(std::chrono::milliseconds limit);
+  bool sync(std::chrono::milliseconds limit);
   // Has everything carried out that was posted, releases what is held, leaves the keyboard as it
   // was found and ends the thread. Nothing is posted from now on. True when that was done within
   // the time; the thread goes on with it otherwise.
@@ -68,7 +67,7 @@ class InputThread {
   // What has been asked of the thread.
   struct Calls {
     bool isConnectionWanted = false;
-    std::uint64_t settlesAsked = 0;
+    std::uint64_t syncsAsked = 0;
     bool isEnding = false;
   };
 
@@ -78,7 +77,7 @@ class InputThread {
   void run();
   [[nodiscard]] Calls takeCalls();
   [[nodiscard]] std::optional<LinuxInputEvent::Record> takeRecord();
-  void answer(std::uint64_t settles);
+  void answer(std::uint64_t syncs);
   void connect();
   // Keeps in mind what is left to be undone.
   void disconnect();
@@ -94,15 +93,15 @@ class InputThread {
   const std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> context;
 
   std::unique_ptr<X11Connection> connection;
-  std::unique_ptr<InputInjector> injector;  // as long as there is a connection
-  InputInjector::Leftovers left;            // of the last one, when its connection broke
+  std::unique_ptr<InputInjector> injector;         // as long as there is a connection
+  InputInjector::PendingReleases pendingReleases;  // of the last one, when its connection broke
   MainLoopSource serverWatch;
 
   Mutex mutex;
   std::condition_variable changed;
   InputQueue queue QUORVIN_GUARDED_BY(mutex);
   Calls calls QUORVIN_GUARDED_BY(mutex);
-  std::uint64_t settlesDone QUORVIN_GUARDED_BY(mutex) = 0;
+  std::uint64_t syncsDone QUORVIN_GUARDED_BY(mutex) = 0;
   bool isConnected QUORVIN_GUARDED_BY(mutex) = false;
   bool hasTried QUORVIN_GUARDED_BY(mutex) = false;   // to connect
   bool hasFailed QUORVIN_GUARDED_BY(mutex) = false;  // to make the thread

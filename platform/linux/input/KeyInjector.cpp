@@ -24,10 +24,13 @@ bool isLetter(const KeySymbols& symbols) {
 
 KeyInjector::KeyInjector(X11Connection& connection, std::unique_ptr<Keyboard> opened,
                          XTestWriter& writer, InputJournal& journal)
-    : writer(writer), journal(journal), keyboard(std::move(opened)), spares(connection, journal) {}
+    : writer(writer),
+      journal(journal),
+      keyboard(std::move(opened)),
+      spareKeycodes(connection, journal) {}
 
 void KeyInjector::press(std::uint16_t virtualKey) {
-  if (keyboard->follow()) spares.follow(keyboard->map());
+  if (keyboard->follow()) spareKeycodes.follow(keyboard->map());
   const auto known = keys.find(virtualKey);
   if (known == keys.end()) {
     const auto stroke = strokeFor(virtualKey);
@@ -59,20 +62,20 @@ void KeyInjector::release(std::uint16_t virtualKey) {
 
 void KeyInjector::leave() {
   while (!keys.empty()) release(keys.begin()->first);
-  spares.takeBack();
+  spareKeycodes.unbindAll();
   keyboard->repeat().leave();
   writer.flush();
 }
 
-KeyInjector::Leftovers KeyInjector::leftovers() const {
-  return {held(), spares.all(), keyboard->repeat().isUsed()};
+KeyInjector::PendingReleases KeyInjector::pendingReleases() const {
+  return {held(), spareKeycodes.all(), keyboard->repeat().isUsed()};
 }
 
 // On a server that was started since, to release a key that is not down does nothing.
-void KeyInjector::adopt(Leftovers left) {
-  undo(left.keycodes, false);
-  spares.adopt(std::move(left.loans), keyboard->map());
-  if (left.isRepeatUsed) keyboard->repeat().adopt();
+void KeyInjector::takeOver(PendingReleases pending) {
+  undo(pending.keycodes, false);
+  spareKeycodes.takeOver(std::move(pending.bindings), keyboard->map());
+  if (pending.isRepeatUsed) keyboard->repeat().takeOver();
 }
 
 std::set<Keycode> KeyInjector::held() const {
@@ -93,7 +96,7 @@ std::optional<KeyInjector::Stroke> KeyInjector::typing(const KeySymbols& symbols
                                                        Keycode preferred) {
   const LevelModifiers held = levelHeld();
   const std::uint32_t symbol = held.shift ? symbols.shifted : symbols.plain;
-  const auto excluded = spares.lent();
+  const auto excluded = spareKeycodes.bound();
   const auto& map = keyboard->map();
   KeyboardState state = foreignState();
   auto choice = map.find(symbol, state, held, preferred, excluded);
@@ -103,7 +106,7 @@ std::optional<KeyInjector::Stroke> KeyInjector::typing(const KeySymbols& symbols
     choice = map.find(symbol, state, held, preferred, excluded);
   }
   if (choice) return Stroke{choice->keycode, choice->modifiers};
-  return spare(symbols, held.shift);
+  return bindSpare(symbols, held.shift);
 }
 
 // A key that makes the symbol only with AltGr gets AltGr. Caps Lock and NumLock do not matter to
@@ -111,19 +114,21 @@ std::optional<KeyInjector::Stroke> KeyInjector::typing(const KeySymbols& symbols
 std::optional<KeyInjector::Stroke> KeyInjector::shortcut(const KeySymbols& symbols,
                                                          Keycode preferred) {
   const KeyboardState unlocked{.group = keyboard->state().group};
-  const auto choice = keyboard->map().find(symbols.plain, unlocked, {}, preferred, spares.lent());
+  const auto choice =
+      keyboard->map().find(symbols.plain, unlocked, {}, preferred, spareKeycodes.bound());
   const LevelModifiers held = levelHeld();
   if (choice) {
     return Stroke{choice->keycode,
-                  LevelModifiers{held.shift, held.third || choice->modifiers.third}};
+                  LevelModifiers{held.shift, held.level3 || choice->modifiers.level3}};
   }
-  const auto keycode = spares.lend(symbols, keyboard->map(), this->held());
+  const auto keycode = spareKeycodes.bind(symbols, keyboard->map(), this->held());
   if (!keycode) return {};
   return Stroke{*keycode, held};
 }
 
-std::optional<KeyInjector::Stroke> KeyInjector::spare(const KeySymbols& symbols, bool isShifted) {
-  const auto keycode = spares.lend(symbols, keyboard->map(), held());
+std::optional<KeyInjector::Stroke> KeyInjector::bindSpare(const KeySymbols& symbols,
+                                                          bool isShifted) {
+  const auto keycode = spareKeycodes.bind(symbols, keyboard->map(), held());
   if (!keycode) return {};
   const bool isCapital = (keyboard->state().lockedModifiers & lockModifier) != 0;
   const bool isReversed = isLetter(symbols) && isCapital;
@@ -133,7 +138,7 @@ std::optional<KeyInjector::Stroke> KeyInjector::spare(const KeySymbols& symbols,
 Keycode KeyInjector::keyNamed(const KeyMeaning& meaning) const {
   if (meaning.symbol == 0) return meaning.keycode;
   return keyboard->map()
-      .findPlain(meaning.symbol, keyboard->state().group, meaning.keycode, spares.lent())
+      .findPlain(meaning.symbol, keyboard->state().group, meaning.keycode, spareKeycodes.bound())
       .value_or(meaning.keycode);
 }
 
@@ -150,12 +155,13 @@ void KeyInjector::strike(const Stroke& stroke) {
   const LevelModifiers held = levelHeld();
   const LevelModifiers wanted = stroke.modifiers.value_or(held);
   const auto& map = keyboard->map();
-  const auto shifts = setModifier(map.shiftMask(), map.shiftKey(), held.shift, wanted.shift);
-  const auto thirds = setModifier(map.thirdMask(), map.thirdKey(), held.third, wanted.third);
+  const auto shiftKeys = setModifier(map.shiftMask(), map.shiftKey(), held.shift, wanted.shift);
+  const auto level3Keys =
+      setModifier(map.level3Mask(), map.level3Key(), held.level3, wanted.level3);
   writer.key(stroke.keycode, true);
   writer.flush();
-  undo(thirds, held.third);
-  undo(shifts, held.shift);
+  undo(level3Keys, held.level3);
+  undo(shiftKeys, held.shift);
 }
 
 std::set<Keycode> KeyInjector::setModifier(std::uint32_t mask, Keycode key, bool isHeld,
@@ -194,7 +200,7 @@ bool KeyInjector::holdsShortcutModifier() const {
 }
 
 LevelModifiers KeyInjector::levelHeld() const {
-  return {holds(keyboard->map().shiftMask()), holds(keyboard->map().thirdMask())};
+  return {holds(keyboard->map().shiftMask()), holds(keyboard->map().level3Mask())};
 }
 
 // Without what this object holds itself.
@@ -202,7 +208,7 @@ KeyboardState KeyInjector::foreignState() const {
   KeyboardState state = keyboard->state();
   const auto held = levelHeld();
   if (held.shift) state.heldModifiers &= ~keyboard->map().shiftMask();
-  if (held.third) state.heldModifiers &= ~keyboard->map().thirdMask();
+  if (held.level3) state.heldModifiers &= ~keyboard->map().level3Mask();
   return state;
 }
 

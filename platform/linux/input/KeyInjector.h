@@ -10,18 +10,18 @@
 #include "platform/linux/input/InputJournal.h"
 #include "platform/linux/input/KeyMeaning.h"
 #include "platform/linux/input/Keyboard.h"
-#include "platform/linux/input/SpareKeys.h"
+#include "platform/linux/input/SpareKeycodes.h"
 #include "platform/linux/input/XTestWriter.h"
 
 namespace quorvin {
 
-// Works the keyboard: presses the key that means to the layout in force what a virtual key code of
-// macOS means on a US keyboard.
+// Works the keyboard: translates a virtual key code of macOS, as on a US keyboard, into a key press
+// on the layout in force.
 //
-// While a modifier for shortcuts is held, the key is the one with the unshifted symbol, and Shift
-// stays as the supporter has it. Otherwise it is the character that counts, and Shift and AltGr are
-// put around the press as it takes them, so that also Caps Lock and NumLock make no difference.
-// What the person at the machine holds is left alone and adds to it.
+// While a modifier for shortcuts is held, it presses the key with the unshifted symbol and leaves
+// Shift as the supporter has it. Otherwise the character counts: Shift and AltGr are put around the
+// press as the character needs them, whatever Caps Lock and NumLock say. Keys that the person at
+// the machine holds are left alone and add to the press.
 //
 // Used by the connection's thread; connection, writer and journal must outlive it.
 class KeyInjector {
@@ -29,7 +29,7 @@ class KeyInjector {
   KeyInjector(X11Connection& connection, std::unique_ptr<Keyboard> keyboard, XTestWriter& writer,
               InputJournal& journal);
 
-  void handle(const xcb_generic_event_t& event) { keyboard->handle(event, spares.lent()); }
+  void handle(const xcb_generic_event_t& event) { keyboard->handle(event, spareKeycodes.bound()); }
   // To be called before the events are handled that precede a press.
   void prepare() { keyboard->askState(); }
   void press(std::uint16_t virtualKey);
@@ -38,14 +38,14 @@ class KeyInjector {
   void leave();
 
   // What has to be undone.
-  struct Leftovers {
+  struct PendingReleases {
     std::set<Keycode> keycodes;  // that are held
-    std::vector<SpareKeys::Loan> loans;
+    std::vector<SpareKeycodes::Binding> bindings;
     bool isRepeatUsed = false;
   };
-  [[nodiscard]] Leftovers leftovers() const;
-  // Undoes what a connection left that broke before it could.
-  void adopt(Leftovers left);
+  [[nodiscard]] PendingReleases pendingReleases() const;
+  // Undoes what an earlier connection left when it broke.
+  void takeOver(PendingReleases pending);
 
  private:
   using Modifiers = std::optional<LevelModifiers>;  // empty: as they are
@@ -57,7 +57,7 @@ class KeyInjector {
   [[nodiscard]] std::optional<Stroke> strokeFor(std::uint16_t virtualKey);
   [[nodiscard]] std::optional<Stroke> typing(const KeySymbols& symbols, Keycode preferred);
   [[nodiscard]] std::optional<Stroke> shortcut(const KeySymbols& symbols, Keycode preferred);
-  [[nodiscard]] std::optional<Stroke> spare(const KeySymbols& symbols, bool isShifted);
+  [[nodiscard]] std::optional<Stroke> bindSpare(const KeySymbols& symbols, bool isShifted);
   [[nodiscard]] Keycode keyNamed(const KeyMeaning& meaning) const;
   [[nodiscard]] Modifiers modifiersOfHeld(std::uint16_t virtualKey, Keycode keycode) const;
 
@@ -75,7 +75,7 @@ class KeyInjector {
   XTestWriter& writer;
   InputJournal& journal;
   std::unique_ptr<Keyboard> keyboard;
-  SpareKeys spares;
+  SpareKeycodes spareKeycodes;
   // A key is released with the key code that it was pressed with, whatever happened since.
   std::map<std::uint16_t, Keycode> keys;
 };

@@ -107,7 +107,7 @@ void KeyRepeat::leave() {
   wasUsed = false;
 }
 
-void KeyRepeat::adopt() {
+void KeyRepeat::takeOver() {
   isWanted = true;
   wasUsed = true;
   set(true);

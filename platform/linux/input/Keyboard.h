@@ -27,13 +27,13 @@ struct KeyboardDevices {
 };
 
 // Keeps the X server from repeating keys that remote input holds. The supporter's own keyboard
-// repeats them already; and a key whose release is late, because a link hangs, must not go on
+// repeats them already. And a key whose release is late, because a link hangs, must not go on
 // typing.
 //
-// Every keyboard has its own setting for it, and the one that is in force is that of the keyboard
-// that was used last, as it was when the server turned to it. So repeats are off for the keyboard
-// that XTEST presses keys of, but only while there are such keys, since nobody undoes it when this
-// process ends; and the one in front of the person at the machine goes on repeating.
+// Each keyboard has a repeat setting. The server applies the setting of the keyboard that was used
+// last, as it was when the server switched to that keyboard. So repeats are turned off for XTEST's
+// keyboard only, and only while keys are held: nobody turns them on again when this process ends.
+// The keyboard at the machine goes on repeating.
 //
 // Used by the connection's thread; the connection must outlive it.
 class KeyRepeat {
@@ -50,7 +50,7 @@ class KeyRepeat {
   // There is something to leave as it was found.
   [[nodiscard]] bool isUsed() const { return wasUsed; }
   // Another connection did the first and has ended without the others.
-  void adopt();
+  void takeOver();
 
  private:
   void set(bool repeats);

@@ -11,7 +11,8 @@ namespace {
 
 // In the order of how little they change.
 std::array<LevelModifiers, 4> attempts(LevelModifiers held) {
-  return {{held, {!held.shift, held.third}, {held.shift, !held.third}, {!held.shift, !held.third}}};
+  return {
+      {held, {!held.shift, held.level3}, {held.shift, !held.level3}, {!held.shift, !held.level3}}};
 }
 
 Keycode narrow(xkb_keycode_t keycode) {
@@ -37,9 +38,9 @@ KeyboardMap::KeyboardMap(KeymapPointer map)
       last(narrow(xkb_keymap_max_keycode(keymap.get()))) {
   const std::set<Keycode> none;
   shiftKeycode = findPlain(XKB_KEY_Shift_L, 0, 0, none).value_or(0);
-  thirdKeycode = findPlain(XKB_KEY_ISO_Level3_Shift, 0, 0, none).value_or(0);
+  level3Keycode = findPlain(XKB_KEY_ISO_Level3_Shift, 0, 0, none).value_or(0);
   if (shiftKeycode != 0) shift = modifiersOf(shiftKeycode);
-  if (thirdKeycode != 0) third = modifiersOf(thirdKeycode);
+  if (level3Keycode != 0) level3 = modifiersOf(level3Keycode);
 }
 
 std::optional<KeyChoice> KeyboardMap::find(std::uint32_t symbol, const KeyboardState& state,
@@ -99,7 +100,7 @@ std::uint32_t KeyboardMap::symbolOf(Keycode keycode, const KeyboardState& state,
                                     LevelModifiers modifiers) const {
   std::uint32_t held = state.heldModifiers;
   if (modifiers.shift) held |= shift;
-  if (modifiers.third) held |= third;
+  if (modifiers.level3) held |= level3;
   xkb_state_update_mask(scratch.get(), held, state.latchedModifiers, state.lockedModifiers, 0, 0,
                         state.group);
   return xkb_state_key_get_one_sym(scratch.get(), keycode);

@@ -22,10 +22,10 @@ struct KeyboardState {
 
 using Keycode = std::uint8_t;
 
-// The two modifiers that choose among the symbols of a key: Shift, and that of AltGr.
+// The two modifiers that choose among the symbols of a key: Shift and ISO_Level3_Shift (AltGr).
 struct LevelModifiers {
   bool shift = false;
-  bool third = false;
+  bool level3 = false;
 
   friend bool operator==(const LevelModifiers&, const LevelModifiers&) = default;
 };
@@ -64,10 +64,10 @@ class KeyboardMap {
   [[nodiscard]] std::vector<Keycode> unused() const;
 
   [[nodiscard]] std::uint32_t shiftMask() const { return shift; }
-  [[nodiscard]] std::uint32_t thirdMask() const { return third; }
+  [[nodiscard]] std::uint32_t level3Mask() const { return level3; }
   // Keys to press these modifiers with; 0 when the layout has none.
   [[nodiscard]] Keycode shiftKey() const { return shiftKeycode; }
-  [[nodiscard]] Keycode thirdKey() const { return thirdKeycode; }
+  [[nodiscard]] Keycode level3Key() const { return level3Keycode; }
 
  private:
   struct Free {
@@ -89,9 +89,9 @@ class KeyboardMap {
   Keycode first;
   Keycode last;
   Keycode shiftKeycode = 0;
-  Keycode thirdKeycode = 0;
+  Keycode level3Keycode = 0;
   std::uint32_t shift = 0;
-  std::uint32_t third = 0;
+  std::uint32_t level3 = 0;
 };
 
 }  // namespace quorvin

@@ -7,11 +7,11 @@
 
 namespace quorvin {
 
-std::int32_t ScrollNotches::add(std::int32_t pixels) {
+std::int32_t WheelClicks::add(std::int32_t pixels) {
   remainder += std::clamp(pixels, -maximumDistance, maximumDistance);
-  const std::int32_t notches = remainder / pixelsPerNotch;
-  remainder -= notches * pixelsPerNotch;
-  return notches;
+  const std::int32_t clicks = remainder / pixelsPerWheelClick;
+  remainder -= clicks * pixelsPerWheelClick;
+  return clicks;
 }
 
 namespace {
@@ -55,8 +55,8 @@ void PointerInjector::post(const MouseRecord& record) {
 }
 
 void PointerInjector::post(const ScrollRecord& record) {
-  turn(vertical.add(record.up), wheelUp, wheelDown);
-  turn(horizontal.add(record.left), wheelLeft, wheelRight);
+  click(vertical.add(record.up), wheelUp, wheelDown);
+  click(horizontal.add(record.left), wheelLeft, wheelRight);
   writer.flush();
 }
 
@@ -64,8 +64,8 @@ void PointerInjector::releaseAll() {
   while (!buttons.empty()) release(*buttons.begin());
 }
 
-void PointerInjector::adopt(std::set<std::uint8_t> left) {
-  buttons = std::move(left);
+void PointerInjector::takeOver(std::set<std::uint8_t> pending) {
+  buttons = std::move(pending);
   releaseAll();
 }
 
@@ -82,11 +82,11 @@ void PointerInjector::release(std::uint8_t button) {
   writer.flush();
 }
 
-// A notch is a click of a button of its own; it needs no journal, since both halves of it reach the
-// server together.
-void PointerInjector::turn(std::int32_t notches, std::uint8_t forwards, std::uint8_t backwards) {
-  const std::uint8_t button = notches > 0 ? forwards : backwards;
-  for (std::int32_t turned = 0; turned < std::abs(notches); ++turned) {
+// A click of the wheel is a press and a release of a button of its own. It needs no journal, since
+// both reach the server together.
+void PointerInjector::click(std::int32_t clicks, std::uint8_t forwards, std::uint8_t backwards) {
+  const std::uint8_t button = clicks > 0 ? forwards : backwards;
+  for (std::int32_t made = 0; made < std::abs(clicks); ++made) {
     writer.button(button, true);
     writer.button(button, false);
   }

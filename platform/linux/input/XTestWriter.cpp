@@ -22,22 +22,22 @@ void XTestWriter::flush() {
   xcb_flush(connection.get());
 }
 
-void XTestWriter::settle() {
+void XTestWriter::sync() {
   (void)x11Reply(xcb_get_input_focus_reply, connection.get(),
                  xcb_get_input_focus(connection.get()));
 }
 
-void XTestWriter::ask() {
-  question = xcb_get_input_focus(connection.get()).sequence;
+void XTestWriter::requestReply() {
+  pendingReply = xcb_get_input_focus(connection.get()).sequence;
   flush();
 }
 
-bool XTestWriter::isAnswered() {
+bool XTestWriter::hasReply() {
   void* reply = nullptr;
   xcb_generic_error_t* error = nullptr;
-  const bool isOver = xcb_poll_for_reply(connection.get(), question, &reply, &error) != 0;
-  const X11Owned<void> answer(reply);
-  const X11Owned<xcb_generic_error_t> refusal(error);
+  const bool isOver = xcb_poll_for_reply(connection.get(), pendingReply, &reply, &error) != 0;
+  const X11Owned<void> ownedReply(reply);
+  const X11Owned<xcb_generic_error_t> ownedError(error);
   return isOver;
 }
 

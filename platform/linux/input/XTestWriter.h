@@ -20,16 +20,16 @@ class XTestWriter {
   // Writes what was sent to the server's socket.
   void flush();
   // Waits until the server has carried out everything.
-  void settle();
-  // The same without waiting: asks the server something, and looks whether it has answered.
-  void ask();
-  [[nodiscard]] bool isAnswered();
+  void sync();
+  // The same without waiting: sends a request that has a reply, and polls for that reply.
+  void requestReply();
+  [[nodiscard]] bool hasReply();
 
  private:
   void send(std::uint8_t type, std::uint8_t detail, std::int16_t x, std::int16_t y);
 
   X11Connection& connection;
-  unsigned question = 0;  // the sequence number of what was asked last
+  unsigned pendingReply = 0;  // sequence number of the request sent last
 };
 
 }  // namespace quorvin

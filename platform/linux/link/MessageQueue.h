@@ -15,11 +15,10 @@ namespace quorvin {
 
 // What waits to be written to the user interface, and in which order; knows nothing of sockets.
 //
-// Everything goes out in the order given. All messages (replies, texts, stream errors) do; events
-// are frames of the screen, of which only the newest is of use: per channel one waits at most, and
-// a newer one takes not its place but one at the end, so that a message has one event of a channel
-// before it at most. An event is encoded when its turn comes: a replaced one has cost nothing.
-// One thread.
+// Everything goes out in the order given. No message (reply, text, stream error) is dropped. Events
+// are frames of the screen, of which only the newest is of use: a newer event of a channel drops
+// the waiting one and goes to the end. So a message waits for one event of a channel at most. An
+// event is encoded when its turn comes, so that a dropped one costs nothing. One thread.
 class MessageQueue {
  public:
   // Bytes of messages that may wait: a reader who asks on without taking the answers is broken.

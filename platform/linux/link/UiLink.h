@@ -20,13 +20,13 @@
 
 namespace quorvin {
 
-// The host's end of the connection to the user interface: cuts messages out of the socket's bytes
-// and hands them on in order, and writes answers and events in the order that MessageQueue gives.
-// Reading and writing never block and are rationed per turn of the loop, so that neither a flood
-// of messages nor a large frame keeps the other, or anything else, waiting.
+// The host's end of the connection to the user interface. Reads messages from the socket and hands
+// them on in order; writes answers and events in the order that MessageQueue gives. Neither blocks,
+// and each does a limited amount in one turn of the loop, so that a flood of messages or a large
+// frame holds nothing else up.
 //
-// Everything belongs to the thread of the main context. Callbacks run in the loop, never inside
-// one of the functions below, so that whoever sends need not expect the link to close under it.
+// Belongs to the thread of the main context. Callbacks run in the loop, never inside one of the
+// functions below: the link does not close during a call that sends.
 class UiLink : public std::enable_shared_from_this<UiLink> {
  public:
   struct Callbacks {

@@ -17,7 +17,7 @@ namespace quorvin {
 namespace {
 
 constexpr int programsDescriptor = 3;
-constexpr auto lastPatience = std::chrono::seconds(2);
+constexpr auto endTimeout = std::chrono::seconds(2);
 
 [[noreturn]] void refuse(const std::string& reason) {
   throw StartUpError(std::string(uiDescriptorVariable) + " " + reason + ".");
@@ -89,19 +89,19 @@ UiProgram::UiProgram(const std::string& program) {
 
 UiProgram::~UiProgram() {
   socket.reset();
-  end(lastPatience);
+  end(endTimeout);
 }
 
-bool UiProgram::end(std::chrono::milliseconds patience) {
-  if (hasEndedWithin(patience)) return g_subprocess_get_successful(process.get()) == FALSE;
+bool UiProgram::end(std::chrono::milliseconds timeout) {
+  if (hasEndedWithin(timeout)) return g_subprocess_get_successful(process.get()) == FALSE;
   g_subprocess_send_signal(process.get(), SIGTERM);
-  if (hasEndedWithin(patience)) return false;
+  if (hasEndedWithin(timeout)) return false;
   g_subprocess_force_exit(process.get());
   g_subprocess_wait(process.get(), nullptr, nullptr);
   return false;
 }
 
-bool UiProgram::hasEndedWithin(std::chrono::milliseconds patience) {
+bool UiProgram::hasEndedWithin(std::chrono::milliseconds timeout) {
   // A loop of its own, so that nothing else of the application runs meanwhile.
   struct Waiting {
     std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> context{g_main_context_new(),
@@ -121,7 +121,7 @@ bool UiProgram::hasEndedWithin(std::chrono::milliseconds patience) {
         answer.answered = true;
       },
       &waiting);
-  const auto timeout = MainLoopSource::onTimeout(context, patience, [&cancellable] {
+  const auto timer = MainLoopSource::onTimeout(context, timeout, [&cancellable] {
     g_cancellable_cancel(cancellable.get());
     return MainLoopSource::Next::finished;
   });

@@ -40,16 +40,16 @@ class UiProgram {
   [[nodiscard]] FileDescriptor takeSocket() { return std::move(socket); }
 
   // Waits for the program to leave, as it does when its link is closed; one that stays is asked
-  // to with SIGTERM after `patience`, and killed after as long again. Whether it has failed: left
+  // to with SIGTERM after `timeout`, and killed after as long again. Whether it has failed: left
   // by itself with another status than 0, or by a signal.
-  bool end(std::chrono::milliseconds patience);
+  bool end(std::chrono::milliseconds timeout);
 
  private:
   struct Unreference {
     void operator()(GSubprocess* object) const { g_object_unref(object); }
   };
 
-  [[nodiscard]] bool hasEndedWithin(std::chrono::milliseconds patience);
+  [[nodiscard]] bool hasEndedWithin(std::chrono::milliseconds timeout);
 
   FileDescriptor socket;
   std::unique_ptr<GSubprocess, Unreference> process;

@@ -15,7 +15,7 @@
 namespace quorvin {
 namespace {
 
-constexpr std::chrono::seconds patience{5};
+constexpr std::chrono::seconds lockTimeout{5};
 constexpr std::chrono::milliseconds pauseBetweenTries{10};
 
 void makePrivate(const std::filesystem::path& folder) {
@@ -59,7 +59,7 @@ void AccountLock::takeIfThere() {
 }
 
 void AccountLock::waitForTurn(FileDescriptor opened) {
-  const auto deadline = std::chrono::steady_clock::now() + patience;
+  const auto deadline = std::chrono::steady_clock::now() + lockTimeout;
   while (flock(opened.get(), LOCK_EX | LOCK_NB) != 0) {
     const bool isTaken = errno == EWOULDBLOCK;
     if (!isTaken && errno != EINTR) refusal = posixError(path, "locked", errno);

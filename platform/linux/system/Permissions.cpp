@@ -49,7 +49,7 @@ std::optional<std::string> hostName() {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds noTime{0};
-constexpr std::chrono::milliseconds patience{1000};
+constexpr std::chrono::milliseconds answerTimeout{1000};
 
 // A display may let clients in and still keep its screen from them (the untrusted clients of the
 // SECURITY extension), so one pixel is read.
@@ -97,9 +97,9 @@ class LinuxPermissions::Display {
   // Begins to ask. An empty name stands for no display.
   explicit Display(std::string name);
 
-  // Costs a look at the connection. One that has broken is made anew, and until the display has
-  // answered nothing is allowed. Only the first answer is waited for, and only in the first second
-  // of this object's life, so that a program that does nothing but ask gets to know the truth.
+  // Checks the connection and opens a new one when it broke. Nothing is allowed until the display
+  // has answered. Waits for the first answer only, and only in the first second of this object's
+  // life.
   [[nodiscard]] DisplayAccess access();
   // Whether `access` would not have to wait.
   [[nodiscard]] bool hasAnswered();
@@ -115,7 +115,7 @@ class LinuxPermissions::Display {
 };
 
 LinuxPermissions::Display::Display(std::string name)
-    : name(std::move(name)), waitsUntil(Clock::now() + patience) {
+    : name(std::move(name)), waitsUntil(Clock::now() + answerTimeout) {
   if (!this->name.empty()) start();
 }
 

@@ -26,13 +26,14 @@ struct PermissionsEnvironment {
   [[nodiscard]] static PermissionsEnvironment fromEnvironment();
 };
 
-// On X11 whoever may connect to the display may see it, so Screen Recording stands for a display
-// that can be opened and read, and Accessibility for one that takes synthetic input (XTEST). The
-// display is asked on a thread of its own when this object is made, and the connection kept: calls
-// only look whether it still stands, and have a new one opened when it does not. Nothing is granted
-// while the display has not answered. Only a call in the first second may wait for that, until the
-// second is over: management commands have no event loop yet in which to wait. What the user has to
-// do about a missing permission goes to standard error.
+// On X11 whoever may connect to the display may see it. So Screen Recording stands for a display
+// that can be opened and read, and Accessibility for one that takes synthetic input (XTEST).
+//
+// The display is asked on a separate thread when this object is made, and the connection is kept. A
+// call only checks the connection, and has a new one opened when it broke. Nothing is granted while
+// the display has not answered. Calls in the first second wait for the answer until that second is
+// over, since management commands have no event loop yet. What the user has to do about a missing
+// permission goes to standard error.
 class LinuxPermissions final : public Permissions {
  public:
   LinuxPermissions(Process& process, PermissionsEnvironment environment);

@@ -21,12 +21,12 @@ constexpr auto programBesideHost = "quorvin-webui";
 constexpr int startUpErrorStatus = 1;
 constexpr int restartStatus = 1;
 constexpr int uiFailureStatus = 1;
-constexpr auto programPatience = std::chrono::seconds(2);
-constexpr auto surroundingsPatience = std::chrono::milliseconds(500);
+constexpr auto uiProgramTimeout = std::chrono::seconds(2);
+constexpr auto servicesTimeout = std::chrono::milliseconds(500);
 // Together with GTK's own end, what is stuck may hold up neither a start nor an end for two
 // seconds.
-constexpr auto stuckPatience = std::chrono::seconds(1);
-constexpr auto displayPatience = std::chrono::seconds(10);
+constexpr auto reportTimeout = std::chrono::seconds(1);
+constexpr auto displayTimeout = std::chrono::seconds(10);
 
 std::optional<std::string> environmentValue(const char* name) {
   const char* value = std::getenv(name);
@@ -99,7 +99,7 @@ void LinuxApplication::startGtk() {
   gtk = std::make_unique<GtkThread>([this, mainQueue = dispatch.mainQueue()](bool wasOpen) {
     mainQueue->async([this, wasOpen] { displayLost(wasOpen); });
   });
-  displayDeadline = MainLoopSource::onTimeout(context, displayPatience, [this] {
+  displayDeadline = MainLoopSource::onTimeout(context, displayTimeout, [this] {
     if (!gtk->isReady()) {
       failToStart(StartUpError("The display that DISPLAY names does not answer."));
     }
@@ -181,7 +181,7 @@ void LinuxApplication::end(int status) {
 
 void LinuxApplication::finish() {
   using Clock = std::chrono::steady_clock;
-  const auto patienceEnd = Clock::now() + surroundingsPatience;
+  const auto servicesDeadline = Clock::now() + servicesTimeout;
   surroundings.endWithin(std::chrono::milliseconds(0));
   // What is under way on other threads, a start of the capture say, holds parts of the program
   // until it has reported back. All of it winds up on this thread, and before anything it needs.
@@ -191,14 +191,14 @@ void LinuxApplication::finish() {
   displayDeadline.cancel();
   gtk.reset();
   surroundings.endWithin(
-      std::chrono::duration_cast<std::chrono::milliseconds>(patienceEnd - Clock::now()));
+      std::chrono::duration_cast<std::chrono::milliseconds>(servicesDeadline - Clock::now()));
   endUserInterface();
   for (auto& signal : signals) signal.cancel();
   delegate.reset();
 }
 
 void LinuxApplication::endUserInterface() {
-  if (uiProgram != nullptr && uiProgram->end(programPatience) && uiLeftFirst) {
+  if (uiProgram != nullptr && uiProgram->end(uiProgramTimeout) && uiLeftFirst) {
     report(
         StartUpError("The user interface has failed. If it says no more about that above, start "
                      "this program again."));
@@ -221,7 +221,7 @@ std::weak_ptr<const LinuxMessenger> LinuxApplication::letGoOfProgram() {
 // Goes on serving the main context for as long as that takes, within reason.
 void LinuxApplication::runUntil(const std::function<bool()>& condition) {
   bool isOverdue = false;
-  const auto deadline = MainLoopSource::onTimeout(context, stuckPatience, [&isOverdue] {
+  const auto deadline = MainLoopSource::onTimeout(context, reportTimeout, [&isOverdue] {
     isOverdue = true;
     return MainLoopSource::Next::finished;
   });

@@ -24,14 +24,15 @@ class LinuxNotificationCenter;
 // The application over a GTK window and the UI link. Runs on the main thread, whose GLib main
 // context must not be the process's default one: that is the GTK thread's.
 //
-// What it cannot start without (a display, the UI link) it reports with one line on standard error
-// and status 1. A display that is slow is waited for before anything is loaded, but not for long;
-// one that does not answer at all ends the application later. It ends when the delegate lets its
-// window's closing end it, for which the loss of the window's connection to the display counts as
-// well, when the other side closes the UI link, and on SIGTERM, SIGINT and SIGHUP. The status is 0,
-// except for a link that was closed under an application which outlives its windows: that is 1, so
-// that whoever supervises it starts it, and with it the user interface, again. It is 1, too, when
-// the user-interface program that was started here has ended this run by a failure of its own.
+// Without a display or the UI link it does not start: it writes one line to standard error and ends
+// with status 1. It waits a short time for a slow display before anything is loaded; a display that
+// never answers ends the application later.
+//
+// It ends when the delegate lets its window's closing end it, when the other side closes the UI
+// link, and on SIGTERM, SIGINT and SIGHUP. A window that loses its connection to the display counts
+// as closed. The status is 0, but 1 in two cases: the link was closed while the application
+// outlives its windows (its supervisor then starts it and the user interface again), or the
+// user-interface program that was started here has failed.
 class LinuxApplication final : public Application {
  public:
   // What else belongs to a run; called on the main thread.

@@ -17,7 +17,7 @@
 namespace quorvin {
 namespace {
 
-constexpr auto endPatience = std::chrono::milliseconds(500);
+constexpr auto endTimeout = std::chrono::milliseconds(500);
 constexpr auto backendVariable = "GDK_BACKEND";
 
 // What GDK does at this point is end the process.
@@ -76,9 +76,9 @@ class GtkThread::State {
   }
 
   // The first phase that is not `former`, or `former` when the time is over.
-  Phase waitWhile(Phase former, std::chrono::milliseconds patience) {
+  Phase waitWhile(Phase former, std::chrono::milliseconds timeout) {
     MutexLock lock(mutex);
-    changed.wait_for(lock.forWaiting(), patience,
+    changed.wait_for(lock.forWaiting(), timeout,
                      [&]() QUORVIN_REQUIRES(mutex) { return phase != former; });
     return phase;
   }
@@ -138,7 +138,7 @@ void GtkThread::run(const std::shared_ptr<State>& state) {
 
 GtkThread::~GtkThread() {
   post([] { gtk_main_quit(); });
-  if (state->waitWhile(State::Phase::running, endPatience) == State::Phase::ended) {
+  if (state->waitWhile(State::Phase::running, endTimeout) == State::Phase::ended) {
     thread.join();
   } else {
     leaveBehind();

@@ -52,25 +52,25 @@ class X11SpareServer {
   std::optional<X11Server> server QUORVIN_GUARDED_BY(mutex);
 };
 
-// What `ask` returns, which may wait for a server: it runs on a thread of its own. Or the error
-// that it throws, or one when it takes too long. It goes on then, and what comes of it is dropped;
-// so it keeps all that it uses.
-template <typename Ask>
-[[nodiscard]] std::variant<std::invoke_result_t<Ask>, Error> answerInTime(Ask ask) {
-  using Answer = std::variant<std::invoke_result_t<Ask>, Error>;
+// Runs `call`, which may wait for a server, on a thread of its own, with a timeout of two seconds.
+// Returns its result, the error that it throws, or an error after the timeout. The call then goes
+// on and its result is dropped, so that it has to keep all that it uses.
+template <typename Call>
+[[nodiscard]] std::variant<std::invoke_result_t<Call>, Error> callWithTimeout(Call call) {
+  using Result = std::variant<std::invoke_result_t<Call>, Error>;
   try {
-    std::packaged_task<Answer()> task([ask = std::move(ask)]() -> Answer {
+    std::packaged_task<Result()> task([call = std::move(call)]() -> Result {
       try {
-        return ask();
+        return call();
       } catch (const Error& error) {
         return error;
       } catch (const std::exception& error) {
         return outOfResources(error);
       }
     });
-    auto answer = task.get_future();
+    auto result = task.get_future();
     std::thread(std::move(task)).detach();
-    if (answer.wait_for(std::chrono::seconds(2)) == std::future_status::ready) return answer.get();
+    if (result.wait_for(std::chrono::seconds(2)) == std::future_status::ready) return result.get();
   } catch (const std::system_error& error) {
     return outOfResources(error);
   }

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "platform/flutter/StandardMethodCodec.h"
-#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/HostHarness.h"
 #include "tests/e2e/link/ScreenNoise.h"
 
 namespace quorvin {
@@ -52,8 +52,8 @@ class HostLink : public testing::Test {
     EXPECT_EQ(host.process->errorOutput(), "");
   }
 
-  HostStand stand;
-  ConnectedHost host{stand};
+  HostHarness harness;
+  ConnectedHost host{harness};
 };
 
 const FlutterReply nothing = Value();
@@ -100,50 +100,50 @@ TEST_F(HostLink, StartsNothingWithoutConsent) {
   EXPECT_EQ(client().nextEvent(300ms), std::nullopt);
 }
 
-TEST_F(HostLink, SendsPicturesOfTheScreen) {
+TEST_F(HostLink, SendsFramesOfTheScreen) {
   EXPECT_EQ(client().listen(), nothing);
   ASSERT_TRUE(host.startCapture());
-  EXPECT_EQ(host.nextPicture(), HostStand::screenSize);
+  EXPECT_EQ(host.nextFrame(), HostHarness::screenSize);
 }
 
-TEST_F(HostLink, SendsSmallerPicturesOnceToldTo) {
-  const ScreenNoise noise(stand.server.display());
+TEST_F(HostLink, SendsSmallerFramesOnceToldTo) {
+  const ScreenNoise noise(harness.server.display());
   client().listen();
   ASSERT_TRUE(host.startCapture());
-  ASSERT_EQ(host.nextPicture(), HostStand::screenSize);
-  ASSERT_EQ(client().call("configureStream", pictureSettings(640, 480)), nothing);
+  ASSERT_EQ(host.nextFrame(), HostHarness::screenSize);
+  ASSERT_EQ(client().call("configureStream", streamSettings(640, 480)), nothing);
   const JpegSize smaller{640, 480};
   std::optional<JpegSize> size;
-  for (int frame = 0; frame < 100 && size != smaller; ++frame) size = host.nextPicture();
+  for (int frame = 0; frame < 100 && size != smaller; ++frame) size = host.nextFrame();
   EXPECT_EQ(size, smaller);
-  EXPECT_EQ(host.nextPicture(), smaller);
+  EXPECT_EQ(host.nextFrame(), smaller);
 }
 
 TEST_F(HostLink, RefusesSettingsThatAreOutOfRange) {
-  EXPECT_EQ(errorCode(client().call("configureStream", pictureSettings(640, 480))),
+  EXPECT_EQ(errorCode(client().call("configureStream", streamSettings(640, 480))),
             "bad_stream_settings");
   ASSERT_TRUE(host.startCapture());
-  EXPECT_EQ(errorCode(client().call("configureStream", pictureSettings(639, 480))),
+  EXPECT_EQ(errorCode(client().call("configureStream", streamSettings(639, 480))),
             "bad_stream_settings");
 }
 
-TEST_F(HostLink, SendsNoPicturesAfterStopping) {
-  const ScreenNoise noise(stand.server.display());
+TEST_F(HostLink, SendsNoFramesAfterStopping) {
+  const ScreenNoise noise(harness.server.display());
   client().listen();
   ASSERT_TRUE(host.startCapture());
-  ASSERT_TRUE(host.nextPicture());
+  ASSERT_TRUE(host.nextFrame());
   EXPECT_EQ(client().call("stopCapture"), nothing);
   client().discardEvents();
   EXPECT_EQ(client().nextEvent(500ms), std::nullopt);
   EXPECT_EQ(client().eventsAfterReply(), 0U);
 }
 
-TEST_F(HostLink, SendsNoPicturesToWhoDoesNotListen) {
-  const ScreenNoise noise(stand.server.display());
+TEST_F(HostLink, SendsNoFramesToWhoDoesNotListen) {
+  const ScreenNoise noise(harness.server.display());
   ASSERT_TRUE(host.startCapture());
   EXPECT_EQ(client().nextEvent(300ms), std::nullopt);
   EXPECT_EQ(client().listen(), nothing);
-  EXPECT_TRUE(host.nextPicture());
+  EXPECT_TRUE(host.nextFrame());
   EXPECT_EQ(client().cancel(), nothing);
   client().discardEvents();
   EXPECT_EQ(client().nextEvent(300ms), std::nullopt);
@@ -153,7 +153,7 @@ TEST_F(HostLink, SharesAgainAfterStopping) {
   client().listen();
   for (int session = 0; session < 3; ++session) {
     ASSERT_TRUE(host.startCapture());
-    EXPECT_EQ(host.nextPicture(), HostStand::screenSize);
+    EXPECT_EQ(host.nextFrame(), HostHarness::screenSize);
     EXPECT_EQ(client().call("stopCapture"), nothing);
     client().discardEvents();
   }
@@ -166,10 +166,10 @@ TEST_F(HostLink, EndsWhenTheLinkCloses) {
 }
 
 TEST_F(HostLink, EndsWhenTheLinkClosesDuringASession) {
-  const ScreenNoise noise(stand.server.display());
+  const ScreenNoise noise(harness.server.display());
   client().listen();
   ASSERT_TRUE(host.startCapture());
-  ASSERT_TRUE(host.nextPicture());
+  ASSERT_TRUE(host.nextFrame());
   client().close();
   expectOrderlyEnd(0);
 }
@@ -187,7 +187,7 @@ TEST_F(HostLink, EndsOrderlyOnEverySignalThatAsksForIt) {
   host.process->send(SIGTERM);
   expectOrderlyEnd(0);
   for (const int signal : {SIGINT, SIGHUP}) {
-    ConnectedHost another(stand);
+    ConnectedHost another(harness);
     another.client->call("permissions");
     another.process->send(signal);
     EXPECT_EQ(another.process->statusWithin(), 0) << another.process->errorOutput();
@@ -203,7 +203,7 @@ TEST_F(HostLink, ClosesTheLinkOnHostileBytesAndEnds) {
       {8, 0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0xFE},             // a name that is not UTF-8
       {9, 0, 0, 0, 0, 1, 0, 0, 0, 0xFF, 0xFF, 'a', 'b'}};  // a name beyond its frame
   for (const auto& bytes : hostile) {
-    ConnectedHost victim(stand);
+    ConnectedHost victim(harness);
     victim.client->call("permissions");
     victim.client->sendBytes(bytes);
     EXPECT_TRUE(victim.client->isClosedWithin());
@@ -215,16 +215,16 @@ TEST_F(HostLink, ClosesTheLinkOnHostileBytesAndEnds) {
 class UnattendedHostLink : public HostLink {
  protected:
   UnattendedHostLink() {
-    stand.enableUnattendedAccess("Till 4");
-    host = ConnectedHost(stand, {"--unattended"});
+    harness.enableUnattendedAccess("Till 4");
+    host = ConnectedHost(harness, {"--unattended"});
   }
 };
 
 TEST_F(UnattendedHostLink, ReportsALostScreenAndStillAnswers) {
   client().listen();
   ASSERT_TRUE(host.startCapture());
-  ASSERT_TRUE(host.nextPicture());
-  stand.server.end();
+  ASSERT_TRUE(host.nextFrame());
+  harness.server.end();
   std::optional<FlutterEvent> event;
   do {
     event = client().nextEvent();
@@ -244,15 +244,15 @@ TEST_F(UnattendedHostLink, ReportsALostScreenAndStillAnswers) {
 TEST_F(HostLink, AnswersAndEndsWhileTheScreenHangs) {
   client().listen();
   ASSERT_TRUE(host.startCapture());
-  ASSERT_TRUE(host.nextPicture());
-  stand.server.freeze();
+  ASSERT_TRUE(host.nextFrame());
+  harness.server.freeze();
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(client().call("unknown"), FlutterReply(FlutterMethodNotImplemented()));
   EXPECT_EQ(client().call("stopCapture"), nothing);
   EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
   client().close();
   EXPECT_EQ(host.process->statusWithin(), 0) << host.process->errorOutput();
-  stand.server.thaw();
+  harness.server.thaw();
 }
 
 }  // namespace

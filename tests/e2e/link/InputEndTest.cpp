@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/HostHarness.h"
 #include "tests/e2e/link/ScreenNoise.h"
 #include "tests/e2e/link/WindowProbe.h"
 #include "tests/linux/capture/ScreenPainter.h"
@@ -45,7 +45,7 @@ class RemoteInput : public testing::Test {
   }
 
   std::unique_ptr<ConnectedHost> startSession() {
-    auto host = std::make_unique<ConnectedHost>(stand);
+    auto host = std::make_unique<ConnectedHost>(harness);
     begin(*host->client);
     return host;
   }
@@ -64,7 +64,7 @@ class RemoteInput : public testing::Test {
   }
 
   bool waitForPress() {
-    const auto deadline = std::chrono::steady_clock::now() + ScreenInput::patience;
+    const auto deadline = std::chrono::steady_clock::now() + ScreenInput::timeout;
     while (screen.pressed() == nothing) {
       if (std::chrono::steady_clock::now() > deadline) return false;
     }
@@ -72,19 +72,19 @@ class RemoteInput : public testing::Test {
   }
 
   bool waitForSymbols(const ScreenInput::Symbols& expected) {
-    const auto deadline = std::chrono::steady_clock::now() + ScreenInput::patience;
+    const auto deadline = std::chrono::steady_clock::now() + ScreenInput::timeout;
     while (screen.symbols() != expected) {
       if (std::chrono::steady_clock::now() > deadline) return false;
     }
     return true;
   }
 
-  HostStand stand;
-  ScreenInput screen{stand.server.display()};
+  HostHarness harness;
+  ScreenInput screen{harness.server.display()};
 };
 
 TEST_F(RemoteInput, IsRefusedOutsideASession) {
-  ConnectedHost host(stand);
+  ConnectedHost host(harness);
   EXPECT_EQ(errorCode(mouse(*host.client, "mouseDown")), "input_not_authorized");
   EXPECT_EQ(errorCode(key(*host.client, "keyDown", letterA)), "input_not_authorized");
   begin(*host.client);
@@ -110,7 +110,7 @@ TEST_F(RemoteInput, HoldsNothingOnceTheSessionIsStopped) {
 }
 
 TEST_F(RemoteInput, HoldsNothingOnceTheDisplayIsUnplugged) {
-  ScreenPainter monitors(stand.server.display());
+  ScreenPainter monitors(harness.server.display());
   monitors.defineMonitor("first", {0, 0, 400, 600}, true);
   monitors.defineMonitor("second", {400, 0, 400, 600}, false);
   const auto host = startSession();
@@ -134,7 +134,7 @@ TEST_F(RemoteInput, HoldsNothingOnceTheLinkIsClosed) {
 }
 
 TEST_F(RemoteInput, HoldsNothingOnceTheWindowIsKilled) {
-  const WindowProbe probe(stand.server.display());
+  const WindowProbe probe(harness.server.display());
   const auto host = startSession();
   const auto window = probe.waitForWindow("Quorvin Support");
   ASSERT_TRUE(window);
@@ -158,7 +158,7 @@ TEST_F(RemoteInput, HoldsNothingHoweverTheHostEnds) {
 TEST_F(RemoteInput, HoldsNothingOnceTheHostsProcessGroupIsKilled) {
   auto [own, hosts] = makeLinkPair();
   LinkClient client(std::move(own));
-  auto variables = stand.environment();
+  auto variables = harness.environment();
   variables.emplace_back("QUORVIN_UI_FD=3");
   HostProcess host({.program = QUORVIN_HOST,
                     .arguments = {},
@@ -188,11 +188,11 @@ TEST_F(RemoteInput, LeavesNoKeyCodeBoundHoweverTheHostEnds) {
 
 // Nobody could take a press back, so none is made.
 TEST_F(RemoteInput, PressesNothingWithoutAGuardian) {
-  const auto copy = stand.home.path() / "quorvin-support";
+  const auto copy = harness.home.path() / "quorvin-support";
   std::filesystem::copy_file(QUORVIN_HOST, copy);
   auto [own, hosts] = makeLinkPair();
   LinkClient client(std::move(own));
-  auto variables = stand.environment();
+  auto variables = harness.environment();
   variables.emplace_back("QUORVIN_UI_FD=3");
   HostProcess host(
       {.program = copy, .arguments = {}, .environment = variables, .link = std::move(hosts)});
@@ -206,7 +206,7 @@ TEST_F(RemoteInput, PressesNothingWithoutAGuardian) {
 // Frames are stuck in the link, and yet input goes its way.
 TEST_F(RemoteInput, DoesNotWaitForAListenerThatReadsNoFrames) {
   const auto host = startSession();
-  const ScreenNoise noise(stand.server.display());
+  const ScreenNoise noise(harness.server.display());
   // Until the socket holds all it can.
   host->client->waitUntilStuck();
   for (int press = 0; press < 20; ++press) {

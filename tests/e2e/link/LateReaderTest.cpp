@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "tests/EnvironmentNumber.h"
-#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/HostHarness.h"
 #include "tests/e2e/link/ScreenNoise.h"
 
 namespace quorvin {
@@ -23,13 +23,13 @@ std::chrono::seconds stoppedFor() {
 }
 
 TEST(LateReader, CostsBoundedMemoryAndIsAnsweredAgain) {
-  HostStand stand;
-  ConnectedHost host(stand);
-  const ScreenNoise noise(stand.server.display());
+  HostHarness harness;
+  ConnectedHost host(harness);
+  const ScreenNoise noise(harness.server.display());
   host.client->listen();
   ASSERT_TRUE(host.startCapture());
-  // Everything that is made once is there after some pictures.
-  for (int frame = 0; frame < 30; ++frame) ASSERT_TRUE(host.nextPicture());
+  // Everything that is made once is there after some frames.
+  for (int frame = 0; frame < 30; ++frame) ASSERT_TRUE(host.nextFrame());
 
   const auto before = host.process->residentBytes();
   auto highest = before;
@@ -41,7 +41,7 @@ TEST(LateReader, CostsBoundedMemoryAndIsAnsweredAgain) {
   RecordProperty("growth_kib", static_cast<int>((highest - before) / 1024));
   EXPECT_LE(highest - before, growthBytesMax);
 
-  // The pictures that were under way come first, so the first call is not measured.
+  // The frames that were under way come first, so the first call is not measured.
   host.client->call("permissions");
   auto slowest = Clock::duration::zero();
   for (int call = 0; call < 50; ++call) {
@@ -52,7 +52,7 @@ TEST(LateReader, CostsBoundedMemoryAndIsAnsweredAgain) {
   const auto slowestMs = std::chrono::duration_cast<std::chrono::milliseconds>(slowest).count();
   // For the reader of the results; how long is fine depends on the machine.
   RecordProperty("slowest_reply_ms", static_cast<int>(slowestMs));
-  EXPECT_TRUE(host.nextPicture());
+  EXPECT_TRUE(host.nextFrame());
 }
 
 }  // namespace

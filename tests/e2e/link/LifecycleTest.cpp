@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/HostHarness.h"
 #include "tests/e2e/link/WindowProbe.h"
 
 namespace quorvin {
@@ -22,15 +22,15 @@ class Lifecycle : public testing::Test {
   void SetUp() override { ASSERT_TRUE(probe.waitForWindowManager()); }
 
   [[nodiscard]] OtherWindow open(OtherWindow::Kind kind) const {
-    return OtherWindow(stand.server.display(), kind);
+    return OtherWindow(harness.server.display(), kind);
   }
 
-  HostStand stand{{.widthPx = 1280, .heightPx = 1024}};
+  HostHarness harness{{.widthPx = 1280, .heightPx = 1024}};
   HostProcess windowManager{{.program = QUORVIN_OPENBOX,
                              .arguments = {"--sm-disable"},
-                             .environment = stand.environment(),
+                             .environment = harness.environment(),
                              .link = {}}};
-  WindowProbe probe{stand.server.display()};
+  WindowProbe probe{harness.server.display()};
 };
 
 // A host whose window has the input focus.
@@ -38,7 +38,7 @@ class LifecycleOfWindow : public Lifecycle {
  protected:
   void SetUp() override {
     Lifecycle::SetUp();
-    host.emplace(stand);
+    host.emplace(harness);
     const auto shown = probe.waitForManagedWindow("Quorvin Support");
     ASSERT_TRUE(shown.has_value());
     window = *shown;
@@ -104,8 +104,8 @@ TEST_F(LifecycleOfWindow, StaysResumedUnderACoverUntilItLosesTheFocus) {
 }
 
 TEST_F(Lifecycle, IsHiddenInAnUnattendedRun) {
-  stand.enableUnattendedAccess("Till 4");
-  ConnectedHost host(stand, {"--unattended"});
+  harness.enableUnattendedAccess("Till 4");
+  ConnectedHost host(harness, {"--unattended"});
   EXPECT_EQ(host.client->nextLifecycleState(), hidden);
   host.client->call("startCapture", Map{{"unattended", true}});
   EXPECT_EQ(host.client->nextLifecycleState(0ms), std::nullopt);

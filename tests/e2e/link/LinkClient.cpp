@@ -49,7 +49,7 @@ std::uint32_t LinkClient::send(const std::string& channel, const std::string& me
 }
 
 FlutterReply LinkClient::waitForReply(std::uint32_t id) {
-  const auto deadline = Clock::now() + patience;
+  const auto deadline = Clock::now() + timeout;
   while (!replies.contains(id)) {
     if (!receive(deadline)) throw NoAnswer("No reply to message " + std::to_string(id));
   }
@@ -77,7 +77,7 @@ std::optional<std::string> LinkClient::nextLifecycleState(Milliseconds within) {
 }
 
 bool LinkClient::waitForLifecycleState(const std::string& state) {
-  const auto deadline = Clock::now() + patience;
+  const auto deadline = Clock::now() + timeout;
   while (true) {
     const auto left = std::chrono::floor<Milliseconds>(deadline - Clock::now());
     const auto next = nextLifecycleState(left);

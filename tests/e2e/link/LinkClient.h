@@ -22,7 +22,7 @@ namespace quorvin {
 class LinkClient {
  public:
   using Milliseconds = std::chrono::milliseconds;
-  static constexpr Milliseconds patience = std::chrono::seconds(20);
+  static constexpr Milliseconds timeout = std::chrono::seconds(20);
   static constexpr auto methodChannel = "com.quorvin.support/host";
   static constexpr auto frameChannel = "com.quorvin.support/frames";
   static constexpr auto lifecycleChannel = "flutter/lifecycle";
@@ -49,11 +49,11 @@ class LinkClient {
   FlutterReply waitForReply(std::uint32_t id);
 
   // The next event or stream error, nothing when none comes within the time.
-  std::optional<FlutterEvent> nextEvent(Milliseconds within = patience);
+  std::optional<FlutterEvent> nextEvent(Milliseconds within = timeout);
   // How many have arrived after the last reply that has.
   [[nodiscard]] std::size_t eventsAfterReply() const { return eventsSinceReply; }
   // The next text of the lifecycle channel, nothing when none comes within the time.
-  std::optional<std::string> nextLifecycleState(Milliseconds within = patience);
+  std::optional<std::string> nextLifecycleState(Milliseconds within = timeout);
   // Takes texts of the lifecycle channel up to the first of this kind; whether that came in time.
   bool waitForLifecycleState(const std::string& state);
   // Reads nothing until no more arrives for a while: the link is full, or nothing is sent.
@@ -62,7 +62,7 @@ class LinkClient {
   void discardEvents();
 
   // Whether the host closes the link within the time; reads on until then.
-  bool isClosedWithin(Milliseconds within = patience);
+  bool isClosedWithin(Milliseconds within = timeout);
   void sendBytes(std::span<const std::uint8_t> bytes);
   void close() { socket.reset(); }
 

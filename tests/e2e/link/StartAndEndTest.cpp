@@ -11,7 +11,7 @@
 #include <fstream>
 #include <string>
 
-#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/HostHarness.h"
 #include "tests/e2e/link/ScreenNoise.h"
 #include "tests/e2e/link/WindowProbe.h"
 
@@ -22,7 +22,7 @@ class StartUp : public testing::Test {
  protected:
   // Runs a host that is not to start; returns what it says on standard error.
   std::string failToStart(const std::vector<std::string>& variables, FileDescriptor link = {}) {
-    auto environment = stand.environment();
+    auto environment = harness.environment();
     environment.insert(environment.end(), variables.begin(), variables.end());
     HostProcess host({.program = QUORVIN_HOST,
                       .arguments = {},
@@ -34,7 +34,7 @@ class StartUp : public testing::Test {
     return said;
   }
 
-  HostStand stand;
+  HostHarness harness;
 };
 
 TEST_F(StartUp, FailsWithoutADisplay) {
@@ -60,20 +60,20 @@ TEST_F(StartUp, FailsWithAUserInterfaceThatCannotBeStarted) {
 
 TEST_F(StartUp, RefusesAnUnattendedRunThatIsNotEnabled) {
   auto [own, hosts] = makeLinkPair();
-  const auto host = stand.startHost(std::move(hosts), {"--unattended"});
+  const auto host = harness.startHost(std::move(hosts), {"--unattended"});
   EXPECT_EQ(host->statusWithin(), 2);
 }
 
 // A run that the account's owner has enabled before.
 class UnattendedRun : public testing::Test {
  protected:
-  UnattendedRun() { stand.enableUnattendedAccess("Till 4"); }
+  UnattendedRun() { harness.enableUnattendedAccess("Till 4"); }
 
-  HostStand stand;
+  HostHarness harness;
 };
 
 TEST_F(UnattendedRun, EndsWithStatusOneWhenTheLinkCloses) {
-  ConnectedHost host(stand, {"--unattended"});
+  ConnectedHost host(harness, {"--unattended"});
   const auto reply = host.client->call("capabilities");
   const auto* capabilities = std::get<Value>(reply).as<Map>();
   ASSERT_NE(capabilities, nullptr);
@@ -84,27 +84,27 @@ TEST_F(UnattendedRun, EndsWithStatusOneWhenTheLinkCloses) {
 }
 
 TEST_F(UnattendedRun, EndsWithStatusZeroWhenAskedTo) {
-  ConnectedHost host(stand, {"--unattended"});
+  ConnectedHost host(harness, {"--unattended"});
   host.client->call("permissions");
   host.process->send(SIGTERM);
   EXPECT_EQ(host.process->statusWithin(), 0) << host.process->errorOutput();
 }
 
 TEST_F(UnattendedRun, OutlivesTheLossOfItsWindow) {
-  const WindowProbe probe(stand.server.display());
-  const ScreenNoise noise(stand.server.display());
-  ConnectedHost host(stand, {"--unattended"});
+  const WindowProbe probe(harness.server.display());
+  const ScreenNoise noise(harness.server.display());
+  ConnectedHost host(harness, {"--unattended"});
   host.client->listen();
   ASSERT_EQ(host.client->call("startCapture", Map{{"unattended", true}}), FlutterReply(Value()));
   ASSERT_TRUE(probe.killGtk());
   EXPECT_EQ(host.process->statusWithin(std::chrono::milliseconds(500)), std::nullopt);
   host.client->discardEvents();
-  EXPECT_TRUE(host.nextPicture());
+  EXPECT_TRUE(host.nextFrame());
 }
 
 TEST_F(UnattendedRun, NeverShowsItsWindow) {
-  const WindowProbe probe(stand.server.display());
-  ConnectedHost host(stand, {"--unattended"});
+  const WindowProbe probe(harness.server.display());
+  ConnectedHost host(harness, {"--unattended"});
   host.client->call("permissions");
   EXPECT_TRUE(probe.shownWindows().empty());
   host.client->call("startCapture", Map{{"unattended", true}});
@@ -112,9 +112,9 @@ TEST_F(UnattendedRun, NeverShowsItsWindow) {
 }
 
 TEST(InteractiveRun, ShowsItsWindowAndEndsWhenThatIsClosed) {
-  HostStand stand;
-  const WindowProbe probe(stand.server.display());
-  ConnectedHost host(stand);
+  HostHarness harness;
+  const WindowProbe probe(harness.server.display());
+  ConnectedHost host(harness);
   const auto window = probe.waitForWindow("Quorvin Support");
   ASSERT_TRUE(window.has_value());
   EXPECT_EQ(probe.sizeOf(*window), (JpegSize{720, 640}));
@@ -125,24 +125,24 @@ TEST(InteractiveRun, ShowsItsWindowAndEndsWhenThatIsClosed) {
 
 // The window says that closing it ends sharing, so there is none without it.
 TEST(InteractiveRun, EndsWithItsScreen) {
-  HostStand stand;
-  ConnectedHost host(stand);
+  HostHarness harness;
+  ConnectedHost host(harness);
   ASSERT_TRUE(host.startCapture());
-  stand.server.end();
+  harness.server.end();
   EXPECT_EQ(host.process->statusWithin(), 0) << host.process->errorOutput();
   EXPECT_TRUE(host.client->isClosedWithin());
 }
 
 TEST(InteractiveRun, ShowsItsWindowWhateverGtkIsToldToUse) {
-  HostStand stand;
-  const WindowProbe probe(stand.server.display());
-  auto variables = stand.environment();
-  const auto told = stand.home.path() / "told";
-  const auto program = stand.home.write("interface",
-                                        "#!/bin/sh\n"
-                                        "printf %s \"$GDK_BACKEND\" > \"$HOME/new\"\n"
-                                        "mv \"$HOME/new\" \"$HOME/told\"\n"
-                                        "read -r _ <&3\n");
+  HostHarness harness;
+  const WindowProbe probe(harness.server.display());
+  auto variables = harness.environment();
+  const auto told = harness.home.path() / "told";
+  const auto program = harness.home.write("interface",
+                                          "#!/bin/sh\n"
+                                          "printf %s \"$GDK_BACKEND\" > \"$HOME/new\"\n"
+                                          "mv \"$HOME/new\" \"$HOME/told\"\n"
+                                          "read -r _ <&3\n");
   std::filesystem::permissions(program, std::filesystem::perms::owner_all);
   variables.insert(variables.end(), {"GDK_BACKEND=wayland", "QUORVIN_UI=" + program});
   HostProcess host(

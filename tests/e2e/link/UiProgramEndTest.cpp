@@ -9,7 +9,7 @@
 #include <string>
 #include <thread>
 
-#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/HostHarness.h"
 
 namespace quorvin {
 namespace {
@@ -20,8 +20,8 @@ class UiProgramOfHost : public testing::Test {
  protected:
   // A host with a shell script for a user interface.
   std::unique_ptr<HostProcess> startWith(const std::string& text) {
-    auto variables = stand.environment();
-    variables.push_back("QUORVIN_UI=" + stand.home.writeScript("ui", text));
+    auto variables = harness.environment();
+    variables.push_back("QUORVIN_UI=" + harness.home.writeScript("ui", text));
     return std::make_unique<HostProcess>(HostProcess::Launch{
         .program = QUORVIN_HOST, .arguments = {}, .environment = variables, .link = {}});
   }
@@ -31,7 +31,7 @@ class UiProgramOfHost : public testing::Test {
     const auto deadline = std::chrono::steady_clock::now() + 20s;
     while (std::chrono::steady_clock::now() < deadline) {
       pid_t program = 0;
-      std::ifstream file(stand.home.path() / "ready");
+      std::ifstream file(harness.home.path() / "ready");
       if (file >> program) return program;
       std::this_thread::sleep_for(5ms);
     }
@@ -42,7 +42,7 @@ class UiProgramOfHost : public testing::Test {
   // Neither running nor a zombie.
   static bool isGone(pid_t program) { return program > 0 && ::kill(program, 0) != 0; }
 
-  HostStand stand;
+  HostHarness harness;
 };
 
 // Writes its process id in one step.
@@ -92,11 +92,11 @@ TEST_F(UiProgramOfHost, IsKilledWhenItStays) {
 
 TEST_F(UiProgramOfHost, IsFoundBesideTheHost) {
   // A link to the host counts as the file that it leads to, so this one is a copy.
-  const auto copy = stand.home.path() / "quorvin-support";
+  const auto copy = harness.home.path() / "quorvin-support";
   std::filesystem::copy_file(QUORVIN_HOST, copy);
-  const auto beside = stand.home.writeScript("quorvin-webui", std::string(announce));
+  const auto beside = harness.home.writeScript("quorvin-webui", std::string(announce));
   HostProcess host(
-      {.program = copy, .arguments = {}, .environment = stand.environment(), .link = {}});
+      {.program = copy, .arguments = {}, .environment = harness.environment(), .link = {}});
   EXPECT_TRUE(isGone(waitForProgram()) || host.statusWithin() == 0);
   EXPECT_EQ(host.statusWithin(), 0) << host.errorOutput();
 }

@@ -52,7 +52,7 @@ DecodedPayload decodeH264(std::span<const std::uint8_t> payload) {
   const PixelSize size{bigEndian16(payload, 6), bigEndian16(payload, 8)};
   const auto stream = payload.subspan(h264HeadSize);
   auto frames = H264Decoder().decode({stream.begin(), stream.end()});
-  require(frames.size() == 1, "an H.264 payload is not one picture");
+  require(frames.size() == 1, "an H.264 payload is not one frame");
   const auto& frame = frames.front();
   require(payload[4] == 1 && frame.isKeyFrame, "an H.264 payload is not a key frame");
   require(frame.size == evenSize(size), "an H.264 payload has another size than it says");
@@ -110,7 +110,7 @@ std::vector<std::uint8_t> lumasOf(std::span<const std::uint32_t> pixels) {
 
 double worstBandPsnr(std::span<const std::uint8_t> lumas, std::span<const std::uint8_t> original,
                      PixelSize size) {
-  require(lumas.size() == original.size(), "pictures of different sizes");
+  require(lumas.size() == original.size(), "frames of different sizes");
   double worst = std::numeric_limits<double>::infinity();
   for (int y = 0; y < size.height; y += bandHeightPx) {
     const auto first = static_cast<std::size_t>(y) * static_cast<std::size_t>(size.width);

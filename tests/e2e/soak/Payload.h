@@ -10,7 +10,7 @@
 
 namespace quorvin {
 
-// What a picture is sent as.
+// What a frame is sent as.
 struct PayloadKind {
   bool isH264 = false;
   PixelSize size;
@@ -20,7 +20,7 @@ struct PayloadKind {
 
 [[nodiscard]] std::string textOf(const PayloadKind& kind);
 
-// A picture as its receiver sees it.
+// A frame as its receiver sees it.
 class DecodedPayload {
  public:
   DecodedPayload(PayloadKind kind, std::vector<std::uint8_t> bytes)
@@ -37,14 +37,14 @@ class DecodedPayload {
 };
 
 // Decodes one payload alone, with decoders that others have written. Throws std::runtime_error
-// when it is not a whole picture of the kind that it says it is.
+// when it is not a whole frame of the kind that it says it is.
 [[nodiscard]] DecodedPayload decodePayload(std::span<const std::uint8_t> payload);
 
 // The lumas of 0xRRGGBB pixels.
 [[nodiscard]] std::vector<std::uint8_t> lumasOf(std::span<const std::uint32_t> pixels);
 
 // The lowest peak signal to noise ratio, in decibels, that a band of 16 rows has: a part of a
-// picture that was forgotten does not drown in the rest of it.
+// frame that was forgotten does not drown in the rest of it.
 [[nodiscard]] double worstBandPsnr(std::span<const std::uint8_t> lumas,
                                    std::span<const std::uint8_t> original, PixelSize size);
 

@@ -26,7 +26,7 @@ using Milliseconds = std::chrono::milliseconds;
 
 constexpr PixelSize screenSize{1001, 703};
 // Under a sanitizer, on a machine that does other things too.
-constexpr auto patience = 60s;
+constexpr auto timeout = 60s;
 // Until then everything that is made once has been made.
 constexpr std::size_t warmUpSessions = 4;
 constexpr std::size_t growthBytesMax = std::size_t{48} * 1024 * 1024;
@@ -64,11 +64,11 @@ class Soak : public testing::Test {
   void resizeDisplay();
   void checkAtRest();
   void useDisplay(const PixelRect& area);
-  // What the newest picture has that the screen has not; empty when it is the same.
+  // What the newest frame has that the screen has not; empty when it is the same.
   [[nodiscard]] std::string differenceFromScreen();
 
   // False when none came in time; otherwise it is the newest.
-  bool nextPicture(Milliseconds within);
+  bool nextFrame(Milliseconds within);
   void paint(Screen screen);
   void report();
   void note(const std::string& what);
@@ -76,15 +76,15 @@ class Soak : public testing::Test {
   const std::uint64_t seed = numberFromEnvironment("QUORVIN_SEED").value_or(1);
   const std::chrono::seconds length{numberFromEnvironment("QUORVIN_SOAK_S").value_or(60)};
   RandomSource random{seed};
-  HostStand stand{{.widthPx = screenSize.width, .heightPx = screenSize.height}};
-  ScreenPainter desk{stand.server.display()};
-  RandomPainter painter{stand.server.display(), seed};
-  SoakedHost host{stand};
+  HostHarness harness{{.widthPx = screenSize.width, .heightPx = screenSize.height}};
+  ScreenPainter desk{harness.server.display()};
+  RandomPainter painter{harness.server.display(), seed};
+  SoakedHost host{harness};
   Clock::time_point start = Clock::now();
   Clock::time_point reportAt = start;
   PixelRect display;
   PixelSize displayAtStart;
-  std::optional<SoakedPicture> newest;
+  std::optional<SoakedFrame> newest;
   Vitals usual;
   std::size_t highestBytes = 0;
   std::size_t restsChecked = 0;
@@ -126,34 +126,34 @@ void Soak::act() {
   }
 }
 
-// For a while there is something to see, or not, and every picture of it is checked.
+// For a while there is something to see, or not, and every frame of it is checked.
 void Soak::watch() {
   const auto screen = std::array{Screen::busy, Screen::calm, Screen::resting}.at(
       static_cast<std::size_t>(random.between(0, 2)));
   const auto until = Clock::now() + Milliseconds(random.between(50, 1200));
   while (Clock::now() < until) {
     paint(screen);
-    nextPicture(screen == Screen::busy ? 1ms : 40ms);
+    nextFrame(screen == Screen::busy ? 1ms : 40ms);
     report();
   }
 }
 
-// Something changes until a picture has come that is as was asked for last.
+// Something changes until a frame has come that is as was asked for last.
 void Soak::settle() {
-  const auto deadline = Clock::now() + patience;
+  const auto deadline = Clock::now() + timeout;
   for (;;) {
     paint(Screen::busy);
-    if (nextPicture(10ms) && newest->decoded.kind == host.latest()) return;
+    if (nextFrame(10ms) && newest->decoded.kind == host.latest()) return;
     if (Clock::now() > deadline) {
-      throw std::runtime_error("no picture comes of " + textOf(host.latest()));
+      throw std::runtime_error("no frame comes of " + textOf(host.latest()));
     }
   }
 }
 
-bool Soak::nextPicture(Milliseconds within) {
-  auto picture = host.nextPicture(within);
-  if (!picture) return false;
-  newest = std::move(picture);
+bool Soak::nextFrame(Milliseconds within) {
+  auto frame = host.nextFrame(within);
+  if (!frame) return false;
+  newest = std::move(frame);
   return true;
 }
 
@@ -206,7 +206,7 @@ void Soak::checkVitals() {
     usual = host.vitals();
     return;
   }
-  const auto deadline = Clock::now() + patience;
+  const auto deadline = Clock::now() + timeout;
   for (;;) {
     const auto now = host.vitals();
     const bool isFine = now.residentBytes <= usual.residentBytes + growthBytesMax &&
@@ -258,7 +258,7 @@ void Soak::useDisplay(const PixelRect& area) {
   desk.defineMonitor("display", area, true);
 }
 
-// The last picture of a screen that no longer changes is what is on it.
+// The last frame of a screen that no longer changes is what is on it.
 void Soak::checkAtRest() {
   useDisplay({0, 0, displayAtStart.width, displayAtStart.height});
   auto settings = someSettings();
@@ -269,13 +269,13 @@ void Soak::checkAtRest() {
   note("rest as " + textOf(host.latest()));
   settle();
   watch();
-  const auto deadline = Clock::now() + patience;
+  const auto deadline = Clock::now() + timeout;
   auto difference = differenceFromScreen();
   // A little longer than until it is right: it has to stay so.
-  while (nextPicture(300ms) || !difference.empty()) {
+  while (nextFrame(300ms) || !difference.empty()) {
     difference = differenceFromScreen();
     if (Clock::now() > deadline) {
-      throw std::runtime_error("the last picture of a resting screen as " + textOf(host.latest()) +
+      throw std::runtime_error("the last frame of a resting screen as " + textOf(host.latest()) +
                                " is wrong: " + difference);
     }
   }
@@ -316,7 +316,7 @@ void Soak::report() {
   const auto& counts = host.counts();
   std::cout << "seed " << seed << ", "
             << std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - start).count()
-            << " s: " << counts.jpeg << " JPEG and " << counts.h264 << " H.264 pictures, "
+            << " s: " << counts.jpeg << " JPEG and " << counts.h264 << " H.264 frames, "
             << counts.settings << " settings, " << counts.sessions << " sessions, " << restsChecked
             << " rests; " << vitals.residentBytes / 1'000'000 << " MB (at most "
             << highestBytes / 1'000'000 << "), " << vitals.threads << " threads, "

@@ -45,7 +45,7 @@ std::size_t entriesOf(const std::filesystem::path& folder) {
 
 }  // namespace
 
-SoakedHost::SoakedHost(HostStand& stand) : host(stand) {
+SoakedHost::SoakedHost(HostHarness& harness) : host(harness) {
   require(host.client->listen() == done, "the host lets nobody listen");
 }
 
@@ -62,7 +62,7 @@ void SoakedHost::start(PixelSize display) {
 
 void SoakedHost::stop() {
   require(host.client->call("stopCapture") == done, "the host does not stop a session");
-  require(host.client->eventsAfterReply() == 0, "pictures come after the end of a session");
+  require(host.client->eventsAfterReply() == 0, "frames come after the end of a session");
   host.client->discardEvents();
 }
 
@@ -117,18 +117,18 @@ void SoakedHost::call(const std::string& method, const Value& arguments) {
           "the host fails in " + method + (error == nullptr ? "" : ": " + error->code));
 }
 
-std::optional<SoakedPicture> SoakedHost::nextPicture(std::chrono::milliseconds within) {
+std::optional<SoakedFrame> SoakedHost::nextFrame(std::chrono::milliseconds within) {
   const auto event = host.client->nextEvent(within);
   if (!event) return std::nullopt;
   if (const auto* error = std::get_if<FlutterError>(&*event)) {
     throw std::runtime_error("the session ended: " + error->message.value_or(error->code));
   }
   const auto* data = std::get<Value>(*event).as<Data>();
-  require(data != nullptr, "an event is no picture");
+  require(data != nullptr, "an event is no frame");
   const auto bytes = data->bytes();
-  SoakedPicture picture{{bytes.begin(), bytes.end()}, decodePayload(bytes)};
-  check(picture.decoded.kind);
-  return picture;
+  SoakedFrame frame{{bytes.begin(), bytes.end()}, decodePayload(bytes)};
+  check(frame.decoded.kind);
+  return frame;
 }
 
 void SoakedHost::check(const PayloadKind& kind) {

@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/HostHarness.h"
 #include "tests/e2e/soak/Payload.h"
 
 namespace quorvin {
 
-// What is asked of the picture; the rest follows from it.
+// What is asked of the frame; the rest follows from it.
 struct SoakSettings {
   bool isH264 = false;
   PixelSize most{1920, 1200};
@@ -23,7 +23,7 @@ struct SoakSettings {
   bool showsCursor = true;
 };
 
-struct SoakedPicture {
+struct SoakedFrame {
   std::vector<std::uint8_t> payload;
   DecodedPayload decoded;
 };
@@ -39,11 +39,11 @@ struct Vitals {
 // throws std::runtime_error when it is not as it should be.
 class SoakedHost {
  public:
-  explicit SoakedHost(HostStand& stand);
+  explicit SoakedHost(HostHarness& harness);
 
   // A session of a display of this size.
   void start(PixelSize display);
-  // From now on the display may have this size, and pictures as much of it as fits.
+  // From now on the display may have this size, and frames as much of it as fits.
   void expectDisplay(PixelSize display);
   // Nothing comes any more afterwards.
   void stop();
@@ -51,12 +51,12 @@ class SoakedHost {
   void configure(const std::vector<SoakSettings>& settings);
   // Something else that has to succeed.
   void call(const std::string& method, const Value& arguments = {});
-  // The next picture, if one comes within the time.
-  std::optional<SoakedPicture> nextPicture(std::chrono::milliseconds within);
+  // The next frame, if one comes within the time.
+  std::optional<SoakedFrame> nextFrame(std::chrono::milliseconds within);
   // Closes the link and waits until the host has ended as it should.
   void end();
 
-  // What the pictures will be once everything has come through.
+  // What the frames will be once everything has come through.
   [[nodiscard]] PayloadKind latest() const;
   [[nodiscard]] const SoakSettings& settings() const { return latestSettings; }
   [[nodiscard]] Vitals vitals() const;
@@ -84,7 +84,7 @@ class SoakedHost {
   // last.
   std::vector<PayloadKind> asked{{}};
   std::vector<PixelSize> displays;
-  // Whether the first picture of the latest kind means that everything earlier is through.
+  // Whether the first frame of the latest kind means that everything earlier is through.
   bool latestIsNew = false;
   Counts counted;
 };

@@ -40,7 +40,7 @@ class LinuxFlutterWorld final : public FlutterWorld {
     });
   }
   void settle() override {
-    loop.settle();
+    loop.runUntilIdle();
     receive();
   }
 

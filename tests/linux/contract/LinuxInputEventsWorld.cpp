@@ -23,7 +23,7 @@ class LinuxInputEventsWorld final : public InputEventsWorld {
 
   SeenInput takeSeen() override {
     SeenInput seen;
-    events.settle();
+    events.sync();
     for (const auto& event : watcher.take()) add(event, seen);
     seen.pointer = watcher.pointer();
     return seen;
@@ -34,17 +34,17 @@ class LinuxInputEventsWorld final : public InputEventsWorld {
     painter.defineMonitor(name, pixels(bounds));
     const DisplayID display = painter.monitorNamed(name);
     names[display] = name;
-    events.settle();
+    events.sync();
     return display;
   }
   void moveDisplay(DisplayID display, const Rect& bounds) override {
     painter.deleteMonitor(names.at(display));
     painter.defineMonitor(names.at(display), pixels(bounds));
-    events.settle();
+    events.sync();
   }
   void disconnectDisplay(DisplayID display) override {
     painter.deleteMonitor(names.at(display));
-    events.settle();
+    events.sync();
   }
 
  private:
@@ -73,10 +73,10 @@ class LinuxInputEventsWorld final : public InputEventsWorld {
   }
   static void addPress(std::uint8_t number, SeenInput& seen) {
     if (const auto button = mouseButton(number)) seen.buttonsPressed.push_back(*button);
-    if (number == 4) seen.scrolledUp += pixelsPerNotch;
-    if (number == 5) seen.scrolledUp -= pixelsPerNotch;
-    if (number == 6) seen.scrolledLeft += pixelsPerNotch;
-    if (number == 7) seen.scrolledLeft -= pixelsPerNotch;
+    if (number == 4) seen.scrolledUp += pixelsPerWheelClick;
+    if (number == 5) seen.scrolledUp -= pixelsPerWheelClick;
+    if (number == 6) seen.scrolledLeft += pixelsPerWheelClick;
+    if (number == 7) seen.scrolledLeft -= pixelsPerWheelClick;
   }
   static std::optional<MouseButton> mouseButton(std::uint8_t number) {
     if (number == 1) return MouseButton::left;
@@ -108,7 +108,7 @@ INSTANTIATE_TEST_SUITE_P(Linux, InputEventsContract,
                                return std::make_unique<LinuxInputEventsWorld>();
                              }}),
                          nameOfWorld);
-// What XTEST speaks for turns wheels by whole notches.
+// What XTEST speaks for scrolls by whole clicks of the wheel.
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(PixelScrollContract);
 // The root window begins at the origin.
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NegativeDisplayContract);

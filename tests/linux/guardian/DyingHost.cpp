@@ -80,7 +80,7 @@ void DyingHost::end(pid_t target, int signal) {
 }
 
 bool DyingHost::allAreGone() {
-  const auto deadline = std::chrono::steady_clock::now() + patience;
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
   pollfd source{.fd = errorOutput.get(), .events = POLLIN, .revents = 0};
   std::array<char, 256> said{};
   while (std::chrono::steady_clock::now() < deadline) {

@@ -17,7 +17,7 @@ namespace quorvin {
 // own. Killed at the end when it is still there.
 class DyingHost {
  public:
-  static constexpr std::chrono::milliseconds patience = std::chrono::seconds(20);
+  static constexpr std::chrono::milliseconds timeout = std::chrono::seconds(20);
   // Runs in that process, which runs the main loop when it is over; tells whether all went well.
   using Work = std::function<bool(GuardianJournal& journal, ScreenInput& input)>;
 

@@ -16,7 +16,7 @@ namespace quorvin {
 // Sees what is pressed on an X server, and works its mouse and keyboard. One thread.
 class ScreenInput {
  public:
-  static constexpr std::chrono::milliseconds patience = std::chrono::seconds(20);
+  static constexpr std::chrono::milliseconds timeout = std::chrono::seconds(20);
 
   // Throws std::runtime_error when the display cannot be opened.
   explicit ScreenInput(const std::string& display);
@@ -31,7 +31,7 @@ class ScreenInput {
   };
   [[nodiscard]] Pressed pressed();
   // Whether this is what is pressed, sooner or later.
-  [[nodiscard]] bool waitFor(const Pressed& expected, std::chrono::milliseconds within = patience);
+  [[nodiscard]] bool waitFor(const Pressed& expected, std::chrono::milliseconds within = timeout);
 
   [[nodiscard]] std::vector<xcb_keysym_t> symbolsOf(std::uint8_t key);
   // Of every key code, without those that mean nothing at the end.

@@ -15,7 +15,7 @@
 #include <thread>
 
 #include "platform/linux/x11/X11Monitors.h"
-#include "tests/linux/input/InputStand.h"
+#include "tests/linux/input/InputHarness.h"
 #include "tests/linux/system/UnusedDisplay.h"
 #include "tests/linux/system/WaitingTime.h"
 
@@ -50,7 +50,7 @@ TEST(InputConnection, PostsNothingWithoutADisplay) {
   for (const auto& display : {std::string(), unusedDisplay()}) {
     LinuxInputEvents events(display, journal);
     postSomething(events);
-    events.settle();
+    events.sync();
     EXPECT_FALSE(events.displayIsActive(1));
     EXPECT_EQ(events.displayBounds(1), Rect{});
     EXPECT_TRUE(journal.isEmpty());
@@ -67,33 +67,33 @@ void forbidThreads() {
 }
 
 TEST(InputConnection, PostsNothingWithoutAThread) {
-  const XServer server(InputStand::withScreen({}));
+  const XServer server(InputHarness::withScreen({}));
   const auto use = [&] {
     forbidThreads();
     JournalRecord journal;
     LinuxInputEvents events(server.display(), journal);
     for (int round = 0; round < 3; ++round) postSomething(events);
-    const bool isPossible = events.displayIsActive(1) || events.settle();
+    const bool isPossible = events.displayIsActive(1) || events.sync();
     std::_Exit(isPossible || !journal.isEmpty() ? 1 : 0);
   };
   EXPECT_EXIT(use(), testing::ExitedWithCode(0), "^quorvin-support: no remote input: [^\n]*\n$");
 }
 
 TEST(InputConnection, PostsNothingToAServerWithoutXTest) {
-  const XServer server(InputStand::withScreen({"-extension", "XTEST"}));
+  const XServer server(InputHarness::withScreen({"-extension", "XTEST"}));
   InputWatcher watcher(server.display());
   JournalRecord journal;
   LinuxInputEvents events(server.display(), journal);
   postSomething(events);
-  events.settle();
+  events.sync();
   EXPECT_THAT(watcher.take(), IsEmpty());
   EXPECT_TRUE(journal.isEmpty());
 }
 
 TEST(InputConnection, IgnoresAnEventThatIsNotOfThisSystem) {
-  InputStand stand;
-  stand.events->post(EventTapLocation::session, nullptr);
-  EXPECT_THAT(stand.take(), IsEmpty());
+  InputHarness harness;
+  harness.events->post(EventTapLocation::session, nullptr);
+  EXPECT_THAT(harness.take(), IsEmpty());
 }
 
 // Whoever asks the server for all its attention: no other client is served until it lets go.
@@ -110,45 +110,45 @@ class Grab {
 // What the host's main thread may wait in a lot of events.
 constexpr auto atOnce = std::chrono::seconds(1);
 
-void clickDragAndType(InputStand& stand) {
-  stand.mouse(MouseEventType::leftMouseDown, {9, 9});
+void clickDragAndType(InputHarness& harness) {
+  harness.mouse(MouseEventType::leftMouseDown, {9, 9});
   for (int event = 0; event < 100'000; ++event) {
-    stand.mouse(MouseEventType::leftMouseDragged, {event % 600 * 1.0, 9});
+    harness.mouse(MouseEventType::leftMouseDragged, {event % 600 * 1.0, 9});
   }
-  stand.type(mac::a);
-  stand.mouse(MouseEventType::leftMouseUp, {9, 9});
+  harness.type(mac::a);
+  harness.mouse(MouseEventType::leftMouseUp, {9, 9});
 }
 
 TEST(InputConnection, DoesNotWaitForAServerThatHangs) {
-  InputStand stand;
-  stand.type(mac::a);
-  stand.mouse(MouseEventType::mouseMoved, {5, 5});
-  (void)stand.take();
-  stand.server.freeze();
+  InputHarness harness;
+  harness.type(mac::a);
+  harness.mouse(MouseEventType::mouseMoved, {5, 5});
+  (void)harness.take();
+  harness.server.freeze();
   const WaitingTime waited;
-  clickDragAndType(stand);
-  EXPECT_FALSE(stand.events->displayIsActive(987'654'321));
-  EXPECT_FALSE(stand.events->endWithin(std::chrono::milliseconds(1)));
+  clickDragAndType(harness);
+  EXPECT_FALSE(harness.events->displayIsActive(987'654'321));
+  EXPECT_FALSE(harness.events->endWithin(std::chrono::milliseconds(1)));
   EXPECT_LT(waited.passed(), atOnce);
-  stand.server.thaw();
-  stand.events.reset();
-  EXPECT_EQ(stand.take().back().kind, SeenEvent::Kind::buttonUp);
-  EXPECT_THAT(stand.settled().keysDown(), IsEmpty());
+  harness.server.thaw();
+  harness.events.reset();
+  EXPECT_EQ(harness.take().back().kind, SeenEvent::Kind::buttonUp);
+  EXPECT_THAT(harness.synced().keysDown(), IsEmpty());
 }
 
 TEST(InputConnection, DoesNotWaitForAServerThatAnotherProgramHasGrabbed) {
-  InputStand stand;
-  stand.type(mac::a);
-  (void)stand.take();
-  std::optional<Grab> grab(stand.server.display());
+  InputHarness harness;
+  harness.type(mac::a);
+  (void)harness.take();
+  std::optional<Grab> grab(harness.server.display());
   const WaitingTime waited;
-  clickDragAndType(stand);
+  clickDragAndType(harness);
   EXPECT_LT(waited.passed(), atOnce);
   grab.reset();
-  EXPECT_EQ(stand.take().back().kind, SeenEvent::Kind::buttonUp);
-  EXPECT_THAT(stand.settled().keysDown(), IsEmpty());
-  stand.type(mac::a);
-  EXPECT_THAT(stand.takeTyped(), ElementsAre(XKB_KEY_a));
+  EXPECT_EQ(harness.take().back().kind, SeenEvent::Kind::buttonUp);
+  EXPECT_THAT(harness.synced().keysDown(), IsEmpty());
+  harness.type(mac::a);
+  EXPECT_THAT(harness.takeTyped(), ElementsAre(XKB_KEY_a));
 }
 
 using Context = std::unique_ptr<GMainContext, decltype(&g_main_context_unref)>;
@@ -172,48 +172,48 @@ void waitForTwoTurns(GMainContext* context, std::atomic<int>& turns) {
 TEST(InputConnection, DropsWhatCameWhileTheServerHungButForReleases) {
   std::atomic<int> turns = 0;
   const Context context(g_main_context_new(), &g_main_context_unref);
-  InputStand stand;
-  stand.events.emplace(stand.server.display(), stand.record, context.get());
-  stand.keyDown(mac::shift);
-  stand.mouse(MouseEventType::leftMouseDown, {5, 5});
-  (void)stand.take();
-  stand.server.freeze();
-  stand.mouse(MouseEventType::leftMouseDragged, {6, 6});
+  InputHarness harness;
+  harness.events.emplace(harness.server.display(), harness.record, context.get());
+  harness.keyDown(mac::shift);
+  harness.mouse(MouseEventType::leftMouseDown, {5, 5});
+  (void)harness.take();
+  harness.server.freeze();
+  harness.mouse(MouseEventType::leftMouseDragged, {6, 6});
   // Then the thread is waiting for the server, and will have for long enough.
   waitForTwoTurns(context.get(), turns);
-  stand.mouse(MouseEventType::rightMouseDown, {7, 7}, MouseButton::right);
-  stand.keyUp(mac::shift);
-  stand.type(mac::a);
-  stand.mouse(MouseEventType::leftMouseUp, {8, 8});
-  EXPECT_FALSE(stand.events->settle(InputThread::hangsAfter));
-  stand.server.thaw();
+  harness.mouse(MouseEventType::rightMouseDown, {7, 7}, MouseButton::right);
+  harness.keyUp(mac::shift);
+  harness.type(mac::a);
+  harness.mouse(MouseEventType::leftMouseUp, {8, 8});
+  EXPECT_FALSE(harness.events->sync(InputThread::hangsAfter));
+  harness.server.thaw();
   std::vector<SeenEvent::Kind> seen;
-  for (const auto& event : stand.take()) {
+  for (const auto& event : harness.take()) {
     if (event.kind != SeenEvent::Kind::motion) seen.push_back(event.kind);
   }
   EXPECT_THAT(seen, ElementsAre(SeenEvent::Kind::keyUp, SeenEvent::Kind::buttonUp));
-  stand.type(mac::a);
-  EXPECT_THAT(stand.takeTyped(), ElementsAre(XKB_KEY_a));
+  harness.type(mac::a);
+  EXPECT_THAT(harness.takeTyped(), ElementsAre(XKB_KEY_a));
 }
 
 // As the host does: nothing is left for whoever comes after it.
 TEST(InputConnection, LeavesEverythingAsItWasFoundWhenItEnds) {
-  InputStand stand;
-  stand.desk.setLayout("ru");
-  const auto before = stand.desk.condition();
-  stand.keyDown(mac::shift);
-  stand.keyDown(mac::a);
-  stand.mouse(MouseEventType::leftMouseDown, {3, 3});
-  EXPECT_TRUE(stand.events->endWithin(std::chrono::seconds(10)));
-  EXPECT_EQ(stand.desk.condition(), before);
-  EXPECT_THAT(stand.watcher.take(), Contains(Field(&SeenEvent::kind, SeenEvent::Kind::buttonUp)));
-  EXPECT_THAT(stand.record.bound, IsEmpty());
-  stand.keyDown(mac::a);
-  EXPECT_EQ(stand.desk.condition(), before);
+  InputHarness harness;
+  harness.desk.setLayout("ru");
+  const auto before = harness.desk.condition();
+  harness.keyDown(mac::shift);
+  harness.keyDown(mac::a);
+  harness.mouse(MouseEventType::leftMouseDown, {3, 3});
+  EXPECT_TRUE(harness.events->endWithin(std::chrono::seconds(10)));
+  EXPECT_EQ(harness.desk.condition(), before);
+  EXPECT_THAT(harness.watcher.take(), Contains(Field(&SeenEvent::kind, SeenEvent::Kind::buttonUp)));
+  EXPECT_THAT(harness.record.bound, IsEmpty());
+  harness.keyDown(mac::a);
+  EXPECT_EQ(harness.desk.condition(), before);
 }
 
 TEST(InputConnection, DoesNotWaitForAServerThatNeverAnswered) {
-  const XServer server(InputStand::withScreen({}));
+  const XServer server(InputHarness::withScreen({}));
   server.freeze();
   JournalRecord journal;
   LinuxInputEvents events(server.display(), journal);
@@ -226,7 +226,7 @@ TEST(InputConnection, DoesNotWaitForAServerThatNeverAnswered) {
 }
 
 TEST(InputConnection, IsReadyOnceItsDisplaysAreKnown) {
-  const XServer server(InputStand::withScreen({}));
+  const XServer server(InputHarness::withScreen({}));
   X11Connection connection(server.display());
   const auto monitor = listMonitors(connection, X11Extensions::negotiate(connection)).front().id;
   server.freeze();
@@ -250,39 +250,39 @@ TEST(InputConnection, IsReadyWithoutAServerToo) {
 }
 
 TEST(InputConnection, ComesBackWithTheServer) {
-  std::optional<InputStand> stand(std::in_place);
-  const std::string display = stand->server.display();
-  stand->type(mac::a);
-  stand->keyDown(mac::shift);
-  stand->mouse(MouseEventType::leftMouseDown, {3, 3});
-  stand->server.end();
-  stand->type(mac::a);
-  stand->events->settle();
-  EXPECT_FALSE(stand->events->displayIsActive(1));
+  std::optional<InputHarness> harness(std::in_place);
+  const std::string display = harness->server.display();
+  harness->type(mac::a);
+  harness->keyDown(mac::shift);
+  harness->mouse(MouseEventType::leftMouseDown, {3, 3});
+  harness->server.end();
+  harness->type(mac::a);
+  harness->events->sync();
+  EXPECT_FALSE(harness->events->displayIsActive(1));
 
   const XServer again({display, "-screen", "0", "640x480x24", "-noreset"});
   InputWatcher watcher(display);
-  stand->type(mac::a);
-  stand->events->settle();
+  harness->type(mac::a);
+  harness->events->sync();
   EXPECT_THAT(watcher.takeTyped(), ElementsAre(XKB_KEY_a));
 }
 
 TEST(InputConnection, UndoesWhatABrokenOneLeft) {
-  InputStand stand;
-  stand.desk.setLayout("ru");
-  const auto before = stand.desk.condition();
+  InputHarness harness;
+  harness.desk.setLayout("ru");
+  const auto before = harness.desk.condition();
   const int socket = lowestFreeDescriptor();
-  stand.keyDown(mac::shift);
-  stand.keyDown(mac::a);
-  stand.mouse(MouseEventType::leftMouseDown, {3, 3});
-  (void)stand.take();
+  harness.keyDown(mac::shift);
+  harness.keyDown(mac::a);
+  harness.mouse(MouseEventType::leftMouseDown, {3, 3});
+  (void)harness.take();
   ASSERT_EQ(shutdown(socket, SHUT_RDWR), 0);
-  stand.events->settle();
-  EXPECT_THAT(stand.settled().keysDown(), IsEmpty());
-  EXPECT_THAT(stand.take(), Contains(Field(&SeenEvent::kind, SeenEvent::Kind::buttonUp)));
-  stand.events.reset();
-  EXPECT_EQ(stand.settled().condition(), before);
-  EXPECT_THAT(stand.journal().bound, IsEmpty());
+  harness.events->sync();
+  EXPECT_THAT(harness.synced().keysDown(), IsEmpty());
+  EXPECT_THAT(harness.take(), Contains(Field(&SeenEvent::kind, SeenEvent::Kind::buttonUp)));
+  harness.events.reset();
+  EXPECT_EQ(harness.synced().condition(), before);
+  EXPECT_THAT(harness.journal().bound, IsEmpty());
 }
 
 }  // namespace

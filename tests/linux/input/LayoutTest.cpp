@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/linux/input/KeyMeaning.h"
-#include "tests/linux/input/InputStand.h"
+#include "tests/linux/input/InputHarness.h"
 
 namespace quorvin {
 namespace {
@@ -18,16 +18,16 @@ std::string nameOf(std::uint32_t symbol) {
 
 class LayoutTest : public testing::TestWithParam<const char*> {
  protected:
-  void SetUp() override { stand.desk.setLayout(GetParam()); }
+  void SetUp() override { harness.desk.setLayout(GetParam()); }
 
   // Types every key of the table that stands for a character, and compares what arrives.
   void typeEverything(bool isShifted) {
     for (const auto& row : keyTable()) {
       const auto meaning = keyMeaning(row.virtualKey);
       if (!meaning || !meaning->types) continue;
-      stand.type(row.virtualKey);
+      harness.type(row.virtualKey);
       const auto expected = isShifted ? meaning->types->shifted : meaning->types->plain;
-      const auto typed = stand.takeTyped();
+      const auto typed = harness.takeTyped();
       ASSERT_EQ(typed.size(), 1U) << row.virtualKey;
       EXPECT_EQ(nameOf(typed.front()), nameOf(expected)) << row.virtualKey;
     }
@@ -35,19 +35,19 @@ class LayoutTest : public testing::TestWithParam<const char*> {
 
   void typeEverythingInEveryCase() {
     typeEverything(false);
-    stand.keyDown(mac::shift);
+    harness.keyDown(mac::shift);
     typeEverything(true);
-    stand.keyUp(mac::shift);
+    harness.keyUp(mac::shift);
   }
 
-  InputStand stand;
+  InputHarness harness;
 };
 
 TEST_P(LayoutTest, TypesEveryCharacterWhateverIsLocked) {
   for (const bool capsLock : {false, true}) {
     for (const bool numLock : {false, true}) {
       SCOPED_TRACE(std::string(capsLock ? "CapsLock " : "") + (numLock ? "NumLock" : ""));
-      stand.desk.lock(capsLock, numLock);
+      harness.desk.lock(capsLock, numLock);
       typeEverythingInEveryCase();
     }
   }
@@ -55,22 +55,22 @@ TEST_P(LayoutTest, TypesEveryCharacterWhateverIsLocked) {
 
 TEST_P(LayoutTest, LeavesTheKeyboardAsItWasFound) {
   for (const bool isLocked : {false, true}) {
-    stand.desk.lock(isLocked, isLocked);
-    const auto before = stand.settled().condition();
+    harness.desk.lock(isLocked, isLocked);
+    const auto before = harness.synced().condition();
     typeEverythingInEveryCase();
-    stand.events.reset();
-    (void)stand.take();
-    EXPECT_EQ(stand.settled().condition(), before);
-    EXPECT_TRUE(stand.journal().bound.empty());
-    stand.events.emplace(stand.server.display(), stand.journal());
+    harness.events.reset();
+    (void)harness.take();
+    EXPECT_EQ(harness.synced().condition(), before);
+    EXPECT_TRUE(harness.journal().bound.empty());
+    harness.events.emplace(harness.server.display(), harness.journal());
   }
 }
 
 TEST_P(LayoutTest, ChangesNothingThatIsLockedOrHeldWhileItTypes) {
-  stand.desk.lock(true, true);
-  const auto before = stand.settled().condition();
+  harness.desk.lock(true, true);
+  const auto before = harness.synced().condition();
   typeEverythingInEveryCase();
-  const auto after = stand.settled().condition();
+  const auto after = harness.synced().condition();
   EXPECT_EQ(after.heldModifiers, before.heldModifiers);
   EXPECT_EQ(after.lockedModifiers, before.lockedModifiers);
   EXPECT_EQ(after.lights, before.lights);

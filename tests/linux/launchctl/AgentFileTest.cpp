@@ -4,8 +4,8 @@
 #include <unistd.h>
 
 #include "launchctl/AgentFile.h"
-#include "launchctl/Failure.h"
-#include "tests/linux/launchctl/LaunchctlStand.h"
+#include "launchctl/LaunchctlError.h"
+#include "tests/linux/launchctl/LaunchctlHarness.h"
 
 namespace quorvin::launchctl {
 namespace {
@@ -28,7 +28,7 @@ class AgentFile : public testing::Test {
     try {
       static_cast<void>(readAgentFile(file));
       return {};
-    } catch (const Failure& failure) {
+    } catch (const LaunchctlError& failure) {
       EXPECT_EQ(failure.status(), ExitStatus::failed);
       EXPECT_THAT(failure.what(), HasSubstr(file));
       return failure.what();

@@ -14,7 +14,7 @@
 #include <optional>
 
 #include "launchctl/AgentProcess.h"
-#include "tests/linux/launchctl/LaunchctlStand.h"
+#include "tests/linux/launchctl/LaunchctlHarness.h"
 #include "tests/linux/launchctl/RecordingSystemctl.h"
 
 namespace quorvin::launchctl {
@@ -68,23 +68,23 @@ class Child {
 
 class Autostart : public testing::Test {
  public:
-  Autostart() { stand.environment.emplace_back("QUORVIN_SYSTEMCTL=/no/such/systemctl"); }
+  Autostart() { harness.environment.emplace_back("QUORVIN_SYSTEMCTL=/no/such/systemctl"); }
 
  protected:
   // Registers this command, and returns the file that describes the agent.
   std::string registered(const Command& arguments) const {
-    auto file = stand.writeAgent({agentLabel, arguments, AgentDescription{}.others});
-    const auto run = stand.bootstrap(file);
+    auto file = harness.writeAgent({agentLabel, arguments, AgentDescription{}.others});
+    const auto run = harness.bootstrap(file);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.errors, "");
     return file;
   }
   // The program that a login to a desktop starts.
   [[nodiscard]] std::unique_ptr<Child> logIn() const {
-    return std::make_unique<Child>(commandOfEntry(contentOf(stand.entry())));
+    return std::make_unique<Child>(commandOfEntry(contentOf(harness.entry())));
   }
 
-  LaunchctlStand stand;
+  LaunchctlHarness harness;
   // Tests that run at the same time must not end each other's.
   const std::string own = std::to_string(::getpid());
   const Command program{"/bin/sleep", "1000", own};
@@ -92,8 +92,8 @@ class Autostart : public testing::Test {
 
 TEST_F(Autostart, StartsTheProgramWithTheNextLogin) {
   registered(program);
-  EXPECT_THAT(stand.files(), ElementsAre(stand.entry()));
-  EXPECT_THAT(contentOf(stand.entry()), Not(HasSubstr("X-systemd-skip")));
+  EXPECT_THAT(harness.files(), ElementsAre(harness.entry()));
+  EXPECT_THAT(contentOf(harness.entry()), Not(HasSubstr("X-systemd-skip")));
   EXPECT_FALSE(isRunning(program));
   const auto started = logIn();
   EXPECT_TRUE(isRunning(program));
@@ -102,7 +102,7 @@ TEST_F(Autostart, StartsTheProgramWithTheNextLogin) {
 TEST_F(Autostart, FailsWhenTheAgentIsRegisteredAlready) {
   const auto file = registered(program);
   const auto started = logIn();
-  const auto again = stand.bootstrap(file);
+  const auto again = harness.bootstrap(file);
   EXPECT_EQ(again.status, 5);
   EXPECT_THAT(again.errors, HasSubstr("registered already"));
   EXPECT_EQ(started->signal(), std::nullopt);
@@ -112,20 +112,20 @@ TEST_F(Autostart, EndsWhatEveryLoginHasStarted) {
   const auto file = registered(program);
   const auto first = logIn();
   const auto second = logIn();
-  EXPECT_EQ(stand.bootout(file).status, 0);
+  EXPECT_EQ(harness.bootout(file).status, 0);
   EXPECT_EQ(first->signal(), SIGTERM);
   EXPECT_EQ(second->signal(), SIGTERM);
-  EXPECT_THAT(stand.files(), IsEmpty());
-  EXPECT_EQ(stand.bootout(file).status, 3);
+  EXPECT_THAT(harness.files(), IsEmpty());
+  EXPECT_EQ(harness.bootout(file).status, 3);
 }
 
 TEST_F(Autostart, EndsAProgramOfAnyName) {
-  const auto name = stand.folder.path("a=b 100% \"$HOME\"\n").string();
+  const auto name = harness.folder.path("a=b 100% \"$HOME\"\n").string();
   std::filesystem::copy_file("/bin/sleep", name);
   const auto file = registered({name, "1000"});
   const auto started = logIn();
   EXPECT_TRUE(becomesTrue([&] { return isRunning({name, "1000"}); }));  // a shell at first
-  EXPECT_EQ(stand.bootout(file).status, 0);
+  EXPECT_EQ(harness.bootout(file).status, 0);
   EXPECT_EQ(started->signal(), SIGTERM);
 }
 
@@ -143,14 +143,14 @@ TEST_F(Autostart, EndsNothingElse) {
     others.push_back(std::make_unique<Child>(ofOther));
     EXPECT_TRUE(becomesTrue([&] { return !isRunning(ofOther); }));
   }
-  EXPECT_EQ(stand.bootout(file).status, 0);
+  EXPECT_EQ(harness.bootout(file).status, 0);
   for (const auto& other : others) EXPECT_EQ(other->signal(), std::nullopt);
 }
 
 // The entry is the only trace of the program, so that it goes last.
 TEST_F(Autostart, IsEndedByTheNextBootoutWhenOneWasKilled) {
-  const auto asked = stand.folder.path("asked").string();
-  const auto pipe = stand.folder.path("pipe").string();
+  const auto asked = harness.folder.path("asked").string();
+  const auto pipe = harness.folder.path("pipe").string();
   ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
   const auto file = registered({"/bin/bash", "-c",
                                 "trap 'trap - TERM; : >'" + asked + " TERM; exec 3<>" + pipe +
@@ -158,7 +158,7 @@ TEST_F(Autostart, IsEndedByTheNextBootoutWhenOneWasKilled) {
   const auto started = logIn();
   ASSERT_TRUE(becomesTrue([&] { return std::filesystem::exists(asked + ".not"); }));
   Command command{"/usr/bin/env"};
-  command.insert(command.end(), stand.environment.begin(), stand.environment.end());
+  command.insert(command.end(), harness.environment.begin(), harness.environment.end());
   command.insert(command.end(),
                  {QUORVIN_LAUNCHCTL, "bootout", "gui/" + std::to_string(::getuid()), file});
   Child bootout(command);
@@ -166,28 +166,28 @@ TEST_F(Autostart, IsEndedByTheNextBootoutWhenOneWasKilled) {
   bootout.kill();
   ASSERT_TRUE(becomesTrue([&] { return bootout.signal() == SIGKILL; }));
   EXPECT_EQ(started->signal(), std::nullopt);
-  EXPECT_EQ(stand.bootout(file).status, 0);
+  EXPECT_EQ(harness.bootout(file).status, 0);
   EXPECT_EQ(started->signal(), SIGTERM);
-  EXPECT_THAT(stand.files(), IsEmpty());
+  EXPECT_THAT(harness.files(), IsEmpty());
 }
 
 TEST_F(Autostart, LeavesTheProgramToAManagerThatHasCome) {
   const auto file = registered(program);
   const auto started = logIn();
-  const RecordingSystemctl systemctl(stand);
-  EXPECT_EQ(stand.bootstrap(file).status, 0);
+  const RecordingSystemctl systemctl(harness);
+  EXPECT_EQ(harness.bootstrap(file).status, 0);
   EXPECT_EQ(started->signal(), SIGTERM);
   EXPECT_EQ(systemctl.calls().back(), "start com.example.agent.service");
-  EXPECT_THAT(contentOf(stand.entry()), HasSubstr("X-systemd-skip"));
+  EXPECT_THAT(contentOf(harness.entry()), HasSubstr("X-systemd-skip"));
 }
 
 TEST_F(Autostart, TakesEverythingBackWhenTheEntryCannotBeWritten) {
-  std::filesystem::create_directories(stand.home() + "/.config");
-  stand.put("home/.config/autostart", "a file");
-  const auto run = stand.bootstrap(stand.writeAgent());
+  std::filesystem::create_directories(harness.home() + "/.config");
+  harness.put("home/.config/autostart", "a file");
+  const auto run = harness.bootstrap(harness.writeAgent());
   EXPECT_EQ(run.status, 5);
   EXPECT_THAT(run.errors, HasSubstr("cannot make the folder"));
-  EXPECT_THAT(stand.files(), ElementsAre(stand.home() + "/.config/autostart"));
+  EXPECT_THAT(harness.files(), ElementsAre(harness.home() + "/.config/autostart"));
 }
 
 TEST_F(Autostart, KillsWhatDoesNotEndByItself) {

@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "launchctl/CommandLine.h"
-#include "launchctl/Failure.h"
+#include "launchctl/LaunchctlError.h"
 
 namespace quorvin::launchctl {
 namespace {
@@ -14,7 +14,7 @@ std::optional<ExitStatus> refusalOf(const std::vector<std::string>& arguments) {
   try {
     static_cast<void>(parseCommandLine(arguments, user));
     return std::nullopt;
-  } catch (const Failure& failure) {
+  } catch (const LaunchctlError& failure) {
     return failure.status();
   }
 }

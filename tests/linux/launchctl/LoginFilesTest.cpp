@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "launchctl/LoginFiles.h"
-#include "tests/linux/launchctl/LaunchctlStand.h"
+#include "tests/linux/launchctl/LaunchctlHarness.h"
 
 namespace quorvin::launchctl {
 namespace {

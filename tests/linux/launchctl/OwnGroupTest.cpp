@@ -14,9 +14,9 @@
 #include <fstream>
 
 #include "launchctl/AgentFile.h"
-#include "launchctl/Failure.h"
+#include "launchctl/LaunchctlError.h"
 #include "tests/ChildProgram.h"
-#include "tests/linux/launchctl/LaunchctlStand.h"
+#include "tests/linux/launchctl/LaunchctlHarness.h"
 
 namespace quorvin::launchctl {
 namespace {
@@ -63,7 +63,7 @@ class OwnGroup : public testing::Test {
     try {
       static_cast<void>(readAgentFile(file));
       return accepted;
-    } catch (const Failure& failure) {
+    } catch (const LaunchctlError& failure) {
       return std::string(failure.what()).find("chmod go-w") == std::string::npos ? 2 : refused;
     }
   }

@@ -30,25 +30,25 @@ esac
 
 }  // namespace
 
-RecordingSystemctl::RecordingSystemctl(LaunchctlStand& stand) : stand(stand) {
-  const auto program = stand.folder.write("systemctl", script);
+RecordingSystemctl::RecordingSystemctl(LaunchctlHarness& harness) : harness(harness) {
+  const auto program = harness.folder.write("systemctl", script);
   std::filesystem::permissions(program, std::filesystem::perms::owner_all);
   setEnvironment("HOME=/home/somebody\nDISPLAY=:0\n");
   failAt("");
   setActive("");
   killAt(0);
-  stand.environment.push_back("QUORVIN_SYSTEMCTL=" + program);
+  harness.environment.push_back("QUORVIN_SYSTEMCTL=" + program);
 }
 
 std::vector<std::string> RecordingSystemctl::calls() const {
   std::vector<std::string> lines;
-  std::ifstream file(stand.folder.path("calls"));
+  std::ifstream file(harness.folder.path("calls"));
   for (std::string line; std::getline(file, line);) lines.push_back(line);
   return lines;
 }
 
 void RecordingSystemctl::forgetCalls() const {
-  std::filesystem::remove(stand.folder.path("calls"));
+  std::filesystem::remove(harness.folder.path("calls"));
 }
 
 }  // namespace quorvin::launchctl

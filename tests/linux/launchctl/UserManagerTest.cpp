@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "tests/linux/launchctl/LaunchctlStand.h"
+#include "tests/linux/launchctl/LaunchctlHarness.h"
 
 namespace quorvin::launchctl {
 namespace {
@@ -18,15 +18,15 @@ constexpr auto unitName = "com.example.agent.service";
 class UserManager : public testing::Test {
  public:
   UserManager() {
-    // The manager's own folders, not the stand's.
-    stand.environment.clear();
+    // The manager's own folders, not the harness's.
+    harness.environment.clear();
     std::ofstream(desktopUnit()) << "[Unit]\nBindsTo=graphical-session.target\n"
                                     "Before=graphical-session.target\n"
                                     "[Service]\nExecStart=/bin/sleep 1000\n";
     EXPECT_EQ(systemctl({"daemon-reload"}).status, 0);
   }
   ~UserManager() override {
-    static_cast<void>(stand.bootout(stand.folder.path("com.example.agent.plist")));
+    static_cast<void>(harness.bootout(harness.folder.path("com.example.agent.plist")));
     EXPECT_EQ(systemctl({"stop", "desktop.service"}).status, 0);
     EXPECT_EQ(systemctl({"unset-environment", "DISPLAY"}).status, 0);
   }
@@ -56,12 +56,12 @@ class UserManager : public testing::Test {
     return becomesTrue([&] { return property(name) == value; });
   }
   void bootstrap(const AgentDescription& agent = {}) const {
-    const auto run = stand.bootstrap(stand.writeAgent(agent));
+    const auto run = harness.bootstrap(harness.writeAgent(agent));
     ASSERT_EQ(run.status, 0);
     ASSERT_EQ(run.errors, "");
   }
 
-  LaunchctlStand stand;
+  LaunchctlHarness harness;
 };
 
 TEST_F(UserManager, StartsAndEndsTheAgentWithTheGraphicalSession) {
@@ -90,27 +90,27 @@ TEST_F(UserManager, ForgetsTheAgentAtABootout) {
   logInQuietly();
   bootstrap();
   const auto process = property("MainPID");
-  ASSERT_EQ(stand.bootout(stand.folder.path("com.example.agent.plist")).status, 0);
+  ASSERT_EQ(harness.bootout(harness.folder.path("com.example.agent.plist")).status, 0);
   EXPECT_EQ(property("LoadState"), "not-found");
   EXPECT_EQ(property("ActiveState"), "inactive");
   EXPECT_FALSE(std::filesystem::exists("/proc/" + process));
   EXPECT_FALSE(std::filesystem::exists(units() / unitName));
   EXPECT_FALSE(std::filesystem::exists(units() / "graphical-session.target.wants" / unitName));
-  EXPECT_EQ(stand.bootout(stand.folder.path("com.example.agent.plist")).status, 3);
+  EXPECT_EQ(harness.bootout(harness.folder.path("com.example.agent.plist")).status, 3);
 }
 
 TEST_F(UserManager, HandsTheProgramItsArgumentsAsTheyAre) {
   const std::vector<std::string> arguments{"",    "a b",   "\"",      "'",  "\\",  "\\n",     "%h",
                                            "%%",  "$HOME", "${HOME}", "$$", ";",   "a\nb\tc", "#",
                                            "ä€😀", " ",     "@x",      "-",  "\x7f"};
-  const auto seen = stand.folder.path("seen").string();
+  const auto seen = harness.folder.path("seen").string();
   // Named only once it is complete.
   const auto script = "#!/bin/sh\nseen='" + seen +
                       "'\nprintf '<%s>' \"$@\" >\"$seen.new\"\nmv \"$seen.new\" \"$seen\"\n"
                       "exec sleep 1000\n";
   for (const std::string name :
        {"plain", "with blank", "100% $HOME", "\"quoted\"", "back\\slash"}) {
-    const auto program = stand.folder.write(name, script);
+    const auto program = harness.folder.write(name, script);
     std::filesystem::permissions(program, std::filesystem::perms::owner_all);
     AgentDescription agent;
     agent.arguments = {program};
@@ -123,7 +123,7 @@ TEST_F(UserManager, HandsTheProgramItsArgumentsAsTheyAre) {
     EXPECT_TRUE(becomesTrue([&] { return std::filesystem::exists(seen); })) << name;
     EXPECT_EQ(contentOf(seen), expected) << name;
     std::filesystem::remove(seen);
-    ASSERT_EQ(stand.bootout(stand.writeAgent(agent)).status, 0);
+    ASSERT_EQ(harness.bootout(harness.writeAgent(agent)).status, 0);
   }
 }
 

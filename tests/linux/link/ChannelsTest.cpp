@@ -74,7 +74,7 @@ class ChannelsTest : public testing::Test {
 
   // Events and stream errors received so far.
   std::vector<FlutterEvent> received() {
-    loop.settle();
+    loop.runUntilIdle();
     peer.receive();
     std::vector<FlutterEvent> all;
     for (const auto& frame : peer.frames) {
@@ -138,7 +138,7 @@ TEST_F(ChannelsTest, HandleACallThatWantsNoReply) {
   });
   ASSERT_TRUE(peer.sendMessage(methods, 0, encodeMethodCall({"work", {}})));
   EXPECT_TRUE(loop.runUntil([&] { return calls == 1; }));
-  loop.settle();
+  loop.runUntilIdle();
   peer.receive();
   EXPECT_TRUE(peer.frames.empty());
 }
@@ -164,7 +164,7 @@ TEST_F(ChannelsTest, TakeAnswersLaterAndInAnyOrderButEachOnce) {
   expectSuccess(peer.frames[0], Value(13));
   expectSuccess(peer.frames[1], Value(12));
   expectSuccess(peer.frames[2], Value(11));
-  loop.settle();
+  loop.runUntilIdle();
   peer.receive();
   EXPECT_EQ(peer.frames.size(), 3U);
 }
@@ -184,7 +184,7 @@ TEST_F(ChannelsTest, DoNotGiveALateSecondAnswerToAnotherCall) {
   sendCall();
   pending[0](Value("first again"));
   pending[1](Value("second"));
-  loop.settle();
+  loop.runUntilIdle();
   peer.receive();
   ASSERT_EQ(peer.frames.size(), 2U);
   expectSuccess(peer.frames[1], Value("second"));
@@ -206,7 +206,7 @@ TEST_F(ChannelsTest, IgnoreAnswersAfterTheLinkClosed) {
   peer.close();
   ASSERT_TRUE(loop.runUntil([&] { return closings == 1; }));
   pending(Value(1));
-  loop.settle();
+  loop.runUntilIdle();
   EXPECT_EQ(closings, 1);
 }
 
@@ -306,7 +306,7 @@ TEST_F(ChannelsTest, SendNoTextWithoutALink) {
   peer.close();
   ASSERT_TRUE(loop.runUntil([&] { return closings == 1; }));
   textChannel->sendMessage("too late");
-  loop.settle();
+  loop.runUntilIdle();
 }
 
 TEST_F(ChannelsTest, TakeNoMessagesOnATextChannel) {
@@ -340,7 +340,7 @@ TEST_F(ChannelsTest, CancelListenersAndForgetHandlersWhenShutDown) {
   EXPECT_EQ(held.use_count(), 1);
   peer.receive();
   EXPECT_TRUE(peer.sawClose());
-  loop.settle();
+  loop.runUntilIdle();
   EXPECT_EQ(closings, 0);
 }
 

@@ -15,7 +15,7 @@ Bytes replyFrame(std::uint32_t id, std::size_t payloadSize = 1) {
   return encodeLinkFrame({LinkFrameType::reply, id, {}, Bytes(payloadSize, 0xAB)});
 }
 
-Value picture(std::uint8_t mark, std::size_t size = 8) {
+Value frameOf(std::uint8_t mark, std::size_t size = 8) {
   return Value(Data(Bytes(size, mark)));
 }
 
@@ -55,30 +55,30 @@ TEST(MessageQueue, KeepsTheOrderOfMessages) {
 
 TEST(MessageQueue, KeepsOnlyTheNewestWaitingEvent) {
   MessageQueue queue;
-  for (std::uint8_t mark = 1; mark <= 9; ++mark) queue.pushEvent("frames", picture(mark));
+  for (std::uint8_t mark = 1; mark <= 9; ++mark) queue.pushEvent("frames", frameOf(mark));
   EXPECT_EQ(drain(queue), Seen{"event 9 of frames"});
 }
 
 TEST(MessageQueue, KeepsOneWaitingEventOfEachChannel) {
   MessageQueue queue;
-  queue.pushEvent("a", picture(1));
-  queue.pushEvent("b", picture(2));
-  queue.pushEvent("a", picture(3));
+  queue.pushEvent("a", frameOf(1));
+  queue.pushEvent("b", frameOf(2));
+  queue.pushEvent("a", frameOf(3));
   EXPECT_EQ(drain(queue), (Seen{"event 2 of b", "event 3 of a"}));
 }
 
 TEST(MessageQueue, SendsAReplyAfterTheEventThatWaitsAlready) {
   MessageQueue queue;
-  queue.pushEvent("frames", picture(1));
+  queue.pushEvent("frames", frameOf(1));
   EXPECT_TRUE(queue.pushMessage(replyFrame(7)));
   EXPECT_EQ(drain(queue), (Seen{"event 1 of frames", "reply 7"}));
 }
 
 TEST(MessageQueue, PutsANewerEventAtTheEnd) {
   MessageQueue queue;
-  queue.pushEvent("frames", picture(1));
+  queue.pushEvent("frames", frameOf(1));
   EXPECT_TRUE(queue.pushMessage(replyFrame(7)));
-  queue.pushEvent("frames", picture(2));
+  queue.pushEvent("frames", frameOf(2));
   EXPECT_TRUE(queue.pushMessage(replyFrame(8)));
   EXPECT_EQ(drain(queue), (Seen{"reply 7", "event 2 of frames", "reply 8"}));
 }
@@ -91,7 +91,7 @@ TEST(MessageQueue, KeepsOneEventHoweverManyMessagesWaitBetweenThem) {
   bytes.reset();
   for (std::uint32_t id = 1; id <= 3; ++id) {
     EXPECT_TRUE(queue.pushMessage(replyFrame(id)));
-    queue.pushEvent("frames", picture(static_cast<std::uint8_t>(id)));
+    queue.pushEvent("frames", frameOf(static_cast<std::uint8_t>(id)));
   }
   EXPECT_TRUE(former.expired());
   EXPECT_EQ(drain(queue), (Seen{"reply 1", "reply 2", "reply 3", "event 3 of frames"}));
@@ -99,44 +99,44 @@ TEST(MessageQueue, KeepsOneEventHoweverManyMessagesWaitBetweenThem) {
 
 TEST(MessageQueue, FinishesAnEventThatHasBegunBeforeAnythingElse) {
   MessageQueue queue;
-  queue.pushEvent("frames", picture(1, 1000));
+  queue.pushEvent("frames", frameOf(1, 1000));
   const auto begun = queue.next();
   LinkFrameReader reader;
   reader.append(begun.first(10));
   queue.wrote(10);
   EXPECT_TRUE(queue.pushMessage(replyFrame(7)));
-  queue.pushEvent("frames", picture(2));
+  queue.pushEvent("frames", frameOf(2));
   queue.dropEvent("frames");
-  queue.pushEvent("frames", picture(3));
+  queue.pushEvent("frames", frameOf(3));
 
   const auto rest = queue.next();
   reader.append(rest);
   queue.wrote(rest.size());
   const auto first = reader.next();
   ASSERT_TRUE(first.has_value());
-  EXPECT_EQ(std::get<Value>(decodeEnvelope(first->payload)), picture(1, 1000));
+  EXPECT_EQ(std::get<Value>(decodeEnvelope(first->payload)), frameOf(1, 1000));
   EXPECT_EQ(drain(queue), (Seen{"reply 7", "event 3 of frames"}));
 }
 
 TEST(MessageQueue, SurvivesWritesOfSingleBytes) {
   MessageQueue queue;
   EXPECT_TRUE(queue.pushMessage(replyFrame(1, 40)));
-  queue.pushEvent("frames", picture(2, 40));
+  queue.pushEvent("frames", frameOf(2, 40));
   Bytes written;
   for (auto bytes = queue.next(); !bytes.empty(); bytes = queue.next()) {
     written.push_back(bytes[0]);
     queue.wrote(1);
   }
   auto expected = replyFrame(1, 40);
-  const auto event = encodeEventLinkFrame("frames", picture(2, 40));
+  const auto event = encodeEventLinkFrame("frames", frameOf(2, 40));
   expected.insert(expected.end(), event.begin(), event.end());
   EXPECT_EQ(written, expected);
 }
 
 TEST(MessageQueue, ForgetsADroppedEvent) {
   MessageQueue queue;
-  queue.pushEvent("a", picture(1));
-  queue.pushEvent("b", picture(2));
+  queue.pushEvent("a", frameOf(1));
+  queue.pushEvent("b", frameOf(2));
   queue.dropEvent("a");
   EXPECT_EQ(drain(queue), Seen{"event 2 of b"});
 }
@@ -145,7 +145,7 @@ TEST(MessageQueue, LeavesOutAnEventThatTheCodecCannotSay) {
   MessageQueue queue;
   queue.pushEvent("a", Value("\xFF is not UTF-8"));
   EXPECT_TRUE(queue.pushMessage(replyFrame(1)));
-  queue.pushEvent("b", picture(2));
+  queue.pushEvent("b", frameOf(2));
   EXPECT_EQ(drain(queue), (Seen{"reply 1", "event 2 of b"}));
 }
 
@@ -160,7 +160,7 @@ TEST(MessageQueue, CountsTheMessageBytesThatAreNotWritten) {
   const auto frame = replyFrame(1, 100);
   EXPECT_TRUE(queue.pushMessage(frame));
   EXPECT_TRUE(queue.pushMessage(frame));
-  queue.pushEvent("frames", picture(1, 5000));
+  queue.pushEvent("frames", frameOf(1, 5000));
   EXPECT_EQ(queue.waitingBytes(), 2 * frame.size());
   ASSERT_EQ(queue.next().size(), frame.size());
   queue.wrote(30);

@@ -15,11 +15,11 @@ class TestLoop {
  public:
   [[nodiscard]] GMainContext* context() const { return owned.get(); }
 
-  // Iterates until the condition holds; false when it does not within `patience`.
+  // Iterates until the condition holds; false when it does not within `timeout`.
   bool runUntil(const std::function<bool()>& condition,
-                std::chrono::milliseconds patience = std::chrono::seconds(30)) const {
+                std::chrono::milliseconds timeout = std::chrono::seconds(30)) const {
     bool expired = false;
-    const auto deadline = MainLoopSource::onTimeout(context(), patience, [&expired] {
+    const auto deadline = MainLoopSource::onTimeout(context(), timeout, [&expired] {
       expired = true;
       return MainLoopSource::Next::finished;
     });
@@ -34,7 +34,7 @@ class TestLoop {
   }
 
   // Iterates until nothing is ready any more.
-  void settle() const {
+  void runUntilIdle() const {
     while (g_main_context_iteration(context(), FALSE) != FALSE) {
     }
   }

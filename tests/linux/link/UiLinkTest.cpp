@@ -37,7 +37,7 @@ class UiLinkTest : public testing::Test {
   bool runUntilFrames(std::size_t count) {
     return loop.runUntil([&] {
       peer.receive();
-      loop.settle();
+      loop.runUntilIdle();
       return peer.frames.size() >= count;
     });
   }
@@ -45,7 +45,7 @@ class UiLinkTest : public testing::Test {
   // The other side's whole view of a link that the host closed by itself.
   void expectClosed() {
     EXPECT_TRUE(loop.runUntil([&] { return closings > 0; }));
-    loop.settle();
+    loop.runUntilIdle();
     peer.receive();
     EXPECT_TRUE(peer.sawClose());
     EXPECT_EQ(closings, 1);
@@ -87,7 +87,7 @@ TEST_F(UiLinkTest, PutsSplitMessagesTogether) {
   const auto bytes = encodeLinkFrame({LinkFrameType::message, 9, "channel", Bytes(20, 5)});
   for (const auto byte : bytes) {
     ASSERT_EQ(peer.sendBytes(std::span(&byte, 1)), 1U);
-    loop.settle();
+    loop.runUntilIdle();
   }
   ASSERT_TRUE(runUntilMessages(1));
   EXPECT_EQ(messages[0].payload, Bytes(20, 5));
@@ -100,7 +100,7 @@ TEST_F(UiLinkTest, SendsEachReplyOnce) {
   link->reply(4, Bytes{3});
   link->reply(5, Bytes{4});  // nobody asked
   ASSERT_TRUE(runUntilFrames(1));
-  loop.settle();
+  loop.runUntilIdle();
   peer.receive();
   ASSERT_EQ(peer.frames.size(), 1U);
   EXPECT_EQ(peer.frames[0], (LinkFrame{LinkFrameType::reply, 4, {}, {1, 2}}));
@@ -127,7 +127,7 @@ TEST_F(UiLinkTest, LetsAnAnsweredIdBeUsedAgain) {
 TEST_F(UiLinkTest, TellsOnceThatTheOtherSideClosed) {
   peer.close();
   EXPECT_TRUE(loop.runUntil([&] { return closings > 0; }));
-  loop.settle();
+  loop.runUntilIdle();
   EXPECT_EQ(closings, 1);
   EXPECT_FALSE(link->isOpen());
 }
@@ -154,7 +154,7 @@ TEST_F(UiLinkTest, DropsWhatIsSentAfterClosing) {
   link->reply(4, Bytes{1});
   link->sendEvent(frames, pictureOf(1));
   link->sendMessage(frames, encodeErrorEnvelope({"code", {}, {}}));
-  loop.settle();
+  loop.runUntilIdle();
   peer.receive();
   EXPECT_TRUE(peer.sawClose());
   EXPECT_TRUE(peer.frames.empty());
@@ -168,7 +168,7 @@ TEST_F(UiLinkTest, MayBeClosedByAMessageItBrings) {
   };
   for (std::uint32_t id = 1; id <= 3; ++id) ASSERT_TRUE(peer.sendMessage("channel", id, {}));
   ASSERT_TRUE(runUntilMessages(1));
-  loop.settle();
+  loop.runUntilIdle();
   EXPECT_EQ(messages.size(), 1U);
 }
 
@@ -195,7 +195,7 @@ TEST_F(UiLinkTest, AllowsManyMessagesThatWantNoReply) {
   ASSERT_TRUE(runUntilMessages(2));
   EXPECT_EQ(closings, 0);
   link->reply(0, Bytes{1});
-  loop.settle();
+  loop.runUntilIdle();
   peer.receive();
   EXPECT_TRUE(peer.frames.empty());
 }
@@ -228,14 +228,14 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(UiLinkTest, NeverBlocksOnAReaderWhoStopped) {
   for (int round = 0; round < 100; ++round) link->sendEvent(frames, pictureOf(1));
-  loop.settle();
+  loop.runUntilIdle();
   EXPECT_TRUE(link->isOpen());
 }
 
 TEST_F(UiLinkTest, SendsTheBegunAndTheNewestEventToALateReader) {
   for (std::uint8_t mark = 1; mark <= 50; ++mark) link->sendEvent(frames, pictureOf(mark));
   ASSERT_TRUE(runUntilFrames(2));
-  loop.settle();
+  loop.runUntilIdle();
   peer.receive();
   ASSERT_EQ(peer.frames.size(), 2U);
   EXPECT_EQ(markOf(peer.frames[0]), 1);
@@ -285,7 +285,7 @@ TEST_F(UiLinkTest, DeliversALargeReplyToASlowReader) {
   link->reply(4, large);
   while (peer.frames.empty()) {
     peer.receive(10'007);
-    loop.settle();
+    loop.runUntilIdle();
     ASSERT_FALSE(peer.sawClose());
   }
   EXPECT_EQ(peer.frames[0].payload, large);
@@ -295,7 +295,7 @@ TEST_F(UiLinkTest, DeliversALargeReplyToASlowReader) {
 void askWithoutReading(UiLink& link, const LinkPeer& peer, const TestLoop& loop, int count) {
   for (int id = 1; id <= count; ++id) {
     ASSERT_TRUE(peer.sendMessage("channel", static_cast<std::uint32_t>(id), {}));
-    loop.settle();
+    loop.runUntilIdle();
     link.reply(static_cast<std::uint32_t>(id), Bytes(std::size_t{4} * 1024 * 1024, 1));
   }
 }

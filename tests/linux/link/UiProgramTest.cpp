@@ -120,9 +120,9 @@ class UiProgramTest : public testing::Test {
   static bool hasChildren() { return ::waitpid(-1, nullptr, WNOHANG) != -1 || errno != ECHILD; }
 
   static std::chrono::milliseconds timeToEnd(UiProgram& program,
-                                             std::chrono::milliseconds patience) {
+                                             std::chrono::milliseconds timeout) {
     const auto start = std::chrono::steady_clock::now();
-    program.end(patience);
+    program.end(timeout);
     return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
                                                                  start);
   }

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "platform/linux/dispatch/Dispatch.h"
-#include "platform/linux/dispatch/DispatchBacklog.h"
+#include "platform/linux/dispatch/TaskQueue.h"
 #include "tests/linux/system/Latch.h"
 #include "tests/linux/system/MainLoop.h"
 
@@ -53,8 +53,8 @@ TEST_F(DispatchTimerTest, NeverFiresWithADeadlineBeyondAllTime) {
 // Told from when the timer is due next, which does not depend on how fast this machine is.
 TEST_F(DispatchTimerTest, KeepsToItsGridHoweverLongTheHandlersTake) {
   constexpr std::uint64_t periodNs = ms;
-  DispatchBacklog backlog;
-  const auto onGrid = DispatchBacklog::makeTimer();
+  TaskQueue backlog;
+  const auto onGrid = TaskQueue::makeTimer();
   std::uint64_t begunNs = 0;
   backlog.setHandler(*onGrid, [&] {
     begunNs = monotonicNanoseconds();
@@ -67,7 +67,7 @@ TEST_F(DispatchTimerTest, KeepsToItsGridHoweverLongTheHandlersTake) {
     const auto dueNs = backlog.nextDueNs().value();
     ASSERT_TRUE(backlog.waitForWork());
     const auto turnNs = monotonicNanoseconds();
-    backlog.runTurn();
+    backlog.drainOnce();
     EXPECT_GE(begunNs, dueNs);
     const auto nextNs = backlog.nextDueNs().value();
     EXPECT_EQ((nextNs - startNs) % periodNs, 0U);

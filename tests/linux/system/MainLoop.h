@@ -7,12 +7,12 @@
 
 namespace quorvin {
 
-constexpr std::chrono::seconds patience{20};
+constexpr std::chrono::seconds timeout{20};
 
 // Runs the default main context in this thread until the condition holds; false when it did not
 // within the time.
 inline bool runMainLoopUntil(const std::function<bool()>& condition,
-                             std::chrono::milliseconds limit = patience) {
+                             std::chrono::milliseconds limit = timeout) {
   const auto deadline = std::chrono::steady_clock::now() + limit;
   // Conditions that nothing on the context announces are looked at every few milliseconds.
   const guint tick = g_timeout_add(

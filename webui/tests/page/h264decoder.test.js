@@ -82,8 +82,8 @@ function fakeBrowser() {
   return browser;
 }
 
-const noPatienceMs = 0;
-const muchPatienceMs = 1_000_000;
+const noTimeoutMs = 0;
+const longTimeoutMs = 1_000_000;
 
 // Lets everything go on that waits for nothing but its turn.
 const settled = () => new Promise((resolve) => setImmediate(resolve));
@@ -93,7 +93,7 @@ let decoder;
 
 beforeEach(() => {
   browser = fakeBrowser();
-  decoder = new H264Decoder(browser, noPatienceMs);
+  decoder = new H264Decoder(browser, noTimeoutMs);
 });
 
 test('a payload becomes a picture of the size in its header', async () => {
@@ -135,7 +135,7 @@ test('a decoder that gives nothing gives up the picture, and the next one comes'
 });
 
 test('a decoder that gives its pictures by itself is never flushed', async () => {
-  decoder = new H264Decoder(browser, muchPatienceMs);
+  decoder = new H264Decoder(browser, longTimeoutMs);
   for (const tag of [1, 2, 3]) await decoder.decode(payload(tag));
   assert.ok(!browser.log.includes('flush'));
 });

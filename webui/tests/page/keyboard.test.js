@@ -5,7 +5,7 @@ import {readFileSync} from 'node:fs';
 import {beforeEach, test} from 'node:test';
 
 import {strokesOf} from '../../page/combinations.js';
-import {Keyboard, isWayOut} from '../../page/keyboard.js';
+import {Keyboard, isEscapeShortcut} from '../../page/keyboard.js';
 
 // The build writes it.
 const table = readFileSync(process.env.QUORVIN_KEYCODES);
@@ -144,11 +144,11 @@ test('what has been forgotten is not lifted', () => {
   assert.deepEqual(sent, ['+56']);
 });
 
-test('the way out is Ctrl+Alt+Home', () => {
-  assert.ok(isWayOut(event('Home', {control: true, alt: true})));
-  assert.ok(!isWayOut(event('Home', {control: true})));
-  assert.ok(!isWayOut(event('Home', {alt: true})));
-  assert.ok(!isWayOut(event('End', {control: true, alt: true})));
+test('the escape shortcut is Ctrl+Alt+Home', () => {
+  assert.ok(isEscapeShortcut(event('Home', {control: true, alt: true})));
+  assert.ok(!isEscapeShortcut(event('Home', {control: true})));
+  assert.ok(!isEscapeShortcut(event('Home', {alt: true})));
+  assert.ok(!isEscapeShortcut(event('End', {control: true, alt: true})));
 });
 
 test('a combination goes up in the opposite order', () => {

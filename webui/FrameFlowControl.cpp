@@ -1,4 +1,4 @@
-#include "webui/FrameGate.h"
+#include "webui/FrameFlowControl.h"
 
 #include <algorithm>
 #include <utility>
@@ -9,7 +9,7 @@ namespace {
 constexpr std::int64_t unacknowledgedMax = 1;
 }  // namespace
 
-std::optional<Frame> FrameGate::offer(const Frame& frame) {
+std::optional<Frame> FrameFlowControl::offer(const Frame& frame) {
   if (unacknowledged >= unacknowledgedMax) {
     waiting = frame;
     return std::nullopt;
@@ -18,7 +18,7 @@ std::optional<Frame> FrameGate::offer(const Frame& frame) {
   return frame;
 }
 
-std::optional<Frame> FrameGate::acknowledge(std::int64_t count) {
+std::optional<Frame> FrameFlowControl::acknowledge(std::int64_t count) {
   unacknowledged = std::max<std::int64_t>(0, unacknowledged - count);
   if (!waiting || unacknowledged >= unacknowledgedMax) return std::nullopt;
   ++unacknowledged;

@@ -1,4 +1,4 @@
-#include "webui/Switchboard.h"
+#include "webui/SessionHub.h"
 
 #include <algorithm>
 #include <string>
@@ -25,18 +25,18 @@ std::int64_t ageMsOf(const Frame& frame) {
 
 }  // namespace
 
-void InputHold::sent(const FlutterMethodCall& call) {
-  if (call.method == "injectInput" && presses(call.arguments)) something = true;
-  if (call.method == "releaseInput") something = false;
+void HeldInputFlag::sent(const FlutterMethodCall& call) {
+  if (call.method == "injectInput" && presses(call.arguments)) mayHoldInput = true;
+  if (call.method == "releaseInput") mayHoldInput = false;
 }
 
-bool InputHold::take() {
-  return std::exchange(something, false);
+bool HeldInputFlag::take() {
+  return std::exchange(mayHoldInput, false);
 }
 
-Switchboard::Switchboard(FileDescriptor linkSocket, LinkClient::CloseHandler onLinkClosed,
-                         std::chrono::milliseconds absenceMax,
-                         std::chrono::milliseconds questionInterval)
+SessionHub::SessionHub(FileDescriptor linkSocket, LinkClient::CloseHandler onLinkClosed,
+                       std::chrono::milliseconds absenceMax,
+                       std::chrono::milliseconds questionInterval)
     : absenceLimit(absenceMax),
       questionInterval(questionInterval),
       announcedState(stateText(session, false)),
@@ -44,7 +44,7 @@ Switchboard::Switchboard(FileDescriptor linkSocket, LinkClient::CloseHandler onL
                                    [this](const FlutterError& error) { handleStreamError(error); },
                                    std::move(onLinkClosed)}) {}
 
-void Switchboard::askWhetherUnattended(std::function<void(bool)> onAnswer) {
+void SessionHub::askWhetherUnattended(std::function<void(bool)> onAnswer) {
   host.call({"capabilities", {}}, [onAnswer = std::move(onAnswer)](const FlutterReply& reply) {
     const auto* value = std::get_if<Value>(&reply);
     const auto* capabilities = value != nullptr ? value->as<Map>() : nullptr;
@@ -56,7 +56,7 @@ void Switchboard::askWhetherUnattended(std::function<void(bool)> onAnswer) {
 
 // --- Pages
 
-void Switchboard::addPage(SoupWebsocketConnection* socket) {
+void SessionHub::addPage(SoupWebsocketConnection* socket) {
   if (pages.size() >= pagesMax) {
     soup_websocket_connection_close(socket, SOUP_WEBSOCKET_CLOSE_POLICY_VIOLATION,
                                     "too many pages");
@@ -68,7 +68,7 @@ void Switchboard::addPage(SoupWebsocketConnection* socket) {
       socket,
       PageConnection::Handlers{[this, id](std::string_view text) { handleText(id, text); },
                                [this, id] {
-                                 handle(id, PageMistake{std::nullopt, "A message is text."});
+                                 handle(id, PageProtocolError{std::nullopt, "A message is text."});
                                },
                                [this] { reviewAbsence(); },
                                [this, id] {
@@ -79,7 +79,7 @@ void Switchboard::addPage(SoupWebsocketConnection* socket) {
   reviewListening();
 }
 
-void Switchboard::removePage(PageId id) {
+void SessionHub::removePage(PageId id) {
   releaseInput(pages.at(id));
   pages.erase(id);
   announceState();
@@ -87,32 +87,32 @@ void Switchboard::removePage(PageId id) {
   reviewAbsence();
 }
 
-void Switchboard::handleText(PageId id, std::string_view text) {
+void SessionHub::handleText(PageId id, std::string_view text) {
   if (!pages.contains(id)) return;
   std::visit([&](const auto& message) { handle(id, message); }, parsePageMessage(text));
 }
 
-void Switchboard::handle(PageId id, const PageMistake& message) {
-  pages.at(id).connection->sendText(mistakeText(message));
+void SessionHub::handle(PageId id, const PageProtocolError& message) {
+  pages.at(id).connection->sendText(protocolErrorText(message));
 }
 
-void Switchboard::handle(PageId id, const PageAnswer& message) {
+void SessionHub::handle(PageId id, const PageAnswer& message) {
   pages.at(id).connection->answered(message.word);
 }
 
-void Switchboard::handle(PageId id, const PageAcknowledgement& message) {
+void SessionHub::handle(PageId id, const PageAcknowledgement& message) {
   auto& page = pages.at(id);
-  if (const auto frame = page.gate.acknowledge(message.count)) sendFrame(page, *frame);
+  if (const auto frame = page.flowControl.acknowledge(message.count)) sendFrame(page, *frame);
 }
 
-void Switchboard::handle(PageId id, const PageShows& message) {
+void SessionHub::handle(PageId id, const PageVisibility& message) {
   auto& page = pages.at(id);
-  const bool pictureAppears = message.picture && !page.shows.picture;
-  page.shows = message;
+  const bool framesAppear = message.picture && !page.visibility.picture;
+  page.visibility = message;
   if (!message.input) releaseInput(page);
-  if (!message.picture) page.gate.dropWaiting();
-  if (pictureAppears && newestFrame) {
-    if (const auto frame = page.gate.offer(*newestFrame)) sendFrame(page, *frame);
+  if (!message.picture) page.flowControl.dropWaiting();
+  if (framesAppear && newestFrame) {
+    if (const auto frame = page.flowControl.offer(*newestFrame)) sendFrame(page, *frame);
   }
   announceState();
   reviewAbsence();
@@ -120,33 +120,33 @@ void Switchboard::handle(PageId id, const PageShows& message) {
 
 // --- Calls
 
-void Switchboard::handle(PageId id, const PageCall& message) {
+void SessionHub::handle(PageId id, const PageCall& message) {
   auto& page = pages.at(id);
   if (page.unansweredCalls >= unansweredCallsMax) {
-    handle(id, PageMistake{message.id, "Too many calls wait for their answers."});
+    handle(id, PageProtocolError{message.id, "Too many calls wait for their answers."});
     return;
   }
   // What the customer is told about mouse and keyboard holds for every page.
-  if (message.call.method == "injectInput" && !page.shows.input) {
+  if (message.call.method == "injectInput" && !page.visibility.input) {
     page.connection->sendText(
         replyText(message.id, FlutterError{"input_not_authorized", "This page only watches.", {}}));
     return;
   }
-  page.hold.sent(message.call);
+  page.heldInput.sent(message.call);
   ++page.unansweredCalls;
   callHost(message.call, [this, id, callId = message.id](const FlutterReply& reply) {
     answer(id, callId, reply);
   });
 }
 
-void Switchboard::answer(PageId id, std::int64_t callId, const FlutterReply& reply) {
+void SessionHub::answer(PageId id, std::int64_t callId, const FlutterReply& reply) {
   const auto page = pages.find(id);
   if (page == pages.end()) return;
   --page->second.unansweredCalls;
   page->second.connection->sendText(replyText(callId, reply));
 }
 
-void Switchboard::callHost(const FlutterMethodCall& call, FlutterResult onReply) {
+void SessionHub::callHost(const FlutterMethodCall& call, FlutterResult onReply) {
   if (call.method == "startCapture") {
     start(call, std::move(onReply));
   } else if (call.method == "stopCapture") {
@@ -158,7 +158,7 @@ void Switchboard::callHost(const FlutterMethodCall& call, FlutterResult onReply)
   }
 }
 
-void Switchboard::start(const FlutterMethodCall& call, FlutterResult onReply) {
+void SessionHub::start(const FlutterMethodCall& call, FlutterResult onReply) {
   const auto number = session.startSent();
   host.call(call, [this, number, onReply = std::move(onReply)](const FlutterReply& reply) {
     session.startReplied(number, reply);
@@ -168,7 +168,7 @@ void Switchboard::start(const FlutterMethodCall& call, FlutterResult onReply) {
   sessionChanged();
 }
 
-void Switchboard::stop(std::optional<FlutterError> why, FlutterResult onReply) {
+void SessionHub::stop(std::optional<FlutterError> why, FlutterResult onReply) {
   const auto number = session.stopSent();
   host.call({"stopCapture", {}}, [this, number, why = std::move(why),
                                   onReply = std::move(onReply)](const FlutterReply& reply) {
@@ -178,7 +178,7 @@ void Switchboard::stop(std::optional<FlutterError> why, FlutterResult onReply) {
   });
 }
 
-void Switchboard::configure(const FlutterMethodCall& call, FlutterResult onReply) {
+void SessionHub::configure(const FlutterMethodCall& call, FlutterResult onReply) {
   host.call(call, [this, number = session.sessionNumber(), settings = call.arguments,
                    onReply = std::move(onReply)](const FlutterReply& reply) {
     if (std::holds_alternative<Value>(reply)) session.settingsAccepted(number, settings);
@@ -189,31 +189,32 @@ void Switchboard::configure(const FlutterMethodCall& call, FlutterResult onReply
 
 // --- Mouse and keyboard
 
-void Switchboard::releaseInput(Page& page) {
-  if (page.hold.take()) host.call({"releaseInput", {}}, [](const FlutterReply&) {});
+void SessionHub::releaseInput(Page& page) {
+  if (page.heldInput.take()) host.call({"releaseInput", {}}, [](const FlutterReply&) {});
 }
 
-bool Switchboard::inputTaken() const {
-  return std::ranges::any_of(pages, [](const auto& entry) { return entry.second.shows.input; });
+bool SessionHub::inputTaken() const {
+  return std::ranges::any_of(pages,
+                             [](const auto& entry) { return entry.second.visibility.input; });
 }
 
-// --- Pictures
+// --- Frames
 
-void Switchboard::handleFrame(Data payload) {
+void SessionHub::handleFrame(Data payload) {
   if (!session.active()) return;
   newestFrame = Frame{std::move(payload), FrameClock::now()};
   for (auto& [id, page] : pages) {
-    if (!page.shows.picture) continue;
-    if (const auto frame = page.gate.offer(*newestFrame)) sendFrame(page, *frame);
+    if (!page.visibility.picture) continue;
+    if (const auto frame = page.flowControl.offer(*newestFrame)) sendFrame(page, *frame);
   }
 }
 
-void Switchboard::sendFrame(const Page& page, const Frame& frame) {
+void SessionHub::sendFrame(const Page& page, const Frame& frame) {
   page.connection->sendText(frameText(ageMsOf(frame)));
   page.connection->sendBinary(frame.payload);
 }
 
-void Switchboard::handleStreamError(const FlutterError& error) {
+void SessionHub::handleStreamError(const FlutterError& error) {
   session.streamFailed(error);
   for (const auto& [id, page] : pages) page.connection->sendText(streamErrorText(error));
   sessionChanged();
@@ -221,18 +222,18 @@ void Switchboard::handleStreamError(const FlutterError& error) {
 
 // --- The session
 
-void Switchboard::sessionChanged() {
+void SessionHub::sessionChanged() {
   if (!session.active()) {
     // A picture of a session that is over must not turn up in a page.
     newestFrame.reset();
-    for (auto& [id, page] : pages) page.gate.dropWaiting();
+    for (auto& [id, page] : pages) page.flowControl.dropWaiting();
   }
   announceState();
   reviewListening();
   reviewAbsence();
 }
 
-void Switchboard::announceState() {
+void SessionHub::announceState() {
   auto state = stateText(session, inputTaken());
   if (state == announcedState) return;
   announcedState = std::move(state);
@@ -241,7 +242,7 @@ void Switchboard::announceState() {
 
 // Without a listener the host forgets why a session ended, so that this program listens for as
 // long as one may be running, even with no page to show it.
-void Switchboard::reviewListening() {
+void SessionHub::reviewListening() {
   const bool wanted = !pages.empty() || session.active();
   if (wanted == listening) return;
   listening = wanted;
@@ -252,13 +253,13 @@ void Switchboard::reviewListening() {
   }
 }
 
-bool Switchboard::stopButtonShown() const {
+bool SessionHub::stopButtonShown() const {
   return std::ranges::any_of(pages, [](const auto& entry) {
-    return entry.second.shows.customer && entry.second.connection->answering();
+    return entry.second.visibility.customer && entry.second.connection->answering();
   });
 }
 
-void Switchboard::reviewAbsence() {
+void SessionHub::reviewAbsence() {
   if (!session.active() || stopButtonShown()) {
     absence.cancel();
   } else if (!absence.isActive()) {

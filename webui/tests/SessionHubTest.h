@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "webui/Switchboard.h"
+#include "webui/SessionHub.h"
 #include "webui/WebServer.h"
 #include "webui/tests/FakeHost.h"
 #include "webui/tests/TestPage.h"
@@ -23,12 +23,12 @@ inline constexpr const char* takesInput =
     R"({"show":{"customer":true,"picture":true,"input":true}})";
 
 // The whole program but its entry: a fake host on one side, real WebSockets on the other.
-class SwitchboardTest : public testing::Test {
+class SessionHubTest : public testing::Test {
  protected:
-  explicit SwitchboardTest(
-      std::chrono::milliseconds absenceMax = Switchboard::customerAbsenceMax,
+  explicit SessionHubTest(
+      std::chrono::milliseconds absenceMax = SessionHub::customerAbsenceMax,
       std::chrono::milliseconds questionInterval = PageConnection::questionInterval)
-      : switchboard(
+      : hub(
             host.takeClientEnd(), [this](const std::string& reason) { linkClosed = reason; },
             absenceMax, questionInterval) {
     host.answer("listen", Value());
@@ -63,9 +63,9 @@ class SwitchboardTest : public testing::Test {
 
   FakeHost host;
   std::optional<std::string> linkClosed;
-  Switchboard switchboard;
+  SessionHub hub;
   WebServer server{[this](SoupWebsocketConnection* socket) {
-    switchboard.addPage(socket);
+    hub.addPage(socket);
   }};
 };
 

@@ -14,7 +14,7 @@
 #include "platform/Flutter.h"
 #include "platform/unix/FileDescriptor.h"
 #include "platform/unix/MainLoopSource.h"
-#include "webui/FrameGate.h"
+#include "webui/FrameFlowControl.h"
 #include "webui/HostClient.h"
 #include "webui/PageConnection.h"
 #include "webui/PageMessage.h"
@@ -23,22 +23,22 @@
 namespace quorvin::webui {
 
 // Whether keys or buttons may be down on the host because of what one page has sent.
-class InputHold {
+class HeldInputFlag {
  public:
-  // A call that goes to the host.
+  // To be told of each call that goes to the host.
   void sent(const FlutterMethodCall& call);
 
   // Whether something may be down, which is then the caller's to lift.
   [[nodiscard]] bool take();
 
  private:
-  bool something = false;
+  bool mayHoldInput = false;
 };
 
-// Connects the pages with the host: passes calls and answers on, shares pictures and the state of
+// Connects the pages with the host: passes calls and answers on, shares frames and the state of
 // the session out to every page, lifts what a page that goes away has left pressed, and ends a
 // session whose customer can no longer press Stop. On the main loop's thread.
-class Switchboard {
+class SessionHub {
  public:
   // A session goes on for so long with no page that offers its Stop button: enough to reload one.
   static constexpr std::chrono::milliseconds customerAbsenceMax{10'000};
@@ -47,9 +47,9 @@ class Switchboard {
                 std::chrono::seconds(15));
 
   // Takes over the UI link. `onLinkClosed` as in LinkClient.
-  Switchboard(FileDescriptor linkSocket, LinkClient::CloseHandler onLinkClosed,
-              std::chrono::milliseconds absenceMax = customerAbsenceMax,
-              std::chrono::milliseconds questionInterval = PageConnection::questionInterval);
+  SessionHub(FileDescriptor linkSocket, LinkClient::CloseHandler onLinkClosed,
+             std::chrono::milliseconds absenceMax = customerAbsenceMax,
+             std::chrono::milliseconds questionInterval = PageConnection::questionInterval);
 
   void addPage(SoupWebsocketConnection* socket);
 
@@ -59,9 +59,9 @@ class Switchboard {
  private:
   struct Page {
     std::unique_ptr<PageConnection> connection;
-    FrameGate gate;
-    PageShows shows;
-    InputHold hold;
+    FrameFlowControl flowControl;
+    PageVisibility visibility;
+    HeldInputFlag heldInput;
     std::size_t unansweredCalls = 0;
   };
   using PageId = std::uint64_t;
@@ -70,9 +70,9 @@ class Switchboard {
   void handleText(PageId id, std::string_view text);
   void handle(PageId id, const PageCall& message);
   void handle(PageId id, const PageAcknowledgement& message);
-  void handle(PageId id, const PageShows& message);
+  void handle(PageId id, const PageVisibility& message);
   void handle(PageId id, const PageAnswer& message);
-  void handle(PageId id, const PageMistake& message);
+  void handle(PageId id, const PageProtocolError& message);
 
   void callHost(const FlutterMethodCall& call, FlutterResult onReply);
   void start(const FlutterMethodCall& call, FlutterResult onReply);

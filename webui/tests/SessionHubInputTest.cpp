@@ -1,13 +1,13 @@
 #include <string>
 
-#include "webui/tests/SwitchboardTest.h"
+#include "webui/tests/SessionHubTest.h"
 
 namespace quorvin::webui {
 namespace {
 
-class SwitchboardInputTest : public SwitchboardTest {
+class SessionHubInputTest : public SessionHubTest {
  protected:
-  SwitchboardInputTest() {
+  SessionHubInputTest() {
     host.answer("injectInput", Value());
     host.answer("releaseInput", Value());
   }
@@ -32,7 +32,7 @@ constexpr const char* keyUp = R"({"action":"keyUp","keyCode":56})";
 constexpr const char* mouseDown = R"({"action":"mouseDown","x":0.5,"y":0.5})";
 constexpr const char* mouseMove = R"({"action":"mouseMove","x":0.5,"y":0.5})";
 
-TEST_F(SwitchboardInputTest, PageThatOnlyWatchesMayNotInject) {
+TEST_F(SessionHubInputTest, PageThatOnlyWatchesMayNotInject) {
   const auto page = openPage();
   page->send(R"({"id":1,"method":"injectInput","arguments":{"action":"keyDown","keyCode":0}})");
   EXPECT_EQ(page->waitFor({{"id", 1}})["error"]["code"], "input_not_authorized");
@@ -43,7 +43,7 @@ TEST_F(SwitchboardInputTest, PageThatOnlyWatchesMayNotInject) {
   EXPECT_EQ(host.count("injectInput"), 0U);
 }
 
-TEST_F(SwitchboardInputTest, EveryPageIsToldWhetherAnyTakesInput) {
+TEST_F(SessionHubInputTest, EveryPageIsToldWhetherAnyTakesInput) {
   const auto customer = openPage();
   EXPECT_EQ(customer->waitForSession("idle")["input"], false);
   const auto first = openControllingPage();
@@ -58,7 +58,7 @@ TEST_F(SwitchboardInputTest, EveryPageIsToldWhetherAnyTakesInput) {
   EXPECT_EQ(customer->waitFor({{"event", "state"}})["input"], false);
 }
 
-TEST_F(SwitchboardInputTest, WhatAPageThatGoesAwayHoldsIsLifted) {
+TEST_F(SessionHubInputTest, WhatAPageThatGoesAwayHoldsIsLifted) {
   for (const auto* press : {keyDown, mouseDown}) {
     const auto before = host.count("releaseInput");
     auto page = openControllingPage();
@@ -68,7 +68,7 @@ TEST_F(SwitchboardInputTest, WhatAPageThatGoesAwayHoldsIsLifted) {
   }
 }
 
-TEST_F(SwitchboardInputTest, PageThatClosesProperlyLeavesNothingDownEither) {
+TEST_F(SessionHubInputTest, PageThatClosesProperlyLeavesNothingDownEither) {
   auto page = openControllingPage();
   inject(*page, keyDown);
   // Which of several keys are still down is the host's to know.
@@ -77,7 +77,7 @@ TEST_F(SwitchboardInputTest, PageThatClosesProperlyLeavesNothingDownEither) {
   EXPECT_TRUE(runUntil([&] { return host.count("releaseInput") == 1; }));
 }
 
-TEST_F(SwitchboardInputTest, PageThatHoldsNothingLiftsNothingOfAnother) {
+TEST_F(SessionHubInputTest, PageThatHoldsNothingLiftsNothingOfAnother) {
   host.answer("permissions", Value());
   const auto watching = openPage();
   auto moving = openControllingPage();
@@ -95,7 +95,7 @@ TEST_F(SwitchboardInputTest, PageThatHoldsNothingLiftsNothingOfAnother) {
   EXPECT_EQ(host.count("releaseInput"), 1U);
 }
 
-TEST_F(SwitchboardInputTest, PageThatBeginsOnlyToWatchHoldsNothing) {
+TEST_F(SessionHubInputTest, PageThatBeginsOnlyToWatchHoldsNothing) {
   const auto page = openControllingPage();
   inject(*page, mouseDown);
   page->send(showsBoth);
@@ -103,7 +103,7 @@ TEST_F(SwitchboardInputTest, PageThatBeginsOnlyToWatchHoldsNothing) {
   EXPECT_TRUE(runUntil([&] { return host.count("releaseInput") == 1; }));
 }
 
-TEST_F(SwitchboardInputTest, ReleaseComesAfterThePressesThatTheHostHasNotAnswered) {
+TEST_F(SessionHubInputTest, ReleaseComesAfterThePressesThatTheHostHasNotAnswered) {
   host.forget("injectInput");
   auto page = openControllingPage();
   inject(*page, keyDown);

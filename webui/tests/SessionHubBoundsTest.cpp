@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "webui/tests/SwitchboardTest.h"
+#include "webui/tests/SessionHubTest.h"
 
 namespace quorvin::webui {
 namespace {
@@ -27,7 +27,7 @@ std::string textFrame(bool first, bool last, const std::string& payload) {
   return frame + std::string(4, '\0') + payload;
 }
 
-TEST_F(SwitchboardTest, MessageInPiecesCountsAsAWhole) {
+TEST_F(SessionHubTest, MessageInPiecesCountsAsAWhole) {
   const auto page = openPage();
   const auto other = openPage();
   page->sendRaw(textFrame(true, false, R"({"id":4,"method":)"));
@@ -43,7 +43,7 @@ TEST_F(SwitchboardTest, MessageInPiecesCountsAsAWhole) {
   EXPECT_NE(page->closeReason, "");
 }
 
-TEST_F(SwitchboardTest, PageThatSendsWithoutEndIsGivenUp) {
+TEST_F(SessionHubTest, PageThatSendsWithoutEndIsGivenUp) {
   const auto page = openPage();
   const auto other = openPage();
   page->answers = false;
@@ -58,7 +58,7 @@ TEST_F(SwitchboardTest, PageThatSendsWithoutEndIsGivenUp) {
   EXPECT_EQ(page->closeReason, "too many messages");
 }
 
-TEST_F(SwitchboardTest, PageThatReadsNothingIsGivenUp) {
+TEST_F(SessionHubTest, PageThatReadsNothingIsGivenUp) {
   const auto page = openPage();
   page->answers = false;
   constexpr std::size_t callBytes = 60'000;
@@ -75,7 +75,7 @@ TEST_F(SwitchboardTest, PageThatReadsNothingIsGivenUp) {
   EXPECT_EQ(page->closeReason, "the page does not read");
 }
 
-TEST_F(SwitchboardTest, PageThatAcknowledgesWhatItHasNotReadGetsTwoPicturesAtMost) {
+TEST_F(SessionHubTest, PageThatAcknowledgesWhatItHasNotReadGetsTwoPicturesAtMost) {
   const auto page = openLivePage();
   page->answers = false;
   const Bytes picture(PageConnection::unreadBytesMax, 0xFF);
@@ -89,14 +89,14 @@ TEST_F(SwitchboardTest, PageThatAcknowledgesWhatItHasNotReadGetsTwoPicturesAtMos
       while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
       }
     }
-    ASSERT_TRUE(runUntil([&] { return page->pictures.size() == number; }));
+    ASSERT_TRUE(runUntil([&] { return page->frames.size() == number; }));
   }
   page->send(R"({"id":5,"method":"nothing"})");
   ASSERT_TRUE(runUntil([&] { return page->closed; }));
   EXPECT_EQ(page->closeReason, "the page does not read");
 }
 
-TEST_F(SwitchboardTest, PageThatReadsMayGetAnyAmount) {
+TEST_F(SessionHubTest, PageThatReadsMayGetAnyAmount) {
   const auto page = openPage();
   constexpr std::size_t callBytes = 60'000;
   host.answer("permissions", Value(std::string(callBytes, 'x')));
@@ -108,7 +108,7 @@ TEST_F(SwitchboardTest, PageThatReadsMayGetAnyAmount) {
   EXPECT_GT(page->questions, 0);
 }
 
-TEST_F(SwitchboardTest, OnePageTooManyIsToldSo) {
+TEST_F(SessionHubTest, OnePageTooManyIsToldSo) {
   std::vector<std::unique_ptr<TestPage>> pages;
   for (int count = 0; count < 8; ++count) {
     pages.push_back(openPage());
@@ -128,21 +128,21 @@ TEST_F(SwitchboardTest, OnePageTooManyIsToldSo) {
 }
 
 // Asks without a pause, so that it is the page that decides.
-class AskingSwitchboardTest : public SwitchboardTest {
+class AskingSessionHubTest : public SessionHubTest {
  protected:
-  explicit AskingSwitchboardTest(
-      std::chrono::milliseconds absenceMax = Switchboard::customerAbsenceMax)
-      : SwitchboardTest(absenceMax, std::chrono::milliseconds(1)) {}
+  explicit AskingSessionHubTest(
+      std::chrono::milliseconds absenceMax = SessionHub::customerAbsenceMax)
+      : SessionHubTest(absenceMax, std::chrono::milliseconds(1)) {}
 };
 
-TEST_F(AskingSwitchboardTest, PageThatAnswersKeepsItsSession) {
+TEST_F(AskingSessionHubTest, PageThatAnswersKeepsItsSession) {
   const auto page = openLivePage();
   ASSERT_TRUE(runUntil([&] { return page->questions > 100; }));
   settle(*page);
   EXPECT_EQ(host.count("stopCapture"), 0U);
 }
 
-TEST_F(AskingSwitchboardTest, PageThatDoesNotAnswerIsGivenUp) {
+TEST_F(AskingSessionHubTest, PageThatDoesNotAnswerIsGivenUp) {
   const auto page = openPage();
   page->answers = false;
   ASSERT_TRUE(runUntil([&] { return page->closed; }));
@@ -150,7 +150,7 @@ TEST_F(AskingSwitchboardTest, PageThatDoesNotAnswerIsGivenUp) {
   EXPECT_EQ(page->closeReason, "the page does not answer");
 }
 
-TEST_F(AskingSwitchboardTest, WrongAnswersAreNone) {
+TEST_F(AskingSessionHubTest, WrongAnswersAreNone) {
   const auto page = openPage();
   page->answers = false;
   runUntil([&] {
@@ -160,9 +160,9 @@ TEST_F(AskingSwitchboardTest, WrongAnswersAreNone) {
   EXPECT_EQ(page->closeReason, "the page does not answer");
 }
 
-class HungPageTest : public SwitchboardTest {
+class HungPageTest : public SessionHubTest {
  protected:
-  HungPageTest() : SwitchboardTest(std::chrono::milliseconds(1), std::chrono::milliseconds(100)) {}
+  HungPageTest() : SessionHubTest(std::chrono::milliseconds(1), std::chrono::milliseconds(100)) {}
 };
 
 TEST_F(HungPageTest, StopButtonOfAPageThatHangsDoesNotCount) {

@@ -1,4 +1,4 @@
-#include "webui/tests/SwitchboardTest.h"
+#include "webui/tests/SessionHubTest.h"
 
 #include <gtest/gtest.h>
 
@@ -10,17 +10,17 @@ namespace {
 
 using nlohmann::json;
 
-TEST_F(SwitchboardTest, GreetsAPageWithTheStateOfTheSession) {
+TEST_F(SessionHubTest, GreetsAPageWithTheStateOfTheSession) {
   const auto page = openPage();
   EXPECT_FALSE(page->waitForSession("idle").is_null());
 }
 
-TEST_F(SwitchboardTest, RefusesAPageFromElsewhere) {
+TEST_F(SessionHubTest, RefusesAPageFromElsewhere) {
   const TestPage page(server.access().address(), "http://example.com");
   EXPECT_FALSE(page.connected());
 }
 
-TEST_F(SwitchboardTest, CarriesACallToTheHostAndItsAnswerBack) {
+TEST_F(SessionHubTest, CarriesACallToTheHostAndItsAnswerBack) {
   host.answer("permissions", Map{{"screenRecording", true}, {"accessibility", false}});
   const auto page = openPage();
   page->send(R"({"id":7,"method":"permissions"})");
@@ -29,7 +29,7 @@ TEST_F(SwitchboardTest, CarriesACallToTheHostAndItsAnswerBack) {
   EXPECT_EQ(host.last("permissions")->channel, "com.quorvin.support/host");
 }
 
-TEST_F(SwitchboardTest, KeepsTheTypesOfArguments) {
+TEST_F(SessionHubTest, KeepsTheTypesOfArguments) {
   const auto page = openPage();
   page->send(takesInput);
   page->send(R"({"id":7,"method":"injectInput","arguments":)"
@@ -40,7 +40,7 @@ TEST_F(SwitchboardTest, KeepsTheTypesOfArguments) {
       Value(Map{{"action", "scroll"}, {"deep", List{true, nullptr}}, {"dx", 2}, {"dy", -0.5}}));
 }
 
-TEST_F(SwitchboardTest, CarriesErrorsAndUnknownMethodsBack) {
+TEST_F(SessionHubTest, CarriesErrorsAndUnknownMethodsBack) {
   host.answer("injectInput", FlutterError{"bad_input", "Invalid input event.", Map{{"code", 3}}});
   host.answer("createDesktopShortcut", FlutterMethodNotImplemented{});
   const auto page = openPage();
@@ -54,7 +54,7 @@ TEST_F(SwitchboardTest, CarriesErrorsAndUnknownMethodsBack) {
   EXPECT_EQ(page->waitFor({{"id", 2}})["notImplemented"], true);
 }
 
-TEST_F(SwitchboardTest, AnswersGoToThePageThatAsked) {
+TEST_F(SessionHubTest, AnswersGoToThePageThatAsked) {
   const auto first = openPage();
   const auto second = openPage();
   first->send(R"({"id":5,"method":"permissions"})");
@@ -65,7 +65,7 @@ TEST_F(SwitchboardTest, AnswersGoToThePageThatAsked) {
   EXPECT_TRUE(second->find({{"id", 5}}).is_null());
 }
 
-TEST_F(SwitchboardTest, PageThatLeavesWithACallOpenHarmsNothing) {
+TEST_F(SessionHubTest, PageThatLeavesWithACallOpenHarmsNothing) {
   auto page = openPage();
   page->send(R"({"id":5,"method":"permissions"})");
   ASSERT_TRUE(runUntil([&] { return host.count("permissions") == 1; }));
@@ -76,7 +76,7 @@ TEST_F(SwitchboardTest, PageThatLeavesWithACallOpenHarmsNothing) {
   settle(*next);
 }
 
-TEST_F(SwitchboardTest, HostilePagesGetErrorsAndNothingReachesTheHost) {
+TEST_F(SessionHubTest, HostilePagesGetErrorsAndNothingReachesTheHost) {
   const auto page = openPage();
   ASSERT_TRUE(runUntil([&] { return host.count("listen") == 1; }));
   const std::string deep(50'000, '[');
@@ -94,7 +94,7 @@ TEST_F(SwitchboardTest, HostilePagesGetErrorsAndNothingReachesTheHost) {
   EXPECT_EQ(host.calls().size(), 1U);
 }
 
-TEST_F(SwitchboardTest, HugeMessageClosesOnlyThePageThatSentIt) {
+TEST_F(SessionHubTest, HugeMessageClosesOnlyThePageThatSentIt) {
   const auto page = openPage();
   const auto other = openPage();
   page->send("\"" + std::string(pageMessageBytesMax, 'x') + "\"");
@@ -102,7 +102,7 @@ TEST_F(SwitchboardTest, HugeMessageClosesOnlyThePageThatSentIt) {
   settle(*other);
 }
 
-TEST_F(SwitchboardTest, CallsThatAreNeverAnsweredDoNotPileUp) {
+TEST_F(SessionHubTest, CallsThatAreNeverAnsweredDoNotPileUp) {
   const auto page = openPage();
   for (int id = 0; id < 100; ++id) {
     page->send(R"({"id":)" + std::to_string(id) + R"(,"method":"permissions"})");
@@ -113,7 +113,7 @@ TEST_F(SwitchboardTest, CallsThatAreNeverAnsweredDoNotPileUp) {
   EXPECT_EQ(page->find({{"id", 99}})["error"]["code"], "bad_message");
 }
 
-TEST_F(SwitchboardTest, EveryPageSeesTheSameSession) {
+TEST_F(SessionHubTest, EveryPageSeesTheSameSession) {
   const auto customer = openPage();
   const auto supporter = openPage();
   customer->send(startCall);
@@ -128,7 +128,7 @@ TEST_F(SwitchboardTest, EveryPageSeesTheSameSession) {
   EXPECT_TRUE(customer->waitForSession("ended")["error"].is_null());
 }
 
-TEST_F(SwitchboardTest, FailedStartTellsEveryPageWhy) {
+TEST_F(SessionHubTest, FailedStartTellsEveryPageWhy) {
   host.answer("startCapture", FlutterError{"capture_failed", "The display is gone.", {}});
   const auto page = openPage();
   const auto other = openPage();
@@ -137,16 +137,16 @@ TEST_F(SwitchboardTest, FailedStartTellsEveryPageWhy) {
   EXPECT_EQ(other->waitForSession("ended")["error"]["message"], "The display is gone.");
 }
 
-TEST_F(SwitchboardTest, StreamErrorEndsTheSessionOnEveryPage) {
+TEST_F(SessionHubTest, StreamErrorEndsTheSessionOnEveryPage) {
   const auto page = openLivePage();
-  host.sendStreamError({"capture_stopped", "No more pictures.", Map{{"code", -1}}});
+  host.sendStreamError({"capture_stopped", "No more frames.", Map{{"code", -1}}});
   const auto error = page->waitFor({{"event", "error"}});
   EXPECT_EQ(error["code"], "capture_stopped");
   EXPECT_EQ(error["details"]["code"], -1);
   EXPECT_EQ(page->waitForSession("ended")["error"]["code"], "capture_stopped");
 }
 
-TEST_F(SwitchboardTest, AcceptedSettingsAreShownToEveryPage) {
+TEST_F(SessionHubTest, AcceptedSettingsAreShownToEveryPage) {
   const auto page = openLivePage();
   const auto other = openPage();
   host.answer("configureStream", Value());
@@ -154,7 +154,7 @@ TEST_F(SwitchboardTest, AcceptedSettingsAreShownToEveryPage) {
   EXPECT_EQ(other->waitFor({{"event", "state"}, {"settings", {{"fps", 10}}}})["session"], "live");
 }
 
-TEST_F(SwitchboardTest, RefusedSettingsChangeNothing) {
+TEST_F(SessionHubTest, RefusedSettingsChangeNothing) {
   const auto page = openLivePage();
   host.answer("configureStream", FlutterError{"bad_stream_settings", "Invalid.", {}});
   page->send(R"({"id":9,"method":"configureStream","arguments":{"fps":1000}})");
@@ -162,24 +162,24 @@ TEST_F(SwitchboardTest, RefusedSettingsChangeNothing) {
   EXPECT_TRUE(page->find({{"event", "state"}})["settings"].is_null());
 }
 
-TEST_F(SwitchboardTest, PageThatDoesNotAcknowledgeGetsTheFirstPictureThenTheNewest) {
+TEST_F(SessionHubTest, PageThatDoesNotAcknowledgeGetsTheFirstPictureThenTheNewest) {
   const auto page = openLivePage();
   for (std::uint8_t number = 1; number <= 100; ++number) host.sendFrame({0xFF, 0xD8, number});
-  ASSERT_TRUE(runUntil([&] { return !page->pictures.empty(); }));
-  EXPECT_EQ(page->pictures.back(), (Bytes{0xFF, 0xD8, 1}));
-  // The answer to a call overtakes the pictures that wait.
+  ASSERT_TRUE(runUntil([&] { return !page->frames.empty(); }));
+  EXPECT_EQ(page->frames.back(), (Bytes{0xFF, 0xD8, 1}));
+  // The answer to a call overtakes the frames that wait.
   host.answer("permissions", Value());
   page->send(R"({"id":50,"method":"permissions"})");
   EXPECT_FALSE(page->waitFor({{"id", 50}}).is_null());
-  EXPECT_EQ(page->pictures.size(), 1U);
+  EXPECT_EQ(page->frames.size(), 1U);
   page->send(R"({"ack":1})");
-  ASSERT_TRUE(runUntil([&] { return page->pictures.size() > 1; }));
-  EXPECT_EQ(page->pictures.back(), (Bytes{0xFF, 0xD8, 100}));
+  ASSERT_TRUE(runUntil([&] { return page->frames.size() > 1; }));
+  EXPECT_EQ(page->frames.back(), (Bytes{0xFF, 0xD8, 100}));
   settle(*page);
-  EXPECT_EQ(page->pictures.size(), 2U);
+  EXPECT_EQ(page->frames.size(), 2U);
 }
 
-TEST_F(SwitchboardTest, LargePictureArrivesUnchangedAndAnnounced) {
+TEST_F(SessionHubTest, LargePictureArrivesUnchangedAndAnnounced) {
   const auto page = openLivePage();
   Bytes picture(3'000'000);
   for (std::size_t index = 0; index < picture.size(); ++index) {
@@ -193,60 +193,60 @@ TEST_F(SwitchboardTest, LargePictureArrivesUnchangedAndAnnounced) {
     while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
     }
   }
-  ASSERT_TRUE(runUntil([&] { return !page->pictures.empty(); }));
-  EXPECT_EQ(page->pictures.back(), picture);
+  ASSERT_TRUE(runUntil([&] { return !page->frames.empty(); }));
+  EXPECT_EQ(page->frames.back(), picture);
   EXPECT_GE(page->find({{"event", "frame"}})["ageMs"], 0);
 }
 
-TEST_F(SwitchboardTest, SlowPageDoesNotHoldUpAQuickOne) {
+TEST_F(SessionHubTest, SlowPageDoesNotHoldUpAQuickOne) {
   const auto slow = openLivePage();
   const auto quick = openPage();
   quick->send(showsBoth);
   settle(*quick);
   for (std::uint8_t number = 1; number <= 20; ++number) {
     host.sendFrame({number});
-    ASSERT_TRUE(runUntil([&] { return quick->pictures.size() == number; }));
+    ASSERT_TRUE(runUntil([&] { return quick->frames.size() == number; }));
     quick->send(R"({"ack":1})");
     settle(*quick);
   }
-  EXPECT_EQ(slow->pictures.size(), 1U);
+  EXPECT_EQ(slow->frames.size(), 1U);
 }
 
-TEST_F(SwitchboardTest, PageThatComesLateGetsTheNewestPictureWithItsAge) {
+TEST_F(SessionHubTest, PageThatComesLateGetsTheNewestPictureWithItsAge) {
   const auto first = openLivePage();
   host.sendFrame({1});
   host.sendFrame({2});
-  ASSERT_TRUE(runUntil([&] { return !first->pictures.empty(); }));
+  ASSERT_TRUE(runUntil([&] { return !first->frames.empty(); }));
   settle(*first);
   const auto late = openPage();
   late->send(showsBoth);
-  ASSERT_TRUE(runUntil([&] { return !late->pictures.empty(); }));
-  EXPECT_EQ(late->pictures.back(), (Bytes{2}));
+  ASSERT_TRUE(runUntil([&] { return !late->frames.empty(); }));
+  EXPECT_EQ(late->frames.back(), (Bytes{2}));
   EXPECT_FALSE(late->find({{"event", "frame"}}).is_null());
 }
 
-TEST_F(SwitchboardTest, PageThatShowsNoPictureGetsNone) {
+TEST_F(SessionHubTest, PageThatShowsNoPictureGetsNone) {
   const auto page = openLivePage();
   const auto other = openPage();
   host.sendFrame({1});
-  ASSERT_TRUE(runUntil([&] { return !page->pictures.empty(); }));
+  ASSERT_TRUE(runUntil([&] { return !page->frames.empty(); }));
   settle(*other);
-  EXPECT_TRUE(other->pictures.empty());
+  EXPECT_TRUE(other->frames.empty());
 }
 
-TEST_F(SwitchboardTest, NoPictureOutlivesItsSession) {
+TEST_F(SessionHubTest, NoPictureOutlivesItsSession) {
   const auto page = openLivePage();
   host.sendFrame({1});
   host.sendFrame({2});
-  ASSERT_TRUE(runUntil([&] { return !page->pictures.empty(); }));
+  ASSERT_TRUE(runUntil([&] { return !page->frames.empty(); }));
   page->send(stopCall);
   ASSERT_FALSE(page->waitForSession("ended").is_null());
   page->send(R"({"ack":1})");
   settle(*page);
-  EXPECT_EQ(page->pictures.size(), 1U);
+  EXPECT_EQ(page->frames.size(), 1U);
 }
 
-TEST_F(SwitchboardTest, ListensWhileAPageIsOpenOrASessionRuns) {
+TEST_F(SessionHubTest, ListensWhileAPageIsOpenOrASessionRuns) {
   EXPECT_EQ(host.calls().size(), 0U);
   auto page = openLivePage();
   EXPECT_EQ(host.count("listen"), 1U);
@@ -262,20 +262,20 @@ TEST_F(SwitchboardTest, ListensWhileAPageIsOpenOrASessionRuns) {
   ASSERT_TRUE(runUntil([&] { return host.count("cancel") == 1; }));
 }
 
-TEST_F(SwitchboardTest, AsksWhetherTheHostRunsUnattended) {
+TEST_F(SessionHubTest, AsksWhetherTheHostRunsUnattended) {
   host.answer("capabilities", Map{{"unattended", true}});
   std::optional<bool> answer;
-  switchboard.askWhetherUnattended([&](bool unattended) { answer = unattended; });
+  hub.askWhetherUnattended([&](bool unattended) { answer = unattended; });
   ASSERT_TRUE(runUntil([&] { return answer.has_value(); }));
   EXPECT_TRUE(*answer);
   host.answer("capabilities", FlutterMethodNotImplemented{});
   answer.reset();
-  switchboard.askWhetherUnattended([&](bool unattended) { answer = unattended; });
+  hub.askWhetherUnattended([&](bool unattended) { answer = unattended; });
   ASSERT_TRUE(runUntil([&] { return answer.has_value(); }));
   EXPECT_FALSE(*answer);
 }
 
-TEST_F(SwitchboardTest, ClosedLinkIsReportedOnceWithoutAReason) {
+TEST_F(SessionHubTest, ClosedLinkIsReportedOnceWithoutAReason) {
   const auto page = openPage();
   host.closeLink();
   ASSERT_TRUE(runUntil([&] { return linkClosed.has_value(); }));
@@ -286,32 +286,32 @@ TEST_F(SwitchboardTest, ClosedLinkIsReportedOnceWithoutAReason) {
   EXPECT_FALSE(linkClosed);
 }
 
-TEST_F(SwitchboardTest, BrokenLinkIsReportedWithItsReason) {
+TEST_F(SessionHubTest, BrokenLinkIsReportedWithItsReason) {
   host.sendBytes(Bytes{1, 0, 0, 0, 0});
   ASSERT_TRUE(runUntil([&] { return linkClosed.has_value(); }));
   EXPECT_NE(*linkClosed, "");
 }
 
-TEST_F(SwitchboardTest, ReplyToNothingBreaksTheLink) {
+TEST_F(SessionHubTest, ReplyToNothingBreaksTheLink) {
   host.send({LinkFrameType::reply, 99, {}, {}});
   ASSERT_TRUE(runUntil([&] { return linkClosed.has_value(); }));
   EXPECT_NE(*linkClosed, "");
 }
 
-TEST_F(SwitchboardTest, UnreadableEventsAndOtherChannelsHarmNothing) {
+TEST_F(SessionHubTest, UnreadableEventsAndOtherChannelsHarmNothing) {
   const auto page = openLivePage();
   host.send({LinkFrameType::message, 0, "com.quorvin.support/frames", {0xFF}});
   host.send({LinkFrameType::message, 0, "com.quorvin.support/frames", {}});
   const std::string text = "AppLifecycleState.hidden";
   host.send({LinkFrameType::message, 0, "flutter/lifecycle", Bytes(text.begin(), text.end())});
   host.sendFrame({1});
-  EXPECT_TRUE(runUntil([&] { return !page->pictures.empty(); }));
+  EXPECT_TRUE(runUntil([&] { return !page->frames.empty(); }));
   EXPECT_FALSE(linkClosed);
 }
 
-class QuickAbsenceTest : public SwitchboardTest {
+class QuickAbsenceTest : public SessionHubTest {
  protected:
-  QuickAbsenceTest() : SwitchboardTest(std::chrono::milliseconds(1)) {}
+  QuickAbsenceTest() : SessionHubTest(std::chrono::milliseconds(1)) {}
 };
 
 TEST_F(QuickAbsenceTest, SessionThatNobodyCanStopIsStopped) {
@@ -332,7 +332,7 @@ TEST_F(QuickAbsenceTest, SessionIsStoppedWhenTheLastPageIsClosed) {
   EXPECT_TRUE(runUntil([&] { return host.count("cancel") == 1; }));
 }
 
-TEST_F(SwitchboardTest, ReloadedPageKeepsTheSession) {
+TEST_F(SessionHubTest, ReloadedPageKeepsTheSession) {
   auto page = openLivePage();
   page->close();
   ASSERT_TRUE(runUntil([&] { return page->closed; }));

@@ -17,11 +17,12 @@ enum class ExitStatus {
 };
 
 // Why a request is not carried out, and what to do next; a sentence for standard error.
-class Failure : public std::runtime_error {
+class LaunchctlError : public std::runtime_error {
  public:
-  Failure(ExitStatus status, const std::string& message)
+  LaunchctlError(ExitStatus status, const std::string& message)
       : std::runtime_error(message), exitStatus(status) {}
-  explicit Failure(const std::string& message) : Failure(ExitStatus::failed, message) {}
+  explicit LaunchctlError(const std::string& message)
+      : LaunchctlError(ExitStatus::failed, message) {}
 
   [[nodiscard]] ExitStatus status() const { return exitStatus; }
 

@@ -3,16 +3,16 @@
 import assert from 'node:assert/strict';
 import {beforeEach, test} from 'node:test';
 
-import {EchoWatch} from '../../page/echo.js';
+import {FeedbackLoopDetector} from '../../page/feedback.js';
 
 const screen = {width: 1001, height: 501};
 let watch;
 
 beforeEach(() => {
-  watch = new EchoWatch();
+  watch = new FeedbackLoopDetector();
 });
 
-test('a key that comes down again sooner than any keyboard repeats is an echo', () => {
+test('a key that comes down again sooner than any keyboard repeats is a feedback loop', () => {
   assert.ok(!watch.keyDown('KeyA', 1000));
   assert.ok(watch.keyDown('KeyA', 1008));
 });
@@ -30,7 +30,7 @@ test('repeats and quick typing are none', () => {
 const send = (x, y) => watch.sent({action: 'mouseMove', x, y});
 const pointerAt = (x, y, now) => watch.pointerAt({x, y}, screen, now);
 
-test('a pointer that jumps to where it was sent, twice, is an echo', () => {
+test('a pointer that jumps to where it was sent, twice, is a feedback loop', () => {
   assert.ok(!pointerAt(800, 100, 0));
   send(0.5, 0.5);
   assert.ok(!pointerAt(501, 249, 10));

@@ -1,4 +1,4 @@
-#include "launchctl/OwnFile.h"
+#include "launchctl/ManagedFile.h"
 
 #include <glib.h>
 
@@ -8,7 +8,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "launchctl/Failure.h"
+#include "launchctl/LaunchctlError.h"
 
 namespace quorvin::launchctl {
 namespace {
@@ -24,7 +24,7 @@ struct ErrorDeleter {
 
 [[noreturn]] void fail(const std::string& what, const std::filesystem::path& path,
                        const std::string& reason) {
-  throw Failure("cannot " + what + " " + path.string() + ": " + reason);
+  throw LaunchctlError("cannot " + what + " " + path.string() + ": " + reason);
 }
 
 // g_file_set_contents_full adds a dot and six letters to the name for as long as it writes.
@@ -41,26 +41,26 @@ bool startsWithFirstLine(const std::filesystem::path& path) {
 
 }  // namespace
 
-bool OwnFile::exists() const {
+bool ManagedFile::exists() const {
   std::error_code ignored;
   // A symbolic link, which is how systemd masks a unit, is never ours.
   return std::filesystem::is_regular_file(std::filesystem::symlink_status(place, ignored)) &&
          startsWithFirstLine(place);
 }
 
-bool OwnFile::isForeign() const {
+bool ManagedFile::isUnmanaged() const {
   std::error_code ignored;
   return std::filesystem::exists(std::filesystem::symlink_status(place, ignored)) && !exists();
 }
 
-std::string OwnFile::content() const {
+std::string ManagedFile::content() const {
   if (!exists()) return {};
   std::ifstream file(place, std::ios::binary);
   file.seekg(static_cast<std::streamoff>(firstLine.size()));
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-void OwnFile::replace(const std::string& text) const {
+void ManagedFile::replace(const std::string& text) const {
   const auto folder = place.parent_path();
   if (g_mkdir_with_parents(folder.c_str(), folderMode) != 0) {
     fail("make the folder", folder, std::generic_category().message(errno));
@@ -76,7 +76,7 @@ void OwnFile::replace(const std::string& text) const {
   if (error) fail("write", place, error->message);
 }
 
-void OwnFile::remove() const {
+void ManagedFile::remove() const {
   removeTemporaryFiles();
   if (!exists()) return;
   std::error_code error;
@@ -84,7 +84,7 @@ void OwnFile::remove() const {
   if (error) fail("delete", place, error.message());
 }
 
-void OwnFile::removeTemporaryFiles() const {
+void ManagedFile::removeTemporaryFiles() const {
   std::error_code ignored;
   for (const auto& entry : std::filesystem::directory_iterator(place.parent_path(), ignored)) {
     if (isTemporaryNameOf(entry.path().filename().string(), place.filename().string())) {

@@ -18,11 +18,11 @@ namespace quorvin {
 [[nodiscard]] std::pair<FileDescriptor, FileDescriptor> makeLinkPair();
 
 // An X server with a screen of its own and a home for hosts that are to use it.
-class HostStand {
+class HostHarness {
  public:
   static constexpr JpegSize screenSize{800, 600};
 
-  explicit HostStand(JpegSize screen = screenSize);
+  explicit HostHarness(JpegSize screen = screenSize);
 
   // The host's environment: this screen, this home, no session bus, nothing of the user's.
   [[nodiscard]] std::vector<std::string> environment() const;
@@ -40,18 +40,18 @@ class HostStand {
 // A started host and the user interface that it is connected to.
 class ConnectedHost {
  public:
-  explicit ConnectedHost(HostStand& stand, std::vector<std::string> arguments = {});
+  explicit ConnectedHost(HostHarness& harness, std::vector<std::string> arguments = {});
 
   // Allows sharing and starts it; whether the host agreed.
   bool startCapture();
   // The next event, if it is a whole JPEG file: its size.
-  std::optional<JpegSize> nextPicture(LinkClient::Milliseconds within = LinkClient::patience);
+  std::optional<JpegSize> nextFrame(LinkClient::Milliseconds within = LinkClient::timeout);
 
   std::unique_ptr<LinkClient> client;
   std::unique_ptr<HostProcess> process;
 };
 
-// A whole set of valid picture settings, for pictures of at most this size.
-[[nodiscard]] Map pictureSettings(int maxWidth, int maxHeight);
+// A whole set of valid stream settings, for frames of at most this size.
+[[nodiscard]] Map streamSettings(int maxWidth, int maxHeight);
 
 }  // namespace quorvin

@@ -1,4 +1,4 @@
-#include "tests/e2e/link/HostStand.h"
+#include "tests/e2e/link/HostHarness.h"
 
 #include <sys/socket.h>
 
@@ -27,12 +27,12 @@ std::pair<FileDescriptor, FileDescriptor> makeLinkPair() {
   return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
-HostStand::HostStand(JpegSize screen)
+HostHarness::HostHarness(JpegSize screen)
     : server({"-screen", "0",
               std::to_string(screen.widthPx) + "x" + std::to_string(screen.heightPx) + "x24",
               "-noreset"}) {}
 
-std::vector<std::string> HostStand::environment() const {
+std::vector<std::string> HostHarness::environment() const {
   return {"PATH=/usr/bin:/bin", "DISPLAY=" + server.display(), "HOME=" + home.path().string(),
           "XDG_CONFIG_HOME=" + (home.path() / "config").string(),
           "DBUS_SESSION_BUS_ADDRESS=disabled:", "NO_AT_BRIDGE=1", "GSETTINGS_BACKEND=memory",
@@ -44,8 +44,8 @@ std::vector<std::string> HostStand::environment() const {
                            "allocator_release_to_os_interval_ms=100")};
 }
 
-std::unique_ptr<HostProcess> HostStand::startHost(FileDescriptor link,
-                                                  std::vector<std::string> arguments) {
+std::unique_ptr<HostProcess> HostHarness::startHost(FileDescriptor link,
+                                                    std::vector<std::string> arguments) {
   auto variables = environment();
   variables.emplace_back("QUORVIN_UI_FD=3");
   return std::make_unique<HostProcess>(HostProcess::Launch{.program = QUORVIN_HOST,
@@ -54,7 +54,7 @@ std::unique_ptr<HostProcess> HostStand::startHost(FileDescriptor link,
                                                            .link = std::move(link)});
 }
 
-void HostStand::enableUnattendedAccess(const std::string& deviceName) const {
+void HostHarness::enableUnattendedAccess(const std::string& deviceName) const {
   const auto folder = home.path() / "config" / "com.quorvin.support";
   std::filesystem::create_directories(folder);
   std::ofstream(folder / "defaults.ini") << "[defaults]\nunattendedAccessEnabled=true\n"
@@ -62,24 +62,24 @@ void HostStand::enableUnattendedAccess(const std::string& deviceName) const {
                                          << deviceName << "\n";
 }
 
-ConnectedHost::ConnectedHost(HostStand& stand, std::vector<std::string> arguments) {
+ConnectedHost::ConnectedHost(HostHarness& harness, std::vector<std::string> arguments) {
   auto [ownEnd, hostsEnd] = makeLinkPair();
   client = std::make_unique<LinkClient>(std::move(ownEnd));
-  process = stand.startHost(std::move(hostsEnd), std::move(arguments));
+  process = harness.startHost(std::move(hostsEnd), std::move(arguments));
 }
 
 bool ConnectedHost::startCapture() {
   return client->call("startCapture", Map{{"locallyAuthorized", true}}) == FlutterReply(Value());
 }
 
-std::optional<JpegSize> ConnectedHost::nextPicture(LinkClient::Milliseconds within) {
+std::optional<JpegSize> ConnectedHost::nextFrame(LinkClient::Milliseconds within) {
   const auto event = client->nextEvent(within);
   const auto* value = event ? std::get_if<Value>(&*event) : nullptr;
   const auto* data = value == nullptr ? nullptr : value->as<Data>();
   return data == nullptr ? std::nullopt : jpegSize(data->bytes());
 }
 
-Map pictureSettings(int maxWidth, int maxHeight) {
+Map streamSettings(int maxWidth, int maxHeight) {
   return {{"profile", "balanced"}, {"show_cursor", true},     {"codec", "jpeg"},
           {"max_width", maxWidth}, {"max_height", maxHeight}, {"fps", 30},
           {"bitrate_mbps", 8},     {"jpeg_quality", 80},      {"queue_depth", 3}};

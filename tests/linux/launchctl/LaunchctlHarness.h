@@ -78,13 +78,13 @@ struct AgentDescription {
 [[nodiscard]] std::vector<std::string> commandOfEntry(const std::string& text);
 
 // The real program with a home folder of its own.
-class LaunchctlStand {
+class LaunchctlHarness {
  public:
   TemporaryFolder folder;
 
   // Writes the description to the file that is named after its label, and returns the path.
   std::string writeAgent(const AgentDescription& description = {}) const;
-  // Writes a file in the stand's folder.
+  // Writes a file in the harness's folder.
   void put(const std::string& name, const std::string& content) const;
   [[nodiscard]] ProgramRun bootstrap(const std::string& file) const;
   [[nodiscard]] ProgramRun bootout(const std::string& file) const;

@@ -15,9 +15,9 @@ struct Frame {
   FrameClock::time_point arrivedAt;
 };
 
-// Decides which pictures go to one page: at most one that the page has not acknowledged, and
-// behind it at most one, always the newest.
-class FrameGate {
+// Flow control by credit for the frames to one page: at most one that the page has not acknowledged
+// is on its way, and behind it at most one waits, always the newest.
+class FrameFlowControl {
  public:
   // The frame to send now, if any. A frame that must wait replaces the one that waits.
   [[nodiscard]] std::optional<Frame> offer(const Frame& frame);

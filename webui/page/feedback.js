@@ -1,18 +1,18 @@
-// Notices that this page is open on the very screen that it controls, where all input that it sends
-// comes back to it and would be sent again without end.
+// Notices a feedback loop: this page is open on the very screen that it controls, so that all input
+// that it sends comes back to it and would be sent again without end.
 
 const repeatDelayMinMs = 200; // no keyboard repeats a key sooner
 const jumpMinPixels = 40;
 const nearPixels = 3;
 const jumpsWithinMs = 10_000;
 
-export class EchoWatch {
+export class FeedbackLoopDetector {
   #keysDownAt = new Map();
   #sent = null;
   #pointer = null;
   #lastJumpAt = -Infinity;
 
-  // Each takes the time in milliseconds and returns whether what it is told of is an echo.
+  // Each takes the time in milliseconds and returns whether what it is told of is a feedback loop.
 
   // A key that is down already has come down again.
   keyDown(code, now) {

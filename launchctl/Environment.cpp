@@ -1,11 +1,11 @@
-#include "launchctl/Surroundings.h"
+#include "launchctl/Environment.h"
 
 #include <glib.h>
 
 #include <cstdlib>
 #include <string_view>
 
-#include "launchctl/Failure.h"
+#include "launchctl/LaunchctlError.h"
 
 namespace quorvin::launchctl {
 namespace {
@@ -23,9 +23,9 @@ std::filesystem::path folder(const char* name, const std::filesystem::path& usua
 
 }  // namespace
 
-Surroundings lookAround() {
+Environment Environment::fromEnvironment() {
   const std::filesystem::path home = g_get_home_dir();  // HOME, or else the user's entry
-  if (!home.is_absolute()) throw Failure("there is no home folder; set HOME");
+  if (!home.is_absolute()) throw LaunchctlError("there is no home folder; set HOME");
   const auto systemctl = variable("QUORVIN_SYSTEMCTL");
   return {folder("XDG_CONFIG_HOME", home / ".config"),
           folder("XDG_STATE_HOME", home / ".local" / "state") / "quorvin-launchctl",

@@ -20,21 +20,21 @@ namespace quorvin {
 [[nodiscard]] std::uint64_t nextFireNs(std::uint64_t dueNs, std::uint64_t repeatingNs,
                                        std::uint64_t nowNs);
 
-// What one thread, the runner, still has to do: the tasks given to it, in order, and the timers
-// that fire on it. Everything but the runner's members may be called on any thread. Tasks and
-// handlers are run and released without a lock held.
-class DispatchBacklog {
+// The run loop of one thread, the runner: the tasks given to it, in order, and the timers that fire
+// on it. Everything but the runner's members may be called on any thread. Tasks and handlers are
+// run and released without a lock held.
+class TaskQueue {
  public:
-  // One timer; its fields belong to the backlog that made it.
+  // One timer; its fields belong to the queue that made it.
   class Timer;
 
-  // `wakeRunner` tells a runner that sleeps elsewhere than in waitForWork to look again.
-  explicit DispatchBacklog(Task wakeRunner = {});
-  DispatchBacklog(const DispatchBacklog&) = delete;
-  DispatchBacklog& operator=(const DispatchBacklog&) = delete;
-  ~DispatchBacklog();
+  // `wakeRunner` wakes a runner that sleeps elsewhere than in waitForWork.
+  explicit TaskQueue(Task wakeRunner = {});
+  TaskQueue(const TaskQueue&) = delete;
+  TaskQueue& operator=(const TaskQueue&) = delete;
+  ~TaskQueue();
 
-  // Drops the task once the backlog is closed.
+  // Drops the task once the queue is closed.
   void push(Task task);
 
   [[nodiscard]] static std::shared_ptr<Timer> makeTimer();
@@ -52,11 +52,10 @@ class DispatchBacklog {
   [[nodiscard]] bool waitForWork();
   // Runner. When there is something to run: a time that has passed, one to come, or nothing.
   [[nodiscard]] std::optional<std::uint64_t> nextDueNs();
-  // Runner. Runs the tasks that are there now and then the timers that are due by now. So a task
-  // that was queued before a timer was due runs before it: a timer that watches over the arrival
-  // of tasks finds none late that only had to wait, be it for a slow task or for a process that
-  // stood still as a whole.
-  void runTurn();
+  // Runner. Runs the tasks that are there now, and then the timers that are due by now. A task that
+  // was queued before a timer was due runs before that timer. So a timer that watches over the
+  // arrival of tasks finds none late that only had to wait, for a slow task or a stopped process.
+  void drainOnce();
 
  private:
   using Timers = std::vector<std::shared_ptr<Timer>>;

@@ -1,4 +1,4 @@
-#include "platform/linux/dispatch/DispatchBacklog.h"
+#include "platform/linux/dispatch/TaskQueue.h"
 
 #include <algorithm>
 #include <chrono>
@@ -20,7 +20,7 @@ std::chrono::steady_clock::time_point timePoint(std::uint64_t uptimeNs) {
 
 }  // namespace
 
-class DispatchBacklog::Timer {
+class TaskQueue::Timer {
  public:
   std::uint64_t dueNs = never;
   std::uint64_t repeatingNs = 0;
@@ -43,16 +43,16 @@ std::uint64_t nextFireNs(std::uint64_t dueNs, std::uint64_t repeatingNs, std::ui
   return dueNs + periods * repeatingNs;
 }
 
-DispatchBacklog::DispatchBacklog(Task wakeRunner) : wakeRunner(std::move(wakeRunner)) {}
+TaskQueue::TaskQueue(Task wakeRunner) : wakeRunner(std::move(wakeRunner)) {}
 
-DispatchBacklog::~DispatchBacklog() = default;
+TaskQueue::~TaskQueue() = default;
 
-void DispatchBacklog::wake() {
+void TaskQueue::wake() {
   changed.notify_one();
   if (wakeRunner) wakeRunner();
 }
 
-void DispatchBacklog::push(Task task) {
+void TaskQueue::push(Task task) {
   bool wasIdle = false;
   {
     const MutexLock lock(mutex);
@@ -64,11 +64,11 @@ void DispatchBacklog::push(Task task) {
   if (wasIdle) wake();
 }
 
-std::shared_ptr<DispatchBacklog::Timer> DispatchBacklog::makeTimer() {
+std::shared_ptr<TaskQueue::Timer> TaskQueue::makeTimer() {
   return std::make_shared<Timer>();
 }
 
-void DispatchBacklog::schedule(Timer& timer, std::uint64_t deadlineNs, std::uint64_t repeatingNs) {
+void TaskQueue::schedule(Timer& timer, std::uint64_t deadlineNs, std::uint64_t repeatingNs) {
   {
     const MutexLock lock(mutex);
     timer.dueNs = deadlineNs;
@@ -77,13 +77,13 @@ void DispatchBacklog::schedule(Timer& timer, std::uint64_t deadlineNs, std::uint
   wake();
 }
 
-void DispatchBacklog::setHandler(Timer& timer, Task handler) {
+void TaskQueue::setHandler(Timer& timer, Task handler) {
   auto shared = std::make_shared<const Task>(std::move(handler));
   const MutexLock lock(mutex);
   timer.handler.swap(shared);
 }
 
-void DispatchBacklog::resume(const std::shared_ptr<Timer>& timer) {
+void TaskQueue::resume(const std::shared_ptr<Timer>& timer) {
   {
     const MutexLock lock(mutex);
     if (isClosed || timer->isCancelled || std::ranges::count(timers, timer) > 0) return;
@@ -92,7 +92,7 @@ void DispatchBacklog::resume(const std::shared_ptr<Timer>& timer) {
   wake();
 }
 
-void DispatchBacklog::cancel(const std::shared_ptr<Timer>& timer) {
+void TaskQueue::cancel(const std::shared_ptr<Timer>& timer) {
   std::shared_ptr<const Task> released;
   const MutexLock lock(mutex);
   timer->isCancelled = true;
@@ -100,7 +100,7 @@ void DispatchBacklog::cancel(const std::shared_ptr<Timer>& timer) {
   std::erase(timers, timer);
 }
 
-void DispatchBacklog::close() {
+void TaskQueue::close() {
   Timers released;
   {
     const MutexLock lock(mutex);
@@ -110,14 +110,14 @@ void DispatchBacklog::close() {
   wake();
 }
 
-void DispatchBacklog::discard() {
+void TaskQueue::discard() {
   close();
   std::deque<Task> dropped;
   const MutexLock lock(mutex);
   tasks.swap(dropped);
 }
 
-std::optional<std::uint64_t> DispatchBacklog::nextDueLocked() const {
+std::optional<std::uint64_t> TaskQueue::nextDueLocked() const {
   if (!tasks.empty()) return 0;
   std::uint64_t dueNs = never;
   for (const auto& timer : timers) dueNs = std::min(dueNs, timer->dueNs);
@@ -125,12 +125,12 @@ std::optional<std::uint64_t> DispatchBacklog::nextDueLocked() const {
   return dueNs;
 }
 
-std::optional<std::uint64_t> DispatchBacklog::nextDueNs() {
+std::optional<std::uint64_t> TaskQueue::nextDueNs() {
   const MutexLock lock(mutex);
   return nextDueLocked();
 }
 
-bool DispatchBacklog::waitForWork() {
+bool TaskQueue::waitForWork() {
   MutexLock lock(mutex);
   while (true) {
     const auto dueNs = nextDueLocked();
@@ -144,7 +144,7 @@ bool DispatchBacklog::waitForWork() {
   }
 }
 
-std::shared_ptr<const Task> DispatchBacklog::takeDueHandler(std::uint64_t turnNs) {
+std::shared_ptr<const Task> TaskQueue::takeDueHandler(std::uint64_t turnNs) {
   const MutexLock lock(mutex);
   const auto earlier = [](const auto& a, const auto& b) {
     return a->dueNs < b->dueNs;
@@ -158,7 +158,7 @@ std::shared_ptr<const Task> DispatchBacklog::takeDueHandler(std::uint64_t turnNs
   return nullptr;
 }
 
-void DispatchBacklog::runTurn() {
+void TaskQueue::drainOnce() {
   std::deque<Task> turn;
   std::uint64_t turnNs = 0;
   {

@@ -1,4 +1,4 @@
-#include "tests/linux/launchctl/LaunchctlStand.h"
+#include "tests/linux/launchctl/LaunchctlHarness.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -58,46 +58,46 @@ std::vector<std::string> commandOfEntry(const std::string& text) {
   return {words, words + g_strv_length(words)};
 }
 
-std::string LaunchctlStand::writeAgent(const AgentDescription& description) const {
+std::string LaunchctlHarness::writeAgent(const AgentDescription& description) const {
   return folder.write(description.label + ".plist", description.xml());
 }
 
-void LaunchctlStand::put(const std::string& name, const std::string& content) const {
+void LaunchctlHarness::put(const std::string& name, const std::string& content) const {
   static_cast<void>(folder.write(name, content));
 }
 
-ProgramRun LaunchctlStand::bootstrap(const std::string& file) const {
+ProgramRun LaunchctlHarness::bootstrap(const std::string& file) const {
   return runOnFile("bootstrap", file);
 }
 
-ProgramRun LaunchctlStand::bootout(const std::string& file) const {
+ProgramRun LaunchctlHarness::bootout(const std::string& file) const {
   return runOnFile("bootout", file);
 }
 
-ProgramRun LaunchctlStand::runOnFile(const char* command, const std::string& file) const {
+ProgramRun LaunchctlHarness::runOnFile(const char* command, const std::string& file) const {
   return run({command, "gui/" + std::to_string(::getuid()), file});
 }
 
-ProgramRun LaunchctlStand::run(const std::vector<std::string>& arguments) const {
+ProgramRun LaunchctlHarness::run(const std::vector<std::string>& arguments) const {
   std::filesystem::create_directory(home());
   std::vector<std::string> command{QUORVIN_LAUNCHCTL};
   command.insert(command.end(), arguments.begin(), arguments.end());
   return runProgram(std::move(command), environment);
 }
 
-std::filesystem::path LaunchctlStand::unit(const std::string& label) const {
+std::filesystem::path LaunchctlHarness::unit(const std::string& label) const {
   return home() + "/.config/systemd/user/" + label + ".service";
 }
 
-std::filesystem::path LaunchctlStand::entry(const std::string& label) const {
+std::filesystem::path LaunchctlHarness::entry(const std::string& label) const {
   return home() + "/.config/autostart/" + label + ".desktop";
 }
 
-std::filesystem::path LaunchctlStand::log() const {
+std::filesystem::path LaunchctlHarness::log() const {
   return home() + "/.local/state/quorvin-launchctl/log";
 }
 
-std::vector<std::string> LaunchctlStand::files() const {
+std::vector<std::string> LaunchctlHarness::files() const {
   std::vector<std::string> found;
   std::error_code ignored;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(home(), ignored)) {

@@ -13,10 +13,10 @@
 namespace quorvin {
 
 // Input events for a virtual X server of 640 x 480 pixels, with somebody to see what comes of them.
-class InputStand {
+class InputHarness {
  public:
   // The options are those of Xvfb.
-  explicit InputStand(std::vector<std::string> options = {})
+  explicit InputHarness(std::vector<std::string> options = {})
       : server(withScreen(std::move(options))), desk(server.display()), watcher(server.display()) {
     events.emplace(server.display(), record);
   }
@@ -36,21 +36,21 @@ class InputStand {
 
   // What the watcher was told, once the server has carried out what was posted.
   [[nodiscard]] std::vector<SeenEvent> take() {
-    if (events) events->settle();
+    if (events) events->sync();
     return watcher.take();
   }
   // The keyboard as it is after that.
-  [[nodiscard]] KeyboardDesk& settled() {
-    if (events) events->settle();
+  [[nodiscard]] KeyboardDesk& synced() {
+    if (events) events->sync();
     return desk;
   }
   [[nodiscard]] std::vector<std::uint32_t> takeTyped() {
-    if (events) events->settle();
+    if (events) events->sync();
     return watcher.takeTyped();
   }
   // What it was told by then.
   [[nodiscard]] JournalRecord& journal() {
-    if (events) events->settle();
+    if (events) events->sync();
     return record;
   }
 

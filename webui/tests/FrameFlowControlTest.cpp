@@ -1,0 +1,43 @@
+#include <gtest/gtest.h>
+
+#include "webui/FrameFlowControl.h"
+
+namespace quorvin::webui {
+namespace {
+
+Frame numbered(std::uint8_t number) {
+  return {Data(Bytes{number}), {}};
+}
+
+std::uint8_t numberOf(const std::optional<Frame>& frame) {
+  return frame ? *frame->payload.data() : std::uint8_t{0};
+}
+
+TEST(FrameFlowControl, PageThatDoesNotAcknowledgeGetsTheFirstFrameThenTheNewest) {
+  FrameFlowControl flowControl;
+  EXPECT_EQ(numberOf(flowControl.offer(numbered(1))), 1);
+  for (std::uint8_t number = 2; number <= 100; ++number) {
+    EXPECT_FALSE(flowControl.offer(numbered(number)));
+  }
+  EXPECT_EQ(numberOf(flowControl.acknowledge(1)), 100);
+  EXPECT_FALSE(flowControl.acknowledge(1));
+  EXPECT_EQ(numberOf(flowControl.offer(numbered(101))), 101);
+}
+
+TEST(FrameFlowControl, SpareAcknowledgementsOpenNoBacklog) {
+  FrameFlowControl flowControl;
+  EXPECT_FALSE(flowControl.acknowledge(1000));
+  EXPECT_TRUE(flowControl.offer(numbered(1)));
+  EXPECT_FALSE(flowControl.offer(numbered(2)));
+}
+
+TEST(FrameFlowControl, DroppedFrameIsNotSentLater) {
+  FrameFlowControl flowControl;
+  EXPECT_TRUE(flowControl.offer(numbered(1)));
+  EXPECT_FALSE(flowControl.offer(numbered(2)));
+  flowControl.dropWaiting();
+  EXPECT_FALSE(flowControl.acknowledge(1));
+}
+
+}  // namespace
+}  // namespace quorvin::webui
