@@ -18,6 +18,9 @@ add_compile_options(-pthread)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   # Without the time in them the cache knows them again.
   add_compile_options("SHELL:-Xclang -fno-pch-timestamp")
+else()
+  # Without the name of what was read before the cache knows nothing.
+  add_compile_options(-fpch-preprocess)
 endif()
 
 # quorvin_precompiled_headers(NAME [HEADER...]): a target whose headers others can use.
@@ -35,7 +38,12 @@ endfunction()
 
 # Makes every target of a folder, and of those in it, use what was read before.
 function(quorvin_use_precompiled_headers directory)
-  if(directory MATCHES "/tests(/|$)")
+  # Where indices are checked the standard library's headers are other ones, and the tests read all.
+  cmake_path(RELATIVE_PATH directory BASE_DIRECTORY "${CMAKE_SOURCE_DIR}" OUTPUT_VARIABLE room)
+  if(QUORVIN_HARDENED AND NOT room MATCHES "^(Runner|platform)(/|$)")
+    return()
+  endif()
+  if(room MATCHES "(^|/)tests(/|$)")
     set(headers quorvin_headers_of_tests)
   else()
     set(headers quorvin_headers_of_the_program)
