@@ -135,8 +135,8 @@ bool LinuxPermissions::Display::hasAnswered() {
 
 void LinuxPermissions::Display::start() {
   answer = std::make_shared<DisplayAccess>();
-  attempt = std::make_unique<DisplayAttempt>(name, [answer = answer](X11Connection& display) {
-    *answer = {canRead(display), canInject(display)};
+  attempt = std::make_unique<DisplayAttempt>(name, [answer = answer](X11Connection& server) {
+    *answer = {canRead(server), canInject(server)};
     return true;
   });
 }
