@@ -10,7 +10,7 @@ namespace quorvin {
 // Keeps what may have to be undone: all that was ever pressed, and the key codes that are bound.
 class JournalRecord final : public InputJournal {
  public:
-  void prepare() override {}
+  void prepare() override { isPrepared = true; }
   bool willPressButton(std::uint8_t button) override { return add(buttons, button); }
   bool willPressKey(std::uint8_t keycode) override { return add(keys, keycode); }
   bool willBindKey(std::uint8_t keycode) override { return add(bound, keycode); }
@@ -21,6 +21,7 @@ class JournalRecord final : public InputJournal {
   std::set<std::uint8_t> buttons;
   std::set<std::uint8_t> keys;
   std::set<std::uint8_t> bound;
+  bool isPrepared = false;
   bool isThere = true;  // otherwise nothing may be done
 
  private:
