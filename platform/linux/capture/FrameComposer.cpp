@@ -7,14 +7,13 @@ namespace quorvin {
 
 namespace {
 
-// The rows in full width: a region of such rectangles holds few rows that were not meant, since no
-// two that are far apart become one.
-PixelRegion fullRows(const RowSet& rows, int width) {
-  PixelRegion region;
+// Rectangles of the full width become one only when few rows lie between them.
+Damage inFullWidth(const RowSet& rows, int width) {
+  Damage damage;
   for (const RowRange& range : rows.ranges()) {
-    region.add({0, range.first, width, range.end - range.first});
+    damage.add({0, range.first, width, range.end - range.first});
   }
-  return region;
+  return damage;
 }
 
 RowSet rowsOf(const PixelRegion& region) {
@@ -56,17 +55,9 @@ void FrameComposer::configure(const PixelRect& newDisplay, PixelSize newFrameSiz
   reader.setOrigin(display.x, display.y);
   copy.reset();
   if (damage == nullptr || display.size() != frameSize) {
-    copy.emplace(
-        Copy{reader.makeImage(display.size()), {}, PixelScaler(display.size(), frameSize)});
+    copy.emplace(Copy{reader.makeImage(display.size()), PixelScaler(display.size(), frameSize)});
   }
   startOver();
-}
-
-void FrameComposer::startOver() {
-  if (copy) copy->stale.add(wholeOf(display.size()));
-  pool.markStale(PixelRegion(wholeOf(frameSize)));
-  tracker.restart(frameSize);
-  outOfDate = true;
 }
 
 void FrameComposer::requestDamage() {
@@ -83,7 +74,8 @@ void FrameComposer::requestDamage() {
 void FrameComposer::requestPixels(const PixelRect& reported) {
   fetch.emplace(Fetch{copy ? nullptr : &pool.mostRecentFree(), {}});
   if (fetch->surface != nullptr) fetch->surface->underCursor.restore(fetch->surface->image);
-  fetch->region = fetch->surface != nullptr ? fetch->surface->stale : copy->stale.region;
+  fetch->region = pending.region;
+  if (fetch->surface != nullptr) fetch->region.add(fetch->surface->stale);
   fetch->region.add(reported);
   reader.requestPixels(fetch->region,
                        fetch->surface != nullptr ? fetch->surface->image : copy->image);
@@ -95,10 +87,10 @@ bool FrameComposer::findDamage() {
     compare();
   } else {
     requestDamage();
-    addDamage(damage->waitForReply(display));
+    pending.add(damage->waitForReply(display));
     finishFetch();
   }
-  return outOfDate;
+  return !pending.isEmpty();
 }
 
 void FrameComposer::finishFetch() {
@@ -106,11 +98,11 @@ void FrameComposer::finishFetch() {
   fetch->isThere = reader.waitForPixels();
   fetch->damageMeanwhile = damage->waitForReply(display);
   // There is no frame to come for which it could be of use.
-  if (!outOfDate) dropFetch();
+  if (pending.isEmpty()) dropFetch();
 }
 
 void FrameComposer::dropFetch() {
-  if (const auto dropped = std::exchange(fetch, {})) addDamage(dropped->damageMeanwhile);
+  if (const auto dropped = std::exchange(fetch, {})) pending.add(dropped->damageMeanwhile);
 }
 
 void FrameComposer::compare() {
@@ -119,42 +111,22 @@ void FrameComposer::compare() {
     startOver();
     return;
   }
-  // An earlier reading that failed may have brought in what now is no change any more.
-  copy->stale.rows.add(*changes);
-  if (copy->stale.isEmpty()) return;
-  copyChanged(copy->stale.rows);
-  copy->stale.clear();
-  outOfDate = true;
-}
-
-void FrameComposer::addDamage(const ScreenDamage& changes) {
-  if (changes.isEmpty()) return;
-  outOfDate = true;
-  if (copy) {
-    copy->stale.region.add(changes.region);
-    copy->stale.rows.add(changes.rows);
-  } else {
-    pool.markStale(changes.region);
-    markDamaged(changes.parts);
-  }
+  pending.region.clear();  // all of it has just been read
+  pending.rows.add(*changes);
 }
 
 std::shared_ptr<CapturedFrame> FrameComposer::compose(
     const std::optional<CursorPlacement>& cursor) {
   SurfacePool::Surface& surface = takeSurface();
-  const auto damageMeanwhile = draw(surface);
+  auto damageMeanwhile = copy ? scaleCopy(surface) : draw(surface);
   if (!damageMeanwhile) {
     startOver();
     return {};
   }
-  surface.stale.clear();
+  pending = std::move(*damageMeanwhile);
   markCursor(cursor);
   drawCursor(cursor, surface);
-  auto result = pool.lend(surface);
-  result->setDamageHistory(tracker.nextFrame());
-  outOfDate = false;
-  addDamage(*damageMeanwhile);
-  return result;
+  return pool.lend(surface);
 }
 
 // Without the cursor.
@@ -165,37 +137,32 @@ SurfacePool::Surface& FrameComposer::takeSurface() {
   return surface;
 }
 
-// Brings the surface up to date. As `read`.
-std::optional<ScreenDamage> FrameComposer::draw(SurfacePool::Surface& surface) {
-  if (copy) {
-    auto damageMeanwhile = refreshCopy();
-    if (!damageMeanwhile) return {};
-    copy->scaler.draw(copy->image, rowsOf(surface.stale), surface.image);
-    return damageMeanwhile;
-  }
+std::optional<Damage> FrameComposer::draw(SurfacePool::Surface& surface) {
+  pool.markDamaged(pending);
   auto damageMeanwhile = read(surface.stale, surface.image);
-  if (damageMeanwhile) markDamaged(damageMeanwhile->parts);
+  if (damageMeanwhile) pool.markDamaged(*damageMeanwhile);
   return damageMeanwhile;
 }
 
-std::optional<ScreenDamage> FrameComposer::refreshCopy() {
-  auto damageMeanwhile = read(copy->stale.region, copy->image);
+std::optional<Damage> FrameComposer::scaleCopy(SurfacePool::Surface& surface) {
+  auto damageMeanwhile = read(pending.region, copy->image);
   if (!damageMeanwhile) return {};
-  copy->stale.rows.add(damageMeanwhile->rows);
-  copyChanged(copy->stale.rows);
-  copy->stale.clear();
+  pending.rows.add(damageMeanwhile->rows);
+  pool.markDamaged(
+      inFullWidth(copy->scaler.sourceChanged(copy->image, pending.rows), frameSize.width));
+  copy->scaler.draw(copy->image, rowsOf(surface.stale), surface.image);
   return damageMeanwhile;
 }
 
-// Brings the region up to date. Returns the damage since the last reply, or nothing if the display
-// cannot be read. The server reads the pixels between two requests for damage, so they may or may
-// not show what the second reply names. That damage therefore counts twice: in this frame and in
-// the next. All other pixels are what any earlier frame shows, or what the first reply named.
-std::optional<ScreenDamage> FrameComposer::read(const PixelRegion& region, PixelImage& target) {
+// Returns the damage since the last reply, or nothing if the display cannot be read. The server
+// reads the pixels between two requests for damage, so they may or may not show what the second
+// reply names. That damage therefore counts twice: in this frame and in the next. All other pixels
+// are what any earlier frame shows, or what the first reply named.
+std::optional<Damage> FrameComposer::read(const PixelRegion& region, PixelImage& target) {
   const auto fetched = std::exchange(fetch, {});
   const PixelRegion rest =
       fetched && fetched->isThere == true ? without(region, fetched->region) : region;
-  ScreenDamage damageMeanwhile;
+  Damage damageMeanwhile;
   if (fetched) damageMeanwhile = fetched->damageMeanwhile;
   if (rest.isEmpty()) return damageMeanwhile;
   reader.requestPixels(rest, target);
@@ -204,12 +171,6 @@ std::optional<ScreenDamage> FrameComposer::read(const PixelRegion& region, Pixel
   if (damage != nullptr) damageMeanwhile.add(damage->waitForReply(display));
   if (!isComplete) return {};
   return damageMeanwhile;
-}
-
-void FrameComposer::copyChanged(const RowSet& rows) {
-  const RowSet altered = copy->scaler.sourceChanged(copy->image, rows);
-  pool.markStale(fullRows(altered, frameSize.width));
-  for (const RowRange& range : altered.ranges()) tracker.markDamaged(range);
 }
 
 void FrameComposer::drawCursor(const std::optional<CursorPlacement>& cursor,
@@ -221,13 +182,9 @@ void FrameComposer::drawCursor(const std::optional<CursorPlacement>& cursor,
 
 void FrameComposer::markCursor(const std::optional<CursorPlacement>& cursor) {
   if (cursor == drawnCursor) return;
-  if (drawnCursor) tracker.markDamaged(drawnCursor->area);
-  if (cursor) tracker.markDamaged(cursor->area);
+  if (drawnCursor) pool.markCursor(drawnCursor->area);
+  if (cursor) pool.markCursor(cursor->area);
   drawnCursor = cursor;
-}
-
-void FrameComposer::markDamaged(const std::vector<PixelRect>& parts) {
-  for (const PixelRect& part : parts) tracker.markDamaged(part);
 }
 
 }  // namespace quorvin

@@ -2,14 +2,12 @@
 
 #include <memory>
 #include <optional>
-#include <vector>
 
 #include "platform/linux/capture/CursorOverlay.h"
 #include "platform/linux/capture/PixelScaler.h"
 #include "platform/linux/capture/SurfacePool.h"
 #include "platform/linux/capture/X11DamageMonitor.h"
 #include "platform/linux/capture/X11ScreenReader.h"
-#include "platform/linux/frame/DamageHistory.h"
 
 namespace quorvin {
 
@@ -18,6 +16,9 @@ namespace quorvin {
 // comparing, a copy of the display stands in between. Each frame carries its damage history: a row
 // without damage has the bytes of the frame before, but for the undefined ones. Used by the
 // capturing thread.
+//
+// Damage takes one way: the server names it, `pending` holds it until the next frame, and the pool
+// then hands it to that frame's history and to the surfaces that are to show it later.
 class FrameComposer {
  public:
   // Without `damage`, when nobody tells what changed, the display is compared with its copy. The
@@ -28,12 +29,14 @@ class FrameComposer {
   // area of the root window.
   void configure(const PixelRect& display, PixelSize frameSize, std::size_t depth);
   // For when all that is known of the display has become worthless.
-  void startOver();
+  void startOver() { pending = Damage(wholeOf(display.size())); }
 
   // True when there is a surface for the next frame.
   [[nodiscard]] bool canCompose() const { return pool.hasFree(); }
   // True when the display may differ from the last frame, as far as one knows without asking.
-  [[nodiscard]] bool isPending() const { return outOfDate || (damage && damage->isPending()); }
+  [[nodiscard]] bool isPending() const {
+    return !pending.isEmpty() || (damage && damage->isPending());
+  }
   // Requests the damage if an event reported any, and the pixels that it probably covers, without
   // waiting. `findDamage` must follow; it makes the request if nobody has.
   void requestDamage();
@@ -47,7 +50,6 @@ class FrameComposer {
   // The copy of the display and what is made from it.
   struct Copy {
     PixelImage image;
-    ScreenDamage stale;
     PixelScaler scaler;
   };
 
@@ -55,34 +57,32 @@ class FrameComposer {
   struct Fetch {
     SurfacePool::Surface* surface;  // null when they go into the copy
     PixelRegion region;
-    std::optional<bool> isThere = {};   // once it is known
-    ScreenDamage damageMeanwhile = {};  // since the request that went with it
+    std::optional<bool> isThere = {};  // once it is known
+    Damage damageMeanwhile = {};       // since the request that went with it
   };
 
   void requestPixels(const PixelRect& reported);
   void finishFetch();
   void dropFetch();
-  [[nodiscard]] SurfacePool::Surface& takeSurface();
   void compare();
-  void addDamage(const ScreenDamage& changes);
-  [[nodiscard]] std::optional<ScreenDamage> draw(SurfacePool::Surface& surface);
-  [[nodiscard]] std::optional<ScreenDamage> refreshCopy();
-  [[nodiscard]] std::optional<ScreenDamage> read(const PixelRegion& region, PixelImage& target);
-  void copyChanged(const RowSet& rows);
+  [[nodiscard]] SurfacePool::Surface& takeSurface();
+  // Both bring their image up to date with what is pending. They return the damage since the last
+  // reply, or nothing if the display cannot be read.
+  [[nodiscard]] std::optional<Damage> draw(SurfacePool::Surface& surface);
+  [[nodiscard]] std::optional<Damage> scaleCopy(SurfacePool::Surface& surface);
+  [[nodiscard]] std::optional<Damage> read(const PixelRegion& region, PixelImage& target);
   void drawCursor(const std::optional<CursorPlacement>& cursor, SurfacePool::Surface& surface);
   void markCursor(const std::optional<CursorPlacement>& cursor);
-  void markDamaged(const std::vector<PixelRect>& parts);
 
   X11ScreenReader& reader;
   X11DamageMonitor* damage;
   SurfacePool pool;
-  DamageTracker tracker;
   PixelRect display;
   PixelSize frameSize;
   std::optional<Copy> copy;
   std::optional<Fetch> fetch;
+  Damage pending;                              // since the last frame, as far as is known
   std::optional<CursorPlacement> drawnCursor;  // of the last frame
-  bool outOfDate = false;                      // the last frame, as far as is known
 };
 
 }  // namespace quorvin

@@ -13,6 +13,7 @@ void SurfacePool::configure(PixelSize newSize, std::size_t newDepth) {
   if (newSize != size) {
     std::ranges::move(surfaces, std::back_inserter(retired));
     surfaces.clear();
+    tracker.restart(newSize);
   }
   size = newSize;
   while (surfaces.size() > depth) {
@@ -43,12 +44,14 @@ SurfacePool::Surface& SurfacePool::mostRecentFree() {
   return best != nullptr ? *best : makeSurface();
 }
 
-void SurfacePool::markStale(const PixelRegion& region) {
-  for (Surface& surface : surfaces) surface.stale.add(region);
+void SurfacePool::markDamaged(const Damage& damage) {
+  for (Surface& surface : surfaces) surface.stale.add(damage.region);
+  for (const PixelRect& part : damage.parts) tracker.markDamaged(part);
 }
 
 std::shared_ptr<CapturedFrame> SurfacePool::lend(Surface& surface) {
   std::erase_if(retired, [](const Surface& old) { return !isLent(old); });
+  surface.stale.clear();
   surface.lastUse = ++uses;
   surface.lent->store(true);
   const PixelImage& image = surface.image;
@@ -58,9 +61,11 @@ std::shared_ptr<CapturedFrame> SurfacePool::lend(Surface& surface) {
         lent->store(false);
         if (someoneWaits->exchange(false)) wakeup->signal();
       });
-  return std::make_shared<CapturedFrame>(
+  auto frame = std::make_shared<CapturedFrame>(
       std::move(loan), image.memory.get(), static_cast<std::size_t>(image.size.width),
       static_cast<std::size_t>(image.size.height), image.strideBytes());
+  frame->setDamageHistory(tracker.nextFrame());
+  return frame;
 }
 
 bool SurfacePool::isLent(const Surface& surface) {

@@ -14,9 +14,10 @@
 namespace quorvin {
 
 // The frames of a stream. Each is either free or lent out, and at most `depth` are lent at a
-// time, those of an earlier size included. A free one remembers which of its pixels have become
-// stale since it was last drawn. Used by the capturing thread; what it lends may be released on
-// any thread and may outlive the pool.
+// time, those of an earlier size included. The pool keeps the stream's one record of damage: a
+// surface remembers what was damaged since it was last drawn, and every frame takes its history
+// along. Used by the capturing thread; what it lends may be released on any thread and may outlive
+// the pool.
 class SurfacePool {
  public:
   struct Surface {
@@ -32,7 +33,7 @@ class SurfacePool {
   // thread costs more than a small change of the screen does.
   SurfacePool(PixelImageFactory makeImage, std::shared_ptr<EventFd> wakeup);
 
-  // Surfaces of another size are dropped, once they have come back.
+  // Surfaces of another size are dropped, once they have come back, and their history ends.
   void configure(PixelSize size, std::size_t depth);
 
   // If there is none, the return of the next one is signalled.
@@ -40,8 +41,12 @@ class SurfacePool {
   // The free surface that was used last, since it has the least stale pixels; made if need be.
   // Only if there is one. It stays free until it is lent, and is valid until the pool changes.
   [[nodiscard]] Surface& mostRecentFree();
-  // Tells that this region of all frames must be drawn anew.
-  void markStale(const PixelRegion& region);
+  // The next frame differs from the last one in this, which becomes stale in every surface.
+  void markDamaged(const Damage& damage);
+  // The same of an area that the cursor covers, or no longer does: surfaces are kept without it.
+  void markCursor(const PixelRect& area) { tracker.markDamaged(area); }
+  // Makes the surface the next frame. All that was marked before counts as damage of this frame,
+  // and the surface as drawn.
   [[nodiscard]] std::shared_ptr<CapturedFrame> lend(Surface& surface);
 
  private:
@@ -54,6 +59,7 @@ class SurfacePool {
   std::shared_ptr<std::atomic<bool>> someoneWaits = std::make_shared<std::atomic<bool>>(false);
   PixelSize size;
   std::size_t depth = 0;
+  DamageTracker tracker;
   std::vector<Surface> surfaces;
   std::vector<Surface> retired;  // of another size, still lent
   std::uint64_t uses = 0;

@@ -46,16 +46,13 @@ void X11DamageMonitor::request() {
   cookies.push_back(xcb_xfixes_fetch_region(connection.get(), parts));
 }
 
-ScreenDamage X11DamageMonitor::waitForReply(const PixelRect& area) {
-  ScreenDamage changes;
+Damage X11DamageMonitor::waitForReply(const PixelRect& area) {
+  Damage changes;
   if (cookies.empty()) return changes;
   const auto reply = x11Reply(xcb_xfixes_fetch_region_reply, connection.get(), cookies.front());
   cookies.pop_front();
-  if (!reply) {
-    // What the server forgot to tell could be anything.
-    changes.add(wholeOf(area.size()));
-    return changes;
-  }
+  // What the server forgot to tell could be anything.
+  if (!reply) return Damage(wholeOf(area.size()));
   const std::span rects(
       xcb_xfixes_fetch_region_rectangles(reply.get()),
       static_cast<std::size_t>(xcb_xfixes_fetch_region_rectangles_length(reply.get())));

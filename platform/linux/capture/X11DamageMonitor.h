@@ -5,37 +5,12 @@
 
 #include <cstdint>
 #include <deque>
-#include <vector>
 
-#include "platform/linux/frame/PixelRegion.h"
+#include "platform/linux/frame/DamageHistory.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11Extensions.h"
 
 namespace quorvin {
-
-// What changed on a display: a region to fetch, and exactly the parts and their rows. The region
-// may be larger than its parts, since it holds much of what lies between two of them.
-struct ScreenDamage {
-  PixelRegion region;
-  RowSet rows;
-  std::vector<PixelRect> parts;
-
-  void add(const PixelRect& rect) {
-    if (rect.isEmpty()) return;
-    region.add(rect);
-    rows.add({rect.y, rect.bottom()});
-    parts.push_back(rect);
-  }
-  void add(const ScreenDamage& others) {
-    for (const PixelRect& part : others.parts) add(part);
-  }
-  void clear() {
-    region.clear();
-    rows.clear();
-    parts.clear();
-  }
-  [[nodiscard]] bool isEmpty() const { return rows.isEmpty(); }
-};
 
 // What the server reports of changes before it is asked for them.
 enum class DamageReport {
@@ -69,10 +44,10 @@ class X11DamageMonitor {
   void request();
   // Waits for the oldest reply that is pending; empty if none is. Only the damage within this area
   // of the root window, in coordinates relative to the area.
-  [[nodiscard]] ScreenDamage waitForReply(const PixelRect& area);
+  [[nodiscard]] Damage waitForReply(const PixelRect& area);
   // Both at once, when no reply is pending. Pixels fetched after it are at least as
   // new as the changes it names.
-  [[nodiscard]] ScreenDamage take(const PixelRect& area) {
+  [[nodiscard]] Damage take(const PixelRect& area) {
     request();
     return waitForReply(area);
   }

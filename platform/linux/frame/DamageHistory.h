@@ -10,6 +10,28 @@
 
 namespace quorvin {
 
+// What changed on a display or a frame: a region to fetch, and exactly the parts and their rows.
+// The region may be larger than its parts, since it holds much of what lies between two of them.
+struct Damage {
+  PixelRegion region;
+  RowSet rows;
+  std::vector<PixelRect> parts;
+
+  Damage() = default;
+  explicit Damage(const PixelRect& rect) { add(rect); }
+
+  void add(const PixelRect& rect) {
+    if (rect.isEmpty()) return;
+    region.add(rect);
+    rows.add({rect.y, rect.bottom()});
+    parts.push_back(rect);
+  }
+  void add(const Damage& others) {
+    for (const PixelRect& part : others.parts) add(part);
+  }
+  [[nodiscard]] bool isEmpty() const { return rows.isEmpty(); }
+};
+
 // Which frame last damaged each row, and each tile to tell roughly where in its rows. Frames are
 // numbered from 1.
 struct LastDamage {

@@ -85,7 +85,6 @@ class RowSet {
 
   void add(RowRange rows);
   void add(const RowSet& rows);
-  void clear() { storage.clear(); }
 
   [[nodiscard]] bool isEmpty() const { return storage.empty(); }
   // From top to bottom, with at least one row that is not in the set between two of them.

@@ -97,8 +97,7 @@ TEST_F(SurfacePoolTest, MarksEverySurfaceStaleEvenWhileItIsLent) {
   auto first = lendNext();
   auto second = lendNext();
   first.reset();
-  pool.mostRecentFree().stale.clear();
-  pool.markStale(PixelRegion({1, 2, 3, 4}));
+  pool.markDamaged(Damage({1, 2, 3, 4}));
   EXPECT_EQ(pool.mostRecentFree().stale.rects(), (std::vector{PixelRect{1, 2, 3, 4}}));
   first = lendNext();
   second.reset();
