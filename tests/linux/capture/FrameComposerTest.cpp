@@ -287,6 +287,11 @@ class TornQuestionTest : public testing::TestWithParam<PixelSize> {
   [[nodiscard]] bool changeAround() {
     painter.fill({0, 0, 10, 10}, green);
     painter.fill({200, 200, 10, 10}, green);
+    return waitForReport();
+  }
+
+  // Waits until the server has reported something that lies on the display.
+  [[nodiscard]] bool waitForReport() {
     while (intersectionOf(damage.reportedArea(), display).isEmpty()) {
       const auto event = connection.pollEvent();
       if (event) damage.handle(*event);
@@ -327,6 +332,24 @@ TEST_P(TornQuestionTest, WhatChangesBetweenTheHalvesIsNotLostWhenNothingElseDid)
   EXPECT_TRUE(agreeWhereUnchanged(first, second));
   composer.startOver();
   EXPECT_TRUE(lookTheSame(second, FrameCopy(*composer.compose({}))));
+}
+
+TEST_P(TornQuestionTest, WhatChangesBetweenTheHalvesComesWithWhatElseDid) {
+  const FrameCopy first(*composer.compose({}));
+  painter.fill({25, 35, 4, 4}, green);
+  ASSERT_TRUE(waitForReport());
+  ASSERT_TRUE(askByHalves());
+  painter.fill({25, 37, 4, 20}, blue);
+  proxy.letPass();
+  ASSERT_TRUE(composer.findDamage());
+  const FrameCopy second(*composer.compose({}));
+  EXPECT_TRUE(agreeWhereUnchanged(first, second));
+  // It may have come too late for that frame.
+  EXPECT_TRUE(composer.isPending());
+  const FrameCopy third(*composer.compose({}));
+  EXPECT_TRUE(agreeWhereUnchanged(second, third));
+  composer.startOver();
+  EXPECT_TRUE(lookTheSame(third, FrameCopy(*composer.compose({}))));
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, TornQuestionTest,
