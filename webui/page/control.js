@@ -49,12 +49,15 @@ export class Control {
       (method, args) => connection.call(method, args),
       (error) => this.#showTrouble(error),
     );
-    const send = (event, options) => {
-      this.#feedback.sent(event);
-      this.#queue.push(event, options);
+    const input = {
+      push: (event, options) => {
+        this.#feedback.sent(event);
+        this.#queue.push(event, options);
+      },
+      holds: (what) => this.#queue.holds(what),
     };
-    this.#keyboard = new Keyboard(keyCodes, send, {isMac});
-    this.#pointer = new Pointer(this.#canvas, send);
+    this.#keyboard = new Keyboard(keyCodes, input, {isMac});
+    this.#pointer = new Pointer(this.#canvas, input);
     this.#menu = new CombinationMenu(byId('combinations'), (codes) => this.#strike(codes));
     this.#switch.onclick = () => this.#switchTo(!this.#viewOnly);
     this.#listenToPicture();
@@ -74,7 +77,7 @@ export class Control {
   disconnected() {
     this.#connected = false;
     this.#queue.forget();
-    this.#forgetHeld();
+    this.#forgetGestures();
     this.#review();
   }
 
@@ -202,19 +205,17 @@ export class Control {
 
   #release() {
     this.#queue.release();
-    this.#forgetHeld();
+    this.#forgetGestures();
   }
 
-  #forgetHeld() {
-    this.#keyboard.forget();
-    this.#pointer.forget();
+  #forgetGestures() {
     this.#wheel.forget();
     this.#feedback.forget();
   }
 
   // One notice, however often the same thing is refused.
   #showTrouble(error) {
-    if (error.code === 'input_overflow') this.#forgetHeld();
+    if (error.code === 'input_overflow') this.#forgetGestures();
     const notice = byId('control-trouble');
     const text = sentence(error);
     if (notice.textContent !== text) notice.textContent = text;

@@ -14,7 +14,7 @@ export class InputQueue {
   #waiting = [];
   #unanswered = 0;
   #pacedUnanswered = new Set();
-  #held = new Set(); // what the host was told to press and not yet to release
+  #held = new Set(); // buttons and key codes that went down and not yet up
   #generation = 0; // counts connections; answers to an older one's calls mean nothing any more
 
   // `call(method, arguments)` gives a promise. `onTrouble` gets the errors of calls that were
@@ -24,13 +24,15 @@ export class InputQueue {
     this.#onTrouble = onTrouble;
   }
 
-  get holdsAnything() {
-    return this.#held.size > 0;
+  // `what` is a button's name or a key code.
+  holds(what) {
+    return this.#held.has(what);
   }
 
   // A repeated key press is worth nothing once it is late.
   push(event, {repeated = false} = {}) {
     if (repeated && this.#waiting.length > 0) return;
+    this.#noteHeld(event);
     this.#join(event);
     this.#waiting.push(event);
     if (this.#waiting.length > waitingMax) {
@@ -41,11 +43,13 @@ export class InputQueue {
     }
   }
 
-  // Gives up what has not been sent and lifts what is held.
+  // Gives up what has not been sent and lifts what is held. Among the former may be what would have
+  // lifted something.
   release() {
+    const nothingHeld = this.#held.size === 0 && this.#waiting.length === 0;
     this.#waiting = [];
-    if (!this.holdsAnything) return;
     this.#held.clear();
+    if (nothingHeld) return;
     this.#call('releaseInput').catch(() => {});
   }
 
@@ -89,7 +93,6 @@ export class InputQueue {
 
   async #send(event) {
     const generation = this.#generation;
-    this.#noteHeld(event);
     ++this.#unanswered;
     if (paced.has(event.action)) this.#pacedUnanswered.add(event.action);
     const trouble = await this.#call('injectInput', event).then(

@@ -21,15 +21,14 @@ export function isEscapeShortcut({code, ctrlKey, altKey}) {
 
 export class Keyboard {
   #keyCodes;
-  #send;
+  #input;
   #isMac;
-  #held = new Set();
 
-  // `keyCodes` maps KeyboardEvent.code to the host's key codes. `send` is called as
-  // InputQueue.push is.
-  constructor(keyCodes, send, {isMac = false} = {}) {
+  // `keyCodes` maps KeyboardEvent.code to the host's key codes. `input` has `push` and `holds` as
+  // InputQueue has them.
+  constructor(keyCodes, input, {isMac = false} = {}) {
     this.#keyCodes = keyCodes;
-    this.#send = send;
+    this.#input = input;
     this.#isMac = isMac;
   }
 
@@ -38,7 +37,7 @@ export class Keyboard {
     const {code, repeat} = event;
     if (!this.#knows(code)) return false;
     this.#releaseUnseen(event);
-    if (repeat && !this.#held.has(code) && !this.#isTapped(event)) return true; // pressed elsewhere
+    if (repeat && !this.holds(code) && !this.#isTapped(event)) return true; // pressed elsewhere
     this.#press(code, repeat);
     if (this.#isTapped(event)) this.#release(code);
     return true;
@@ -51,16 +50,12 @@ export class Keyboard {
     if (this.#isMac && code === 'CapsLock') this.#tap(code);
     // macOS keeps to itself what goes up while Command is held.
     if (isMeta(code)) this.#releaseAll((held) => !isModifier(held));
-    if (this.#held.has(code)) this.#release(code);
+    if (this.holds(code)) this.#release(code);
     return true;
   }
 
   holds(...codes) {
-    return codes.some((code) => this.#held.has(code));
-  }
-
-  forget() {
-    this.#held.clear();
+    return codes.some((code) => this.#input.holds(this.#keyCodes[code]));
   }
 
   #knows(code) {
@@ -79,17 +74,17 @@ export class Keyboard {
   }
 
   #press(code, repeated) {
-    this.#held.add(code);
-    this.#send({action: 'keyDown', keyCode: this.#keyCodes[code]}, {repeated});
+    this.#input.push({action: 'keyDown', keyCode: this.#keyCodes[code]}, {repeated});
   }
 
   #release(code) {
-    this.#held.delete(code);
-    this.#send({action: 'keyUp', keyCode: this.#keyCodes[code]});
+    this.#input.push({action: 'keyUp', keyCode: this.#keyCodes[code]});
   }
 
   #releaseAll(chosen) {
-    for (const code of [...this.#held].filter(chosen)) this.#release(code);
+    for (const code of Object.keys(this.#keyCodes)) {
+      if (chosen(code) && this.holds(code)) this.#release(code);
+    }
   }
 
   // Windows does not tell of the first of two Shift keys that goes up, and tells of a Control key

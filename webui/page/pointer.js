@@ -9,21 +9,21 @@ const clicksMax = 3;
 
 export class Pointer {
   #canvas;
-  #send;
+  #input;
   #point = {x: 0, y: 0};
-  #held = new Set();
 
-  // `canvas` shows the picture in the picture's own size. `send` is called as InputQueue.push is.
-  constructor(canvas, send) {
+  // `canvas` shows the picture in the picture's own size. `input` has `push` and `holds` as
+  // InputQueue has them.
+  constructor(canvas, input) {
     this.#canvas = canvas;
-    this.#send = send;
+    this.#input = input;
   }
 
   // For pointermove.
   moved(event) {
     this.located(event);
     const place = this.#place();
-    if (place) this.#send({action: 'mouseMove', ...place});
+    if (place) this.#input.push({action: 'mouseMove', ...place});
     this.#releaseUnseen(event);
   }
 
@@ -37,34 +37,25 @@ export class Pointer {
     const button = buttonNames[event.button];
     const place = this.#place();
     if (!button || !place) return;
-    this.#held.add(button);
     const clickCount = Math.min(Math.max(event.detail, 1), clicksMax);
-    this.#send({action: 'mouseDown', ...place, button, clickCount});
+    this.#input.push({action: 'mouseDown', ...place, button, clickCount});
   }
 
   released(event) {
     const button = buttonNames[event.button];
-    if (this.#held.has(button)) this.#release(button);
-  }
-
-  forget() {
-    this.#held.clear();
-  }
-
-  get holdsAnything() {
-    return this.#held.size > 0;
+    if (this.#input.holds(button)) this.#release(button);
   }
 
   #release(button) {
     const place = this.#place();
-    this.#held.delete(button);
-    if (place) this.#send({action: 'mouseUp', ...place, button});
+    if (place) this.#input.push({action: 'mouseUp', ...place, button});
   }
 
   // What went up where the browser did not see it.
   #releaseUnseen({buttons}) {
-    for (const button of [...this.#held]) {
-      if ((buttons & buttonBits[button]) === 0) this.#release(button);
+    for (const button of buttonNames) {
+      const isUp = (buttons & buttonBits[button]) === 0;
+      if (isUp && this.#input.holds(button)) this.#release(button);
     }
   }
 
@@ -73,7 +64,7 @@ export class Pointer {
     const box = pictureBox(this.#canvas.getBoundingClientRect(), picture);
     return placeInPicture(box, picture, this.#point, {
       pixelSide: 1 / (globalThis.devicePixelRatio || 1),
-      clamped: this.holdsAnything,
+      clamped: buttonNames.some((button) => this.#input.holds(button)),
     });
   }
 }

@@ -110,12 +110,21 @@ test('a release gives up what waits and lifts what was sent', async () => {
   queue.push(press(0.1));
   queue.push(move(0.2));
   queue.push(move(0.3));
-  assert.ok(queue.holdsAnything);
+  assert.ok(queue.holds('left'));
   queue.release();
-  assert.ok(!queue.holdsAnything);
+  assert.ok(!queue.holds('left'));
   assert.deepEqual(calls.map(({method}) => method), ['injectInput', 'injectInput', 'releaseInput']);
   await answer(1);
   assert.equal(calls.length, 3);
+});
+
+test('a release that gives up what would have lifted something lifts it', () => {
+  for (let code = 0; code < 24; ++code) queue.push(key(code));
+  for (let code = 0; code < 24; ++code) queue.push({action: 'keyUp', keyCode: code});
+  assert.ok(!queue.holds(23));
+  queue.release();
+  assert.equal(calls.length, 25);
+  assert.equal(calls[24].method, 'releaseInput');
 });
 
 test('with nothing held there is nothing to lift', () => {
