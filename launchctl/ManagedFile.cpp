@@ -4,11 +4,11 @@
 
 #include <cerrno>
 #include <fstream>
-#include <memory>
 #include <string_view>
 #include <system_error>
 
 #include "launchctl/LaunchctlError.h"
+#include "platform/unix/GlibPtr.h"
 
 namespace quorvin::launchctl {
 namespace {
@@ -17,10 +17,6 @@ constexpr std::string_view firstLine =
     "# Written by quorvin-launchctl; \"quorvin-launchctl bootout\" removes it.\n";
 constexpr int folderMode = 0700;  // XDG Base Directory Specification
 constexpr int fileMode = 0644;
-
-struct ErrorDeleter {
-  void operator()(GError* error) const { g_error_free(error); }
-};
 
 [[noreturn]] void fail(const std::string& what, const std::filesystem::path& path,
                        const std::string& reason) {
@@ -72,7 +68,7 @@ void ManagedFile::replace(const std::string& text) const {
   GError* problem = nullptr;
   g_file_set_contents_full(place.c_str(), whole.data(), static_cast<gssize>(whole.size()), flags,
                            fileMode, &problem);
-  const std::unique_ptr<GError, ErrorDeleter> error(problem);
+  const GlibPtr<GError> error(problem);
   if (error) fail("write", place, error->message);
 }
 

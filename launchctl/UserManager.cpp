@@ -3,18 +3,13 @@
 #include <glib.h>
 
 #include <algorithm>
-#include <memory>
 #include <sstream>
 
 #include "launchctl/LaunchctlError.h"
+#include "platform/unix/GlibPtr.h"
 
 namespace quorvin::launchctl {
 namespace {
-
-struct GlibDeleter {
-  void operator()(char* text) const { g_free(text); }
-  void operator()(GError* error) const { g_error_free(error); }
-};
 
 struct Result {
   bool succeeded = false;
@@ -35,9 +30,9 @@ Result run(const std::string& systemctl, const std::vector<std::string>& command
   const bool started =
       g_spawn_sync(nullptr, arguments.data(), nullptr, G_SPAWN_SEARCH_PATH, nullptr, nullptr,
                    &output, &problems, &status, &problem) != FALSE;
-  const std::unique_ptr<char, GlibDeleter> ownedOutput(output);
-  const std::unique_ptr<char, GlibDeleter> ownedProblems(problems);
-  const std::unique_ptr<GError, GlibDeleter> ownedProblem(problem);
+  const GlibPtr<char> ownedOutput(output);
+  const GlibPtr<char> ownedProblems(problems);
+  const GlibPtr<GError> ownedProblem(problem);
   if (!started) return {false, {}, problem->message};
   const std::string said = problems;
   return {status == 0, output, said.substr(0, said.find('\n'))};

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
-#include <memory>
 
 #include "launchctl/AgentFile.h"
 #include "launchctl/CommandLine.h"
@@ -14,6 +13,7 @@
 #include "launchctl/Lock.h"
 #include "launchctl/ManagedFile.h"
 #include "launchctl/Registration.h"
+#include "platform/unix/GlibPtr.h"
 #include "platform/unix/ProgramStart.h"
 
 namespace {
@@ -22,7 +22,7 @@ using namespace quorvin::launchctl;
 
 // What a file is called, or systemctl says, may hold anything; standard error gets one line.
 std::string oneLine(const std::string& text) {
-  const std::unique_ptr<char, decltype(&g_free)> valid(g_utf8_make_valid(text.c_str(), -1), g_free);
+  const quorvin::GlibPtr<char> valid(g_utf8_make_valid(text.c_str(), -1));
   std::string line = valid.get();
   constexpr char firstPrintable = ' ';
   std::ranges::replace_if(

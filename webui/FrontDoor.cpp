@@ -172,16 +172,16 @@ void FrontDoor::handOver(Number number) {
   setOption(guest.socket, SOL_SOCKET, SO_RCVLOWAT, 1);
   setOption(guest.socket, IPPROTO_TCP, TCP_NODELAY, 1);
   guest.readable.cancel();
-  const ObjectPointer<GSocket> socket(g_socket_new_from_fd(guest.socket.get(), nullptr));
+  const GlibPtr<GSocket> socket(g_socket_new_from_fd(guest.socket.get(), nullptr));
   if (socket) static_cast<void>(guest.socket.release());
   guest.address.reset(socket ? g_socket_get_remote_address(socket.get(), nullptr) : nullptr);
-  const ObjectPointer<GSocketAddress> local(
-      socket ? g_socket_get_local_address(socket.get(), nullptr) : nullptr);
+  const GlibPtr<GSocketAddress> local(socket ? g_socket_get_local_address(socket.get(), nullptr)
+                                             : nullptr);
   if (!guest.address || !local) {
     guests.erase(number);
     return;
   }
-  const ObjectPointer<GSocketConnection> stream(
+  const GlibPtr<GSocketConnection> stream(
       g_socket_connection_factory_create_connection(socket.get()));
   guest.stream = stream.get();
   g_object_weak_ref(G_OBJECT(stream.get()), onStreamGone, this);

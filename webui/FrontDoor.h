@@ -11,8 +11,8 @@
 #include <string_view>
 
 #include "platform/unix/FileDescriptor.h"
+#include "platform/unix/GlibPtr.h"
 #include "platform/unix/MainLoopSource.h"
-#include "webui/Glib.h"
 
 namespace quorvin::webui {
 
@@ -55,7 +55,7 @@ class FrontDoor {
     MainLoopSource readable;
     std::size_t seen = 0;
     GSocketConnection* stream = nullptr;  // the server's; goes when the connection has ended
-    ObjectPointer<GSocketAddress> address;
+    GlibPtr<GSocketAddress> address;
     MainLoopSource deadline;
   };
 

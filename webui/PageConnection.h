@@ -9,8 +9,8 @@
 #include <string_view>
 
 #include "platform/Data.h"
+#include "platform/unix/GlibPtr.h"
 #include "platform/unix/MainLoopSource.h"
-#include "webui/Glib.h"
 
 namespace quorvin::webui {
 
@@ -60,7 +60,7 @@ class PageConnection {
   void giveUp(SoupWebsocketCloseCode code, const char* why);
   void reportClosed();
 
-  ObjectPointer<SoupWebsocketConnection> socket;
+  GlibPtr<SoupWebsocketConnection> socket;
   Handlers handlers;
   bool reported = false;
   std::string expectedWord;  // while a question waits for its answer

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-#include "webui/Glib.h"
+#include "platform/unix/GlibPtr.h"
 #include "webui/MessageBounds.h"
 #include "webui/PageMessage.h"
 
@@ -36,8 +36,8 @@ std::optional<PageAsset> findPageAsset(std::string_view name) {
   // A slash at the end would be overlooked.
   if (name.find('/') != std::string_view::npos) return std::nullopt;
   const auto path = "/com/quorvin/webui/" + std::string(name);
-  const BytesPointer bytes(g_resource_lookup_data(quorvin_page_get_resource(), path.c_str(),
-                                                  G_RESOURCE_LOOKUP_FLAGS_NONE, nullptr));
+  const GlibPtr<GBytes> bytes(g_resource_lookup_data(quorvin_page_get_resource(), path.c_str(),
+                                                     G_RESOURCE_LOOKUP_FLAGS_NONE, nullptr));
   if (!bytes) return std::nullopt;
   // Uncompressed resources are the program's own read-only data, which outlives `bytes`.
   gsize size = 0;
@@ -140,9 +140,9 @@ void WebServer::answer(SoupServerMessage* message, const char* path) {
 void WebServer::openPage(SoupServerMessage* message) {
   door.letStay(message);
   const auto held = referTo(message);
-  const ObjectPointer<GIOStream> stream(soup_server_message_steal_connection(message));
+  const GlibPtr<GIOStream> stream(soup_server_message_steal_connection(message));
   auto* bounds = makeBoundsExtension({pageMessageBytesMax, pageFramesMax});
-  const ObjectPointer<SoupWebsocketConnection> page(soup_websocket_connection_new(
+  const GlibPtr<SoupWebsocketConnection> page(soup_websocket_connection_new(
       stream.get(), soup_server_message_get_uri(message), SOUP_WEBSOCKET_CONNECTION_SERVER, nullptr,
       nullptr, g_list_prepend(nullptr, bounds)));
   onPage(page.get());

@@ -10,9 +10,9 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/unix/GlibPtr.h"
 #include "webui/AccessRules.h"
 #include "webui/FrontDoor.h"
-#include "webui/Glib.h"
 
 namespace quorvin::webui {
 
@@ -49,7 +49,7 @@ class WebServer {
   [[nodiscard]] std::string refusal() const;
 
   PageHandler onPage;
-  ObjectPointer<SoupServer> server;
+  GlibPtr<SoupServer> server;
   FrontDoor door;
   AccessRules rules;
 };

@@ -14,6 +14,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/unix/GlibPtr.h"
 #include "platform/unix/MainLoopSource.h"
 #include "platform/unix/ProgramStart.h"
 #include "webui/AddressFile.h"
@@ -73,10 +74,7 @@ void announce(const std::string& address) {
 // Returns the exit status.
 int serve(FileDescriptor link) {
   BrowserLauncher browser(link);
-  struct LoopUnref {
-    void operator()(GMainLoop* loop) const { g_main_loop_unref(loop); }
-  };
-  const std::unique_ptr<GMainLoop, LoopUnref> loop(g_main_loop_new(nullptr, FALSE));
+  const quorvin::GlibPtr<GMainLoop> loop(g_main_loop_new(nullptr, FALSE));
   const auto quit = [&] {
     g_main_loop_quit(loop.get());
   };

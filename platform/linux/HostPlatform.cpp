@@ -24,6 +24,7 @@
 #include "platform/linux/ui/NotificationCenter.h"
 #include "platform/linux/video/VideoEncoder.h"
 #include "platform/linux/x11/X11Connection.h"
+#include "platform/unix/GlibPtr.h"
 #include "platform/unix/MainContext.h"
 #include "platform/unix/ProgramStart.h"
 
@@ -77,8 +78,7 @@ class LinuxPlatform {
   LinuxPermissions permissions;
   LinuxImageEncoder imageEncoder;
   // Of the thread that remote input has.
-  std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> inputContext{
-      g_main_context_new(), &g_main_context_unref};
+  GlibPtr<GMainContext> inputContext{g_main_context_new()};
   GuardianJournal inputJournal{inputContext.get(), besideExecutable("quorvin-input-guardian")};
   LinuxInputEvents inputEvents{PermissionsEnvironment::fromEnvironment().display, inputJournal,
                                inputContext.get()};

@@ -2,7 +2,7 @@
 
 #include <glib.h>
 
-#include <memory>
+#include "platform/unix/GlibPtr.h"
 
 namespace quorvin {
 
@@ -11,7 +11,7 @@ namespace quorvin {
 // Made and destroyed on the main thread.
 class MainContext {
  public:
-  MainContext() : context(g_main_context_new(), &g_main_context_unref) {
+  MainContext() : context(g_main_context_new()) {
     g_main_context_push_thread_default(context.get());
   }
   MainContext(const MainContext&) = delete;
@@ -21,7 +21,7 @@ class MainContext {
   [[nodiscard]] GMainContext* get() const { return context.get(); }
 
  private:
-  std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> context;
+  GlibPtr<GMainContext> context;
 };
 
 }  // namespace quorvin

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "platform/Data.h"
-#include "webui/Glib.h"
+#include "platform/unix/GlibPtr.h"
 #include "webui/tests/TestLoop.h"
 
 namespace quorvin::webui {
@@ -20,8 +20,7 @@ class TestPage {
  public:
   TestPage(std::string address, const char* origin) : session(soup_session_new()) {
     address.replace(0, 4, "ws");
-    const ObjectPointer<SoupMessage> message(
-        soup_message_new(SOUP_METHOD_GET, (address + "ws").c_str()));
+    const GlibPtr<SoupMessage> message(soup_message_new(SOUP_METHOD_GET, (address + "ws").c_str()));
     soup_session_websocket_connect_async(session.get(), message.get(), origin, nullptr,
                                          G_PRIORITY_DEFAULT, nullptr, onConnected, this);
     runUntil([this] { return answered; });
@@ -128,8 +127,8 @@ class TestPage {
     page->closeReason = reason != nullptr ? reason : "";
   }
 
-  ObjectPointer<SoupSession> session;
-  ObjectPointer<SoupWebsocketConnection> socket;
+  GlibPtr<SoupSession> session;
+  GlibPtr<SoupWebsocketConnection> socket;
   bool answered = false;
 };
 

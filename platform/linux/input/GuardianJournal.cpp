@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -12,6 +11,8 @@
 #include <cerrno>
 #include <csignal>
 #include <utility>
+
+#include "platform/unix/SpawnSetup.h"
 
 namespace quorvin {
 
@@ -34,45 +35,6 @@ bool sendWhole(int socket, std::span<const std::uint8_t> message) {
          static_cast<ssize_t>(message.size());
 }
 
-// The socket as standard input, standard error as it is, and nothing else that is open here: what a
-// child keeps open never ends for those on the other side.
-class GuardiansHandles {
- public:
-  explicit GuardiansHandles(int socket) {
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, socket, STDIN_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
-  }
-  GuardiansHandles(const GuardiansHandles&) = delete;
-  GuardiansHandles& operator=(const GuardiansHandles&) = delete;
-  ~GuardiansHandles() { posix_spawn_file_actions_destroy(&actions); }
-
-  [[nodiscard]] const posix_spawn_file_actions_t* get() const { return &actions; }
-
- private:
-  posix_spawn_file_actions_t actions{};
-};
-
-class OwnSession {
- public:
-  OwnSession() {
-    posix_spawnattr_init(&attributes);
-    sigset_t none;
-    sigemptyset(&none);
-    posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK);
-  }
-  OwnSession(const OwnSession&) = delete;
-  OwnSession& operator=(const OwnSession&) = delete;
-  ~OwnSession() { posix_spawnattr_destroy(&attributes); }
-
-  [[nodiscard]] const posix_spawnattr_t* get() const { return &attributes; }
-
- private:
-  posix_spawnattr_t attributes{};
-};
-
 }  // namespace
 
 std::unique_ptr<GuardianProcess> GuardianProcess::start(const std::string& program,
@@ -83,9 +45,15 @@ std::unique_ptr<GuardianProcess> GuardianProcess::start(const std::string& progr
   std::string name = program;
   const std::array<char*, 2> arguments{name.data(), nullptr};
   pid_t process = 0;
-  const int error =
-      posix_spawn(&process, program.c_str(), GuardiansHandles(sockets.guardians.get()).get(),
-                  OwnSession().get(), arguments.data(), environ);
+  SpawnSetup setup;
+  // The socket as standard input, standard error as it is, and nothing else that is open here: what
+  // a child keeps open never ends for those on the other side.
+  posix_spawn_file_actions_adddup2(&setup.actions, sockets.guardians.get(), STDIN_FILENO);
+  posix_spawn_file_actions_addopen(&setup.actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  posix_spawn_file_actions_addclosefrom_np(&setup.actions, STDERR_FILENO + 1);
+  posix_spawnattr_setflags(&setup.attributes, SpawnSetup::flags | POSIX_SPAWN_SETSID);
+  const int error = posix_spawn(&process, program.c_str(), &setup.actions, &setup.attributes,
+                                arguments.data(), environ);
   if (error != 0) return nullptr;
   return std::unique_ptr<GuardianProcess>(
       new GuardianProcess(process, std::move(sockets.own)));  // NOLINT: the constructor is private

@@ -23,8 +23,7 @@ Rect rectOf(const PixelRect& area) {
 InputThread::InputThread(std::string display, InputJournal& journal, GMainContext* context)
     : display(std::move(display)),
       journal(journal),
-      context(context != nullptr ? g_main_context_ref(context) : g_main_context_new(),
-              &g_main_context_unref) {}
+      context(context != nullptr ? g_main_context_ref(context) : g_main_context_new()) {}
 
 InputThread::~InputThread() {
   endWithin(std::chrono::milliseconds(0));

@@ -18,6 +18,7 @@
 #include "platform/linux/input/InputQueue.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11Monitors.h"
+#include "platform/unix/GlibPtr.h"
 #include "platform/unix/MainLoopSource.h"
 
 namespace quorvin {
@@ -90,7 +91,7 @@ class InputThread {
 
   const std::string display;
   InputJournal& journal;
-  const std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> context;
+  const GlibPtr<GMainContext> context;
 
   std::unique_ptr<X11Connection> connection;
   std::unique_ptr<InputInjector> injector;         // as long as there is a connection

@@ -47,23 +47,18 @@ std::pair<FileDescriptor, FileDescriptor> makeSocketPair() {
   return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
-struct LauncherUnreference {
-  void operator()(GSubprocessLauncher* object) const { g_object_unref(object); }
-};
-
-GSubprocess* spawn(const std::string& program, FileDescriptor programsEnd) {
-  const std::unique_ptr<GSubprocessLauncher, LauncherUnreference> launcher(
-      g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_NONE));
+GlibPtr<GSubprocess> spawn(const std::string& program, FileDescriptor programsEnd) {
+  const GlibPtr<GSubprocessLauncher> launcher(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_NONE));
   g_subprocess_launcher_take_fd(launcher.get(), programsEnd.release(), programsDescriptor);
   g_subprocess_launcher_setenv(launcher.get(), uiDescriptorVariable,
                                std::to_string(programsDescriptor).c_str(), TRUE);
   const std::array<const gchar*, 2> arguments{program.c_str(), nullptr};
   GError* error = nullptr;
-  auto* process = g_subprocess_launcher_spawnv(launcher.get(), arguments.data(), &error);
+  GlibPtr<GSubprocess> process(
+      g_subprocess_launcher_spawnv(launcher.get(), arguments.data(), &error));
   if (process != nullptr) return process;
-  const std::string reason = error->message;
-  g_error_free(error);
-  throw StartUpError("The user interface cannot be started: " + reason + ".");
+  const GlibPtr<GError> why(error);
+  throw StartUpError("The user interface cannot be started: " + std::string(why->message) + ".");
 }
 
 }  // namespace
@@ -83,7 +78,7 @@ FileDescriptor takeInheritedUiSocket(const std::string& text) {
 
 UiProgram::UiProgram(const std::string& program) {
   auto [hostsEnd, programsEnd] = makeSocketPair();
-  process.reset(spawn(program, std::move(programsEnd)));
+  process = spawn(program, std::move(programsEnd));
   socket = std::move(hostsEnd);
 }
 
@@ -104,14 +99,12 @@ bool UiProgram::end(std::chrono::milliseconds timeout) {
 bool UiProgram::hasEndedWithin(std::chrono::milliseconds timeout) {
   // A loop of its own, so that nothing else of the application runs meanwhile.
   struct Waiting {
-    std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> context{g_main_context_new(),
-                                                                           &g_main_context_unref};
+    GlibPtr<GMainContext> context{g_main_context_new()};
     bool ended = false;
     bool answered = false;
   } waiting;
   auto* context = waiting.context.get();
-  const std::unique_ptr<GCancellable, decltype(&g_object_unref)> cancellable(g_cancellable_new(),
-                                                                             &g_object_unref);
+  const GlibPtr<GCancellable> cancellable(g_cancellable_new());
   g_main_context_push_thread_default(context);
   g_subprocess_wait_async(
       process.get(), cancellable.get(),

@@ -3,11 +3,11 @@
 #include <gio/gio.h>
 
 #include <chrono>
-#include <memory>
 #include <stdexcept>
 #include <string>
 
 #include "platform/unix/FileDescriptor.h"
+#include "platform/unix/GlibPtr.h"
 
 namespace quorvin {
 
@@ -45,14 +45,10 @@ class UiProgram {
   bool end(std::chrono::milliseconds timeout);
 
  private:
-  struct Unreference {
-    void operator()(GSubprocess* object) const { g_object_unref(object); }
-  };
-
   [[nodiscard]] bool hasEndedWithin(std::chrono::milliseconds timeout);
 
   FileDescriptor socket;
-  std::unique_ptr<GSubprocess, Unreference> process;
+  GlibPtr<GSubprocess> process;
 };
 
 }  // namespace quorvin

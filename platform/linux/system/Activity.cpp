@@ -9,17 +9,12 @@
 #include <vector>
 
 #include "platform/linux/x11/X11Connection.h"
+#include "platform/unix/GlibPtr.h"
 
 namespace quorvin {
 namespace {
 
 constexpr auto applicationId = "com.quorvin.support";
-
-struct Unref {
-  void operator()(gpointer object) const { g_object_unref(object); }
-};
-template <typename T>
-using Object = std::unique_ptr<T, Unref>;
 
 // How a service is told to begin and to end; beginning answers with a number, the cookie, that
 // ending takes.
@@ -138,8 +133,8 @@ class Activity::IdleRequests : public std::enable_shared_from_this<IdleRequests>
 
   const std::string reason;
   // Of the connecting only: a request that was sent is waited for.
-  const Object<GCancellable> cancellable{g_cancellable_new()};
-  Object<GDBusConnection> connection;
+  const GlibPtr<GCancellable> cancellable{g_cancellable_new()};
+  GlibPtr<GDBusConnection> connection;
   bool isWanted = true;
   std::vector<std::pair<const Service*, guint32>> cookies;
 };

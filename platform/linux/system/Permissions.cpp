@@ -16,19 +16,16 @@
 #include "platform/linux/system/WholeFile.h"
 #include "platform/linux/x11/DisplayAttempt.h"
 #include "platform/linux/x11/X11Connection.h"
+#include "platform/unix/GlibPtr.h"
 
 namespace quorvin {
 namespace {
 
 constexpr std::size_t machineInfoBytesMax = 64 << 10;
 
-struct Free {
-  void operator()(char* text) const { g_free(text); }
-};
-
 // The value of a shell-like assignment, without its quotes and backslashes.
 std::string unquoted(const std::string& value) {
-  const std::unique_ptr<char, Free> text(g_shell_unquote(value.c_str(), nullptr));
+  const GlibPtr<char> text(g_shell_unquote(value.c_str(), nullptr));
   return text != nullptr ? text.get() : "";
 }
 

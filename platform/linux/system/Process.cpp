@@ -3,63 +3,21 @@
 #include <fcntl.h>
 #include <gio/gio.h>
 #include <glib.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <utility>
 
 #include "platform/linux/system/Activity.h"
 #include "platform/linux/system/PosixError.h"
+#include "platform/unix/GlibPtr.h"
+#include "platform/unix/SpawnSetup.h"
 
 namespace quorvin {
 namespace {
-
-constexpr auto nullDevice = "/dev/null";
-
-// Where a new process' standard handles lead: nowhere.
-class NullHandles {
- public:
-  NullHandles() {
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, nullDevice, O_WRONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, nullDevice, O_WRONLY, 0);
-  }
-  NullHandles(const NullHandles&) = delete;
-  NullHandles& operator=(const NullHandles&) = delete;
-  ~NullHandles() { posix_spawn_file_actions_destroy(&actions); }
-
-  [[nodiscard]] const posix_spawn_file_actions_t* get() const { return &actions; }
-
- private:
-  posix_spawn_file_actions_t actions{};
-};
-
-// A new process starts as if nobody here had ever touched a signal.
-class PlainSignals {
- public:
-  PlainSignals() {
-    posix_spawnattr_init(&attributes);
-    sigset_t set;
-    sigfillset(&set);
-    posix_spawnattr_setsigdefault(&attributes, &set);
-    sigemptyset(&set);
-    posix_spawnattr_setsigmask(&attributes, &set);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
-  }
-  PlainSignals(const PlainSignals&) = delete;
-  PlainSignals& operator=(const PlainSignals&) = delete;
-  ~PlainSignals() { posix_spawnattr_destroy(&attributes); }
-
-  [[nodiscard]] const posix_spawnattr_t* get() const { return &attributes; }
-
- private:
-  posix_spawnattr_t attributes{};
-};
 
 // The argument vector that exec takes: pointers to the texts, and a null.
 std::vector<char*> argumentVector(std::vector<std::string>& texts) {
@@ -90,10 +48,8 @@ std::string sessionBusAddress() {
   const auto socket = runtimeFolder + "/bus";
   std::error_code ignored;
   if (!std::filesystem::is_socket(socket, ignored)) return {};
-  char* escaped = g_dbus_address_escape_value(socket.c_str());
-  address = std::string("unix:path=") + escaped;
-  g_free(escaped);
-  return address;
+  const GlibPtr<char> escaped(g_dbus_address_escape_value(socket.c_str()));
+  return std::string("unix:path=") + escaped.get();
 }
 
 void writeOnce(int descriptor, std::string_view bytes) {
@@ -108,7 +64,11 @@ std::int32_t runProgram(const std::string& path, const std::vector<std::string>&
   texts.insert(texts.end(), arguments.begin(), arguments.end());
   const auto vector = argumentVector(texts);
   pid_t process = 0;
-  const int error = posix_spawn(&process, path.c_str(), NullHandles().get(), PlainSignals().get(),
+  SpawnSetup setup;
+  for (const int handle : {STDOUT_FILENO, STDERR_FILENO}) {
+    posix_spawn_file_actions_addopen(&setup.actions, handle, "/dev/null", O_WRONLY, 0);
+  }
+  const int error = posix_spawn(&process, path.c_str(), &setup.actions, &setup.attributes,
                                 vector.data(), environ);
   if (error != 0) throw posixError(path, "started", error);
   return waitForEnd(process);

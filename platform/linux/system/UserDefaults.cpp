@@ -17,6 +17,7 @@
 #include "platform/linux/system/PosixError.h"
 #include "platform/linux/system/WholeFile.h"
 #include "platform/unix/FileDescriptor.h"
+#include "platform/unix/GlibPtr.h"
 
 namespace quorvin {
 namespace {
@@ -25,15 +26,7 @@ constexpr std::size_t fileBytesMax = 1 << 20;
 constexpr mode_t ownerOnly = 0600;
 constexpr auto group = "defaults";
 
-struct FreeKeyFile {
-  void operator()(GKeyFile* file) const { g_key_file_free(file); }
-};
-using KeyFile = std::unique_ptr<GKeyFile, FreeKeyFile>;
-
-struct Free {
-  void operator()(char* text) const { g_free(text); }
-};
-using Text = std::unique_ptr<char, Free>;
+using KeyFile = GlibPtr<GKeyFile>;
 
 // An empty one removes its key.
 using Changes = std::map<std::string, std::optional<std::string>>;
@@ -82,7 +75,7 @@ void change(GKeyFile* file, const std::string& key, const std::optional<std::str
 
 void write(const std::string& path, GKeyFile* file) {
   gsize length = 0;
-  const Text text(g_key_file_to_data(file, &length, nullptr));
+  const GlibPtr<char> text(g_key_file_to_data(file, &length, nullptr));
   if (length > fileBytesMax) throw posixError(path, "written", EFBIG);
   try {
     // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): a text is bytes on the disk
@@ -107,13 +100,10 @@ std::optional<std::string> readString(const std::string& path, const std::string
   const auto file = parse(*content);
   if (file == nullptr) return {};
   GError* error = nullptr;
-  const Text text(g_key_file_get_string(file.get(), group, key.c_str(), &error));
+  const GlibPtr<char> text(g_key_file_get_string(file.get(), group, key.c_str(), &error));
+  const GlibPtr<GError> reason(error);
   // A value with a broken escape comes together with an error.
-  if (error != nullptr) {
-    g_error_free(error);
-    return {};
-  }
-  return text.get();
+  return reason ? std::nullopt : std::optional<std::string>(text.get());
 }
 
 // Whether the file says all of this already.
@@ -164,7 +154,7 @@ void LinuxUserDefaults::setBool(bool value, const std::string& key) {
 }
 
 void LinuxUserDefaults::setString(const std::string& value, const std::string& key) {
-  const Text valid(g_utf8_make_valid(value.data(), static_cast<gssize>(value.size())));
+  const GlibPtr<char> valid(g_utf8_make_valid(value.data(), static_cast<gssize>(value.size())));
   changes[key] = valid.get();
 }
 

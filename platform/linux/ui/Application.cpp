@@ -12,6 +12,7 @@
 #include "platform/linux/dispatch/Dispatch.h"
 #include "platform/linux/link/UiProgram.h"
 #include "platform/linux/ui/NotificationCenter.h"
+#include "platform/unix/GlibPtr.h"
 
 namespace quorvin {
 namespace {
@@ -150,8 +151,7 @@ void LinuxApplication::load(const ApplicationFactories& factories, FileDescripto
 }
 
 void LinuxApplication::runLoop() {
-  const std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> running(
-      g_main_loop_new(context, FALSE), &g_main_loop_unref);
+  const GlibPtr<GMainLoop> running(g_main_loop_new(context, FALSE));
   loop = running.get();
   g_main_loop_run(loop);
   loop = nullptr;

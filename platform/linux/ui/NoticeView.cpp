@@ -1,7 +1,8 @@
 #include "platform/linux/ui/NoticeView.h"
 
-#include <memory>
 #include <numbers>
+
+#include "platform/unix/GlibPtr.h"
 
 namespace quorvin {
 namespace {
@@ -77,8 +78,7 @@ gboolean drawPicture(GtkWidget* widget, cairo_t* cairo, gpointer /*data*/) noexc
 }
 
 void applyStyle(GtkWidget* widget, const char* styleClass) {
-  const std::unique_ptr<GtkCssProvider, decltype(&g_object_unref)> provider(gtk_css_provider_new(),
-                                                                            &g_object_unref);
+  const GlibPtr<GtkCssProvider> provider(gtk_css_provider_new());
   gtk_css_provider_load_from_data(provider.get(), style, -1, nullptr);
   auto* context = gtk_widget_get_style_context(widget);
   gtk_style_context_add_class(context, styleClass);
