@@ -4,8 +4,7 @@
 #include <utility>
 
 #include "platform/flutter/LittleEndian.h"
-#include "platform/flutter/MessageFormat.h"
-#include "platform/flutter/MessageWriter.h"
+#include "platform/flutter/MessageCoding.h"
 #include "platform/flutter/Utf8.h"
 
 namespace quorvin {

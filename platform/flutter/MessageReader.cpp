@@ -1,10 +1,9 @@
-#include "platform/flutter/MessageReader.h"
-
 #include <algorithm>
 #include <string_view>
 #include <utility>
 
 #include "platform/flutter/LittleEndian.h"
+#include "platform/flutter/MessageCoding.h"
 #include "platform/flutter/StandardMessageCodec.h"
 #include "platform/flutter/Utf8.h"
 
@@ -168,6 +167,13 @@ std::optional<std::string> MessageReader::readOptionalText() {
   const auto* text = value.as<std::string>();
   if (text == nullptr) throw CodecError("text or null expected", start);
   return *text;
+}
+
+Value decodeMessage(std::span<const std::uint8_t> message) {
+  MessageReader reader(message);
+  Value value = reader.readValue();
+  reader.expectEnd();
+  return value;
 }
 
 }  // namespace quorvin

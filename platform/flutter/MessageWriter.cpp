@@ -1,5 +1,3 @@
-#include "platform/flutter/MessageWriter.h"
-
 #include <cstdint>
 #include <limits>
 #include <span>
@@ -10,7 +8,7 @@
 #include <vector>
 
 #include "platform/flutter/LittleEndian.h"
-#include "platform/flutter/MessageFormat.h"
+#include "platform/flutter/MessageCoding.h"
 #include "platform/flutter/StandardMessageCodec.h"
 #include "platform/flutter/Utf8.h"
 
@@ -169,6 +167,13 @@ std::size_t measureValue(const Value& value, std::size_t offset) {
 void appendValue(const Value& value, std::size_t origin, Bytes& out) {
   Append append(out, origin);
   Writer<Append>(append).write(value);
+}
+
+Bytes encodeMessage(const Value& value) {
+  Bytes message;
+  message.reserve(measureValue(value, 0));
+  appendValue(value, 0, message);
+  return message;
 }
 
 }  // namespace quorvin

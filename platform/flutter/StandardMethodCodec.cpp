@@ -5,9 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/flutter/MessageFormat.h"
-#include "platform/flutter/MessageReader.h"
-#include "platform/flutter/MessageWriter.h"
+#include "platform/flutter/MessageCoding.h"
 
 namespace quorvin {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/Application.h"
-#include "platform/macos/NotificationObject.h"
+#import "platform/macos/Notifications.h"
 #include "platform/macos/Window.h"
 
 namespace quorvin {

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/macos/NibFactories.h"
+#import "platform/macos/NibClasses.h"
 
 namespace quorvin {
 

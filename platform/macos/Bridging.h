@@ -2,7 +2,7 @@
 
 #import <Foundation/Foundation.h>
 
-#include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -20,12 +20,13 @@ std::string toString(NSString* _Nullable text);
 // Domain, code and localized description. An error that a failed call left out becomes one without
 // a description.
 Error toError(NSError* _Nullable error);
+// For completion handlers, to which nil says that there was no error.
+inline std::optional<Error> toOptionalError(NSError* _Nullable error) {
+  if (error == nil) return std::nullopt;
+  return toError(error);
+}
 
 // Shares the bytes, or copies them when they may still change; nil gives an empty run.
 Data toData(NSData* _Nullable bytes);
-
-// Bytes of the well-formed character that the text begins with (RFC 3629): 1 to 4, or 0 when it is
-// empty or begins with an ill-formed byte.
-std::size_t utf8CharacterLength(std::string_view text);
 
 }  // namespace quorvin

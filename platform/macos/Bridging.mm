@@ -2,32 +2,13 @@
 
 #import <CoreFoundation/CoreFoundation.h>
 
-#include <cstdint>
 #include <memory>
 #include <vector>
 
+#include "platform/flutter/Utf8.h"
+
 namespace quorvin {
 namespace {
-
-struct CharacterForm {
-  std::size_t length;
-  unsigned char secondMin;
-  unsigned char secondMax;
-};
-
-// What must follow a first byte, by table 3-7 of the Unicode Standard; length 0 for a byte that
-// begins no character.
-CharacterForm formOf(unsigned char first) {
-  if (first < 0x80) return {1, 0, 0};
-  if (first < 0xC2 || first > 0xF4) return {0, 0, 0};
-  if (first < 0xE0) return {2, 0x80, 0xBF};
-  if (first == 0xE0) return {3, 0xA0, 0xBF};
-  if (first == 0xED) return {3, 0x80, 0x9F};
-  if (first < 0xF0) return {3, 0x80, 0xBF};
-  if (first == 0xF0) return {4, 0x90, 0xBF};
-  if (first == 0xF4) return {4, 0x80, 0x8F};
-  return {4, 0x80, 0xBF};
-}
 
 char32_t codePointOf(std::string_view character) {
   const auto byteAt = [character](std::size_t index) {
@@ -51,20 +32,6 @@ void appendUtf16(std::vector<unichar>& units, char32_t point) {
 }
 
 }  // namespace
-
-std::size_t utf8CharacterLength(std::string_view text) {
-  if (text.empty()) return 0;
-  const auto form = formOf(static_cast<unsigned char>(text[0]));
-  if (form.length > text.size()) return 0;
-  for (std::size_t index = 1; index < form.length; ++index) {
-    const auto byte = static_cast<unsigned char>(text[index]);
-    const bool isSecond = index == 1;
-    if (byte < (isSecond ? form.secondMin : 0x80) || byte > (isSecond ? form.secondMax : 0xBF)) {
-      return 0;
-    }
-  }
-  return form.length;
-}
 
 // Decoded here, since Foundation gives nothing for a text with an ill-formed byte and leaves out a
 // byte order mark.

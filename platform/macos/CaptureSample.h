@@ -1,7 +1,9 @@
 #pragma once
 
 #import <CoreMedia/CoreMedia.h>
+#import <CoreVideo/CoreVideo.h>
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -9,6 +11,22 @@
 #include "platform/ScreenCapture.h"
 
 namespace quorvin {
+
+// A pixel buffer of Core Video's, held for as long as this lives. Any thread.
+class MacPixelBuffer final : public PixelBuffer {
+ public:
+  explicit MacPixelBuffer(CVPixelBufferRef buffer) : buffer(CVPixelBufferRetain(buffer)) {}
+  ~MacPixelBuffer() override { CVPixelBufferRelease(buffer); }
+
+  [[nodiscard]] std::size_t widthPx() const override { return CVPixelBufferGetWidth(buffer); }
+  [[nodiscard]] std::size_t heightPx() const override { return CVPixelBufferGetHeight(buffer); }
+
+  // For encoders; valid while this object lives.
+  [[nodiscard]] CVPixelBufferRef pixelBuffer() const { return buffer; }
+
+ private:
+  CVPixelBufferRef buffer;
+};
 
 // A view of a sample buffer that somebody else keeps alive: valid inside the callback it came with.
 class MacCaptureSample final : public CaptureSample {

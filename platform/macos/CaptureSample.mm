@@ -5,8 +5,6 @@
 
 #include <cstdint>
 
-#include "platform/macos/PixelBuffer.h"
-
 namespace quorvin {
 namespace {
 

@@ -3,7 +3,7 @@
 #import <CoreMedia/CoreMedia.h>
 #import <Foundation/Foundation.h>
 
-#include "platform/macos/PixelBuffer.h"
+#import "platform/macos/CaptureSample.h"
 
 namespace quorvin {
 namespace {

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <span>
 
-#include "platform/macos/PixelBuffer.h"
+#import "platform/macos/CaptureSample.h"
 
 namespace quorvin {
 namespace {

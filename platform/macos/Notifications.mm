@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "platform/Fatal.h"
-#include "platform/macos/NotificationObject.h"
 
 namespace quorvin {
 namespace {

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "platform/Fatal.h"
-#include "platform/macos/OptionalError.h"
+#import "platform/macos/Bridging.h"
 #include "platform/macos/ScreenStream.h"
 
 namespace quorvin {

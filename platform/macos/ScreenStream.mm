@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "platform/Fatal.h"
+#import "platform/macos/Bridging.h"
 #include "platform/macos/Dispatch.h"
-#include "platform/macos/OptionalError.h"
 
 namespace quorvin {
 namespace {

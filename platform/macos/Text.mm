@@ -6,6 +6,8 @@
 
 #import "platform/macos/Bridging.h"
 
+#include "platform/flutter/Utf8.h"
+
 namespace quorvin {
 namespace {
 

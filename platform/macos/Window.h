@@ -7,7 +7,7 @@
 #include <string>
 
 #include "platform/Application.h"
-#include "platform/macos/NotificationObject.h"
+#import "platform/macos/Notifications.h"
 
 namespace quorvin {
 

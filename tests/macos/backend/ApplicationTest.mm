@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/macos/NibFactories.h"
+#import "platform/macos/NibClasses.h"
 #include "tests/macos/backend/ApplicationFixture.h"
 
 namespace quorvin {

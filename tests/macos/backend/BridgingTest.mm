@@ -55,39 +55,6 @@ TEST_F(BridgingTest, ReplacesEveryIllFormedByte) {
   EXPECT_EQ(repaired("\x80é"), mark + "é");
 }
 
-TEST_F(BridgingTest, KnowsWhatIsACharacterOfUtf8) {
-  EXPECT_EQ(utf8CharacterLength(""), 0U);
-  EXPECT_EQ(utf8CharacterLength("a"), 1U);
-  EXPECT_EQ(utf8CharacterLength("\xC2\x80"), 2U);
-  EXPECT_EQ(utf8CharacterLength("\xDF\xBFx"), 2U);
-  EXPECT_EQ(utf8CharacterLength("\xE0\xA0\x80"), 3U);
-  EXPECT_EQ(utf8CharacterLength("\xE1\x80\x80"), 3U);
-  EXPECT_EQ(utf8CharacterLength("\xED\x9F\xBF"), 3U);
-  EXPECT_EQ(utf8CharacterLength("\xEF\xBF\xBD"), 3U);
-  EXPECT_EQ(utf8CharacterLength("\xF0\x90\x80\x80"), 4U);
-  EXPECT_EQ(utf8CharacterLength("\xF1\x80\x80\x80"), 4U);
-  EXPECT_EQ(utf8CharacterLength("\xF4\x8F\xBF\xBF"), 4U);
-}
-
-TEST_F(BridgingTest, KnowsWhatIsNoCharacterOfUtf8) {
-  constexpr std::array illFormed{
-      "\x80",              // a byte that only follows
-      "\xC0\x80",          // two bytes for what one says
-      "\xC1\xBF",          //
-      "\xE0\x9F\xBF",      // three bytes for what two say
-      "\xED\xA0\x80",      // a surrogate
-      "\xF0\x8F\xBF\xBF",  // four bytes for what three say
-      "\xF4\x90\x80\x80",  // above U+10FFFF
-      "\xF5\x80\x80\x80",  //
-      "\xFF",              //
-      "\xC3(",             // cut short by another character
-      "\xE2\x82(",         //
-      "\xF0\x9F\x98(",     //
-      "\xF0\x9F\x98",      // cut short by the end
-  };
-  for (const auto* bytes : illFormed) EXPECT_EQ(utf8CharacterLength(bytes), 0U) << bytes;
-}
-
 TEST_F(BridgingTest, TakesNoTextForAnEmptyOne) {
   EXPECT_EQ(toString(nil), "");
   EXPECT_EQ(toString(@""), "");

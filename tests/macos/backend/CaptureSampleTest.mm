@@ -7,7 +7,6 @@
 
 #include <limits>
 
-#include "platform/macos/PixelBuffer.h"
 #include "tests/macos/standin/StandInTest.h"
 
 namespace quorvin {

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/macos/PixelBuffer.h"
+#import "platform/macos/CaptureSample.h"
 #include "platform/macos/VideoEncoder.h"
 #include "tests/macos/standin/StandInTest.h"
 

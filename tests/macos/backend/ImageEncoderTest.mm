@@ -7,7 +7,7 @@
 
 #include <gmock/gmock.h>
 
-#include "platform/macos/PixelBuffer.h"
+#import "platform/macos/CaptureSample.h"
 #include "tests/macos/standin/StandInTest.h"
 
 namespace quorvin {

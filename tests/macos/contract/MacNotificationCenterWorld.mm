@@ -2,8 +2,7 @@
 
 #include <memory>
 
-#include "platform/macos/NotificationObject.h"
-#include "platform/macos/Notifications.h"
+#import "platform/macos/Notifications.h"
 #include "tests/contract/NotificationCenterContract.h"
 
 namespace quorvin::contract {

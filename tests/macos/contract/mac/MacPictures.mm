@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <stdexcept>
 
-#include "platform/macos/PixelBuffer.h"
+#import "platform/macos/CaptureSample.h"
 
 namespace quorvin::contract {
 namespace {

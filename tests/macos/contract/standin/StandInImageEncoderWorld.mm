@@ -4,8 +4,8 @@
 #include <memory>
 #include <stdexcept>
 
+#import "platform/macos/CaptureSample.h"
 #include "platform/macos/ImageEncoder.h"
-#include "platform/macos/PixelBuffer.h"
 #include "tests/contract/ForeignPixelBuffer.h"
 #include "tests/contract/ImageEncoderContract.h"
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <stdexcept>
 
-#include "platform/macos/PixelBuffer.h"
+#import "platform/macos/CaptureSample.h"
 #include "platform/macos/VideoEncoder.h"
 #include "tests/contract/ForeignPixelBuffer.h"
 #include "tests/contract/VideoEncoderContract.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+#import <FlutterMacOS/FlutterMacOS.h>
+
 #include "platform/Application.h"
 
 namespace quorvin {
@@ -9,3 +11,12 @@ namespace quorvin {
 ApplicationFactories& nibFactories();
 
 }  // namespace quorvin
+
+// The application's delegate, named by the main nib. Its part of the program may end the process
+// while it is being made.
+@interface AppDelegate : FlutterAppDelegate
+@end
+
+// The application's window, named by the main nib.
+@interface MainFlutterWindow : NSWindow
+@end

@@ -7,10 +7,42 @@
 #include <string>
 #include <vector>
 
+#include "platform/Data.h"
 #include "platform/Value.h"
-#include "platform/flutter/MessageFormat.h"
 
 namespace quorvin {
+
+// The type byte in front of every value of a message.
+enum class MessageTag : std::uint8_t {
+  null = 0,
+  boolTrue = 1,
+  boolFalse = 2,
+  int32 = 3,
+  int64 = 4,
+  bigInteger = 5,  // as hexadecimal text; read, never written
+  float64 = 6,
+  text = 7,
+  uint8List = 8,
+  int32List = 9,
+  int64List = 10,
+  float64List = 11,
+  list = 12,
+  map = 13,
+  float32List = 14,
+};
+
+// The first byte of a reply or event: what follows it.
+inline constexpr std::uint8_t successMark = 0;
+inline constexpr std::uint8_t errorMark = 1;
+
+// A size is one byte below the first mark; a mark says that 16 or 32 bits follow.
+inline constexpr std::uint8_t size16Mark = 254;
+inline constexpr std::uint8_t size32Mark = 255;
+
+// Zero bytes in front of a number at `offset`, which counts from the start of the message.
+[[nodiscard]] constexpr std::size_t paddingAt(std::size_t offset, std::size_t alignment) {
+  return (alignment - offset % alignment) % alignment;
+}
 
 // Reads the values of one message one after the other. `message` must outlive the reader, not
 // the values. Every member throws CodecError for bytes that break the format; the reader is of no
@@ -56,5 +88,15 @@ class MessageReader {
   std::size_t valuesLeft;
   int nesting = 0;
 };
+
+// The steps that the codecs write with: measure first, then append into a buffer of the exact
+// size, so that large values are copied once and nothing is allocated twice. Both throw
+// CodecError for a value that the format cannot say.
+
+// The offset behind the value if it were written at `offset` of its message.
+[[nodiscard]] std::size_t measureValue(const Value& value, std::size_t offset);
+
+// `origin` is where in `out` the message starts, from which alignment counts.
+void appendValue(const Value& value, std::size_t origin, Bytes& out);
 
 }  // namespace quorvin
