@@ -1,13 +1,10 @@
 #include "platform/linux/system/Files.h"
 
-#include <fcntl.h>
 #include <glib.h>
 #include <pwd.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <string>
@@ -16,7 +13,6 @@
 
 #include "platform/linux/system/PosixError.h"
 #include "platform/linux/system/WholeFile.h"
-#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
 namespace {
@@ -31,19 +27,6 @@ constexpr std::size_t fileBytesMax = 1 << 24;
 
 void requireSuccess(const fs::path& path, const std::string& what, const std::error_code& code) {
   if (code) fail(path, what, code);
-}
-
-std::optional<Bytes> readToEnd(int descriptor) {
-  Bytes content;
-  std::array<std::uint8_t, 16'384> part{};
-  while (true) {
-    const auto count = read(descriptor, part.data(), part.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return {};
-    if (count == 0) return content;
-    content.insert(content.end(), part.begin(), part.begin() + count);
-    if (content.size() > fileBytesMax) return {};
-  }
 }
 
 // The same place, below the folder's given name; nothing when it does not lie in that folder. What
@@ -125,13 +108,9 @@ void LinuxFiles::createDirectory(const fs::path& path) {
 }
 
 std::optional<Data> LinuxFiles::contents(const fs::path& path) {
-  // Without O_NONBLOCK a named pipe would hold up the open.
-  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  struct stat status {};
-  if (!file.isOpen() || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
-  auto content = readToEnd(file.get());
+  const auto content = readRegularFile(path, fileBytesMax);
   if (!content) return {};
-  return Data(std::move(*content));
+  return Data(Bytes(content->begin(), content->end()));
 }
 
 void LinuxFiles::writeAtomically(std::span<const std::uint8_t> bytes, const fs::path& path) {

@@ -162,7 +162,7 @@ std::optional<std::string> prettyHostName(std::string_view machineInfo) {
 }
 
 std::optional<std::string> computerName(const std::string& machineInfoPath) {
-  const auto machineInfo = readTextFile(machineInfoPath, machineInfoBytesMax);
+  const auto machineInfo = readRegularFile(machineInfoPath, machineInfoBytesMax);
   const auto pretty = machineInfo ? prettyHostName(*machineInfo) : std::nullopt;
   return pretty ? pretty : hostName();
 }

@@ -58,7 +58,7 @@ KeyFile load(const std::string& path) {
     if (errno == ENOENT) return parse({});
     throw posixError(path, "read", errno);
   }
-  if (const auto content = readTextFile(path, fileBytesMax)) {
+  if (const auto content = readRegularFile(path, fileBytesMax)) {
     if (auto parsed = parse(*content)) return parsed;
   }
   putAside(path);
@@ -94,7 +94,7 @@ const char* absolutePathIn(const char* variable) {
 
 // Nothing when the file or the key is missing or cannot be understood.
 std::optional<std::string> readString(const std::string& path, const std::string& key) {
-  const auto content = readTextFile(path, fileBytesMax);
+  const auto content = readRegularFile(path, fileBytesMax);
   // GLib would take a key only up to an embedded NUL.
   if (!content || key.find('\0') != std::string::npos) return {};
   const auto file = parse(*content);

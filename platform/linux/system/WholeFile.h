@@ -13,8 +13,8 @@ namespace quorvin {
 
 // The whole content of a regular file, or nothing when it cannot be read, is something else than a
 // regular file or holds more than `bytesMax`. Any thread.
-[[nodiscard]] std::optional<std::string> readTextFile(const std::string& path,
-                                                      std::size_t bytesMax);
+[[nodiscard]] std::optional<std::string> readRegularFile(const std::filesystem::path& path,
+                                                         std::size_t bytesMax);
 
 // Replaces the file at the path in one step: a file beside it is written, brought to the disk and
 // given its name. Nothing but the old file is left after a failure, which is thrown as
