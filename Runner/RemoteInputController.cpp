@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cmath>
 #include <string_view>
 #include <utility>
@@ -111,6 +112,10 @@ RemoteInputController::RemoteInputController(InputEvents& inputEvents, Bounds bo
       source(inputEvents.createSource(EventSourceState::combinedSession)),
       bounds(std::move(bounds)),
       post(std::move(post)) {}
+
+RemoteInputController::~RemoteInputController() {
+  assert(buttons.empty() && keys.empty());
+}
 
 void RemoteInputController::apply(const Map& event) {
   const auto* value = event.find("action");

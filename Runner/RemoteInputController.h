@@ -28,6 +28,10 @@ class RemoteInputController {
   // Posts at the session event tap.
   RemoteInputController(InputEvents& inputEvents, Bounds bounds);
   RemoteInputController(InputEvents& inputEvents, Bounds bounds, Post post);
+  RemoteInputController(const RemoteInputController&) = delete;
+  RemoteInputController& operator=(const RemoteInputController&) = delete;
+  // Nothing may be held any more.
+  ~RemoteInputController();
 
   // Posts the event, if the system can make it. Throws Error when the map is no good event; then
   // nothing has changed and nothing was posted.

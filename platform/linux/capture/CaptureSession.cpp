@@ -1,6 +1,7 @@
 #include "platform/linux/capture/CaptureSession.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include "platform/linux/x11/X11Error.h"
 
@@ -59,6 +60,7 @@ void CaptureSession::configure(const CaptureSettings& newSettings) {
 }
 
 CaptureStep CaptureSession::step(CaptureTime now) {
+  assert(thread.isCurrent());
   handleEvents();
   trackDisplay(now);
   const bool canCapture = display.isPresent() && composer.canCompose();

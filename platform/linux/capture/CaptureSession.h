@@ -11,6 +11,7 @@
 #include "platform/linux/capture/X11DamageMonitor.h"
 #include "platform/linux/capture/X11DisplayTracker.h"
 #include "platform/linux/x11/X11Server.h"
+#include "platform/unix/ThreadCheck.h"
 
 namespace quorvin {
 
@@ -65,6 +66,7 @@ class CaptureSession {
   [[nodiscard]] bool cursorChanged();
   void frameFailed(CaptureTime now);
 
+  ThreadCheck thread;  // from the first step on
   X11Server server;
   X11Connection& connection = server.connection;
   const X11Extensions& extensions = server.extensions;

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -73,6 +74,7 @@ SerialQueueThread::SerialQueueThread(const std::string& label, QualityOfService 
     : thread([this, name = threadName(label), qos] { run(name, qos); }) {}
 
 SerialQueueThread::~SerialQueueThread() {
+  assert(thread.get_id() != std::this_thread::get_id());
   close();
   thread.join();
 }

@@ -1,6 +1,7 @@
 #include "platform/linux/dispatch/TaskQueue.h"
 
 #include <algorithm>
+#include <cassert>
 #include <chrono>
 #include <ctime>
 #include <limits>
@@ -45,7 +46,9 @@ std::uint64_t nextFireNs(std::uint64_t dueNs, std::uint64_t repeatingNs, std::ui
 
 TaskQueue::TaskQueue(Task wakeRunner) : wakeRunner(std::move(wakeRunner)) {}
 
-TaskQueue::~TaskQueue() = default;
+TaskQueue::~TaskQueue() {
+  assert(tasks.empty());
+}
 
 void TaskQueue::wake() {
   changed.notify_one();

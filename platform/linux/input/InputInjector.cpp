@@ -2,6 +2,7 @@
 
 #include <xcb/xtest.h>
 
+#include <cassert>
 #include <utility>
 #include <variant>
 
@@ -28,6 +29,7 @@ InputInjector::InputInjector(X11Connection& connection, InputJournal& journal)
       pointer(writer, journal) {}
 
 void InputInjector::prepare() {
+  assert(thread.isCurrent());
   canInject = hasXTest(connection);
   if (!canInject) return;
   journal.prepare();
@@ -47,17 +49,20 @@ InputInjector::~InputInjector() {
   if (connection.isBroken()) return;
   pointer.releaseAll();
   if (keys) keys->leave();
+  assert(pointer.held().empty() && (!keys || keys->pendingReleases().keycodes.empty()));
   // A local socket that is closed while something unread lies in it takes along what the server
   // has not read yet.
   writer.sync();
 }
 
 void InputInjector::post(const LinuxInputEvent::Record& record) {
+  assert(thread.isCurrent());
   if (canInject) std::visit([this](const auto& one) { post(one); }, record);
   writer.requestReply();
 }
 
 bool InputInjector::takeNews() {
+  assert(thread.isCurrent());
   bool haveDisplaysChanged = false;
   handleEvents();
   while (monitorWatch.takeChange()) {

@@ -13,6 +13,7 @@
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11Extensions.h"
 #include "platform/linux/x11/X11Monitors.h"
+#include "platform/unix/ThreadCheck.h"
 
 namespace quorvin {
 
@@ -55,6 +56,7 @@ class InputInjector {
   void post(const KeyRecord& record);
   void handleEvents();
 
+  ThreadCheck thread;
   X11Connection& connection;
   InputJournal& journal;
   const X11Extensions extensions;

@@ -1,5 +1,6 @@
 #include "platform/linux/link/Messenger.h"
 
+#include <cassert>
 #include <utility>
 
 namespace quorvin {
@@ -28,11 +29,13 @@ void LinuxMessenger::shutDown() {
 
 void LinuxMessenger::setHandler(const std::string& channel,
                                 std::shared_ptr<ChannelHandler> handler) {
+  assert(thread.isCurrent());
   // The former handler, kept here until the new one is in its place: its end may call back.
   const auto former = std::exchange(handlers[channel], std::move(handler));
 }
 
 void LinuxMessenger::removeHandler(const std::string& channel, const ChannelHandler* handler) {
+  assert(thread.isCurrent());
   const auto entry = handlers.find(channel);
   if (entry == handlers.end() || entry->second.get() != handler) return;
   const auto removed = handlers.extract(entry);
@@ -51,6 +54,7 @@ void LinuxMessenger::dropEvent(std::string_view channel) {
 }
 
 void LinuxMessenger::onMessage(const LinkFrame& message) {
+  assert(thread.isCurrent());
   auto answer = makeAnswer(message.id);
   const auto entry = handlers.find(message.channel);
   if (entry == handlers.end()) return answer(std::nullopt);
@@ -71,6 +75,7 @@ MessageAnswer LinuxMessenger::makeAnswer(std::uint32_t id) {
 }
 
 void LinuxMessenger::cancelListeners() {
+  assert(thread.isCurrent());
   const auto cancelled = handlers;  // a cancelled listener may change the handlers
   for (const auto& [channel, handler] : cancelled) handler->cancelListener();
 }

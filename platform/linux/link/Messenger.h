@@ -14,6 +14,7 @@
 #include "platform/Flutter.h"
 #include "platform/linux/link/UiLink.h"
 #include "platform/unix/FileDescriptor.h"
+#include "platform/unix/ThreadCheck.h"
 
 namespace quorvin {
 
@@ -62,6 +63,7 @@ class LinuxMessenger final : public FlutterBinaryMessenger,
   [[nodiscard]] MessageAnswer makeAnswer(std::uint32_t id);
   void cancelListeners();
 
+  ThreadCheck thread;
   std::shared_ptr<UiLink> link;
   std::map<std::string, std::shared_ptr<ChannelHandler>> handlers;
 };

@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <string>
 #include <utility>
@@ -58,6 +59,7 @@ MainLoopSource::Next UiLink::onReadable() {
 // Reads no further than a complete message, so that memory holds one message at most however much
 // the other side sends.
 UiLink::Reading UiLink::readSome() {
+  assert(thread.isCurrent());
   int messagesLeft = messagesPerTurn;
   std::size_t bytesLeft = bytesReadPerTurn;
   while (true) {
@@ -120,6 +122,7 @@ void UiLink::reply(std::uint32_t id, std::optional<Bytes> payload) {
 }
 
 void UiLink::sendEvent(std::string_view channel, Value event) {
+  assert(thread.isCurrent());
   if (!isOpen()) return;
   queue.pushEvent(channel, std::move(event));
   flush();
@@ -140,11 +143,13 @@ void UiLink::sendMessage(std::string_view channel, Bytes payload) {
 
 // The link is of no use when the other side takes nothing from it.
 void UiLink::push(Bytes frame) {
+  assert(thread.isCurrent());
   if (!queue.pushMessage(std::move(frame))) return fail();
   flush();
 }
 
 void UiLink::dropEvent(std::string_view channel) {
+  assert(thread.isCurrent());
   queue.dropEvent(channel);
 }
 
@@ -158,6 +163,7 @@ void UiLink::flush() {
 
 // True when something is left to write.
 bool UiLink::writeSome() {
+  assert(thread.isCurrent());
   std::size_t bytesLeft = bytesWrittenPerTurn;
   while (true) {
     const auto bytes = queue.next();

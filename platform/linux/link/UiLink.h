@@ -17,6 +17,7 @@
 #include "platform/linux/link/MessageQueue.h"
 #include "platform/unix/FileDescriptor.h"
 #include "platform/unix/MainLoopSource.h"
+#include "platform/unix/ThreadCheck.h"
 
 namespace quorvin {
 
@@ -77,6 +78,7 @@ class UiLink : public std::enable_shared_from_this<UiLink> {
   void fail();
 
   GMainContext* context;
+  ThreadCheck thread;
   FileDescriptor socket;
   Callbacks callbacks;
   LinkFrameReader reader;

@@ -1,5 +1,6 @@
 #include "platform/linux/ui/Window.h"
 
+#include <cassert>
 #include <utility>
 
 #include "platform/Fatal.h"
@@ -37,6 +38,7 @@ WindowView::Callbacks LinuxWindow::viewCallbacks(std::shared_ptr<DispatchQueue> 
 }
 
 void LinuxWindow::onViewThread(std::function<void(WindowView&)> task) {
+  assert(mainThread.isCurrent());
   thread.post([kept = windowView, task = std::move(task)] { task(*kept); });
 }
 
@@ -80,6 +82,7 @@ std::uint64_t LinuxWindow::occlusionState() {
 }
 
 void LinuxWindow::setState(WindowState now) {
+  assert(mainThread.isCurrent());
   // The view may not have heard yet.
   if (wasOrderedOut) now.isShown = false;
   const auto former = std::exchange(state, now);

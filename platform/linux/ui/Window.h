@@ -9,6 +9,7 @@
 #include "platform/Dispatch.h"
 #include "platform/linux/link/Flutter.h"
 #include "platform/linux/ui/WindowView.h"
+#include "platform/unix/ThreadCheck.h"
 
 namespace quorvin {
 
@@ -61,6 +62,7 @@ class LinuxWindow final : public Window {
   void setState(WindowState now);
 
   const GtkThread& thread;
+  ThreadCheck mainThread;
   LinuxNotificationCenter& notificationCenter;
   Callbacks callbacks;
   // By the time that news of the view is on the main thread this object may be gone.

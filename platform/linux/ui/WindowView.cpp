@@ -1,5 +1,6 @@
 #include "platform/linux/ui/WindowView.h"
 
+#include <cassert>
 #include <cmath>
 #include <utility>
 
@@ -43,12 +44,14 @@ int wholePoints(double points) {
 }  // namespace
 
 void WindowView::create() {
+  assert(thread.isCurrent());
   widget = gtk_window_new(GTK_WINDOW_TOPLEVEL);
   g_signal_connect(widget, "delete-event", G_CALLBACK(&WindowView::onDeleteEvent), this);
   watchState();
 }
 
 void WindowView::destroy() {
+  assert(thread.isCurrent());
   gtk_widget_destroy(std::exchange(widget, nullptr));
 }
 
@@ -114,6 +117,7 @@ gboolean WindowView::onUnmapEvent(GtkWidget* /*widget*/, GdkEventAny* /*event*/,
 }
 
 void WindowView::setState(const WindowState& now) {
+  assert(thread.isCurrent());
   if (now == state) return;
   state = now;
   callbacks.onStateChange(state);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/Application.h"
+#include "platform/unix/ThreadCheck.h"
 
 namespace quorvin {
 
@@ -76,6 +77,7 @@ class WindowView {
   void setState(const WindowState& now);
   [[nodiscard]] GtkWindow* window() const { return GTK_WINDOW(widget); }
 
+  ThreadCheck thread;
   Callbacks callbacks;
   GtkWidget* widget = nullptr;
   WindowState state;

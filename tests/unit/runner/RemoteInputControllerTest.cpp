@@ -46,6 +46,7 @@ TEST_F(RemoteInputControllerTest, PostsWhereItIsTold) {
   elsewhere.apply(key("keyDown", 5));
   ASSERT_EQ(posted.size(), 1U);
   EXPECT_EQ(dynamic_cast<FakeInputEvent&>(*posted[0]).content, keyEvent(5, true));
+  elsewhere.releaseAll();
   EXPECT_THAT(system.posted, IsEmpty());
 }
 

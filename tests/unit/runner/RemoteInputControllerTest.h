@@ -76,6 +76,8 @@ inline Content keyEvent(std::uint16_t code, bool down, EventFlags flags = 0) {
 // A controller on a recording fake and a display of 1920 x 1080 points.
 class RemoteInputControllerTest : public testing::Test {
  protected:
+  ~RemoteInputControllerTest() override { controller.releaseAll(); }
+
   RemoteInputController makeController() {
     return {system, [this] {
               ++boundsAsked;
