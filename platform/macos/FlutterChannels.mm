@@ -36,7 +36,7 @@ id toAnswer(const Answer& answer) {
   return std::visit(AnswerMaker(), answer);
 }
 
-::FlutterError* toOptionalError(const std::optional<FlutterError>& error) {
+::FlutterError* toFlutterError(const std::optional<FlutterError>& error) {
   return error ? AnswerMaker()(*error) : nil;
 }
 
@@ -66,11 +66,11 @@ id toAnswer(const Answer& answer) {
       sink(quorvin::toAnswer(event));
     }
   };
-  return quorvin::toOptionalError(handler->onListen(quorvin::toValue(arguments), std::move(send)));
+  return quorvin::toFlutterError(handler->onListen(quorvin::toValue(arguments), std::move(send)));
 }
 
 - (FlutterError*)onCancelWithArguments:(id)arguments {
-  return quorvin::toOptionalError(handler->onCancel(quorvin::toValue(arguments)));
+  return quorvin::toFlutterError(handler->onCancel(quorvin::toValue(arguments)));
 }
 
 @end

@@ -25,7 +25,8 @@ class MacNotificationCenter final : public NotificationCenter {
  public:
   // The sender must be the application or a window of this back end, and be there.
   [[nodiscard]] std::shared_ptr<NotificationObserver> addObserver(
-      Notification name, NotificationSender* sender, std::function<void()> handler) override;
+      Notification name, NotificationSender* _Nullable sender,
+      std::function<void()> handler) override;
   void removeObserver(const std::shared_ptr<NotificationObserver>& observer) override;
 };
 

@@ -151,8 +151,8 @@ class MainMenu(unittest.TestCase):
         self.assertEqual(window.get("visibleAtLaunch"), "YES")
 
     def test_its_classes_are_those_of_the_back_end(self):
+        source = (ROOT / "platform/macos/NibClasses.mm").read_text(encoding="utf-8")
         for name in ("AppDelegate", "MainFlutterWindow"):
-            source = (ROOT / f"platform/macos/{name}.mm").read_text(encoding="utf-8")
             self.assertRegex(source, rf"@implementation {name}\b")
 
     def test_the_menus_offer_what_people_expect(self):
