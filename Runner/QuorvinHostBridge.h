@@ -10,6 +10,10 @@
 
 namespace quorvin {
 
+// The number of the next session. Numbers are never reused, so running out of them ends the
+// process.
+[[nodiscard]] std::int64_t nextGeneration(std::int64_t generation);
+
 // The native end of the channels through which the user interface drives the host: answers its
 // method calls, keeps the one support session, sends the session's frames and errors on the event
 // channel, and lets the supporter's input through while a session lasts.

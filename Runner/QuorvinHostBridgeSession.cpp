@@ -2,12 +2,14 @@
 
 #include <cassert>
 #include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 #include <utility>
 
 #include "Runner/QuorvinHostBridge.h"
-#include "Runner/SessionGeneration.h"
+#include "platform/Fatal.h"
 
 namespace quorvin {
 
@@ -24,6 +26,13 @@ bool stoppedByUser(Platform& platform, const Error& error) {
 }
 
 }  // namespace
+
+std::int64_t nextGeneration(std::int64_t generation) {
+  if (generation == std::numeric_limits<std::int64_t>::max()) {
+    fatalError("The session counter overflowed.");
+  }
+  return generation + 1;
+}
 
 void QuorvinHostBridge::startCapture(const FlutterResult& result) {
   if (!platform.permissions.preflightScreenCaptureAccess()) {

@@ -4,13 +4,26 @@
 #include <cassert>
 #include <utility>
 
-#include "Runner/CaptureError.h"
 #include "Runner/StreamGeometry.h"
 #include "Runner/UnimplementedInitializer.h"
 
 namespace quorvin {
 
 namespace {
+
+constexpr auto captureErrorDomain = "com.quorvin.support.capture";
+
+Error noDisplayError() {
+  return {captureErrorDomain, 1, "No display is available to share."};
+}
+
+Error captureStoppedError() {
+  return {captureErrorDomain, 2, "Support was stopped."};
+}
+
+Error captureStalledError() {
+  return {captureErrorDomain, 3, "ScreenCaptureKit stopped delivering capture samples."};
+}
 
 constexpr std::uint64_t nanosecondsPerSecond = 1'000'000'000;
 constexpr std::uint64_t stallLimitNs = 6 * nanosecondsPerSecond;

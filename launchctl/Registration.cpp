@@ -1,5 +1,8 @@
 #include "launchctl/Registration.h"
 
+#include <glib.h>
+
+#include <cstdlib>
 #include <system_error>
 
 #include "launchctl/AgentProcess.h"
@@ -8,6 +11,17 @@
 
 namespace quorvin::launchctl {
 namespace {
+
+std::string variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? std::string() : value;
+}
+
+// A variable that holds no absolute path counts as not set (XDG Base Directory Specification).
+std::filesystem::path folder(const char* name, const std::filesystem::path& usual) {
+  const std::filesystem::path value = variable(name);
+  return value.is_absolute() ? value : usual;
+}
 
 std::filesystem::path unitFolder(const Environment& environment) {
   return environment.configFolder / "systemd" / "user";
@@ -19,6 +33,15 @@ bool isLink(const std::filesystem::path& path) {
 }
 
 }  // namespace
+
+Environment Environment::fromEnvironment() {
+  const std::filesystem::path home = g_get_home_dir();  // HOME, or else the user's entry
+  if (!home.is_absolute()) throw LaunchctlError("there is no home folder; set HOME");
+  const auto systemctl = variable("QUORVIN_SYSTEMCTL");
+  return {folder("XDG_CONFIG_HOME", home / ".config"),
+          folder("XDG_STATE_HOME", home / ".local" / "state") / "quorvin-launchctl",
+          systemctl.empty() ? "systemctl" : systemctl};
+}
 
 Registration::Registration(std::string agentLabel, const Environment& environment)
     : label(std::move(agentLabel)),

@@ -1,15 +1,25 @@
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "launchctl/AgentFile.h"
-#include "launchctl/Environment.h"
 #include "launchctl/ManagedFile.h"
 #include "launchctl/UserManager.h"
 
 namespace quorvin::launchctl {
+
+// What the program takes from its environment.
+struct Environment {
+  std::filesystem::path configFolder;  // XDG_CONFIG_HOME
+  std::filesystem::path stateFolder;   // this program's own, below XDG_STATE_HOME
+  std::string systemctl;               // QUORVIN_SYSTEMCTL, or "systemctl"
+
+  // Throws LaunchctlError when there is no home folder.
+  [[nodiscard]] static Environment fromEnvironment();
+};
 
 // One agent's place in the user's login.
 //

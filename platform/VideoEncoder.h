@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "platform/Interface.h"
-#include "platform/MediaTime.h"
 #include "platform/ScreenCapture.h"
 
 namespace quorvin {

@@ -7,7 +7,7 @@
 
 #include "platform/ScreenCapture.h"
 #include "platform/linux/frame/DamageHistory.h"
-#include "platform/unix/EventFd.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
 

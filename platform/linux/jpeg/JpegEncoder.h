@@ -9,7 +9,6 @@
 
 #include "platform/Data.h"
 #include "platform/linux/frame/CapturedFrame.h"
-#include "platform/linux/jpeg/CodedRect.h"
 #include "platform/linux/jpeg/FrameBufferPool.h"
 #include "platform/linux/jpeg/JpegFile.h"
 #include "platform/linux/jpeg/SegmentPlan.h"

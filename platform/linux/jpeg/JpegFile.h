@@ -6,18 +6,44 @@
 #include <vector>
 
 #include "platform/Data.h"
+#include "platform/linux/frame/CapturedFrame.h"
 #include "platform/linux/jpeg/FrameBufferPool.h"
+#include "platform/linux/jpeg/SegmentPlan.h"
 
 namespace quorvin {
 
 // Segments that follow each other in memory, each with the marker behind it. Segment i is what lies
-// from `bounds[i]` up to `bounds[i + 1]`, counted from `origin`.
+// from `offsets[i]` up to `offsets[i + 1]`, counted from `origin`.
 struct Segments {
   const std::uint8_t* origin = nullptr;
   std::span<const std::size_t> offsets;
 
   [[nodiscard]] std::size_t count() const { return offsets.size() - 1; }
   [[nodiscard]] std::size_t sizeBytes() const { return offsets.back() - offsets.front(); }
+};
+
+// A rectangle of segments, coded in one go: libjpeg needs as long to begin as it does for a tenth
+// of a row of a large screen. Reused from frame to frame. One thread at a time.
+class CodedRect {
+ public:
+  // False when memory is exhausted.
+  [[nodiscard]] bool code(const CapturedFrame& frame, const JpegParams& params,
+                          const SegmentRect& rect);
+
+  // Of the last `code` that came true, and up to the next.
+  [[nodiscard]] const SegmentRect& position() const { return coded; }
+  // The segments of one of its MCU rows, counted from 0.
+  [[nodiscard]] Segments row(int number) const;
+
+  [[nodiscard]] std::size_t capacityBytes() const { return bytes.capacityBytes(); }
+  void releaseSpare() { static_cast<void>(bytes.setCapacity(bytes.written().size())); }
+
+ private:
+  [[nodiscard]] bool findOffsets();
+
+  SegmentRect coded;
+  ByteBuffer bytes;                  // a file of its own
+  std::vector<std::size_t> offsets;  // as in Segments
 };
 
 // A finished file, and where in it each segment begins; the last entry is where it ends.

@@ -1,7 +1,6 @@
 #include <limits>
 #include <utility>
 
-#include "Runner/SessionGeneration.h"
 #include "tests/unit/runner/BridgeTest.h"
 
 namespace quorvin {
