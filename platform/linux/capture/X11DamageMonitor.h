@@ -17,7 +17,10 @@ enum class DamageReport {
   something,  // once, that there are any
   // Where they are, and again when they have spread. Only for connections over which no pixels
   // come: a server that replies with pixels may take the pointer off the screen for that, and
-  // Xorg's then put such a report, of an empty area, into the middle of its reply.
+  // Xorg's then put such a report, of an empty area, into the middle of its reply
+  // (miSpriteGetImage in
+  // https://gitlab.freedesktop.org/xorg/xserver/-/blob/xorg-server-21.1.7/mi/misprite.c, and a
+  // trace of the bytes).
   bounds,
 };
 

@@ -53,7 +53,7 @@ class KeyboardMap {
   [[nodiscard]] std::optional<LevelModifiers> modifiersFor(Keycode keycode, std::uint32_t symbol,
                                                            const KeyboardState& state,
                                                            LevelModifiers held) const;
-  // The key that has this symbol without any modifier.
+  // The key that has this symbol without any modifier, in that layout (XKB's group, from 0).
   [[nodiscard]] std::optional<Keycode> findPlain(std::uint32_t symbol, std::uint32_t group,
                                                  Keycode preferred,
                                                  const std::set<Keycode>& excluded) const;

@@ -44,6 +44,7 @@ class PointerInjector {
  private:
   void press(std::uint8_t button);
   void release(std::uint8_t button);
+  // `forwards` is the button for a positive number of clicks, `backwards` for a negative one.
   void click(std::int32_t clicks, std::uint8_t forwards, std::uint8_t backwards);
 
   XTestWriter& writer;

@@ -17,7 +17,8 @@ enum class X11PixelFormat {
 // Throws Error when the root window's pixels are of another kind.
 [[nodiscard]] X11PixelFormat rootPixelFormat(X11Connection& connection);
 
-// Writes `width` by `height` pixels with 8 bits a colour, blue first. The areas must not overlap.
+// Writes `width` by `height` pixels with 8 bits a colour, blue first. Strides are in bytes. The
+// areas must not overlap.
 void convertPixels(X11PixelFormat format, const std::uint8_t* source, std::size_t sourceStride,
                    std::uint8_t* target, std::size_t targetStride, int width, int height);
 
