@@ -6,8 +6,8 @@
 
 #include "Runner/DesktopShortcut.h"
 #include "Runner/UnattendedAccess.h"
-#include "Runner/UnimplementedInitializer.h"
 #include "Runner/Whitespace.h"
+#include "platform/Fatal.h"
 
 namespace quorvin {
 

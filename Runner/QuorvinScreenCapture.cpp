@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "Runner/StreamGeometry.h"
-#include "Runner/UnimplementedInitializer.h"
+#include "platform/Fatal.h"
 
 namespace quorvin {
 

@@ -8,18 +8,14 @@
 #include "launchctl/AgentProcess.h"
 #include "launchctl/LaunchctlError.h"
 #include "launchctl/LoginFiles.h"
+#include "platform/unix/Environment.h"
 
 namespace quorvin::launchctl {
 namespace {
 
-std::string variable(const char* name) {
-  const char* value = std::getenv(name);
-  return value == nullptr ? std::string() : value;
-}
-
 // A variable that holds no absolute path counts as not set (XDG Base Directory Specification).
 std::filesystem::path folder(const char* name, const std::filesystem::path& usual) {
-  const std::filesystem::path value = variable(name);
+  const std::filesystem::path value = environmentVariable(name);
   return value.is_absolute() ? value : usual;
 }
 
@@ -37,7 +33,7 @@ bool isLink(const std::filesystem::path& path) {
 Environment Environment::fromEnvironment() {
   const std::filesystem::path home = g_get_home_dir();  // HOME, or else the user's entry
   if (!home.is_absolute()) throw LaunchctlError("there is no home folder; set HOME");
-  const auto systemctl = variable("QUORVIN_SYSTEMCTL");
+  const auto systemctl = environmentVariable("QUORVIN_SYSTEMCTL");
   return {folder("XDG_CONFIG_HOME", home / ".config"),
           folder("XDG_STATE_HOME", home / ".local" / "state") / "quorvin-launchctl",
           systemctl.empty() ? "systemctl" : systemctl};

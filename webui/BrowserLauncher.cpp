@@ -6,9 +6,9 @@
 
 #include <array>
 #include <cstdlib>
-#include <string_view>
 #include <utility>
 
+#include "platform/unix/Environment.h"
 #include "platform/unix/GlibPtr.h"
 
 namespace quorvin::webui {
@@ -23,8 +23,7 @@ void finish(GObject* browser, GAsyncResult* result, gpointer loop) {
 // desktop has none. Waits until that is done; a failure is nobody's concern, as the address has
 // been printed for the user to open.
 void openInBrowser(const std::string& file) {
-  const char* wish = std::getenv("QUORVIN_WEBUI_OPEN");
-  if (wish != nullptr && std::string_view(wish) == "0") return;
+  if (environmentVariable("QUORVIN_WEBUI_OPEN") == "0") return;
   // Files of that kind may belong to an editor.
   const GlibPtr<GAppInfo> browser(g_app_info_get_default_for_uri_scheme("http"));
   const GlibPtr<char> uri(g_filename_to_uri(file.c_str(), nullptr, nullptr));

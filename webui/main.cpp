@@ -1,8 +1,5 @@
-#include <fcntl.h>
 #include <glib.h>
-#include <sys/socket.h>
 
-#include <charconv>
 #include <chrono>
 #include <csignal>
 #include <cstddef>
@@ -11,12 +8,13 @@
 #include <exception>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <utility>
 
+#include "platform/unix/Environment.h"
 #include "platform/unix/GlibPtr.h"
 #include "platform/unix/MainLoopSource.h"
 #include "platform/unix/ProgramStart.h"
+#include "platform/unix/UiSocket.h"
 #include "webui/AddressFile.h"
 #include "webui/BrowserLauncher.h"
 #include "webui/Confinement.h"
@@ -32,8 +30,6 @@ using quorvin::FileDescriptor;
 using quorvin::MainLoopSource;
 using namespace quorvin::webui;
 
-constexpr const char* linkVariable = "QUORVIN_UI_FD";
-
 // After an interrupt from the terminal, which reaches the host as well, the host may take this
 // long to end in its own order.
 constexpr std::chrono::seconds interruptTimeout{3};
@@ -42,28 +38,14 @@ constexpr std::chrono::seconds interruptTimeout{3};
 constexpr std::size_t threadsToStartWith = 4;
 
 FileDescriptor takeLink() {
-  const char* text = std::getenv(linkVariable);
-  if (text == nullptr) {
-    throw std::runtime_error(std::string(linkVariable) +
+  const auto number = quorvin::environmentVariable(quorvin::uiDescriptorVariable);
+  if (number.empty()) {
+    throw std::runtime_error(std::string(quorvin::uiDescriptorVariable) +
                              " is not set; start quorvin-support, which starts this program");
   }
-  const std::string_view digits(text);
-  int number = -1;
-  const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  const bool whole = parsed.ec == std::errc() && parsed.ptr == digits.data() + digits.size();
-  sockaddr_storage peer{};
-  socklen_t peerSize = sizeof(peer);
-  int type = 0;
-  socklen_t typeSize = sizeof(type);
-  if (!whole || number < 0 || getsockopt(number, SOL_SOCKET, SO_TYPE, &type, &typeSize) != 0 ||
-      type != SOCK_STREAM ||
-      getpeername(number, reinterpret_cast<sockaddr*>(&peer), &peerSize) != 0) {
-    throw std::runtime_error(std::string(linkVariable) + " is not a connected stream socket");
-  }
   // Neither the link nor its number is for the browser that this program may start.
-  fcntl(number, F_SETFD, FD_CLOEXEC);
-  unsetenv(linkVariable);
-  return FileDescriptor(number);
+  unsetenv(quorvin::uiDescriptorVariable);
+  return quorvin::takeInheritedUiSocket(number);
 }
 
 void announce(const std::string& address) {

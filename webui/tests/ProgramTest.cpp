@@ -119,7 +119,7 @@ TEST(Program, NeedsALinkToAHost) {
         "QUORVIN_UI_FD=-1", "QUORVIN_UI_FD=1000"}) {
     Program program(variable);
     const auto line = program.readLine();
-    EXPECT_TRUE(line.starts_with("quorvin-webui: QUORVIN_UI_FD is not ")) << line;
+    EXPECT_TRUE(line.starts_with("quorvin-webui: QUORVIN_UI_FD ")) << line;
     EXPECT_EQ(program.exitStatus(), 1);
     EXPECT_EQ(program.rest, "");
   }

@@ -1,16 +1,14 @@
 #include "platform/linux/link/UiProgram.h"
 
-#include <fcntl.h>
 #include <sys/socket.h>
 
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <csignal>
-#include <cstring>
 #include <utility>
 
 #include "platform/unix/MainLoopSource.h"
+#include "platform/unix/UiSocket.h"
 
 namespace quorvin {
 
@@ -18,25 +16,6 @@ namespace {
 
 constexpr int programsDescriptor = 3;
 constexpr auto endTimeout = std::chrono::seconds(2);
-
-[[noreturn]] void refuse(const std::string& reason) {
-  throw StartUpError(std::string(uiDescriptorVariable) + " " + reason + ".");
-}
-
-int parseNumber(const std::string& text) {
-  int number = -1;
-  const auto* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || stop != end || number < 0) refuse("is not a descriptor number");
-  return number;
-}
-
-int socketOption(int descriptor, int option) {
-  int value = 0;
-  socklen_t size = sizeof(value);
-  if (::getsockopt(descriptor, SOL_SOCKET, option, &value, &size) == 0) return value;
-  refuse(errno == EBADF ? "names no open descriptor" : "does not name a socket");
-}
 
 std::pair<FileDescriptor, FileDescriptor> makeSocketPair() {
   std::array<int, 2> ends{};
@@ -62,19 +41,6 @@ GlibPtr<GSubprocess> spawn(const std::string& program, FileDescriptor programsEn
 }
 
 }  // namespace
-
-FileDescriptor takeInheritedUiSocket(const std::string& text) {
-  const int number = parseNumber(text);
-  if (socketOption(number, SO_TYPE) != SOCK_STREAM) refuse("does not name a stream socket");
-  sockaddr_storage peer{};
-  socklen_t size = sizeof(peer);
-  if (::getpeername(number, reinterpret_cast<sockaddr*>(&peer), &size) != 0) {
-    refuse("does not name a connected socket");
-  }
-  FileDescriptor socket(number);
-  if (::fcntl(number, F_SETFD, FD_CLOEXEC) != 0) refuse("names a descriptor that is of no use");
-  return socket;
-}
 
 UiProgram::UiProgram(const std::string& program) {
   auto [hostsEnd, programsEnd] = makeSocketPair();

@@ -17,14 +17,6 @@ class StartUpError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// The environment variable that names the descriptor of the UI link to the program that has
-// inherited it.
-inline constexpr auto uiDescriptorVariable = "QUORVIN_UI_FD";
-
-// Takes over the inherited, connected stream socket whose number `text` is, and keeps it from
-// being inherited further. Throws StartUpError when it is anything else.
-[[nodiscard]] FileDescriptor takeInheritedUiSocket(const std::string& text);
-
 // The user-interface program that this process has started, connected by a UI link. Main thread.
 class UiProgram {
  public:

@@ -13,6 +13,7 @@
 
 #include "platform/linux/system/PosixError.h"
 #include "platform/linux/system/WholeFile.h"
+#include "platform/unix/Environment.h"
 
 namespace quorvin {
 namespace {
@@ -77,8 +78,7 @@ fs::path LinuxFiles::homeDirectoryForCurrentUser() {
 }
 
 fs::path LinuxFiles::homeDirectory() {
-  const char* told = std::getenv("HOME");
-  fs::path home = told != nullptr ? told : "";
+  fs::path home = environmentVariable("HOME");
   if (!home.is_absolute()) {
     const auto* account = getpwuid(getuid());
     home = account != nullptr ? account->pw_dir : "/";

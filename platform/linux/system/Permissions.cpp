@@ -17,6 +17,7 @@
 #include "platform/linux/x11/DisplayAttempt.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/unix/GlibPtr.h"
+#include "platform/unix/Environment.h"
 
 namespace quorvin {
 namespace {
@@ -60,11 +61,6 @@ bool canRead(X11Connection& display) {
 bool canInject(X11Connection& display) {
   const auto* extension = xcb_get_extension_data(display.get(), &xcb_test_id);
   return extension != nullptr && extension->present != 0;
-}
-
-std::string variable(const char* name) {
-  const char* value = std::getenv(name);
-  return value != nullptr ? value : "";
 }
 
 std::string missingDisplayAdvice(const PermissionsEnvironment& environment) {
@@ -169,9 +165,9 @@ std::optional<std::string> computerName(const std::string& machineInfoPath) {
 
 PermissionsEnvironment PermissionsEnvironment::fromEnvironment() {
   PermissionsEnvironment environment;
-  environment.display = variable("DISPLAY");
+  environment.display = environmentVariable("DISPLAY");
   environment.isWaylandSession =
-      !variable("WAYLAND_DISPLAY").empty() || variable("XDG_SESSION_TYPE") == "wayland";
+      !environmentVariable("WAYLAND_DISPLAY").empty() || environmentVariable("XDG_SESSION_TYPE") == "wayland";
   return environment;
 }
 

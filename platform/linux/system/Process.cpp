@@ -15,6 +15,7 @@
 #include "platform/linux/system/PosixError.h"
 #include "platform/unix/GlibPtr.h"
 #include "platform/unix/SpawnSetup.h"
+#include "platform/unix/Environment.h"
 
 namespace quorvin {
 namespace {
@@ -35,15 +36,10 @@ std::int32_t waitForEnd(pid_t process) {
   return WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-std::string variable(const char* name) {
-  const char* value = std::getenv(name);
-  return value != nullptr ? value : "";
-}
-
 // The user's bus where systemd or its like put it, unless the environment names another.
 std::string sessionBusAddress() {
-  auto address = variable("DBUS_SESSION_BUS_ADDRESS");
-  const auto runtimeFolder = variable("XDG_RUNTIME_DIR");
+  auto address = environmentVariable("DBUS_SESSION_BUS_ADDRESS");
+  const auto runtimeFolder = environmentVariable("XDG_RUNTIME_DIR");
   if (!address.empty() || runtimeFolder.empty()) return address;
   const auto socket = runtimeFolder + "/bus";
   std::error_code ignored;
@@ -75,7 +71,7 @@ std::int32_t runProgram(const std::string& path, const std::vector<std::string>&
 }
 
 ActivityServices ActivityServices::fromEnvironment() {
-  return {.display = variable("DISPLAY"), .busAddress = sessionBusAddress()};
+  return {.display = environmentVariable("DISPLAY"), .busAddress = sessionBusAddress()};
 }
 
 LinuxProcess::LinuxProcess(std::vector<std::string> arguments, ActivityServices services,
@@ -86,7 +82,7 @@ LinuxProcess::LinuxProcess(std::vector<std::string> arguments, ActivityServices 
       lock(lock) {}
 
 std::string LinuxProcess::launchctlFromEnvironment(const std::string& executable) {
-  auto named = variable("QUORVIN_LAUNCHCTL");
+  auto named = environmentVariable("QUORVIN_LAUNCHCTL");
   if (!named.empty()) return named;
   return std::filesystem::path(executable).replace_filename("quorvin-launchctl");
 }

@@ -12,7 +12,9 @@
 #include "platform/linux/dispatch/Dispatch.h"
 #include "platform/linux/link/UiProgram.h"
 #include "platform/linux/ui/NotificationCenter.h"
+#include "platform/unix/Environment.h"
 #include "platform/unix/GlibPtr.h"
+#include "platform/unix/UiSocket.h"
 
 namespace quorvin {
 namespace {
@@ -29,13 +31,8 @@ constexpr auto servicesTimeout = std::chrono::milliseconds(500);
 constexpr auto reportTimeout = std::chrono::seconds(1);
 constexpr auto displayTimeout = std::chrono::seconds(10);
 
-std::optional<std::string> environmentValue(const char* name) {
-  const char* value = std::getenv(name);
-  return value == nullptr ? std::nullopt : std::optional<std::string>(value);
-}
-
 std::string uiProgramName() {
-  auto name = environmentValue(programVariable).value_or(std::string());
+  auto name = environmentVariable(programVariable);
   if (!name.empty()) return name;
   std::error_code unknown;
   return std::filesystem::read_symlink("/proc/self/exe", unknown)
@@ -125,8 +122,12 @@ void LinuxApplication::failToStart(const StartUpError& error) {
 }
 
 FileDescriptor LinuxApplication::connectUserInterface() {
-  if (const auto inherited = environmentValue(uiDescriptorVariable)) {
-    return takeInheritedUiSocket(*inherited);
+  if (const char* inherited = std::getenv(uiDescriptorVariable)) {
+    try {
+      return takeInheritedUiSocket(inherited);
+    } catch (const std::runtime_error& error) {
+      throw StartUpError(error.what());
+    }
   }
   uiProgram = std::make_unique<UiProgram>(uiProgramName());
   return uiProgram->takeSocket();
