@@ -20,7 +20,7 @@ using H264ParameterSets = std::array<std::optional<std::span<const std::uint8_t>
 // are no part of it. Nothing, and `units` spoilt, when a length is 0 or leads past the end.
 [[nodiscard]] std::optional<std::size_t> convertToByteStream(std::span<std::uint8_t> units);
 
-// Puts together what the user interface gets of one picture, in one piece of memory into which the
+// Puts together what the user interface gets of one frame, in one piece of memory into which the
 // encoder's bytes are copied once:
 //
 //   offset  bytes
@@ -30,7 +30,7 @@ using H264ParameterSets = std::array<std::optional<std::span<const std::uint8_t>
 //        6      2  width in pixels, big-endian
 //        8      2  height likewise
 //       10      2  0
-//       12         a byte stream: the parameter sets, then the units of the picture
+//       12         a byte stream: the parameter sets, then the units of the frame
 class H264PayloadBuilder {
  public:
   H264PayloadBuilder(const H264ParameterSets& parameterSets, std::size_t unitsLength);

@@ -42,7 +42,7 @@ std::unique_ptr<CompressionSession> makeSession(VideoEncoder& videoEncoder, std:
   return std::move(made.session);
 }
 
-// Every picture by itself, since any of them may be dropped on its way for a newer one. What an
+// Every frame by itself, since any of them may be dropped on its way for a newer one. What an
 // encoder does not take it does its own way.
 void setUp(CompressionSession& session, std::int32_t fps, std::int64_t bitRate) {
   session.setProperty(CompressionProperty::realTime, true);

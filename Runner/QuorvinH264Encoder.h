@@ -9,11 +9,11 @@
 
 namespace quorvin {
 
-// Turns pictures of one size into H.264, each by itself, and hands out every encoded one as a
-// payload (see H264Payload.h). A picture that fails on the way is skipped without a word.
+// Turns frames of one size into H.264, each by itself, and hands out every encoded one as a
+// payload (see H264Payload.h). A frame that fails on the way is skipped without a word.
 //
-// The owner's thread makes it, puts pictures in and ends it; payloads leave on a thread of the
-// system's encoder, also while the next picture is put in. Nothing here is written on that thread,
+// The owner's thread makes it, puts frames in and ends it; payloads leave on a thread of the
+// system's encoder, also while the next frame is put in. Nothing here is written on that thread,
 // so that there is no lock.
 class QuorvinH264Encoder final : public CompressionOutput,
                                  public std::enable_shared_from_this<QuorvinH264Encoder> {

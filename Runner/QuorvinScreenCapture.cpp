@@ -38,7 +38,7 @@ std::shared_ptr<ShareableDisplay> preferredOrFirst(const ShareableContent& conte
   return match == content.displays.end() ? content.displays.front() : *match;
 }
 
-// Whether the sample's own description says that it carries a complete picture.
+// Whether the sample's own description says that it carries a complete frame.
 bool isComplete(const CaptureSample& sample) {
   const auto attachments = sample.attachments();
   return attachments && !attachments->empty() &&
@@ -157,7 +157,7 @@ void QuorvinScreenCapture::configure(const PictureSettings& newSettings, Complet
       const MutexLock lock(self->sharedLock);
       self->settings = newSettings;
     }
-    self->dropH264Encoder();  // the next picture makes one with the new settings
+    self->dropH264Encoder();  // the next frame makes one with the new settings
   });
   const auto running = heldStream();
   if (running == nullptr) return completion(std::nullopt);
@@ -283,7 +283,7 @@ void QuorvinScreenCapture::makeH264Encoder(std::int64_t width, std::int64_t heig
         platform.videoEncoder, width, height, current.fps, current.bitrateMbps,
         [self = shared_from_this()](Data payload) { self->deliverLatest(std::move(payload)); });
   } catch (const Error&) {
-    // JPEG it is, for this picture and until the next configure, without a word.
+    // JPEG it is, for this frame and until the next configure, without a word.
     const MutexLock lock(sharedLock);
     settings.codec = "jpeg";
   }

@@ -97,7 +97,7 @@ struct Times {
   }
 };
 
-void pictureToJpegFile(benchmark::State& state, const PixelRect& changed) {
+void frameToJpegFile(benchmark::State& state, const PixelRect& changed) {
   Screen screen;
   WholeFrame wholeFrame;
   auto threads = JpegThreads::ofThisMachine();
@@ -139,11 +139,11 @@ void withOptions(benchmark::internal::Benchmark* benchmark) {
       ->Repetitions(5)
       ->ReportAggregatesOnly();
 }
-BENCHMARK_CAPTURE(pictureToJpegFile, nothing, PixelRect{})->Apply(withOptions);
-BENCHMARK_CAPTURE(pictureToJpegFile, caret, PixelRect{600, 500, 2, 18})->Apply(withOptions);
-BENCHMARK_CAPTURE(pictureToJpegFile, line, PixelRect{600, 500, 600, 20})->Apply(withOptions);
-BENCHMARK_CAPTURE(pictureToJpegFile, quarter, PixelRect{480, 270, 960, 540})->Apply(withOptions);
-BENCHMARK_CAPTURE(pictureToJpegFile, everything, PixelRect{0, 0, widthPx, heightPx})
+BENCHMARK_CAPTURE(frameToJpegFile, nothing, PixelRect{})->Apply(withOptions);
+BENCHMARK_CAPTURE(frameToJpegFile, caret, PixelRect{600, 500, 2, 18})->Apply(withOptions);
+BENCHMARK_CAPTURE(frameToJpegFile, line, PixelRect{600, 500, 600, 20})->Apply(withOptions);
+BENCHMARK_CAPTURE(frameToJpegFile, quarter, PixelRect{480, 270, 960, 540})->Apply(withOptions);
+BENCHMARK_CAPTURE(frameToJpegFile, everything, PixelRect{0, 0, widthPx, heightPx})
     ->Apply(withOptions);
 
 }  // namespace

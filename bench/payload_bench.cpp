@@ -60,7 +60,7 @@ void reportBytes(benchmark::State& state, std::size_t size) {
 }
 
 // operator new, unlike make_unique, leaves the memory as it is.
-void copyPicture(benchmark::State& state) {
+void copyFrame(benchmark::State& state) {
   const auto size = static_cast<std::size_t>(state.range(0));
   const Bytes source(size, 0x65);
   while (state.KeepRunning()) {
@@ -93,7 +93,7 @@ void buildPayload(benchmark::State& state) {
 }
 
 // A busy desktop at the usual bit rate, and a crisp one.
-BENCHMARK(copyPicture)->ArgName("bytes")->Arg(30'000)->Arg(600'000);
+BENCHMARK(copyFrame)->ArgName("bytes")->Arg(30'000)->Arg(600'000);
 BENCHMARK(buildPayload)->ArgName("bytes")->Arg(30'000)->Arg(600'000);
 
 }  // namespace

@@ -26,9 +26,9 @@
 
 #include "bench/Desktop.h"
 #include "bench/FfmpegFrames.h"
+#include "bench/FrameQuality.h"
 #include "bench/HostFrames.h"
 #include "bench/Measures.h"
-#include "bench/PictureQuality.h"
 #include "bench/ScreenFrames.h"
 #include "tests/linux/capture/ScreenPainter.h"
 
@@ -43,7 +43,7 @@ constexpr int pointerX = 1000;
 constexpr int pointerY = 600;
 constexpr PixelRect pointerArea{pointerX - 32, pointerY - 32, 64, 64};
 constexpr std::chrono::nanoseconds frameInterval = std::chrono::nanoseconds(1s) / 30;
-constexpr auto patience = 10s;
+constexpr auto timeout = 10s;
 
 enum class Codec { jpeg, h264 };
 enum class Scene { still, moving, busy };
@@ -141,7 +141,7 @@ double qualityOf(const std::vector<FrameSource::Bytes>& frames, Codec codec) {
 
 // Reads until that time, at least one frame: the last one.
 FrameSource::Bytes warmUp(FrameSource& source, Clock::time_point until) {
-  auto last = source.next(Clock::now() + patience);
+  auto last = source.next(Clock::now() + timeout);
   if (!last) throw std::runtime_error("no frame");
   while (auto next = source.next(until)) last = std::move(next);
   return *last;

@@ -108,7 +108,7 @@ class OurWay {
       });
 };
 
-void pictureToH264Payload(benchmark::State& state) {
+void frameToH264Payload(benchmark::State& state) {
   const PixelSize size{widthPx, heightPx};
   const std::array frames{makeFrame(size, desktopImage(widthPx, heightPx, 1)),
                           makeFrame(size, desktopImage(widthPx, heightPx, 2))};
@@ -133,7 +133,7 @@ void pictureToH264Payload(benchmark::State& state) {
   state.counters["bareMs"] = median(bare);
   state.counters["ratio"] = median(ratios);
 }
-BENCHMARK(pictureToH264Payload)
+BENCHMARK(frameToH264Payload)
     ->Unit(benchmark::kMillisecond)
     ->UseManualTime()
     ->Iterations(60)

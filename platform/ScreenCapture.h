@@ -29,7 +29,7 @@ struct MediaTime {
 
 using DisplayID = std::uint32_t;
 
-// One captured picture in memory of the system's choosing. Immutable while anybody holds it; a
+// One captured frame in memory of the system's choosing. Immutable while anybody holds it; a
 // stream keeps at most its queue depth of them alive, so holding on to one slows the stream.
 class PixelBuffer : public Interface {
  public:
@@ -49,7 +49,7 @@ struct SampleAttachments {
   std::optional<std::int64_t> frameStatus;  // empty: no such entry, or not an integer
 };
 
-// One delivery of a stream. Only a complete sample need carry a picture.
+// One delivery of a stream. Only a complete sample need carry a frame.
 class CaptureSample : public Interface {
  public:
   [[nodiscard]] virtual bool isValid() const = 0;
@@ -77,7 +77,7 @@ class StreamDelegate : public Interface {
 inline constexpr std::uint32_t pixelFormat32BGRA = 0x42475241;  // the four characters "BGRA"
 
 struct StreamConfiguration {
-  std::int64_t width = 0;   // of the delivered pictures, pixels
+  std::int64_t width = 0;   // of the delivered frames, pixels
   std::int64_t height = 0;  // likewise
   MediaTime minimumFrameInterval;
   std::int64_t queueDepth = 0;

@@ -21,7 +21,7 @@ struct EncodedSampleAttachments {
   std::optional<bool> notSync;  // empty: no such entry, or not a boolean
 };
 
-// What an encoder made of one picture. Valid only while the call lasts that hands it out.
+// What an encoder made of one frame. Valid only while the call lasts that hands it out.
 class EncodedSample : public Interface {
  public:
   // Empty when the sample has no attachments array.
@@ -40,10 +40,10 @@ class EncodedSample : public Interface {
 };
 
 // Receives what comes out of a session, in the order in which it was put in, on a thread of the
-// encoder's, possibly while another picture is being put in.
+// encoder's, possibly while another frame is being put in.
 class CompressionOutput : public Interface {
  public:
-  // Without a sample when the picture failed or was dropped.
+  // Without a sample when the frame failed or was dropped.
   virtual void compressionDidOutput(EncoderStatus status, const EncodedSample* sample) = 0;
 };
 
@@ -52,26 +52,26 @@ enum class CompressionProperty {
   allowFrameReordering,      // bool
   allowTemporalCompression,  // bool
   profileLevel,              // ProfileLevel
-  expectedFrameRate,         // int32, pictures a second
+  expectedFrameRate,         // int32, frames a second
   averageBitRate,            // int64, bits a second
-  maxKeyFrameInterval,       // int32, pictures
+  maxKeyFrameInterval,       // int32, frames
 };
 enum class ProfileLevel { h264MainAutoLevel };
 using CompressionPropertyValue = std::variant<bool, std::int32_t, std::int64_t, ProfileLevel>;
 
-// One encoder at work on pictures of one size. Used by one thread at a time; a session that is let
+// One encoder at work on frames of one size. Used by one thread at a time; a session that is let
 // go without having been invalidated is invalidated then.
 class CompressionSession : public Interface {
  public:
   virtual EncoderStatus setProperty(CompressionProperty property,
                                     CompressionPropertyValue value) = 0;
   virtual EncoderStatus prepareToEncodeFrames() = 0;
-  // Keeps the picture for as long as it needs it. The time stamps of a session must grow. An empty
+  // Keeps the frame for as long as it needs it. The time stamps of a session must grow. An empty
   // duration says that it is not known.
   virtual EncoderStatus encodeFrame(const std::shared_ptr<PixelBuffer>& picture,
                                     MediaTime presentationTimeStamp,
                                     std::optional<MediaTime> duration) = 0;
-  // Waits until the pictures up to that time have come out; without a time, until all have.
+  // Waits until the frames up to that time have come out; without a time, until all have.
   virtual EncoderStatus completeFrames(std::optional<MediaTime> until) = 0;
   // Nothing comes out any more once this has returned.
   virtual void invalidate() = 0;

@@ -25,7 +25,7 @@ FLOORS = {
     "decodeFrameEvent": "copyIntoFreshMemory",
     "readFrameFromStream": "copyIntoFreshMemory",
     "deliverOneFrame": "twoLocksAndOneTask",
-    "buildPayload": "copyPicture",
+    "buildPayload": "copyFrame",
     "changeToPayloadAtLink": "bareFetchAndEncode",
     "applyToNothing": "postToNothing",
     "applyAndSettle": "bareMoveAndReply",
@@ -35,7 +35,7 @@ FLOORS = {
 
 # What benchmarks that measure their floor themselves, turn by turn, have for it.
 OWN_FLOORS = {
-    "pictureToJpegFile": "TurboJPEG over the whole picture",
+    "frameToJpegFile": "TurboJPEG over the whole picture",
     "costOfChange": "TurboJPEG over the whole screen",
     "hostBesideFfmpeg": "ffmpeg",
 }

@@ -49,8 +49,8 @@ class LinkError : public std::runtime_error {
 [[nodiscard]] Bytes encodeLinkFrame(const LinkFrame& frame);
 
 // The frame of an event: a message that wants no reply and holds the event's success envelope.
-// The value is encoded straight into one buffer of the exact size, so that a picture's bytes are
-// copied once. Throws LinkError, or CodecError for the value. Any thread.
+// The value is encoded straight into one buffer of the exact size, so that a captured frame's bytes
+// are copied once. Throws LinkError, or CodecError for the value. Any thread.
 [[nodiscard]] Bytes encodeEventLinkFrame(std::string_view channel, const Value& event);
 
 // Cuts the frames out of a byte stream that arrives in pieces of any size. Holds no more memory

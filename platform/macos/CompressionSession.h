@@ -9,7 +9,7 @@
 
 namespace quorvin {
 
-// A compression session of Video Toolbox's. Only pictures of MacScreenCapture can be encoded.
+// A compression session of Video Toolbox's. Only frames of MacScreenCapture can be encoded.
 class MacCompressionSession final : public CompressionSession {
  public:
   // Takes over the reference that the caller owns.

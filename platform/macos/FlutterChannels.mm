@@ -61,7 +61,7 @@ id toAnswer(const Answer& answer) {
 - (FlutterError*)onListenWithArguments:(id)arguments eventSink:(FlutterEventSink)events {
   FlutterEventSink sink = [events copy];
   auto send = [sink](const quorvin::FlutterEvent& event) {
-    // Of its own, so that a picture is gone once it has been sent.
+    // Of its own, so that a frame is gone once it has been sent.
     @autoreleasepool {
       sink(quorvin::toAnswer(event));
     }

@@ -4,7 +4,7 @@
 
 namespace quorvin {
 
-// JPEG files by Core Image and AppKit. Only pictures of MacScreenCapture can be encoded.
+// JPEG files by Core Image and AppKit. Only frames of MacScreenCapture can be encoded.
 class MacImageEncoder final : public ImageEncoder {
  public:
   [[nodiscard]] std::unique_ptr<ImageContext> makeContext(bool cacheIntermediates) override;

@@ -4,7 +4,7 @@
 
 namespace quorvin {
 
-// Video Toolbox. Only pictures of MacScreenCapture can be encoded. Any thread.
+// Video Toolbox. Only frames of MacScreenCapture can be encoded. Any thread.
 class MacVideoEncoder final : public VideoEncoder {
  public:
   MacVideoEncoder() = default;

@@ -12,11 +12,11 @@
 
 namespace quorvin::contract {
 
-struct PictureSize {
+struct FrameSize {
   std::size_t width = 0;
   std::size_t height = 0;
 
-  friend bool operator==(const PictureSize&, const PictureSize&) = default;
+  friend bool operator==(const FrameSize&, const FrameSize&) = default;
 };
 
 struct SampleNote {
@@ -24,7 +24,7 @@ struct SampleNote {
   bool isOnQueue = false;
   StreamOutputType type = StreamOutputType::audio;
   std::optional<std::int64_t> status;  // of the only attachments
-  std::optional<PictureSize> picture;
+  std::optional<FrameSize> frame;
 
   [[nodiscard]] bool isComplete() const { return status == frameStatusComplete; }
 };
@@ -38,26 +38,26 @@ class SampleRecorder final : public StreamOutput {
     SampleNote note{sample.isValid(), queue->isCurrent(), type, {}, {}};
     const auto attachments = sample.attachments();
     if (attachments && attachments->size() == 1) note.status = attachments->front().frameStatus;
-    if (const auto picture = sample.imageBuffer()) {
-      note.picture = {picture->widthPx(), picture->heightPx()};
-      if (pictures != nullptr) pictures->add(picture);
+    if (const auto frame = sample.imageBuffer()) {
+      note.frame = {frame->widthPx(), frame->heightPx()};
+      if (frames != nullptr) frames->add(frame);
     }
     samples.add(note);
     if (onSample) onSample();
   }
 
-  [[nodiscard]] std::size_t picturesOf(const PictureSize& size) const {
+  [[nodiscard]] std::size_t framesOf(const FrameSize& size) const {
     std::size_t count = 0;
     for (const auto& sample : samples.all()) {
-      if (sample.isComplete() && sample.picture == size) ++count;
+      if (sample.isComplete() && sample.frame == size) ++count;
     }
     return count;
   }
 
   Record<SampleNote> samples;
-  // To be set before the start: where pictures are kept, each of which slows the stream, and what
+  // To be set before the start: where frames are kept, each of which slows the stream, and what
   // else happens at each sample.
-  std::unique_ptr<Record<std::shared_ptr<PixelBuffer>>> pictures;
+  std::unique_ptr<Record<std::shared_ptr<PixelBuffer>>> frames;
   std::function<void()> onSample;
 
  private:

@@ -5,16 +5,16 @@
 
 namespace quorvin::contract {
 
-// A picture that no back end has made.
+// A frame that no back end has made.
 class ForeignPixelBuffer final : public PixelBuffer {
  public:
-  explicit ForeignPixelBuffer(const PictureSize& size) : size(size) {}
+  explicit ForeignPixelBuffer(const FrameSize& size) : size(size) {}
 
   [[nodiscard]] std::size_t widthPx() const override { return size.width; }
   [[nodiscard]] std::size_t heightPx() const override { return size.height; }
 
  private:
-  PictureSize size;
+  FrameSize size;
 };
 
 }  // namespace quorvin::contract

@@ -28,45 +28,45 @@ constexpr Colour blue{.red = 20, .green = 50, .blue = 210};
 
 }  // namespace
 
-std::shared_ptr<PixelBuffer> ImageEncoderContract::plainPicture(const PictureSize& size,
-                                                                Colour colour) {
-  return world->picture(size, [=](std::size_t, std::size_t) { return colour; });
+std::shared_ptr<PixelBuffer> ImageEncoderContract::plainFrame(const FrameSize& size,
+                                                              Colour colour) {
+  return world->frame(size, [=](std::size_t, std::size_t) { return colour; });
 }
 
-std::shared_ptr<PixelBuffer> ImageEncoderContract::busyPicture(const PictureSize& size) {
-  return world->picture(size, [](std::size_t x, std::size_t y) {
+std::shared_ptr<PixelBuffer> ImageEncoderContract::busyFrame(const FrameSize& size) {
+  return world->frame(size, [](std::size_t x, std::size_t y) {
     return Colour{static_cast<std::uint8_t>(x * 7 + 1), static_cast<std::uint8_t>(y * 5),
                   static_cast<std::uint8_t>(x * y)};
   });
 }
 
-TEST_P(ImageEncoderContract, WritesOneFileAPicture) {
-  expectMarkersAtBothEnds(context->jpegRepresentation(*busyPicture({64, 48}), 0.72));
-  expectMarkersAtBothEnds(context->jpegRepresentation(*plainPicture({1, 1}, red), 0.72));
+TEST_P(ImageEncoderContract, WritesOneFileAFrame) {
+  expectMarkersAtBothEnds(context->jpegRepresentation(*busyFrame({64, 48}), 0.72));
+  expectMarkersAtBothEnds(context->jpegRepresentation(*plainFrame({1, 1}, red), 0.72));
 }
 
 TEST_P(ImageEncoderContract, TakesEveryFactorFromZeroToOne) {
-  const auto picture = busyPicture({64, 48});
+  const auto frame = busyFrame({64, 48});
   for (const double factor : {0.0, 0.01, 0.5, 0.99, 1.0}) {
-    expectMarkersAtBothEnds(context->jpegRepresentation(*picture, factor));
+    expectMarkersAtBothEnds(context->jpegRepresentation(*frame, factor));
   }
 }
 
-TEST_P(ImageEncoderContract, HasNothingForAPictureItCannotEncode) {
-  EXPECT_EQ(context->jpegRepresentation(*world->unusablePicture(), 0.72), std::nullopt);
+TEST_P(ImageEncoderContract, HasNothingForAFrameItCannotEncode) {
+  EXPECT_EQ(context->jpegRepresentation(*world->unusableFrame(), 0.72), std::nullopt);
 }
 
 TEST_P(ImageEncoderContract, LeavesAFileAloneWhileItEncodesOthers) {
-  const auto first = context->jpegRepresentation(*plainPicture({32, 32}, red), 0.9);
+  const auto first = context->jpegRepresentation(*plainFrame({32, 32}, red), 0.9);
   ASSERT_TRUE(first);
   const Bytes before(first->bytes().begin(), first->bytes().end());
-  const auto second = context->jpegRepresentation(*plainPicture({32, 32}, blue), 0.9);
+  const auto second = context->jpegRepresentation(*plainFrame({32, 32}, blue), 0.9);
   EXPECT_EQ(*first, Data(before));
   EXPECT_NE(*first, second.value());
 }
 
 TEST_P(ImageEncoderContract, LeavesAFileToThoseWhoHoldItOnAnyThread) {
-  auto file = context->jpegRepresentation(*busyPicture({64, 48}), 0.72);
+  auto file = context->jpegRepresentation(*busyFrame({64, 48}), 0.72);
   ASSERT_TRUE(file);
   const Bytes before(file->bytes().begin(), file->bytes().end());
   context.reset();
@@ -76,39 +76,39 @@ TEST_P(ImageEncoderContract, LeavesAFileToThoseWhoHoldItOnAnyThread) {
 
 TEST_P(ImageEncoderContract, GivesContextsThatDoNotDisturbEachOther) {
   const auto other = world->imageEncoder().makeContext(/*cacheIntermediates=*/true);
-  const auto mine = context->jpegRepresentation(*plainPicture({32, 32}, red), 0.9);
-  const auto theirs = other->jpegRepresentation(*plainPicture({32, 32}, red), 0.9);
+  const auto mine = context->jpegRepresentation(*plainFrame({32, 32}, red), 0.9);
+  const auto theirs = other->jpegRepresentation(*plainFrame({32, 32}, red), 0.9);
   ASSERT_TRUE(mine && theirs);
   EXPECT_EQ(*mine, *theirs);
 }
 
-TEST_P(JpegContract, ShowsTheWholePictureInItsColours) {
+TEST_P(JpegContract, ShowsTheWholeFrameInItsColours) {
   const auto file = context->jpegRepresentation(
-      *world->picture({101, 66}, [](std::size_t, std::size_t y) { return y < 33 ? red : blue; }),
+      *world->frame({101, 66}, [](std::size_t, std::size_t y) { return y < 33 ? red : blue; }),
       0.9);
   ASSERT_TRUE(file);
   const auto decoded = world->decode(*file);
-  ASSERT_EQ(decoded.size, (PictureSize{101, 66}));
+  ASSERT_EQ(decoded.size, (FrameSize{101, 66}));
   expectAbout(decoded.at(0, 0), red);
   expectAbout(decoded.at(100, 0), red);
   expectAbout(decoded.at(0, 65), blue);
   expectAbout(decoded.at(100, 65), blue);
 }
 
-TEST_P(JpegContract, KeepsTheSizeOfThePicture) {
+TEST_P(JpegContract, KeepsTheSizeOfTheFrame) {
   for (const auto& size :
-       {PictureSize{1, 1}, PictureSize{7, 3}, PictureSize{640, 16}, PictureSize{17, 400}}) {
-    const auto file = context->jpegRepresentation(*plainPicture(size, blue), 0.5);
+       {FrameSize{1, 1}, FrameSize{7, 3}, FrameSize{640, 16}, FrameSize{17, 400}}) {
+    const auto file = context->jpegRepresentation(*plainFrame(size, blue), 0.5);
     ASSERT_TRUE(file);
     EXPECT_EQ(world->decode(*file).size, size);
   }
 }
 
 TEST_P(JpegContract, WritesMoreForAHigherFactor) {
-  const auto picture = busyPicture({256, 256});
+  const auto frame = busyFrame({256, 256});
   std::size_t former = 0;
   for (const double factor : {0.1, 0.4, 0.72, 0.95}) {
-    const auto file = context->jpegRepresentation(*picture, factor);
+    const auto file = context->jpegRepresentation(*frame, factor);
     ASSERT_TRUE(file);
     EXPECT_GT(file->size(), former);
     former = file->size();

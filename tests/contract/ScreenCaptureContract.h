@@ -55,8 +55,8 @@ class HiddenContentContract : public ShareableContentContract {};
 
 class ScreenStreamContract : public Contract<ScreenCaptureWorld> {
  protected:
-  static constexpr PictureSize usualSize{320, 240};
-  static StreamConfiguration configurationOf(const PictureSize& size);
+  static constexpr FrameSize usualSize{320, 240};
+  static StreamConfiguration configurationOf(const FrameSize& size);
 
   bool runUntil(const Condition& condition) { return world->runUntil(condition); }
   // A stream of the first display, with the recorders for its output and delegate.
@@ -65,8 +65,8 @@ class ScreenStreamContract : public Contract<ScreenCaptureWorld> {
   void startStream();
   // Stops it and waits for the answer.
   void stopStream();
-  // Changes the screen until a picture of that size has come, after those that came before.
-  void expectNewPicture(const PictureSize& size);
+  // Changes the screen until a frame of that size has come, after those that came before.
+  void expectNewFrame(const FrameSize& size);
   // Lets the stream come to an end and sees that the screen may change without a sample.
   void expectNoMoreSamples();
 

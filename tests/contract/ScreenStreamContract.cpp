@@ -13,7 +13,7 @@ const std::vector<std::optional<Error>> oneSuccess{std::nullopt};
 
 }  // namespace
 
-StreamConfiguration ScreenStreamContract::configurationOf(const PictureSize& size) {
+StreamConfiguration ScreenStreamContract::configurationOf(const FrameSize& size) {
   return {static_cast<std::int64_t>(size.width),
           static_cast<std::int64_t>(size.height),
           {1, 30},
@@ -50,10 +50,10 @@ void ScreenStreamContract::stopStream() {
   ASSERT_EQ(stopped.all(), oneSuccess);
 }
 
-void ScreenStreamContract::expectNewPicture(const PictureSize& size) {
-  const auto known = output->picturesOf(size);
+void ScreenStreamContract::expectNewFrame(const FrameSize& size) {
+  const auto known = output->framesOf(size);
   world->changeScreen();
-  EXPECT_TRUE(runUntil([&] { return output->picturesOf(size) > known; }));
+  EXPECT_TRUE(runUntil([&] { return output->framesOf(size) > known; }));
 }
 
 void ScreenStreamContract::expectNoMoreSamples() {
@@ -83,31 +83,31 @@ TEST_P(ScreenStreamContract, StopsWithoutACompletion) {
   expectNoMoreSamples();
 }
 
-TEST_P(ScreenStreamContract, BringsWholePicturesOnTheQueue) {
+TEST_P(ScreenStreamContract, BringsWholeFramesOnTheQueue) {
   ASSERT_NO_FATAL_FAILURE(startStream());
-  expectNewPicture(usualSize);
+  expectNewFrame(usualSize);
   for (const auto& sample : output->samples.all()) {
     EXPECT_TRUE(sample.isOnQueue);
     EXPECT_EQ(sample.type, StreamOutputType::screen);
     if (!sample.isComplete()) continue;
     EXPECT_TRUE(sample.isValid);
-    EXPECT_EQ(sample.picture, usualSize);
+    EXPECT_EQ(sample.frame, usualSize);
   }
 }
 
 TEST_P(ScreenStreamContract, BringsEveryChangeOfTheScreen) {
   ASSERT_NO_FATAL_FAILURE(startStream());
-  for (int change = 0; change < 3; ++change) expectNewPicture(usualSize);
+  for (int change = 0; change < 3; ++change) expectNewFrame(usualSize);
 }
 
-TEST_P(ScreenStreamContract, BringsPicturesOfTheNewSizeAfterAnUpdate) {
-  constexpr PictureSize newSize{160, 120};
+TEST_P(ScreenStreamContract, BringsFramesOfTheNewSizeAfterAnUpdate) {
+  constexpr FrameSize newSize{160, 120};
   ASSERT_NO_FATAL_FAILURE(startStream());
-  expectNewPicture(usualSize);
+  expectNewFrame(usualSize);
   const AnswerRecord updated;
   stream->updateConfiguration(configurationOf(newSize), noteAnswer(updated));
   ASSERT_TRUE(runUntil([&] { return updated.size() == 1; }));
-  expectNewPicture(newSize);
+  expectNewFrame(newSize);
   EXPECT_EQ(updated.all(), oneSuccess);
 }
 
@@ -118,7 +118,7 @@ TEST_P(ScreenStreamContract, AnswersEachOfSeveralUpdatesOnce) {
   stream->updateConfiguration(configurationOf({160, 120}), noteAnswer(first));
   stream->updateConfiguration(configurationOf({80, 60}), noteAnswer(second));
   ASSERT_TRUE(runUntil([&] { return first.size() == 1 && second.size() == 1; }));
-  expectNewPicture({80, 60});
+  expectNewFrame({80, 60});
   EXPECT_EQ(first.all(), oneSuccess);
   EXPECT_EQ(second.all(), oneSuccess);
 }
@@ -194,7 +194,7 @@ TEST_P(ScreenStreamContract, KeepsNeitherItsOutputNorItsDelegate) {
 
 TEST_P(ScreenStreamContract, StopsWhenItIsReleased) {
   ASSERT_NO_FATAL_FAILURE(startStream());
-  expectNewPicture(usualSize);
+  expectNewFrame(usualSize);
   stream.reset();
   expectNoMoreSamples();
   EXPECT_EQ(delegate->errors.size(), 0U);
@@ -220,18 +220,18 @@ TEST_P(ScreenStreamContract, AnswersWhatWasAskedWhenItIsReleasedMeanwhile) {
   EXPECT_EQ(stopped.size(), 1U);
 }
 
-TEST_P(ScreenStreamContract, LeavesItsPicturesToThoseWhoHoldThem) {
+TEST_P(ScreenStreamContract, LeavesItsFramesToThoseWhoHoldThem) {
   ASSERT_NO_FATAL_FAILURE(makeStream());
-  output->pictures = std::make_unique<Record<std::shared_ptr<PixelBuffer>>>();
-  const auto pictures = *output->pictures;
+  output->frames = std::make_unique<Record<std::shared_ptr<PixelBuffer>>>();
+  const auto frames = *output->frames;
   stream->startCapture([](const auto& /*error*/) {});
   world->settle();
   world->changeScreen();
-  ASSERT_TRUE(runUntil([&] { return pictures.size() >= 1; }));
+  ASSERT_TRUE(runUntil([&] { return frames.size() >= 1; }));
   stream.reset();
   world->settle();
-  EXPECT_EQ(pictures.all()[0]->widthPx(), usualSize.width);
-  EXPECT_EQ(pictures.all()[0]->heightPx(), usualSize.height);
+  EXPECT_EQ(frames.all()[0]->widthPx(), usualSize.width);
+  EXPECT_EQ(frames.all()[0]->heightPx(), usualSize.height);
 }
 
 }  // namespace quorvin::contract

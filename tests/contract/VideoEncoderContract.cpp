@@ -38,7 +38,7 @@ std::optional<std::vector<ByteVector>> unitsOf(const ByteVector& data) {
   return units;
 }
 
-void expectPicture(const OutputNote& note) {
+void expectFrame(const OutputNote& note) {
   EXPECT_EQ(note.status, 0);
   ASSERT_TRUE(note.hasSample);
   ASSERT_TRUE(note.data);
@@ -73,7 +73,7 @@ void OutputRecorder::compressionDidOutput(EncoderStatus status, const EncodedSam
   outputs.add(std::move(note));
 }
 
-CompressionSessionResult VideoEncoderContract::createSession(const PictureSize& size,
+CompressionSessionResult VideoEncoderContract::createSession(const FrameSize& size,
                                                              OutputRecorder& recorder) {
   return world->videoEncoder().createSession(static_cast<std::int32_t>(size.width),
                                              static_cast<std::int32_t>(size.height),
@@ -91,7 +91,7 @@ void VideoEncoderContract::setUp(CompressionSession& toSetUp) {
   toSetUp.setProperty(CompressionProperty::maxKeyFrameInterval, std::int32_t{1});
 }
 
-void VideoEncoderContract::makeSession(const PictureSize& size) {
+void VideoEncoderContract::makeSession(const FrameSize& size) {
   auto made = createSession(size, output);
   ASSERT_EQ(made.status, 0);
   ASSERT_NE(made.session, nullptr);
@@ -100,20 +100,20 @@ void VideoEncoderContract::makeSession(const PictureSize& size) {
   ASSERT_EQ(session->prepareToEncodeFrames(), 0);
 }
 
-std::shared_ptr<PixelBuffer> VideoEncoderContract::plainPicture(const PictureSize& size,
-                                                                Colour colour) {
-  return world->picture(size, [=](std::size_t, std::size_t) { return colour; });
+std::shared_ptr<PixelBuffer> VideoEncoderContract::plainFrame(const FrameSize& size,
+                                                              Colour colour) {
+  return world->frame(size, [=](std::size_t, std::size_t) { return colour; });
 }
 
-EncoderStatus VideoEncoderContract::encode(const std::shared_ptr<PixelBuffer>& picture) {
-  return session->encodeFrame(picture, MediaTime{time++, 30}, std::nullopt);
+EncoderStatus VideoEncoderContract::encode(const std::shared_ptr<PixelBuffer>& frame) {
+  return session->encodeFrame(frame, MediaTime{time++, 30}, std::nullopt);
 }
 
 void VideoEncoderContract::encodePlain(std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) ASSERT_EQ(encode(plainPicture(usualSize, grey)), 0);
+  for (std::size_t i = 0; i < count; ++i) ASSERT_EQ(encode(plainFrame(usualSize, grey)), 0);
 }
 
-DecodedPicture VideoStreamContract::decode(const OutputNote& note) {
+DecodedFrame VideoStreamContract::decode(const OutputNote& note) {
   ByteVector byteStream;
   const auto append = [&](const ByteVector& unit) {
     byteStream.insert(byteStream.end(), {0, 0, 0, 1});
@@ -125,17 +125,17 @@ DecodedPicture VideoStreamContract::decode(const OutputNote& note) {
   return world->decode(byteStream);
 }
 
-TEST_P(VideoEncoderContract, GivesOutEveryPictureOnce) {
+TEST_P(VideoEncoderContract, GivesOutEveryFrameOnce) {
   ASSERT_NO_FATAL_FAILURE(makeSession(usualSize));
   ASSERT_NO_FATAL_FAILURE(encodePlain(5));
   EXPECT_TRUE(runUntil([&] { return output.outputs.size() == 5; }));
   EXPECT_EQ(session->completeFrames(std::nullopt), 0);
   const auto outputs = output.outputs.all();
   ASSERT_EQ(outputs.size(), 5U);
-  for (const auto& note : outputs) expectPicture(note);
+  for (const auto& note : outputs) expectFrame(note);
 }
 
-TEST_P(VideoEncoderContract, GivesEveryPictureByItselfWithItsParameterSets) {
+TEST_P(VideoEncoderContract, GivesEveryFrameByItselfWithItsParameterSets) {
   ASSERT_NO_FATAL_FAILURE(makeSession(usualSize));
   ASSERT_NO_FATAL_FAILURE(encodePlain(3));
   EXPECT_EQ(session->completeFrames(std::nullopt), 0);
@@ -174,22 +174,22 @@ TEST_P(VideoEncoderContract, CompletesThoseUpToATime) {
 
 TEST_P(VideoEncoderContract, TakesTimeStampsOfAnyScaleAndDurations) {
   ASSERT_NO_FATAL_FAILURE(makeSession(usualSize));
-  const auto picture = plainPicture(usualSize, grey);
-  EXPECT_EQ(session->encodeFrame(picture, {1, 30}, MediaTime{1, 30}), 0);
-  EXPECT_EQ(session->encodeFrame(picture, {1'000'000'000, 1'000'000'000}, std::nullopt), 0);
-  EXPECT_EQ(session->encodeFrame(picture, {1'000'000'000'000, 1'000'000}, MediaTime{0, 1}), 0);
+  const auto frame = plainFrame(usualSize, grey);
+  EXPECT_EQ(session->encodeFrame(frame, {1, 30}, MediaTime{1, 30}), 0);
+  EXPECT_EQ(session->encodeFrame(frame, {1'000'000'000, 1'000'000'000}, std::nullopt), 0);
+  EXPECT_EQ(session->encodeFrame(frame, {1'000'000'000'000, 1'000'000}, MediaTime{0, 1}), 0);
   EXPECT_EQ(session->completeFrames(std::nullopt), 0);
   EXPECT_EQ(output.outputs.size(), 3U);
 }
 
-TEST_P(VideoEncoderContract, KeepsAPictureForAsLongAsItNeedsIt) {
+TEST_P(VideoEncoderContract, KeepsAFrameForAsLongAsItNeedsIt) {
   ASSERT_NO_FATAL_FAILURE(makeSession(usualSize));
-  auto picture = plainPicture(usualSize, red);
-  const std::weak_ptr<PixelBuffer> watched = picture;
-  ASSERT_EQ(encode(std::exchange(picture, nullptr)), 0);
+  auto frame = plainFrame(usualSize, red);
+  const std::weak_ptr<PixelBuffer> watched = frame;
+  ASSERT_EQ(encode(std::exchange(frame, nullptr)), 0);
   EXPECT_EQ(session->completeFrames(std::nullopt), 0);
   ASSERT_EQ(output.outputs.size(), 1U);
-  expectPicture(output.outputs.all()[0]);
+  expectFrame(output.outputs.all()[0]);
   session->invalidate();
   session.reset();
   EXPECT_TRUE(watched.expired()) << "and no longer";
@@ -231,9 +231,9 @@ TEST_P(VideoEncoderContract, EncodesWithoutHavingBeenSetUp) {
   EXPECT_EQ(output.outputs.size(), 2U);
 }
 
-TEST_P(VideoEncoderContract, GoesOnAfterAPictureThatItCannotEncode) {
+TEST_P(VideoEncoderContract, GoesOnAfterAFrameThatItCannotEncode) {
   ASSERT_NO_FATAL_FAILURE(makeSession(usualSize));
-  const bool taken = encode(world->unusablePicture(usualSize)) == 0;
+  const bool taken = encode(world->unusableFrame(usualSize)) == 0;
   EXPECT_EQ(session->completeFrames(std::nullopt), 0);
   // Refused, or taken and then given out without a sample.
   EXPECT_EQ(output.outputs.size(), taken ? 1U : 0U);
@@ -242,7 +242,7 @@ TEST_P(VideoEncoderContract, GoesOnAfterAPictureThatItCannotEncode) {
   EXPECT_EQ(session->completeFrames(std::nullopt), 0);
   const auto outputs = output.outputs.all();
   ASSERT_FALSE(outputs.empty());
-  expectPicture(outputs.back());
+  expectFrame(outputs.back());
 }
 
 TEST_P(VideoEncoderContract, GivesSessionsThatDoNotDisturbEachOther) {
@@ -252,7 +252,7 @@ TEST_P(VideoEncoderContract, GivesSessionsThatDoNotDisturbEachOther) {
   ASSERT_NE(other.session, nullptr);
   setUp(*other.session);
   ASSERT_NO_FATAL_FAILURE(encodePlain(1));
-  EXPECT_EQ(other.session->encodeFrame(plainPicture({32, 32}, blue), {0, 30}, std::nullopt), 0);
+  EXPECT_EQ(other.session->encodeFrame(plainFrame({32, 32}, blue), {0, 30}, std::nullopt), 0);
   EXPECT_EQ(other.session->completeFrames(std::nullopt), 0);
   EXPECT_EQ(otherOutput.outputs.size(), 1U);
   other.session->invalidate();
@@ -265,7 +265,7 @@ TEST_P(VideoEncoderContract, GivesSessionsThatDoNotDisturbEachOther) {
 TEST_P(VideoEncoderContract, MayBeUsedByOneThreadAfterAnother) {
   ASSERT_NO_FATAL_FAILURE(makeSession(usualSize));
   std::thread([&] {
-    EXPECT_EQ(encode(plainPicture(usualSize, grey)), 0);
+    EXPECT_EQ(encode(plainFrame(usualSize, grey)), 0);
     EXPECT_EQ(session->completeFrames(std::nullopt), 0);
     session->invalidate();
     session.reset();
@@ -273,7 +273,7 @@ TEST_P(VideoEncoderContract, MayBeUsedByOneThreadAfterAnother) {
   EXPECT_EQ(output.outputs.size(), 1U);
 }
 
-TEST_P(VideoEncoderContract, DeclinesSizesThatNoPictureHas) {
+TEST_P(VideoEncoderContract, DeclinesSizesThatNoFrameHas) {
   for (const auto& [width, height] : {std::pair{0, 48}, std::pair{64, 0}, std::pair{-64, 48}}) {
     const auto made = world->videoEncoder().createSession(width, height, VideoCodec::h264,
                                                           hardwareIfPossible, &output);
@@ -281,10 +281,10 @@ TEST_P(VideoEncoderContract, DeclinesSizesThatNoPictureHas) {
   }
 }
 
-TEST_P(VideoStreamContract, ShowsThePicturesInTheOrderInWhichTheyWerePutIn) {
+TEST_P(VideoStreamContract, ShowsTheFramesInTheOrderInWhichTheyWerePutIn) {
   ASSERT_NO_FATAL_FAILURE(makeSession(usualSize));
   const std::vector<Colour> colours{red, blue, grey, blue, red};
-  for (const auto& colour : colours) ASSERT_EQ(encode(plainPicture(usualSize, colour)), 0);
+  for (const auto& colour : colours) ASSERT_EQ(encode(plainFrame(usualSize, colour)), 0);
   EXPECT_EQ(session->completeFrames(std::nullopt), 0);
   const auto outputs = output.outputs.all();
   ASSERT_EQ(outputs.size(), colours.size());
@@ -296,13 +296,13 @@ TEST_P(VideoStreamContract, ShowsThePicturesInTheOrderInWhichTheyWerePutIn) {
   }
 }
 
-TEST_P(VideoStreamContract, KeepsTheSizeOfThePicture) {
-  for (const auto& size : {PictureSize{32, 32}, PictureSize{640, 34}, PictureSize{1920, 1080}}) {
+TEST_P(VideoStreamContract, KeepsTheSizeOfTheFrame) {
+  for (const auto& size : {FrameSize{32, 32}, FrameSize{640, 34}, FrameSize{1920, 1080}}) {
     OutputRecorder recorder;
     const auto made = createSession(size, recorder);
     ASSERT_NE(made.session, nullptr);
     setUp(*made.session);
-    ASSERT_EQ(made.session->encodeFrame(plainPicture(size, blue), {0, 30}, std::nullopt), 0);
+    ASSERT_EQ(made.session->encodeFrame(plainFrame(size, blue), {0, 30}, std::nullopt), 0);
     EXPECT_EQ(made.session->completeFrames(std::nullopt), 0);
     ASSERT_EQ(recorder.outputs.size(), 1U);
     EXPECT_EQ(decode(recorder.outputs.all()[0]).size, size);

@@ -8,12 +8,12 @@
 
 #include "platform/VideoEncoder.h"
 #include "tests/contract/Contract.h"
-#include "tests/contract/DecodedPicture.h"
+#include "tests/contract/DecodedFrame.h"
 #include "tests/contract/Record.h"
 
 namespace quorvin::contract {
 
-// An encoder with pictures that it can encode.
+// An encoder with frames that it can encode.
 class VideoEncoderWorld {
  public:
   VideoEncoderWorld() = default;
@@ -22,17 +22,16 @@ class VideoEncoderWorld {
   virtual ~VideoEncoderWorld() = default;
 
   virtual VideoEncoder& videoEncoder() = 0;
-  virtual std::shared_ptr<PixelBuffer> picture(const PictureSize& size,
-                                               const ColourAt& colourAt) = 0;
+  virtual std::shared_ptr<PixelBuffer> frame(const FrameSize& size, const ColourAt& colourAt) = 0;
   // One of that size that cannot be encoded, while others can.
-  virtual std::shared_ptr<PixelBuffer> unusablePicture(const PictureSize& size) = 0;
+  virtual std::shared_ptr<PixelBuffer> unusableFrame(const FrameSize& size) = 0;
   // Lets the encoder work until the condition holds; false when it never does.
   virtual bool runUntil(const Condition& condition) = 0;
   // Lets everything arrive that is on its way.
   virtual void settle() = 0;
-  // What another decoder makes of one picture, an Annex-B byte stream (ITU-T H.264) that starts
+  // What another decoder makes of one frame, an Annex-B byte stream (ITU-T H.264) that starts
   // with its parameter sets.
-  virtual DecodedPicture decode(const std::vector<std::uint8_t>& byteStream) = 0;
+  virtual DecodedFrame decode(const std::vector<std::uint8_t>& byteStream) = 0;
 };
 
 // What came out of a session at one time.
@@ -56,18 +55,18 @@ class OutputRecorder final : public CompressionOutput {
 
 class VideoEncoderContract : public Contract<VideoEncoderWorld> {
  protected:
-  static constexpr PictureSize usualSize{64, 48};
+  static constexpr FrameSize usualSize{64, 48};
 
   bool runUntil(const Condition& condition) { return world->runUntil(condition); }
-  [[nodiscard]] CompressionSessionResult createSession(const PictureSize& size,
+  [[nodiscard]] CompressionSessionResult createSession(const FrameSize& size,
                                                        OutputRecorder& recorder);
-  // A session of that size, set up as for screen contents: every picture by itself.
-  void makeSession(const PictureSize& size);
+  // A session of that size, set up as for screen contents: every frame by itself.
+  void makeSession(const FrameSize& size);
   // Sets every property that there is.
   static void setUp(CompressionSession& toSetUp);
-  std::shared_ptr<PixelBuffer> plainPicture(const PictureSize& size, Colour colour);
+  std::shared_ptr<PixelBuffer> plainFrame(const FrameSize& size, Colour colour);
   // Puts it in at the next time stamp, a thirtieth of a second after the former one.
-  [[nodiscard]] EncoderStatus encode(const std::shared_ptr<PixelBuffer>& picture);
+  [[nodiscard]] EncoderStatus encode(const std::shared_ptr<PixelBuffer>& frame);
   void encodePlain(std::size_t count);
 
   OutputRecorder output;
@@ -79,7 +78,7 @@ class VideoEncoderContract : public Contract<VideoEncoderWorld> {
 class VideoStreamContract : public VideoEncoderContract {
  protected:
   // What the sample shows when decoded by itself.
-  DecodedPicture decode(const OutputNote& note);
+  DecodedFrame decode(const OutputNote& note);
 };
 
 }  // namespace quorvin::contract

@@ -13,7 +13,7 @@
 
 namespace quorvin::fakes {
 
-// Writes files that say which picture they show: FF D8, the content number, FF D9.
+// Writes files that say which frame they show: FF D8, the content number, FF D9.
 class FakeImageEncoder final : public ImageEncoder {
  public:
   bool fails = false;
@@ -21,7 +21,7 @@ class FakeImageEncoder final : public ImageEncoder {
   std::size_t paddingBytes = 0;         // makes files larger
   std::function<void()> whenLetGo;      // of each file, when its last holder lets go of it
   std::vector<double> factors;          // of every request
-  std::uint32_t newestContent = 0;      // of the pictures encoded, the highest
+  std::uint32_t newestContent = 0;      // of the frames encoded, the highest
   std::vector<bool> contexts;           // cacheIntermediates of every context made
 
   static Data file(std::uint32_t content, std::size_t paddingBytes = 0) {
@@ -51,12 +51,12 @@ class FakeImageEncoder final : public ImageEncoder {
   class Context final : public ImageContext {
    public:
     explicit Context(FakeImageEncoder& owner) : owner(owner) {}
-    std::optional<Data> jpegRepresentation(const PixelBuffer& picture,
+    std::optional<Data> jpegRepresentation(const PixelBuffer& frame,
                                            double compressionFactor) override {
       owner.factors.push_back(compressionFactor);
       if (owner.whileEncoding) owner.whileEncoding();
       if (owner.fails) return std::nullopt;
-      const auto content = static_cast<const FakePixelBuffer&>(picture).content;
+      const auto content = static_cast<const FakePixelBuffer&>(frame).content;
       owner.newestContent = std::max(owner.newestContent, content);
       auto written = file(content, owner.paddingBytes);
       if (!owner.whenLetGo) return written;

@@ -21,7 +21,7 @@ class FakePixelBuffer final : public PixelBuffer {
   [[nodiscard]] std::size_t widthPx() const override { return width; }
   [[nodiscard]] std::size_t heightPx() const override { return height; }
 
-  std::uint32_t content;  // tells pictures apart; the fake encoder writes it into the file
+  std::uint32_t content;  // tells frames apart; the fake encoder writes it into the file
 
  private:
   std::size_t width;

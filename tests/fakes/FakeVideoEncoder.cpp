@@ -46,11 +46,11 @@ long double seconds(MediaTime time) {
 
 }  // namespace
 
-std::shared_ptr<FakeEncodedSample> FakeEncodedSample::of(const FakePixelBuffer& picture) {
+std::shared_ptr<FakeEncodedSample> FakeEncodedSample::of(const FakePixelBuffer& frame) {
   Bytes unit{0x65};
-  appendBigEndian(unit, picture.content);
-  appendBigEndian(unit, static_cast<std::uint32_t>(picture.widthPx()));
-  appendBigEndian(unit, static_cast<std::uint32_t>(picture.heightPx()));
+  appendBigEndian(unit, frame.content);
+  appendBigEndian(unit, static_cast<std::uint32_t>(frame.widthPx()));
+  appendBigEndian(unit, static_cast<std::uint32_t>(frame.heightPx()));
   auto sample = std::make_shared<FakeEncodedSample>();
   sample->data = withLengths({unit});
   sample->parameterSets = {Bytes{0x67, 0x4D}, Bytes{0x68, 0xEE}};
@@ -84,7 +84,7 @@ std::optional<std::span<const std::uint8_t>> FakeEncodedSample::h264ParameterSet
   return *parameterSets[index];
 }
 
-FakeEncodedPicture FakeEncodedPicture::readFromEnd(std::span<const std::uint8_t> bytes) {
+FakeEncodedFrame FakeEncodedFrame::readFromEnd(std::span<const std::uint8_t> bytes) {
   return {.content = bigEndian(bytes.last(12)),
           .width = bigEndian(bytes.last(8)),
           .height = bigEndian(bytes.last(4))};
@@ -92,7 +92,7 @@ FakeEncodedPicture FakeEncodedPicture::readFromEnd(std::span<const std::uint8_t>
 
 struct FakeVideoEncoder::SessionState {
   struct Waiting {
-    std::shared_ptr<FakePixelBuffer> picture;
+    std::shared_ptr<FakePixelBuffer> frame;
     MediaTime time;
     Output output;
     bool usual;  // not made by a script
@@ -110,7 +110,7 @@ struct FakeVideoEncoder::SessionState {
     const auto oldest = std::move(waiting.front());
     waiting.pop_front();
     if (oldest.usual) {
-      owner.newestContent = std::max(owner.newestContent, oldest.picture->content);
+      owner.newestContent = std::max(owner.newestContent, oldest.frame->content);
     }
     receiver->compressionDidOutput(oldest.output.status, oldest.output.sample.get());
     return true;
@@ -136,7 +136,7 @@ class FakeVideoEncoder::Session final : public CompressionSession {
   EncoderStatus prepareToEncodeFrames() override {
     return used("prepare") ? owner.prepareStatus : invalidSession;
   }
-  EncoderStatus encodeFrame(const std::shared_ptr<PixelBuffer>& picture, MediaTime time,
+  EncoderStatus encodeFrame(const std::shared_ptr<PixelBuffer>& frame, MediaTime time,
                             std::optional<MediaTime> duration) override;
   EncoderStatus completeFrames(std::optional<MediaTime> until) override;
   void invalidate() override {
@@ -154,7 +154,7 @@ class FakeVideoEncoder::Session final : public CompressionSession {
     if (!atWork()) owner.violations.push_back("invalidated session used: " + call);
     return atWork();
   }
-  void checkPicture(const FakePixelBuffer& picture, MediaTime time);
+  void checkFrame(const FakePixelBuffer& frame, MediaTime time);
   void bringOut();
   void end() {
     state->waiting.clear();
@@ -165,14 +165,14 @@ class FakeVideoEncoder::Session final : public CompressionSession {
   const std::shared_ptr<SessionState> state;
 };
 
-EncoderStatus FakeVideoEncoder::Session::encodeFrame(const std::shared_ptr<PixelBuffer>& picture,
+EncoderStatus FakeVideoEncoder::Session::encodeFrame(const std::shared_ptr<PixelBuffer>& frame,
                                                      MediaTime time,
                                                      std::optional<MediaTime> duration) {
-  const auto known = std::dynamic_pointer_cast<FakePixelBuffer>(picture);
+  const auto known = std::dynamic_pointer_cast<FakePixelBuffer>(frame);
   if (known == nullptr) return parameterError;
   const auto call = "encode " + std::to_string(known->content) + " at " + describe(time);
   if (!used(duration ? call + " for " + describe(*duration) : call)) return invalidSession;
-  checkPicture(*known, time);
+  checkFrame(*known, time);
   if (owner.whileEncoding) owner.whileEncoding();
   if (owner.encodeStatus != 0) return owner.encodeStatus;
   const bool usual = !owner.script;
@@ -183,21 +183,21 @@ EncoderStatus FakeVideoEncoder::Session::encodeFrame(const std::shared_ptr<Pixel
   return 0;
 }
 
-void FakeVideoEncoder::Session::checkPicture(const FakePixelBuffer& picture, MediaTime time) {
+void FakeVideoEncoder::Session::checkFrame(const FakePixelBuffer& frame, MediaTime time) {
   if (state->lastTime && seconds(time) <= seconds(*state->lastTime)) {
     owner.violations.push_back("time stamp " + describe(time) + " after " +
                                describe(*state->lastTime));
   }
   state->lastTime = time;
-  if (picture.widthPx() != state->width || picture.heightPx() != state->height) {
-    owner.violations.emplace_back("picture of another size than the session's");
+  if (frame.widthPx() != state->width || frame.heightPx() != state->height) {
+    owner.violations.emplace_back("frame of another size than the session's");
   }
 }
 
 void FakeVideoEncoder::Session::bringOut() {
   if (owner.delivery == Delivery::atOnce) state->deliverOne(owner);
   if (owner.delivery == Delivery::later) {
-    // Whichever of these tasks runs first, the oldest picture comes out first.
+    // Whichever of these tasks runs first, the oldest frame comes out first.
     owner.dispatch.systemThreads().async(
         [state = state, &owner = owner] { state->deliverOne(owner); });
   }

@@ -26,9 +26,9 @@ class FakeEncodedSample final : public EncodedSample {
   std::vector<std::optional<Bytes>> parameterSets;
   mutable std::vector<std::size_t> setsAsked;  // indices, in order
 
-  // What an encoder makes of a picture: both parameter sets, and one unit that says which picture
+  // What an encoder makes of a frame: both parameter sets, and one unit that says which frame
   // it is and how large.
-  static std::shared_ptr<FakeEncodedSample> of(const FakePixelBuffer& picture);
+  static std::shared_ptr<FakeEncodedSample> of(const FakePixelBuffer& frame);
   // The units, each after its length.
   static Bytes withLengths(const std::vector<Bytes>& units);
 
@@ -42,13 +42,13 @@ class FakeEncodedSample final : public EncodedSample {
       std::size_t index) const override;
 };
 
-// The picture that a unit, or whatever ends with one, was made of.
-struct FakeEncodedPicture {
+// The frame that a unit, or whatever ends with one, was made of.
+struct FakeEncodedFrame {
   std::uint32_t content = 0;
   std::uint32_t width = 0;
   std::uint32_t height = 0;
 
-  static FakeEncodedPicture readFromEnd(std::span<const std::uint8_t> bytes);
+  static FakeEncodedFrame readFromEnd(std::span<const std::uint8_t> bytes);
 };
 
 // Encodes nothing, but answers, gives out and fails as the test says. Strict: a caller that breaks
@@ -64,9 +64,9 @@ class FakeVideoEncoder final : public VideoEncoder {
   static constexpr EncoderStatus refusal = -12900;
   std::set<CompressionProperty> refusedProperties;
   EncoderStatus prepareStatus = 0;
-  EncoderStatus encodeStatus = 0;  // a picture that is not taken does not come out either
+  EncoderStatus encodeStatus = 0;  // a frame that is not taken does not come out either
 
-  // What comes out for a picture; empty: the usual sample.
+  // What comes out for a frame; empty: the usual sample.
   struct Output {
     EncoderStatus status = 0;
     std::shared_ptr<FakeEncodedSample> sample;  // may be null
@@ -102,7 +102,7 @@ class FakeVideoEncoder final : public VideoEncoder {
                                          const EncoderSpecification& specification,
                                          CompressionOutput* output) override;
 
-  // Brings out the oldest picture that waits in the oldest session that has one; false when none
+  // Brings out the oldest frame that waits in the oldest session that has one; false when none
   // waits.
   bool deliverNext();
   [[nodiscard]] std::size_t waiting() const;

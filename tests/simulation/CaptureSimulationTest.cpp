@@ -94,12 +94,12 @@ class CaptureWorld {
     encoder.encodeStatus = kind == 1 ? refusedByTheSystem : 0;
     encoder.script = {};
     if (kind == 2)
-      encoder.script = [](const auto& /*picture*/) {
+      encoder.script = [](const auto& /*frame*/) {
         return Output{};
       };
     if (kind == 3) {
-      encoder.script = [](const auto& picture) {
-        auto sample = fakes::FakeEncodedSample::of(picture);
+      encoder.script = [](const auto& frame) {
+        auto sample = fakes::FakeEncodedSample::of(frame);
         sample->data->pop_back();  // the length leads past the end
         return Output{0, sample};
       };
@@ -170,12 +170,12 @@ class CaptureWorld {
   std::uint32_t contentOf(const Data& frame) {
     const auto bytes = frame.bytes();
     if (bytes[0] != 'Q') return fakes::FakeImageEncoder::contentOf(frame);
-    const auto picture = fakes::FakeEncodedPicture::readFromEnd(bytes);
-    if (picture.width != bytes[6] * 256U + bytes[7] ||
-        picture.height != bytes[8] * 256U + bytes[9]) {
-      fail("a payload says how large its picture is");
+    const auto encoded = fakes::FakeEncodedFrame::readFromEnd(bytes);
+    if (encoded.width != bytes[6] * 256U + bytes[7] ||
+        encoded.height != bytes[8] * 256U + bytes[9]) {
+      fail("a payload says how large its frame is");
     }
-    return picture.content;
+    return encoded.content;
   }
 
   [[nodiscard]] bool hasEnded() const { return stoppedHere || stops > 0; }

@@ -28,7 +28,7 @@ Value pictureSettings(bool valid) {
 
 std::uint32_t contentOf(const Data& frame) {
   if (frame.bytes()[0] != 'Q') return fakes::FakeImageEncoder::contentOf(frame);
-  return fakes::FakeEncodedPicture::readFromEnd(frame.bytes()).content;
+  return fakes::FakeEncodedFrame::readFromEnd(frame.bytes()).content;
 }
 
 std::string describe(const FlutterReply& reply) {

@@ -53,11 +53,11 @@ class BenchTableTest(unittest.TestCase):
 
     def test_holds_a_benchmark_against_its_floor_with_the_same_arguments(self):
         rows = self.rows_of(
-            entry("copyPicture/bytes:1", cpu_time=2.0),
-            entry("copyPicture/bytes:2", cpu_time=1.0),
+            entry("copyFrame/bytes:1", cpu_time=2.0),
+            entry("copyFrame/bytes:2", cpu_time=1.0),
             entry("buildPayload/bytes:1", cpu_time=3.0),
         )
-        self.assertEqual(rows[2], "| `buildPayload/bytes:1` | 3 ms | `copyPicture` | 1.50 |")
+        self.assertEqual(rows[2], "| `buildPayload/bytes:1` | 3 ms | `copyFrame` | 1.50 |")
 
     def test_a_benchmark_that_waits_is_timed_by_the_clock_on_the_wall(self):
         rows = self.rows_of(entry("one"), entry("other/iterations:3/manual_time"))
@@ -74,7 +74,7 @@ class BenchTableTest(unittest.TestCase):
     def test_a_ratio_measured_in_turns_is_taken_over(self):
         rows = self.rows_of(
             entry("captureToPayload", ratio=1.052),
-            entry("pictureToJpegFile/line/threads:2", ratio=0.0449),
+            entry("frameToJpegFile/line/threads:2", ratio=0.0449),
         )
         self.assertTrue(rows[0].endswith("| the same calls bare | 1.05 |"), rows[0])
         self.assertTrue(rows[1].endswith("| TurboJPEG over the whole picture | 0.045 |"), rows[1])

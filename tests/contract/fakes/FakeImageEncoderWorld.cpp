@@ -10,18 +10,18 @@ namespace {
 class FakeImageEncoderWorld final : public ImageEncoderWorld {
  public:
   ImageEncoder& imageEncoder() override { return fake; }
-  std::shared_ptr<PixelBuffer> picture(const PictureSize& size, const ColourAt& colourAt) override {
+  std::shared_ptr<PixelBuffer> frame(const FrameSize& size, const ColourAt& colourAt) override {
     const auto colour = colourAt(0, 0);
     const std::uint32_t content =
         std::uint32_t{colour.red} << 16U | std::uint32_t{colour.green} << 8U | colour.blue;
     return std::make_shared<fakes::FakePixelBuffer>(size.width, size.height, content);
   }
-  std::shared_ptr<PixelBuffer> unusablePicture() override {
+  std::shared_ptr<PixelBuffer> unusableFrame() override {
     fake.fails = true;
     return std::make_shared<fakes::FakePixelBuffer>(8, 8, 1);
   }
-  DecodedPicture decode(const Data& /*file*/) override {
-    throw std::logic_error("the fake's files are no pictures");
+  DecodedFrame decode(const Data& /*file*/) override {
+    throw std::logic_error("the fake's files are no JPEG files");
   }
 
  private:
@@ -37,7 +37,7 @@ INSTANTIATE_TEST_SUITE_P(Fake, ImageEncoderContract,
                                return std::make_unique<FakeImageEncoderWorld>();
                              }}),
                          nameOfWorld);
-// The fake's files say which picture they show, and are no JPEG files.
+// The fake's files say which frame they show, and are no JPEG files.
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(JpegContract);
 
 }  // namespace quorvin::contract

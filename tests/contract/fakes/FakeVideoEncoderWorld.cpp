@@ -10,20 +10,20 @@ namespace {
 
 using fakes::FakeVideoEncoder;
 
-// Pictures of one colour, which is what the fake's units say of a picture.
+// Frames of one colour, which is what the fake's units say of a frame.
 class FakeVideoEncoderWorld final : public VideoEncoderWorld {
  public:
   explicit FakeVideoEncoderWorld(FakeVideoEncoder::Delivery delivery) { fake.delivery = delivery; }
   ~FakeVideoEncoderWorld() override { EXPECT_TRUE(fake.violations.empty()); }
 
   VideoEncoder& videoEncoder() override { return fake; }
-  std::shared_ptr<PixelBuffer> picture(const PictureSize& size, const ColourAt& colourAt) override {
+  std::shared_ptr<PixelBuffer> frame(const FrameSize& size, const ColourAt& colourAt) override {
     const auto colour = colourAt(0, 0);
     const std::uint32_t content =
         std::uint32_t{colour.red} << 16U | std::uint32_t{colour.green} << 8U | colour.blue;
     return std::make_shared<fakes::FakePixelBuffer>(size.width, size.height, content);
   }
-  std::shared_ptr<PixelBuffer> unusablePicture(const PictureSize& size) override {
+  std::shared_ptr<PixelBuffer> unusableFrame(const FrameSize& size) override {
     return std::make_shared<ForeignPixelBuffer>(size);
   }
   bool runUntil(const Condition& condition) override {
@@ -35,12 +35,12 @@ class FakeVideoEncoderWorld final : public VideoEncoderWorld {
     while (fake.deliverNext()) {
     }
   }
-  DecodedPicture decode(const std::vector<std::uint8_t>& byteStream) override {
-    const auto read = fakes::FakeEncodedPicture::readFromEnd(byteStream);
+  DecodedFrame decode(const std::vector<std::uint8_t>& byteStream) override {
+    const auto read = fakes::FakeEncodedFrame::readFromEnd(byteStream);
     const Colour colour{static_cast<std::uint8_t>(read.content >> 16U),
                         static_cast<std::uint8_t>(read.content >> 8U),
                         static_cast<std::uint8_t>(read.content)};
-    const PictureSize size{read.width, read.height};
+    const FrameSize size{read.width, read.height};
     return {size, std::vector<Colour>(size.width * size.height, colour)};
   }
 

@@ -17,7 +17,7 @@ class LinuxImageEncoderWorld final : public ImageEncoderWorld {
  public:
   ImageEncoder& imageEncoder() override { return encoder; }
 
-  std::shared_ptr<PixelBuffer> picture(const PictureSize& size, const ColourAt& colourAt) override {
+  std::shared_ptr<PixelBuffer> frame(const FrameSize& size, const ColourAt& colourAt) override {
     auto pixels = std::make_shared<std::vector<std::uint8_t>>();
     pixels->reserve(size.width * size.height * bytesPerPixel);
     for (std::size_t y = 0; y < size.height; ++y) {
@@ -30,11 +30,11 @@ class LinuxImageEncoderWorld final : public ImageEncoderWorld {
     return std::make_shared<CapturedFrame>(std::move(pixels), first, size.width, size.height,
                                            size.width * bytesPerPixel);
   }
-  std::shared_ptr<PixelBuffer> unusablePicture() override {
-    return std::make_shared<ForeignPixelBuffer>(PictureSize{8, 8});
+  std::shared_ptr<PixelBuffer> unusableFrame() override {
+    return std::make_shared<ForeignPixelBuffer>(FrameSize{8, 8});
   }
 
-  DecodedPicture decode(const Data& file) override {
+  DecodedFrame decode(const Data& file) override {
     const std::unique_ptr<void, int (*)(void*)> decoder(tjInitDecompress(), tjDestroy);
     int width = 0;
     int height = 0;
@@ -42,7 +42,7 @@ class LinuxImageEncoderWorld final : public ImageEncoderWorld {
     int colourSpace = 0;
     require(tjDecompressHeader3(decoder.get(), file.data(), file.size(), &width, &height,
                                 &subsampling, &colourSpace));
-    DecodedPicture decoded{{static_cast<std::size_t>(width), static_cast<std::size_t>(height)}, {}};
+    DecodedFrame decoded{{static_cast<std::size_t>(width), static_cast<std::size_t>(height)}, {}};
     decoded.pixels.resize(decoded.size.width * decoded.size.height);
     static_assert(sizeof(Colour) == 3);
     require(tjDecompress2(decoder.get(), file.data(), file.size(), &decoded.pixels.data()->red,

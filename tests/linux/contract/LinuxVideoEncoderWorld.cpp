@@ -13,14 +13,14 @@ namespace quorvin::contract {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr std::chrono::seconds patience{20};
+constexpr std::chrono::seconds timeout{20};
 constexpr std::chrono::milliseconds lookAgain{1};
 
 class LinuxVideoEncoderWorld final : public VideoEncoderWorld {
  public:
   VideoEncoder& videoEncoder() override { return encoder; }
 
-  std::shared_ptr<PixelBuffer> picture(const PictureSize& size, const ColourAt& colourAt) override {
+  std::shared_ptr<PixelBuffer> frame(const FrameSize& size, const ColourAt& colourAt) override {
     return makeFrame(
         {static_cast<int>(size.width), static_cast<int>(size.height)}, [&colourAt](int x, int y) {
           const auto colour = colourAt(static_cast<std::size_t>(x), static_cast<std::size_t>(y));
@@ -28,11 +28,11 @@ class LinuxVideoEncoderWorld final : public VideoEncoderWorld {
                  static_cast<std::uint32_t>(colour.green) << 8U | colour.blue;
         });
   }
-  std::shared_ptr<PixelBuffer> unusablePicture(const PictureSize& size) override {
+  std::shared_ptr<PixelBuffer> unusableFrame(const FrameSize& size) override {
     return std::make_shared<ForeignPixelBuffer>(size);
   }
   bool runUntil(const Condition& condition) override {
-    const auto deadline = Clock::now() + patience;
+    const auto deadline = Clock::now() + timeout;
     while (!condition()) {
       if (Clock::now() > deadline) return false;
       std::this_thread::sleep_for(lookAgain);
@@ -42,10 +42,10 @@ class LinuxVideoEncoderWorld final : public VideoEncoderWorld {
   // Nothing is on its way anywhere but in a session, which knows of it.
   void settle() override {}
 
-  DecodedPicture decode(const std::vector<std::uint8_t>& byteStream) override {
+  DecodedFrame decode(const std::vector<std::uint8_t>& byteStream) override {
     const auto frames = H264Decoder::decodeAll({byteStream});
     const auto& frame = frames.at(0);
-    DecodedPicture decoded{
+    DecodedFrame decoded{
         {static_cast<std::size_t>(frame.size.width), static_cast<std::size_t>(frame.size.height)},
         {}};
     for (int y = 0; y < frame.size.height; ++y) {

@@ -168,7 +168,7 @@ void waitForTwoTurns(GMainContext* context, std::atomic<int>& turns) {
   while (turns < 2) std::this_thread::yield();
 }
 
-// Nobody wants to see what was clicked and typed at a picture that stood still.
+// Nobody wants to see what was clicked and typed on a screen that stood still.
 TEST(InputConnection, DropsWhatCameWhileTheServerHungButForReleases) {
   std::atomic<int> turns = 0;
   const Context context(g_main_context_new(), &g_main_context_unref);

@@ -279,7 +279,7 @@ TEST_F(ChannelsTest, SendTextAsPlainBytesThatWantNoReply) {
   EXPECT_EQ(peer.frames[0].id, 0U);
 }
 
-TEST_F(ChannelsTest, SendEveryTextInOrderBehindAPicture) {
+TEST_F(ChannelsTest, SendEveryTextInOrderBehindALargeEvent) {
   const auto stream = std::make_shared<RecordingStream>();
   listenWith(stream);
   call(events, "listen");

@@ -54,10 +54,10 @@ class UiLinkTest : public testing::Test {
 
   // Sends events until the socket is full and one waits.
   void clogWithEvents() {
-    for (std::uint8_t mark = 1; mark <= 3; ++mark) link->sendEvent(frames, pictureOf(mark));
+    for (std::uint8_t mark = 1; mark <= 3; ++mark) link->sendEvent(frames, eventOf(mark));
   }
 
-  static Value pictureOf(std::uint8_t mark) {
+  static Value eventOf(std::uint8_t mark) {
     return Value(Data(Bytes(std::size_t{4} * 1024 * 1024, mark)));
   }
 
@@ -141,7 +141,7 @@ TEST_F(UiLinkTest, HandlesWhatWasSentBeforeTheOtherSideClosed) {
 
 TEST_F(UiLinkTest, TellsInALaterTurnThatWritingFailed) {
   peer.close();
-  link->sendEvent(frames, pictureOf(1));
+  link->sendEvent(frames, eventOf(1));
   EXPECT_FALSE(link->isOpen());
   EXPECT_EQ(closings, 0);
   EXPECT_TRUE(loop.runUntil([&] { return closings > 0; }));
@@ -152,7 +152,7 @@ TEST_F(UiLinkTest, DropsWhatIsSentAfterClosing) {
   ASSERT_TRUE(runUntilMessages(1));
   link->close();
   link->reply(4, Bytes{1});
-  link->sendEvent(frames, pictureOf(1));
+  link->sendEvent(frames, eventOf(1));
   link->sendMessage(frames, encodeErrorEnvelope({"code", {}, {}}));
   loop.runUntilIdle();
   peer.receive();
@@ -227,13 +227,13 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& hostile) { return hostile.param.name; });
 
 TEST_F(UiLinkTest, NeverBlocksOnAReaderWhoStopped) {
-  for (int round = 0; round < 100; ++round) link->sendEvent(frames, pictureOf(1));
+  for (int round = 0; round < 100; ++round) link->sendEvent(frames, eventOf(1));
   loop.runUntilIdle();
   EXPECT_TRUE(link->isOpen());
 }
 
 TEST_F(UiLinkTest, SendsTheBegunAndTheNewestEventToALateReader) {
-  for (std::uint8_t mark = 1; mark <= 50; ++mark) link->sendEvent(frames, pictureOf(mark));
+  for (std::uint8_t mark = 1; mark <= 50; ++mark) link->sendEvent(frames, eventOf(mark));
   ASSERT_TRUE(runUntilFrames(2));
   loop.runUntilIdle();
   peer.receive();
@@ -256,7 +256,7 @@ TEST_F(UiLinkTest, SendsAReplyAfterTheEventThatWaitsAlready) {
 TEST_F(UiLinkTest, SendsNoEventFromBeforeAMessageAfterIt) {
   clogWithEvents();
   link->sendMessage("text", {1, 2});
-  link->sendEvent(frames, pictureOf(9));
+  link->sendEvent(frames, eventOf(9));
   ASSERT_TRUE(runUntilFrames(3));
   EXPECT_EQ(markOf(peer.frames[0]), 1);
   EXPECT_EQ(peer.frames[1], (LinkFrame{LinkFrameType::message, 0, "text", {1, 2}}));

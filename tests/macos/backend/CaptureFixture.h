@@ -65,27 +65,27 @@ class RecordingOutput final : public StreamOutput {
     const std::lock_guard lock(mutex);
     samples.push_back({sample.isValid(), attachments ? attachments->size() : 0,
                        sample.presentationTimeStamp(), type, standin::currentQueueLabel()});
-    if (keepsPictures) pictures.push_back(sample.imageBuffer());
+    if (keepsFrames) frames.push_back(sample.imageBuffer());
   }
 
   [[nodiscard]] std::vector<ReceivedSample> received() const {
     const std::lock_guard lock(mutex);
     return samples;
   }
-  void keepPictures() {
+  void keepFrames() {
     const std::lock_guard lock(mutex);
-    keepsPictures = true;
+    keepsFrames = true;
   }
-  [[nodiscard]] std::vector<std::shared_ptr<PixelBuffer>> takePictures() {
+  [[nodiscard]] std::vector<std::shared_ptr<PixelBuffer>> takeFrames() {
     const std::lock_guard lock(mutex);
-    return std::exchange(pictures, {});
+    return std::exchange(frames, {});
   }
 
  private:
   mutable std::mutex mutex;
-  bool keepsPictures = false;
+  bool keepsFrames = false;
   std::vector<ReceivedSample> samples;
-  std::vector<std::shared_ptr<PixelBuffer>> pictures;
+  std::vector<std::shared_ptr<PixelBuffer>> frames;
 };
 
 class RecordingDelegate final : public StreamDelegate {

@@ -125,33 +125,33 @@ TEST_F(CaptureSampleTest, ReadsThePresentationTimeUnchanged) {
             (MediaTime{5, 600, 3, 3}));
 }
 
-TEST_F(CaptureSampleTest, HasNoPictureWhenTheSampleHasNone) {
+TEST_F(CaptureSampleTest, HasNoFrameWhenTheSampleHasNone) {
   EXPECT_EQ((*ScriptedSample({})).imageBuffer(), nullptr);
 }
 
-TEST_F(CaptureSampleTest, HandsOutItsPicture) {
+TEST_F(CaptureSampleTest, HandsOutItsFrame) {
   id buffer = standin::makePixelBuffer(33, 21);
-  const auto picture = (*ScriptedSample({.imageBuffer = buffer})).imageBuffer();
-  ASSERT_NE(picture, nullptr);
-  EXPECT_EQ(picture->widthPx(), 33);
-  EXPECT_EQ(picture->heightPx(), 21);
+  const auto frame = (*ScriptedSample({.imageBuffer = buffer})).imageBuffer();
+  ASSERT_NE(frame, nullptr);
+  EXPECT_EQ(frame->widthPx(), 33);
+  EXPECT_EQ(frame->heightPx(), 21);
 }
 
-TEST_F(CaptureSampleTest, LeavesThePictureToWhomeverHoldsIt) {
-  std::shared_ptr<PixelBuffer> picture;
+TEST_F(CaptureSampleTest, LeavesTheFrameToWhomeverHoldsIt) {
+  std::shared_ptr<PixelBuffer> frame;
   @autoreleasepool {
-    picture = (*ScriptedSample({.imageBuffer = standin::makePixelBuffer(33, 21)})).imageBuffer();
+    frame = (*ScriptedSample({.imageBuffer = standin::makePixelBuffer(33, 21)})).imageBuffer();
   }
-  EXPECT_EQ(picture->widthPx(), 33);
+  EXPECT_EQ(frame->widthPx(), 33);
   const auto held = standin::liveObjects();
-  picture.reset();
+  frame.reset();
   EXPECT_EQ(standin::liveObjects(), held - 1);
 }
 
-TEST_F(CaptureSampleTest, GivesEncodersThePictureItself) {
+TEST_F(CaptureSampleTest, GivesEncodersTheFrameItself) {
   id buffer = standin::makePixelBuffer(33, 21);
-  const MacPixelBuffer picture((__bridge CVPixelBufferRef)buffer);
-  EXPECT_EQ(picture.pixelBuffer(), (__bridge CVPixelBufferRef)buffer);
+  const MacPixelBuffer frame((__bridge CVPixelBufferRef)buffer);
+  EXPECT_EQ(frame.pixelBuffer(), (__bridge CVPixelBufferRef)buffer);
   EXPECT_THAT(standin::callNames(), ElementsAre("CVPixelBufferRetain"));
 }
 

@@ -44,13 +44,13 @@ class RecordingCompressionOutput final : public CompressionOutput {
   std::vector<Output> outputs;
 };
 
-// A Mac whose encoder makes of the nth picture n bytes.
+// A Mac whose encoder makes of the nth frame n bytes.
 class CompressionTest : public standin::StandInTest {
  protected:
   void SetUp() override {
     StandInTest::SetUp();
     const auto count = std::make_shared<std::size_t>(0);
-    standin::setEncoder([count](id /*picture*/, CMTime /*time*/) {
+    standin::setEncoder([count](id /*frame*/, CMTime /*time*/) {
       std::vector<std::uint8_t> bytes(++*count);
       return standin::EncoderOutput{
           .sampleBuffer = standin::makeSampleBuffer(
@@ -74,13 +74,13 @@ class CompressionTest : public standin::StandInTest {
     EXPECT_EQ(result.status, 0);
     return std::move(result.session);
   }
-  static std::shared_ptr<PixelBuffer> makePicture() {
+  static std::shared_ptr<PixelBuffer> makeFrame() {
     id buffer = standin::makePixelBuffer(64, 48);
     return std::make_shared<MacPixelBuffer>((__bridge CVPixelBufferRef)buffer);
   }
   static EncoderStatus encode(CompressionSession& session, std::int64_t value) {
     @autoreleasepool {
-      return session.encodeFrame(makePicture(), {value, 30}, {});
+      return session.encodeFrame(makeFrame(), {value, 30}, {});
     }
   }
   static std::vector<std::string> argumentsOf(const std::string& function) {

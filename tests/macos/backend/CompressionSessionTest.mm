@@ -77,15 +77,15 @@ TEST_F(CompressionSessionTest, Prepares) {
   EXPECT_EQ(session->prepareToEncodeFrames(), -12912);
 }
 
-TEST_F(CompressionSessionTest, EncodesThePictureItself) {
+TEST_F(CompressionSessionTest, EncodesTheFrameItself) {
   id buffer = standin::makePixelBuffer(64, 48);
   id encoded = nil;
-  standin::setEncoder([&encoded](id picture, CMTime /*time*/) {
-    encoded = picture;
+  standin::setEncoder([&encoded](id frame, CMTime /*time*/) {
+    encoded = frame;
     return standin::EncoderOutput{};
   });
-  const auto picture = std::make_shared<MacPixelBuffer>((__bridge CVPixelBufferRef)buffer);
-  EXPECT_EQ(session->encodeFrame(picture, {12, 600}, {}), 0);
+  const auto frame = std::make_shared<MacPixelBuffer>((__bridge CVPixelBufferRef)buffer);
+  EXPECT_EQ(session->encodeFrame(frame, {12, 600}, {}), 0);
   EXPECT_EQ(encoded, buffer);
   EXPECT_THAT(argumentsOf("VTCompressionSessionEncodeFrame"),
               ElementsAre("12/600", "invalid", "NULL", "NULL", "NULL"));
@@ -95,11 +95,11 @@ TEST_F(CompressionSessionTest, EncodesThePictureItself) {
 
 TEST_F(CompressionSessionTest, PassesATimeStampOnWhole) {
   CMTime encoded = kCMTimeInvalid;
-  standin::setEncoder([&encoded](id /*picture*/, CMTime time) {
+  standin::setEncoder([&encoded](id /*frame*/, CMTime time) {
     encoded = time;
     return standin::EncoderOutput{};
   });
-  EXPECT_EQ(session->encodeFrame(makePicture(), {5, 600, 3, 7}, {}), 0);
+  EXPECT_EQ(session->encodeFrame(makeFrame(), {5, 600, 3, 7}, {}), 0);
   standin::settle();
   standin::setEncoder({});
   EXPECT_EQ(encoded.value, 5);
@@ -109,49 +109,49 @@ TEST_F(CompressionSessionTest, PassesATimeStampOnWhole) {
 }
 
 TEST_F(CompressionSessionTest, PassesADurationOnThatIsKnown) {
-  EXPECT_EQ(session->encodeFrame(makePicture(), {12, 600}, MediaTime{1, 30}), 0);
+  EXPECT_EQ(session->encodeFrame(makeFrame(), {12, 600}, MediaTime{1, 30}), 0);
   EXPECT_THAT(argumentsOf("VTCompressionSessionEncodeFrame"),
               ElementsAre("12/600", "1/30", "NULL", "NULL", "NULL"));
 }
 
 TEST_F(CompressionSessionTest, PassesATimeStampOnThatIsNoNumber) {
-  EXPECT_EQ(session->encodeFrame(makePicture(), {0, 0, 0}, MediaTime{0, 0, 0}), 0);
+  EXPECT_EQ(session->encodeFrame(makeFrame(), {0, 0, 0}, MediaTime{0, 0, 0}), 0);
   EXPECT_THAT(argumentsOf("VTCompressionSessionEncodeFrame"),
               ElementsAre("invalid", "invalid", "NULL", "NULL", "NULL"));
   EXPECT_THAT(standin::takeViolations(), ElementsAre("a frame without a time stamp"));
 }
 
-TEST_F(CompressionSessionTest, LeavesThePictureToTheEncoderUntilItCameOut) {
+TEST_F(CompressionSessionTest, LeavesTheFrameToTheEncoderUntilItCameOut) {
   standin::holdEncodedFrames();
-  std::weak_ptr<PixelBuffer> picture;
+  std::weak_ptr<PixelBuffer> frame;
   @autoreleasepool {
-    const auto made = makePicture();
-    picture = made;
+    const auto made = makeFrame();
+    frame = made;
     EXPECT_EQ(session->encodeFrame(made, {1, 30}, {}), 0);
   }
-  EXPECT_TRUE(picture.expired());
+  EXPECT_TRUE(frame.expired());
   EXPECT_THAT(standin::liveObjectSummary(), Contains("StandInPixelBuffer x 1"));
   EXPECT_EQ(session->completeFrames({}), 0);
   standin::settle();
   EXPECT_THAT(standin::liveObjectSummary(), Not(Contains(HasSubstr("StandInPixelBuffer"))));
 }
 
-TEST_F(CompressionSessionTest, RefusesAPictureThatTheSystemDoesNotKnow) {
-  EXPECT_EQ(session->encodeFrame(
-                std::make_shared<contract::ForeignPixelBuffer>(contract::PictureSize{64, 48}),
-                {1, 30}, {}),
-            kVTParameterErr);
+TEST_F(CompressionSessionTest, RefusesAFrameThatTheSystemDoesNotKnow) {
+  EXPECT_EQ(
+      session->encodeFrame(
+          std::make_shared<contract::ForeignPixelBuffer>(contract::FrameSize{64, 48}), {1, 30}, {}),
+      kVTParameterErr);
   EXPECT_EQ(session->encodeFrame(nullptr, {1, 30}, {}), kVTParameterErr);
   EXPECT_THAT(standin::callsOf("VTCompressionSessionEncodeFrame"), IsEmpty());
 }
 
-TEST_F(CompressionSessionTest, ReportsAPictureThatIsRefused) {
+TEST_F(CompressionSessionTest, ReportsAFrameThatIsRefused) {
   standin::setCallStatus("VTCompressionSessionEncodeFrame", kVTVideoEncoderMalfunctionErr);
   EXPECT_EQ(encode(*session, 1), -12912);
   EXPECT_THAT(output.received(), IsEmpty());
 }
 
-TEST_F(CompressionSessionTest, WaitsUntilAllPicturesHaveComeOut) {
+TEST_F(CompressionSessionTest, WaitsUntilAllFramesHaveComeOut) {
   standin::holdEncodedFrames();
   EXPECT_EQ(encode(*session, 1), 0);
   EXPECT_EQ(encode(*session, 2), 0);
@@ -161,12 +161,12 @@ TEST_F(CompressionSessionTest, WaitsUntilAllPicturesHaveComeOut) {
   EXPECT_THAT(argumentsOf("VTCompressionSessionCompleteFrames"), ElementsAre("invalid"));
 }
 
-TEST_F(CompressionSessionTest, WaitsForThePicturesUpToATime) {
+TEST_F(CompressionSessionTest, WaitsForTheFramesUpToATime) {
   EXPECT_EQ(session->completeFrames(MediaTime{2, 30}), 0);
   EXPECT_THAT(argumentsOf("VTCompressionSessionCompleteFrames"), ElementsAre("2/30"));
 }
 
-TEST_F(CompressionSessionTest, ReportsThatThePicturesDidNotComeOut) {
+TEST_F(CompressionSessionTest, ReportsThatTheFramesDidNotComeOut) {
   standin::setCallStatus("VTCompressionSessionCompleteFrames", kVTVideoEncoderMalfunctionErr);
   EXPECT_EQ(session->completeFrames({}), -12912);
 }

@@ -19,31 +19,29 @@ using testing::ElementsAre;
 constexpr Colour red{.red = 200, .green = 30, .blue = 20};
 constexpr Colour blue{.red = 10, .green = 40, .blue = 210};
 
-class ForeignPicture final : public PixelBuffer {
+class ForeignFrame final : public PixelBuffer {
  public:
   [[nodiscard]] std::size_t widthPx() const override { return 8; }
   [[nodiscard]] std::size_t heightPx() const override { return 8; }
 };
 
-std::shared_ptr<PixelBuffer> pictureOf(id pixelBuffer) {
+std::shared_ptr<PixelBuffer> frameOf(id pixelBuffer) {
   return std::make_shared<MacPixelBuffer>((__bridge CVPixelBufferRef)pixelBuffer);
 }
 
-std::shared_ptr<PixelBuffer> plainPicture() {
-  return pictureOf(standin::makePixelBuffer(32, 16, red));
-}
+std::shared_ptr<PixelBuffer> plainFrame() { return frameOf(standin::makePixelBuffer(32, 16, red)); }
 
 // Red above, blue below.
-std::shared_ptr<PixelBuffer> twoColouredPicture(std::size_t width, std::size_t height) {
+std::shared_ptr<PixelBuffer> twoColouredFrame(std::size_t width, std::size_t height) {
   id buffer = standin::makePixelBuffer(width, height, red);
   for (std::size_t y = height / 2; y < height; ++y) {
     for (std::size_t x = 0; x < width; ++x) standin::setPixel(buffer, x, y, blue);
   }
-  return pictureOf(buffer);
+  return frameOf(buffer);
 }
 
-// A picture that does not compress away.
-std::shared_ptr<PixelBuffer> busyPicture() {
+// A frame that does not compress away.
+std::shared_ptr<PixelBuffer> busyFrame() {
   id buffer = standin::makePixelBuffer(64, 64);
   for (std::size_t y = 0; y < 64; ++y) {
     for (std::size_t x = 0; x < 64; ++x) {
@@ -51,7 +49,7 @@ std::shared_ptr<PixelBuffer> busyPicture() {
       standin::setPixel(buffer, x, y, {grey, grey, grey});
     }
   }
-  return pictureOf(buffer);
+  return frameOf(buffer);
 }
 
 class ImageEncoderTest : public standin::StandInTest {
@@ -77,8 +75,8 @@ TEST_F(ImageEncoderTest, MakesAContextWithTheOneOptionAsked) {
   EXPECT_THAT(made[1].arguments, ElementsAre("kCIContextCacheIntermediates=true"));
 }
 
-TEST_F(ImageEncoderTest, WritesOneCompleteJpegFileOfThePicture) {
-  const auto file = makeContext()->jpegRepresentation(*twoColouredPicture(101, 66), 0.9);
+TEST_F(ImageEncoderTest, WritesOneCompleteJpegFileOfTheFrame) {
+  const auto file = makeContext()->jpegRepresentation(*twoColouredFrame(101, 66), 0.9);
   ASSERT_TRUE(file);
   EXPECT_EQ(file->bytes()[0], 0xFF);
   EXPECT_EQ(file->bytes()[1], 0xD8);
@@ -95,9 +93,9 @@ TEST_F(ImageEncoderTest, WritesOneCompleteJpegFileOfThePicture) {
 
 TEST_F(ImageEncoderTest, GoesThroughCoreImageAndABitmap) {
   const auto context = makeContext();
-  const auto picture = plainPicture();
+  const auto frame = plainFrame();
   standin::resetCallLog();
-  const auto file = context->jpegRepresentation(*picture, 0.72);
+  const auto file = context->jpegRepresentation(*frame, 0.72);
   ASSERT_TRUE(file);
   EXPECT_THAT(
       standin::callNames(),
@@ -106,15 +104,15 @@ TEST_F(ImageEncoderTest, GoesThroughCoreImageAndABitmap) {
                   "-[NSBitmapImageRep representationUsingType:properties:]", "CGImageRelease"));
 }
 
-TEST_F(ImageEncoderTest, RendersTheWholePicture) {
-  const auto file = makeContext()->jpegRepresentation(*plainPicture(), 0.72);
+TEST_F(ImageEncoderTest, RendersTheWholeFrame) {
+  const auto file = makeContext()->jpegRepresentation(*plainFrame(), 0.72);
   const auto rendered = standin::callsOf("-[CIContext createCGImage:fromRect:]");
   ASSERT_EQ(rendered.size(), 1);
   EXPECT_THAT(rendered[0].arguments, ElementsAre("0 0 32 16"));
 }
 
 TEST_F(ImageEncoderTest, AsksForAJpegWithNoPropertyButTheFactor) {
-  const auto file = makeContext()->jpegRepresentation(*plainPicture(), 0.25);
+  const auto file = makeContext()->jpegRepresentation(*plainFrame(), 0.25);
   const auto encoded = standin::callsOf("-[NSBitmapImageRep representationUsingType:properties:]");
   ASSERT_EQ(encoded.size(), 1);
   EXPECT_THAT(encoded[0].arguments, ElementsAre("3", "NSImageCompressionFactor=0.25"));
@@ -122,25 +120,25 @@ TEST_F(ImageEncoderTest, AsksForAJpegWithNoPropertyButTheFactor) {
 
 TEST_F(ImageEncoderTest, WritesSmallerFilesForSmallerFactors) {
   const auto context = makeContext();
-  const auto picture = busyPicture();
-  const auto smallest = context->jpegRepresentation(*picture, 0.0);
-  const auto usual = context->jpegRepresentation(*picture, 0.72);
-  const auto best = context->jpegRepresentation(*picture, 1.0);
+  const auto frame = busyFrame();
+  const auto smallest = context->jpegRepresentation(*frame, 0.0);
+  const auto usual = context->jpegRepresentation(*frame, 0.72);
+  const auto best = context->jpegRepresentation(*frame, 1.0);
   ASSERT_TRUE(smallest && usual && best);
   EXPECT_LT(smallest->size(), usual->size());
   EXPECT_LT(usual->size(), best->size());
 }
 
-TEST_F(ImageEncoderTest, UsesOneContextForAllItsPictures) {
+TEST_F(ImageEncoderTest, UsesOneContextForAllItsFrames) {
   const auto context = makeContext();
-  for (int frame = 0; frame < 3; ++frame) {
-    EXPECT_TRUE(context->jpegRepresentation(*plainPicture(), 0.72));
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_TRUE(context->jpegRepresentation(*plainFrame(), 0.72));
   }
   EXPECT_EQ(standin::callsOf("+[CIContext contextWithOptions:]").size(), 1);
 }
 
 TEST_F(ImageEncoderTest, HandsOutTheSystemsOwnBytes) {
-  const auto file = makeContext()->jpegRepresentation(*plainPicture(), 0.72);
+  const auto file = makeContext()->jpegRepresentation(*plainFrame(), 0.72);
   ASSERT_TRUE(file);
   EXPECT_EQ(file->data(), standin::newestRepresentation());
 }
@@ -148,7 +146,7 @@ TEST_F(ImageEncoderTest, HandsOutTheSystemsOwnBytes) {
 TEST_F(ImageEncoderTest, KeepsTheFileWhenEverythingElseIsGone) {
   std::optional<Data> kept;
   {
-    const auto file = makeContext()->jpegRepresentation(*plainPicture(), 0.72);
+    const auto file = makeContext()->jpegRepresentation(*plainFrame(), 0.72);
     ASSERT_TRUE(file);
     kept = *file;
   }
@@ -159,10 +157,10 @@ TEST_F(ImageEncoderTest, KeepsTheFileWhenEverythingElseIsGone) {
 
 TEST_F(ImageEncoderTest, LeavesNothingBehindOnceTheFileIsGone) {
   const auto context = makeContext();
-  const auto picture = plainPicture();
+  const auto frame = plainFrame();
   const auto before = standin::liveObjects();
-  for (int frame = 0; frame < 3; ++frame) {
-    EXPECT_TRUE(context->jpegRepresentation(*picture, 0.72));
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_TRUE(context->jpegRepresentation(*frame, 0.72));
     EXPECT_EQ(standin::liveObjects(), before)
         << testing::PrintToString(standin::liveObjectSummary());
   }
@@ -170,36 +168,36 @@ TEST_F(ImageEncoderTest, LeavesNothingBehindOnceTheFileIsGone) {
 
 TEST_F(ImageEncoderTest, GivesNothingWhenTheImageCannotBeMade) {
   standin::failImageCreation();
-  EXPECT_FALSE(makeContext()->jpegRepresentation(*plainPicture(), 0.72));
+  EXPECT_FALSE(makeContext()->jpegRepresentation(*plainFrame(), 0.72));
   EXPECT_THAT(standin::callsOf("-[CIContext createCGImage:fromRect:]"), testing::IsEmpty());
 }
 
 TEST_F(ImageEncoderTest, GivesNothingWhenTheImageCannotBeRendered) {
   standin::failImageRendering();
-  EXPECT_FALSE(makeContext()->jpegRepresentation(*plainPicture(), 0.72));
+  EXPECT_FALSE(makeContext()->jpegRepresentation(*plainFrame(), 0.72));
   EXPECT_THAT(standin::callsOf("-[NSBitmapImageRep initWithCGImage:]"), testing::IsEmpty());
 }
 
 TEST_F(ImageEncoderTest, GivesNothingWhenTheBitmapCannotBeMade) {
   standin::failBitmapCreation();
-  EXPECT_FALSE(makeContext()->jpegRepresentation(*plainPicture(), 0.72));
+  EXPECT_FALSE(makeContext()->jpegRepresentation(*plainFrame(), 0.72));
 }
 
 TEST_F(ImageEncoderTest, GivesNothingWhenTheFileCannotBeWritten) {
   standin::failBitmapEncoding();
-  EXPECT_FALSE(makeContext()->jpegRepresentation(*plainPicture(), 0.72));
+  EXPECT_FALSE(makeContext()->jpegRepresentation(*plainFrame(), 0.72));
 }
 
-TEST_F(ImageEncoderTest, EncodesTheNextPictureAfterAFailure) {
+TEST_F(ImageEncoderTest, EncodesTheNextFrameAfterAFailure) {
   const auto context = makeContext();
   standin::failImageRendering();
-  EXPECT_FALSE(context->jpegRepresentation(*plainPicture(), 0.72));
+  EXPECT_FALSE(context->jpegRepresentation(*plainFrame(), 0.72));
   standin::resetCoreImage();
-  EXPECT_TRUE(context->jpegRepresentation(*plainPicture(), 0.72));
+  EXPECT_TRUE(context->jpegRepresentation(*plainFrame(), 0.72));
 }
 
-TEST_F(ImageEncoderTest, GivesNothingForAPictureOfAnotherMaker) {
-  EXPECT_FALSE(makeContext()->jpegRepresentation(ForeignPicture(), 0.72));
+TEST_F(ImageEncoderTest, GivesNothingForAFrameOfAnotherMaker) {
+  EXPECT_FALSE(makeContext()->jpegRepresentation(ForeignFrame(), 0.72));
   EXPECT_THAT(standin::callsOf("-[CIImage initWithCVPixelBuffer:]"), testing::IsEmpty());
 }
 

@@ -44,7 +44,7 @@ TEST_F(ScreenStreamTest, KnowsItsOutputWeakly) {
   output.reset();
   EXPECT_TRUE(newestStream()->sendSample({}));
   standin::settle();
-  EXPECT_EQ(newestStream()->picturesHeld(), 0);
+  EXPECT_EQ(newestStream()->framesHeld(), 0);
 }
 
 TEST_F(ScreenStreamTest, DeliversSamplesOnTheOutputsQueue) {
@@ -82,32 +82,32 @@ TEST_F(ScreenStreamTest, TellsTheTypesOfSamplesApart) {
   EXPECT_EQ(received[2].type, StreamOutputType::microphone);
 }
 
-TEST_F(ScreenStreamTest, DeliversNothingWhileAsManyPicturesAreHeldAsTheQueueIsDeep) {
+TEST_F(ScreenStreamTest, DeliversNothingWhileAsManyFramesAreHeldAsTheQueueIsDeep) {
   const auto output = std::make_shared<RecordingOutput>();
-  output->keepPictures();
+  output->keepFrames();
   const auto stream = makeRunningStream(output);
   for (int sample = 0; sample < 3; ++sample) {
     EXPECT_TRUE(newestStream()->sendSample({}));
     standin::settle();
   }
-  EXPECT_EQ(newestStream()->picturesHeld(), 3);
+  EXPECT_EQ(newestStream()->framesHeld(), 3);
   EXPECT_FALSE(newestStream()->sendSample({}));
-  output->takePictures().clear();
-  EXPECT_EQ(newestStream()->picturesHeld(), 0);
+  output->takeFrames().clear();
+  EXPECT_EQ(newestStream()->framesHeld(), 0);
   EXPECT_TRUE(newestStream()->sendSample({}));
 }
 
-TEST_F(ScreenStreamTest, LeavesPicturesWithWhomeverHoldsThem) {
+TEST_F(ScreenStreamTest, LeavesFramesWithWhomeverHoldsThem) {
   const auto output = std::make_shared<RecordingOutput>();
-  output->keepPictures();
+  output->keepFrames();
   auto stream = makeRunningStream(output);
   EXPECT_TRUE(newestStream()->sendSample({}));
   standin::settle();
   stream.reset();
-  const auto pictures = output->takePictures();
-  ASSERT_THAT(pictures, SizeIs(1));
-  EXPECT_EQ(pictures[0]->widthPx(), 64);
-  EXPECT_EQ(pictures[0]->heightPx(), 48);
+  const auto frames = output->takeFrames();
+  ASSERT_THAT(frames, SizeIs(1));
+  EXPECT_EQ(frames[0]->widthPx(), 64);
+  EXPECT_EQ(frames[0]->heightPx(), 48);
 }
 
 TEST_F(ScreenStreamDeathTest, RefusesAQueueOfAnotherMaker) {

@@ -66,7 +66,7 @@ TEST_F(VideoEncoderTest, HandsOutSamplesInOrderOnAThreadOfTheEncoders) {
   }
 }
 
-TEST_F(VideoEncoderTest, TellsOfAPictureThatWasDropped) {
+TEST_F(VideoEncoderTest, TellsOfAFrameThatWasDropped) {
   standin::setEncoder({});
   const auto session = makeSession();
   EXPECT_EQ(encode(*session, 1), 0);
@@ -76,8 +76,8 @@ TEST_F(VideoEncoderTest, TellsOfAPictureThatWasDropped) {
   EXPECT_FALSE(output.received()[0].hasSample);
 }
 
-TEST_F(VideoEncoderTest, TellsOfAPictureThatFailed) {
-  standin::setEncoder([](id /*picture*/, CMTime /*time*/) {
+TEST_F(VideoEncoderTest, TellsOfAFrameThatFailed) {
+  standin::setEncoder([](id /*frame*/, CMTime /*time*/) {
     return standin::EncoderOutput{.status = kVTVideoEncoderMalfunctionErr};
   });
   const auto session = makeSession();
@@ -90,7 +90,7 @@ TEST_F(VideoEncoderTest, TellsOfAPictureThatFailed) {
 
 // The system's word is passed on, whatever it may mean.
 TEST_F(VideoEncoderTest, HandsOutASampleThatComesWithAFailure) {
-  standin::setEncoder([](id /*picture*/, CMTime /*time*/) {
+  standin::setEncoder([](id /*frame*/, CMTime /*time*/) {
     return standin::EncoderOutput{.status = kVTVideoEncoderMalfunctionErr,
                                   .sampleBuffer = standin::makeSampleBuffer({})};
   });

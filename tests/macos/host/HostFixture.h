@@ -18,7 +18,7 @@
 namespace quorvin {
 
 // The whole program on a machine that the test scripts: from the run of the application to the
-// picture that reaches the user interface. By the end of every test all of it has gone again.
+// frame that reaches the user interface. By the end of every test all of it has gone again.
 class HostFixture : public standin::StandInTest {
  protected:
   using Reply = std::shared_ptr<const standin::DartReply>;
@@ -43,7 +43,7 @@ class HostFixture : public standin::StandInTest {
   FlutterReply answer(const std::string& method, const Value& arguments = {});
   void listen();
   void startSession();
-  // Delivers a sample of a complete picture, or of what the script says.
+  // Delivers a sample of a complete frame, or of what the script says.
   static bool sendFrame(standin::Colour colour);
   static bool sendSample(const standin::SampleScript& sample);
   [[nodiscard]] static std::shared_ptr<standin::CaptureStream> newestStream();
@@ -61,8 +61,8 @@ class HostFixture : public standin::StandInTest {
   std::optional<standin::DartSide> userInterface;
 };
 
-// The colour that a picture shows in its middle; nothing when the event is no picture.
-std::optional<standin::Colour> pictureColour(const standin::DartEvent& event);
+// The colour that a frame shows in its middle; nothing when the event is no frame.
+std::optional<standin::Colour> frameColour(const standin::DartEvent& event);
 
 // Leaves the application with the results so far: status 1 if an expectation failed. For scripts
 // that run in a process of their own.

@@ -70,7 +70,7 @@ void HostFixture::TearDown() {
   EXPECT_EQ(standin::notificationObserverCount(), 0U);
   for (const auto& stream : standin::captureStreams()) {
     EXPECT_FALSE(stream->isAlive());
-    EXPECT_EQ(stream->picturesHeld(), 0U);
+    EXPECT_EQ(stream->framesHeld(), 0U);
   }
   EXPECT_EQ(standin::liveCompressionSessions(), 0U);
   resetMachine();
@@ -152,13 +152,13 @@ std::string HostFixture::takeLifecycleState() {
   return texts.empty() ? std::string() : texts.back();
 }
 
-std::optional<standin::Colour> pictureColour(const standin::DartEvent& event) {
+std::optional<standin::Colour> frameColour(const standin::DartEvent& event) {
   const auto* value = std::get_if<Value>(&event);
   const auto* bytes = value == nullptr ? nullptr : value->as<Data>();
   if (bytes == nullptr) return {};
-  const auto picture = standin::decodeJpeg(bytes->bytes());
-  if (!picture) return {};
-  return picture->at(picture->width / 2, picture->height / 2);
+  const auto frame = standin::decodeJpeg(bytes->bytes());
+  if (!frame) return {};
+  return frame->at(frame->width / 2, frame->height / 2);
 }
 
 void endProcessIfFailed() {

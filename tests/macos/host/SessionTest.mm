@@ -22,11 +22,11 @@ constexpr std::uint64_t second = 1'000'000'000;
 
 class SessionTest : public HostFixture {
  protected:
-  // The pictures among the events since the last time, by colour.
-  std::vector<bool> takePicturesLike(Colour colour) {
+  // The frames among the events since the last time, by colour.
+  std::vector<bool> takeFramesLike(Colour colour) {
     std::vector<bool> alike;
     for (const auto& event : takeEvents()) {
-      const auto shown = pictureColour(event);
+      const auto shown = frameColour(event);
       EXPECT_TRUE(shown.has_value());
       alike.push_back(shown && standin::isClose(*shown, colour));
     }
@@ -58,7 +58,7 @@ void expectStopEvent(const std::vector<DartEvent>& events, const FlutterError& e
   }
 }
 
-TEST_F(SessionTest, BringsPicturesToTheUserInterface) {
+TEST_F(SessionTest, BringsFramesToTheUserInterface) {
   run([this] {
     startSession();
     EXPECT_EQ(newestStream()->displayID(), 7U);
@@ -70,10 +70,10 @@ TEST_F(SessionTest, BringsPicturesToTheUserInterface) {
                                                     .queueDepth = 3,
                                                     .showsCursor = true}));
     EXPECT_TRUE(sendFrame(red));
-    EXPECT_THAT(takePicturesLike(red), ElementsAre(true));
+    EXPECT_THAT(takeFramesLike(red), ElementsAre(true));
     EXPECT_TRUE(sendFrame(blue));
-    EXPECT_THAT(takePicturesLike(blue), ElementsAre(true));
-    EXPECT_EQ(newestStream()->picturesHeld(), 0U);
+    EXPECT_THAT(takeFramesLike(blue), ElementsAre(true));
+    EXPECT_EQ(newestStream()->framesHeld(), 0U);
     EXPECT_EQ(answer("stopCapture"), nothing());
   });
 }
@@ -90,13 +90,13 @@ TEST_F(SessionTest, KeepsTheMachineAwakeWhileItLasts) {
   });
 }
 
-TEST_F(SessionTest, SendsNothingThatIsNoCompletePicture) {
+TEST_F(SessionTest, SendsNothingThatIsNoCompleteFrame) {
   run([this] {
     startSession();
     @autoreleasepool {
       sendSample({ .attachments = standin::attachmentsWithStatus(@1) });
       sendSample({.isValid = false});
-      sendSample({.hasPicture = false});
+      sendSample({.hasFrame = false});
       sendSample({.attachments = nil});
     }
     EXPECT_THAT(takeEvents(), IsEmpty());
@@ -111,7 +111,7 @@ TEST_F(SessionTest, SendsNothingWhileNobodyListens) {
     EXPECT_THAT(takeEvents(), IsEmpty());
     listen();
     sendFrame(red);
-    EXPECT_THAT(takePicturesLike(red), ElementsAre(true));
+    EXPECT_THAT(takeFramesLike(red), ElementsAre(true));
     EXPECT_EQ(ui().cancel("com.quorvin.support/frames")->answer, nothing());
     sendFrame(red);
     EXPECT_THAT(takeEvents(), IsEmpty());
@@ -137,7 +137,7 @@ TEST_F(SessionTest, StartsInAnUnattendedRunThatIsAuthorized) {
     listen();
     EXPECT_EQ(answer("startCapture", Map{{"unattended", true}}), nothing());
     sendFrame(red);
-    EXPECT_THAT(takePicturesLike(red), ElementsAre(true));
+    EXPECT_THAT(takeFramesLike(red), ElementsAre(true));
     EXPECT_EQ(answer("stopCapture"), nothing());
   });
 }
@@ -170,12 +170,12 @@ TEST_F(SessionTest, StopsAndStartsAgain) {
     EXPECT_EQ(answer("startCapture", consent()), nothing());
     EXPECT_NE(newestStream(), first);
     EXPECT_TRUE(sendFrame(blue));
-    EXPECT_THAT(takePicturesLike(blue), ElementsAre(true));
+    EXPECT_THAT(takeFramesLike(blue), ElementsAre(true));
     EXPECT_EQ(answer("stopCapture"), nothing());
   });
 }
 
-TEST_F(SessionTest, DropsAPictureThatIsOnItsWayWhenItStops) {
+TEST_F(SessionTest, DropsAFrameThatIsOnItsWayWhenItStops) {
   run([this] {
     startSession();
     @autoreleasepool {
@@ -194,7 +194,7 @@ TEST_F(SessionTest, ReplacesASessionByANewOne) {
     EXPECT_EQ(answer("startCapture", consent()), nothing());
     EXPECT_FALSE(first->isAlive());
     EXPECT_TRUE(sendFrame(blue));
-    EXPECT_THAT(takePicturesLike(blue), ElementsAre(true));
+    EXPECT_THAT(takeFramesLike(blue), ElementsAre(true));
     EXPECT_THAT(standin::runningActivities(), SizeIs(1));
     EXPECT_EQ(answer("stopCapture"), nothing());
   });
@@ -226,7 +226,7 @@ TEST_F(SessionTest, ReportsAStartThatFails) {
   });
 }
 
-TEST_F(SessionTest, ChangesItsPictures) {
+TEST_F(SessionTest, ChangesItsPictureSettings) {
   standin::setShareableContent({.displays = {{.displayID = 7, .width = 1440, .height = 900}}});
   run([this] {
     const auto refusal = error("bad_stream_settings", "Invalid picture settings.");
@@ -241,7 +241,7 @@ TEST_F(SessionTest, ChangesItsPictures) {
                                                                           .queueDepth = 5,
                                                                           .showsCursor = false}));
     EXPECT_TRUE(sendFrame(red));
-    EXPECT_THAT(takePicturesLike(red), ElementsAre(true));
+    EXPECT_THAT(takeFramesLike(red), ElementsAre(true));
     standin::failNext(CaptureRequest::update, {"com.example", 1, "No."});
     EXPECT_EQ(answer("configureStream", settings(800)), error("stream_settings_failed", "No."));
     EXPECT_EQ(answer("stopCapture"), nothing());
@@ -277,7 +277,7 @@ TEST_F(SessionTest, ReportsThatSamplesStoppedArriving) {
   run([this] {
     startSession();
     standin::advance(5 * second);
-    sendSample({.hasPicture = false});  // any sample shows that the stream is alive
+    sendSample({.hasFrame = false});  // any sample shows that the stream is alive
     standin::advance(5 * second);
     EXPECT_THAT(takeEvents(), IsEmpty());
     standin::advance(3 * second);

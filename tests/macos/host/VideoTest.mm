@@ -53,8 +53,8 @@ const Bytes startCode{0, 0, 0, 1};
 const Bytes keyFrameHead{'Q', 'N', 'H', '2', 1, 0, 2, 0x80, 1, 0x90, 0, 0};
 const Bytes otherFrameHead{'Q', 'N', 'H', '2', 0, 0, 2, 0x80, 1, 0x90, 0, 0};
 const Bytes parameterSets = joined({startCode, sequenceSet, startCode, pictureSet});
-const Bytes pictureUnits = joined({startCode, {0x65, 1, 2, 3, 4}, startCode, {0x65, 5, 6}});
-const Bytes keyFrame = joined({keyFrameHead, parameterSets, pictureUnits});
+const Bytes frameUnits = joined({startCode, {0x65, 1, 2, 3, 4}, startCode, {0x65, 5, 6}});
+const Bytes keyFrame = joined({keyFrameHead, parameterSets, frameUnits});
 
 // The calls of Video Toolbox so far, as "name: argument | argument".
 std::vector<std::string> encoderCalls() {
@@ -96,7 +96,7 @@ std::vector<std::string> sequence(const std::vector<std::vector<std::string>>& p
   return all;
 }
 
-// A session whose pictures are asked for as H.264, on a display of 1440 x 900 points.
+// A session whose frames are asked for as H.264, on a display of 1440 x 900 points.
 class VideoTest : public HostFixture {
  protected:
   void SetUp() override {
@@ -107,7 +107,7 @@ class VideoTest : public HostFixture {
 
   // What the encoder makes of every frame; a key frame of 640 x 400 unless something is given.
   static void encodeEveryFrameAs(const standin::SampleBufferScript& script) {
-    standin::setEncoder([script](id /*picture*/, CMTime /*time*/) {
+    standin::setEncoder([script](id /*frame*/, CMTime /*time*/) {
       auto sample = script;
       if (sample.dataBuffer == nil) sample.dataBuffer = goodData();
       if (sample.formatDescription == nil) sample.formatDescription = goodFormat();
@@ -158,21 +158,21 @@ class VideoTest : public HostFixture {
   std::vector<bool> takeJpegs() {
     std::vector<bool> shown;
     for (const auto& event : takeEvents()) {
-      const auto colour = pictureColour(event);
+      const auto colour = frameColour(event);
       shown.push_back(colour && standin::isClose(*colour, red));
     }
     return shown;
   }
 };
 
-TEST_F(VideoTest, BringsEncodedPicturesToTheUserInterface) {
+TEST_F(VideoTest, BringsEncodedFramesToTheUserInterface) {
   run([this] {
     startVideo();
     EXPECT_TRUE(sendFrameAt(1));
     EXPECT_THAT(takePayloads(), ElementsAre(keyFrame));
     EXPECT_TRUE(sendFrameAt(2));
     EXPECT_THAT(takePayloads(), ElementsAre(keyFrame));
-    EXPECT_EQ(newestStream()->picturesHeld(), 0U);
+    EXPECT_EQ(newestStream()->framesHeld(), 0U);
     EXPECT_EQ(answer("stopCapture"), nothing());
     EXPECT_THAT(encoderCalls(), ElementsAreArray(sequence({creationCalls("640", "400"),
                                                            {encodeCall("1/30"), encodeCall("2/30")},
@@ -191,7 +191,7 @@ TEST_F(VideoTest, EncodesOnTheCaptureQueue) {
   });
 }
 
-TEST_F(VideoTest, ReadsAnEncodedPictureOffThatQueue) {
+TEST_F(VideoTest, ReadsAnEncodedFrameOffThatQueue) {
   run([this] {
     startVideo();
     EXPECT_TRUE(sendFrameAt(1));
@@ -210,7 +210,7 @@ TEST_F(VideoTest, GoesByWhatTheEncoderSaysOfKeyFrames) {
     @autoreleasepool {
       encodeEveryFrameAs({ .attachments = attachmentsWithNotSync(@YES) });
       EXPECT_TRUE(sendFrameAt(1));
-      EXPECT_THAT(takePayloads(), ElementsAre(joined({otherFrameHead, pictureUnits})));
+      EXPECT_THAT(takePayloads(), ElementsAre(joined({otherFrameHead, frameUnits})));
       std::int64_t time = 1;
       for (id value in @[ @NO, @1, @"true" ]) {
         encodeEveryFrameAs({.attachments = attachmentsWithNotSync(value)});
@@ -232,7 +232,7 @@ TEST_F(VideoTest, DoesWithoutParameterSetsThatCannotBeHad) {
       EXPECT_TRUE(sendFrameAt(1));
     }
     EXPECT_THAT(takePayloads(),
-                ElementsAre(joined({keyFrameHead, startCode, pictureSet, pictureUnits})));
+                ElementsAre(joined({keyFrameHead, startCode, pictureSet, frameUnits})));
     EXPECT_EQ(answer("stopCapture"), nothing());
   });
 }
@@ -249,11 +249,11 @@ TEST_F(VideoTest, SkipsFramesThatFailOnTheWay) {
           {.dataBuffer = standin::makeBlockBuffer({.blocks = {{0, 0, 0, 2, 0x65}}})});
       EXPECT_TRUE(sendFrameAt(2));
     }
-    standin::setEncoder([](id /*picture*/, CMTime /*time*/) {
+    standin::setEncoder([](id /*frame*/, CMTime /*time*/) {
       return standin::EncoderOutput{.sampleBuffer = standin::makeSampleBuffer({})};
     });
     EXPECT_TRUE(sendFrameAt(3));
-    standin::setEncoder([](id /*picture*/, CMTime /*time*/) {
+    standin::setEncoder([](id /*frame*/, CMTime /*time*/) {
       return standin::EncoderOutput{.status = kVTVideoEncoderMalfunctionErr};
     });
     EXPECT_TRUE(sendFrameAt(4));
@@ -321,7 +321,7 @@ TEST_F(VideoTest, FallsBackToJpegWhenTheSessionIsWithheld) {
   });
 }
 
-TEST_F(VideoTest, ReplacesTheEncoderWhenThePicturesChangeTheirSize) {
+TEST_F(VideoTest, ReplacesTheEncoderWhenTheFramesChangeTheirSize) {
   run([this] {
     startVideo();
     EXPECT_TRUE(sendFrameAt(1));
@@ -376,7 +376,7 @@ TEST_F(VideoTest, SendsNothingMoreOnceItIsStopped) {
     standin::holdEncodedFrames();
     EXPECT_TRUE(sendFrameAt(1));
     EXPECT_TRUE(sendFrameAt(2));
-    EXPECT_EQ(newestStream()->picturesHeld(), 2U);
+    EXPECT_EQ(newestStream()->framesHeld(), 2U);
     EXPECT_EQ(answer("stopCapture"), nothing());
     EXPECT_EQ(standin::liveCompressionSessions(), 0U);
     EXPECT_THAT(takeEvents(), IsEmpty());

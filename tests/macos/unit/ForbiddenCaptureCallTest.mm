@@ -173,7 +173,7 @@ TEST_F(ForbiddenCaptureCall, IsNotToBeStoppedBeforeItsStartIsAnswered) {
   EXPECT_FALSE(captureStreams().back()->isRunning());
 }
 
-TEST_F(ForbiddenCaptureCall, CountsThePicturesThatAreStillHeld) {
+TEST_F(ForbiddenCaptureCall, CountsTheFramesThatAreStillHeld) {
   SCStream* stream = makeStream();
   StreamListener* listener = [[StreamListener alloc] init];
   addOutput(stream, listener);
@@ -182,9 +182,9 @@ TEST_F(ForbiddenCaptureCall, CountsThePicturesThatAreStillHeld) {
   EXPECT_TRUE(system->sendSample({}));
   EXPECT_TRUE(system->sendSample({}));
   EXPECT_FALSE(system->sendSample({})) << "two are on the queue, which is as deep as it goes";
-  EXPECT_TRUE(system->sendSample({.hasPicture = false}));
+  EXPECT_TRUE(system->sendSample({.hasFrame = false}));
   settle();
-  EXPECT_EQ(system->picturesHeld(), 0);
+  EXPECT_EQ(system->framesHeld(), 0);
   EXPECT_TRUE(system->sendSample({}));
   settle();
   EXPECT_EQ(listener.samples, 4);

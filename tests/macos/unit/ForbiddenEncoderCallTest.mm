@@ -53,8 +53,8 @@ class ForbiddenEncoderCall : public StandInTest {
   }
   OSStatus encode(long number, CMTime time) {
     @autoreleasepool {
-      id picture = makePixelBuffer(4, 4);
-      return VTCompressionSessionEncodeFrame(session, (__bridge CVPixelBufferRef)picture, time,
+      id frame = makePixelBuffer(4, 4);
+      return VTCompressionSessionEncodeFrame(session, (__bridge CVPixelBufferRef)frame, time,
                                              kCMTimeInvalid, nullptr,
                                              reinterpret_cast<void*>(number), nullptr);
     }
@@ -111,14 +111,14 @@ TEST_F(ForbiddenEncoderCall, WantsGrowingTimeStamps) {
   end();
 }
 
-TEST_F(ForbiddenEncoderCall, WantsAPictureThatExists) {
+TEST_F(ForbiddenEncoderCall, WantsAFrameThatExists) {
   ASSERT_EQ(create(), noErr);
   const void* gone = nullptr;
   @autoreleasepool {
     gone = (__bridge const void*)makePixelBuffer(4, 4);
   }
-  const auto picture = static_cast<CVPixelBufferRef>(const_cast<void*>(gone));
-  EXPECT_EQ(VTCompressionSessionEncodeFrame(session, picture, CMTimeMake(1, 30), kCMTimeInvalid,
+  const auto frame = static_cast<CVPixelBufferRef>(const_cast<void*>(gone));
+  EXPECT_EQ(VTCompressionSessionEncodeFrame(session, frame, CMTimeMake(1, 30), kCMTimeInvalid,
                                             nullptr, nullptr, nullptr),
             kVTParameterErr);
   EXPECT_THAT(takeViolations(), testing::SizeIs(1));

@@ -19,18 +19,18 @@ const Bytes pictureSet{0x68, 0xEE};
 const H264ParameterSets bothSets{sequenceSet, pictureSet};
 const Bytes twoUnits{0, 0, 0, 5, 11, 12, 13, 14, 15, 0, 0, 0, 3, 21, 22, 23};
 
-struct Picture {
+struct Frame {
   H264ParameterSets parameterSets{};
   bool isKeyFrame = false;
   std::int64_t width = 1920;
   std::int64_t height = 1080;
 };
 
-std::optional<Data> payloadOf(const Bytes& units, const Picture& picture = {}) {
-  H264PayloadBuilder builder(picture.parameterSets, units.size());
+std::optional<Data> payloadOf(const Bytes& units, const Frame& frame = {}) {
+  H264PayloadBuilder builder(frame.parameterSets, units.size());
   EXPECT_EQ(builder.units().size(), units.size());
   std::ranges::copy(units, builder.units().begin());
-  return std::move(builder).finish(picture.isKeyFrame, picture.width, picture.height);
+  return std::move(builder).finish(frame.isKeyFrame, frame.width, frame.height);
 }
 
 Bytes headOf(const Data& payload) {

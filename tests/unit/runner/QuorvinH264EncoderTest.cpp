@@ -55,7 +55,7 @@ class H264EncoderTest : public testing::Test {
   [[nodiscard]] std::vector<std::uint32_t> contents() const {
     std::vector<std::uint32_t> all;
     for (const auto& payload : emitted) {
-      all.push_back(fakes::FakeEncodedPicture::readFromEnd(payload.bytes()).content);
+      all.push_back(fakes::FakeEncodedFrame::readFromEnd(payload.bytes()).content);
     }
     return all;
   }
@@ -188,16 +188,16 @@ TEST_F(H264EncoderTest, LooksAtTheRatesOnlyOnceThereIsASession) {
   EXPECT_THROW(encoder = make(8, 8, beyondInt32, int64Max), Error);
 }
 
-// ---- pictures in ----
+// ---- frames in ----
 
-TEST_F(H264EncoderTest, PutsPicturesInWithTheirTimeStampAndNothingElse) {
+TEST_F(H264EncoderTest, PutsFramesInWithTheirTimeStampAndNothingElse) {
   encoder = make(64, 48);
   videoEncoder.calls.clear();
   encoder->encode(std::make_shared<FakePixelBuffer>(64, 48, 42), {7, 600});
   EXPECT_THAT(videoEncoder.calls, ElementsAre("1: encode 42 at 7/600"));
 }
 
-TEST_F(H264EncoderTest, DoesNotMindAPictureThatIsNotTaken) {
+TEST_F(H264EncoderTest, DoesNotMindAFrameThatIsNotTaken) {
   encoder = make();
   videoEncoder.encodeStatus = -12902;
   encode(1);
@@ -215,7 +215,7 @@ TEST_F(H264EncoderTest, GivesOutPayloadsOnTheEncodersThread) {
   EXPECT_THAT(contents(), ElementsAre(1U));
 }
 
-TEST_F(H264EncoderTest, GivesOutAPayloadWhileThePictureIsPutIn) {
+TEST_F(H264EncoderTest, GivesOutAPayloadWhileTheFrameIsPutIn) {
   videoEncoder.delivery = FakeVideoEncoder::Delivery::atOnce;
   encoder = make();
   encode(1);
@@ -224,7 +224,7 @@ TEST_F(H264EncoderTest, GivesOutAPayloadWhileThePictureIsPutIn) {
 
 // ---- the output callback ----
 
-TEST_F(H264EncoderTest, SkipsAPictureThatFailedOrWasDropped) {
+TEST_F(H264EncoderTest, SkipsAFrameThatFailedOrWasDropped) {
   encoder = make();
   const auto sample = keySample();
   encoder->compressionDidOutput(-12909, sample.get());
@@ -346,7 +346,7 @@ TEST_F(H264EncoderTest, SkipsAnEmptySampleThatIsNoKeyFrame) {
   EXPECT_THAT(emittedFor(*sample), IsEmpty());
 }
 
-TEST_F(H264EncoderTest, SkipsPicturesLargerThanTheHeadCanSay) {
+TEST_F(H264EncoderTest, SkipsFramesLargerThanTheHeadCanSay) {
   EXPECT_EQ(emittedFor(*keySample(), 65'535, 65'535).size(), 1U);
   EXPECT_THAT(emittedFor(*keySample(), 65'536, 8), IsEmpty());
   EXPECT_THAT(emittedFor(*keySample(), 8, 65'536), IsEmpty());

@@ -322,7 +322,7 @@ TEST_F(ScreenCaptureTest, TurnsACompleteSampleIntoAJPEGFileOnTheMainThread) {
   EXPECT_THAT(machine.imageEncoder.factors, ElementsAre(0.72));
 }
 
-TEST_F(ScreenCaptureTest, SkipsSamplesWithoutACompletePicture) {
+TEST_F(ScreenCaptureTest, SkipsSamplesWithoutACompleteFrame) {
   start();
   for (const auto status : {frameStatusIdle, frameStatusBlank, frameStatusSuspended,
                             frameStatusStarted, frameStatusStopped}) {

@@ -12,7 +12,7 @@
 namespace quorvin {
 namespace {
 
-using fakes::FakeEncodedPicture;
+using fakes::FakeEncodedFrame;
 using fakes::FakeImageEncoder;
 using fakes::FakeSample;
 using fakes::FakeVideoEncoder;
@@ -55,7 +55,7 @@ class ScreenCaptureH264Test : public ScreenCaptureTest {
     sample->presentationTime = {++time, 30};
     return sample;
   }
-  void sendPicture(std::uint32_t content, std::size_t width = 1440, std::size_t height = 900) {
+  void sendFrame(std::uint32_t content, std::size_t width = 1440, std::size_t height = 900) {
     send(sampleOf(content, width, height));
   }
   // Whether each is one of H.264.
@@ -64,10 +64,10 @@ class ScreenCaptureH264Test : public ScreenCaptureTest {
     for (const auto& payload : emitted) all.push_back(isH264(payload));
     return all;
   }
-  std::vector<std::uint32_t> emittedPictures() {
+  std::vector<std::uint32_t> emittedFrames() {
     std::vector<std::uint32_t> all;
     for (const auto& payload : emitted) {
-      all.push_back(isH264(payload) ? FakeEncodedPicture::readFromEnd(payload.bytes()).content
+      all.push_back(isH264(payload) ? FakeEncodedFrame::readFromEnd(payload.bytes()).content
                                     : FakeImageEncoder::contentOf(payload));
     }
     return all;
@@ -81,13 +81,13 @@ class ScreenCaptureH264Test : public ScreenCaptureTest {
 
 // ---- the encoder ----
 
-TEST_F(ScreenCaptureH264Test, HasNoEncoderBeforeThereIsAPicture) {
+TEST_F(ScreenCaptureH264Test, HasNoEncoderBeforeThereIsAFrame) {
   send(FakeSample::withStatus(frameStatusIdle));
   EXPECT_THAT(encoder().creations, IsEmpty());
 }
 
-TEST_F(ScreenCaptureH264Test, MakesItsEncoderOfTheSizeOfThePictureAndTheSettings) {
-  sendPicture(1, 1280, 720);
+TEST_F(ScreenCaptureH264Test, MakesItsEncoderOfTheSizeOfTheFrameAndTheSettings) {
+  sendFrame(1, 1280, 720);
   EXPECT_THAT(encoder().creations,
               ElementsAre(FakeVideoEncoder::Creation{
                   1280, 720, VideoCodec::h264, {.enableHardwareAcceleratedVideoEncoder = true}}));
@@ -96,15 +96,15 @@ TEST_F(ScreenCaptureH264Test, MakesItsEncoderOfTheSizeOfThePictureAndTheSettings
 }
 
 TEST_F(ScreenCaptureH264Test, SendsThePayloadsFromTheMainThreadInOrder) {
-  for (std::uint32_t content = 1; content <= 3; ++content) sendPicture(content);
-  EXPECT_THAT(emittedPictures(), ElementsAre(1U, 2U, 3U));
+  for (std::uint32_t content = 1; content <= 3; ++content) sendFrame(content);
+  EXPECT_THAT(emittedFrames(), ElementsAre(1U, 2U, 3U));
   EXPECT_THAT(emittedH264(), ElementsAre(true, true, true));
   EXPECT_FALSE(emittedOffMain);
   EXPECT_THAT(machine.imageEncoder.factors, IsEmpty());
   EXPECT_EQ(encoder().creations.size(), 1U) << "one encoder for all of them";
 }
 
-TEST_F(ScreenCaptureH264Test, PutsAPictureInWithTheTimeStampOfItsSample) {
+TEST_F(ScreenCaptureH264Test, PutsAFrameInWithTheTimeStampOfItsSample) {
   auto sample = FakeSample::complete(42);
   sample->presentationTime = {123'456, 600};
   send(sample);
@@ -117,24 +117,24 @@ TEST_F(ScreenCaptureH264Test, EncodesOnItsOwnQueue) {
   encoder().whileEncoding = [&] {
     onQueue = queue->isCurrent();
   };
-  sendPicture(1);
+  sendFrame(1);
   EXPECT_TRUE(onQueue);
 }
 
 // One that did would wait for itself here.
-TEST_F(ScreenCaptureH264Test, HoldsNoLockWhileAPictureIsPutInOrTheLastComeOut) {
+TEST_F(ScreenCaptureH264Test, HoldsNoLockWhileAFrameIsPutInOrTheLastComeOut) {
   encoder().delivery = Delivery::whenTold;
   int asked = 0;
   encoder().whileEncoding = encoder().whileCompleting = [&] {
     asked += capture->requestedCodec() == "h264" ? 1 : 0;
     machine.dispatch.onMainThread([this] { capture->stop(); });
   };
-  sendPicture(1);
+  sendFrame(1);
   EXPECT_EQ(asked, 2);
   EXPECT_THAT(emitted, IsEmpty());
 }
 
-TEST_F(ScreenCaptureH264Test, SkipsSamplesWithoutACompletePicture) {
+TEST_F(ScreenCaptureH264Test, SkipsSamplesWithoutACompleteFrame) {
   auto incomplete = sampleOf(1);
   incomplete->attachmentList = {SampleAttachments{frameStatusIdle}};
   send(incomplete);
@@ -148,17 +148,17 @@ TEST_F(ScreenCaptureH264Test, SkipsSamplesWithoutACompletePicture) {
   EXPECT_THAT(emitted, IsEmpty());
 }
 
-TEST_F(ScreenCaptureH264Test, APictureThatIsNotTakenOrDoesNotComeOutIsDropped) {
+TEST_F(ScreenCaptureH264Test, AFrameThatIsNotTakenOrDoesNotComeOutIsDropped) {
   encoder().encodeStatus = -12902;
-  sendPicture(1);
+  sendFrame(1);
   encoder().encodeStatus = 0;
-  encoder().script = [](const auto& /*picture*/) {
+  encoder().script = [](const auto& /*frame*/) {
     return FakeVideoEncoder::Output{-12909, nullptr};
   };
-  sendPicture(2);
+  sendFrame(2);
   encoder().script = {};
-  sendPicture(3);
-  EXPECT_THAT(emittedPictures(), ElementsAre(3U));
+  sendFrame(3);
+  EXPECT_THAT(emittedFrames(), ElementsAre(3U));
   EXPECT_EQ(capture->requestedCodec(), "h264") << "that is no reason to fall back";
   EXPECT_EQ(encoder().creations.size(), 1U);
 }
@@ -166,39 +166,39 @@ TEST_F(ScreenCaptureH264Test, APictureThatIsNotTakenOrDoesNotComeOutIsDropped) {
 // ---- another size ----
 
 TEST_F(ScreenCaptureH264Test, EndsTheEncoderBeforeItMakesOneOfAnotherSize) {
-  sendPicture(1, 1280, 720);
+  sendFrame(1, 1280, 720);
   calls().clear();
-  sendPicture(2, 1280, 800);
+  sendFrame(2, 1280, 800);
   ASSERT_GE(calls().size(), 4U);
   calls().resize(4);
   EXPECT_THAT(calls(), ElementsAre("1: complete", "1: invalidate", "1: gone",  //
                                    "2: realTime = true"));
-  sendPicture(3, 1024, 800);
+  sendFrame(3, 1024, 800);
   EXPECT_EQ(encoder().creations.size(), 3U) << "either side counts";
-  sendPicture(4, 1024, 800);
+  sendFrame(4, 1024, 800);
   EXPECT_EQ(encoder().creations.size(), 3U);
-  EXPECT_THAT(emittedPictures(), ElementsAre(1U, 2U, 3U, 4U));
+  EXPECT_THAT(emittedFrames(), ElementsAre(1U, 2U, 3U, 4U));
 }
 
-TEST_F(ScreenCaptureH264Test, BringsOutTheLastPicturesOfTheOldSizeFirst) {
+TEST_F(ScreenCaptureH264Test, BringsOutTheLastFramesOfTheOldSizeFirst) {
   encoder().delivery = Delivery::whenTold;
-  sendPicture(1, 1280, 720);
-  sendPicture(2, 640, 480);
-  EXPECT_THAT(emittedPictures(), ElementsAre(1U));
+  sendFrame(1, 1280, 720);
+  sendFrame(2, 640, 480);
+  EXPECT_THAT(emittedFrames(), ElementsAre(1U));
   encoder().deliverNext();
   machine.dispatch.runUntilIdle();
-  EXPECT_THAT(emittedPictures(), ElementsAre(1U, 2U));
+  EXPECT_THAT(emittedFrames(), ElementsAre(1U, 2U));
 }
 
 TEST_F(ScreenCaptureH264Test, FallsBackWhenThereIsNoEncoderOfTheNewSize) {
-  sendPicture(1, 1280, 720);
+  sendFrame(1, 1280, 720);
   encoder().makesSessions = false;
-  sendPicture(2, 640, 480);
+  sendFrame(2, 640, 480);
   EXPECT_EQ(encoder().sessionsAtWork(), 0U) << "the old one is not kept";
   EXPECT_EQ(capture->requestedCodec(), "jpeg");
   encoder().makesSessions = true;
-  sendPicture(3, 1280, 720);
-  EXPECT_THAT(emittedPictures(), ElementsAre(1U, 2U, 3U));
+  sendFrame(3, 1280, 720);
+  EXPECT_THAT(emittedFrames(), ElementsAre(1U, 2U, 3U));
   EXPECT_THAT(emittedH264(), ElementsAre(true, false, false));
 }
 
@@ -208,13 +208,13 @@ TEST_F(ScreenCaptureH264Test, FallsBackToJPEGForGoodWhenNoEncoderCanBeMade) {
   encoder().status = -12908;
   encoder().makesSessions = false;
   EXPECT_EQ(capture->requestedCodec(), "h264");
-  sendPicture(1);
+  sendFrame(1);
   EXPECT_THAT(emitted, ElementsAre(FakeImageEncoder::file(1))) << "the very same sample";
   EXPECT_EQ(capture->requestedCodec(), "jpeg");
   encoder().status = 0;
   encoder().makesSessions = true;
-  sendPicture(2);
-  EXPECT_THAT(emittedPictures(), ElementsAre(1U, 2U));
+  sendFrame(2);
+  EXPECT_THAT(emittedFrames(), ElementsAre(1U, 2U));
   EXPECT_THAT(emittedH264(), ElementsAre(false, false));
   EXPECT_EQ(encoder().creations.size(), 1U) << "nobody asks again";
   EXPECT_THAT(stops, IsEmpty());
@@ -222,11 +222,11 @@ TEST_F(ScreenCaptureH264Test, FallsBackToJPEGForGoodWhenNoEncoderCanBeMade) {
 
 TEST_F(ScreenCaptureH264Test, TriesAnEncoderAgainAfterTheNextConfigure) {
   encoder().makesSessions = false;
-  sendPicture(1);
+  sendFrame(1);
   encoder().makesSessions = true;
   configure(h264Settings());
   EXPECT_EQ(capture->requestedCodec(), "h264");
-  sendPicture(2);
+  sendFrame(2);
   EXPECT_THAT(emittedH264(), ElementsAre(false, true));
 }
 
@@ -236,24 +236,24 @@ TEST_F(ScreenCaptureH264Test, TriesOnceForEachConfigureWhileNoEncoderCanBeMade) 
   for (std::size_t configured = 1; configured <= 3; ++configured) {
     configure(h264Settings());
     EXPECT_EQ(capture->requestedCodec(), "h264");
-    sendPicture(1);
-    sendPicture(2, 640, 480);
-    sendPicture(3);
+    sendFrame(1);
+    sendFrame(2, 640, 480);
+    sendFrame(3);
     EXPECT_EQ(encoder().creations.size(), configured);
     EXPECT_EQ(capture->requestedCodec(), "jpeg");
   }
-  EXPECT_EQ(emitted.size(), 9U) << "no picture is lost to it";
+  EXPECT_EQ(emitted.size(), 9U) << "no frame is lost to it";
 }
 
 TEST_F(ScreenCaptureH264Test, StaysWithJPEGWhenTheStreamHasTakenTheSettings) {
   machine.screenCapture.completesUpdates = false;
   encoder().makesSessions = false;
   configure(h264Settings());
-  sendPicture(1);
+  sendFrame(1);
   stream()->completeUpdate();
   machine.dispatch.runUntilIdle();
   EXPECT_EQ(capture->requestedCodec(), "jpeg");
-  sendPicture(2);
+  sendFrame(2);
   EXPECT_EQ(encoder().creations.size(), 1U);
 }
 
@@ -262,7 +262,7 @@ TEST_F(ScreenCaptureH264Test, KeepsTheOtherSettingsWhenItFallsBack) {
   settings.jpegQuality = 55;
   configure(settings);
   encoder().makesSessions = false;
-  sendPicture(1);
+  sendFrame(1);
   EXPECT_THAT(machine.imageEncoder.factors, ElementsAre(0.55));
 }
 
@@ -271,7 +271,7 @@ TEST_F(ScreenCaptureH264Test, TakesAnyOtherCodecNameForJPEG) {
     auto settings = h264Settings();
     settings.codec = codec;
     configure(settings);
-    sendPicture(1);
+    sendFrame(1);
     EXPECT_EQ(capture->requestedCodec(), codec);
   }
   EXPECT_THAT(emittedH264(), ElementsAre(false, false, false, false));
@@ -281,21 +281,21 @@ TEST_F(ScreenCaptureH264Test, TakesAnyOtherCodecNameForJPEG) {
 // ---- configuring ----
 
 TEST_F(ScreenCaptureH264Test, EndsTheEncoderWhenConfigured) {
-  sendPicture(1);
+  sendFrame(1);
   calls().clear();
   auto settings = h264Settings();
   settings.fps = 10;
   settings.bitrateMbps = 20;
   configure(settings);
   EXPECT_THAT(calls(), ElementsAre("1: complete", "1: invalidate", "1: gone"));
-  sendPicture(2);
+  sendFrame(2);
   EXPECT_EQ(callsOf("2: expectedFrameRate = int32 10"), 1U);
   EXPECT_EQ(callsOf("2: averageBitRate = int64 20000000"), 1U);
-  EXPECT_THAT(emittedPictures(), ElementsAre(1U, 2U));
+  EXPECT_THAT(emittedFrames(), ElementsAre(1U, 2U));
 }
 
 TEST_F(ScreenCaptureH264Test, EndsTheEncoderOnItsOwnQueueAndNotInTheCall) {
-  sendPicture(1);
+  sendFrame(1);
   const auto queue = machine.dispatch.newestSerialQueue();
   bool onQueue = false;
   encoder().whileCompleting = [&] {
@@ -308,32 +308,32 @@ TEST_F(ScreenCaptureH264Test, EndsTheEncoderOnItsOwnQueueAndNotInTheCall) {
   EXPECT_TRUE(onQueue);
 }
 
-TEST_F(ScreenCaptureH264Test, BringsOutTheLastPicturesWhenConfigured) {
+TEST_F(ScreenCaptureH264Test, BringsOutTheLastFramesWhenConfigured) {
   encoder().delivery = Delivery::whenTold;
-  sendPicture(1);
+  sendFrame(1);
   EXPECT_THAT(emitted, IsEmpty());
   configure({});
-  EXPECT_THAT(emittedPictures(), ElementsAre(1U));
-  sendPicture(2);
+  EXPECT_THAT(emittedFrames(), ElementsAre(1U));
+  sendFrame(2);
   EXPECT_THAT(emittedH264(), ElementsAre(true, false));
 }
 
 TEST_F(ScreenCaptureH264Test, EndsTheEncoderEvenWhenTheStreamRefusesTheSettings) {
-  sendPicture(1);
+  sendFrame(1);
   machine.screenCapture.updateError = Error("system", -3810, "Refused.");
   configure(h264Settings());
   EXPECT_EQ(callsOf("1: invalidate"), 1U);
 }
 
 TEST_F(ScreenCaptureH264Test, KeepsTheEncoderWhenTheStreamHasTakenTheSettings) {
-  sendPicture(1);
+  sendFrame(1);
   machine.screenCapture.completesUpdates = false;
   configure(h264Settings());
-  sendPicture(2);
+  sendFrame(2);
   stream()->completeUpdate();
   machine.dispatch.runUntilIdle();
   EXPECT_EQ(encoder().sessionsAtWork(), 1U);
-  sendPicture(3);
+  sendFrame(3);
   EXPECT_EQ(encoder().creations.size(), 2U);
 }
 
@@ -341,7 +341,7 @@ TEST_F(ScreenCaptureH264Test, KeepsTheEncoderWhenTheStreamHasTakenTheSettings) {
 
 TEST_F(ScreenCaptureH264Test, EndsTheEncoderOnItsOwnQueueAtAStop) {
   encoder().delivery = Delivery::whenTold;
-  sendPicture(1);
+  sendFrame(1);
   calls().clear();
   const auto queue = machine.dispatch.newestSerialQueue();
   capture->stop();
@@ -354,7 +354,7 @@ TEST_F(ScreenCaptureH264Test, EndsTheEncoderOnItsOwnQueueAtAStop) {
 }
 
 TEST_F(ScreenCaptureH264Test, EndsTheEncoderOfACaptureThatIsStoppedAndLetGo) {
-  sendPicture(1);
+  sendFrame(1);
   const auto weak = capture->weak_from_this();
   capture->stop();
   capture.reset();
@@ -375,7 +375,7 @@ TEST_F(ScreenCaptureH264Test, MakesNoEncoderAfterAStop) {
 
 TEST_F(ScreenCaptureH264Test, EndsTheEncoderWhenTheStreamStalls) {
   encoder().delivery = Delivery::whenTold;
-  sendPicture(1);
+  sendFrame(1);
   calls().clear();
   const auto running = stream();
   bool reportedBefore = false;
@@ -398,7 +398,7 @@ TEST_F(ScreenCaptureH264Test, EndsTheEncoderWhenTheStreamStalls) {
 }
 
 TEST_F(ScreenCaptureH264Test, LeavesTheEncoderInPlaceWhenTheSystemStopsTheStream) {
-  sendPicture(1);
+  sendFrame(1);
   stream()->stopWithError({fakes::fakeStreamErrorDomain, -3821, "Stopped."});
   machine.dispatch.runUntilIdle();
   EXPECT_EQ(stops.size(), 1U);
@@ -410,7 +410,7 @@ TEST_F(ScreenCaptureH264Test, LeavesTheEncoderInPlaceWhenTheSystemStopsTheStream
 
 TEST_F(ScreenCaptureH264Test, DropsWhatComesOutAfterAStopOfTheSystem) {
   encoder().delivery = Delivery::whenTold;
-  sendPicture(1);
+  sendFrame(1);
   stream()->stopWithError({fakes::fakeStreamErrorDomain, -3821, "Stopped."});
   machine.dispatch.runUntilIdle();
   encoder().deliverNext();
@@ -421,7 +421,7 @@ TEST_F(ScreenCaptureH264Test, DropsWhatComesOutAfterAStopOfTheSystem) {
 // ---- letting go ----
 
 TEST_F(ScreenCaptureH264Test, AnEncoderHoldsItsCapture) {
-  sendPicture(1);
+  sendFrame(1);
   const auto weak = capture->weak_from_this();
   capture.reset();
   EXPECT_FALSE(weak.expired()) << "until the owner's letting go has reached the capture queue";
@@ -431,7 +431,7 @@ TEST_F(ScreenCaptureH264Test, AnEncoderHoldsItsCapture) {
 
 TEST_F(ScreenCaptureH264Test, EndsTheEncoderAndTheStreamOfACaptureThatIsOnlyLetGo) {
   encoder().delivery = Delivery::whenTold;
-  sendPicture(1);
+  sendFrame(1);
   calls().clear();
   capture.reset();
   machine.dispatch.runUntilIdle();
@@ -443,10 +443,10 @@ TEST_F(ScreenCaptureH264Test, EndsTheEncoderAndTheStreamOfACaptureThatIsOnlyLetG
 }
 
 TEST_F(ScreenCaptureH264Test, MakesNoEncoderOnceItIsLetGo) {
-  sendPicture(1);
+  sendFrame(1);
   const auto held = capture->shared_from_this();
   capture.reset();
-  sendPicture(2, 640, 480);
+  sendFrame(2, 640, 480);
   EXPECT_EQ(encoder().creations.size(), 1U);
   EXPECT_EQ(encoder().sessionsAtWork(), 0U);
 }
@@ -461,13 +461,13 @@ TEST_F(ScreenCaptureH264Test, ACaptureWithoutAnEncoderGoesAtOnce) {
 
 TEST_F(ScreenCaptureH264Test, DeliversOnlyTheNewestOfWhatComesOut) {
   encoder().delivery = Delivery::whenTold;
-  for (std::uint32_t content = 1; content <= 5; ++content) sendPicture(content);
+  for (std::uint32_t content = 1; content <= 5; ++content) sendFrame(content);
   EXPECT_THAT(emitted, IsEmpty());
   while (encoder().deliverNext()) {
   }
   EXPECT_EQ(machine.dispatch.mainThread().pending(), 1U);
   machine.dispatch.runUntilIdle();
-  EXPECT_THAT(emittedPictures(), ElementsAre(5U));
+  EXPECT_THAT(emittedFrames(), ElementsAre(5U));
 }
 
 }  // namespace

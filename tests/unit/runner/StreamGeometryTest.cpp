@@ -68,7 +68,7 @@ TEST(StreamGeometryDeathTest, StopsTheProcessOverAFrameRateOutOf32Bits) {
   EXPECT_DEATH((void)makeStreamConfiguration(settings, 800, 600), "frame rate");
 }
 
-TEST(StreamGeometryDeathTest, StopsTheProcessOverAPictureSizeOutOf64Bits) {
+TEST(StreamGeometryDeathTest, StopsTheProcessOverAFrameSizeOutOf64Bits) {
   // The display's size itself rounds up to 2^63 as a double.
   constexpr auto largest = std::numeric_limits<std::int64_t>::max();
   EXPECT_DEATH((void)fit(largest, largest, largest, 1), "picture size");

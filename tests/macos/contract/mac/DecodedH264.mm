@@ -12,7 +12,7 @@
 #include <string>
 #include <type_traits>
 
-#import "tests/macos/contract/mac/MacPictures.h"
+#import "tests/macos/contract/mac/MacFrames.h"
 
 namespace quorvin::contract {
 namespace {
@@ -40,7 +40,7 @@ std::vector<Bytes> unitsOf(const Bytes& byteStream) {
     units.emplace_back(unit, end);
     unit = end;
   }
-  if (units.size() < 3) throw std::runtime_error("parameter sets and no picture");
+  if (units.size() < 3) throw std::runtime_error("parameter sets and no frame");
   return units;
 }
 
@@ -88,11 +88,11 @@ Held<CMSampleBufferRef> sampleOf(CMVideoFormatDescriptionRef format, const Bytes
   return Held<CMSampleBufferRef>(sample);
 }
 
-// The output callback: reads the picture into the optional that the frame refers to.
-void didDecode(void* /*decoder*/, void* frame, OSStatus status, VTDecodeInfoFlags /*flags*/,
-               CVImageBufferRef picture, CMTime /*presentationTime*/, CMTime /*duration*/) {
-  if (status != noErr || picture == nullptr) return;
-  *static_cast<std::optional<DecodedPicture>*>(frame) = readPicture(picture);
+// The output callback: reads the frame into the optional that was given along.
+void didDecode(void* /*decoder*/, void* decoded, OSStatus status, VTDecodeInfoFlags /*flags*/,
+               CVImageBufferRef frame, CMTime /*presentationTime*/, CMTime /*duration*/) {
+  if (status != noErr || frame == nullptr) return;
+  *static_cast<std::optional<DecodedFrame>*>(decoded) = readFrame(frame);
 }
 
 Held<VTDecompressionSessionRef> decoderFor(CMVideoFormatDescriptionRef format) {
@@ -108,21 +108,21 @@ Held<VTDecompressionSessionRef> decoderFor(CMVideoFormatDescriptionRef format) {
 
 }  // namespace
 
-DecodedPicture decodeH264(const std::vector<std::uint8_t>& byteStream) {
+DecodedFrame decodeH264(const std::vector<std::uint8_t>& byteStream) {
   @autoreleasepool {
     const auto units = unitsOf(byteStream);
     const auto format = formatOf(units[0], units[1]);
     const auto sample = sampleOf(format.get(), dataOf(units));
     const auto decoder = decoderFor(format.get());
-    std::optional<DecodedPicture> picture;
+    std::optional<DecodedFrame> frame;
     // Nothing asks for it to go on in the background.
     const auto status =
-        VTDecompressionSessionDecodeFrame(decoder.get(), sample.get(), 0, &picture, nullptr);
+        VTDecompressionSessionDecodeFrame(decoder.get(), sample.get(), 0, &frame, nullptr);
     VTDecompressionSessionWaitForAsynchronousFrames(decoder.get());
     VTDecompressionSessionInvalidate(decoder.get());
     expect(status, "VTDecompressionSessionDecodeFrame");
-    if (!picture) throw std::runtime_error("the decoder found no picture");
-    return *picture;
+    if (!frame) throw std::runtime_error("the decoder found no frame");
+    return *frame;
   }
 }
 

@@ -6,7 +6,7 @@
 
 #include "platform/macos/ImageEncoder.h"
 #include "tests/contract/ImageEncoderContract.h"
-#include "tests/macos/contract/mac/MacPictures.h"
+#include "tests/macos/contract/mac/MacFrames.h"
 
 namespace quorvin::contract {
 namespace {
@@ -18,18 +18,18 @@ std::uint8_t byteOf(CGFloat component) {
 class MacImageEncoderWorld final : public ImageEncoderWorld {
  public:
   ImageEncoder& imageEncoder() override { return encoder; }
-  std::shared_ptr<PixelBuffer> picture(const PictureSize& size, const ColourAt& colourAt) override {
-    return makeMacPicture(size, colourAt);
+  std::shared_ptr<PixelBuffer> frame(const FrameSize& size, const ColourAt& colourAt) override {
+    return makeMacFrame(size, colourAt);
   }
-  std::shared_ptr<PixelBuffer> unusablePicture() override { return makeForeignPicture({8, 8}); }
-  DecodedPicture decode(const Data& file) override {
+  std::shared_ptr<PixelBuffer> unusableFrame() override { return makeForeignFrame({8, 8}); }
+  DecodedFrame decode(const Data& file) override {
     @autoreleasepool {
       NSBitmapImageRep* bitmap =
           [NSBitmapImageRep imageRepWithData:[NSData dataWithBytes:file.data() length:file.size()]];
       if (bitmap == nil) throw std::runtime_error("no sound JPEG file");
-      DecodedPicture decoded{{static_cast<std::size_t>(bitmap.pixelsWide),
-                              static_cast<std::size_t>(bitmap.pixelsHigh)},
-                             {}};
+      DecodedFrame decoded{{static_cast<std::size_t>(bitmap.pixelsWide),
+                            static_cast<std::size_t>(bitmap.pixelsHigh)},
+                           {}};
       for (NSInteger y = 0; y < bitmap.pixelsHigh; ++y) {
         for (NSInteger x = 0; x < bitmap.pixelsWide; ++x) {
           // The file's own numbers, not those of another colour space.

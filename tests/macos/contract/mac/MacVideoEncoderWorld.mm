@@ -4,7 +4,7 @@
 #include "platform/macos/VideoEncoder.h"
 #include "tests/contract/VideoEncoderContract.h"
 #include "tests/macos/contract/mac/DecodedH264.h"
-#include "tests/macos/contract/mac/MacPictures.h"
+#include "tests/macos/contract/mac/MacFrames.h"
 #include "tests/macos/contract/mac/RunLoop.h"
 
 namespace quorvin::contract {
@@ -14,18 +14,18 @@ namespace {
 class MacVideoEncoderWorld final : public VideoEncoderWorld {
  public:
   VideoEncoder& videoEncoder() override { return encoder; }
-  std::shared_ptr<PixelBuffer> picture(const PictureSize& size, const ColourAt& colourAt) override {
-    return makeMacPicture(size, colourAt);
+  std::shared_ptr<PixelBuffer> frame(const FrameSize& size, const ColourAt& colourAt) override {
+    return makeMacFrame(size, colourAt);
   }
-  std::shared_ptr<PixelBuffer> unusablePicture(const PictureSize& size) override {
-    return makeForeignPicture(size);
+  std::shared_ptr<PixelBuffer> unusableFrame(const FrameSize& size) override {
+    return makeForeignFrame(size);
   }
   bool runUntil(const Condition& condition) override { return runLoopUntil(condition); }
   void settle() override {
     // Nothing tells when an encoder has become still.
     (void)runLoopUntil([] { return false; }, std::chrono::milliseconds(200));
   }
-  DecodedPicture decode(const std::vector<std::uint8_t>& byteStream) override {
+  DecodedFrame decode(const std::vector<std::uint8_t>& byteStream) override {
     return decodeH264(byteStream);
   }
 

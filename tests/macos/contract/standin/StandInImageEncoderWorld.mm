@@ -15,7 +15,7 @@ namespace {
 class StandInImageEncoderWorld final : public ImageEncoderWorld {
  public:
   ImageEncoder& imageEncoder() override { return encoder; }
-  std::shared_ptr<PixelBuffer> picture(const PictureSize& size, const ColourAt& colourAt) override {
+  std::shared_ptr<PixelBuffer> frame(const FrameSize& size, const ColourAt& colourAt) override {
     id buffer = standin::makePixelBuffer(size.width, size.height);
     for (std::size_t y = 0; y < size.height; ++y) {
       for (std::size_t x = 0; x < size.width; ++x) {
@@ -25,20 +25,20 @@ class StandInImageEncoderWorld final : public ImageEncoderWorld {
     }
     return std::make_shared<MacPixelBuffer>((__bridge CVPixelBufferRef)buffer);
   }
-  std::shared_ptr<PixelBuffer> unusablePicture() override {
-    return std::make_shared<ForeignPixelBuffer>(PictureSize{8, 8});
+  std::shared_ptr<PixelBuffer> unusableFrame() override {
+    return std::make_shared<ForeignPixelBuffer>(FrameSize{8, 8});
   }
-  DecodedPicture decode(const Data& file) override {
+  DecodedFrame decode(const Data& file) override {
     const auto decoded = standin::decodeJpeg(file.bytes());
     if (!decoded) throw std::runtime_error("no sound JPEG file");
-    DecodedPicture picture{{decoded->width, decoded->height}, {}};
+    DecodedFrame frame{{decoded->width, decoded->height}, {}};
     for (std::size_t y = 0; y < decoded->height; ++y) {
       for (std::size_t x = 0; x < decoded->width; ++x) {
         const auto colour = decoded->at(x, y);
-        picture.pixels.push_back({colour.red, colour.green, colour.blue});
+        frame.pixels.push_back({colour.red, colour.green, colour.blue});
       }
     }
-    return picture;
+    return frame;
   }
 
  private:

@@ -14,8 +14,8 @@
 namespace quorvin::contract {
 namespace {
 
-// What has the form of a picture that stands by itself, and shows nothing.
-standin::EncoderOutput encodedPicture() {
+// What has the form of a frame that stands by itself, and shows nothing.
+standin::EncoderOutput encodedFrame() {
   id format = standin::makeFormatDescription(
       {.parameterSets = {{.bytes = {0x67, 0x4D, 0x00, 0x0A}}, {.bytes = {0x68, 0xEE}}}});
   id data = standin::makeBlockBuffer({.blocks = {{0, 0, 0, 3, 0x65, 0x88}, {0x84}}});
@@ -26,7 +26,7 @@ standin::EncoderOutput encodedPicture() {
 class StandInVideoEncoderWorld final : public VideoEncoderWorld {
  public:
   StandInVideoEncoderWorld() {
-    standin::setEncoder([](id /*picture*/, CMTime /*time*/) { return encodedPicture(); });
+    standin::setEncoder([](id /*frame*/, CMTime /*time*/) { return encodedFrame(); });
   }
   ~StandInVideoEncoderWorld() override {
     standin::settle();
@@ -34,14 +34,13 @@ class StandInVideoEncoderWorld final : public VideoEncoderWorld {
   }
 
   VideoEncoder& videoEncoder() override { return encoder; }
-  std::shared_ptr<PixelBuffer> picture(const PictureSize& size,
-                                       const ColourAt& /*colourAt*/) override {
+  std::shared_ptr<PixelBuffer> frame(const FrameSize& size, const ColourAt& /*colourAt*/) override {
     @autoreleasepool {
       id buffer = standin::makePixelBuffer(size.width, size.height);
       return std::make_shared<MacPixelBuffer>((__bridge CVPixelBufferRef)buffer);
     }
   }
-  std::shared_ptr<PixelBuffer> unusablePicture(const PictureSize& size) override {
+  std::shared_ptr<PixelBuffer> unusableFrame(const FrameSize& size) override {
     return std::make_shared<ForeignPixelBuffer>(size);
   }
   bool runUntil(const Condition& condition) override {
@@ -49,8 +48,8 @@ class StandInVideoEncoderWorld final : public VideoEncoderWorld {
     return condition();
   }
   void settle() override { standin::settle(); }
-  DecodedPicture decode(const std::vector<std::uint8_t>& /*byteStream*/) override {
-    throw std::logic_error("no picture was really encoded");
+  DecodedFrame decode(const std::vector<std::uint8_t>& /*byteStream*/) override {
+    throw std::logic_error("no frame was really encoded");
   }
 
  private:

@@ -6,7 +6,7 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-// A recipe for a picture; nothing is rendered before a context is asked to.
+// A recipe for an image; nothing is rendered before a context is asked to.
 @interface CIImage : NSObject
 - (instancetype)initWithCVPixelBuffer:(CVPixelBufferRef)pixelBuffer;
 @property(readonly) CGRect extent;

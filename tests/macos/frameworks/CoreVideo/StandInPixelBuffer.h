@@ -8,7 +8,7 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-// What a CVPixelBufferRef points at, for the stand-ins that work on pictures. Any thread.
+// What a CVPixelBufferRef points at, for the stand-ins that work on pixels. Any thread.
 @interface StandInPixelBuffer : NSObject
 // The object behind the handle; nil, and a violation, when it has been released.
 + (nullable instancetype)objectFor:(nullable CVPixelBufferRef)handle

@@ -50,7 +50,7 @@ constexpr NSInteger deepestQueue = 8;
 - (void)setPixelFormat:(OSType)pixelFormat {
   record("-[SCStreamConfiguration setPixelFormat:]", {std::to_string(pixelFormat)});
   if (pixelFormat != kCVPixelFormatType_32BGRA) {
-    violation("this stand-in captures 32BGRA pictures only");
+    violation("this stand-in captures 32BGRA frames only");
   }
   _settings.pixelFormat = pixelFormat;
 }

@@ -81,7 +81,7 @@ struct PixelSize {
 struct SampleScript {
   bool isValid = true;
   id attachments = attachmentsWithStatus(@(SCFrameStatusComplete));
-  bool hasPicture = true;
+  bool hasFrame = true;
   Colour colour{};
   CMTime presentationTimeStamp = kCMTimeZero;
   SCStreamOutputType type = SCStreamOutputTypeScreen;
@@ -102,15 +102,15 @@ class CaptureStream {
   [[nodiscard]] virtual std::size_t excludedWindows() const = 0;
   // As it was made, then as every update left it.
   [[nodiscard]] virtual std::vector<StreamSettings> settings() const = 0;
-  // Pictures of this stream that somebody still holds.
-  [[nodiscard]] virtual std::size_t picturesHeld() const = 0;
+  // Frames of this stream that somebody still holds.
+  [[nodiscard]] virtual std::size_t framesHeld() const = 0;
 
   // Delivers a sample to the outputs of its type. False if it was dropped: the stream does not run,
-  // or as many pictures are held as its queue is deep.
+  // or as many frames are held as its queue is deep.
   virtual bool sendSample(const SampleScript& script) = 0;
   // Ends the stream by the system's will and tells the delegate on a system thread.
   virtual void stopWithError(const ErrorScript& error) = 0;
-  // Has a sample without a picture on its way to the outputs when the SCStream is released.
+  // Has a sample without a frame on its way to the outputs when the SCStream is released.
   virtual void leaveSampleBehind() = 0;
 
  protected:

@@ -25,7 +25,7 @@ class StreamRecord final : public CaptureStream {
   [[nodiscard]] CGDirectDisplayID displayID() const override { return display; }
   [[nodiscard]] std::size_t excludedWindows() const override { return excluded; }
   [[nodiscard]] std::vector<StreamSettings> settings() const override;
-  [[nodiscard]] std::size_t picturesHeld() const override;
+  [[nodiscard]] std::size_t framesHeld() const override;
   bool sendSample(const SampleScript& script) override;
   void stopWithError(const ErrorScript& error) override;
   void leaveSampleBehind() override;
@@ -42,7 +42,7 @@ class StreamRecord final : public CaptureStream {
  private:
   NSError* refuse(CaptureRequest request, bool isAllowed, SCStreamErrorCode code,
                   const char* operation);
-  std::size_t countPictures() const;  // with the lock held
+  std::size_t countFrames() const;  // with the lock held
 
   const CGDirectDisplayID display;
   const std::size_t excluded;
@@ -52,7 +52,7 @@ class StreamRecord final : public CaptureStream {
   bool startIsUnanswered = false;
   bool leavesSample = false;
   std::vector<StreamSettings> allSettings;
-  std::vector<std::weak_ptr<const void>> pictures;
+  std::vector<std::weak_ptr<const void>> frames;
   __weak SCStream* stream;
 };
 

@@ -25,14 +25,14 @@ std::vector<StreamSettings> StreamRecord::settings() const {
   return allSettings;
 }
 
-std::size_t StreamRecord::countPictures() const {
+std::size_t StreamRecord::countFrames() const {
   return static_cast<std::size_t>(
-      std::ranges::count_if(pictures, [](const auto& picture) { return !picture.expired(); }));
+      std::ranges::count_if(frames, [](const auto& frame) { return !frame.expired(); }));
 }
 
-std::size_t StreamRecord::picturesHeld() const {
+std::size_t StreamRecord::framesHeld() const {
   const std::lock_guard lock(mutex);
-  return countPictures();
+  return countFrames();
 }
 
 bool StreamRecord::sendSample(const SampleScript& script) {
@@ -44,11 +44,11 @@ bool StreamRecord::sendSample(const SampleScript& script) {
       const std::lock_guard lock(mutex);
       if (!running) return false;
       const auto& current = allSettings.back();
-      if (script.hasPicture) {
-        if (countPictures() >= static_cast<std::size_t>(current.queueDepth)) return false;
+      if (script.hasFrame) {
+        if (countFrames() >= static_cast<std::size_t>(current.queueDepth)) return false;
         const auto size = script.size.value_or(PixelSize{current.width, current.height});
         sample.imageBuffer = makePixelBuffer(size.width, size.height, script.colour);
-        pictures.push_back([static_cast<StandInPixelBuffer*>(sample.imageBuffer) lifetime]);
+        frames.push_back([static_cast<StandInPixelBuffer*>(sample.imageBuffer) lifetime]);
       }
     }
     [stream deliverSample:makeSampleBuffer(sample) ofType:script.type];

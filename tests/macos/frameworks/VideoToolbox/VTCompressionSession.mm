@@ -95,15 +95,15 @@ OSStatus VTCompressionSessionEncodeFrame(VTCompressionSessionRef session,
                      presence(sourceFrameRefcon), presence(infoFlagsOut)});
   StandInCompressionSession* encoder = usable(session, operation);
   if (encoder == nil) return kVTInvalidSessionErr;
-  id picture = [StandInPixelBuffer objectFor:imageBuffer operation:operation];
-  if (picture == nil) return kVTParameterErr;
+  id frame = [StandInPixelBuffer objectFor:imageBuffer operation:operation];
+  if (frame == nil) return kVTParameterErr;
   [encoder checkTimeStamp:presentationTimeStamp];
   if (const auto status = standin::scriptedStatus(operation); status != noErr) return status;
   if (infoFlagsOut != nullptr) *infoFlagsOut = kVTEncodeInfo_Asynchronous;
   const auto script = standin::videoToolboxScript();
   const standin::EncoderOutput dropped{.infoFlags = kVTEncodeInfo_FrameDropped};
-  encoder.outlet.add(picture, sourceFrameRefcon,
-                     script.encoder ? script.encoder(picture, presentationTimeStamp) : dropped,
+  encoder.outlet.add(frame, sourceFrameRefcon,
+                     script.encoder ? script.encoder(frame, presentationTimeStamp) : dropped,
                      script.holdsFrames);
   return noErr;
 }

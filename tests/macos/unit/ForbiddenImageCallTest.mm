@@ -10,7 +10,7 @@
 
 #include "tests/macos/standin/StandInTest.h"
 
-// What Core Video, Core Image, Core Graphics and AppKit would not forgive of pictures.
+// What Core Video, Core Image, Core Graphics and AppKit would not forgive of images.
 
 namespace standin {
 namespace {
@@ -18,7 +18,7 @@ namespace {
 using testing::ElementsAre;
 using testing::SizeIs;
 
-class ForbiddenPictureCall : public StandInTest {
+class ForbiddenImageCall : public StandInTest {
  protected:
   static CIImage* imageOf(id pixelBuffer) {
     return [[CIImage alloc] initWithCVPixelBuffer:(__bridge CVPixelBufferRef)pixelBuffer];
@@ -33,7 +33,7 @@ class ForbiddenPictureCall : public StandInTest {
   }
 };
 
-TEST_F(ForbiddenPictureCall, PicturesAreNotUsedOnceTheyAreReleased) {
+TEST_F(ForbiddenImageCall, PixelBuffersAreNotUsedOnceTheyAreReleased) {
   CVPixelBufferRef gone = nullptr;
   @autoreleasepool {
     gone = CVPixelBufferRetain((__bridge CVPixelBufferRef)makePixelBuffer(3, 2));
@@ -48,7 +48,7 @@ TEST_F(ForbiddenPictureCall, PicturesAreNotUsedOnceTheyAreReleased) {
   EXPECT_THAT(takeViolations(), SizeIs(5));
 }
 
-TEST_F(ForbiddenPictureCall, ImagesAreReleasedOnceAndNoMore) {
+TEST_F(ForbiddenImageCall, ImagesAreReleasedOnceAndNoMore) {
   const auto before = liveObjects();
   CGImageRef handle = (__bridge_retained CGImageRef)makeImage();
   EXPECT_EQ(liveObjects(), before + 1);
@@ -59,7 +59,7 @@ TEST_F(ForbiddenPictureCall, ImagesAreReleasedOnceAndNoMore) {
   EXPECT_THAT(takeViolations(), SizeIs(2));
 }
 
-TEST_F(ForbiddenPictureCall, NothingButTheImageIsRendered) {
+TEST_F(ForbiddenImageCall, NothingButTheImageIsRendered) {
   CIImage* image = imageOf(makePixelBuffer(2, 2));
   CIContext* context = [CIContext contextWithOptions:nil];
   for (const CGRect part : {CGRect{{0, 0}, {3, 2}}, CGRect{{0, 1}, {2, 2}}, CGRect{{-1, 0}, {1, 1}},
@@ -69,14 +69,14 @@ TEST_F(ForbiddenPictureCall, NothingButTheImageIsRendered) {
   }
 }
 
-TEST_F(ForbiddenPictureCall, ContextsHaveOptionsThatAreKnown) {
+TEST_F(ForbiddenImageCall, ContextsHaveOptionsThatAreKnown) {
   (void)[CIContext contextWithOptions:@{@"kCIContextUnheardOf" : @YES}];
   EXPECT_THAT(takeViolations(), ElementsAre("unknown option of a CIContext: kCIContextUnheardOf"));
   (void)[CIContext contextWithOptions:@{kCIContextCacheIntermediates : @"no"}];
   EXPECT_THAT(takeViolations(), ElementsAre("kCIContextCacheIntermediates is no number"));
 }
 
-TEST_F(ForbiddenPictureCall, FilesHaveAFactorWithinItsLimitsAndNothingElse) {
+TEST_F(ForbiddenImageCall, FilesHaveAFactorWithinItsLimitsAndNothingElse) {
   for (NSDictionary* wrong in
        @[ @{NSImageCompressionFactor : @"0.5"},
           @{NSImageCompressionFactor : @72}, @{} ]) {
@@ -87,7 +87,7 @@ TEST_F(ForbiddenPictureCall, FilesHaveAFactorWithinItsLimitsAndNothingElse) {
   EXPECT_THAT(takeViolations(), ElementsAre("unknown property of an image file: NSImageUnheardOf"));
 }
 
-TEST_F(ForbiddenPictureCall, FilesAreWhole) {
+TEST_F(ForbiddenImageCall, FilesAreWhole) {
   NSData* file = jpegOf(@{NSImageCompressionFactor : @0.9});
   const std::span<const std::uint8_t> bytes(static_cast<const std::uint8_t*>(file.bytes),
                                             file.length);

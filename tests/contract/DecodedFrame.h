@@ -17,9 +17,9 @@ struct Colour {
 
 using ColourAt = std::function<Colour(std::size_t x, std::size_t y)>;
 
-// What an encoded picture shows: rows from the top.
-struct DecodedPicture {
-  PictureSize size;
+// What an encoded frame shows: rows from the top.
+struct DecodedFrame {
+  FrameSize size;
   std::vector<Colour> pixels;
 
   [[nodiscard]] Colour at(std::size_t x, std::size_t y) const {

@@ -1,4 +1,4 @@
-#import "tests/macos/contract/mac/MacPictures.h"
+#import "tests/macos/contract/mac/MacFrames.h"
 #include "tests/contract/ForeignPixelBuffer.h"
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 namespace quorvin::contract {
 namespace {
 
-CVPixelBufferRef makeBuffer(const PictureSize& size) {
+CVPixelBufferRef makeBuffer(const FrameSize& size) {
   CVPixelBufferRef buffer = nullptr;
   if (CVPixelBufferCreate(kCFAllocatorDefault, size.width, size.height, kCVPixelFormatType_32BGRA,
                           nullptr, &buffer) != kCVReturnSuccess) {
@@ -18,7 +18,7 @@ CVPixelBufferRef makeBuffer(const PictureSize& size) {
   return buffer;
 }
 
-void fill(CVPixelBufferRef buffer, const PictureSize& size, const ColourAt& colourAt) {
+void fill(CVPixelBufferRef buffer, const FrameSize& size, const ColourAt& colourAt) {
   CVPixelBufferLockBaseAddress(buffer, 0);
   auto* const first = static_cast<std::uint8_t*>(CVPixelBufferGetBaseAddress(buffer));
   for (std::size_t y = 0; y < size.height; ++y) {
@@ -36,29 +36,29 @@ void fill(CVPixelBufferRef buffer, const PictureSize& size, const ColourAt& colo
 
 }  // namespace
 
-std::shared_ptr<PixelBuffer> makeMacPicture(const PictureSize& size, const ColourAt& colourAt) {
+std::shared_ptr<PixelBuffer> makeMacFrame(const FrameSize& size, const ColourAt& colourAt) {
   CVPixelBufferRef buffer = makeBuffer(size);
   fill(buffer, size, colourAt);
-  auto picture = std::make_shared<MacPixelBuffer>(buffer);
+  auto frame = std::make_shared<MacPixelBuffer>(buffer);
   CVPixelBufferRelease(buffer);
-  return picture;
+  return frame;
 }
 
-std::shared_ptr<PixelBuffer> makeForeignPicture(const PictureSize& size) {
+std::shared_ptr<PixelBuffer> makeForeignFrame(const FrameSize& size) {
   return std::make_shared<ForeignPixelBuffer>(size);
 }
 
-DecodedPicture readPicture(CVPixelBufferRef picture) {
-  DecodedPicture read{{CVPixelBufferGetWidth(picture), CVPixelBufferGetHeight(picture)}, {}};
-  CVPixelBufferLockBaseAddress(picture, kCVPixelBufferLock_ReadOnly);
-  const auto* const first = static_cast<const std::uint8_t*>(CVPixelBufferGetBaseAddress(picture));
+DecodedFrame readFrame(CVPixelBufferRef frame) {
+  DecodedFrame read{{CVPixelBufferGetWidth(frame), CVPixelBufferGetHeight(frame)}, {}};
+  CVPixelBufferLockBaseAddress(frame, kCVPixelBufferLock_ReadOnly);
+  const auto* const first = static_cast<const std::uint8_t*>(CVPixelBufferGetBaseAddress(frame));
   for (std::size_t y = 0; y < read.size.height; ++y) {
-    const std::uint8_t* pixel = first + y * CVPixelBufferGetBytesPerRow(picture);
+    const std::uint8_t* pixel = first + y * CVPixelBufferGetBytesPerRow(frame);
     for (std::size_t x = 0; x < read.size.width; ++x, pixel += 4) {
       read.pixels.push_back({.red = pixel[2], .green = pixel[1], .blue = pixel[0]});
     }
   }
-  CVPixelBufferUnlockBaseAddress(picture, kCVPixelBufferLock_ReadOnly);
+  CVPixelBufferUnlockBaseAddress(frame, kCVPixelBufferLock_ReadOnly);
   return read;
 }
 

@@ -1,4 +1,4 @@
-#include "bench/PictureQuality.h"
+#include "bench/FrameQuality.h"
 
 #include <libyuv/convert_argb.h>
 
