@@ -8,7 +8,7 @@ namespace quorvin {
 namespace {
 
 constexpr double compressionFactor = 0.72;
-constexpr std::chrono::seconds patience{10};
+constexpr std::chrono::seconds timeout{10};
 
 std::shared_ptr<ShareableDisplay> firstDisplay(LinuxScreenCapture& capture) {
   std::mutex mutex;
@@ -41,7 +41,7 @@ void StreamPayloads::Output::streamDidOutputSample(const CaptureSample& sample,
 
 StreamPayloads::Times StreamPayloads::Output::next() {
   std::unique_lock lock(mutex);
-  if (!changed.wait_for(lock, patience, [this] { return times.has_value(); })) {
+  if (!changed.wait_for(lock, timeout, [this] { return times.has_value(); })) {
     throw std::runtime_error("no payload");
   }
   return *std::exchange(times, std::nullopt);

@@ -11,7 +11,7 @@
 namespace quorvin::contract {
 namespace {
 
-constexpr std::chrono::seconds patience{20};
+constexpr std::chrono::seconds timeout{20};
 
 // Two tasks that can only end together.
 class Meeting {
@@ -23,7 +23,7 @@ class Meeting {
  private:
   static bool meet(std::promise<void>& own, std::promise<void>& other) {
     own.set_value();
-    return other.get_future().wait_for(patience) == std::future_status::ready;
+    return other.get_future().wait_for(timeout) == std::future_status::ready;
   }
 
   std::promise<void> firstCame;

@@ -4,7 +4,7 @@
 
 #include "platform/linux/capture/FrameComposer.h"
 #include "tests/linux/capture/SampleRecorder.h"
-#include "tests/linux/capture/SessionStand.h"
+#include "tests/linux/capture/SessionHarness.h"
 #include "tests/linux/capture/X11Proxy.h"
 
 namespace quorvin {
@@ -31,7 +31,7 @@ class FrameComposerTest : public testing::TestWithParam<PixelSize> {
 
   // Waits until the server has told that something changed.
   [[nodiscard]] bool waitForNews() {
-    const auto deadline = std::chrono::steady_clock::now() + testPatience;
+    const auto deadline = std::chrono::steady_clock::now() + testTimeout;
     while (!damage.isPending() && std::chrono::steady_clock::now() < deadline) {
       pollfd source{connection.descriptor(), POLLIN, 0};
       poll(&source, 1, 1);
@@ -280,7 +280,7 @@ class TornQuestionTest : public testing::TestWithParam<PixelSize> {
 
   [[nodiscard]] bool isReadableInTime() const {
     pollfd source{connection.descriptor(), POLLIN, 0};
-    return poll(&source, 1, std::chrono::milliseconds(testPatience).count()) == 1;
+    return poll(&source, 1, std::chrono::milliseconds(testTimeout).count()) == 1;
   }
 
   // Changes the screen on both sides of the display, so that what is reported lies on it too.

@@ -5,7 +5,7 @@
 #include <random>
 #include <thread>
 
-#include "tests/linux/capture/SessionStand.h"
+#include "tests/linux/capture/SessionHarness.h"
 
 namespace quorvin {
 namespace {
@@ -53,8 +53,8 @@ class Scribbler {
 class FrameRowsStressTest : public testing::TestWithParam<Situation> {
  protected:
   FrameRowsStressTest() {
-    stand.painter.setCursor(16, 0xff00ff, 8);
-    stand.start(settings);
+    harness.painter.setCursor(16, 0xff00ff, 8);
+    harness.start(settings);
   }
 
   // Looks at many frames, of which some are kept for a while so that surfaces take turns.
@@ -65,7 +65,7 @@ class FrameRowsStressTest : public testing::TestWithParam<Situation> {
     std::deque<std::shared_ptr<CapturedFrame>> kept;
     for (int round = 0; round < rounds; ++round) {
       change(random);
-      auto frame = stand.nextFrame();
+      auto frame = harness.nextFrame();
       ASSERT_TRUE(frame);
       const FrameCopy copy(*frame);
       for (const FrameCopy& old : earlier) {
@@ -80,36 +80,36 @@ class FrameRowsStressTest : public testing::TestWithParam<Situation> {
 
   // Compares the last frame with one that another session makes from nothing.
   void expectNothingStale() {
-    stand.painter.fill({0, 0, 1, 1}, 0xffffff);
-    auto last = stand.nextFrame();
+    harness.painter.fill({0, 0, 1, 1}, 0xffffff);
+    auto last = harness.nextFrame();
     ASSERT_TRUE(last);
     // So many steps ask for the pointer at least twice, and with the answer comes the news of all
     // that has changed before.
-    while (auto newer = stand.frameWithin(25)) last = std::move(newer);
+    while (auto newer = harness.frameWithin(25)) last = std::move(newer);
     const FrameCopy copy(*last);
     last.reset();
-    stand.start(settings);
-    const auto fresh = stand.nextFrame();
+    harness.start(settings);
+    const auto fresh = harness.nextFrame();
     ASSERT_TRUE(fresh);
     EXPECT_TRUE(lookTheSame(copy, FrameCopy(*fresh)));
   }
 
   static CaptureSettings settingsOfSituation() {
-    auto wanted = SessionStand::usualSettings();
+    auto wanted = SessionHarness::usualSettings();
     wanted.frameSize = GetParam().frame;
     wanted.showsCursor = true;
     return wanted;
   }
 
-  SessionStand stand{GetParam().server};
+  SessionHarness harness{GetParam().server};
   CaptureSettings settings = settingsOfSituation();
 };
 
 TEST_P(FrameRowsStressTest, RowsThatAreNotMarkedAreTheSame) {
   lookAtFrames([this](std::mt19937& random) {
-    for (int i = randomBelow(random, 3); i >= 0; --i) scribble(stand.painter, random);
+    for (int i = randomBelow(random, 3); i >= 0; --i) scribble(harness.painter, random);
     if (randomBelow(random, 3) == 0) {
-      stand.painter.movePointer(randomBelow(random, 320), randomBelow(random, 240));
+      harness.painter.movePointer(randomBelow(random, 320), randomBelow(random, 240));
     }
   });
   expectNothingStale();
@@ -117,7 +117,7 @@ TEST_P(FrameRowsStressTest, RowsThatAreNotMarkedAreTheSame) {
 
 TEST_P(FrameRowsStressTest, ChangesAtAnyMomentAreMarked) {
   {
-    const Scribbler scribbler(stand.server.display());
+    const Scribbler scribbler(harness.server.display());
     lookAtFrames([](std::mt19937& /*random*/) {});
   }
   expectNothingStale();

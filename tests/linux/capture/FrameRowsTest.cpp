@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "tests/linux/capture/SessionStand.h"
+#include "tests/linux/capture/SessionHarness.h"
 
 namespace quorvin {
 namespace {
@@ -12,13 +12,13 @@ constexpr std::uint32_t green = 0x00ff00;
 constexpr std::uint32_t blue = 0x0000ff;
 
 CaptureSettings withCursor() {
-  auto settings = SessionStand::usualSettings();
+  auto settings = SessionHarness::usualSettings();
   settings.showsCursor = true;
   return settings;
 }
 
 CaptureSettings ofSize(PixelSize size) {
-  auto settings = SessionStand::usualSettings();
+  auto settings = SessionHarness::usualSettings();
   settings.frameSize = size;
   return settings;
 }
@@ -28,44 +28,44 @@ class FrameRowsTest : public testing::TestWithParam<std::vector<std::string>> {
  protected:
   // The frame before anything changes.
   std::shared_ptr<CapturedFrame> begin(
-      const CaptureSettings& settings = SessionStand::usualSettings()) {
-    stand.painter.fillAll(amber);
-    stand.start(settings);
-    return stand.nextFrame();
+      const CaptureSettings& settings = SessionHarness::usualSettings()) {
+    harness.painter.fillAll(amber);
+    harness.start(settings);
+    return harness.nextFrame();
   }
   // Puts a cursor of 16 x 16 pixels there, with its hot spot in the middle.
   void placeCursor(int x, int y) {
-    stand.painter.setCursor(16, green, 8);
-    stand.painter.movePointer(x, y);
+    harness.painter.setCursor(16, green, 8);
+    harness.painter.movePointer(x, y);
   }
 
-  SessionStand stand{GetParam()};
+  SessionHarness harness{GetParam()};
 };
 
 TEST_P(FrameRowsTest, AChangeMarksItsRowsAndNoOthers) {
   const auto before = begin();
-  stand.painter.fill({100, 100, 7, 5}, blue);
-  const auto after = stand.nextFrame();
+  harness.painter.fill({100, 100, 7, 5}, blue);
+  const auto after = harness.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{100, 105}}));
 }
 
 TEST_P(FrameRowsTest, WhatLiesBetweenTwoChangesIsNotMarked) {
   const auto before = begin();
-  stand.painter.fill({10, 20, 2, 18}, blue);
-  stand.painter.fill({10, 60, 2, 4}, blue);
-  stand.painter.fill({300, 239, 5, 1}, blue);
-  const auto after = stand.nextFrame();
+  harness.painter.fill({10, 20, 2, 18}, blue);
+  harness.painter.fill({10, 60, 2, 4}, blue);
+  harness.painter.fill({300, 239, 5, 1}, blue);
+  const auto after = harness.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{20, 38}, {60, 64}, {239, 240}}));
 }
 
 TEST_P(FrameRowsTest, AFrameCanBeComparedWithAnyEarlierOne) {
   const auto first = begin();
-  stand.painter.fill({0, 10, 320, 2}, blue);
-  const auto second = stand.nextFrame();
-  stand.painter.fill({5, 50, 5, 3}, blue);
-  const auto third = stand.nextFrame();
+  harness.painter.fill({0, 10, 320, 2}, blue);
+  const auto second = harness.nextFrame();
+  harness.painter.fill({5, 50, 5, 3}, blue);
+  const auto third = harness.nextFrame();
   ASSERT_TRUE(second && third);
   EXPECT_EQ(rowsChangedSince(*first, *third), (Rows{{10, 12}, {50, 53}}));
   EXPECT_EQ(rowsChangedSince(*second, *third), (Rows{{50, 53}}));
@@ -74,8 +74,8 @@ TEST_P(FrameRowsTest, AFrameCanBeComparedWithAnyEarlierOne) {
 TEST_P(FrameRowsTest, AMoveOfThePointerMarksWhereItWasAndWhereItIs) {
   placeCursor(50, 50);
   const auto before = begin(withCursor());
-  stand.painter.movePointer(200, 150);
-  const auto after = stand.nextFrame();
+  harness.painter.movePointer(200, 150);
+  const auto after = harness.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{42, 58}, {142, 158}}));
 }
@@ -83,8 +83,8 @@ TEST_P(FrameRowsTest, AMoveOfThePointerMarksWhereItWasAndWhereItIs) {
 TEST_P(FrameRowsTest, ANewLookOfThePointerMarksBoth) {
   placeCursor(50, 50);
   const auto before = begin(withCursor());
-  stand.painter.setCursor(20, blue, 2);
-  const auto after = stand.nextFrame();
+  harness.painter.setCursor(20, blue, 2);
+  const auto after = harness.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{42, 68}}));
 }
@@ -94,8 +94,8 @@ TEST_P(FrameRowsTest, APointerThatStaysMarksNothing) {
   auto before = begin(withCursor());
   const DamageHistory first = *before->damageHistory();
   before.reset();  // so that its surface is drawn on again
-  stand.painter.fill({200, 200, 4, 4}, blue);
-  const auto after = stand.nextFrame();
+  harness.painter.fill({200, 200, 4, 4}, blue);
+  const auto after = harness.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_TRUE(after->damageHistory()->changedSince(first, {200, 204}));
   EXPECT_FALSE(after->damageHistory()->changedSince(first, {0, 200}));
@@ -105,12 +105,12 @@ TEST_P(FrameRowsTest, APointerThatStaysMarksNothing) {
 TEST_P(FrameRowsTest, ThePointerMarksItsRowsWhenItAppearsAndDisappears) {
   placeCursor(50, 235);
   const auto without = begin();
-  stand.session->configure(withCursor());
-  const auto with = stand.nextFrame();
+  harness.session->configure(withCursor());
+  const auto with = harness.nextFrame();
   ASSERT_TRUE(with);
   EXPECT_EQ(rowsChangedSince(*without, *with), (Rows{{227, 240}}));
-  stand.session->configure(SessionStand::usualSettings());
-  const auto withoutAgain = stand.nextFrame();
+  harness.session->configure(SessionHarness::usualSettings());
+  const auto withoutAgain = harness.nextFrame();
   ASSERT_TRUE(withoutAgain);
   EXPECT_EQ(rowsChangedSince(*with, *withoutAgain), (Rows{{227, 240}}));
 }
@@ -121,20 +121,20 @@ TEST_P(FrameRowsTest, AnotherRateChangesNoRow) {
   auto slower = withCursor();
   slower.frameInterval *= 2;
   slower.queueDepth = 5;
-  stand.session->configure(slower);
-  const auto after = stand.nextFrame();
+  harness.session->configure(slower);
+  const auto after = harness.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), Rows{});
 }
 
 TEST_P(FrameRowsTest, AnotherSizeBeginsANewSeries) {
   const auto before = begin();
-  stand.session->configure(ofSize({160, 240}));
-  const auto narrow = stand.nextFrame();
+  harness.session->configure(ofSize({160, 240}));
+  const auto narrow = harness.nextFrame();
   ASSERT_TRUE(narrow);
   EXPECT_EQ(rowsChangedSince(*before, *narrow), (Rows{{0, 240}}));
-  stand.session->configure(SessionStand::usualSettings());
-  const auto after = stand.nextFrame();
+  harness.session->configure(SessionHarness::usualSettings());
+  const auto after = harness.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{0, 240}}));
 }
@@ -143,7 +143,7 @@ TEST_P(FrameRowsTest, ARefreshedFrameChangesNoRow) {
   placeCursor(50, 50);
   const auto before = begin(withCursor());
   before->requestRefresh({});
-  const auto after = stand.nextFrame();
+  const auto after = harness.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_TRUE(after->isRefresh());
   EXPECT_EQ(rowsChangedSince(*before, *after), Rows{});
@@ -151,29 +151,29 @@ TEST_P(FrameRowsTest, ARefreshedFrameChangesNoRow) {
 
 TEST_P(FrameRowsTest, AScaledChangeMarksTheRowsItReaches) {
   const auto before = begin(ofSize({240, 180}));
-  stand.painter.fill({100, 100, 3, 4}, blue);
-  const auto after = stand.nextFrame();
+  harness.painter.fill({100, 100, 3, 4}, blue);
+  const auto after = harness.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{74, 79}}));
 }
 
 TEST_P(FrameRowsTest, AHalvedChangeMarksNoMoreThanItsRows) {
   const auto before = begin(ofSize({160, 120}));
-  stand.painter.fill({100, 100, 3, 3}, blue);
-  const auto after = stand.nextFrame();
+  harness.painter.fill({100, 100, 3, 3}, blue);
+  const auto after = harness.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{50, 52}}));
 }
 
 // Where the server tells of changes, it is known where in its rows one is.
 TEST(FrameTiles, AChangeMarksTheTilesItReaches) {
-  SessionStand stand;
-  stand.painter.fillAll(amber);
-  stand.start();
-  const auto before = stand.nextFrame();
-  stand.painter.fill({100, 100, 7, 5}, blue);
-  stand.painter.fill({250, 200, 10, 5}, blue);
-  const auto after = stand.nextFrame();
+  SessionHarness harness;
+  harness.painter.fillAll(amber);
+  harness.start();
+  const auto before = harness.nextFrame();
+  harness.painter.fill({100, 100, 7, 5}, blue);
+  harness.painter.fill({250, 200, 10, 5}, blue);
+  const auto after = harness.nextFrame();
   ASSERT_TRUE(before && after);
   const auto& history = *after->damageHistory();
   const auto& earlier = *before->damageHistory();
@@ -187,14 +187,14 @@ TEST(FrameTiles, AChangeMarksTheTilesItReaches) {
 }
 
 TEST(FrameTiles, AMoveOfThePointerMarksTheTilesItLeavesAndReaches) {
-  SessionStand stand;
-  stand.painter.fillAll(amber);
-  stand.painter.setCursor(16, green, 8);
-  stand.painter.movePointer(104, 50);
-  stand.start(withCursor());
-  const auto before = stand.nextFrame();
-  stand.painter.movePointer(300, 50);
-  const auto after = stand.nextFrame();
+  SessionHarness harness;
+  harness.painter.fillAll(amber);
+  harness.painter.setCursor(16, green, 8);
+  harness.painter.movePointer(104, 50);
+  harness.start(withCursor());
+  const auto before = harness.nextFrame();
+  harness.painter.movePointer(300, 50);
+  const auto after = harness.nextFrame();
   ASSERT_TRUE(before && after);
   const auto& history = *after->damageHistory();
   const auto& earlier = *before->damageHistory();
@@ -211,46 +211,46 @@ INSTANTIATE_TEST_SUITE_P(
                     std::vector<std::string>{"-extension", "MIT-SHM", "-extension", "DAMAGE"}));
 
 TEST(FrameRows, AMovedDisplayBeginsANewSeries) {
-  SessionStand stand;
-  stand.painter.fillAll(amber);
-  stand.painter.defineMonitor("cinema", {0, 0, 100, 100});
-  stand.start(ofSize({100, 100}));
-  const auto before = stand.nextFrame();
+  SessionHarness harness;
+  harness.painter.fillAll(amber);
+  harness.painter.defineMonitor("cinema", {0, 0, 100, 100});
+  harness.start(ofSize({100, 100}));
+  const auto before = harness.nextFrame();
   ASSERT_TRUE(before);
-  stand.painter.deleteMonitor("cinema");
-  stand.painter.defineMonitor("cinema", {10, 10, 100, 100});
-  const auto after = stand.nextFrame();
+  harness.painter.deleteMonitor("cinema");
+  harness.painter.defineMonitor("cinema", {10, 10, 100, 100});
+  const auto after = harness.nextFrame();
   ASSERT_TRUE(after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{0, 100}}));
 }
 
 TEST(FrameRows, AChangeOnAPartOfTheScreenMarksItsPlaceOnTheFrame) {
-  SessionStand stand;
-  stand.painter.fillAll(amber);
-  stand.painter.defineMonitor("cinema", {50, 60, 100, 100});
-  stand.start(ofSize({100, 100}));
-  const auto before = stand.nextFrame();
-  stand.painter.fill({0, 50, 320, 12}, blue);
-  const auto after = stand.nextFrame();
+  SessionHarness harness;
+  harness.painter.fillAll(amber);
+  harness.painter.defineMonitor("cinema", {50, 60, 100, 100});
+  harness.start(ofSize({100, 100}));
+  const auto before = harness.nextFrame();
+  harness.painter.fill({0, 50, 320, 12}, blue);
+  const auto after = harness.nextFrame();
   ASSERT_TRUE(before && after);
   EXPECT_EQ(rowsChangedSince(*before, *after), (Rows{{0, 2}}));
 }
 
 // What is fetched for a caret between two frames that use the same surface.
 std::uint64_t fetchedForACaret(const CaptureSettings& settings) {
-  SessionStand stand;
-  stand.painter.fillAll(amber);
-  stand.painter.movePointer(200, 200);
-  stand.start(settings);
-  if (!stand.nextFrame()) return 0;
-  stand.counters->fetchedBytes = 0;
-  stand.painter.fill({100, 100, 2, 18}, blue);
-  if (!stand.nextFrame()) return 0;
-  return stand.counters->fetchedBytes;
+  SessionHarness harness;
+  harness.painter.fillAll(amber);
+  harness.painter.movePointer(200, 200);
+  harness.start(settings);
+  if (!harness.nextFrame()) return 0;
+  harness.counters->fetchedBytes = 0;
+  harness.painter.fill({100, 100, 2, 18}, blue);
+  if (!harness.nextFrame()) return 0;
+  return harness.counters->fetchedBytes;
 }
 
 TEST(FrameRows, OnlyTheCaretIsFetched) {
-  EXPECT_EQ(fetchedForACaret(SessionStand::usualSettings()), 2U * 18 * bytesPerPixel);
+  EXPECT_EQ(fetchedForACaret(SessionHarness::usualSettings()), 2U * 18 * bytesPerPixel);
 }
 
 TEST(FrameRows, OnlyTheCaretIsFetchedThoughThePointerIsDrawnAgain) {

@@ -11,7 +11,7 @@ namespace quorvin {
 
 namespace {
 
-void copyPicture(const CapturedFrame& frame, RecordedSample& sample) {
+void copyFrame(const CapturedFrame& frame, RecordedSample& sample) {
   sample.size = {static_cast<int>(frame.widthPx()), static_cast<int>(frame.heightPx())};
   sample.pixels.resize(frame.widthPx() * frame.heightPx());
   for (std::size_t row = 0; row < frame.heightPx(); ++row) {
@@ -44,7 +44,7 @@ void SampleRecorder::streamDidOutputSample(const CaptureSample& sample, StreamOu
   record.time = std::chrono::nanoseconds(sample.presentationTimeStamp().value);
   const auto buffer = sample.imageBuffer();
   if (const auto* frame = dynamic_cast<CapturedFrame*>(buffer.get())) {
-    copyPicture(*frame, record);
+    copyFrame(*frame, record);
   }
   std::function<void()> next;
   {
@@ -75,7 +75,7 @@ void SampleRecorder::letFramesGo() {
 
 bool SampleRecorder::waitFor(const Condition& condition) {
   std::unique_lock lock(mutex);
-  return changed.wait_for(lock, testPatience, [&] { return condition(recorded); });
+  return changed.wait_for(lock, testTimeout, [&] { return condition(recorded); });
 }
 
 bool SampleRecorder::waitForSamples(std::size_t count) {
@@ -126,7 +126,7 @@ void StopRecorder::streamDidStopWithError(const Error& error) {
 
 bool StopRecorder::waitForStop() {
   std::unique_lock lock(mutex);
-  return changed.wait_for(lock, testPatience, [this] { return !recorded.empty(); });
+  return changed.wait_for(lock, testTimeout, [this] { return !recorded.empty(); });
 }
 
 std::vector<Error> StopRecorder::errors() {
@@ -145,7 +145,7 @@ Completion Answer::completion() {
 
 bool Answer::wait() {
   std::unique_lock lock(state->mutex);
-  return state->changed.wait_for(lock, testPatience, [this] { return state->count > 0; });
+  return state->changed.wait_for(lock, testTimeout, [this] { return state->count > 0; });
 }
 
 int Answer::count() {

@@ -13,7 +13,7 @@
 namespace quorvin {
 
 // What a test waits for comes within this time or never.
-inline constexpr std::chrono::seconds testPatience{20};
+inline constexpr std::chrono::seconds testTimeout{20};
 
 // One delivered sample and a copy of its frame.
 struct RecordedSample {

@@ -4,7 +4,7 @@
 #include <future>
 #include <thread>
 
-#include "tests/linux/capture/CaptureStand.h"
+#include "tests/linux/capture/CaptureHarness.h"
 #include "tests/linux/system/SilentServer.h"
 
 namespace quorvin {
@@ -22,7 +22,7 @@ std::ptrdiff_t openDescriptors() {
 
 // False when there were not so few of them in time.
 bool waitForDescriptors(std::ptrdiff_t count) {
-  const auto deadline = std::chrono::steady_clock::now() + testPatience;
+  const auto deadline = std::chrono::steady_clock::now() + testTimeout;
   while (openDescriptors() > count && std::chrono::steady_clock::now() < deadline) {
     std::this_thread::yield();
   }
@@ -44,26 +44,26 @@ void list(LinuxScreenCapture& capture, Answer& listed) {
 }
 
 TEST(ShareableContent, ListsTheWholeScreenOfAPlainServer) {
-  CaptureStand stand;
-  const auto displays = stand.displays();
+  CaptureHarness harness;
+  const auto displays = harness.displays();
   ASSERT_EQ(displays.size(), 1U);
   EXPECT_EQ(displays[0]->widthPt(), 320);
   EXPECT_EQ(displays[0]->heightPt(), 240);
 }
 
 TEST(ShareableContent, ListsTheRootWindowOfAServerWithoutMonitors) {
-  CaptureStand stand({"-extension", "RANDR"});
-  const auto displays = stand.displays();
+  CaptureHarness harness({"-extension", "RANDR"});
+  const auto displays = harness.displays();
   ASSERT_EQ(displays.size(), 1U);
   EXPECT_EQ(displays[0]->widthPt(), 320);
 }
 
 TEST(ShareableContent, ListsMonitorsInTheServersOrderWithStableIdentifiers) {
-  CaptureStand stand;
-  const DisplayID whole = stand.displays().at(0)->displayID();
-  stand.painter.defineMonitor("left", {0, 0, 160, 240});
-  stand.painter.defineMonitor("right", {160, 0, 120, 200});
-  const auto displays = stand.displays();
+  CaptureHarness harness;
+  const DisplayID whole = harness.displays().at(0)->displayID();
+  harness.painter.defineMonitor("left", {0, 0, 160, 240});
+  harness.painter.defineMonitor("right", {160, 0, 120, 200});
+  const auto displays = harness.displays();
   ASSERT_EQ(displays.size(), 3U);
   // The server lists those first that a user defined.
   EXPECT_EQ(displays[0]->widthPt(), 160);
@@ -71,37 +71,37 @@ TEST(ShareableContent, ListsMonitorsInTheServersOrderWithStableIdentifiers) {
   EXPECT_EQ(displays[1]->heightPt(), 200);
   EXPECT_EQ(displays[2]->displayID(), whole);
   EXPECT_NE(displays[0]->displayID(), displays[1]->displayID());
-  EXPECT_EQ(stand.displays().at(1)->displayID(), displays[1]->displayID());
+  EXPECT_EQ(harness.displays().at(1)->displayID(), displays[1]->displayID());
 }
 
 TEST(ShareableContent, CutsMonitorsOffAtTheEdgeOfTheScreen) {
-  CaptureStand stand;
-  stand.painter.defineMonitor("wide", {200, 100, 500, 500});
-  const auto displays = stand.displays();
+  CaptureHarness harness;
+  harness.painter.defineMonitor("wide", {200, 100, 500, 500});
+  const auto displays = harness.displays();
   ASSERT_EQ(displays.size(), 2U);
   EXPECT_EQ(displays[0]->widthPt(), 120);
   EXPECT_EQ(displays[0]->heightPt(), 140);
 }
 
 TEST(ShareableContent, ListsThePrimaryMonitorFirst) {
-  CaptureStand stand;
-  const DisplayID whole = stand.displays().at(0)->displayID();
-  stand.painter.defineMonitor("left", {0, 0, 160, 240});
-  stand.painter.defineMonitor("main", {160, 0, 120, 240}, true);
-  const auto displays = stand.displays();
+  CaptureHarness harness;
+  const DisplayID whole = harness.displays().at(0)->displayID();
+  harness.painter.defineMonitor("left", {0, 0, 160, 240});
+  harness.painter.defineMonitor("main", {160, 0, 120, 240}, true);
+  const auto displays = harness.displays();
   ASSERT_EQ(displays.size(), 3U);
-  EXPECT_EQ(displays[0]->displayID(), stand.painter.monitorNamed("main"));
-  EXPECT_EQ(displays[1]->displayID(), stand.painter.monitorNamed("left"));
+  EXPECT_EQ(displays[0]->displayID(), harness.painter.monitorNamed("main"));
+  EXPECT_EQ(displays[1]->displayID(), harness.painter.monitorNamed("left"));
   EXPECT_EQ(displays[2]->displayID(), whole);
 }
 
 // Which of the displays the main screen is only the server knows.
 TEST(ShareableContent, AsksNoServerForTheMainScreen) {
-  CaptureStand stand;
-  stand.painter.defineMonitor("main", {160, 0, 120, 240}, true);
-  stand.server.freeze();
-  EXPECT_FALSE(stand.capture.mainScreenNumber());
-  stand.server.thaw();
+  CaptureHarness harness;
+  harness.painter.defineMonitor("main", {160, 0, 120, 240}, true);
+  harness.server.freeze();
+  EXPECT_FALSE(harness.capture.mainScreenNumber());
+  harness.server.thaw();
 }
 
 TEST(ShareableContent, IsAnErrorThatSaysWhatToDoWhenThereIsNoServer) {
@@ -133,17 +133,17 @@ TEST(ShareableContent, IsAnErrorThatSaysWhatToDoWhenTheServerHangs) {
 }
 
 TEST(ShareableContent, IsDroppedWithItsConnectionWhenItComesTooLate) {
-  CaptureStand stand;
+  CaptureHarness harness;
   Answer listed;
   const auto before = openDescriptors();
-  stand.server.freeze();
-  list(stand.capture, listed);
+  harness.server.freeze();
+  list(harness.capture, listed);
   expectNoAnswer(listed);
   EXPECT_GT(openDescriptors(), before);
-  stand.server.thaw();
+  harness.server.thaw();
   EXPECT_TRUE(waitForDescriptors(before));
   EXPECT_EQ(listed.count(), 1);
-  EXPECT_EQ(stand.displays().size(), 1U);
+  EXPECT_EQ(harness.displays().size(), 1U);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "tests/linux/capture/CaptureStand.h"
+#include "tests/linux/capture/CaptureHarness.h"
 
 namespace quorvin {
 namespace {
@@ -13,16 +13,30 @@ constexpr std::uint32_t amber = 0xc08040;
 // The ways in which servers can differ; each must give the same frames.
 class StreamFrameTest : public testing::TestWithParam<std::vector<std::string>> {
  protected:
-  CaptureStand stand{GetParam()};
+  // An amber screen with a green cursor, whose middle is at that place.
+  void showCursorAt(int x, int y, int size = 16) {
+    harness.painter.fillAll(amber);
+    harness.painter.setCursor(size, green, size / 2);
+    harness.painter.movePointer(x, y);
+  }
+  // The same, captured with its cursor; false when that did not come to be seen.
+  [[nodiscard]] bool captureCursorAt(int x, int y) {
+    showCursorAt(x, y);
+    auto configuration = CaptureHarness::usualConfiguration();
+    configuration.showsCursor = true;
+    return harness.start(configuration) && harness.recorder->waitForColour(x, y, green);
+  }
+
+  CaptureHarness harness{GetParam()};
 };
 
 TEST_P(StreamFrameTest, ShowsTheScreenInItsColours) {
-  stand.painter.fillAll(amber);
-  stand.painter.fill({10, 20, 30, 40}, red);
-  stand.painter.fill({300, 200, 20, 40}, blue);
-  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
-  ASSERT_TRUE(stand.recorder->waitForFrames(1));
-  const auto frame = stand.recorder->frames().front();
+  harness.painter.fillAll(amber);
+  harness.painter.fill({10, 20, 30, 40}, red);
+  harness.painter.fill({300, 200, 20, 40}, blue);
+  ASSERT_TRUE(harness.start(CaptureHarness::usualConfiguration()));
+  ASSERT_TRUE(harness.recorder->waitForFrames(1));
+  const auto frame = harness.recorder->frames().front();
   EXPECT_EQ(frame.size, (PixelSize{320, 240}));
   EXPECT_EQ(frame.colourAt(9, 20), amber);
   EXPECT_EQ(frame.colourAt(10, 20), red);
@@ -32,16 +46,16 @@ TEST_P(StreamFrameTest, ShowsTheScreenInItsColours) {
 }
 
 TEST_P(StreamFrameTest, FollowsChangesOfAnySize) {
-  stand.painter.fillAll(amber);
-  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
-  ASSERT_TRUE(stand.recorder->waitForColour(0, 0, amber));
-  stand.painter.fill({100, 100, 7, 5}, red);
-  ASSERT_TRUE(stand.recorder->waitForColour(106, 104, red));
-  stand.painter.fill({0, 50, 320, 3}, green);
-  ASSERT_TRUE(stand.recorder->waitForColour(319, 52, green));
-  stand.painter.fill({200, 0, 120, 240}, blue);
-  ASSERT_TRUE(stand.recorder->waitForColour(250, 51, blue));
-  const auto frame = stand.recorder->frames().back();
+  harness.painter.fillAll(amber);
+  ASSERT_TRUE(harness.start(CaptureHarness::usualConfiguration()));
+  ASSERT_TRUE(harness.recorder->waitForColour(0, 0, amber));
+  harness.painter.fill({100, 100, 7, 5}, red);
+  ASSERT_TRUE(harness.recorder->waitForColour(106, 104, red));
+  harness.painter.fill({0, 50, 320, 3}, green);
+  ASSERT_TRUE(harness.recorder->waitForColour(319, 52, green));
+  harness.painter.fill({200, 0, 120, 240}, blue);
+  ASSERT_TRUE(harness.recorder->waitForColour(250, 51, blue));
+  const auto frame = harness.recorder->frames().back();
   EXPECT_EQ(frame.colourAt(106, 104), red);
   EXPECT_EQ(frame.colourAt(107, 104), amber);
   EXPECT_EQ(frame.colourAt(106, 105), amber);
@@ -50,71 +64,69 @@ TEST_P(StreamFrameTest, FollowsChangesOfAnySize) {
 }
 
 TEST_P(StreamFrameTest, EveryFrameIsTheWholeScreenWhateverSurfaceItUses) {
-  stand.painter.fillAll(amber);
-  auto configuration = CaptureStand::usualConfiguration();
+  harness.painter.fillAll(amber);
+  auto configuration = CaptureHarness::usualConfiguration();
   configuration.minimumFrameInterval = {1, 200};
-  ASSERT_TRUE(stand.start(configuration));
-  stand.recorder->holdFrames();
+  ASSERT_TRUE(harness.start(configuration));
+  harness.recorder->holdFrames();
   for (int i = 0; i < 12; ++i) {
-    stand.painter.fill({i * 20, 60, 10, 10}, red);
-    ASSERT_TRUE(stand.recorder->waitForColour(i * 20, 60, red));
+    harness.painter.fill({i * 20, 60, 10, 10}, red);
+    ASSERT_TRUE(harness.recorder->waitForColour(i * 20, 60, red));
     // Now and then all surfaces come back, so that old ones are used again.
     if (i % 2 == 1) {
-      stand.recorder->letFramesGo();
-      stand.recorder->holdFrames();
+      harness.recorder->letFramesGo();
+      harness.recorder->holdFrames();
     }
-    const auto frame = stand.recorder->frames().back();
+    const auto frame = harness.recorder->frames().back();
     for (int j = 0; j < 12; ++j) EXPECT_EQ(frame.colourAt(j * 20, 60), j <= i ? red : amber);
   }
 }
 
 TEST_P(StreamFrameTest, ScalesTheScreenToTheConfiguredSize) {
-  stand.painter.fillAll(amber);
-  stand.painter.fill({160, 120, 160, 120}, green);
-  auto configuration = CaptureStand::usualConfiguration();
+  harness.painter.fillAll(amber);
+  harness.painter.fill({160, 120, 160, 120}, green);
+  auto configuration = CaptureHarness::usualConfiguration();
   configuration.width = 200;
   configuration.height = 150;
-  ASSERT_TRUE(stand.start(configuration));
-  ASSERT_TRUE(stand.recorder->waitForFrames(1));
-  const auto frame = stand.recorder->frames().front();
+  ASSERT_TRUE(harness.start(configuration));
+  ASSERT_TRUE(harness.recorder->waitForFrames(1));
+  const auto frame = harness.recorder->frames().front();
   EXPECT_EQ(frame.size, (PixelSize{200, 150}));
   EXPECT_TRUE(frame.isAbout(10, 10, amber));
   EXPECT_TRUE(frame.isAbout(190, 140, green));
-  stand.painter.fill({0, 0, 32, 32}, red);
-  ASSERT_TRUE(stand.recorder->waitForColour(10, 10, red));
-  EXPECT_TRUE(stand.recorder->frames().back().isAbout(190, 140, green));
+  harness.painter.fill({0, 0, 32, 32}, red);
+  ASSERT_TRUE(harness.recorder->waitForColour(10, 10, red));
+  EXPECT_TRUE(harness.recorder->frames().back().isAbout(190, 140, green));
 }
 
 TEST_P(StreamFrameTest, ShowsThePartOfTheScreenThatTheMonitorCovers) {
-  if (stand.displays().size() != 1) FAIL() << "a plain server has one display";
-  stand.painter.defineMonitor("right", {160, 40, 160, 200});
-  if (stand.displays().size() == 1) return;  // a server without monitors has no parts
-  stand.painter.fillAll(amber);
-  stand.painter.fill({160, 40, 8, 8}, red);
-  auto configuration = CaptureStand::usualConfiguration();
+  if (harness.displays().size() != 1) FAIL() << "a plain server has one display";
+  harness.painter.defineMonitor("right", {160, 40, 160, 200});
+  if (harness.displays().size() == 1) return;  // a server without monitors has no parts
+  harness.painter.fillAll(amber);
+  harness.painter.fill({160, 40, 8, 8}, red);
+  auto configuration = CaptureHarness::usualConfiguration();
   configuration.width = 160;
   configuration.height = 200;
-  ASSERT_TRUE(stand.start(configuration));
-  ASSERT_TRUE(stand.recorder->waitForColour(0, 0, red));
-  stand.painter.fill({318, 238, 2, 2}, green);
-  ASSERT_TRUE(stand.recorder->waitForColour(159, 199, green));
-  EXPECT_EQ(stand.recorder->frames().back().colourAt(157, 199), amber);
+  ASSERT_TRUE(harness.start(configuration));
+  ASSERT_TRUE(harness.recorder->waitForColour(0, 0, red));
+  harness.painter.fill({318, 238, 2, 2}, green);
+  ASSERT_TRUE(harness.recorder->waitForColour(159, 199, green));
+  EXPECT_EQ(harness.recorder->frames().back().colourAt(157, 199), amber);
 }
 
 TEST_P(StreamFrameTest, ShowsTheCursorOnlyIfAsked) {
-  stand.painter.fillAll(amber);
-  stand.painter.setCursor(16, green, 8);
-  stand.painter.movePointer(100, 100);
-  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
-  ASSERT_TRUE(stand.recorder->waitForFrames(1));
-  EXPECT_EQ(stand.recorder->frames().front().colourAt(100, 100), amber);
+  showCursorAt(100, 100);
+  ASSERT_TRUE(harness.start(CaptureHarness::usualConfiguration()));
+  ASSERT_TRUE(harness.recorder->waitForFrames(1));
+  EXPECT_EQ(harness.recorder->frames().front().colourAt(100, 100), amber);
 
-  auto configuration = CaptureStand::usualConfiguration();
+  auto configuration = CaptureHarness::usualConfiguration();
   configuration.showsCursor = true;
   Answer updated;
-  stand.stream->updateConfiguration(configuration, updated.completion());
-  ASSERT_TRUE(stand.recorder->waitForColour(100, 100, green));
-  const auto frame = stand.recorder->frames().back();
+  harness.stream->updateConfiguration(configuration, updated.completion());
+  ASSERT_TRUE(harness.recorder->waitForColour(100, 100, green));
+  const auto frame = harness.recorder->frames().back();
   EXPECT_EQ(frame.colourAt(92, 92), green);
   EXPECT_EQ(frame.colourAt(107, 107), green);
   EXPECT_EQ(frame.colourAt(91, 100), amber);
@@ -122,72 +134,46 @@ TEST_P(StreamFrameTest, ShowsTheCursorOnlyIfAsked) {
 }
 
 TEST_P(StreamFrameTest, TheCursorLeavesNoTrail) {
-  stand.painter.fillAll(amber);
-  stand.painter.setCursor(16, green, 8);
-  stand.painter.movePointer(50, 50);
-  auto configuration = CaptureStand::usualConfiguration();
-  configuration.showsCursor = true;
-  ASSERT_TRUE(stand.start(configuration));
-  ASSERT_TRUE(stand.recorder->waitForColour(50, 50, green));
+  ASSERT_TRUE(captureCursorAt(50, 50));
   for (int x = 60; x <= 260; x += 40) {
-    stand.painter.movePointer(x, 100);
-    ASSERT_TRUE(stand.recorder->waitForColour(x, 100, green));
-    const auto frame = stand.recorder->frames().back();
+    harness.painter.movePointer(x, 100);
+    ASSERT_TRUE(harness.recorder->waitForColour(x, 100, green));
+    const auto frame = harness.recorder->frames().back();
     EXPECT_EQ(frame.colourAt(50, 50), amber);
     EXPECT_EQ(frame.colourAt(x - 20, 100), amber);
   }
 }
 
 TEST_P(StreamFrameTest, NoticesThatThePointerWasPutElsewhere) {
-  stand.painter.fillAll(amber);
-  stand.painter.setCursor(16, green, 8);
-  stand.painter.movePointer(50, 50);
-  auto configuration = CaptureStand::usualConfiguration();
-  configuration.showsCursor = true;
-  ASSERT_TRUE(stand.start(configuration));
-  ASSERT_TRUE(stand.recorder->waitForColour(50, 50, green));
-  stand.painter.warpPointer(200, 150);
-  ASSERT_TRUE(stand.recorder->waitForColour(200, 150, green));
-  EXPECT_EQ(stand.recorder->frames().back().colourAt(50, 50), amber);
+  ASSERT_TRUE(captureCursorAt(50, 50));
+  harness.painter.warpPointer(200, 150);
+  ASSERT_TRUE(harness.recorder->waitForColour(200, 150, green));
+  EXPECT_EQ(harness.recorder->frames().back().colourAt(50, 50), amber);
 }
 
 TEST_P(StreamFrameTest, NoticesThatTheCursorChangedItsLook) {
-  stand.painter.fillAll(amber);
-  stand.painter.setCursor(16, green, 8);
-  stand.painter.movePointer(50, 50);
-  auto configuration = CaptureStand::usualConfiguration();
-  configuration.showsCursor = true;
-  ASSERT_TRUE(stand.start(configuration));
-  ASSERT_TRUE(stand.recorder->waitForColour(50, 50, green));
-  stand.painter.setCursor(8, blue, 4);
-  ASSERT_TRUE(stand.recorder->waitForColour(50, 50, blue));
-  EXPECT_EQ(stand.recorder->frames().back().colourAt(43, 43), amber);
+  ASSERT_TRUE(captureCursorAt(50, 50));
+  harness.painter.setCursor(8, blue, 4);
+  ASSERT_TRUE(harness.recorder->waitForColour(50, 50, blue));
+  EXPECT_EQ(harness.recorder->frames().back().colourAt(43, 43), amber);
 }
 
 TEST_P(StreamFrameTest, ClipsTheCursorAtTheEdge) {
-  stand.painter.fillAll(amber);
-  stand.painter.setCursor(16, green, 8);
-  stand.painter.movePointer(319, 239);
-  auto configuration = CaptureStand::usualConfiguration();
-  configuration.showsCursor = true;
-  ASSERT_TRUE(stand.start(configuration));
-  ASSERT_TRUE(stand.recorder->waitForColour(319, 239, green));
-  stand.painter.movePointer(0, 0);
-  ASSERT_TRUE(stand.recorder->waitForColour(0, 0, green));
-  EXPECT_EQ(stand.recorder->frames().back().colourAt(319, 239), amber);
+  ASSERT_TRUE(captureCursorAt(319, 239));
+  harness.painter.movePointer(0, 0);
+  ASSERT_TRUE(harness.recorder->waitForColour(0, 0, green));
+  EXPECT_EQ(harness.recorder->frames().back().colourAt(319, 239), amber);
 }
 
 TEST_P(StreamFrameTest, ScalesTheCursorWithTheScreen) {
-  stand.painter.fillAll(amber);
-  stand.painter.setCursor(32, green, 16);
-  stand.painter.movePointer(100, 100);
-  auto configuration = CaptureStand::usualConfiguration();
+  showCursorAt(100, 100, 32);
+  auto configuration = CaptureHarness::usualConfiguration();
   configuration.width = 160;
   configuration.height = 120;
   configuration.showsCursor = true;
-  ASSERT_TRUE(stand.start(configuration));
-  ASSERT_TRUE(stand.recorder->waitForColour(50, 50, green));
-  const auto frame = stand.recorder->frames().back();
+  ASSERT_TRUE(harness.start(configuration));
+  ASSERT_TRUE(harness.recorder->waitForColour(50, 50, green));
+  const auto frame = harness.recorder->frames().back();
   EXPECT_TRUE(frame.isAbout(43, 50, green));
   EXPECT_TRUE(frame.isAbout(41, 50, amber));
   EXPECT_TRUE(frame.isAbout(58, 50, amber));
@@ -201,26 +187,26 @@ INSTANTIATE_TEST_SUITE_P(
                     std::vector<std::string>{"-extension", "MIT-SHM", "-extension", "DAMAGE"}));
 
 TEST(StreamFrame, ConvertsTenBitsAColourToEight) {
-  CaptureStand stand({"-screen", "0", "320x240x30"});
+  CaptureHarness harness({"-screen", "0", "320x240x30"});
   const std::uint32_t ones = 0x3ff;
-  stand.painter.fill({0, 0, 100, 240}, ones << 20);
-  stand.painter.fill({100, 0, 100, 240}, ones << 10);
-  stand.painter.fill({200, 0, 120, 240}, ones);
-  ASSERT_TRUE(stand.start(CaptureStand::usualConfiguration()));
-  ASSERT_TRUE(stand.recorder->waitForFrames(1));
-  const auto frame = stand.recorder->frames().front();
+  harness.painter.fill({0, 0, 100, 240}, ones << 20);
+  harness.painter.fill({100, 0, 100, 240}, ones << 10);
+  harness.painter.fill({200, 0, 120, 240}, ones);
+  ASSERT_TRUE(harness.start(CaptureHarness::usualConfiguration()));
+  ASSERT_TRUE(harness.recorder->waitForFrames(1));
+  const auto frame = harness.recorder->frames().front();
   EXPECT_EQ(frame.colourAt(50, 100), red);
   EXPECT_EQ(frame.colourAt(150, 100), green);
   EXPECT_EQ(frame.colourAt(250, 100), blue);
-  stand.painter.fill({0, 0, 320, 240}, ones << 10);
-  EXPECT_TRUE(stand.recorder->waitForColour(250, 100, green));
+  harness.painter.fill({0, 0, 320, 240}, ones << 10);
+  EXPECT_TRUE(harness.recorder->waitForColour(250, 100, green));
 }
 
 TEST(StreamFrame, RefusesAScreenWithTooFewColours) {
-  CaptureStand stand({"-screen", "0", "320x240x16"});
-  stand.makeStream(CaptureStand::usualConfiguration());
+  CaptureHarness harness({"-screen", "0", "320x240x16"});
+  harness.makeStream(CaptureHarness::usualConfiguration());
   Answer started;
-  stand.stream->startCapture(started.completion());
+  harness.stream->startCapture(started.completion());
   ASSERT_TRUE(started.wait());
   ASSERT_TRUE(started.error());
   EXPECT_NE(started.error()->localizedDescription.find("depth of 16 bits"), std::string::npos);

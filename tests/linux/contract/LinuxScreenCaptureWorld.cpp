@@ -16,7 +16,7 @@ namespace quorvin::contract {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr std::chrono::seconds patience{20};
+constexpr std::chrono::seconds timeout{20};
 constexpr std::chrono::milliseconds lookAgain{1};
 
 // An X server of its own, with a primary monitor if asked for.
@@ -32,7 +32,7 @@ class LinuxScreenCaptureWorld final : public ScreenCaptureWorld {
     return queues.back();
   }
   bool runUntil(const Condition& condition) override {
-    const auto deadline = Clock::now() + patience;
+    const auto deadline = Clock::now() + timeout;
     while (!condition()) {
       if (Clock::now() > deadline) return false;
       std::this_thread::sleep_for(lookAgain);

@@ -15,7 +15,7 @@
 
 #include "platform/linux/capture/CaptureSettings.h"
 #include "tests/EnvironmentNumber.h"
-#include "tests/linux/capture/CaptureStand.h"
+#include "tests/linux/capture/CaptureHarness.h"
 #include "tests/linux/proof/RandomPainter.h"
 #include "tests/linux/proof/TwiceEncoder.h"
 
@@ -65,7 +65,7 @@ class StreamProof : public testing::TestWithParam<Way> {
   const std::uint64_t steps = numberFromEnvironment("QUORVIN_STEPS").value_or(2000);
   std::shared_ptr<TwiceEncoder> twice = std::make_shared<TwiceEncoder>(seed);
 
-  CaptureStand stand{GetParam().serverOptions};
+  CaptureHarness harness{GetParam().serverOptions};
 
  private:
   void start();
@@ -84,7 +84,7 @@ class StreamProof : public testing::TestWithParam<Way> {
   void giveUp(const std::string& why);
 
   RandomSource random{seed};
-  RandomPainter painter{stand.server.display(), seed};
+  RandomPainter painter{harness.server.display(), seed};
   std::shared_ptr<ScreenStream> stream;
   StreamConfiguration configuration;
   PixelRect display;
@@ -96,12 +96,13 @@ class StreamProof : public testing::TestWithParam<Way> {
 };
 
 void StreamProof::start() {
-  configuration = CaptureStand::usualConfiguration();
+  configuration = CaptureHarness::usualConfiguration();
   configuration.minimumFrameInterval = {1, fpsMax};
   configuration.showsCursor = true;
-  stream = stand.capture.makeStream({stand.displays().front()}, configuration, stand.delegate);
+  stream =
+      harness.capture.makeStream({harness.displays().front()}, configuration, harness.delegate);
   sizeAtStart = display.size();
-  ASSERT_FALSE(stream->addStreamOutput(twice, StreamOutputType::screen, stand.queue));
+  ASSERT_FALSE(stream->addStreamOutput(twice, StreamOutputType::screen, harness.queue));
   Answer started;
   stream->startCapture(started.completion());
   ASSERT_TRUE(started.wait() && !started.error());
@@ -117,7 +118,7 @@ void StreamProof::stop(ScreenStream& stream) {
 
 void StreamProof::paintAllTheTime() {
   if (!GetParam().isPaintedAllTheTime) return;
-  otherProgram.emplace(stand.server.display(),
+  otherProgram.emplace(harness.server.display(),
                        static_cast<std::uint64_t>(random.between(1, 1 << 30)));
 }
 
@@ -133,11 +134,11 @@ void StreamProof::step() {
       break;
     case 4:
       note("cursor of another shape");
-      stand.painter.setCursor(random.between(1, 40), random.colour(), 0);
+      harness.painter.setCursor(random.between(1, 40), random.colour(), 0);
       break;
     case 5:
       note("pointer put elsewhere");
-      stand.painter.warpPointer(random.between(0, 319), random.between(0, 239));
+      harness.painter.warpPointer(random.between(0, 319), random.between(0, 239));
       break;
     case 6: {
       const int quality = random.between(1, 100);
@@ -199,9 +200,9 @@ PixelSize StreamProof::someFrameSize() {
 
 void StreamProof::showDisplay(const PixelRect& area) {
   // To define it once more would change nothing.
-  if (!display.isEmpty()) stand.painter.deleteMonitor("display");
+  if (!display.isEmpty()) harness.painter.deleteMonitor("display");
   display = area;
-  stand.painter.defineMonitor("display", area, true);
+  harness.painter.defineMonitor("display", area, true);
 }
 
 void StreamProof::changeDisplay() {
@@ -217,19 +218,19 @@ void StreamProof::changeDisplay() {
 }
 
 void StreamProof::movePointer() {
-  stand.painter.movePointer(random.between(0, screenSize.width - 1),
-                            random.between(0, screenSize.height - 1));
+  harness.painter.movePointer(random.between(0, screenSize.width - 1),
+                              random.between(0, screenSize.height - 1));
 }
 
 // With something that changes in every case: a colour that is neither there now nor was before.
 void StreamProof::waitForFrame() {
   const auto before = twice->counts().frames;
   const PixelRect mark = intersectionOf({display.x, display.y, 8, 8}, display);
-  const auto there = stand.painter.read(mark).at(0) & 0xffffff;
+  const auto there = harness.painter.read(mark).at(0) & 0xffffff;
   do {
     markColour = (markColour + 0x010307) & 0xffffff;
   } while (markColour == there);
-  stand.painter.fill(mark, markColour);
+  harness.painter.fill(mark, markColour);
   if (!twice->waitForMoreThan(before)) giveUp("no frame came");
 }
 
@@ -238,8 +239,8 @@ void StreamProof::checkAtRest() {
   note("at rest");
   otherProgram.reset();
   if (shownSize() == display.size() && !configuration.showsCursor &&
-      stand.painter.screenDepth() == 24) {
-    FramePixels screen{display.size(), stand.painter.read(display)};
+      harness.painter.screenDepth() == 24) {
+    FramePixels screen{display.size(), harness.painter.read(display)};
     for (auto& pixel : screen.pixels) pixel &= 0xffffff;
     expectNewest(screen, "the screen");
   }
@@ -263,8 +264,9 @@ std::optional<FramePixels> StreamProof::frameOfNewStream() {
   auto same = configuration;
   same.width = shownSize().width;
   same.height = shownSize().height;
-  const auto other = stand.capture.makeStream({stand.displays().front()}, same, stand.delegate);
-  static_cast<void>(other->addStreamOutput(once, StreamOutputType::screen, stand.queue));
+  const auto other =
+      harness.capture.makeStream({harness.displays().front()}, same, harness.delegate);
+  static_cast<void>(other->addStreamOutput(once, StreamOutputType::screen, harness.queue));
   Answer started;
   other->startCapture(started.completion());
   const bool isThere = started.wait() && !started.error() && once->waitForMoreThan(0);
@@ -293,7 +295,7 @@ void StreamProof::giveUp(const std::string& why) {
 std::string StreamProof::story() const {
   std::string told = "seed " + std::to_string(seed) + ": " + twice->complaint();
   for (const auto& each : lastNotes) told += "\n  " + each;
-  for (const auto& error : stand.delegate->errors()) told += "\n  " + error.localizedDescription;
+  for (const auto& error : harness.delegate->errors()) told += "\n  " + error.localizedDescription;
   return told;
 }
 
@@ -309,7 +311,7 @@ TEST_P(StreamProof, LeavesNothingOldInAnyFrame) {
   RecordProperty("partly_known", static_cast<int>(counts.partlyKnown));
   std::cout << counts.frames << " frames, " << counts.encoded << " of them encoded, "
             << counts.partlyKnown << " of those known in part\n";
-  EXPECT_TRUE(stand.delegate->errors().empty());
+  EXPECT_TRUE(harness.delegate->errors().empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways, StreamProof,

@@ -89,12 +89,12 @@ void TwiceEncoder::setHeld(std::size_t count) {
 
 bool TwiceEncoder::waitFor(const std::function<bool(const FramePixels&)>& condition) {
   std::unique_lock lock(mutex);
-  return changed.wait_for(lock, testPatience, [&] { return condition(newest); });
+  return changed.wait_for(lock, testTimeout, [&] { return condition(newest); });
 }
 
 bool TwiceEncoder::waitForMoreThan(std::size_t frames) {
   std::unique_lock lock(mutex);
-  return changed.wait_for(lock, testPatience, [&] { return counted.frames > frames; });
+  return changed.wait_for(lock, testTimeout, [&] { return counted.frames > frames; });
 }
 
 TwiceEncoder::Counts TwiceEncoder::counts() {

@@ -7,7 +7,7 @@
 
 #include "bench/Desktop.h"
 #include "platform/linux/video/FrameEncoder.h"
-#include "tests/linux/video/EncoderStand.h"
+#include "tests/linux/video/EncoderHarness.h"
 
 namespace quorvin {
 namespace {

@@ -13,8 +13,8 @@
 #include "Runner/QuorvinH264Encoder.h"
 #include "bench/Desktop.h"
 #include "tests/TemporaryFolder.h"
-#include "tests/linux/capture/CaptureStand.h"
-#include "tests/linux/video/EncoderStand.h"
+#include "tests/linux/capture/CaptureHarness.h"
+#include "tests/linux/video/EncoderHarness.h"
 
 namespace quorvin {
 namespace {
@@ -68,7 +68,7 @@ class Sharing final : public StreamOutput {
   template <typename Condition>
   bool waitUntil(const Condition& condition) {
     std::unique_lock lock(mutex);
-    return changed.wait_for(lock, testPatience, condition);
+    return changed.wait_for(lock, testTimeout, condition);
   }
 
   std::mutex mutex;
@@ -85,22 +85,22 @@ class SharedScreen {
  public:
   explicit SharedScreen(PixelSize size, std::int64_t bitrateMbps = 7)
       : size(size),
-        stand({"-screen", "0",
-               std::to_string(size.width) + "x" + std::to_string(size.height) + "x24"}),
+        harness({"-screen", "0",
+                 std::to_string(size.width) + "x" + std::to_string(size.height) + "x24"}),
         sharing(std::make_shared<Sharing>(size, bitrateMbps)) {}
 
   void show(std::uint32_t seed) {
     shown = desktopImage(size.width, size.height, seed);
-    stand.painter.draw(wholeOf(size), shown);
+    harness.painter.draw(wholeOf(size), shown);
   }
   void start() {
-    auto configuration = CaptureStand::usualConfiguration();
+    auto configuration = CaptureHarness::usualConfiguration();
     configuration.width = size.width;
     configuration.height = size.height;
-    stand.stream = stand.capture.makeStream({stand.displays().at(0)}, configuration, {});
-    ASSERT_FALSE(stand.stream->addStreamOutput(sharing, StreamOutputType::screen, stand.queue));
+    harness.stream = harness.capture.makeStream({harness.displays().at(0)}, configuration, {});
+    ASSERT_FALSE(harness.stream->addStreamOutput(sharing, StreamOutputType::screen, harness.queue));
     Answer started;
-    stand.stream->startCapture(started.completion());
+    harness.stream->startCapture(started.completion());
     ASSERT_TRUE(started.wait());
     ASSERT_TRUE(sharing->waitForPayloads(1));
   }
@@ -109,7 +109,7 @@ class SharedScreen {
   }
 
   PixelSize size;
-  CaptureStand stand;
+  CaptureHarness harness;
   std::shared_ptr<Sharing> sharing;
   std::vector<std::uint32_t> shown;
 };

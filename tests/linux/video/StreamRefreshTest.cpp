@@ -6,8 +6,8 @@
 #include <thread>
 #include <vector>
 
-#include "tests/linux/capture/CaptureStand.h"
-#include "tests/linux/video/EncoderStand.h"
+#include "tests/linux/capture/CaptureHarness.h"
+#include "tests/linux/video/EncoderHarness.h"
 
 namespace quorvin {
 namespace {
@@ -35,26 +35,26 @@ class AskingOutput final : public StreamOutput {
 };
 
 // A running capture with that output.
-class RefreshStand {
+class RefreshHarness {
  public:
-  explicit RefreshStand(std::chrono::nanoseconds after)
+  explicit RefreshHarness(std::chrono::nanoseconds after)
       : output(std::make_shared<AskingOutput>(after)) {
-    stand.painter.fillAll(0x336699);
-    stand.stream =
-        stand.capture.makeStream({stand.displays().at(0)}, CaptureStand::usualConfiguration(), {});
-    EXPECT_FALSE(stand.stream->addStreamOutput(output, StreamOutputType::screen, stand.queue));
-    stand.stream->startCapture({});
+    harness.painter.fillAll(0x336699);
+    harness.stream = harness.capture.makeStream({harness.displays().at(0)},
+                                                CaptureHarness::usualConfiguration(), {});
+    EXPECT_FALSE(harness.stream->addStreamOutput(output, StreamOutputType::screen, harness.queue));
+    harness.stream->startCapture({});
   }
 
-  CaptureStand stand;
+  CaptureHarness harness;
   std::shared_ptr<AskingOutput> output;
 };
 
 TEST(StreamRefresh, AFrameThatIsAskedForComesOnceMoreAsACompleteSample) {
-  RefreshStand refresh(300ms);
+  RefreshHarness refresh(300ms);
   auto& recorder = refresh.output->recorder;
   ASSERT_TRUE(recorder.waitForFrames(2));
-  const auto fetched = refresh.stand.counters->fetchedBytes.load();
+  const auto fetched = refresh.harness.counters->fetchedBytes.load();
   const auto frames = recorder.frames();
   EXPECT_TRUE(frames[1].isComplete());
   EXPECT_GE(frames[1].time - frames[0].time, 300ms);
@@ -62,16 +62,16 @@ TEST(StreamRefresh, AFrameThatIsAskedForComesOnceMoreAsACompleteSample) {
   // Then come idle samples and nothing else.
   ASSERT_TRUE(recorder.waitForSamples(4));
   EXPECT_EQ(recorder.frames().size(), 2U);
-  EXPECT_EQ(refresh.stand.counters->fetchedBytes, fetched);
-  refresh.stand.drainQueue();
+  EXPECT_EQ(refresh.harness.counters->fetchedBytes, fetched);
+  refresh.harness.drainQueue();
   EXPECT_EQ(refresh.output->repeats, (std::vector{false, true}));
 }
 
 TEST(StreamRefresh, AChangeTakesThePlaceOfARefresh) {
-  RefreshStand refresh(1h);
+  RefreshHarness refresh(1h);
   auto& recorder = refresh.output->recorder;
   ASSERT_TRUE(recorder.waitForFrames(1));
-  refresh.stand.painter.fill({0, 0, 10, 10}, 0xFFFFFF);
+  refresh.harness.painter.fill({0, 0, 10, 10}, 0xFFFFFF);
   ASSERT_TRUE(recorder.waitForColour(5, 5, 0xFFFFFF));
   // An idle sample comes a second after the last frame.
   ASSERT_TRUE(recorder.waitForSamples(3));
@@ -80,11 +80,11 @@ TEST(StreamRefresh, AChangeTakesThePlaceOfARefresh) {
 }
 
 TEST(StreamRefresh, OnlyTheLastOfASequenceIsRefreshed) {
-  RefreshStand refresh(600ms);
+  RefreshHarness refresh(600ms);
   auto& recorder = refresh.output->recorder;
   for (std::size_t i = 0; i < 10; ++i) {
     const auto colour = static_cast<std::uint32_t>(0x101010 * (i + 1));
-    refresh.stand.painter.fillAll(colour);
+    refresh.harness.painter.fillAll(colour);
     ASSERT_TRUE(recorder.waitForColour(0, 0, colour));
   }
   // Whether the machine was quick enough for each to count as one of the sequence or not: never
@@ -92,7 +92,7 @@ TEST(StreamRefresh, OnlyTheLastOfASequenceIsRefreshed) {
   ASSERT_TRUE(recorder.waitFor([](const std::vector<RecordedSample>& samples) {
     return !samples.empty() && samples.back().status == frameStatusIdle;
   }));
-  refresh.stand.drainQueue();
+  refresh.harness.drainQueue();
   const auto& repeats = refresh.output->repeats;
   EXPECT_TRUE(repeats.back());
   EXPECT_EQ(std::ranges::adjacent_find(repeats, [](bool a, bool b) { return a && b; }),
@@ -100,16 +100,16 @@ TEST(StreamRefresh, OnlyTheLastOfASequenceIsRefreshed) {
 }
 
 TEST(StreamRefresh, ARepetitionWaitsForASurfaceWithoutTurningInCircles) {
-  RefreshStand refresh(10ms);
+  RefreshHarness refresh(10ms);
   refresh.output->recorder.holdFrames();
   for (const std::uint32_t colour : {0x111111U, 0x222222U, 0x333333U}) {
-    refresh.stand.painter.fillAll(colour);
+    refresh.harness.painter.fillAll(colour);
   }
   ASSERT_TRUE(refresh.output->recorder.waitFor([](const std::vector<RecordedSample>& samples) {
     return !samples.empty() && samples.back().status == frameStatusIdle;
   }));
   EXPECT_LE(refresh.output->recorder.frames().size(), 3U);
-  EXPECT_LE(refresh.stand.counters->polls, 20U);
+  EXPECT_LE(refresh.harness.counters->polls, 20U);
   refresh.output->recorder.letFramesGo();
 }
 

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "bench/Desktop.h"
-#include "tests/linux/video/EncoderStand.h"
+#include "tests/linux/video/EncoderHarness.h"
 
 namespace quorvin {
 namespace {
@@ -36,10 +36,10 @@ int differenceAt(std::uint32_t a, std::uint32_t b, unsigned shift) {
 
 TEST(VideoEncoder, EveryPayloadDecodesAlone) {
   constexpr PixelSize size{320, 240};
-  EncoderStand stand(size);
+  EncoderHarness harness(size);
   for (std::uint32_t seed = 1; seed <= 5; ++seed) {
     const auto frame = desktop(size, seed);
-    const auto output = stand.encode(frame);
+    const auto output = harness.encode(frame);
     const auto decoded = H264Decoder::decodeAll({output.payload});
     ASSERT_EQ(decoded.size(), 1U);
     expectStandard(decoded[0], size);
@@ -49,11 +49,11 @@ TEST(VideoEncoder, EveryPayloadDecodesAlone) {
 
 TEST(VideoEncoder, PayloadsDecodeInSequenceWithoutDelay) {
   constexpr PixelSize size{320, 240};
-  EncoderStand stand(size);
+  EncoderHarness harness(size);
   H264Decoder decoder;
   for (std::uint32_t seed = 1; seed <= 5; ++seed) {
     const auto frame = desktop(size, seed);
-    const auto decoded = decoder.decode(stand.encode(frame).payload);
+    const auto decoded = decoder.decode(harness.encode(frame).payload);
     ASSERT_EQ(decoded.size(), 1U);
     expectStandard(decoded[0], size);
     EXPECT_GE(psnrOf(decoded[0], perfectlyDecoded(*frame)), 30);
@@ -62,9 +62,9 @@ TEST(VideoEncoder, PayloadsDecodeInSequenceWithoutDelay) {
 
 // Only what the frame itself needs: its slices (ITU-T H.264, table 7-1).
 TEST(VideoEncoder, TheDataHoldNothingButSlicesOfKeyFrames) {
-  EncoderStand stand({64, 48});
+  EncoderHarness harness({64, 48});
   for (int i = 0; i < 3; ++i) {
-    const auto data = stand.encode(plainFrame({64, 48}, 0x336699)).data;
+    const auto data = harness.encode(plainFrame({64, 48}, 0x336699)).data;
     ASSERT_GT(data.size(), 4U);
     EXPECT_EQ(data[4] & 0x1F, 5);
     EXPECT_EQ(data.size(), 4U + (static_cast<std::size_t>(data[1]) << 16U) +
@@ -78,8 +78,8 @@ TEST(VideoEncoder, ColoursOfFlatAreasComeBackWithinThreeLevels) {
                                                   0x0000FF, 0x808080, 0x35506B, 0xFCFCFA,
                                                   0x4A6FA5, 0xC08040, 0x1E90FF, 0x7F0041};
   constexpr PixelSize size{32 * 12, 64};
-  EncoderStand stand(size);
-  const auto output = stand.encode(makeFrame(
+  EncoderHarness harness(size);
+  const auto output = harness.encode(makeFrame(
       size, [&](int x, int /*y*/) { return colours.at(static_cast<std::size_t>(x / 32)); }));
   const auto decoded = H264Decoder::decodeAll({output.payload}).at(0);
   for (int i = 0; i < 12; ++i) {
@@ -95,8 +95,8 @@ TEST(VideoEncoder, ColoursOfFlatAreasComeBackWithinThreeLevels) {
 // 4:2:0 knows no odd sizes: the frame is one column or row larger, which doubles the edge.
 TEST(VideoEncoder, PadsOddSizesWithTheirEdge) {
   for (const auto size : {PixelSize{101, 67}, {100, 67}, {101, 66}, {1, 1}, {2, 2}, {17, 1}}) {
-    EncoderStand stand(size);
-    const auto output = stand.encode(plainFrame(size, 0xC08040));
+    EncoderHarness harness(size);
+    const auto output = harness.encode(plainFrame(size, 0xC08040));
     const auto decoded = H264Decoder::decodeAll({output.payload}).at(0);
     expectStandard(decoded, {(size.width + 1) / 2 * 2, (size.height + 1) / 2 * 2});
     for (const unsigned shift : {0U, 8U, 16U}) {
@@ -109,8 +109,8 @@ TEST(VideoEncoder, PadsOddSizesWithTheirEdge) {
 
 TEST(VideoEncoder, EncodesUnusualShapes) {
   for (const auto size : {PixelSize{4096, 2}, {2, 4096}, {16'384, 16}}) {
-    EncoderStand stand(size);
-    const auto decoded = H264Decoder::decodeAll({stand.encode(plainFrame(size, 0xFF)).payload});
+    EncoderHarness harness(size);
+    const auto decoded = H264Decoder::decodeAll({harness.encode(plainFrame(size, 0xFF)).payload});
     ASSERT_EQ(decoded.size(), 1U);
     EXPECT_EQ(decoded[0].size, size);
   }
@@ -124,12 +124,12 @@ TEST(VideoEncoder, HoldsTheBitRateOverAnyFourSecondsThoughTheFrameChangesAbruptl
   std::vector<std::shared_ptr<CapturedFrame>> busy;
   for (std::uint32_t seed = 1; seed <= 4; ++seed) busy.push_back(desktop(size, seed));
   const auto still = plainFrame(size, 0x336699);
-  EncoderStand stand(size, std::int64_t{1'500'000});
+  EncoderHarness harness(size, std::int64_t{1'500'000});
   for (std::size_t i = 0; i < 600; ++i) {
     const bool isStill = i >= 250 && i < 300;
-    stand.encode(isStill ? still : busy[i % busy.size()]);
+    harness.encode(isStill ? still : busy[i % busy.size()]);
   }
-  const auto outputs = stand.recorder.outputs();
+  const auto outputs = harness.recorder.outputs();
   for (std::size_t first = 0; first + framesInFourSeconds <= outputs.size(); ++first) {
     double bits = 0;
     bool isBusy = true;
@@ -171,9 +171,9 @@ TEST(VideoEncoder, DeclinesWhatItCannotEncode) {
 }
 
 TEST(VideoEncoder, RefusesValuesThatMakeNoSense) {
-  EncoderStand stand({64, 48});
+  EncoderHarness harness({64, 48});
   const auto statusOfSetting = [&](CompressionProperty property, CompressionPropertyValue value) {
-    return stand.session->setProperty(property, value);
+    return harness.session->setProperty(property, value);
   };
   EXPECT_NE(statusOfSetting(CompressionProperty::averageBitRate, std::int64_t{0}), 0);
   EXPECT_NE(statusOfSetting(CompressionProperty::averageBitRate, std::int64_t{-1}), 0);
@@ -184,126 +184,126 @@ TEST(VideoEncoder, RefusesValuesThatMakeNoSense) {
   EXPECT_NE(statusOfSetting(CompressionProperty::profileLevel, false), 0);
   EXPECT_NE(statusOfSetting(CompressionProperty::realTime, 1), 0);
   EXPECT_NE(statusOfSetting(static_cast<CompressionProperty>(99), true), 0);
-  EXPECT_TRUE(stand.encode(plainFrame({64, 48}, 0)).hasSample);
+  EXPECT_TRUE(harness.encode(plainFrame({64, 48}, 0)).hasSample);
 }
 
 TEST(VideoEncoder, TakesRatesOfAnySize) {
   for (const std::int64_t rate : {std::int64_t{1}, std::numeric_limits<std::int64_t>::max()}) {
-    EncoderStand stand({64, 48}, rate);
-    EXPECT_EQ(stand.session->setProperty(CompressionProperty::expectedFrameRate,
-                                         std::numeric_limits<std::int32_t>::max()),
+    EncoderHarness harness({64, 48}, rate);
+    EXPECT_EQ(harness.session->setProperty(CompressionProperty::expectedFrameRate,
+                                           std::numeric_limits<std::int32_t>::max()),
               0);
-    stand.encode(plainFrame({64, 48}, 0xFFFFFF));
-    EXPECT_EQ(stand.recorder.outputs().back().status, 0);
+    harness.encode(plainFrame({64, 48}, 0xFFFFFF));
+    EXPECT_EQ(harness.recorder.outputs().back().status, 0);
   }
 }
 
 TEST(VideoEncoder, RefusesFramesOfAnotherSizeAndTimesThatAreNone) {
-  EncoderStand stand({64, 48});
-  EXPECT_NE(stand.session->encodeFrame(plainFrame({64, 50}, 0), {1, 30}, {}), 0);
-  EXPECT_NE(stand.session->encodeFrame(nullptr, {1, 30}, {}), 0);
+  EncoderHarness harness({64, 48});
+  EXPECT_NE(harness.session->encodeFrame(plainFrame({64, 50}, 0), {1, 30}, {}), 0);
+  EXPECT_NE(harness.session->encodeFrame(nullptr, {1, 30}, {}), 0);
   const auto frame = plainFrame({64, 48}, 0);
-  EXPECT_NE(stand.session->encodeFrame(frame, {1, 0}, {}), 0);
-  EXPECT_NE(stand.session->encodeFrame(frame, {1, -30}, {}), 0);
-  EXPECT_NE(stand.session->encodeFrame(frame, {1, 30, 0}, {}), 0);
+  EXPECT_NE(harness.session->encodeFrame(frame, {1, 0}, {}), 0);
+  EXPECT_NE(harness.session->encodeFrame(frame, {1, -30}, {}), 0);
+  EXPECT_NE(harness.session->encodeFrame(frame, {1, 30, 0}, {}), 0);
   using Limits = std::numeric_limits<std::int64_t>;
-  EXPECT_NE(stand.session->encodeFrame(frame, {Limits::max(), 1}, {}), 0);
-  EXPECT_NE(stand.session->encodeFrame(frame, {Limits::min(), 1}, {}), 0);
-  EXPECT_NE(stand.session->completeFrames(MediaTime{1, 0}), 0);
-  EXPECT_TRUE(stand.recorder.outputs().empty());
+  EXPECT_NE(harness.session->encodeFrame(frame, {Limits::max(), 1}, {}), 0);
+  EXPECT_NE(harness.session->encodeFrame(frame, {Limits::min(), 1}, {}), 0);
+  EXPECT_NE(harness.session->completeFrames(MediaTime{1, 0}), 0);
+  EXPECT_TRUE(harness.recorder.outputs().empty());
 }
 
 TEST(VideoEncoder, TakesNothingOnceInvalidated) {
-  EncoderStand stand({64, 48});
-  stand.session->invalidate();
-  EXPECT_NE(stand.session->encodeFrame(plainFrame({64, 48}, 0), {1, 30}, {}), 0);
-  EXPECT_NE(stand.session->prepareToEncodeFrames(), 0);
-  EXPECT_NE(stand.session->setProperty(CompressionProperty::realTime, true), 0);
-  stand.session->completeFrames({});
-  stand.session->invalidate();
-  EXPECT_TRUE(stand.recorder.outputs().empty());
+  EncoderHarness harness({64, 48});
+  harness.session->invalidate();
+  EXPECT_NE(harness.session->encodeFrame(plainFrame({64, 48}, 0), {1, 30}, {}), 0);
+  EXPECT_NE(harness.session->prepareToEncodeFrames(), 0);
+  EXPECT_NE(harness.session->setProperty(CompressionProperty::realTime, true), 0);
+  harness.session->completeFrames({});
+  harness.session->invalidate();
+  EXPECT_TRUE(harness.recorder.outputs().empty());
 }
 
 // So that the stream can capture the next one into the same memory meanwhile.
 TEST(VideoEncoder, HasLetGoOfAFrameWhenItHandsOutWhatItMadeOfIt) {
-  EncoderStand stand({64, 48});
+  EncoderHarness harness({64, 48});
   std::promise<void> lettingGo;
   std::weak_ptr<CapturedFrame> second;
   bool isFirst = true;
   bool wasLetGo = false;
-  stand.recorder.onOutput([&] {
+  harness.recorder.onOutput([&] {
     if (std::exchange(isFirst, false)) {
       lettingGo.get_future().wait();
     } else {
       wasLetGo = second.expired();
     }
   });
-  ASSERT_EQ(stand.session->encodeFrame(plainFrame({64, 48}, 0), {1, 30}, {}), 0);
+  ASSERT_EQ(harness.session->encodeFrame(plainFrame({64, 48}, 0), {1, 30}, {}), 0);
   auto frame = plainFrame({64, 48}, 0xFFFFFF);
   second = frame;
-  ASSERT_EQ(stand.session->encodeFrame(frame, {2, 30}, {}), 0);
+  ASSERT_EQ(harness.session->encodeFrame(frame, {2, 30}, {}), 0);
   frame.reset();
   lettingGo.set_value();
-  ASSERT_EQ(stand.session->completeFrames({}), 0);
+  ASSERT_EQ(harness.session->completeFrames({}), 0);
   EXPECT_TRUE(wasLetGo);
 }
 
 TEST(VideoEncoder, MayBeLetGoFromWithinWhatItHandsOut) {
-  EncoderStand stand({64, 48});
+  EncoderHarness harness({64, 48});
   std::promise<void> letGo;
-  stand.recorder.onOutput([&] {
-    stand.session->completeFrames({});
-    stand.session->invalidate();
-    stand.session.reset();
+  harness.recorder.onOutput([&] {
+    harness.session->completeFrames({});
+    harness.session->invalidate();
+    harness.session.reset();
     letGo.set_value();
   });
-  auto& session = *stand.session;
+  auto& session = *harness.session;
   ASSERT_EQ(session.encodeFrame(plainFrame({64, 48}, 0), {1, 30}, {}), 0);
   letGo.get_future().wait();
-  EXPECT_EQ(stand.recorder.outputs().size(), 1U);
+  EXPECT_EQ(harness.recorder.outputs().size(), 1U);
 }
 
 TEST(VideoEncoder, InvalidatingWaitsForWhatIsBeingHandedOut) {
   for (int i = 0; i < 50; ++i) {
-    EncoderStand stand({64, 48});
+    EncoderHarness harness({64, 48});
     std::atomic<bool> isInside = false;
-    stand.recorder.onOutput([&] {
+    harness.recorder.onOutput([&] {
       isInside = true;
       std::this_thread::yield();
       isInside = false;
     });
     for (int j = 0; j < 4; ++j) {
-      ASSERT_EQ(stand.session->encodeFrame(plainFrame({64, 48}, 0), {j, 30}, {}), 0);
+      ASSERT_EQ(harness.session->encodeFrame(plainFrame({64, 48}, 0), {j, 30}, {}), 0);
     }
-    ASSERT_TRUE(stand.recorder.waitFor(1));
-    stand.session->invalidate();
+    ASSERT_TRUE(harness.recorder.waitFor(1));
+    harness.session->invalidate();
     EXPECT_FALSE(isInside);
-    const auto count = stand.recorder.outputs().size();
-    stand.session.reset();  // whose thread is at its end after this
-    EXPECT_EQ(stand.recorder.outputs().size(), count);
+    const auto count = harness.recorder.outputs().size();
+    harness.session.reset();  // whose thread is at its end after this
+    EXPECT_EQ(harness.recorder.outputs().size(), count);
   }
 }
 
 TEST(VideoEncoder, InvalidatingLetsGoOfTheFramesThatWait) {
-  EncoderStand stand({64, 48});
+  EncoderHarness harness({64, 48});
   std::promise<void> allPutIn;
   std::weak_ptr<CapturedFrame> waiting;
   bool wasLetGo = false;
-  stand.recorder.onOutput([&] {
+  harness.recorder.onOutput([&] {
     allPutIn.get_future().wait();
     EXPECT_FALSE(waiting.expired());
-    stand.session->invalidate();
+    harness.session->invalidate();
     wasLetGo = waiting.expired();
   });
-  ASSERT_EQ(stand.session->encodeFrame(plainFrame({64, 48}, 0), {1, 30}, {}), 0);
+  ASSERT_EQ(harness.session->encodeFrame(plainFrame({64, 48}, 0), {1, 30}, {}), 0);
   auto frame = plainFrame({64, 48}, 0xFFFFFF);
   waiting = frame;
-  ASSERT_EQ(stand.session->encodeFrame(frame, {2, 30}, {}), 0);
+  ASSERT_EQ(harness.session->encodeFrame(frame, {2, 30}, {}), 0);
   frame.reset();
   allPutIn.set_value();
-  ASSERT_EQ(stand.session->completeFrames({}), 0);
+  ASSERT_EQ(harness.session->completeFrames({}), 0);
   EXPECT_TRUE(wasLetGo);
-  EXPECT_EQ(stand.recorder.outputs().size(), 1U);
+  EXPECT_EQ(harness.recorder.outputs().size(), 1U);
 }
 
 }  // namespace

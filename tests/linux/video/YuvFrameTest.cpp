@@ -4,7 +4,7 @@
 #include <cmath>
 #include <random>
 
-#include "tests/linux/video/EncoderStand.h"
+#include "tests/linux/video/EncoderHarness.h"
 
 namespace quorvin {
 namespace {

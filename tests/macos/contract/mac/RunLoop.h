@@ -11,8 +11,8 @@ namespace quorvin::contract {
 // Serves the main run loop, and with it the main queue, until the condition holds; false when it
 // did not within the time. Main thread.
 inline bool runLoopUntil(const Condition& condition,
-                         std::chrono::steady_clock::duration patience = std::chrono::seconds(20)) {
-  const auto deadline = std::chrono::steady_clock::now() + patience;
+                         std::chrono::steady_clock::duration timeout = std::chrono::seconds(20)) {
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
   while (!condition()) {
     if (std::chrono::steady_clock::now() > deadline) return false;
     @autoreleasepool {

@@ -1,4 +1,4 @@
-#include "tests/linux/capture/SessionStand.h"
+#include "tests/linux/capture/SessionHarness.h"
 
 #include <poll.h>
 
@@ -33,20 +33,20 @@ void waitForEvents(const CaptureSession& session) {
 
 }  // namespace
 
-SessionStand::SessionStand(std::vector<std::string> options)
+SessionHarness::SessionHarness(std::vector<std::string> options)
     : server(withoutReset(std::move(options))), painter(server.display()) {}
 
-CaptureSettings SessionStand::usualSettings() {
+CaptureSettings SessionHarness::usualSettings() {
   return {{320, 240}, interval, 3, false};
 }
 
-void SessionStand::start(const CaptureSettings& settings) {
+void SessionHarness::start(const CaptureSettings& settings) {
   session.emplace(firstDisplay(server.display()), settings, std::make_shared<EventFd>(), counters,
                   now);
 }
 
-std::shared_ptr<CapturedFrame> SessionStand::nextFrame() {
-  const auto deadline = std::chrono::steady_clock::now() + testPatience;
+std::shared_ptr<CapturedFrame> SessionHarness::nextFrame() {
+  const auto deadline = std::chrono::steady_clock::now() + testTimeout;
   while (std::chrono::steady_clock::now() < deadline) {
     if (auto frame = frameWithin(1)) return frame;
     waitForEvents(*session);
@@ -54,7 +54,7 @@ std::shared_ptr<CapturedFrame> SessionStand::nextFrame() {
   return {};
 }
 
-std::shared_ptr<CapturedFrame> SessionStand::frameWithin(int steps) {
+std::shared_ptr<CapturedFrame> SessionHarness::frameWithin(int steps) {
   for (int i = 0; i < steps; ++i) {
     now += interval;
     if (auto frame = session->step(now).frame) return frame;

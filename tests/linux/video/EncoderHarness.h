@@ -44,8 +44,8 @@ class EncoderRecorder final : public CompressionOutput {
 };
 
 // A session set up as for a shared screen, with what comes out of it.
-struct EncoderStand {
-  explicit EncoderStand(PixelSize size, std::int64_t bitRate = 7'000'000);
+struct EncoderHarness {
+  explicit EncoderHarness(PixelSize size, std::int64_t bitRate = 7'000'000);
 
   // Puts the frame in at that time and waits for what comes of it.
   EncoderOutput encode(const std::shared_ptr<PixelBuffer>& frame, std::chrono::nanoseconds at);

@@ -1,4 +1,4 @@
-#include "tests/linux/video/EncoderStand.h"
+#include "tests/linux/video/EncoderHarness.h"
 
 #include <chrono>
 #include <stdexcept>
@@ -7,7 +7,7 @@ namespace quorvin {
 
 namespace {
 
-constexpr std::chrono::seconds patience{20};
+constexpr std::chrono::seconds timeout{20};
 constexpr std::size_t lengthBytes = 4;
 
 void appendUnit(std::vector<std::uint8_t>& stream, std::span<const std::uint8_t> unit) {
@@ -67,10 +67,10 @@ std::vector<std::vector<std::uint8_t>> EncoderRecorder::payloads() {
 
 bool EncoderRecorder::waitFor(std::size_t count) {
   std::unique_lock lock(mutex);
-  return changed.wait_for(lock, patience, [&] { return recorded.size() >= count; });
+  return changed.wait_for(lock, timeout, [&] { return recorded.size() >= count; });
 }
 
-EncoderStand::EncoderStand(PixelSize size, std::int64_t bitRate) {
+EncoderHarness::EncoderHarness(PixelSize size, std::int64_t bitRate) {
   auto made = encoder.createSession(size.width, size.height, VideoCodec::h264,
                                     {.enableHardwareAcceleratedVideoEncoder = true}, &recorder);
   if (made.status != 0 || !made.session) throw std::runtime_error("no session");
@@ -88,8 +88,8 @@ EncoderStand::EncoderStand(PixelSize size, std::int64_t bitRate) {
   if (session->prepareToEncodeFrames() != 0) throw std::runtime_error("not prepared");
 }
 
-EncoderOutput EncoderStand::encode(const std::shared_ptr<PixelBuffer>& frame,
-                                   std::chrono::nanoseconds at) {
+EncoderOutput EncoderHarness::encode(const std::shared_ptr<PixelBuffer>& frame,
+                                     std::chrono::nanoseconds at) {
   now = at;
   if (session->encodeFrame(frame, {at.count(), std::nano::den}, {}) != 0 ||
       session->completeFrames({}) != 0) {
@@ -98,7 +98,7 @@ EncoderOutput EncoderStand::encode(const std::shared_ptr<PixelBuffer>& frame,
   return recorder.outputs().back();
 }
 
-EncoderOutput EncoderStand::encode(const std::shared_ptr<PixelBuffer>& frame) {
+EncoderOutput EncoderHarness::encode(const std::shared_ptr<PixelBuffer>& frame) {
   return encode(frame, now + std::chrono::nanoseconds(std::nano::den / 30));
 }
 

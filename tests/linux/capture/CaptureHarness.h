@@ -14,12 +14,12 @@
 namespace quorvin {
 
 // A capture of a virtual X server of 320 x 240 pixels, with all that belongs to it.
-class CaptureStand {
+class CaptureHarness {
  public:
   enum class Way { direct, throughProxy };
 
   // The options are those of Xvfb.
-  explicit CaptureStand(std::vector<std::string> options = {}, Way toServer = Way::direct);
+  explicit CaptureHarness(std::vector<std::string> options = {}, Way toServer = Way::direct);
 
   // 320 x 240, no cursor, 30 frames a second, three surfaces.
   [[nodiscard]] static StreamConfiguration usualConfiguration();

@@ -15,10 +15,10 @@ namespace quorvin {
 
 // A capture session of a virtual X server of 320 x 240 pixels, which takes its steps when the test
 // wants it to, by a clock that only the test moves.
-class SessionStand {
+class SessionHarness {
  public:
   // The options are those of Xvfb.
-  explicit SessionStand(std::vector<std::string> options = {});
+  explicit SessionHarness(std::vector<std::string> options = {});
 
   // 320 x 240, no cursor, 100 frames a second, three surfaces.
   [[nodiscard]] static CaptureSettings usualSettings();
