@@ -11,7 +11,8 @@ namespace quorvin {
 inline constexpr auto uiDescriptorVariable = "QUORVIN_UI_FD";
 
 // Takes over the inherited, connected stream socket whose number `text` is, and keeps it from
-// being inherited further. Throws std::runtime_error, naming the variable, when it is anything else.
+// being inherited further. Throws std::runtime_error, naming the variable, when it is anything
+// else.
 [[nodiscard]] FileDescriptor takeInheritedUiSocket(const std::string& text);
 
 }  // namespace quorvin

@@ -16,8 +16,8 @@
 #include "platform/linux/system/WholeFile.h"
 #include "platform/linux/x11/DisplayAttempt.h"
 #include "platform/linux/x11/X11Connection.h"
-#include "platform/unix/GlibPtr.h"
 #include "platform/unix/Environment.h"
+#include "platform/unix/GlibPtr.h"
 
 namespace quorvin {
 namespace {
@@ -166,8 +166,8 @@ std::optional<std::string> computerName(const std::string& machineInfoPath) {
 PermissionsEnvironment PermissionsEnvironment::fromEnvironment() {
   PermissionsEnvironment environment;
   environment.display = environmentVariable("DISPLAY");
-  environment.isWaylandSession =
-      !environmentVariable("WAYLAND_DISPLAY").empty() || environmentVariable("XDG_SESSION_TYPE") == "wayland";
+  environment.isWaylandSession = !environmentVariable("WAYLAND_DISPLAY").empty() ||
+                                 environmentVariable("XDG_SESSION_TYPE") == "wayland";
   return environment;
 }
 

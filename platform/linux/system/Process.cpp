@@ -13,9 +13,9 @@
 
 #include "platform/linux/system/Activity.h"
 #include "platform/linux/system/PosixError.h"
+#include "platform/unix/Environment.h"
 #include "platform/unix/GlibPtr.h"
 #include "platform/unix/SpawnSetup.h"
-#include "platform/unix/Environment.h"
 
 namespace quorvin {
 namespace {
