@@ -84,10 +84,10 @@ QuorvinH264Encoder::~QuorvinH264Encoder() {
   end();
 }
 
-void QuorvinH264Encoder::encode(const std::shared_ptr<PixelBuffer>& picture,
+void QuorvinH264Encoder::encode(const std::shared_ptr<PixelBuffer>& frame,
                                 MediaTime presentationTimeStamp) {
   if (session == nullptr) return;
-  session->encodeFrame(picture, presentationTimeStamp, /*duration=*/std::nullopt);
+  session->encodeFrame(frame, presentationTimeStamp, /*duration=*/std::nullopt);
 }
 
 void QuorvinH264Encoder::end() {

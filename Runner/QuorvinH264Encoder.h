@@ -34,7 +34,7 @@ class QuorvinH264Encoder final : public CompressionOutput,
   QuorvinH264Encoder& operator=(const QuorvinH264Encoder&) = delete;
 
   // Does nothing once the session has ended.
-  void encode(const std::shared_ptr<PixelBuffer>& picture, MediaTime presentationTimeStamp);
+  void encode(const std::shared_ptr<PixelBuffer>& frame, MediaTime presentationTimeStamp);
   // Waits until everything put in has come out, then lets go of the session. May be called again.
   void end();
 

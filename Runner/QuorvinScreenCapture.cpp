@@ -253,24 +253,24 @@ void QuorvinScreenCapture::streamDidOutputSample(const CaptureSample& sample,
   if (isStopped() || type != StreamOutputType::screen || !sample.isValid() || !isComplete(sample)) {
     return;
   }
-  const auto picture = sample.imageBuffer();
-  if (picture == nullptr) return;
+  const auto frame = sample.imageBuffer();
+  if (frame == nullptr) return;
 
-  if (requestedCodec() == "h264" && encodeH264(picture, sample.presentationTimeStamp())) return;
-  encodeJPEG(*picture);
+  if (requestedCodec() == "h264" && encodeH264(frame, sample.presentationTimeStamp())) return;
+  encodeJPEG(*frame);
 }
 
-bool QuorvinScreenCapture::encodeH264(const std::shared_ptr<PixelBuffer>& picture,
+bool QuorvinScreenCapture::encodeH264(const std::shared_ptr<PixelBuffer>& frame,
                                       MediaTime presentationTimeStamp) {
   assert(captureQueue->isCurrent());
-  const auto width = static_cast<std::int64_t>(picture->widthPx());
-  const auto height = static_cast<std::int64_t>(picture->heightPx());
+  const auto width = static_cast<std::int64_t>(frame->widthPx());
+  const auto height = static_cast<std::int64_t>(frame->heightPx());
   if (h264Encoder == nullptr || h264Encoder->width != width || h264Encoder->height != height) {
     dropH264Encoder();  // first, so that the old one's last payloads come before any of the new
     makeH264Encoder(width, height);
   }
   if (h264Encoder == nullptr) return false;
-  h264Encoder->encode(picture, presentationTimeStamp);
+  h264Encoder->encode(frame, presentationTimeStamp);
   return true;
 }
 
@@ -296,10 +296,10 @@ void QuorvinScreenCapture::dropH264Encoder() {
   h264Encoder.reset();
 }
 
-void QuorvinScreenCapture::encodeJPEG(const PixelBuffer& picture) {
+void QuorvinScreenCapture::encodeJPEG(const PixelBuffer& frame) {
   assert(captureQueue->isCurrent());
   const double factor = static_cast<double>(currentSettings().jpegQuality) / 100.0;
-  if (auto file = imageContext->jpegRepresentation(picture, factor)) {
+  if (auto file = imageContext->jpegRepresentation(frame, factor)) {
     deliverLatest(std::move(*file));
   }
 }

@@ -69,11 +69,11 @@ class QuorvinScreenCapture final : public StreamOutput,
   void cancelSampleWatchdog();
   [[nodiscard]] bool stalled();
   // False when there is no encoder to be had.
-  [[nodiscard]] bool encodeH264(const std::shared_ptr<PixelBuffer>& picture,
+  [[nodiscard]] bool encodeH264(const std::shared_ptr<PixelBuffer>& frame,
                                 MediaTime presentationTimeStamp);
   void makeH264Encoder(std::int64_t width, std::int64_t height);
   void dropH264Encoder();
-  void encodeJPEG(const PixelBuffer& picture);
+  void encodeJPEG(const PixelBuffer& frame);
 
   // Any thread.
   void abandon();

@@ -9,7 +9,7 @@ namespace quorvin {
 
 namespace {
 
-std::int64_t pictureDimension(double scale, std::int64_t displayDimension) {
+std::int64_t frameDimension(double scale, std::int64_t displayDimension) {
   const double exact = scale * static_cast<double>(displayDimension);
   constexpr double limit = 9223372036854775808.0;  // 2^63
   // Written so that NaN fails it too.
@@ -38,8 +38,8 @@ StreamConfiguration makeStreamConfiguration(const PictureSettings& settings,
   const double scale = std::min(1.0, std::min(horizontal, vertical));
 
   StreamConfiguration configuration;
-  configuration.width = pictureDimension(scale, displayWidth);
-  configuration.height = pictureDimension(scale, displayHeight);
+  configuration.width = frameDimension(scale, displayWidth);
+  configuration.height = frameDimension(scale, displayHeight);
   configuration.minimumFrameInterval = MediaTime{1, timescale(settings.fps)};
   configuration.queueDepth = settings.queueDepth;
   configuration.showsCursor = settings.showCursor;

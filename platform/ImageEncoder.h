@@ -15,7 +15,7 @@ class ImageContext : public Interface {
   // A complete JPEG file (ITU-T T.81, from FF D8 to FF D9) of the whole frame; nothing when it
   // cannot be rendered or encoded. `compressionFactor` is 0.0 (smallest) to 1.0 (best). All
   // temporary objects of the call are released when it returns.
-  [[nodiscard]] virtual std::optional<Data> jpegRepresentation(const PixelBuffer& picture,
+  [[nodiscard]] virtual std::optional<Data> jpegRepresentation(const PixelBuffer& frame,
                                                                double compressionFactor) = 0;
 };
 

@@ -68,7 +68,7 @@ class CompressionSession : public Interface {
   virtual EncoderStatus prepareToEncodeFrames() = 0;
   // Keeps the frame for as long as it needs it. The time stamps of a session must grow. An empty
   // duration says that it is not known.
-  virtual EncoderStatus encodeFrame(const std::shared_ptr<PixelBuffer>& picture,
+  virtual EncoderStatus encodeFrame(const std::shared_ptr<PixelBuffer>& frame,
                                     MediaTime presentationTimeStamp,
                                     std::optional<MediaTime> duration) = 0;
   // Waits until the frames up to that time have come out; without a time, until all have.

@@ -18,7 +18,7 @@ class MacCompressionSession final : public CompressionSession {
 
   EncoderStatus setProperty(CompressionProperty property, CompressionPropertyValue value) override;
   EncoderStatus prepareToEncodeFrames() override;
-  EncoderStatus encodeFrame(const std::shared_ptr<PixelBuffer>& picture,
+  EncoderStatus encodeFrame(const std::shared_ptr<PixelBuffer>& frame,
                             MediaTime presentationTimeStamp,
                             std::optional<MediaTime> duration) override;
   EncoderStatus completeFrames(std::optional<MediaTime> until) override;

@@ -59,10 +59,10 @@ EncoderStatus MacCompressionSession::prepareToEncodeFrames() {
   return VTCompressionSessionPrepareToEncodeFrames(session.get());
 }
 
-EncoderStatus MacCompressionSession::encodeFrame(const std::shared_ptr<PixelBuffer>& picture,
+EncoderStatus MacCompressionSession::encodeFrame(const std::shared_ptr<PixelBuffer>& frame,
                                                  MediaTime presentationTimeStamp,
                                                  std::optional<MediaTime> duration) {
-  const auto* captured = dynamic_cast<const MacPixelBuffer*>(picture.get());
+  const auto* captured = dynamic_cast<const MacPixelBuffer*>(frame.get());
   if (captured == nullptr) return kVTParameterErr;
   return VTCompressionSessionEncodeFrame(session.get(), captured->pixelBuffer(),
                                          toTime(presentationTimeStamp), toTime(duration), nullptr,

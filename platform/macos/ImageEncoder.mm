@@ -31,9 +31,9 @@ class MacImageContext final : public ImageContext {
       : context([CIContext contextWithOptions:
                                @{kCIContextCacheIntermediates : @(cacheIntermediates)}]) {}
 
-  [[nodiscard]] std::optional<Data> jpegRepresentation(const PixelBuffer& picture,
+  [[nodiscard]] std::optional<Data> jpegRepresentation(const PixelBuffer& frame,
                                                        double compressionFactor) override {
-    const auto* captured = dynamic_cast<const MacPixelBuffer*>(&picture);
+    const auto* captured = dynamic_cast<const MacPixelBuffer*>(&frame);
     if (captured == nullptr) return {};
     @autoreleasepool {
       NSData* file = jpegFile(captured->pixelBuffer(), compressionFactor);
@@ -43,8 +43,8 @@ class MacImageContext final : public ImageContext {
   }
 
  private:
-  [[nodiscard]] NSData* jpegFile(CVPixelBufferRef picture, double compressionFactor) const {
-    CIImage* image = [[CIImage alloc] initWithCVPixelBuffer:picture];
+  [[nodiscard]] NSData* jpegFile(CVPixelBufferRef frame, double compressionFactor) const {
+    CIImage* image = [[CIImage alloc] initWithCVPixelBuffer:frame];
     if (image == nil) return nil;
     const BitmapImage rendered([context createCGImage:image fromRect:image.extent]);
     if (rendered == nullptr) return nil;

@@ -1,4 +1,4 @@
-// Any bytes taken for the units of a picture make the payload that a plain reading of them makes,
+// Any bytes taken for the units of a frame make the payload that a plain reading of them makes,
 // or none.
 
 #include <algorithm>
@@ -52,7 +52,7 @@ std::optional<Bytes> plainPayload(const H264ParameterSets& sets,
 }  // namespace
 
 // The first byte says which parameter sets there are, how many bytes each has, and whether the
-// picture is a key frame.
+// frame is a key frame.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {  // NOLINT
   if (size == 0) return 0;
   const auto choice = data[0];
