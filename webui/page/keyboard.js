@@ -49,7 +49,8 @@ export class Keyboard {
     this.#releaseUnseen(event);
     if (this.#isMac && code === 'CapsLock') this.#tap(code);
     // macOS keeps to itself what goes up while Command is held.
-    if (isMeta(code)) this.#releaseAll((held) => !isModifier(held));
+    const others = () => Object.keys(this.#keyCodes).filter((other) => !isModifier(other));
+    if (isMeta(code)) this.#releaseHeld(others());
     if (this.holds(code)) this.#release(code);
     return true;
   }
@@ -81,9 +82,9 @@ export class Keyboard {
     this.#input.push({action: 'keyUp', keyCode: this.#keyCodes[code]});
   }
 
-  #releaseAll(chosen) {
-    for (const code of Object.keys(this.#keyCodes)) {
-      if (chosen(code) && this.holds(code)) this.#release(code);
+  #releaseHeld(codes) {
+    for (const code of codes) {
+      if (this.holds(code)) this.#release(code);
     }
   }
 
@@ -91,8 +92,7 @@ export class Keyboard {
   // before AltGr that nobody pressed.
   #releaseUnseen(event) {
     for (const {codes, isDown} of modifiers) {
-      if (codes.includes(event.code) || isDown(event)) continue;
-      this.#releaseAll((held) => codes.includes(held));
+      if (!codes.includes(event.code) && !isDown(event)) this.#releaseHeld(codes);
     }
   }
 }

@@ -114,12 +114,18 @@ class Program {
 };
 
 TEST(Program, NeedsALinkToAHost) {
-  for (const char* variable :
-       {static_cast<const char*>(nullptr), "QUORVIN_UI_FD=", "QUORVIN_UI_FD=x", "QUORVIN_UI_FD=3x",
-        "QUORVIN_UI_FD=-1", "QUORVIN_UI_FD=1000"}) {
+  constexpr const char* notSet = "is not set; start quorvin-support, which starts this program";
+  constexpr const char* noNumber = "is not a descriptor number.";
+  const std::vector<std::pair<const char*, const char*>> cases{
+      {nullptr, notSet},
+      {"QUORVIN_UI_FD=", notSet},
+      {"QUORVIN_UI_FD=x", noNumber},
+      {"QUORVIN_UI_FD=3x", noNumber},
+      {"QUORVIN_UI_FD=-1", noNumber},
+      {"QUORVIN_UI_FD=1000", "names no open descriptor."}};
+  for (const auto& [variable, complaint] : cases) {
     Program program(variable);
-    const auto line = program.readLine();
-    EXPECT_TRUE(line.starts_with("quorvin-webui: QUORVIN_UI_FD ")) << line;
+    EXPECT_EQ(program.readLine(), std::string("quorvin-webui: QUORVIN_UI_FD ") + complaint);
     EXPECT_EQ(program.exitStatus(), 1);
     EXPECT_EQ(program.rest, "");
   }

@@ -154,10 +154,9 @@ std::optional<Damage> FrameComposer::scaleCopy(SurfacePool::Surface& surface) {
   return damageMeanwhile;
 }
 
-// Returns the damage since the last reply, or nothing if the display cannot be read. The server
-// reads the pixels between two requests for damage, so they may or may not show what the second
-// reply names. That damage therefore counts twice: in this frame and in the next. All other pixels
-// are what any earlier frame shows, or what the first reply named.
+// The server reads the pixels between two requests for damage, so they may or may not show what the
+// second reply names. That damage therefore counts twice: in this frame and in the next. All other
+// pixels are what any earlier frame shows, or what the first reply named.
 std::optional<Damage> FrameComposer::read(const PixelRegion& region, PixelImage& target) {
   const auto fetched = std::exchange(fetch, {});
   const PixelRegion rest =

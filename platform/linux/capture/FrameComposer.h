@@ -66,8 +66,8 @@ class FrameComposer {
   void dropFetch();
   void compare();
   [[nodiscard]] SurfacePool::Surface& takeSurface();
-  // Both bring their image up to date with what is pending. They return the damage since the last
-  // reply, or nothing if the display cannot be read.
+  // Each brings its image up to date, and returns the damage since the last reply, or nothing if
+  // the display cannot be read.
   [[nodiscard]] std::optional<Damage> draw(SurfacePool::Surface& surface);
   [[nodiscard]] std::optional<Damage> scaleCopy(SurfacePool::Surface& surface);
   [[nodiscard]] std::optional<Damage> read(const PixelRegion& region, PixelImage& target);
