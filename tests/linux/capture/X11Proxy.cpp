@@ -160,15 +160,21 @@ void X11Proxy::passRequests(const Connection& connection) {
   const int client = connection.client.get();
   const int server = connection.server.get();
   for (auto next = nextGreeting(client); next; next = nextRequest(client)) {
+    // Before the server can answer: a client that has its answer may already want the next held.
+    holdIfLast(*next);
     if (!sendAll(server, next->data(), next->size())) break;
-    waitBehind(*next);
+    waitUntilFree();
   }
   shutdown(server, SHUT_RDWR);
 }
 
-void X11Proxy::waitBehind(const std::vector<std::uint8_t>& request) {
-  std::unique_lock lock(mutex);
+void X11Proxy::holdIfLast(const std::vector<std::uint8_t>& request) {
+  const std::scoped_lock lock(mutex);
   if (std::pair<int, int>(request[0], request[1]) == heldAfter) isHeld = true;
+}
+
+void X11Proxy::waitUntilFree() {
+  std::unique_lock lock(mutex);
   changed.wait(lock, [this] { return !isHeld; });
 }
 

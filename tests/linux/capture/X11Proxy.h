@@ -42,7 +42,8 @@ class X11Proxy {
 
   void accept();
   void passRequests(const Connection& connection);
-  void waitBehind(const std::vector<std::uint8_t>& request);
+  void holdIfLast(const std::vector<std::uint8_t>& request);
+  void waitUntilFree();
 
   const std::string name = unusedDisplay();
   const std::string serverPath;
