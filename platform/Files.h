@@ -17,6 +17,7 @@ namespace quorvin {
 class Files : public Interface {
  public:
   // Where the running bundle lies, standardised; the executable's folder when it is in no bundle.
+  // What this, `homeDirectory` and `standardized` give can be compared byte by byte.
   [[nodiscard]] virtual std::filesystem::path bundlePath() = 0;
   // The running executable as the system names it; nothing when it cannot be found.
   [[nodiscard]] virtual std::optional<std::filesystem::path> executablePath() = 0;
@@ -45,7 +46,7 @@ class Files : public Interface {
   [[nodiscard]] virtual bool fileExists(const std::filesystem::path& path) = 0;
 
   // Fails when anything, even a link that leads nowhere, has the link's name. The destination need
-  // not exist.
+  // not exist. It is absolute, as every path is; systems differ in what they make of another one.
   virtual void createSymbolicLink(const std::filesystem::path& link,
                                   const std::filesystem::path& destination) = 0;
   // What the link says, unchanged: it may be relative to the link's folder.

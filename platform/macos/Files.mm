@@ -16,6 +16,12 @@ std::optional<std::filesystem::path> pathOf(NSURL* url) {
   return toString(url.path);
 }
 
+// The system composes characters in one way or the other, whichever way a path came, and finds a
+// file by either. Paths that are compared are all decomposed, as the system's own file paths are.
+std::filesystem::path comparable(NSString* path) {
+  return toString(path.decomposedStringWithCanonicalMapping);
+}
+
 void requireSuccess(BOOL isDone, NSError* error) {
   if (!isDone) throw toError(error);
 }
@@ -23,7 +29,7 @@ void requireSuccess(BOOL isDone, NSError* error) {
 }  // namespace
 
 std::filesystem::path MacFiles::bundlePath() {
-  return toString(NSBundle.mainBundle.bundleURL.URLByStandardizingPath.path);
+  return comparable(NSBundle.mainBundle.bundleURL.URLByStandardizingPath.path);
 }
 
 std::optional<std::filesystem::path> MacFiles::executablePath() {
@@ -34,7 +40,7 @@ std::filesystem::path MacFiles::homeDirectoryForCurrentUser() {
   return toString(NSFileManager.defaultManager.homeDirectoryForCurrentUser.path);
 }
 
-std::filesystem::path MacFiles::homeDirectory() { return toString(NSHomeDirectory()); }
+std::filesystem::path MacFiles::homeDirectory() { return comparable(NSHomeDirectory()); }
 
 std::optional<std::filesystem::path> MacFiles::desktopDirectory() {
   NSArray<NSURL*>* folders = [NSFileManager.defaultManager URLsForDirectory:NSDesktopDirectory
@@ -43,7 +49,7 @@ std::optional<std::filesystem::path> MacFiles::desktopDirectory() {
 }
 
 std::filesystem::path MacFiles::standardized(const std::filesystem::path& path) {
-  return toString(urlOf(path).URLByStandardizingPath.path);
+  return comparable(urlOf(path).URLByStandardizingPath.path);
 }
 
 void MacFiles::createDirectory(const std::filesystem::path& path) {

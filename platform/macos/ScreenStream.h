@@ -21,6 +21,9 @@ namespace quorvin {
 // ScreenCaptureKit may refuse to stop a stream whose start it has not answered, and that stream
 // would then run on. Such a stop is asked for once more when the start is answered, which is why it
 // gets a handler even without a completion. It is the second stop that the completion hears of.
+//
+// Nor does anything promise that a stream which is let go of stops. So the last thing that happens
+// to one that may still run is a stop.
 class MacScreenStream final : public ScreenStream,
                               public std::enable_shared_from_this<MacScreenStream> {
  public:
@@ -48,7 +51,9 @@ class MacScreenStream final : public ScreenStream,
   // Any thread.
   void requestStop(Completion completion);
   void stopOnceStarted(const Completion& completion);
-  void startAnswered();
+  void startAnswered(NSError* error);
+  // Whether nobody has stopped what was started; whoever asks is to do it.
+  [[nodiscard]] bool takeOwedStop();
   [[nodiscard]] bool isStarting();
 
   QuorvinStreamDelegate* delegateBridge;
@@ -57,6 +62,7 @@ class MacScreenStream final : public ScreenStream,
 
   Mutex mutex;
   bool startIsUnanswered QUORVIN_GUARDED_BY(mutex) = false;
+  bool isStopOwed QUORVIN_GUARDED_BY(mutex) = false;
   std::vector<Completion> refusedStops QUORVIN_GUARDED_BY(mutex);
 };
 

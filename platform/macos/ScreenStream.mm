@@ -39,9 +39,16 @@ CompletionHandler _Nullable handlerFor(std::shared_ptr<MacScreenStream> stream,
   };
 }
 
+bool isStreamError(NSError* error, SCStreamErrorCode code) {
+  return [error.domain isEqualToString:SCStreamErrorDomain] && error.code == code;
+}
+
 bool saysThatThereIsNothingToStop(NSError* error) {
-  return [error.domain isEqualToString:SCStreamErrorDomain] &&
-         error.code == SCStreamErrorAttemptToStopStreamState;
+  return isStreamError(error, SCStreamErrorAttemptToStopStreamState);
+}
+
+bool saysThatItRunsAlready(NSError* error) {
+  return isStreamError(error, SCStreamErrorAttemptToStartStreamState);
 }
 
 }  // namespace
@@ -54,14 +61,23 @@ MacScreenStream::MacScreenStream(SCContentFilter* filter, const StreamConfigurat
                                      delegate:delegateBridge]) {}
 
 MacScreenStream::~MacScreenStream() {
-  stream = nil;  // first, so that it queues nothing after these blocks
+  __block SCStream* ending = std::exchange(stream, nil);
+  const auto lastOutputs = outputs;
   QuorvinStreamDelegate* delegate = delegateBridge;
-  for (const auto& output : outputs) {
-    QuorvinStreamOutput* bridge = output.bridge;
-    dispatch_async(output.queue, ^{
-      static_cast<void>(delegate);
-      static_cast<void>(bridge);
-    });
+  const auto end = ^(NSError*) {
+    ending = nil;  // first, so that it queues nothing after these blocks
+    for (const auto& output : lastOutputs) {
+      QuorvinStreamOutput* bridge = output.bridge;
+      dispatch_async(output.queue, ^{
+        static_cast<void>(delegate);
+        static_cast<void>(bridge);
+      });
+    }
+  };
+  if (takeOwedStop()) {
+    [ending stopCaptureWithCompletionHandler:end];
+  } else {
+    end(nil);
   }
 }
 
@@ -86,10 +102,11 @@ void MacScreenStream::startCapture(Completion completion) {
   {
     const MutexLock lock(mutex);
     startIsUnanswered = true;
+    isStopOwed = true;
   }
   const auto self = shared_from_this();
   [stream startCaptureWithCompletionHandler:^(NSError* error) {
-    self->startAnswered();
+    self->startAnswered(error);
     if (completion) completion(toOptionalError(error));
   }];
 }
@@ -99,11 +116,13 @@ void MacScreenStream::stopCapture(Completion completion) {
   const auto self = shared_from_this();
   [stream stopCaptureWithCompletionHandler:^(NSError* error) {
     if (saysThatThereIsNothingToStop(error)) return self->stopOnceStarted(completion);
+    static_cast<void>(self->takeOwedStop());
     if (completion) completion(toOptionalError(error));
   }];
 }
 
 void MacScreenStream::requestStop(Completion completion) {
+  static_cast<void>(takeOwedStop());
   [stream stopCaptureWithCompletionHandler:handlerFor(shared_from_this(), std::move(completion))];
 }
 
@@ -115,14 +134,20 @@ void MacScreenStream::stopOnceStarted(const Completion& completion) {
   requestStop(completion);
 }
 
-void MacScreenStream::startAnswered() {
+void MacScreenStream::startAnswered(NSError* error) {
   std::vector<Completion> refused;
   {
     const MutexLock lock(mutex);
     startIsUnanswered = false;
+    if (error != nil && !saysThatItRunsAlready(error)) isStopOwed = false;
     refused.swap(refusedStops);
   }
   for (const auto& completion : refused) requestStop(completion);
+}
+
+bool MacScreenStream::takeOwedStop() {
+  const MutexLock lock(mutex);
+  return std::exchange(isStopOwed, false);
 }
 
 bool MacScreenStream::isStarting() {

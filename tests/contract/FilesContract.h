@@ -21,6 +21,11 @@ class FilesWorld {
 
   virtual Files& files() = 0;
   virtual std::filesystem::path folder() = 0;
+  // As somebody else may make it: the destination can be relative.
+  virtual void makeLink(const std::filesystem::path& link,
+                        const std::filesystem::path& destination) {
+    std::filesystem::create_symlink(destination, link);
+  }
 };
 
 class FilesContract : public Contract<FilesWorld> {

@@ -12,6 +12,10 @@ class FakeFilesWorld final : public FilesWorld {
   FakeFilesWorld() { fake.addDirectory(folder()); }
 
   Files& files() override { return fake; }
+  void makeLink(const std::filesystem::path& link,
+                const std::filesystem::path& destination) override {
+    fake.addLink(link, destination);
+  }
   std::filesystem::path folder() override { return "/tree"; }
 
  private:

@@ -214,6 +214,7 @@ TEST_F(ScreenStreamTest, TellsWhyItCouldNotStop) {
   stream->stopCapture(stopped.completion());
   standin::settle();
   EXPECT_THAT(stopped.given(), ElementsAre(failure()));
+  stream->stopCapture({});
 }
 
 // ---- reconfiguring ----
@@ -296,15 +297,39 @@ TEST_F(ScreenStreamTest, ReportsNoEndOnceItHasBeenReleased) {
 
 // ---- release ----
 
-TEST_F(ScreenStreamTest, StopsByItselfWhenItIsReleased) {
+TEST_F(ScreenStreamTest, IsStoppedWhenItIsReleasedWhileItRuns) {
   const auto output = std::make_shared<RecordingOutput>();
   auto stream = makeRunningStream(output);
   EXPECT_TRUE(newestStream()->isRunning());
+  standin::holdAnswers();
   stream.reset();
-  EXPECT_FALSE(newestStream()->isAlive());
+  EXPECT_TRUE(newestStream()->isAlive()) << "until the stop is answered";
   EXPECT_FALSE(newestStream()->isRunning());
-  EXPECT_FALSE(newestStream()->sendSample({}));
+  standin::releaseAnswers();
+  standin::settle();
+  EXPECT_FALSE(newestStream()->isAlive());
+  EXPECT_THAT(standin::callsOf(stopRequest), SizeIs(1));
+}
+
+TEST_F(ScreenStreamTest, IsStoppedOnceAndOnlyIfItMayRun) {
+  makeStream().reset();
+  auto stream = makeStream();
+  standin::failNext(CaptureRequest::start, scriptedFailure());
+  stream->startCapture({});
+  standin::settle();
+  stream.reset();
   EXPECT_THAT(standin::callsOf(stopRequest), IsEmpty());
+  stream = makeRunningStream(std::make_shared<RecordingOutput>());
+  stream->stopCapture({});
+  stream.reset();
+  standin::settle();
+  EXPECT_THAT(standin::callsOf(stopRequest), SizeIs(1));
+  stream = makeRunningStream(std::make_shared<RecordingOutput>());
+  stream->startCapture({});  // which is refused
+  standin::settle();
+  stream.reset();
+  standin::settle();
+  EXPECT_THAT(standin::callsOf(stopRequest), SizeIs(2));
 }
 
 TEST_F(ScreenStreamTest, AnswersAStartAlthoughItWasReleasedMeanwhile) {
@@ -355,6 +380,7 @@ TEST_F(ScreenStreamTest, KeepsItsOutputForASampleThatItsReleaseLeavesBehind) {
   const auto output = std::make_shared<RecordingOutput>();
   auto stream = makeRunningStream(output);
   newestStream()->leaveSampleBehind();
+  stream->stopCapture({});
   standin::hold(queueLabel);
   stream.reset();
   EXPECT_FALSE(newestStream()->isAlive());
@@ -420,6 +446,7 @@ TEST_F(ScreenStreamTest, RepeatsNoStopThatFailsForAnotherReason) {
   standin::settle();
   EXPECT_THAT(answers.given(), ElementsAre(std::nullopt, failure()));
   EXPECT_THAT(standin::callsOf(stopRequest), SizeIs(1));
+  stream->stopCapture({});
 }
 
 TEST_F(ScreenStreamTest, RepeatsNoStopOfAStreamWhoseStartWasAnswered) {
@@ -433,6 +460,7 @@ TEST_F(ScreenStreamTest, RepeatsNoStopOfAStreamWhoseStartWasAnswered) {
               ElementsAre(Error(capture.streamErrorDomain(), SCStreamErrorAttemptToStopStreamState,
                                 "Too late.")));
   EXPECT_THAT(standin::callsOf(stopRequest), SizeIs(1));
+  stream->stopCapture({});
 }
 
 }  // namespace

@@ -84,6 +84,18 @@ TEST_F(LaunchTest, TellsTheUserInterfaceWhetherItCanBeSeen) {
   });
 }
 
+TEST_F(LaunchTest, HasTheLastWordOnWhetherItCanBeSeen) {
+  run([this] {
+    [window() miniaturize:nil];
+    takeLifecycleState();
+    // The engine says "resumed", as it goes by the application.
+    standin::deactivateApplication();
+    standin::activateApplication();
+    standin::changeApplicationOcclusion();
+    EXPECT_EQ(takeLifecycleState(), hidden);
+  });
+}
+
 TEST_F(LaunchTest, IgnoresWhatHappensToOtherWindows) {
   run([this] {
     takeLifecycleState();
@@ -104,6 +116,36 @@ TEST_F(LaunchTest, EndsWithItsWindow) {
               EXPECT_TRUE(standin::applicationHasTerminated());
             }),
             0);
+}
+
+TEST_F(LaunchTest, GoesOnUntilTheUserInterfaceLetsItEnd) {
+  run([this] {
+    standin::askBeforeTermination();
+    startSession();
+    [window() close];
+    EXPECT_FALSE(standin::applicationHasTerminated());
+    standin::answerTermination(false);
+    EXPECT_TRUE(sendFrame({})) << "nobody has ended the session";
+    EXPECT_THAT(takeEvents(), SizeIs(1));
+    [NSApp terminate:nil];
+    EXPECT_FALSE(standin::applicationHasTerminated());
+    standin::answerTermination(true);
+    EXPECT_TRUE(standin::applicationHasTerminated());
+  });
+  EXPECT_FALSE(newestStream()->isRunning());
+}
+
+TEST_F(LaunchTest, ComesUpWhicheverObjectOfTheNibIsWokenFirst) {
+  for (const bool wakesWindowFirst : {false, true}) {
+    standin::setMainNib({.delegateClass = "AppDelegate",
+                         .windowClass = "MainFlutterWindow",
+                         .wakesWindowFirst = wakesWindowFirst});
+    run([this] {
+      EXPECT_TRUE(window().isVisible);
+      EXPECT_EQ(takeLifecycleState(), resumed);
+    });
+    standin::resetAppKit();
+  }
 }
 
 TEST_F(LaunchTest, RunsUnattendedWithoutShowingItself) {

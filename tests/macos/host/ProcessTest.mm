@@ -2,12 +2,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 #if __has_feature(address_sanitizer)
 #include <sanitizer/lsan_interface.h>
 #endif
 
+#import <CoreGraphics/CoreGraphicsControl.h>
 #import <Foundation/FoundationControl.h>
 #include <unistd.h>
 
@@ -89,18 +91,31 @@ TEST_F(ProcessDeathTest, RunsUnattendedWhereThatIsEnabled) {
 // A home folder of the test's own, with the program installed in it.
 class InstalledCopy {
  public:
-  InstalledCopy() {
-    const auto bundle = home.path("Applications/Quorvin Support.app");
-    executable = bundle / "Contents/MacOS/Quorvin Support";
-    standin::setHomeFolder(home.path());
+  explicit InstalledCopy(const std::string& user = "someone") : root(home.path(user)) {
+    std::filesystem::create_directories(root);
+    const auto bundle = root + "/Applications/Quorvin Support.app";
+    executable = bundle + "/Contents/MacOS/Quorvin Support";
+    standin::setHomeFolder(root);
     standin::setMainBundle(bundle, executable);
   }
 
   [[nodiscard]] std::string agentFile() const {
-    return home.path("Library/LaunchAgents/com.quorvin.support.unattended.plist");
+    return root + "/Library/LaunchAgents/com.quorvin.support.unattended.plist";
+  }
+
+  // The process that runs main() has a folder of its own, which nobody else sees.
+  void showAgentAtExit() const {
+    static std::string file;
+    file = agentFile();
+    std::atexit([] {
+      std::string text = "no agent";
+      if (std::ifstream agent(file); agent) std::getline(agent, text);
+      std::fputs((text + "\n").c_str(), stderr);
+    });
   }
 
   TemporaryFolder home;
+  std::string root;
   std::string executable;
 };
 
@@ -127,15 +142,57 @@ TEST_F(ProcessDeathTest, InstallsUnattendedAccess) {
 
 TEST_F(ProcessDeathTest, LeavesNoAgentThatCouldNotBeRegistered) {
   const InstalledCopy copy;
-  const auto life = [] {
+  const auto life = [&copy] {
     showTasks(5);
+    copy.showAgentAtExit();
     setArguments({"/quorvin-support", "--install-unattended"});
     runMain();
   };
   EXPECT_EXIT(life(), ExitedWithCode(1),
               "Quorvin unattended access error: "
-              "macOS could not register the login startup item.\n$");
-  EXPECT_FALSE(std::filesystem::exists(copy.agentFile()));
+              "macOS could not register the login startup item.\nno agent\n$");
+}
+
+TEST_F(ProcessDeathTest, InstallsForAUserWithAnUmlaut) {
+  const InstalledCopy copy("J\u00FCrgen");
+  const auto life = [] {
+    setArguments({"/quorvin-support", "--install-unattended", "--name", "Front desk"});
+    runMain();
+  };
+  EXPECT_EXIT(life(), ExitedWithCode(0), "^Quorvin unattended access is enabled");
+}
+
+// For some seconds after a running agent was taken out, the system takes none in.
+TEST_F(ProcessDeathTest, SaysThatARunningAgentCouldNotBeReplacedYet) {
+  const InstalledCopy copy;
+  const auto life = [&copy] {
+    standin::setTaskRunner([](const standin::Task& task) {
+      std::fprintf(stderr, "%s\n", task.arguments.at(0).c_str());
+      return standin::TaskOutcome{.status = task.arguments.at(0) == "bootstrap" ? 5 : 0};
+    });
+    const std::filesystem::path agent = copy.agentFile();
+    std::filesystem::create_directories(agent.parent_path());
+    std::ofstream(agent) << "the agent so far";
+    copy.showAgentAtExit();
+    setArguments({"/quorvin-support", "--install-unattended"});
+    runMain();
+  };
+  EXPECT_EXIT(life(), ExitedWithCode(1),
+              "^bootout\nbootstrap\nbootstrap\nQuorvin unattended access error: "
+              "macOS could not register the login startup item.\nthe agent so far\n$");
+}
+
+// The answers are those for whoever is responsible for the process: in a terminal, the terminal.
+TEST_F(ProcessDeathTest, GoesByThePermissionsOfWhoeverIsResponsible) {
+  const InstalledCopy copy;
+  const auto life = [] {
+    standin::setScreenCapturePreflight(false);
+    setArguments({"/quorvin-support", "--install-unattended"});
+    runMain();
+  };
+  EXPECT_EXIT(life(), ExitedWithCode(1),
+              "^Quorvin unattended access error: Open Quorvin Support "
+              "once and allow Screen Recording and Accessibility");
 }
 
 TEST_F(ProcessDeathTest, InstallsOnlyFromAnInstalledCopy) {

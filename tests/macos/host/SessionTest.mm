@@ -32,10 +32,10 @@ class SessionTest : public HostFixture {
     }
     return alike;
   }
-  static Value settings(std::int64_t maxWidth) {
+  static Value settings(std::int64_t maxWidth, std::int64_t queueDepth = 5) {
     return Map{{"profile", "fast"},     {"show_cursor", false}, {"codec", "jpeg"},
                {"max_width", maxWidth}, {"max_height", 480},    {"fps", 15},
-               {"bitrate_mbps", 4},     {"jpeg_quality", 60},   {"queue_depth", 5}};
+               {"bitrate_mbps", 4},     {"jpeg_quality", 60},   {"queue_depth", queueDepth}};
   }
   static FlutterError stopEvent(const std::string& code, const standin::ErrorScript& error) {
     return {code, error.description, Map{{"domain", error.domain}, {"code", error.code}}};
@@ -244,6 +244,19 @@ TEST_F(SessionTest, ChangesItsPictureSettings) {
     EXPECT_THAT(takeFramesLike(red), ElementsAre(true));
     standin::failNext(CaptureRequest::update, {"com.example", 1, "No."});
     EXPECT_EQ(answer("configureStream", settings(800)), error("stream_settings_failed", "No."));
+    EXPECT_EQ(answer("stopCapture"), nothing());
+  });
+}
+
+TEST_F(SessionTest, ReportsAQueueThatIsTooShortForTheSystem) {
+  standin::setShareableContent({.displays = {{.displayID = 7, .width = 1440, .height = 900}}});
+  run([this] {
+    startSession();
+    EXPECT_EQ(answer("configureStream", settings(640, 2)),
+              error("stream_settings_failed", "The queue is too short."));
+    EXPECT_TRUE(sendFrame(red)) << "with the settings before";
+    EXPECT_THAT(takeFramesLike(red), ElementsAre(true));
+    EXPECT_EQ(answer("configureStream", settings(640, 3)), nothing());
     EXPECT_EQ(answer("stopCapture"), nothing());
   });
 }

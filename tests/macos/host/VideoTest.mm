@@ -191,6 +191,20 @@ TEST_F(VideoTest, EncodesOnTheCaptureQueue) {
   });
 }
 
+TEST_F(VideoTest, TakesFramesThatComeOutInsideTheCall) {
+  standin::callBackInsideTheCall();
+  run([this] {
+    startVideo();
+    EXPECT_TRUE(sendFrameAt(1));
+    EXPECT_TRUE(sendFrameAt(2));
+    EXPECT_THAT(takePayloads(), ElementsAre(keyFrame, keyFrame));
+    standin::setEncoder({});  // which drops the frame
+    EXPECT_TRUE(sendFrameAt(3));
+    EXPECT_THAT(takePayloads(), IsEmpty());
+    EXPECT_EQ(answer("stopCapture"), nothing());
+  });
+}
+
 TEST_F(VideoTest, ReadsAnEncodedFrameOffThatQueue) {
   run([this] {
     startVideo();

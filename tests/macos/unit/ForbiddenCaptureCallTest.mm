@@ -54,7 +54,7 @@ class ForbiddenCaptureCall : public StandInTest {
     SCStreamConfiguration* settings = [[SCStreamConfiguration alloc] init];
     settings.width = 8;
     settings.height = 6;
-    settings.queueDepth = 2;
+    settings.queueDepth = 3;
     return settings;
   }
 
@@ -131,6 +131,7 @@ TEST_F(ForbiddenCaptureCall, NeverAnswersForAStreamThatIsGone) {
     }];
   }
   EXPECT_EQ(heldAnswers(), 1);
+  EXPECT_THAT(takeViolations(), SizeIs(1)) << "the stream runs on";
   releaseAnswers();
   settle();
   EXPECT_EQ(answers, 0);
@@ -150,6 +151,7 @@ TEST_F(ForbiddenCaptureCall, HoldsItsOutputsAndItsDelegateWeakly) {
     [stream startCaptureWithCompletionHandler:nil];
     EXPECT_TRUE(captureStreams().back()->sendSample({}));
   }
+  [stream stopCaptureWithCompletionHandler:nil];
   EXPECT_EQ(weakOutput, nil);
   EXPECT_EQ(weakDelegate, nil);
   settle();
@@ -173,21 +175,31 @@ TEST_F(ForbiddenCaptureCall, IsNotToBeStoppedBeforeItsStartIsAnswered) {
   EXPECT_FALSE(captureStreams().back()->isRunning());
 }
 
+TEST_F(ForbiddenCaptureCall, GoesOnWhenItIsReleasedWithoutAStop) {
+  @autoreleasepool {
+    SCStream* stream = makeStream();
+    [stream startCaptureWithCompletionHandler:nil];
+  }
+  EXPECT_FALSE(captureStreams().back()->isAlive());
+  EXPECT_TRUE(captureStreams().back()->isRunning());
+  EXPECT_THAT(takeViolations(), SizeIs(1));
+}
+
 TEST_F(ForbiddenCaptureCall, CountsTheFramesThatAreStillHeld) {
   SCStream* stream = makeStream();
   StreamListener* listener = [[StreamListener alloc] init];
   addOutput(stream, listener);
   [stream startCaptureWithCompletionHandler:nil];
   const auto system = captureStreams().back();
-  EXPECT_TRUE(system->sendSample({}));
-  EXPECT_TRUE(system->sendSample({}));
-  EXPECT_FALSE(system->sendSample({})) << "two are on the queue, which is as deep as it goes";
+  for (int sample = 0; sample < 3; ++sample) EXPECT_TRUE(system->sendSample({}));
+  EXPECT_FALSE(system->sendSample({})) << "three are on the queue, which is as deep as it goes";
   EXPECT_TRUE(system->sendSample({.hasFrame = false}));
   settle();
   EXPECT_EQ(system->framesHeld(), 0);
   EXPECT_TRUE(system->sendSample({}));
   settle();
-  EXPECT_EQ(listener.samples, 4);
+  EXPECT_EQ(listener.samples, 5);
+  [stream stopCaptureWithCompletionHandler:nil];
 }
 
 }  // namespace

@@ -20,6 +20,8 @@ struct MainNib {
   // When a window that is to be visible at launch is put on the screen: with the nib's objects, or
   // only once the application has been restored to what it was.
   bool showsWindowWithNib = true;
+  // Nothing promises in which order the objects are woken.
+  bool wakesWindowFirst = false;
 };
 void setMainNib(MainNib nib);
 

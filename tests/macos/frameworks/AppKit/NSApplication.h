@@ -8,8 +8,14 @@ NS_ASSUME_NONNULL_BEGIN
 
 @class NSApplication, NSWindow;
 
+typedef NS_ENUM(NSUInteger, NSApplicationTerminateReply) {
+  NSTerminateCancel = 0,
+  NSTerminateNow = 1,
+};
+
 @protocol NSApplicationDelegate <NSObject>
 @optional
+- (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication*)sender;
 - (void)applicationDidFinishLaunching:(NSNotification*)notification;
 - (BOOL)applicationShouldTerminateAfterLastWindowClosed:(NSApplication*)sender;
 - (BOOL)applicationSupportsSecureRestorableState:(NSApplication*)app;

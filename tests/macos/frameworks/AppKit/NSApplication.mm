@@ -102,6 +102,7 @@ __kindof NSApplication* NSApp = nil;
     }
   }
   if (!appKitState().hasTerminated) [self terminate:nil];
+  if (!appKitState().hasTerminated) standin::violation("the application was left running");
   standin::settle();
 }
 
@@ -141,6 +142,10 @@ __kindof NSApplication* NSApp = nil;
 
 - (void)terminate:(id)sender {
   appKitCall("-[NSApplication terminate:]");
+  if ([self.delegate respondsToSelector:@selector(applicationShouldTerminate:)] &&
+      [self.delegate applicationShouldTerminate:self] == NSTerminateCancel) {
+    return;
+  }
   appKitState().hasTerminated = true;
   post(NSApplicationWillTerminateNotification, self);
 }

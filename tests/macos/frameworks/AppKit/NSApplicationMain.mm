@@ -31,8 +31,9 @@ NSArray* loadMainNib(const standin::MainNib& nib) {
     if ([delegate respondsToSelector:@selector(setMainFlutterWindow:)]) {
       [delegate performSelector:@selector(setMainFlutterWindow:) withObject:window];
     }
-    [(NSObject*)delegate awakeFromNib];
+    if (!nib.wakesWindowFirst) [(NSObject*)delegate awakeFromNib];
     [window awakeFromNib];
+    if (nib.wakesWindowFirst) [(NSObject*)delegate awakeFromNib];
     if (nib.showsWindowWithNib) [window makeKeyAndOrderFront:nil];
     // In the order in which they are to go.
     NSMutableArray* owned = [NSMutableArray array];

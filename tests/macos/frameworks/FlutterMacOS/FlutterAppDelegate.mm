@@ -6,11 +6,20 @@
 namespace {
 
 bool finishesLaunching = false;
+bool asksBeforeTermination = false;
 
 }  // namespace
 
 void standin::letFlutterAppDelegateFinishLaunching(bool implemented) {
   finishesLaunching = implemented;
+}
+
+void standin::askBeforeTermination() { asksBeforeTermination = true; }
+
+void standin::answerTermination(bool exits) {
+  if (!exits) return;
+  asksBeforeTermination = false;
+  [NSApp terminate:nil];
 }
 
 @implementation FlutterAppDelegate
@@ -21,6 +30,12 @@ void standin::letFlutterAppDelegateFinishLaunching(bool implemented) {
     return finishesLaunching;
   }
   return [super instancesRespondToSelector:selector];
+}
+
+- (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication*)sender {
+  standin::requireMainThread("-[FlutterAppDelegate applicationShouldTerminate:]");
+  standin::record("-[FlutterAppDelegate applicationShouldTerminate:]");
+  return asksBeforeTermination ? NSTerminateCancel : NSTerminateNow;
 }
 
 - (void)applicationDidFinishLaunching:(NSNotification*)notification {

@@ -14,6 +14,11 @@ namespace standin {
 // Whether the embedding's delegate has a method applicationDidFinishLaunching:, which it has not.
 void letFlutterAppDelegateFinishLaunching(bool implemented);
 
+// From now on the user interface is asked before the application terminates.
+void askBeforeTermination();
+// What it answers to one such question.
+void answerTermination(bool exits);
+
 struct DartReply {
   bool hasArrived = false;
   quorvin::FlutterReply answer;

@@ -57,7 +57,7 @@ void answerOnce(PendingAnswer& pending, bool isEngineThere, NSData* reply) {
   std::map<std::string, Handler> _handlers;
   std::vector<standin::SentMessage> _sent;
   NSMutableDictionary<NSString*, id<FlutterPluginRegistrar>>* _registrars;
-  id<NSObject> _terminationObserver;
+  NSMutableArray<id<NSObject>>* _observers;
 }
 
 - (instancetype)initWithName:(NSString*)labelPrefix
@@ -69,20 +69,47 @@ void answerOnce(PendingAnswer& pending, bool isEngineThere, NSData* reply) {
     _relay = [[FlutterBinaryMessengerRelay alloc] initWithParent:self];
     _registrars = [NSMutableDictionary dictionary];
     __weak FlutterEngine* weakSelf = self;
-    _terminationObserver = [NSNotificationCenter.defaultCenter
-        addObserverForName:NSApplicationWillTerminateNotification
-                    object:nil
-                     queue:nil
-                usingBlock:^(NSNotification*) {
-                  [weakSelf shutDownEngine];
-                }];
+    _observers = [NSMutableArray array];
+    [self observe:NSApplicationWillTerminateNotification
+             with:^{
+               [weakSelf shutDownEngine];
+             }];
+    for (NSNotificationName name in @[
+           NSApplicationDidBecomeActiveNotification, NSApplicationDidResignActiveNotification,
+           NSApplicationDidChangeOcclusionStateNotification
+         ]) {
+      [self observe:name
+               with:^{
+                 [weakSelf sendLifecycleState];
+               }];
+    }
   }
   return self;
 }
 
+- (void)observe:(NSNotificationName)name with:(dispatch_block_t)work {
+  [_observers addObject:[NSNotificationCenter.defaultCenter addObserverForName:name
+                                                                        object:nil
+                                                                         queue:nil
+                                                                    usingBlock:^(NSNotification*) {
+                                                                      work();
+                                                                    }]];
+}
+
+// The engine tells the user interface what it thinks of the whole application, on the channel on
+// which the host does so for its window.
+- (void)sendLifecycleState {
+  if (!_isRunning) return;
+  const std::string state =
+      [NSApp isActive] ? "AppLifecycleState.resumed" : "AppLifecycleState.inactive";
+  _sent.push_back({"flutter/lifecycle", quorvin::Bytes(state.begin(), state.end())});
+}
+
 - (void)dealloc {
   standin::requireMainThread("-[FlutterEngine dealloc]");
-  [NSNotificationCenter.defaultCenter removeObserver:_terminationObserver];
+  for (id<NSObject> observer in _observers) {
+    [NSNotificationCenter.defaultCenter removeObserver:observer];
+  }
 }
 
 - (BOOL)runWithEntrypoint:(NSString*)entrypoint {

@@ -15,6 +15,9 @@ namespace {
 
 std::string pathOf(NSURL* url) { return utf8Of(url.path); }
 
+// A Mac's file systems find a name whichever way it is composed.
+std::string pathOf(NSString* path) { return utf8Of(path.decomposedStringWithCanonicalMapping); }
+
 FileFailure writingFailure(const std::string& path) { return {.errnoValue = errno, .path = path}; }
 
 bool isExistingFolder(const std::string& path) {
@@ -83,7 +86,7 @@ FileOutcome removeItem(const std::string& path) {
 }
 
 - (NSString*)destinationOfSymbolicLinkAtPath:(NSString*)path error:(NSError**)error {
-  const auto name = standin::utf8Of(path);
+  const auto name = standin::pathOf(path);
   std::error_code failed;
   const auto destination = std::filesystem::read_symlink(name, failed);
   standin::FileOutcome outcome;
@@ -100,7 +103,7 @@ FileOutcome removeItem(const std::string& path) {
 
 - (BOOL)fileExistsAtPath:(NSString*)path {
   struct stat status {};
-  return stat(standin::utf8Of(path).c_str(), &status) == 0;
+  return stat(standin::pathOf(path).c_str(), &status) == 0;
 }
 
 @end

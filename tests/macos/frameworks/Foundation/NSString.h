@@ -37,6 +37,7 @@ typedef NS_OPTIONS(NSUInteger, NSStringEnumerationOptions) {
 @property(nullable, readonly) const char* UTF8String NS_RETURNS_INNER_POINTER;
 - (nullable NSData*)dataUsingEncoding:(NSStringEncoding)encoding allowLossyConversion:(BOOL)lossy;
 - (nullable NSData*)dataUsingEncoding:(NSStringEncoding)encoding;
+@property(readonly, copy) NSString* decomposedStringWithCanonicalMapping;
 - (BOOL)isEqualToString:(NSString*)aString;
 
 // The ranges of composed character sequences, in order, only; anything else is a violation.

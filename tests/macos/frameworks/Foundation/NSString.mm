@@ -136,6 +136,10 @@ void requireIndex(NSString* text, NSUInteger index, const char* operation) {
   return [self dataUsingEncoding:encoding allowLossyConversion:NO];
 }
 
+- (NSString*)decomposedStringWithCanonicalMapping {
+  return standin::stringOf(standin::decomposed(standin::unitsOf(self)));
+}
+
 - (BOOL)isEqualToString:(NSString*)aString {
   return aString != nil && standin::unitsOf(self) == standin::unitsOf(aString);
 }

@@ -1,5 +1,7 @@
 #import "tests/macos/frameworks/Foundation/Support.h"
 
+#include <filesystem>
+
 #include "tests/macos/frameworks/Foundation/FileSupport.h"
 
 @interface NSURL () {
@@ -8,6 +10,11 @@
 @end
 
 namespace {
+
+std::string absolute(const std::string& path) {
+  if (path.starts_with('/')) return path;
+  return standin::joined(std::filesystem::current_path().string(), path);
+}
 
 std::string withoutTrailingSlashes(std::string path) {
   while (path.size() > 1 && path.ends_with('/')) path.pop_back();
@@ -25,7 +32,8 @@ std::string withoutTrailingSlashes(std::string path) {
 + (NSURL*)fileURLWithPath:(NSString*)path {
   if (path == nil) standin::raiseInvalidArgument("+[NSURL fileURLWithPath:]: nil string parameter");
   NSURL* url = [[self alloc] init];
-  url->text = withoutTrailingSlashes(standin::utf8Of(path));
+  const auto text = standin::utf8Of(path.decomposedStringWithCanonicalMapping);
+  url->text = withoutTrailingSlashes(absolute(text));
   return autoreleased(url);
 }
 

@@ -14,6 +14,9 @@ namespace standin {
 // With U+FFFD for such a surrogate.
 [[nodiscard]] std::string repairedUtf8(std::u16string_view units);
 
+// Canonically decomposed (NFD), as the system's file paths are.
+[[nodiscard]] std::u16string decomposed(std::u16string_view units);
+
 struct UnitRange {
   std::size_t begin = 0;
   std::size_t end = 0;

@@ -1,6 +1,7 @@
 #include "tests/macos/frameworks/Foundation/Unicode.h"
 
 #include <unicode/ubrk.h>
+#include <unicode/unorm2.h>
 #include <unicode/ustring.h>
 
 #include <cstdint>
@@ -47,6 +48,17 @@ std::optional<std::string> utf8FromUtf16(std::u16string_view units) {
 }
 
 std::string repairedUtf8(std::u16string_view units) { return toUtf8(units, replacement).value(); }
+
+std::u16string decomposed(std::u16string_view units) {
+  auto status = U_ZERO_ERROR;
+  std::u16string result(units.size() * 4, u'\0');  // no character becomes more than four units
+  const auto length =
+      unorm2_normalize(unorm2_getNFDInstance(&status), units.data(), sizeOf(units.size()),
+                       result.data(), sizeOf(result.size()), &status);
+  if (U_FAILURE(status)) throw std::runtime_error("ICU cannot decompose a text");
+  result.resize(static_cast<std::size_t>(length));
+  return result;
+}
 
 UnitRange characterAround(std::u16string_view units, std::size_t index) {
   auto status = U_ZERO_ERROR;

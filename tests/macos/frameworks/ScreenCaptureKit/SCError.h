@@ -10,6 +10,7 @@ typedef NS_ERROR_ENUM(SCStreamErrorDomain, SCStreamErrorCode){
     SCStreamErrorAttemptToStartStreamState = -3807,
     SCStreamErrorAttemptToStopStreamState = -3808,
     SCStreamErrorAttemptToConfigState = -3810,
+    SCStreamErrorInvalidParameter = -3812,
     SCStreamErrorUserStopped = -3817,
     SCStreamErrorSystemStoppedStream = -3821,
 };

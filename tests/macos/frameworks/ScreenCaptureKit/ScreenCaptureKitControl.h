@@ -96,7 +96,8 @@ class CaptureStream {
   virtual ~CaptureStream() = default;
 
   [[nodiscard]] virtual bool isAlive() const = 0;  // not released yet
-  // Started and neither stopped, ended by the system nor released.
+  // Started and neither stopped nor ended by the system. One that is released meanwhile goes on,
+  // which is a violation: some report that a Mac goes on capturing then.
   [[nodiscard]] virtual bool isRunning() const = 0;
   [[nodiscard]] virtual CGDirectDisplayID displayID() const = 0;
   [[nodiscard]] virtual std::size_t excludedWindows() const = 0;

@@ -42,6 +42,8 @@ class StreamRecord final : public CaptureStream {
  private:
   NSError* refuse(CaptureRequest request, bool isAllowed, SCStreamErrorCode code,
                   const char* operation);
+  // For settings that the documentation rules out, but that only the system can tell.
+  NSError* refuseDepth(const StreamSettings& settings) const;
   std::size_t countFrames() const;  // with the lock held
 
   const CGDirectDisplayID display;

@@ -6,9 +6,15 @@
 
 #include <algorithm>
 
+#include "tests/macos/standin/CallLog.h"
 #include "tests/macos/standin/Threads.h"
 
 namespace standin {
+namespace {
+
+constexpr std::int64_t shallowestQueue = 3;
+
+}  // namespace
 
 bool StreamRecord::isAlive() const {
   const std::lock_guard lock(mutex);
@@ -83,7 +89,7 @@ void StreamRecord::leaveSampleBehind() {
 id StreamRecord::detach() {
   const std::lock_guard lock(mutex);
   isAttached = false;
-  running = false;
+  if (running) violation("an SCStream was let go of while it runs, and goes on capturing");
   return leavesSample ? makeSampleBuffer({.attachments = SampleScript().attachments}) : nil;
 }
 
@@ -95,10 +101,16 @@ NSError* StreamRecord::refuse(CaptureRequest request, bool isAllowed, SCStreamEr
   return makeError(streamError(code, "The stream is in the wrong state."));
 }
 
+NSError* StreamRecord::refuseDepth(const StreamSettings& settings) const {
+  if (settings.queueDepth >= shallowestQueue) return nil;
+  return makeError(streamError(SCStreamErrorInvalidParameter, "The queue is too short."));
+}
+
 NSError* StreamRecord::start(bool isToBeAnswered) {
   const std::lock_guard lock(mutex);
   NSError* error = refuse(CaptureRequest::start, !running, SCStreamErrorAttemptToStartStreamState,
                           "-[SCStream startCaptureWithCompletionHandler:]");
+  if (error == nil) error = refuseDepth(allSettings.back());
   if (error == nil) running = true;
   if (error == nil) startIsUnanswered = isToBeAnswered;
   return error;
@@ -122,6 +134,7 @@ NSError* StreamRecord::update(const StreamSettings& settings) {
   const std::lock_guard lock(mutex);
   NSError* error = refuse(CaptureRequest::update, running, SCStreamErrorAttemptToConfigState,
                           "-[SCStream updateConfiguration:completionHandler:]");
+  if (error == nil) error = refuseDepth(settings);
   if (error == nil) allSettings.push_back(settings);
   return error;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#import <VideoToolbox/VideoToolboxControl.h>
+#import <VideoToolbox/VideoToolboxScript.h>
 
 #include <condition_variable>
 #include <deque>
@@ -11,14 +11,14 @@
 namespace standin {
 
 // The way of one session's finished frames to its output callback: in order, one at a time, on a
-// system thread. Any thread.
+// system thread or inside the call that hands the frame in. Any thread.
 class EncodedFrameOutlet : public std::enable_shared_from_this<EncodedFrameOutlet> {
  public:
   EncodedFrameOutlet(VTCompressionOutputCallback callback, void* callbackRefCon)
       : callback(callback), callbackRefCon(callbackRefCon) {}
 
   // Takes the frame along; it is let go once the callback has run.
-  void add(id imageBuffer, void* sourceFrameRefCon, EncoderOutput output, bool isHeld);
+  void add(id imageBuffer, void* sourceFrameRefCon, EncoderOutput output, Delivery delivery);
   // Waits until everything that was added has come out, held frames too.
   void complete();
   // Drops what has not come out, and waits for a callback that is running.
@@ -32,6 +32,7 @@ class EncodedFrameOutlet : public std::enable_shared_from_this<EncodedFrameOutle
     EncoderOutput output;
   };
 
+  bool takeDelivery();   // with the mutex held; whether the caller is to deliver
   void startDelivery();  // with the mutex held
   void deliver();
   void hand(Frame frame) const;

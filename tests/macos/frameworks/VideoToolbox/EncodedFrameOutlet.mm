@@ -8,10 +8,14 @@
 namespace standin {
 
 void EncodedFrameOutlet::add(id imageBuffer, void* sourceFrameRefCon, EncoderOutput output,
-                             bool isHeld) {
-  const std::lock_guard lock(mutex);
-  frames.push_back({imageBuffer, sourceFrameRefCon, output});
-  if (!isHeld) startDelivery();
+                             Delivery delivery) {
+  {
+    const std::lock_guard lock(mutex);
+    frames.push_back({imageBuffer, sourceFrameRefCon, output});
+    if (delivery == Delivery::onSystemThread) startDelivery();
+    if (delivery != Delivery::insideTheCall || !takeDelivery()) return;
+  }
+  deliver();
 }
 
 void EncodedFrameOutlet::complete() {
@@ -36,9 +40,14 @@ bool EncodedFrameOutlet::isEmpty() {
   return frames.empty() && !isDelivering;
 }
 
-void EncodedFrameOutlet::startDelivery() {
-  if (isDelivering || frames.empty()) return;
+bool EncodedFrameOutlet::takeDelivery() {
+  if (isDelivering || frames.empty()) return false;
   isDelivering = true;
+  return true;
+}
+
+void EncodedFrameOutlet::startDelivery() {
+  if (!takeDelivery()) return;
   onSystemThread([self = shared_from_this()] { self->deliver(); });
 }
 

@@ -104,7 +104,7 @@ OSStatus VTCompressionSessionEncodeFrame(VTCompressionSessionRef session,
   const standin::EncoderOutput dropped{.infoFlags = kVTEncodeInfo_FrameDropped};
   encoder.outlet.add(frame, sourceFrameRefcon,
                      script.encoder ? script.encoder(frame, presentationTimeStamp) : dropped,
-                     script.holdsFrames);
+                     script.delivery);
   return noErr;
 }
 

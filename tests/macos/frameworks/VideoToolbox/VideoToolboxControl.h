@@ -34,6 +34,8 @@ void setPropertyStatus(const std::string& property, OSStatus status);
 void setCallStatus(const std::string& function, OSStatus status);
 // Keeps finished frames in the encoder until they are asked for, which completing them does too.
 void holdEncodedFrames();
+// Calls back before the call returns that hands a frame in, as Apple's documentation allows.
+void callBackInsideTheCall();
 
 // Sessions that have not been released.
 [[nodiscard]] std::size_t liveCompressionSessions();

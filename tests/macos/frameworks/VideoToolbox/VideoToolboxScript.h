@@ -7,6 +7,9 @@
 
 namespace standin {
 
+// When a finished frame comes out.
+enum class Delivery { onSystemThread, insideTheCall, onRequest };
+
 // What the test has asked for.
 struct VideoToolboxScript {
   Encoder encoder;
@@ -14,7 +17,7 @@ struct VideoToolboxScript {
   bool withholdsSessions = false;
   std::map<std::string, OSStatus> propertyStatuses;
   std::map<std::string, OSStatus> callStatuses;
-  bool holdsFrames = false;
+  Delivery delivery = Delivery::onSystemThread;
 };
 
 [[nodiscard]] VideoToolboxScript videoToolboxScript();

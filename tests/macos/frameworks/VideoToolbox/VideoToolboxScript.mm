@@ -61,7 +61,12 @@ void setCallStatus(const std::string& function, OSStatus status) {
 
 void holdEncodedFrames() {
   const std::lock_guard lock(mutex());
-  script().holdsFrames = true;
+  script().delivery = Delivery::onRequest;
+}
+
+void callBackInsideTheCall() {
+  const std::lock_guard lock(mutex());
+  script().delivery = Delivery::insideTheCall;
 }
 
 }  // namespace standin
