@@ -67,7 +67,8 @@ function(quorvin_add_mac_application target)
     "${QUORVIN_ICONUTIL}" --convert icns --output "${CMAKE_CURRENT_BINARY_DIR}/AppIcon.icns"
     "${QUORVIN_MAC_PACKAGING}/AppIcon.iconset")
 
-  foreach(framework IN LISTS QUORVIN_FLUTTER_FRAMEWORKS QUORVIN_FLUTTER_APP)
-    quorvin_embed_framework(${target} "${QUORVIN_FLUTTER_BUILD}/${framework}")
+  foreach(name IN LISTS QUORVIN_FLUTTER_FRAMEWORKS QUORVIN_FLUTTER_APP)
+    quorvin_find_flutter_framework(framework ${name})
+    quorvin_embed_framework(${target} "${framework}")
   endforeach()
 endfunction()

@@ -6,6 +6,7 @@ Usage: configuration_test.py CMAKE C_COMPILER CXX_COMPILER FOLDER_OF_GTESTS_CMAK
 
 import os
 import plistlib
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -16,8 +17,12 @@ ROOT = Path(__file__).resolve().parents[3]
 TOOLS = ("ibtool", "iconutil", "ditto", "install_name_tool", "otool", "sw_vers")
 FLUTTER = "FlutterMacOS.framework"
 APP = "App.framework"
-PLUGINS = tuple(
-    f"{name}/{name}.framework" for name in ("file_selector_macos", "shared_preferences_foundation")
+PLUGIN_NAMES = ("file_selector_macos", "shared_preferences_foundation")
+PLUGINS = tuple(f"{name}/{name}.framework" for name in PLUGIN_NAMES)
+# As `flutter build macos-framework` lays all of them out.
+XCFRAMEWORKS = tuple(
+    f"{name}.xcframework/macos-arm64_x86_64/{name}.framework"
+    for name in ("FlutterMacOS", "App", *PLUGIN_NAMES)
 )
 
 
@@ -43,7 +48,7 @@ class Configuration(unittest.TestCase):
         (self.folder / "tools" / name).unlink()
 
     def flutter_build(self, *frameworks):
-        products = self.folder / "products"
+        products = Path(tempfile.mkdtemp(dir=self.folder))
         for framework in frameworks:
             (products / framework).mkdir(parents=True)
         return products
@@ -87,19 +92,28 @@ class Configuration(unittest.TestCase):
         status, output = self.configure(self.flutter_build(FLUTTER))
         self.assertNotEqual(status, 0)
         for framework in (*PLUGINS, APP):
-            self.assertIn(f" {framework} ", output)
+            self.assertIn(f" {Path(framework).name} ", output)
         self.assertNotIn(f" {FLUTTER} ", output)
         self.assertIn("flutter build macos", output)
 
     def test_the_application_holds_nib_icon_and_frameworks(self):
-        status, output = self.configure(self.flutter_build(FLUTTER, APP, *PLUGINS))
+        for layout in ((FLUTTER, APP, *PLUGINS), XCFRAMEWORKS):
+            with self.subTest(layout=layout):
+                shutil.rmtree(self.build, ignore_errors=True)
+                self.expect_whole_application(self.flutter_build(*layout), layout)
+
+    def expect_whole_application(self, products, layout):
+        status, output = self.configure(products)
         self.assertEqual(status, 0, output)
         rules = self.rules()
         contents = "Quorvin$ Support.app/Contents"
         for name in ("MainMenu.nib", "AppIcon.icns"):
             self.assertIn(f"{contents}/Resources/{name}", rules)
-        for framework in (FLUTTER, APP, *PLUGINS):
-            self.assertIn(f"Contents/Frameworks/{Path(framework).name}", rules)
+        for framework in layout:
+            path = products / framework
+            self.assertIn(f"Contents/Frameworks/{path.name}", rules)
+            if path.name != APP:
+                self.assertRegex(rules, rf"-F{path.parent}\s")
         for framework in (
             "FlutterMacOS",
             "ScreenCaptureKit",

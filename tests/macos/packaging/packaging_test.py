@@ -65,6 +65,13 @@ class Entitlements(unittest.TestCase):
             {"com.apple.security.app-sandbox": False},
         )
 
+    def test_what_apple_grants_is_the_only_addition_to_a_release(self):
+        self.assertEqual(
+            self.entitlements("QuorvinSupportPersistent.entitlements"),
+            self.entitlements("QuorvinSupport.entitlements")
+            | {"com.apple.developer.persistent-content-capture": True},
+        )
+
     def test_a_debug_build_may_compile_while_it_runs(self):
         self.assertEqual(
             self.entitlements("QuorvinSupportDebug.entitlements"),
