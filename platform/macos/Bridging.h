@@ -2,6 +2,7 @@
 
 #import <Foundation/Foundation.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,6 +26,14 @@ inline std::optional<Error> toOptionalError(NSError* _Nullable error) {
   if (error == nil) return std::nullopt;
   return toError(error);
 }
+
+// Visits a value: the object of one that is neither null nor made of others.
+struct PlainObjectMaker {
+  id _Nonnull operator()(bool value) const { return [NSNumber numberWithBool:value]; }
+  id _Nonnull operator()(std::int64_t value) const { return [NSNumber numberWithLongLong:value]; }
+  id _Nonnull operator()(double value) const { return [NSNumber numberWithDouble:value]; }
+  id _Nonnull operator()(const std::string& value) const { return toNSString(value); }
+};
 
 // Shares the bytes, or copies them when they may still change; nil gives an empty run.
 Data toData(NSData* _Nullable bytes);

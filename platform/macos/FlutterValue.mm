@@ -62,12 +62,9 @@ NSDictionary* toNSDictionary(const Map& map) {
   return dictionary;
 }
 
-struct ObjectMaker {
+struct ObjectMaker : PlainObjectMaker {
+  using PlainObjectMaker::operator();
   id operator()(std::monostate /*null*/) const { return nil; }
-  id operator()(bool value) const { return [NSNumber numberWithBool:value]; }
-  id operator()(std::int64_t value) const { return [NSNumber numberWithLongLong:value]; }
-  id operator()(double value) const { return [NSNumber numberWithDouble:value]; }
-  id operator()(const std::string& value) const { return toNSString(value); }
   id operator()(const Data& value) const {
     return [FlutterStandardTypedData typedDataWithBytes:toNSData(value)];
   }

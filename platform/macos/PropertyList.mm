@@ -2,38 +2,45 @@
 
 #import <Foundation/Foundation.h>
 
+#include <variant>
+
 #import "platform/macos/Bridging.h"
-#import "platform/macos/FlutterValue.h"
 
 namespace quorvin {
 namespace {
 
-// Typed data and null, which no property list can hold, are left for the system to refuse.
-id propertyListObject(const Value& value) {
-  if (const auto* list = value.as<List>()) {
-    NSMutableArray* array = [NSMutableArray arrayWithCapacity:list->size()];
-    for (const auto& element : *list) [array addObject:propertyListObject(element)];
+struct PropertyListMaker : PlainObjectMaker {
+  using PlainObjectMaker::operator();
+  id operator()(const List& list) const {
+    NSMutableArray* array = [NSMutableArray arrayWithCapacity:list.size()];
+    for (const auto& element : list) [array addObject:std::visit(*this, element.variant())];
     return array;
   }
-  if (const auto* map = value.as<Map>()) {
-    NSMutableDictionary* dictionary = [NSMutableDictionary dictionaryWithCapacity:map->size()];
-    for (const auto& [key, element] : map->entries()) {
-      [dictionary setObject:propertyListObject(element) forKey:propertyListObject(key)];
+  id operator()(const Map& map) const {
+    NSMutableDictionary* dictionary = [NSMutableDictionary dictionaryWithCapacity:map.size()];
+    for (const auto& [key, element] : map.entries()) {
+      [dictionary setObject:std::visit(*this, element.variant())
+                     forKey:std::visit(*this, key.variant())];
     }
     return dictionary;
   }
-  if (const auto* data = value.as<Data>()) {
-    return [NSData dataWithBytes:data->data() length:data->size()];
+  id operator()(const Data& data) const {
+    return [NSData dataWithBytes:data.data() length:data.size()];
   }
-  id object = toObject(value);
-  return object == nil ? NSNull.null : object;
-}
+  // Numbers of one type and null, which no property list can hold, are left for the system to
+  // refuse.
+  template <typename Other>
+  id operator()(const Other& /*value*/) const {
+    return NSNull.null;
+  }
+};
 
 }  // namespace
 
 Data MacPropertyList::xmlData(const Value& propertyList) {
   NSError* error = nil;
-  NSData* xml = [NSPropertyListSerialization dataWithPropertyList:propertyListObject(propertyList)
+  id object = std::visit(PropertyListMaker(), propertyList.variant());
+  NSData* xml = [NSPropertyListSerialization dataWithPropertyList:object
                                                            format:NSPropertyListXMLFormat_v1_0
                                                           options:0
                                                             error:&error];
