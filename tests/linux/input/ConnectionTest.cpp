@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <xcb/xcb.h>
@@ -16,6 +15,7 @@
 
 #include "platform/linux/x11/X11Monitors.h"
 #include "tests/linux/input/InputHarness.h"
+#include "tests/linux/system/ForbidThreads.h"
 #include "tests/linux/system/UnusedDisplay.h"
 #include "tests/linux/system/WaitingTime.h"
 
@@ -55,15 +55,6 @@ TEST(InputConnection, PostsNothingWithoutADisplay) {
     EXPECT_EQ(events.displayBounds(1), Rect{});
     EXPECT_TRUE(journal.isEmpty());
   }
-}
-
-// A user who may have no further process has no further thread either; that does not bind root.
-void forbidThreads() {
-  constexpr rlimit none{0, 0};
-  constexpr uid_t nobody = 65534;
-  const bool isBound =
-      setrlimit(RLIMIT_NPROC, &none) == 0 && (getuid() != 0 || setuid(nobody) == 0);
-  if (!isBound) std::_Exit(2);
 }
 
 TEST(InputConnection, PostsNothingWithoutAThread) {

@@ -2,6 +2,8 @@
 #include <pthread.h>
 
 #include <array>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <memory>
@@ -10,7 +12,9 @@
 #include <thread>
 #include <vector>
 
+#include "platform/Error.h"
 #include "platform/linux/dispatch/Dispatch.h"
+#include "tests/linux/system/ForbidThreads.h"
 #include "tests/linux/system/Latch.h"
 #include "tests/linux/system/MainLoop.h"
 
@@ -188,6 +192,23 @@ TEST(LinuxDispatch, LetsTheThreadsOfForgottenQueuesGo) {
   const auto before = threadCount();
   for (int session = 0; session < 50; ++session) ASSERT_TRUE(runQueue());
   EXPECT_TRUE(runMainLoopUntil([&] { return threadCount() <= before; }));
+}
+
+TEST(LinuxDispatchDeathTest, DoesWithTheThreadsItHasWhenThereAreNoMore) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  const auto use = [] {
+    LinuxDispatch dispatch;
+    forbidThreads();
+    Latch ran;
+    for (int task = 0; task < 3; ++task) dispatch.globalQueue(qos)->async([&] { ran.hit(); });
+    try {
+      (void)dispatch.makeSerialQueue("test.more", qos);
+    } catch (const Error& error) {
+      std::fprintf(stderr, "%s\n", error.localizedDescription.c_str());
+    }
+    std::_Exit(ran.waitForHits(3) ? 0 : 1);
+  };
+  EXPECT_EXIT(use(), testing::ExitedWithCode(0), "^A thread could not be made: [^\n]*\\.\n$");
 }
 
 TEST(LinuxDispatchDeathTest, RefusesATimerOnTheGlobalQueue) {
