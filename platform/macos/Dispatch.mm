@@ -97,7 +97,10 @@ class MacDispatchTimer final : public DispatchTimer {
 MacDispatchQueue::MacDispatchQueue(dispatch_queue_t queue) : handle(queue) {}
 
 void MacDispatchQueue::async(Task task) {
-  const auto kept = std::make_shared<Task>(std::move(task));
+  // Not moved: libc++ leaves in a function that was moved from what it holds, which this thread
+  // could then be the last to let go of.
+  const auto kept = std::make_shared<Task>();
+  kept->swap(task);
   dispatch_async(handle, ^{
     // Taken out, since this function may be the last to let go of `kept`.
     std::exchange(*kept, nullptr)();
