@@ -16,9 +16,26 @@ struct ObjectTypeInfo final : std::type_info {
   explicit ObjectTypeInfo(const char* name) : std::type_info(name) {}
   ~ObjectTypeInfo() override;
 
-  // The thrown "type" is a pointer, and what is caught is its value.
-  [[nodiscard]] bool __is_pointer_p() const override { return true; }
-  bool __do_catch(const std::type_info* thrown, void** object, unsigned outer) const override;
+  // The thrown "type" is a pointer, and what is caught is its value. libc++abi asks the third of
+  // virtual functions that its headers do not show.
+#ifdef _LIBCPP_VERSION
+  virtual void first() const {}
+  virtual void second() const {}
+  virtual bool catches(const std::type_info* thrown, void*& object) const {
+    if (!isCaught(thrown, object)) return false;
+    object = *static_cast<void**>(object);
+    return true;
+  }
+#else
+  [[nodiscard]] bool __is_pointer_p() const override {
+    return true;
+  }
+  bool __do_catch(const std::type_info* thrown, void** object, unsigned /*outer*/) const override {
+    return isCaught(thrown, object);
+  }
+#endif
+  // `object` is where the thrown reference is.
+  bool isCaught(const std::type_info* thrown, const void* object) const;
 
   const Class* caught = nullptr;  // none for `id`
 };
@@ -73,10 +90,9 @@ int __objc_personality_v0(int version, int actions, std::uint64_t exceptionClass
 
 namespace objc {
 
-bool ObjectTypeInfo::__do_catch(const std::type_info* thrown, void** object,
-                                unsigned /*outer*/) const {
+bool ObjectTypeInfo::isCaught(const std::type_info* thrown, const void* object) const {
   if (thrown != &OBJC_EHTYPE_id) return false;
-  return caught == nullptr || inherits(static_cast<Object*>(*object)->isa, caught);
+  return caught == nullptr || inherits((*static_cast<Object* const*>(object))->isa, caught);
 }
 
 }  // namespace objc

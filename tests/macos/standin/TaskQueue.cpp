@@ -187,7 +187,7 @@ TaskQueue* currentQueue() {
   return isMainThread() ? mainQueue().get() : nullptr;
 }
 
-void runInPool(Work work) {
+void runInPool(Work&& work) {
   void* pool = objc_autoreleasePoolPush();
   work();
   work = nullptr;

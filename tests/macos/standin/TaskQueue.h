@@ -71,8 +71,9 @@ const std::shared_ptr<TaskQueue>& mainQueue();
 // outside any task; none elsewhere.
 [[nodiscard]] TaskQueue* currentQueue();
 
-// Runs the work in an autorelease pool of its own, and ends what it holds.
-void runInPool(Work work);
+// Runs the work in an autorelease pool of its own, and ends what it holds, also where a function
+// that was moved from would keep it.
+void runInPool(Work&& work);
 
 // Resumes every held label.
 void releaseHeldQueues();
