@@ -40,6 +40,17 @@ CF_EXPORT Boolean CFNumberIsFloatType(CFNumberRef number);
 
 CF_IMPLICIT_BRIDGING_DISABLED
 
+// ---- the run loop ----
+
+typedef double CFTimeInterval;
+typedef CFStringRef CFRunLoopMode;
+typedef CF_ENUM(SInt32, CFRunLoopRunResult) { kCFRunLoopRunTimedOut = 3 };
+
+CF_EXPORT const CFRunLoopMode kCFRunLoopDefaultMode;
+// Main thread. Moves the virtual clock by so many seconds and serves what falls due.
+CF_EXPORT CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode mode, CFTimeInterval seconds,
+                                                Boolean returnAfterSourceHandled);
+
 // ---- texts ----
 
 typedef UInt32 CFStringEncoding;

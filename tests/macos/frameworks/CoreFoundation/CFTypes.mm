@@ -2,6 +2,7 @@
 
 #include "tests/macos/frameworks/Foundation/NumberSupport.h"
 #include "tests/macos/standin/CallLog.h"
+#include "tests/macos/standin/Threads.h"
 
 // Core Foundation's types are Foundation's classes, so its functions are messages to them.
 
@@ -59,4 +60,12 @@ CFNumberType CFNumberGetType(CFNumberRef number) {
 Boolean CFNumberIsFloatType(CFNumberRef number) {
   const auto type = standin::numberIn((NSNumber*)number).type;
   return type == 'f' || type == 'd';
+}
+
+const CFRunLoopMode kCFRunLoopDefaultMode = CFSTR("kCFRunLoopDefaultMode");
+
+CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode /*mode*/, CFTimeInterval seconds,
+                                      Boolean /*returnAfterSourceHandled*/) {
+  standin::advance(static_cast<std::uint64_t>(seconds * 1e9));
+  return kCFRunLoopRunTimedOut;
 }

@@ -17,6 +17,7 @@ CGEventRef _Nullable CGEventCreateKeyboardEvent(CGEventSourceRef _Nullable sourc
 CGEventRef _Nullable CGEventCreateScrollWheelEvent2(CGEventSourceRef _Nullable source,
                                                     CGScrollEventUnit units, uint32_t wheelCount,
                                                     int32_t wheel1, int32_t wheel2, int32_t wheel3);
+CGEventFlags CGEventGetFlags(CGEventRef _Nullable event);
 void CGEventSetFlags(CGEventRef _Nullable event, CGEventFlags flags);
 void CGEventSetIntegerValueField(CGEventRef _Nullable event, CGEventField field, int64_t value);
 void CGEventPost(CGEventTapLocation tap, CGEventRef _Nullable event);

@@ -134,6 +134,13 @@ CGEventRef CGEventCreateScrollWheelEvent2(CGEventSourceRef source, CGScrollEvent
               standin::ScrollEvent{units, {wheels.begin(), wheels.begin() + wheelCount}});
 }
 
+CGEventFlags CGEventGetFlags(CGEventRef event) {
+  constexpr auto operation = "CGEventGetFlags";
+  begin(operation, {describe(event)});
+  StandInEvent* object = [StandInEvent objectFor:event operation:operation];
+  return object == nil ? 0 : object.event.flags.value_or(standin::flagsOfNewEvents);
+}
+
 void CGEventSetFlags(CGEventRef event, CGEventFlags flags) {
   constexpr auto operation = "CGEventSetFlags";
   begin(operation, {describe(event), describe(flags)});

@@ -2,6 +2,7 @@
 
 #import <CoreGraphics/CGEvent.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -58,6 +59,9 @@ void PrintTo(const PostedEvent& event, std::ostream* out);
 enum class EventCreation { source, mouse, scrollWheel, keyboard };
 // The next so many creations of this kind give nothing.
 void failNext(EventCreation creation, std::size_t times = 1);
+
+// What an event's flags are until they are set; none after a reset.
+inline std::atomic<CGEventFlags> flagsOfNewEvents = 0;
 
 // Sources and events that have not been released.
 [[nodiscard]] std::size_t liveEventObjects();

@@ -55,6 +55,7 @@ void keepPosted(const PostedEvent& event) {
 void resetEvents() {
   const std::lock_guard lock(mutex());
   script() = {};
+  flagsOfNewEvents = 0;
 }
 
 std::vector<PostedEvent> takePostedEvents() {
