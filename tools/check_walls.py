@@ -126,6 +126,13 @@ WALLS = [
         "webui/tests/ may include only what webui/ may and the headers directly in tests/",
     ),
     Wall(
+        r"webui/delta/.+",
+        rf"webui/delta/.+|{UNIX}|{SEAM}",
+        False,
+        "webui/delta/ may include only itself, the headers directly in platform/, platform/unix/ "
+        "and the standard library",
+    ),
+    Wall(
         r"webui/.+",
         rf"webui/.+|{CODECS}|{UNIX}|{SEAM}",
         True,

@@ -6,7 +6,7 @@
 namespace quorvin::webui {
 
 namespace {
-constexpr std::int64_t unacknowledgedMax = 1;
+constexpr std::int64_t unacknowledgedMax = 2;
 }  // namespace
 
 std::optional<Frame> FrameFlowControl::offer(const Frame& frame) {

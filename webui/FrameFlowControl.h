@@ -2,9 +2,11 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 #include "platform/Data.h"
+#include "webui/delta/SegmentedJpeg.h"
 
 namespace quorvin::webui {
 
@@ -13,10 +15,12 @@ using FrameClock = std::chrono::steady_clock;
 struct Frame {
   Data payload;
   FrameClock::time_point arrivedAt;
+  std::shared_ptr<const SegmentedJpeg> segments = {};  // of a payload that has any
 };
 
-// Flow control by credit for the frames to one page: at most one that the page has not acknowledged
-// is on its way, and behind it at most one waits, always the newest.
+// Flow control by credit for the frames to one page: at most two that the page has not acknowledged
+// are on their way, so that one travels while the other is drawn, and behind them at most one
+// waits, always the newest.
 class FrameFlowControl {
  public:
   // The frame to send now, if any. A frame that must wait replaces the one that waits.

@@ -87,8 +87,10 @@ PageMessage parsePageMessage(std::string_view text) {
   if (const auto word = document->find("answer"); word != document->end() && word->is_string()) {
     return PageAnswer{word->get<std::string>()};
   }
+  if (flagOf(*document, "whole")) return PageWholeFrame{};
   return PageProtocolError{std::nullopt,
-                           "A message calls, acknowledges, answers or says what is shown."};
+                           "A message calls, acknowledges, answers, asks for a whole frame or says "
+                           "what is shown."};
 }
 
 std::string replyText(std::int64_t id, const FlutterReply& reply) {

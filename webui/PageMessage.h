@@ -24,6 +24,8 @@ namespace quorvin::webui {
 //                                                  and whether its picture takes mouse and
 //                                                  keyboard: "injectInput" of a page that has not
 //                                                  said so is refused
+//   {"whole":true}                                 the page cannot make use of deltas: the newest
+//                                                  frame is to come whole
 //   {"answer":"..."}                               the word of a question, at once, and by the
 //                                                  script that works the Stop button
 //
@@ -46,9 +48,9 @@ namespace quorvin::webui {
 //                                                  whatever came before; a page that owes an
 //                                                  answer shows nobody a Stop button
 //
-// and binary messages: frames as the host sent them. A page gets the next frame when it has
-// acknowledged the last one; frames that come meanwhile replace each other, so that a slow page
-// sees the newest and never a backlog.
+// and binary messages: frames as the host sent them, or deltas to the frame before
+// (docs/delta-form.md). At most two are unacknowledged; frames that come meanwhile replace each
+// other, so that a slow page sees the newest and never a backlog.
 
 // The largest message a page may send.
 inline constexpr std::size_t pageMessageBytesMax = std::size_t{64} * 1024;
@@ -70,13 +72,14 @@ struct PageVisibility {
 struct PageAnswer {
   std::string word;
 };
+struct PageWholeFrame {};
 // Why a text was refused, and the id of the call if it is one.
 struct PageProtocolError {
   std::optional<std::int64_t> id;
   std::string message;
 };
-using PageMessage =
-    std::variant<PageCall, PageAcknowledgement, PageVisibility, PageAnswer, PageProtocolError>;
+using PageMessage = std::variant<PageCall, PageAcknowledgement, PageVisibility, PageAnswer,
+                                 PageWholeFrame, PageProtocolError>;
 
 // Never throws. Calls of methods that the host does not offer come back as PageProtocolError.
 [[nodiscard]] PageMessage parsePageMessage(std::string_view text);

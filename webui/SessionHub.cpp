@@ -105,15 +105,19 @@ void SessionHub::handle(PageId id, const PageAcknowledgement& message) {
   if (const auto frame = page.flowControl.acknowledge(message.count)) sendFrame(page, *frame);
 }
 
+void SessionHub::handle(PageId id, const PageWholeFrame& /*message*/) {
+  auto& page = pages.at(id);
+  page.deltas.forget();
+  if (page.visibility.picture && newestFrame) offer(page, *newestFrame);
+}
+
 void SessionHub::handle(PageId id, const PageVisibility& message) {
   auto& page = pages.at(id);
   const bool framesAppear = message.picture && !page.visibility.picture;
   page.visibility = message;
   if (!message.input) releaseInput(page);
   if (!message.picture) page.flowControl.dropWaiting();
-  if (framesAppear && newestFrame) {
-    if (const auto frame = page.flowControl.offer(*newestFrame)) sendFrame(page, *frame);
-  }
+  if (framesAppear && newestFrame) offer(page, *newestFrame);
   announceState();
   reviewAbsence();
 }
@@ -202,16 +206,22 @@ bool SessionHub::inputTaken() const {
 
 void SessionHub::handleFrame(Data payload) {
   if (!session.active()) return;
-  newestFrame = Frame{std::move(payload), FrameClock::now()};
+  newestFrame = Frame{payload, FrameClock::now()};
+  if (auto segments = SegmentedJpeg::parse(std::move(payload))) {
+    newestFrame->segments = std::make_shared<const SegmentedJpeg>(std::move(*segments));
+  }
   for (auto& [id, page] : pages) {
-    if (!page.visibility.picture) continue;
-    if (const auto frame = page.flowControl.offer(*newestFrame)) sendFrame(page, *frame);
+    if (page.visibility.picture) offer(page, *newestFrame);
   }
 }
 
-void SessionHub::sendFrame(const Page& page, const Frame& frame) {
+void SessionHub::offer(Page& page, const Frame& frame) {
+  if (const auto next = page.flowControl.offer(frame)) sendFrame(page, *next);
+}
+
+void SessionHub::sendFrame(Page& page, const Frame& frame) {
   page.connection->sendText(frameText(ageMsOf(frame)));
-  page.connection->sendBinary(frame.payload);
+  page.connection->sendBinary(page.deltas.next(frame.payload, frame.segments));
 }
 
 void SessionHub::handleStreamError(const FlutterError& error) {
@@ -226,7 +236,10 @@ void SessionHub::sessionChanged() {
   if (!session.active()) {
     // A picture of a session that is over must not turn up in a page.
     newestFrame.reset();
-    for (auto& [id, page] : pages) page.flowControl.dropWaiting();
+    for (auto& [id, page] : pages) {
+      page.flowControl.dropWaiting();
+      page.deltas.forget();
+    }
   }
   announceState();
   reviewListening();

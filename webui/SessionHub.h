@@ -19,6 +19,7 @@
 #include "webui/PageConnection.h"
 #include "webui/PageMessage.h"
 #include "webui/SessionTracker.h"
+#include "webui/delta/FrameDelta.h"
 
 namespace quorvin::webui {
 
@@ -60,6 +61,7 @@ class SessionHub {
   struct Page {
     std::unique_ptr<PageConnection> connection;
     FrameFlowControl flowControl;
+    FrameDeltas deltas;
     PageVisibility visibility;
     HeldInputFlag heldInput;
     std::size_t unansweredCalls = 0;
@@ -72,6 +74,7 @@ class SessionHub {
   void handle(PageId id, const PageAcknowledgement& message);
   void handle(PageId id, const PageVisibility& message);
   void handle(PageId id, const PageAnswer& message);
+  void handle(PageId id, const PageWholeFrame& message);
   void handle(PageId id, const PageProtocolError& message);
 
   void callHost(const FlutterMethodCall& call, FlutterResult onReply);
@@ -82,7 +85,8 @@ class SessionHub {
 
   void handleFrame(Data payload);
   void handleStreamError(const FlutterError& error);
-  static void sendFrame(const Page& page, const Frame& frame);
+  static void offer(Page& page, const Frame& frame);
+  static void sendFrame(Page& page, const Frame& frame);
 
   void releaseInput(Page& page);
   [[nodiscard]] bool inputTaken() const;

@@ -12,6 +12,7 @@
 
 #include "platform/flutter/LinkFrame.h"
 #include "platform/flutter/StandardMethodCodec.h"
+#include "webui/tests/TestJpeg.h"
 
 namespace {
 
@@ -102,6 +103,12 @@ void writeUnits(const std::filesystem::path& folder) {
   write(folder, "long-unit", longUnit);
 }
 
+void writeSegments(const std::filesystem::path& folder) {
+  write(folder, "grid", webui::TestJpeg().file());
+  write(folder, "one-a-row", webui::TestJpeg{.intervalMcus = 4, .segments = {{}, {1}}}.file());
+  write(folder, "no-grid", webui::TestJpeg{.intervalMcus = 3}.file());
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -117,6 +124,7 @@ int main(int argc, char** argv) {
     writeStreams(folder / "link_frame");
     writePropertyLists(folder / "property_list");
     writeUnits(folder / "h264_payload");
+    writeSegments(folder / "segmented_jpeg");
   } catch (const std::exception& error) {
     std::fprintf(stderr, "make_corpus: %s\n", error.what());
     return 1;

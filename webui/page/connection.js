@@ -13,13 +13,15 @@ export class CallError extends Error {
 }
 
 // Events: "open", "closed" ({retryMs}), "state", "streamerror" (the server's message each) and
-// "picture" ({bytes, arrivedAt}: when the host sent it, on the clock of performance.now()).
+// "picture" ({bytes, number: of this connection's frames, from 1, arrivedAt: when the host sent it,
+// on the clock of performance.now()}).
 export class Connection extends EventTarget {
   #socket = null;
   #lastId = 0;
   #calls = new Map();
   #retryMs = retryFirstMs;
   #announcedAgeMs = 0;
+  #frames = 0; // that came over this socket
   #shown = null;
 
   open() {
@@ -55,12 +57,18 @@ export class Connection extends EventTarget {
     this.#send({ack: 1});
   }
 
+  // For a page that cannot make use of deltas.
+  requestWholePicture() {
+    this.#send({whole: true});
+  }
+
   #send(message) {
     this.#socket?.send(JSON.stringify(message));
   }
 
   #opened(socket) {
     this.#socket = socket;
+    this.#frames = 0;
     this.#retryMs = retryFirstMs;
     if (this.#shown) this.#send({show: this.#shown});
     this.#emit('open');
@@ -79,7 +87,8 @@ export class Connection extends EventTarget {
 
   #received(data) {
     if (data instanceof ArrayBuffer) {
-      this.#emit('picture', {bytes: data, arrivedAt: performance.now() - this.#announcedAgeMs});
+      const arrivedAt = performance.now() - this.#announcedAgeMs;
+      this.#emit('picture', {bytes: data, number: ++this.#frames, arrivedAt});
       return;
     }
     const message = JSON.parse(data);

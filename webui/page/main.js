@@ -8,7 +8,10 @@ import {Settings} from './settings.js';
 
 const connection = new Connection();
 const settings = new Settings(connection);
-const picture = new Picture(() => settings.fallBack());
+const picture = new Picture(
+  () => settings.fallBack(),
+  () => connection.requestWholePicture(),
+);
 const customer = new CustomerSide(connection, (unattended) => picture.setUnattended(unattended));
 const control = new Control(connection, showSides);
 
@@ -49,7 +52,7 @@ connection.addEventListener('state', ({detail}) => {
 
 connection.addEventListener('picture', async ({detail}) => {
   try {
-    await picture.draw(detail.bytes, detail.arrivedAt);
+    await picture.draw(detail.bytes, detail.arrivedAt, detail.number);
   } finally {
     connection.acknowledgePicture();
   }

@@ -1,6 +1,7 @@
 // The supporter's picture. A picture is called live only while new ones arrive: the host sends
 // one when the screen changes, so that a still screen and a stuck one look the same from here.
 
+import {KeptFile, isDelta, isJpeg} from './framedelta.js';
 import {isH264} from './h264.js';
 import {H264Decoder, H264Unsupported} from './h264decoder.js';
 import {Statistics} from './statistics.js';
@@ -44,12 +45,18 @@ export class Picture {
   #statistics = new Statistics();
   #format = ''; // of the picture on show
   #h264 = new H264Decoder();
+  #kept = new KeptFile();
+  #isCurrent = false; // whether the canvas shows the frame before the one that is drawn next
+  #turn = Promise.resolve(); // settles when the frame before has been dealt with
   #problem = '';
   #onUnsupported;
+  #onLost;
 
-  // `onUnsupported` is told of every picture that is given up because the browser cannot show H.264.
-  constructor(onUnsupported) {
+  // `onUnsupported` is told of every picture that is given up because the browser cannot show H.264,
+  // `onLost` of every delta that no frame is there for.
+  constructor(onUnsupported, onLost) {
     this.#onUnsupported = onUnsupported;
+    this.#onLost = onLost;
     byId('toggle-stats').onclick = () => this.#toggleStats();
     byId('full-screen').onclick = () => toggleFullScreen();
     byId('full-screen').hidden = !document.fullscreenEnabled;
@@ -80,14 +87,64 @@ export class Picture {
     this.#review();
   }
 
-  // Resolves when the picture is on show or has been given up.
-  async draw(bytes, arrivedAt) {
+  // Resolves when the picture is on show or has been given up. `number` counts the frames of a
+  // connection, from 1. While one frame waits for its turn to be drawn the next may be decoded.
+  async draw(bytes, arrivedAt, number) {
     const generation = this.#generation;
-    const format = isH264(bytes) ? 'H.264' : 'JPEG';
+    const decoding = this.#decode(bytes, number);
+    decoding.catch(() => {}); // it is awaited when its turn has come
+    const drawn = this.#turn.then(() =>
+      this.#drawInTurn(decoding, generation, bytes.byteLength, arrivedAt),
+    );
+    this.#turn = drawn.catch(() => {});
+    await drawn;
+  }
+
+  // Begins at once, whoever's turn it is.
+  async #decode(bytes, number) {
+    const startedAt = performance.now();
+    const decoding = isH264(bytes) ? this.#decodeH264(bytes) : this.#decodeJpeg(bytes, number);
+    const decoded = await decoding;
+    return {...decoded, decodeMs: performance.now() - startedAt};
+  }
+
+  async #decodeH264(bytes) {
+    this.#kept.forget();
+    const picture = await this.#h264.decode(bytes);
+    return {format: 'H.264', wholeBytes: bytes.byteLength, drawings: picture && [wholeOf(picture)]};
+  }
+
+  // {format, wholeBytes, drawings, whole}: what is to be drawn, or null for what could not be read,
+  // and the file for a canvas that does not show the frame before.
+  async #decodeJpeg(bytes, number) {
+    let pieces = null;
+    if (isDelta(bytes)) {
+      try {
+        pieces = this.#kept.apply(bytes, number);
+      } catch (error) {
+        if (!(error instanceof RangeError)) throw error;
+        this.#onLost();
+        return {isLost: true};
+      }
+    } else if (isJpeg(bytes)) {
+      this.#kept.replace(bytes, number);
+    } else {
+      this.#kept.forget();
+      return {format: 'JPEG', wholeBytes: bytes.byteLength, drawings: null};
+    }
+    const [whole, wholeBytes] = [this.#kept.snapshot(), this.#kept.byteLength];
+    const drawings = await (pieces ? decodePieces(pieces) : decodeWhole(whole()));
+    return {format: 'JPEG', wholeBytes, drawings, whole, isPart: pieces !== null};
+  }
+
+  async #drawInTurn(decoding, generation, wireBytes, arrivedAt) {
     try {
-      const picture = await (format === 'JPEG' ? decodeJpeg(bytes) : this.#h264.decode(bytes));
-      if (generation === this.#generation) this.#show(picture, format, bytes.byteLength, arrivedAt);
-      picture?.image.close();
+      const decoded = await decoding;
+      if (!decoded.isLost && generation === this.#generation) {
+        await this.#mend(decoded);
+        if (generation === this.#generation) this.#show(decoded, wireBytes, arrivedAt);
+      }
+      for (const {image} of decoded.drawings ?? []) image.close();
     } catch (error) {
       if (!(error instanceof H264Unsupported)) throw error;
       if (generation !== this.#generation) return;
@@ -97,24 +154,33 @@ export class Picture {
     }
   }
 
-  #show(picture, format, size, arrivedAt) {
-    this.#problem = picture === null ? 'The last picture could not be read.' : '';
-    if (picture !== null) {
-      this.#put(picture);
+  // A part is of no use where the frame before is not on show, or when the part could not be read.
+  async #mend(decoded) {
+    if (!decoded.isPart || (this.#isCurrent && decoded.drawings !== null)) return;
+    for (const {image} of decoded.drawings ?? []) image.close();
+    decoded.drawings = await decodeWhole(decoded.whole());
+  }
+
+  #show({format, wholeBytes, drawings, decodeMs}, wireBytes, arrivedAt) {
+    this.#isCurrent = drawings !== null;
+    this.#problem = drawings === null ? 'The last picture could not be read.' : '';
+    if (drawings !== null) {
+      for (const drawing of drawings) this.#put(drawing);
       this.#format = format;
       this.#shownSince = arrivedAt;
-      this.#statistics.drawn(size, performance.now());
+      this.#statistics.drawn({wireBytes, wholeBytes, decodeMs}, performance.now());
     }
     this.#review();
   }
 
-  #put({image, width, height}) {
-    if (this.#canvas.width !== width || this.#canvas.height !== height) {
+  #put({image, from, to, size, isWhole}) {
+    const [width, height] = size;
+    if (isWhole && (this.#canvas.width !== width || this.#canvas.height !== height)) {
       this.#canvas.width = width;
       this.#canvas.height = height;
       byId('stage').style.setProperty('--picture-ratio', `${width} / ${height}`);
     }
-    this.#context.drawImage(image, 0, 0, width, height, 0, 0, width, height);
+    this.#context.drawImage(image, ...from, width, height, ...to, width, height);
   }
 
   #clear() {
@@ -122,6 +188,8 @@ export class Picture {
     this.#shownSince = null;
     this.#statistics.forget();
     this.#h264.reset();
+    this.#kept.forget();
+    this.#isCurrent = false;
     this.#problem = '';
     this.#context.clearRect(0, 0, this.#canvas.width, this.#canvas.height);
     this.#review();
@@ -168,23 +236,43 @@ export class Picture {
 
   #showStats(now) {
     const seen = this.#shownSince !== null;
-    const {perSecond, megabitsPerSecond, bytesEach} = this.#statistics.over(now);
+    const {perSecond, megabitsPerSecond, each} = this.#statistics.over(now);
     setText('stats-format', seen ? this.#format : '–');
     setText('stats-rate', seen ? perSecond.toFixed(1) : '–');
     setText('stats-bits', seen ? megabitsPerSecond.toFixed(1) : '–');
-    setText('stats-size', bytesEach === null ? '–' : (bytesEach / 1000).toFixed(0));
+    setText('stats-size', each === null ? '–' : kilobytes(each.wireBytes));
+    setText('stats-whole', each === null ? '–' : kilobytes(each.wholeBytes));
+    setText('stats-decode', each === null ? '–' : each.decodeMs.toFixed(1));
     setText('stats-age', seen ? `${((now - this.#shownSince) / 1000).toFixed(1)} s` : '–');
     setText('stats-extent', seen ? `${this.#canvas.width} × ${this.#canvas.height}` : '–');
   }
 }
 
-// {image, width, height}, of which the caller closes `image`, or null for what is no JPEG picture.
-async function decodeJpeg(bytes) {
-  const head = new Uint8Array(bytes, 0, Math.min(2, bytes.byteLength));
-  if (head[0] !== 0xff || head[1] !== 0xd8) return null;
-  const image = await createImageBitmap(new Blob([bytes], {type: 'image/jpeg'})).catch(() => null);
-  return image && {image, width: image.width, height: image.height};
+// What is drawn, [{image, from, to, size, isWhole}], of which whoever draws closes each `image`; null
+// for what cannot be read.
+
+async function decodeWhole(blob) {
+  const image = await createImageBitmap(blob).catch(() => null);
+  return image && [wholeOf({image, width: image.width, height: image.height})];
 }
+
+// One decoder for everything: others round colours another way.
+async function decodePieces(pieces) {
+  const images = await Promise.all(
+    pieces.map(({blob}) => createImageBitmap(blob).catch(() => null)),
+  );
+  if (images.every((image) => image !== null)) {
+    return pieces.map(({from, to, size}, index) => ({image: images[index], from, to, size}));
+  }
+  for (const image of images) image?.close();
+  return null;
+}
+
+function wholeOf({image, width, height}) {
+  return {image, from: [0, 0], to: [0, 0], size: [width, height], isWhole: true};
+}
+
+const kilobytes = (bytes) => (bytes / 1000).toFixed(bytes < 10_000 ? 1 : 0);
 
 // Text that stays the same is not set again, so that screen readers do not repeat it.
 function setText(id, text) {

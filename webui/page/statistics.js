@@ -5,12 +5,13 @@ const shortestMs = 250;
 
 export class Statistics {
   #firstAt = null;
-  #recent = []; // {at, bytes}
+  #recent = []; // {at, wireBytes, wholeBytes, decodeMs}
 
-  // A picture of so many bytes is on show, at a time in milliseconds.
-  drawn(bytes, at) {
+  // A picture is on show, at a time in milliseconds: what travelled for it, how large it is as a
+  // file, and how long it took to decode.
+  drawn({wireBytes, wholeBytes, decodeMs}, at) {
     this.#firstAt ??= at;
-    this.#recent.push({at, bytes});
+    this.#recent.push({at, wireBytes, wholeBytes, decodeMs});
   }
 
   forget() {
@@ -18,17 +19,25 @@ export class Statistics {
     this.#recent = [];
   }
 
-  // {perSecond, megabitsPerSecond, bytesEach}: over the last seconds, or since the first picture
-  // where that is less; `bytesEach` is null without a picture.
+  // {perSecond, megabitsPerSecond, each}: over the last seconds, or since the first picture where
+  // that is less; `each` has the means, and is null without a picture.
   over(now) {
     this.#recent = this.#recent.filter(({at}) => now - at < windowMs);
     const count = this.#recent.length;
-    const bytes = this.#recent.reduce((sum, picture) => sum + picture.bytes, 0);
+    const sumOf = (what) => this.#recent.reduce((sum, picture) => sum + picture[what], 0);
+    const meanOf = (what) => sumOf(what) / count;
     const spanMs = Math.min(windowMs, Math.max(now - this.#firstAt, shortestMs));
     return {
       perSecond: (count * 1000) / spanMs,
-      megabitsPerSecond: (bytes * 8) / 1000 / spanMs,
-      bytesEach: count > 0 ? bytes / count : null,
+      megabitsPerSecond: (sumOf('wireBytes') * 8) / 1000 / spanMs,
+      each:
+        count > 0
+          ? {
+              wireBytes: meanOf('wireBytes'),
+              wholeBytes: meanOf('wholeBytes'),
+              decodeMs: meanOf('decodeMs'),
+            }
+          : null,
     };
   }
 }

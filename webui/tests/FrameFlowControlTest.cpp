@@ -13,28 +13,32 @@ std::uint8_t numberOf(const std::optional<Frame>& frame) {
   return frame ? *frame->payload.data() : std::uint8_t{0};
 }
 
-TEST(FrameFlowControl, PageThatDoesNotAcknowledgeGetsTheFirstFrameThenTheNewest) {
+TEST(FrameFlowControl, PageThatDoesNotAcknowledgeGetsTheFirstFramesThenTheNewest) {
   FrameFlowControl flowControl;
   EXPECT_EQ(numberOf(flowControl.offer(numbered(1))), 1);
-  for (std::uint8_t number = 2; number <= 100; ++number) {
+  EXPECT_EQ(numberOf(flowControl.offer(numbered(2))), 2);
+  for (std::uint8_t number = 3; number <= 100; ++number) {
     EXPECT_FALSE(flowControl.offer(numbered(number)));
   }
   EXPECT_EQ(numberOf(flowControl.acknowledge(1)), 100);
   EXPECT_FALSE(flowControl.acknowledge(1));
   EXPECT_EQ(numberOf(flowControl.offer(numbered(101))), 101);
+  EXPECT_FALSE(flowControl.offer(numbered(102)));
 }
 
 TEST(FrameFlowControl, SpareAcknowledgementsOpenNoBacklog) {
   FrameFlowControl flowControl;
   EXPECT_FALSE(flowControl.acknowledge(1000));
   EXPECT_TRUE(flowControl.offer(numbered(1)));
-  EXPECT_FALSE(flowControl.offer(numbered(2)));
+  EXPECT_TRUE(flowControl.offer(numbered(2)));
+  EXPECT_FALSE(flowControl.offer(numbered(3)));
 }
 
 TEST(FrameFlowControl, DroppedFrameIsNotSentLater) {
   FrameFlowControl flowControl;
   EXPECT_TRUE(flowControl.offer(numbered(1)));
-  EXPECT_FALSE(flowControl.offer(numbered(2)));
+  EXPECT_TRUE(flowControl.offer(numbered(2)));
+  EXPECT_FALSE(flowControl.offer(numbered(3)));
   flowControl.dropWaiting();
   EXPECT_FALSE(flowControl.acknowledge(1));
 }

@@ -49,6 +49,7 @@ TEST(PageMessage, CallNeedsAnIntegerId) {
 
 TEST(PageMessage, ReadsAcknowledgementsAndWhatIsShown) {
   EXPECT_EQ(parsedAs<PageAcknowledgement>(R"({"ack":2})").count, 2);
+  (void)parsedAs<PageWholeFrame>(R"({"whole":true})");
   const auto visibility = parsedAs<PageVisibility>(R"({"show":{"customer":true,"picture":false}})");
   EXPECT_TRUE(visibility.customer);
   EXPECT_FALSE(visibility.picture);

@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "webui/tests/TestJpeg.h"
+
 namespace quorvin::webui {
 namespace {
 
@@ -162,21 +164,21 @@ TEST_F(SessionHubTest, RefusedSettingsChangeNothing) {
   EXPECT_TRUE(page->find({{"event", "state"}})["settings"].is_null());
 }
 
-TEST_F(SessionHubTest, PageThatDoesNotAcknowledgeGetsTheFirstPictureThenTheNewest) {
+TEST_F(SessionHubTest, PageThatDoesNotAcknowledgeGetsTheFirstPicturesThenTheNewest) {
   const auto page = openLivePage();
   for (std::uint8_t number = 1; number <= 100; ++number) host.sendFrame({0xFF, 0xD8, number});
-  ASSERT_TRUE(runUntil([&] { return !page->frames.empty(); }));
-  EXPECT_EQ(page->frames.back(), (Bytes{0xFF, 0xD8, 1}));
+  ASSERT_TRUE(runUntil([&] { return page->frames.size() > 1; }));
+  EXPECT_EQ(page->frames.back(), (Bytes{0xFF, 0xD8, 2}));
   // The answer to a call overtakes the frames that wait.
   host.answer("permissions", Value());
   page->send(R"({"id":50,"method":"permissions"})");
   EXPECT_FALSE(page->waitFor({{"id", 50}}).is_null());
-  EXPECT_EQ(page->frames.size(), 1U);
+  EXPECT_EQ(page->frames.size(), 2U);
   page->send(R"({"ack":1})");
-  ASSERT_TRUE(runUntil([&] { return page->frames.size() > 1; }));
+  ASSERT_TRUE(runUntil([&] { return page->frames.size() > 2; }));
   EXPECT_EQ(page->frames.back(), (Bytes{0xFF, 0xD8, 100}));
   settle(*page);
-  EXPECT_EQ(page->frames.size(), 2U);
+  EXPECT_EQ(page->frames.size(), 3U);
 }
 
 TEST_F(SessionHubTest, LargePictureArrivesUnchangedAndAnnounced) {
@@ -209,7 +211,7 @@ TEST_F(SessionHubTest, SlowPageDoesNotHoldUpAQuickOne) {
     quick->send(R"({"ack":1})");
     settle(*quick);
   }
-  EXPECT_EQ(slow->frames.size(), 1U);
+  EXPECT_EQ(slow->frames.size(), 2U);
 }
 
 TEST_F(SessionHubTest, PageThatComesLateGetsTheNewestPictureWithItsAge) {
@@ -236,14 +238,63 @@ TEST_F(SessionHubTest, PageThatShowsNoPictureGetsNone) {
 
 TEST_F(SessionHubTest, NoPictureOutlivesItsSession) {
   const auto page = openLivePage();
-  host.sendFrame({1});
-  host.sendFrame({2});
-  ASSERT_TRUE(runUntil([&] { return !page->frames.empty(); }));
+  for (std::uint8_t number = 1; number <= 3; ++number) host.sendFrame({number});
+  ASSERT_TRUE(runUntil([&] { return page->frames.size() > 1; }));
   page->send(stopCall);
   ASSERT_FALSE(page->waitForSession("ended").is_null());
   page->send(R"({"ack":1})");
   settle(*page);
-  EXPECT_EQ(page->frames.size(), 1U);
+  EXPECT_EQ(page->frames.size(), 2U);
+}
+
+// A file in two versions that differ in one segment.
+TestJpeg textWith(std::uint8_t filling) {
+  TestJpeg jpeg;
+  jpeg.segments.assign(4, Bytes(60, 7));
+  jpeg.segments[1] = {filling};
+  return jpeg;
+}
+
+TEST_F(SessionHubTest, EachPageGetsWhatHasChangedForIt) {
+  const auto first = openLivePage();
+  host.sendFrame(textWith(1).file());
+  ASSERT_TRUE(runUntil([&] { return first->frames.size() == 1; }));
+  const auto late = openPage();
+  late->send(showsBoth);
+  ASSERT_TRUE(runUntil([&] { return late->frames.size() == 1; }));
+  host.sendFrame(textWith(2).file());
+  ASSERT_TRUE(runUntil([&] { return first->frames.size() == 2 && late->frames.size() == 2; }));
+  EXPECT_EQ(first->frames[0], textWith(1).file());
+  EXPECT_EQ(late->frames[0], textWith(1).file());
+  EXPECT_LT(first->frames[1].size(), 40U);
+  EXPECT_EQ(first->frames[1], late->frames[1]);
+}
+
+TEST_F(SessionHubTest, PageThatCannotUseADeltaGetsTheWholeFrame) {
+  const auto page = openLivePage();
+  page->send(R"({"whole":true})");
+  settle(*page);
+  EXPECT_TRUE(page->frames.empty()) << "there is none yet";
+  host.sendFrame(textWith(1).file());
+  ASSERT_TRUE(runUntil([&] { return page->frames.size() == 1; }));
+  page->send(R"({"whole":true})");
+  ASSERT_TRUE(runUntil([&] { return page->frames.size() == 2; }));
+  EXPECT_EQ(page->frames[1], textWith(1).file());
+}
+
+TEST_F(SessionHubTest, NoDeltaBuildsOnASessionBefore) {
+  const auto page = openLivePage();
+  host.sendFrame(textWith(1).file());
+  ASSERT_TRUE(runUntil([&] { return page->frames.size() == 1; }));
+  page->send(R"({"ack":1})");
+  page->send(stopCall);
+  ASSERT_FALSE(page->waitForSession("ended").is_null());
+  page->texts.clear();
+  page->send(startCall);
+  ASSERT_FALSE(page->waitForSession("live").is_null());
+  host.sendFrame(textWith(2).file());
+  ASSERT_TRUE(runUntil([&] { return page->frames.size() == 2; }));
+  EXPECT_EQ(page->frames[1], textWith(2).file());
 }
 
 TEST_F(SessionHubTest, ListensWhileAPageIsOpenOrASessionRuns) {
