@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#import "tests/macos/contract/mac/MacFrames.h"
 #include "tests/macos/contract/mac/RunLoop.h"
 
 namespace quorvin::facts {
@@ -27,6 +28,7 @@ struct Fact {
 };
 
 std::vector<Fact> streamFacts();
+std::vector<Fact> encoderFacts();
 std::vector<Fact> systemFacts();
 
 inline const char* agreesIf(bool condition) {
@@ -38,6 +40,9 @@ inline const char* word(bool condition) {
 inline void pause(std::chrono::nanoseconds time) {
   (void)runLoopUntil([] { return false; }, time);
 }
+// Of what is encoded; a test takes less.
+inline contract::FrameSize pictureSize{1920, 1200};
+
 inline long nowMs() {
   return static_cast<long>(MacDispatch().uptimeNanoseconds() / 1'000'000);
 }

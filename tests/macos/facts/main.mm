@@ -8,7 +8,7 @@
 // macos_facts NAME [SEEN]: its line of the table, with what somebody else has seen or by trying.
 int main(int argc, char** argv) {
   using namespace quorvin::facts;
-  for (const auto& list : {systemFacts(), streamFacts()}) {
+  for (const auto& list : {systemFacts(), encoderFacts(), streamFacts()}) {
     for (const auto& fact : list) {
       if (argc == 1) std::cout << fact.name << " " << fact.limitS << "\n";
       if (argc == 1 || fact.name != std::string(argv[1])) continue;
