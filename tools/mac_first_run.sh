@@ -29,6 +29,20 @@ checkTools() {
   need "Ninja" "brew install ninja" command -v ninja
   need "GoogleTest" "brew install googletest" test -e "$prefix/lib/cmake/GTest/GTestConfig.cmake"
   if [ "$missing" = yes ]; then exit 1; fi
+  need "Xcode, for the nib alone" \
+    "App Store; then: sudo xcode-select --switch /Applications/Xcode.app" xcodebuild -version
+}
+
+# The application's nib with classes of the facts' own, and without what connects them.
+makeNib() {
+  sed -e 's/customClass="AppDelegate"/customClass="FactDelegate"/' \
+    -e 's/customClass="MainFlutterWindow"/customClass="FactWindow"/' \
+    -e 's/visibleAtLaunch="YES"/visibleAtLaunch="NO"/' \
+    -e '/<outlet property="applicationMenu"/d' -e '/<outlet property="mainFlutterWindow"/d' \
+    packaging/macos/MainMenu.xib >build/facts.xib
+  if xcrun ibtool --compile build/facts.nib build/facts.xib >/dev/null 2>&1; then
+    export QUORVIN_FACTS_NIB=$PWD/build/facts.nib
+  fi
 }
 
 # tryFact NAME SECONDS: its row.
@@ -54,6 +68,7 @@ cmake --preset macos-dev -DCMAKE_PREFIX_PATH="$prefix" ${1+"$@"}
 cmake --build --preset macos-dev
 ctest --preset macos-dev --timeout 300 | tee build/mac-tests.txt || testStatus=1
 codesign --force --sign - "$facts"
+makeNib
 
 {
   printf 'macOS %s, %s, %s, %s GB\n' "$(sw_vers -productVersion)" "$(sysctl -n hw.model)" \

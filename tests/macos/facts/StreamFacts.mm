@@ -156,6 +156,15 @@ Outcome dropIt(Trial& trial) {
           (before + after).empty() ? "-" : "yes"};
 }
 
+Outcome letGoOfBridges(Trial& trial) {
+  __weak id delegate = trial.delegate;
+  __weak id output = trial.output;
+  trial.delegate = nil;
+  trial.output = nil;
+  return {std::string("delegate ") + word(delegate != nil) + ", output " + word(output != nil),
+          "yes"};
+}
+
 }  // namespace
 
 std::vector<Fact> streamFacts() {
@@ -168,6 +177,8 @@ std::vector<Fact> streamFacts() {
        "it can, or refuses with -3808 and is asked again", withStream<stopAtOnce>},
       {"drop", 30, "Is a stream over that is let go of without a stop?",
        "either; the host stops it", withStream<dropIt>},
+      {"references", 15, "Does a stream keep its delegate and its outputs?",
+       "either; the host keeps them", withStream<letGoOfBridges>},
   };
 }
 

@@ -1,3 +1,4 @@
+#import <AppKit/AppKit.h>
 #import <CoreGraphics/CoreGraphics.h>
 #include <unistd.h>
 
@@ -11,6 +12,25 @@
 #import "platform/macos/Process.h"
 #import "tests/macos/facts/Fact.h"
 
+// In the places of the main nib's two classes.
+@interface FactDelegate : NSObject
+@end
+@interface FactWindow : NSWindow
+@end
+
+static std::string wakingOrder;
+
+@implementation FactDelegate
+- (void)awakeFromNib {
+  wakingOrder += "delegate ";
+}
+@end
+@implementation FactWindow
+- (void)awakeFromNib {
+  wakingOrder += "window ";
+}
+@end
+
 namespace quorvin::facts {
 namespace {
 
@@ -20,6 +40,20 @@ Outcome permissions() {
   return {std::string("Screen Recording ") + word(system.preflightScreenCaptureAccess()) +
           ", Accessibility " + word(system.isProcessTrusted()) + ", started by " +
           (terminal == nullptr ? "no terminal" : terminal)};
+}
+
+// The nib is the application's, compiled with the two classes above.
+Outcome orderOfWaking() {
+  const char* nib = std::getenv("QUORVIN_FACTS_NIB");
+  const auto bytes = nib == nullptr ? std::nullopt : MacFiles().contents(nib);
+  if (!bytes) return {"not tried: needs ibtool, which comes with Xcode"};
+  wakingOrder.clear();
+  NSArray* objects = nil;
+  NSNib* loaded = [[NSNib alloc] initWithNibData:[NSData dataWithBytes:bytes->data()
+                                                                length:bytes->size()]
+                                          bundle:nil];
+  [loaded instantiateWithOwner:[NSApplication sharedApplication] topLevelObjects:&objects];
+  return {wakingOrder, agreesIf(wakingOrder.size() == 16)};
 }
 
 // Nothing is posted: that would type into the user's programs.
@@ -108,6 +142,7 @@ std::vector<Fact> systemFacts() {
   return {
       {"permissions", 10, "Which permissions are there?",
        "those of the program that started this one", permissions},
+      {"nib", 20, "Who of the main nib wakes first?", "either", orderOfWaking},
       {"key-flags", 10, "Which flags has the event of an arrow key?", "none of its own",
        flagsOfAnArrowKey},
       {"bootstrap", 60, "What does a bootstrap answer right after a bootout?", "0",

@@ -11,6 +11,7 @@ from pathlib import Path
 PROGRAM = sys.argv.pop()
 ROOT = Path(__file__).resolve().parents[3]
 SCRIPT = "a checkout/tools/mac_first_run.sh"
+XIB = "a checkout/packaging/macos/MainMenu.xib"
 FACTS = "build/macos-dev/tests/macos/facts/macos_facts"
 CONFIG = "prefix/lib/cmake/GTest/GTestConfig.cmake"
 NOTE = 'printf "%s, " "${0##*/}" "$@" >>calls'
@@ -23,7 +24,8 @@ FAKES = {
     "bin/sleep": "exec /bin/sleep 0.05",
     "bin/sw_vers": "echo 14.5",
     "bin/sysctl": "echo 17179869184",
-    "bin/xcrun": "",
+    "bin/xcodebuild": "",
+    "bin/xcrun": 'if [ "$1" = ibtool ]; then cp "$4" "$3"; fi',
     CONFIG: "",
     f"a checkout/{FACTS}": """case "$1/$2" in
 /) printf 'display-sleep 600\\nstuck 3\\nbroken 600\\n' ;;
@@ -53,9 +55,10 @@ class FirstRun(unittest.TestCase):
         self.folder = Path(folder.name)
         for name, script in FAKES.items():
             self.write(name, f"#!/bin/sh\n{script}\n")
-        for name in ("bash", "cat", "cut", "dirname", "env", "grep", "tee"):
+        for name in ("bash", "cat", "cut", "dirname", "env", "grep", "sed", "tee", "cp"):
             (self.folder / "bin" / name).symlink_to(shutil.which(name))
         self.write(SCRIPT, (ROOT / "tools/mac_first_run.sh").read_text(encoding="utf-8"))
+        self.write(XIB, (ROOT / "packaging/macos/MainMenu.xib").read_text(encoding="utf-8"))
 
     def write(self, name, script):
         (self.folder / name).parent.mkdir(parents=True, exist_ok=True)
@@ -76,6 +79,8 @@ class FirstRun(unittest.TestCase):
         for name, text in (("calls", calls), ("build/mac-report.txt", REPORT)):
             written = (self.folder / "a checkout" / name).read_text(encoding="utf-8")
             self.assertEqual(written, text)
+        nib = (self.folder / "a checkout/build/facts.nib").read_text(encoding="utf-8")
+        self.assertIn('customClass="FactDelegate"', nib)
 
     def test_names_all_that_is_missing(self):
         for name in ("bin/cmake", CONFIG):

@@ -1,3 +1,4 @@
+#import <AppKit/AppKitControl.h>
 #import <CoreGraphics/CGEventControl.h>
 #import <CoreImage/CoreImageControl.h>
 #import <CoreMedia/CoreMediaControl.h>
@@ -19,6 +20,7 @@ class FactsTest : public SystemTest {
  protected:
   void SetUp() override {
     SystemTest::SetUp();
+    unsetenv("QUORVIN_FACTS_NIB");
     setenv("TERM_PROGRAM", "Console", 1);
     standin::setScreenCapturePreflight(true);
     standin::setShareableContent({.displays = {{7, 1440, 900}}});
@@ -36,6 +38,7 @@ class FactsTest : public SystemTest {
     standin::resetScreenCaptureKit();
     standin::resetVideoToolbox();
     standin::resetCoreImage();
+    standin::resetAppKit();
     SystemTest::TearDown();
   }
 
@@ -74,11 +77,18 @@ class FactsTest : public SystemTest {
       return standin::TaskOutcome{status(task.arguments[0])};
     });
   }
+  static void loadNib(bool wakesWindowFirst) {
+    setenv("QUORVIN_FACTS_NIB", "/dev/null", 1);
+    standin::setMainNib({.delegateClass = "FactDelegate",
+                         .windowClass = "FactWindow",
+                         .wakesWindowFirst = wakesWindowFirst});
+  }
 
   std::map<std::string, std::function<void()>> before;  // what happens before some of them
 };
 
 TEST_F(FactsTest, AreToldOfAMacThatIsAsTheHostCountsOn) {
+  before["nib"] = [] { loadNib(false); };
   before["display-sleep"] = [] { answerTasks([](const auto&) { return 1; }); };
   before["still-screen"] = [] {
     for (const auto second : {5U, 10U, 15U, 20U}) after(second, sendIdleSample);
@@ -92,6 +102,7 @@ TEST_F(FactsTest, AreToldOfAMacThatIsAsTheHostCountsOn) {
   };
   EXPECT_EQ(report(), R"(
 permissions: Screen Recording yes, Accessibility yes, started by Console -
+nib: delegate window  yes
 key-flags: made with 0x0, none set reads 0x0, Control set reads 0x40000 yes
 bootstrap: 0, 0 within 0 s yes
 names: one file yes, one path yes, link made absolute yes yes
@@ -105,11 +116,13 @@ queue-depth: start error -3812, stop error -3808 yes
 stop-while-starting: stop error -3808, start done, after them last stop done yes
 drop: start done, before 1 of status 1 without a surface, after  yes
 ! an SCStream was let go of while it runs, and goes on capturing
+references: delegate no, output no yes
 )");
 }
 
 TEST_F(FactsTest, AreToldOfAMacThatIsOtherwise) {
   standin::setProcessTrusted(false);
+  before["nib"] = [] { loadNib(true); };
   before["key-flags"] = [] { standin::flagsOfNewEvents = 0xA00000; };
   int bootstraps = 0;
   before["bootstrap"] = [&] {
@@ -126,6 +139,7 @@ TEST_F(FactsTest, AreToldOfAMacThatIsOtherwise) {
   before["drop"] = standin::releaseAnswers;
   EXPECT_EQ(report(), R"(
 permissions: Screen Recording yes, Accessibility no, started by Console -
+nib: window delegate  yes
 key-flags: made with 0xa00000, none set reads 0x0, Control set reads 0x40000 NO
 bootstrap: 5, 0 within 3 s NO
 names: one file yes, one path yes, link made absolute yes yes
@@ -140,6 +154,7 @@ stop-while-starting: stop no answer within 5 s, start no answer within 5 s, afte
 ! an SCStream was let go of while it runs, and goes on capturing
 drop: start done, before after  -
 ! an SCStream was let go of while it runs, and goes on capturing
+references: delegate no, output no yes
 )");
 }
 
@@ -147,6 +162,7 @@ TEST_F(FactsTest, AreNotTriedWithoutWhatTheyNeed) {
   standin::setScreenCapturePreflight(false);
   before["bootstrap"] = [] { answerTasks([](const auto&) { return 125; }); };
   const auto text = report();
+  EXPECT_NE(text.find("nib: not tried: needs ibtool"), std::string::npos);
   EXPECT_NE(text.find("bootstrap: not tried: the first one answers 125 -\n"), std::string::npos);
   EXPECT_NE(text.find("drop: not tried: Screen Recording is not granted -\n"), std::string::npos);
 }

@@ -45,6 +45,21 @@ NSArray* loadMainNib(const standin::MainNib& nib) {
 
 }  // namespace
 
+@implementation NSNib
+
+- (instancetype)initWithNibData:(NSData*)nibData bundle:(NSBundle*)bundle {
+  if (nibData == nil) standin::violation("an NSNib made with nil");
+  return [super init];
+}
+
+- (BOOL)instantiateWithOwner:(id)owner topLevelObjects:(NSArray**)topLevelObjects {
+  standin::appKitCall("-[NSNib instantiateWithOwner:topLevelObjects:]");
+  *topLevelObjects = loadMainNib(standin::appKitState().mainNib);
+  return YES;
+}
+
+@end
+
 int NSApplicationMain(int argc, const char* argv[]) {
   standin::appKitState().hasTerminated = false;
   standin::appKitCall("NSApplicationMain", std::vector<std::string>(argv, argv + argc));

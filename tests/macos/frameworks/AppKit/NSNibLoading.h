@@ -6,3 +6,14 @@
 @interface NSObject (NSNibAwaking)
 - (void)awakeFromNib;
 @end
+
+NS_ASSUME_NONNULL_BEGIN
+
+// Whatever the data is, the nib is the one that the test has set. Main thread.
+@interface NSNib : NSObject
+- (instancetype)initWithNibData:(NSData*)nibData bundle:(nullable NSBundle*)bundle;
+- (BOOL)instantiateWithOwner:(nullable id)owner
+             topLevelObjects:(NSArray* _Nullable* _Nullable)topLevelObjects;
+@end
+
+NS_ASSUME_NONNULL_END
