@@ -290,6 +290,7 @@ TEST_F(ScreenStreamTest, ReportsNoEndOnceItHasBeenReleased) {
   const auto delegate = std::make_shared<RecordingDelegate>();
   auto stream = makeRunningStream(std::make_shared<RecordingOutput>(), delegate);
   stream.reset();
+  standin::settle();  // until its stop is answered
   newestStream()->stopWithError(standin::streamError(SCStreamErrorUserStopped));
   standin::settle();
   EXPECT_THAT(delegate->reported(), IsEmpty());
