@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <utility>
 
-#include "platform/flutter/LittleEndian.h"
-#include "platform/flutter/MessageCoding.h"
+#include "platform/flutter/StandardMessageCodec.h"
+#include "platform/flutter/StandardMethodCodec.h"
 #include "platform/flutter/Utf8.h"
 
 namespace quorvin {

@@ -1,10 +1,15 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "platform/Data.h"
 #include "platform/Value.h"
@@ -43,5 +48,77 @@ class CodecError : public std::runtime_error {
 // its storage. Throws CodecError; the work and memory spent stay within a constant factor of the
 // message's length whatever sizes it claims.
 [[nodiscard]] Value decodeMessage(std::span<const std::uint8_t> message);
+
+// What follows is for messages in which values stand among other bytes.
+
+// Reads the values of one message one after the other. `message` must outlive the reader, not
+// the values. Every member throws CodecError for bytes that break the format; the reader is of no
+// use after that.
+class MessageReader {
+ public:
+  explicit MessageReader(std::span<const std::uint8_t> message);
+
+  [[nodiscard]] bool atEnd() const { return position == message.size(); }
+  // Throws unless the whole message has been read.
+  void expectEnd() const;
+
+  [[nodiscard]] std::uint8_t readByte();
+  [[nodiscard]] Value readValue();
+  // A value that has to be a text.
+  [[nodiscard]] std::string readText();
+  // A value that has to be a text or null.
+  [[nodiscard]] std::optional<std::string> readOptionalText();
+
+ private:
+  [[nodiscard]] std::size_t readSize();
+  [[nodiscard]] std::string readTextContent();
+  [[nodiscard]] Data readBytes();
+  [[nodiscard]] List readList();
+  [[nodiscard]] Map readMap();
+  template <typename T>
+  [[nodiscard]] T readNumber();
+  template <typename T>
+  [[nodiscard]] std::vector<T> readNumbers();
+
+  [[nodiscard]] std::span<const std::uint8_t> take(std::size_t count);
+  void skipPadding(std::size_t alignment);
+  [[nodiscard]] std::size_t claimElements(std::size_t valuesPerElement);
+  void enter();
+  [[noreturn]] void fail(const char* what) const;
+
+  std::span<const std::uint8_t> message;
+  std::size_t position = 0;
+  // How many values lists and maps may still announce. As each takes a byte at least, storage
+  // reserved for them stays in proportion to the message, however sizes are nested.
+  std::size_t valuesLeft;
+  int nesting = 0;
+};
+
+// To write with: measure first, then append into a buffer of the exact size, so that large values
+// are copied once and nothing is allocated twice. Both throw CodecError for a value that the format
+// cannot say.
+
+// The offset behind the value if it were written at `offset` of its message.
+[[nodiscard]] std::size_t measureValue(const Value& value, std::size_t offset);
+
+// `origin` is where in `out` the message starts, from which alignment counts.
+void appendValue(const Value& value, std::size_t origin, Bytes& out);
+
+// The bytes of a number as they stand in a message.
+template <typename T>
+[[nodiscard]] std::array<std::uint8_t, sizeof(T)> toLittleEndian(T value) {
+  auto bytes = std::bit_cast<std::array<std::uint8_t, sizeof(T)>>(value);
+  if constexpr (std::endian::native == std::endian::big) std::ranges::reverse(bytes);
+  return bytes;
+}
+
+// Reads sizeof(T) bytes, which need not be aligned.
+template <typename T>
+[[nodiscard]] T fromLittleEndian(const std::uint8_t* bytes) {
+  std::array<std::uint8_t, sizeof(T)> own{};
+  std::copy_n(bytes, own.size(), own.begin());
+  if constexpr (std::endian::native == std::endian::big) std::ranges::reverse(own);
+  return std::bit_cast<T>(own);
+}
 
 }  // namespace quorvin

@@ -5,8 +5,6 @@
 #include <string>
 #include <utility>
 
-#include "platform/flutter/MessageCoding.h"
-
 namespace quorvin {
 
 namespace {

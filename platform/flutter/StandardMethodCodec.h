@@ -19,6 +19,10 @@ namespace quorvin {
 // The method must be a string; exactly one value, the arguments, follows it.
 [[nodiscard]] FlutterMethodCall decodeMethodCall(std::span<const std::uint8_t> message);
 
+// The first byte of an envelope: what follows it.
+inline constexpr std::uint8_t successMark = 0;
+inline constexpr std::uint8_t errorMark = 1;
+
 [[nodiscard]] Bytes encodeSuccessEnvelope(const Value& result);
 [[nodiscard]] Bytes encodeErrorEnvelope(const FlutterError& error);
 // A stack trace behind an error's details, which some senders add, is checked and dropped. The
