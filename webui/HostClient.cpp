@@ -1,6 +1,11 @@
 #include "webui/HostClient.h"
 
-#include <optional>
+#include <glib-unix.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <chrono>
+#include <system_error>
 #include <utility>
 
 #include "platform/flutter/StandardMethodCodec.h"
@@ -11,6 +16,20 @@ namespace {
 
 constexpr std::string_view hostChannel = "com.quorvin.support/host";
 constexpr std::string_view framesChannel = "com.quorvin.support/frames";
+
+constexpr std::size_t readBufferSize = std::size_t{256} * 1024;
+// So many reads before other sources of the main loop get their turn.
+constexpr int readsPerTurnMax = 16;
+// A host that stops reading must not make this program grow without end.
+constexpr std::size_t queuedBytesMax = std::size_t{64} * 1024 * 1024;
+
+bool wouldBlock(int error) {
+  return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
+}
+
+std::string describe(int error) {
+  return std::generic_category().message(error);
+}
 
 FlutterReply replyFromPayload(const std::optional<Bytes>& payload) {
   if (!payload) return FlutterMethodNotImplemented{};
@@ -24,6 +43,135 @@ FlutterReply replyFromPayload(const std::optional<Bytes>& payload) {
 }
 
 }  // namespace
+
+LinkClient::LinkClient(FileDescriptor linkSocket, MessageHandler onMessage, CloseHandler onClosed)
+    : socket(std::move(linkSocket)),
+      onMessage(std::move(onMessage)),
+      onClosed(std::move(onClosed)),
+      readBuffer(readBufferSize) {
+  g_unix_set_fd_nonblocking(socket.get(), TRUE, nullptr);
+  readable = MainLoopSource::onDescriptor(nullptr, socket.get(), G_IO_IN,
+                                          MainLoopSource::whileTrue([this] { return read(); }));
+}
+
+void LinkClient::request(std::string_view channel, Bytes payload, ReplyHandler onReply) {
+  if (!open) return;
+  const auto id = unusedId();
+  unanswered.emplace(id, std::move(onReply));
+  enqueue({LinkFrameType::message, id, std::string(channel), std::move(payload)});
+}
+
+std::uint32_t LinkClient::unusedId() {
+  do {
+    ++lastId;
+  } while (lastId == 0 || unanswered.contains(lastId));
+  return lastId;
+}
+
+bool LinkClient::read() {
+  for (int reads = 0; open && reads < readsPerTurnMax; ++reads) {
+    const auto count = recv(socket.get(), readBuffer.data(), readBuffer.size(), MSG_DONTWAIT);
+    if (count < 0 && wouldBlock(errno)) break;
+    if (count <= 0) {
+      // A host that dies with messages of ours unread resets the connection: an end like another.
+      closeLink(count == 0 || errno == ECONNRESET ? "" : describe(errno));
+      break;
+    }
+    if (!handleReadBytes(std::span(readBuffer).first(static_cast<std::size_t>(count)))) break;
+  }
+  return open;
+}
+
+bool LinkClient::handleReadBytes(std::span<const std::uint8_t> bytes) {
+  try {
+    reader.append(bytes);
+    while (auto frame = reader.next()) {
+      handleFrame(std::move(*frame));
+      if (!open) return false;
+    }
+  } catch (const LinkError& error) {
+    closeLink(error.what());
+  }
+  return open;
+}
+
+void LinkClient::handleFrame(LinkFrame frame) {
+  if (frame.type == LinkFrameType::message) {
+    handleMessage(std::move(frame));
+  } else {
+    handleReply(std::move(frame));
+  }
+}
+
+void LinkClient::handleMessage(LinkFrame message) {
+  // This user interface answers nothing; a sender that wants a reply is told so at once.
+  if (message.id != 0) enqueue({LinkFrameType::emptyReply, message.id, {}, {}});
+  onMessage(message.channel, std::move(message.payload));
+}
+
+void LinkClient::handleReply(LinkFrame reply) {
+  const auto waiting = unanswered.find(reply.id);
+  if (waiting == unanswered.end()) throw LinkError("a reply to a message that was never sent");
+  const auto onReply = std::move(waiting->second);
+  unanswered.erase(waiting);
+  if (reply.type == LinkFrameType::emptyReply) {
+    onReply(std::nullopt);
+  } else {
+    onReply(std::move(reply.payload));
+  }
+}
+
+void LinkClient::enqueue(const LinkFrame& frame) {
+  auto bytes = encodeLinkFrame(frame);
+  queuedBytes += bytes.size();
+  if (queuedBytes > queuedBytesMax) {
+    closeSoon("the host stopped reading");
+    return;
+  }
+  writeQueue.push_back(std::move(bytes));
+  if (!writable.isActive() && write()) {
+    writable = MainLoopSource::onDescriptor(nullptr, socket.get(), G_IO_OUT,
+                                            MainLoopSource::whileTrue([this] { return write(); }));
+  }
+}
+
+// Returns whether there is more to write once the socket takes it.
+bool LinkClient::write() {
+  while (open && !writeQueue.empty()) {
+    const auto rest = std::span(writeQueue.front()).subspan(writtenOfFirst);
+    const auto count = send(socket.get(), rest.data(), rest.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (count < 0 && wouldBlock(errno)) return true;
+    if (count < 0) {
+      closeSoon(errno == EPIPE || errno == ECONNRESET ? "" : describe(errno));
+      return false;
+    }
+    writtenOfFirst += static_cast<std::size_t>(count);
+    queuedBytes -= static_cast<std::size_t>(count);
+    if (writtenOfFirst < writeQueue.front().size()) continue;
+    writeQueue.pop_front();
+    writtenOfFirst = 0;
+  }
+  return false;
+}
+
+void LinkClient::closeLink(const std::string& reason) {
+  if (!open) return;
+  open = false;
+  readable.cancel();
+  writable.cancel();
+  pendingClose.cancel();
+  unanswered.clear();
+  writeQueue.clear();
+  onClosed(reason);
+}
+
+// Closing from within a request would call back into whoever is making it.
+void LinkClient::closeSoon(const std::string& reason) {
+  if (!open || pendingClose.isActive()) return;
+  pendingClose =
+      MainLoopSource::onTimeout(nullptr, std::chrono::milliseconds(0),
+                                MainLoopSource::once([this, reason] { closeLink(reason); }));
+}
 
 HostClient::HostClient(FileDescriptor socket, Handlers givenHandlers)
     : handlers(std::move(givenHandlers)),
