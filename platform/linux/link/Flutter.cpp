@@ -1,13 +1,25 @@
 #include "platform/linux/link/Flutter.h"
 
+#include <cassert>
+#include <span>
 #include <utility>
 #include <variant>
 
 #include "platform/Fatal.h"
+#include "platform/Interface.h"
 #include "platform/flutter/StandardMethodCodec.h"
 #include "platform/flutter/Utf8.h"
 
 namespace quorvin {
+
+// Handles the messages of one channel.
+class ChannelHandler : public Interface {
+ public:
+  virtual void onMessage(std::span<const std::uint8_t> payload, MessageAnswer answer) = 0;
+  // The user interface is gone: whatever it listened to counts as cancelled.
+  virtual void cancelListener() = 0;
+};
+
 namespace {
 
 // A reply that the codec cannot say (text of the system's that is not UTF-8, say) becomes the null
@@ -122,18 +134,6 @@ class EventHandler final : public ChannelHandler {
   std::shared_ptr<EventStream> stream;  // present while the user interface listens
 };
 
-// Registers the handler, or removes what was registered when there is none.
-void replaceHandler(LinuxMessenger& messenger, const std::string& name,
-                    std::weak_ptr<ChannelHandler>& current,
-                    std::shared_ptr<ChannelHandler> handler) {
-  if (handler != nullptr) {
-    current = handler;
-    return messenger.setHandler(name, std::move(handler));
-  }
-  if (const auto former = current.lock()) messenger.removeHandler(name, former.get());
-  current.reset();
-}
-
 std::shared_ptr<LinuxMessenger> asLinuxMessenger(
     const std::shared_ptr<FlutterBinaryMessenger>& messenger) {
   auto own = std::dynamic_pointer_cast<LinuxMessenger>(messenger);
@@ -143,24 +143,95 @@ std::shared_ptr<LinuxMessenger> asLinuxMessenger(
 
 }  // namespace
 
+void LinuxMessenger::run(GMainContext* context, FileDescriptor socket,
+                         std::function<void()> onClosed) {
+  // The link lives no longer than this messenger, which may go while one of these runs.
+  link = UiLink::open(context, std::move(socket),
+                      {.onMessage =
+                           [weak = weak_from_this()](const LinkFrame& message) {
+                             if (auto messenger = weak.lock()) messenger->onMessage(message);
+                           },
+                       .onClosed =
+                           [weak = weak_from_this(), onClosed = std::move(onClosed)] {
+                             if (auto messenger = weak.lock()) messenger->cancelListeners();
+                             onClosed();
+                           }});
+}
+
+void LinuxMessenger::shutDown() {
+  cancelListeners();
+  // Handlers hold parts of the program, whose end may call back here.
+  const auto forgotten = std::exchange(handlers, {});
+  if (link != nullptr) link->close();
+}
+
+void LinuxMessenger::setHandler(const std::string& channel, std::weak_ptr<ChannelHandler>& own,
+                                std::shared_ptr<ChannelHandler> handler) {
+  assert(thread.isCurrent());
+  const auto former = std::exchange(own, handler).lock();
+  // A handler's end may call back, so that each is kept here until `handlers` is as it should be.
+  if (handler != nullptr) {
+    const auto replaced = std::exchange(handlers[channel], std::move(handler));
+  } else if (const auto entry = handlers.find(channel);
+             former != nullptr && entry != handlers.end() && entry->second == former) {
+    handlers.erase(entry);
+  }
+}
+
+void LinuxMessenger::sendEvent(std::string_view channel, Value event) {
+  if (link != nullptr) link->sendEvent(channel, std::move(event));
+}
+
+void LinuxMessenger::sendMessage(std::string_view channel, Bytes payload) {
+  if (link != nullptr) link->sendMessage(channel, std::move(payload));
+}
+
+void LinuxMessenger::dropEvent(std::string_view channel) {
+  if (link != nullptr) link->dropEvent(channel);
+}
+
+void LinuxMessenger::onMessage(const LinkFrame& message) {
+  assert(thread.isCurrent());
+  auto answer = makeAnswer(message.id);
+  const auto entry = handlers.find(message.channel);
+  if (entry == handlers.end()) return answer(std::nullopt);
+  const auto handler = entry->second;  // stays while it runs, even if it removes itself
+  handler->onMessage(message.payload, std::move(answer));
+}
+
+MessageAnswer LinuxMessenger::makeAnswer(std::uint32_t id) {
+  // Copies of the answer share the note that it was given: the user interface may use the id for
+  // another message by then.
+  auto given = std::make_shared<bool>(id == 0);
+  return [weak = weak_from_this(), id, given](std::optional<Bytes> payload) {
+    if (std::exchange(*given, true)) return;
+    if (auto messenger = weak.lock(); messenger != nullptr && messenger->link != nullptr) {
+      messenger->link->reply(id, std::move(payload));
+    }
+  };
+}
+
+void LinuxMessenger::cancelListeners() {
+  assert(thread.isCurrent());
+  const auto cancelled = handlers;  // a cancelled listener may change the handlers
+  for (const auto& [channel, handler] : cancelled) handler->cancelListener();
+}
+
 LinuxMethodChannel::LinuxMethodChannel(std::string name, std::shared_ptr<LinuxMessenger> messenger)
     : name(std::move(name)), messenger(std::move(messenger)) {}
 
 void LinuxMethodChannel::setMethodCallHandler(FlutterMethodCallHandler handler) {
-  std::shared_ptr<ChannelHandler> registered;
-  if (handler) registered = std::make_shared<MethodHandler>(std::move(handler));
-  replaceHandler(*messenger, name, current, std::move(registered));
+  messenger->setHandler(name, current,
+                        handler ? std::make_shared<MethodHandler>(std::move(handler)) : nullptr);
 }
 
 LinuxEventChannel::LinuxEventChannel(std::string name, std::shared_ptr<LinuxMessenger> messenger)
     : name(std::move(name)), messenger(std::move(messenger)) {}
 
 void LinuxEventChannel::setStreamHandler(std::shared_ptr<FlutterStreamHandler> handler) {
-  std::shared_ptr<ChannelHandler> registered;
-  if (handler != nullptr) {
-    registered = std::make_shared<EventHandler>(messenger, name, std::move(handler));
-  }
-  replaceHandler(*messenger, name, current, std::move(registered));
+  messenger->setHandler(
+      name, current,
+      handler ? std::make_shared<EventHandler>(messenger, name, std::move(handler)) : nullptr);
 }
 
 LinuxBasicMessageChannel::LinuxBasicMessageChannel(std::string name,

@@ -2,15 +2,59 @@
 
 #include <glib.h>
 
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/Flutter.h"
-#include "platform/linux/link/Messenger.h"
+#include "platform/linux/link/UiLink.h"
 #include "platform/unix/FileDescriptor.h"
+#include "platform/unix/ThreadCheck.h"
 
 namespace quorvin {
+
+class ChannelHandler;
+
+// Answers one message, with nothing for the null reply. Only the first answer counts, and none
+// does once the link is closed or the messenger is gone.
+using MessageAnswer = std::function<void(std::optional<Bytes> payload)>;
+
+// Carries the messages of the user interface to the channels' handlers, and answers and events
+// back over the UI link. Handlers may be set before the link runs. Main thread.
+class LinuxMessenger final : public FlutterBinaryMessenger,
+                             public std::enable_shared_from_this<LinuxMessenger> {
+ public:
+  // Takes over a connected stream socket. When its other side is gone, every listener is
+  // cancelled first and `onClosed` called then.
+  void run(GMainContext* context, FileDescriptor socket, std::function<void()> onClosed);
+  // Cancels every listener, forgets the handlers, and closes the link without onClosed.
+  void shutDown();
+
+  // Replaces the channel's handler and notes it in `own`. Without a new one, takes away the handler
+  // noted there, unless the channel has another by now.
+  void setHandler(const std::string& channel, std::weak_ptr<ChannelHandler>& own,
+                  std::shared_ptr<ChannelHandler> handler);
+
+  // The newest event takes the place of one that still waits; see MessageQueue.
+  void sendEvent(std::string_view channel, Value event);
+  // Text or the error of a stream: sent in order, none replaced. See UiLink.
+  void sendMessage(std::string_view channel, Bytes payload);
+  // Forgets what the channel sent and has not begun to go out.
+  void dropEvent(std::string_view channel);
+
+ private:
+  void onMessage(const LinkFrame& message);
+  [[nodiscard]] MessageAnswer makeAnswer(std::uint32_t id);
+  void cancelListeners();
+
+  ThreadCheck thread;
+  std::shared_ptr<UiLink> link;
+  std::map<std::string, std::shared_ptr<ChannelHandler>> handlers;
+};
 
 // Channels over the UI link: two with the standard method codec, one with the string codec. They
 // behave as the same channels do in Flutter's macOS embedding:
