@@ -1,10 +1,16 @@
 #pragma once
 
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
+#include <deque>
+#include <memory>
 #include <optional>
 #include <span>
+#include <thread>
 
+#include "platform/Mutex.h"
+#include "platform/VideoEncoder.h"
 #include "platform/linux/frame/CapturedFrame.h"
 #include "platform/linux/video/H264Library.h"
 #include "platform/linux/video/RateControl.h"
@@ -45,6 +51,58 @@ class FrameEncoder {
   YuvFrame converted;
   H264Library library;
   RateControl rateControl;
+};
+
+// Encodes frames one after the other on a thread of its own and hands out what came of them. How
+// many can wait is bounded by the surfaces of the stream that they come from. Any thread, the
+// encoding one included, from which nothing waits.
+class EncodingThread {
+ public:
+  // Throws std::bad_alloc or std::system_error when the system has nothing left for it.
+  EncodingThread(PixelSize size, CompressionOutput& output);
+  EncodingThread(const EncodingThread&) = delete;
+  EncodingThread& operator=(const EncodingThread&) = delete;
+  ~EncodingThread();
+
+  void setSettings(const EncoderSettings& settings);
+  void put(std::shared_ptr<const CapturedFrame> frame, std::chrono::nanoseconds timeStamp);
+  // Waits until all frames up to that time have been handed out.
+  void waitFor(std::chrono::nanoseconds until);
+  // Drops what waits. Nothing is handed out any more once this has returned.
+  void end();
+
+ private:
+  struct Job {
+    std::shared_ptr<const CapturedFrame> frame;
+    std::chrono::nanoseconds timeStamp{};
+  };
+  // What the thread and its owner share. It outlives an owner that the thread itself lets go.
+  struct Shared {
+    Shared(PixelSize size, CompressionOutput& output) : encoder(size), output(output) {}
+
+    void run();
+    [[nodiscard]] bool takeJob(Job& job);
+    void process(Job job);
+    void handOut(const std::optional<EncodedFrame>& frame, EncoderStatus status);
+    void finishJob();
+
+    FrameEncoder encoder;  // the thread's
+    CompressionOutput& output;
+
+    Mutex mutex;
+    std::condition_variable changed;
+    EncoderSettings settings QUORVIN_GUARDED_BY(mutex);
+    std::deque<Job> jobs QUORVIN_GUARDED_BY(mutex);
+    // The time stamp of the job at hand.
+    std::optional<std::chrono::nanoseconds> underWay QUORVIN_GUARDED_BY(mutex);
+    bool isHandingOut QUORVIN_GUARDED_BY(mutex) = false;
+    bool hasEnded QUORVIN_GUARDED_BY(mutex) = false;
+  };
+
+  [[nodiscard]] bool isCurrent() const { return thread.get_id() == std::this_thread::get_id(); }
+
+  std::shared_ptr<Shared> shared;
+  std::thread thread;
 };
 
 }  // namespace quorvin

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "platform/Mutex.h"
-#include "platform/linux/video/EncodingThread.h"
+#include "platform/linux/video/FrameEncoder.h"
 #include "platform/linux/video/H264Library.h"
 
 namespace quorvin {
