@@ -20,7 +20,7 @@
 #include "bench/Measures.h"
 #include "platform/linux/frame/CapturedFrame.h"
 #include "platform/linux/frame/DamageHistory.h"
-#include "platform/linux/jpeg/JpegEncoder.h"
+#include "platform/linux/jpeg/ImageEncoder.h"
 
 namespace quorvin {
 namespace {

@@ -12,7 +12,7 @@
 #include <random>
 #include <string>
 
-#include "platform/linux/jpeg/JpegEncoder.h"
+#include "platform/linux/jpeg/ImageEncoder.h"
 #include "tests/EnvironmentNumber.h"
 #include "tests/linux/jpeg/JpegDecoders.h"
 #include "tests/linux/jpeg/TestScreen.h"

@@ -2,7 +2,7 @@
 
 #include <random>
 
-#include "platform/linux/jpeg/JpegEncoder.h"
+#include "platform/linux/jpeg/ImageEncoder.h"
 #include "tests/linux/jpeg/FailingMemory.h"
 #include "tests/linux/jpeg/TestScreen.h"
 

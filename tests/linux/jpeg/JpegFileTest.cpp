@@ -5,7 +5,7 @@
 #include <random>
 #include <vector>
 
-#include "platform/linux/jpeg/JpegEncoder.h"
+#include "platform/linux/jpeg/ImageEncoder.h"
 #include "platform/linux/jpeg/JpegFile.h"
 #include "tests/linux/jpeg/JpegDecoders.h"
 #include "tests/linux/jpeg/TestScreen.h"
