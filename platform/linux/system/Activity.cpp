@@ -8,7 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/x11/X11Connection.h"
 #include "platform/unix/GlibPtr.h"
 
 namespace quorvin {

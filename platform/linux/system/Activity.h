@@ -5,7 +5,7 @@
 
 #include "platform/Process.h"
 #include "platform/linux/system/Process.h"
-#include "platform/linux/x11/DisplayAttempt.h"
+#include "platform/linux/x11/X11Connection.h"
 
 namespace quorvin {
 

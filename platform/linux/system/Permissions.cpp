@@ -14,7 +14,6 @@
 #include <utility>
 
 #include "platform/linux/system/WholeFile.h"
-#include "platform/linux/x11/DisplayAttempt.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/unix/Environment.h"
 #include "platform/unix/GlibPtr.h"
