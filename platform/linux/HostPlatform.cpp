@@ -25,7 +25,7 @@
 #include "platform/linux/video/VideoEncoder.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/unix/GlibPtr.h"
-#include "platform/unix/MainContext.h"
+#include "platform/unix/MainLoopSource.h"
 #include "platform/unix/ProgramStart.h"
 
 namespace quorvin {

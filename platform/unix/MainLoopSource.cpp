@@ -2,7 +2,6 @@
 
 #include <glib-unix.h>
 
-#include <memory>
 #include <utility>
 
 namespace quorvin {
@@ -38,30 +37,13 @@ MainLoopSource::Handler MainLoopSource::whileTrue(std::function<bool()> task) {
   };
 }
 
-MainLoopSource::MainLoopSource(MainLoopSource&& other) noexcept
-    : source(std::exchange(other.source, nullptr)) {}
-
-MainLoopSource& MainLoopSource::operator=(MainLoopSource&& other) noexcept {
-  if (this != &other) {
-    cancel();
-    source = std::exchange(other.source, nullptr);
-  }
-  return *this;
-}
-
-MainLoopSource::~MainLoopSource() {
-  cancel();
-}
-
-void MainLoopSource::cancel() {
-  auto* cancelled = std::exchange(source, nullptr);
-  if (cancelled == nullptr) return;
+void MainLoopSource::Cancel::operator()(GSource* cancelled) const {
   g_source_destroy(cancelled);
   g_source_unref(cancelled);
 }
 
 bool MainLoopSource::isActive() const {
-  return source != nullptr && g_source_is_destroyed(source) == FALSE;
+  return source != nullptr && g_source_is_destroyed(source.get()) == FALSE;
 }
 
 MainLoopSource MainLoopSource::attach(GMainContext* context, GSource* source, GSourceFunc function,

@@ -4,6 +4,9 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
+
+#include "platform/unix/GlibPtr.h"
 
 namespace quorvin {
 
@@ -21,11 +24,6 @@ class MainLoopSource {
   [[nodiscard]] static Handler whileTrue(std::function<bool()> task);
 
   MainLoopSource() = default;
-  MainLoopSource(MainLoopSource&& other) noexcept;
-  MainLoopSource& operator=(MainLoopSource&& other) noexcept;
-  MainLoopSource(const MainLoopSource&) = delete;
-  MainLoopSource& operator=(const MainLoopSource&) = delete;
-  ~MainLoopSource();
 
   // Runs while the descriptor, which stays open for as long, is in one of the conditions.
   [[nodiscard]] static MainLoopSource onDescriptor(GMainContext* context, int descriptor,
@@ -37,15 +35,37 @@ class MainLoopSource {
   // Runs in the loop, not in a signal handler, after the process got the signal.
   [[nodiscard]] static MainLoopSource onSignal(GMainContext* context, int signal, Handler handler);
 
-  void cancel();
+  void cancel() { source.reset(); }
   [[nodiscard]] bool isActive() const;
 
  private:
+  struct Cancel {
+    void operator()(GSource* cancelled) const;
+  };
+
   explicit MainLoopSource(GSource* source) : source(source) {}
   static MainLoopSource attach(GMainContext* context, GSource* source, GSourceFunc function,
                                Handler handler);
 
-  GSource* source = nullptr;
+  std::unique_ptr<GSource, Cancel> source;
+};
+
+// A GLib main context for the main thread, and its thread-default one while this lives. The
+// process's default context is left to GTK, which knows no other and has a thread of its own.
+// Made and destroyed on the main thread.
+class MainContext {
+ public:
+  MainContext() : context(g_main_context_new()) {
+    g_main_context_push_thread_default(context.get());
+  }
+  MainContext(const MainContext&) = delete;
+  MainContext& operator=(const MainContext&) = delete;
+  ~MainContext() { g_main_context_pop_thread_default(context.get()); }
+
+  [[nodiscard]] GMainContext* get() const { return context.get(); }
+
+ private:
+  GlibPtr<GMainContext> context;
 };
 
 }  // namespace quorvin

@@ -5,7 +5,6 @@
 #include <chrono>
 #include <functional>
 
-#include "platform/unix/MainContext.h"
 #include "platform/unix/MainLoopSource.h"
 
 namespace quorvin {
