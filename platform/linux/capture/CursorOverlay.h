@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/linux/frame/PixelImage.h"
+#include "platform/linux/frame/CapturedFrame.h"
 
 namespace quorvin {
 

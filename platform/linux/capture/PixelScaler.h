@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "platform/linux/frame/PixelImage.h"
+#include "platform/linux/frame/CapturedFrame.h"
 #include "platform/linux/frame/PixelRegion.h"
 
 namespace quorvin {

@@ -8,7 +8,6 @@
 
 #include "platform/linux/capture/CursorOverlay.h"
 #include "platform/linux/frame/CapturedFrame.h"
-#include "platform/linux/frame/PixelImage.h"
 #include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {

@@ -6,7 +6,7 @@
 
 #include "platform/linux/capture/CaptureSettings.h"
 #include "platform/linux/capture/X11SharedMemory.h"
-#include "platform/linux/frame/PixelImage.h"
+#include "platform/linux/frame/CapturedFrame.h"
 #include "platform/linux/frame/PixelRegion.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11PixelFormat.h"

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "platform/linux/frame/PixelImage.h"
+#include "platform/linux/frame/CapturedFrame.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11Extensions.h"
 #include "platform/unix/FileDescriptor.h"

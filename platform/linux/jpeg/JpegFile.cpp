@@ -4,7 +4,7 @@
 #include <new>
 #include <utility>
 
-#include "platform/linux/frame/PixelImage.h"
+#include "platform/linux/frame/CapturedFrame.h"
 #include "platform/linux/jpeg/JpegCompression.h"
 
 namespace quorvin {

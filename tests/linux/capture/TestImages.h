@@ -4,7 +4,7 @@
 #include <cstring>
 #include <memory>
 
-#include "platform/linux/frame/PixelImage.h"
+#include "platform/linux/frame/CapturedFrame.h"
 
 namespace quorvin {
 
