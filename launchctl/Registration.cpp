@@ -1,9 +1,13 @@
 #include "launchctl/Registration.h"
 
+#include <fcntl.h>
 #include <glib.h>
+#include <sys/file.h>
 
-#include <cstdlib>
+#include <cerrno>
+#include <chrono>
 #include <system_error>
+#include <thread>
 
 #include "launchctl/AgentProcess.h"
 #include "launchctl/LaunchctlError.h"
@@ -23,6 +27,12 @@ std::filesystem::path unitFolder(const Environment& environment) {
   return environment.configFolder / "systemd" / "user";
 }
 
+FileDescriptor openPrivateFolder(const std::filesystem::path& folder) {
+  constexpr int ownerOnly = 0700;
+  g_mkdir_with_parents(folder.c_str(), ownerOnly);
+  return FileDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
 bool isLink(const std::filesystem::path& path) {
   std::error_code ignored;
   return std::filesystem::is_symlink(std::filesystem::symlink_status(path, ignored));
@@ -37,6 +47,18 @@ Environment Environment::fromEnvironment() {
   return {folder("XDG_CONFIG_HOME", home / ".config"),
           folder("XDG_STATE_HOME", home / ".local" / "state") / "quorvin-launchctl",
           systemctl.empty() ? "systemctl" : systemctl};
+}
+
+Lock::Lock(const std::filesystem::path& folder) : locked(openPrivateFolder(folder)) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (locked.isOpen() && ::flock(locked.get(), LOCK_EX | LOCK_NB) != 0) {
+    if (errno != EWOULDBLOCK && errno != EINTR) return;
+    if (std::chrono::steady_clock::now() > deadline) {
+      throw LaunchctlError("another process holds the lock on " + folder.string() +
+                           "; wait until it has ended, or end it, then try again");
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
 }
 
 Registration::Registration(std::string agentLabel, const Environment& environment)

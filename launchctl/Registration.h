@@ -8,6 +8,7 @@
 #include "launchctl/AgentFile.h"
 #include "launchctl/ManagedFile.h"
 #include "launchctl/UserManager.h"
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin::launchctl {
 
@@ -19,6 +20,18 @@ struct Environment {
 
   // Throws LaunchctlError when there is no home folder.
   [[nodiscard]] static Environment fromEnvironment();
+};
+
+// Held by at most one of these programs of a user at a time. Waits up to five seconds for its turn,
+// then throws LaunchctlError. The folder is only what the lock is taken on; it is made if need be,
+// and private, so that no other user can take it. Where it cannot be locked, as on some network
+// file systems, there is no lock: two at once are rare, and every single step leaves whole files.
+class Lock {
+ public:
+  explicit Lock(const std::filesystem::path& folder);
+
+ private:
+  FileDescriptor locked;
 };
 
 // One agent's place in the user's login.

@@ -10,7 +10,6 @@
 #include "launchctl/AgentFile.h"
 #include "launchctl/CommandLine.h"
 #include "launchctl/LaunchctlError.h"
-#include "launchctl/Lock.h"
 #include "launchctl/ManagedFile.h"
 #include "launchctl/Registration.h"
 #include "platform/unix/GlibPtr.h"
