@@ -12,7 +12,7 @@
 #include "launchctl/AgentProcess.h"
 #include "launchctl/LaunchctlError.h"
 #include "launchctl/LoginFiles.h"
-#include "platform/unix/Environment.h"
+#include "platform/unix/ProgramStart.h"
 
 namespace quorvin::launchctl {
 namespace {

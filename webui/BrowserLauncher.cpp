@@ -8,8 +8,8 @@
 #include <cstdlib>
 #include <utility>
 
-#include "platform/unix/Environment.h"
 #include "platform/unix/GlibPtr.h"
+#include "platform/unix/ProgramStart.h"
 
 namespace quorvin::webui {
 namespace {

@@ -10,11 +10,9 @@
 #include <string>
 #include <utility>
 
-#include "platform/unix/Environment.h"
 #include "platform/unix/GlibPtr.h"
 #include "platform/unix/MainLoopSource.h"
 #include "platform/unix/ProgramStart.h"
-#include "platform/unix/UiSocket.h"
 #include "webui/AddressFile.h"
 #include "webui/BrowserLauncher.h"
 #include "webui/Confinement.h"

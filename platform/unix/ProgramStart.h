@@ -1,6 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdlib>
+#include <string>
+
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {
 
@@ -18,5 +22,20 @@ void prepareProcess();
 // Throws std::system_error unless the system gives so many threads at once. GLib, and what is built
 // on it, ends the process when it cannot have one.
 void requireThreads(std::size_t count);
+
+// A variable of the environment; empty when it is not set.
+[[nodiscard]] inline std::string environmentVariable(const char* name) {
+  const char* value = std::getenv(name);
+  return value != nullptr ? value : "";
+}
+
+// The environment variable that names the descriptor of the UI link to the program that has
+// inherited it.
+inline constexpr auto uiDescriptorVariable = "QUORVIN_UI_FD";
+
+// Takes over the inherited, connected stream socket whose number `text` is, and keeps it from
+// being inherited further. Throws std::runtime_error, naming the variable, when it is anything
+// else.
+[[nodiscard]] FileDescriptor takeInheritedUiSocket(const std::string& text);
 
 }  // namespace quorvin

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "platform/unix/MainLoopSource.h"
-#include "platform/unix/UiSocket.h"
+#include "platform/unix/ProgramStart.h"
 
 namespace quorvin {
 

@@ -13,7 +13,7 @@
 
 #include "platform/linux/system/PosixError.h"
 #include "platform/linux/system/WholeFile.h"
-#include "platform/unix/Environment.h"
+#include "platform/unix/ProgramStart.h"
 
 namespace quorvin {
 namespace {

@@ -15,8 +15,8 @@
 
 #include "platform/linux/system/WholeFile.h"
 #include "platform/linux/x11/X11Connection.h"
-#include "platform/unix/Environment.h"
 #include "platform/unix/GlibPtr.h"
+#include "platform/unix/ProgramStart.h"
 
 namespace quorvin {
 namespace {

@@ -13,8 +13,8 @@
 
 #include "platform/linux/system/Activity.h"
 #include "platform/linux/system/PosixError.h"
-#include "platform/unix/Environment.h"
 #include "platform/unix/GlibPtr.h"
+#include "platform/unix/ProgramStart.h"
 #include "platform/unix/SpawnSetup.h"
 
 namespace quorvin {

@@ -12,9 +12,8 @@
 #include "platform/linux/dispatch/Dispatch.h"
 #include "platform/linux/link/UiProgram.h"
 #include "platform/linux/ui/NotificationCenter.h"
-#include "platform/unix/Environment.h"
 #include "platform/unix/GlibPtr.h"
-#include "platform/unix/UiSocket.h"
+#include "platform/unix/ProgramStart.h"
 
 namespace quorvin {
 namespace {

@@ -13,7 +13,7 @@
 #include <string>
 
 #include "platform/linux/link/UiProgram.h"
-#include "platform/unix/UiSocket.h"
+#include "platform/unix/ProgramStart.h"
 #include "tests/TemporaryFolder.h"
 
 namespace quorvin {
