@@ -30,9 +30,6 @@ class QuorvinH264Encoder final : public CompressionOutput,
   // thread that the end waits for.
   ~QuorvinH264Encoder() override;
 
-  QuorvinH264Encoder(const QuorvinH264Encoder&) = delete;
-  QuorvinH264Encoder& operator=(const QuorvinH264Encoder&) = delete;
-
   // Does nothing once the session has ended.
   void encode(const std::shared_ptr<PixelBuffer>& frame, MediaTime presentationTimeStamp);
   // Waits until everything put in has come out, then lets go of the session. May be called again.

@@ -16,8 +16,6 @@ class AddressFile {
   // Takes the place of whatever a program that is no more has left on this port. When there is no
   // place for it, standard error says so.
   AddressFile(std::uint16_t port, const std::string& address);
-  AddressFile(const AddressFile&) = delete;
-  AddressFile& operator=(const AddressFile&) = delete;
   // Removes it.
   ~AddressFile();
 

@@ -39,8 +39,6 @@ class FrontDoor {
   // Listens on the first free port from `firstPort` on. Throws std::runtime_error when there is
   // none within reach.
   explicit FrontDoor(SoupServer* server);
-  FrontDoor(const FrontDoor&) = delete;
-  FrontDoor& operator=(const FrontDoor&) = delete;
   ~FrontDoor();
 
   [[nodiscard]] std::uint16_t port() const { return listeningPort; }

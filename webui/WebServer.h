@@ -26,8 +26,6 @@ class WebServer {
   // Throws std::runtime_error when there is no free port, or no random token to be had.
   explicit WebServer(PageHandler onPage,
                      std::chrono::milliseconds requestTimeMax = FrontDoor::requestTimeMax);
-  WebServer(const WebServer&) = delete;
-  WebServer& operator=(const WebServer&) = delete;
   ~WebServer();
 
   [[nodiscard]] const AccessRules& access() const { return rules; }

@@ -58,8 +58,6 @@ class MainContext {
   MainContext() : context(g_main_context_new()) {
     g_main_context_push_thread_default(context.get());
   }
-  MainContext(const MainContext&) = delete;
-  MainContext& operator=(const MainContext&) = delete;
   ~MainContext() { g_main_context_pop_thread_default(context.get()); }
 
   [[nodiscard]] GMainContext* get() const { return context.get(); }

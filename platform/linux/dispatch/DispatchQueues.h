@@ -60,8 +60,6 @@ class SerialQueue final : public LinuxDispatchQueue {
 class SerialQueueThread {
  public:
   SerialQueueThread(const std::string& label, QualityOfService qos);
-  SerialQueueThread(const SerialQueueThread&) = delete;
-  SerialQueueThread& operator=(const SerialQueueThread&) = delete;
   ~SerialQueueThread();
 
   [[nodiscard]] std::shared_ptr<DispatchQueue> makeQueue();

@@ -30,8 +30,6 @@ class TaskQueue {
 
   // `wakeRunner` wakes a runner that sleeps elsewhere than in waitForWork.
   explicit TaskQueue(Task wakeRunner = {});
-  TaskQueue(const TaskQueue&) = delete;
-  TaskQueue& operator=(const TaskQueue&) = delete;
   ~TaskQueue();
 
   // Drops the task once the queue is closed.

@@ -29,8 +29,6 @@ class InputInjector {
 
   // Finds out where the displays lie. Throws Error when the connection breaks.
   InputInjector(X11Connection& connection, InputJournal& journal);
-  InputInjector(const InputInjector&) = delete;
-  InputInjector& operator=(const InputInjector&) = delete;
   // Releases what is held and leaves the keyboard as it was found, if the connection stands.
   ~InputInjector();
 

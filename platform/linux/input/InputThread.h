@@ -39,8 +39,6 @@ class InputThread {
   // `display` as in DISPLAY; there is no thread when it is empty. Without a context the thread
   // makes one of its own. The journal, which the thread alone uses, must outlive this object.
   InputThread(std::string display, InputJournal& journal, GMainContext* context);
-  InputThread(const InputThread&) = delete;
-  InputThread& operator=(const InputThread&) = delete;
   // Waits for the end of the thread, and so for the server.
   ~InputThread();
 

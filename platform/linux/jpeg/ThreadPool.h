@@ -15,8 +15,6 @@ class ThreadPool {
  public:
   // So many threads beside the caller's, or as many as the system has to give.
   explicit ThreadPool(std::size_t helpers);
-  ThreadPool(const ThreadPool&) = delete;
-  ThreadPool& operator=(const ThreadPool&) = delete;
   ~ThreadPool();
 
   // Calls `work` once with each number below `count`, on whichever thread is free, and returns when

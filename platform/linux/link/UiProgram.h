@@ -23,8 +23,6 @@ class UiProgram {
   // Throws StartUpError when the program cannot be started. A name without a slash is looked up
   // in PATH.
   explicit UiProgram(const std::string& program);
-  UiProgram(const UiProgram&) = delete;
-  UiProgram& operator=(const UiProgram&) = delete;
   // Makes sure that the program has ended: see `end`.
   ~UiProgram();
 

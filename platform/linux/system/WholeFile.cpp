@@ -64,8 +64,6 @@ class TemporaryFile {
     }
     requireSuccess(file.isOpen());
   }
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
   ~TemporaryFile() {
     if (!path.empty()) unlink(path.c_str());
   }

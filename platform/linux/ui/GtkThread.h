@@ -15,8 +15,6 @@ class GtkThread {
   // Does not wait for the display. `onDisplayLost` is the last that runs on the thread, when the
   // display cannot be opened or its connection has gone away.
   explicit GtkThread(std::function<void(bool wasOpen)> onDisplayLost);
-  GtkThread(const GtkThread&) = delete;
-  GtkThread& operator=(const GtkThread&) = delete;
   // Runs what was posted before and ends the thread. One that is stuck is left behind; the process
   // then ends without the exit handlers of its libraries.
   ~GtkThread();

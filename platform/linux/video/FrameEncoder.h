@@ -60,8 +60,6 @@ class EncodingThread {
  public:
   // Throws std::bad_alloc or std::system_error when the system has nothing left for it.
   EncodingThread(PixelSize size, CompressionOutput& output);
-  EncodingThread(const EncodingThread&) = delete;
-  EncodingThread& operator=(const EncodingThread&) = delete;
   ~EncodingThread();
 
   void setSettings(const EncoderSettings& settings);

@@ -78,8 +78,6 @@ class DisplayAttempt {
   using Prepare = std::function<bool(X11Connection&)>;
 
   DisplayAttempt(const std::string& display, Prepare prepare);
-  DisplayAttempt(const DisplayAttempt&) = delete;
-  DisplayAttempt& operator=(const DisplayAttempt&) = delete;
   // Closes the connection; that of an attempt still going on, at the end of the attempt.
   ~DisplayAttempt();
 
