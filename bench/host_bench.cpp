@@ -16,7 +16,7 @@
 #include "bench/Measures.h"
 #include "platform/linux/capture/X11ScreenReader.h"
 #include "platform/linux/capture/X11SharedMemory.h"
-#include "platform/linux/x11/X11Extensions.h"
+#include "platform/linux/x11/X11Server.h"
 #include "tests/e2e/link/HostHarness.h"
 #include "tests/linux/capture/ScreenPainter.h"
 

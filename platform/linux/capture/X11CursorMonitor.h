@@ -7,7 +7,7 @@
 
 #include "platform/linux/capture/CursorOverlay.h"
 #include "platform/linux/x11/X11Connection.h"
-#include "platform/linux/x11/X11Extensions.h"
+#include "platform/linux/x11/X11Server.h"
 
 namespace quorvin {
 

@@ -8,7 +8,7 @@
 
 #include "platform/linux/frame/DamageHistory.h"
 #include "platform/linux/x11/X11Connection.h"
-#include "platform/linux/x11/X11Extensions.h"
+#include "platform/linux/x11/X11Server.h"
 
 namespace quorvin {
 

@@ -6,7 +6,7 @@
 
 #include "platform/linux/frame/CapturedFrame.h"
 #include "platform/linux/x11/X11Connection.h"
-#include "platform/linux/x11/X11Extensions.h"
+#include "platform/linux/x11/X11Server.h"
 #include "platform/unix/FileDescriptor.h"
 
 namespace quorvin {

@@ -6,7 +6,7 @@
 #include "platform/ScreenCapture.h"
 #include "platform/linux/frame/PixelRegion.h"
 #include "platform/linux/x11/X11Connection.h"
-#include "platform/linux/x11/X11Extensions.h"
+#include "platform/linux/x11/X11Server.h"
 
 namespace quorvin {
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <exception>
 #include <future>
 #include <optional>
@@ -14,9 +15,30 @@
 #include "platform/Mutex.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11Error.h"
-#include "platform/linux/x11/X11Extensions.h"
 
 namespace quorvin {
+
+// The extensions of an X server that capturing can make use of; each is empty when the server
+// lacks it or knows only a version that is too old. Their protocols are described at
+// https://gitlab.freedesktop.org/xorg/proto/xorgproto.
+struct X11Extensions {
+  struct Events {
+    std::uint8_t first = 0;  // number of the extension's first event
+  };
+  struct Requests {
+    std::uint8_t major = 0;  // number that its requests and generic events carry
+  };
+
+  // Asks the server, which also tells it that the extensions are going to be used.
+  [[nodiscard]] static X11Extensions negotiate(X11Connection& connection);
+
+  bool sharedMemory = false;              // MIT-SHM
+  bool sharedMemoryByDescriptor = false;  // MIT-SHM 1.2
+  std::optional<Events> fixes;            // XFIXES 2: regions, cursor images
+  std::optional<Events> damage;           // DAMAGE 1.1, given only together with XFIXES
+  std::optional<Events> randr;            // RANDR 1.5: monitors
+  std::optional<Requests> input;          // XInputExtension 2.1: raw motion even during grabs
+};
 
 // A connection and what its server can do.
 struct X11Server {
@@ -36,16 +58,7 @@ class X11SpareServer {
   explicit X11SpareServer(X11Server server) : server(std::move(server)) {}
 
   // Nothing when it was taken before or the connection has broken; does not wait for the server.
-  [[nodiscard]] std::optional<X11Server> take() {
-    const MutexLock lock(mutex);
-    auto taken = std::exchange(server, {});
-    if (!taken) return {};
-    // libxcb sees the end of a connection when it reads from it.
-    while (taken->connection.pollEvent() != nullptr) {
-    }
-    if (taken->connection.isBroken()) return {};
-    return taken;
-  }
+  [[nodiscard]] std::optional<X11Server> take();
 
  private:
   Mutex mutex;

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/X11Extensions.h"
+#include "platform/linux/x11/X11Server.h"
 
 #include <xcb/damage.h>
 #include <xcb/randr.h>
@@ -82,6 +82,17 @@ X11Extensions X11Extensions::negotiate(X11Connection& connection) {
   extensions.randr = negotiateRandr(connection.get());
   extensions.input = negotiateInput(connection.get());
   return extensions;
+}
+
+std::optional<X11Server> X11SpareServer::take() {
+  const MutexLock lock(mutex);
+  auto taken = std::exchange(server, {});
+  if (!taken) return {};
+  // libxcb sees the end of a connection when it reads from it.
+  while (taken->connection.pollEvent() != nullptr) {
+  }
+  if (taken->connection.isBroken()) return {};
+  return taken;
 }
 
 }  // namespace quorvin
