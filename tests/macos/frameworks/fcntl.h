@@ -11,9 +11,11 @@ extern "C" {
 
 // Whether a write to a descriptor that nobody reads from any more fails without a signal.
 #define F_SETNOSIGPIPE 73
+#ifndef __APPLE__
 // Every command of the program's that is the C library's own goes there.
 int standinFileControl(int descriptor, int command, int argument);
 #define fcntl(descriptor, command, argument) standinFileControl(descriptor, command, argument)
+#endif
 
 #ifdef __cplusplus
 }

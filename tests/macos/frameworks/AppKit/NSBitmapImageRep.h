@@ -21,4 +21,18 @@ extern "C" NSBitmapImageRepPropertyKey const NSImageCompressionFactor;
                                      (NSDictionary<NSBitmapImageRepPropertyKey, id>*)properties;
 @end
 
+// For what only runs on a Mac; the stand-ins have none of it.
+@interface NSColor : NSObject
+@property(readonly) CGFloat redComponent;
+@property(readonly) CGFloat greenComponent;
+@property(readonly) CGFloat blueComponent;
+@end
+
+@interface NSBitmapImageRep (Decoding)
+@property NSInteger pixelsWide;
+@property NSInteger pixelsHigh;
++ (nullable instancetype)imageRepWithData:(NSData*)data;
+- (nullable NSColor*)colorAtX:(NSInteger)x y:(NSInteger)y;
+@end
+
 NS_ASSUME_NONNULL_END

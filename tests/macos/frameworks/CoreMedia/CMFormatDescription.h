@@ -14,6 +14,7 @@ enum : OSStatus {
 };
 
 typedef const struct CF_BRIDGED_TYPE(id) opaqueCMFormatDescription* CMFormatDescriptionRef;
+typedef CMFormatDescriptionRef CMVideoFormatDescriptionRef;
 
 extern "C" {
 
@@ -23,5 +24,12 @@ OSStatus CMVideoFormatDescriptionGetH264ParameterSetAtIndex(
     const uint8_t* _Nullable* _Nullable parameterSetPointerOut,
     size_t* _Nullable parameterSetSizeOut, size_t* _Nullable parameterSetCountOut,
     int* _Nullable NALUnitHeaderLengthOut);
+
+// For what only runs on a Mac; the stand-ins have none of it.
+OSStatus CMVideoFormatDescriptionCreateFromH264ParameterSets(
+    CFAllocatorRef _Nullable allocator, size_t parameterSetCount,
+    const uint8_t* _Nonnull const* _Nonnull parameterSetPointers,
+    const size_t* _Nonnull parameterSetSizes, int NALUnitHeaderLength,
+    CF_RETURNS_RETAINED CMFormatDescriptionRef _Nullable* _Nonnull formatDescriptionOut);
 
 }  // extern "C"

@@ -20,6 +20,14 @@ CVImageBufferRef _Nullable CMSampleBufferGetImageBuffer(CMSampleBufferRef _Nonnu
 CFArrayRef _Nullable CMSampleBufferGetSampleAttachmentsArray(CMSampleBufferRef _Nonnull sbuf,
                                                              Boolean createIfNecessary);
 
+// For what only runs on a Mac; the stand-ins have none of it.
+OSStatus CMSampleBufferCreateReady(
+    CFAllocatorRef _Nullable allocator, CMBlockBufferRef _Nullable dataBuffer,
+    CMFormatDescriptionRef _Nullable formatDescription, CFIndex numSamples,
+    CFIndex numSampleTimingEntries, const void* _Nullable sampleTimingArray,
+    CFIndex numSampleSizeEntries, const size_t* _Nullable sampleSizeArray,
+    CF_RETURNS_RETAINED CMSampleBufferRef _Nullable* _Nonnull sampleBufferOut);
+
 // CFBoolean, in the attachments of a sample: true unless decoding can begin with it.
 extern const CFStringRef _Nonnull kCMSampleAttachmentKey_NotSync;
 

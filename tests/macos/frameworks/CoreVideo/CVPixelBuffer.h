@@ -36,4 +36,7 @@ CVReturn CVPixelBufferUnlockBaseAddress(CVPixelBufferRef _Nonnull pixelBuffer,
 void* _Nullable CVPixelBufferGetBaseAddress(CVPixelBufferRef _Nonnull pixelBuffer);
 size_t CVPixelBufferGetBytesPerRow(CVPixelBufferRef _Nonnull pixelBuffer);
 
+// For what only runs on a Mac; the stand-ins have none of it.
+extern const CFStringRef _Nonnull kCVPixelBufferPixelFormatTypeKey;
+
 }  // extern "C"

@@ -40,5 +40,30 @@ OSStatus VTCompressionSessionEncodeFrame(VTCompressionSessionRef _Nonnull sessio
 OSStatus VTCompressionSessionCompleteFrames(VTCompressionSessionRef _Nonnull session,
                                             CMTime completeUntilPresentationTimeStamp);
 
+// For what only runs on a Mac; the stand-ins have none of it.
+typedef struct CF_BRIDGED_TYPE(id) OpaqueVTDecompressionSession* VTDecompressionSessionRef;
+typedef uint32_t VTDecodeInfoFlags;
+typedef struct {
+  void (*_Nullable decompressionOutputCallback)(void* _Nullable decompressionOutputRefCon,
+                                                void* _Nullable sourceFrameRefCon, OSStatus status,
+                                                VTDecodeInfoFlags infoFlags,
+                                                CVImageBufferRef _Nullable imageBuffer,
+                                                CMTime presentationTimeStamp,
+                                                CMTime presentationDuration);
+  void* _Nullable decompressionOutputRefCon;
+} VTDecompressionOutputCallbackRecord;
+OSStatus VTDecompressionSessionCreate(
+    CFAllocatorRef _Nullable allocator, CMVideoFormatDescriptionRef _Nonnull format,
+    CFDictionaryRef _Nullable decoderSpecification, CFDictionaryRef _Nullable attributes,
+    const VTDecompressionOutputCallbackRecord* _Nullable outputCallback,
+    CF_RETURNS_RETAINED VTDecompressionSessionRef _Nullable* _Nonnull decompressionSessionOut);
+OSStatus VTDecompressionSessionDecodeFrame(VTDecompressionSessionRef _Nonnull session,
+                                           CMSampleBufferRef _Nonnull sampleBuffer,
+                                           uint32_t decodeFlags, void* _Nullable sourceFrameRefCon,
+                                           VTDecodeInfoFlags* _Nullable infoFlagsOut);
+OSStatus VTDecompressionSessionWaitForAsynchronousFrames(
+    VTDecompressionSessionRef _Nonnull session);
+void VTDecompressionSessionInvalidate(VTDecompressionSessionRef _Nonnull session);
+
 CF_IMPLICIT_BRIDGING_DISABLED
 CF_EXTERN_C_END

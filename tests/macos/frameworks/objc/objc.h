@@ -11,8 +11,11 @@
 #define OBJC_EXPORT extern
 #endif
 
-// As on Apple silicon, where a BOOL is a bool.
+#if defined(__APPLE__) && !__OBJC_BOOL_IS_BOOL
+typedef signed char BOOL;  // on Intel
+#else
 typedef bool BOOL;
+#endif
 #define YES __objc_yes
 #define NO __objc_no
 
