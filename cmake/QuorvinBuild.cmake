@@ -21,6 +21,14 @@ endif()
 # to another in their last bit.
 add_compile_options(-ffp-contract=off)
 
+option(QUORVIN_LIKE_A_MAC "Use libc++ and a Mac's int64_t, with what tools/mac_sdk.py makes" OFF)
+if(QUORVIN_LIKE_A_MAC)
+  # What newer versions of libc++ no longer include for others is not there in this one either.
+  add_compile_options(-stdlib=libc++ -D_LIBCPP_REMOVE_TRANSITIVE_INCLUDES
+    "SHELL:-isystem ${CMAKE_SOURCE_DIR}/build/mac-sdk/overlay")
+  add_link_options(-stdlib=libc++)
+endif()
+
 set(QUORVIN_SANITIZE "" CACHE STRING "Sanitizers for every target, as given to -fsanitize=")
 
 add_compile_options(-Wall -Wextra -Wpedantic -Werror -Wconversion -Wsign-conversion
