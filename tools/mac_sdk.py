@@ -39,10 +39,7 @@ int sscanf_l(const char* text, locale_t locale, const char* format, ...);
 }
 """
 # What only Flutter's own headers need.
-COCOA = """#import <AppKit/AppKit.h>
-#define API_UNAVAILABLE(...)
-@class NSCoder, NSMenu;
-"""
+COCOA = "#import <AppKit/AppKit.h>\n#define API_UNAVAILABLE(...)\n@class NSCoder, NSMenu;\n"
 # Makes the file that it is asked for, if any, with nothing in it.
 TOOL = """#!/bin/sh
 while [ $# -gt 1 ]; do case $1 in --compile | --output) : >"$2" ;; esac; shift; done
@@ -60,6 +57,10 @@ def link(path, target):
     path.parent.mkdir(parents=True, exist_ok=True)
     path.unlink(missing_ok=True)
     path.symlink_to(target)
+
+
+def output_of(*command):
+    return subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout
 
 
 def types_of_a_mac(text):
@@ -160,7 +161,7 @@ def declared(syntax_tree, sdk):
     return symbols
 
 
-def syntax_tree_of_all(clang, sdk, names):
+def syntax_tree(clang, sdk, names):
     headers = [f"{name}/{name}.h" for name in names if name not in PLUGINS]
     headers += [f"{name}/{name}-Swift.h" for name in PLUGINS]
     headers += ["objc/message.h", "objc/runtime.h", "time.h"]
@@ -168,10 +169,6 @@ def syntax_tree_of_all(clang, sdk, names):
     command = [clang, "--target=arm64-apple-macos13", f"@{sdk}/flags", "-fsyntax-only", "-w"]
     command += [f"-F{framework_folder(sdk, name).parent}" for name in (FLUTTER, *PLUGINS)]
     return output_of(*command, "-Xclang", "-ast-dump=json", sdk / "all.mm")
-
-
-def output_of(*command):
-    return subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout
 
 
 def listed(text):
@@ -230,7 +227,7 @@ def main(first, second, *others):
     make_c_headers(sdk)
     names = make_headers(sdk, [Path(folder) for folder in others])
     write(sdk / "flags", flags(sdk))
-    make_linker_lists(sdk, names, declared(syntax_tree_of_all(first, sdk, names), sdk))
+    make_linker_lists(sdk, names, declared(syntax_tree(first, sdk, names), sdk))
     make_tools(sdk)
 
 
