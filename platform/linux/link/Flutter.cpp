@@ -173,7 +173,7 @@ void LinuxMessenger::setHandler(const std::string& channel, std::weak_ptr<Channe
   if (handler != nullptr) {
     const auto replaced = std::exchange(handlers[channel], std::move(handler));
   } else if (const auto entry = handlers.find(channel);
-             former != nullptr && entry != handlers.end() && entry->second == former) {
+             entry != handlers.end() && entry->second == former) {
     handlers.erase(entry);
   }
 }
