@@ -14,7 +14,8 @@ Builds the release preset, runs the benchmarks (about a quarter of an hour on an
 leaves their results in build/results/measured/ and renews the tables of docs/performance.md from all
 the results that are there.
 
-  PROGRAM         only these: ${programs[*]}
+  PROGRAM         only these: ${programs[*]}, or "glass": the way to the canvas of a page, beside
+                  noVNC, in a browser (installs what that takes)
   --trial FOLDER  leaves results and document in that folder instead
   --build FOLDER  takes the programs of that build folder, as they are
 END
@@ -72,9 +73,22 @@ waitForRest() {
   say "warning: other programs are at work here; ratios may hold, times not" >&2
 }
 
+measureGlass() {
+  installPackages test bench
+  logged measure-browser npm ci --prefix tests/e2e/browser --ignore-scripts --no-audit --no-fund
+  logged measure-build cmake --build "$buildFolder" --target Runner/all quorvin-webui \
+    tests/e2e/browser/all
+  node bench/glass/glass.mjs \
+    "$projectRoot/$buildFolder/Quorvin Support.app/Contents/Linux/quorvin-support" "$document"
+}
+
 measure() {
   local name=$1 program="$buildFolder/bench/$1_bench"
   local -a options=()
+  if [[ "$name" == glass ]]; then
+    measureGlass
+    return
+  fi
   case "$name" in
     codec | delivery | payload) options=("${repetitions[@]}") ;;
   esac

@@ -1,6 +1,7 @@
 // Changes an X screen as it is told on its standard input, one order a line, and answers "done"
 // once the server has carried it out: "desktop <seed>", "fill <x> <y> <width> <height> <colour>",
-// "cursor <side> <colour> <hot spot>", "pointer <x> <y>". Colours are 0xRRGGBB.
+// "cursor <side> <colour> <hot spot>", "pointer <x> <y>", "scroll <rows> <seed>". Colours are
+// 0xRRGGBB.
 
 #include <cstdint>
 #include <cstdlib>
@@ -40,6 +41,13 @@ bool carryOut(const std::string& line, ScreenPainter& painter) {
     int y = 0;
     words >> x >> y;
     painter.movePointer(x, y);
+  } else if (order == "scroll") {
+    int rows = 0;
+    std::uint32_t seed = 0;
+    words >> rows >> seed;
+    const auto [width, height] = painter.screenSize();
+    painter.copy({0, rows, width, height - rows}, 0, 0);
+    painter.draw({0, height - rows, width, rows}, textImage(width, rows, seed));
   } else {
     return false;
   }

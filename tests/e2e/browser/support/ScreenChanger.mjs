@@ -29,6 +29,11 @@ export class ScreenChanger {
     return this.#order(`pointer ${x} ${y}`);
   }
 
+  // Moves everything up by so many rows and fills the rest with text.
+  scroll(rows, seed) {
+    return this.#order(`scroll ${rows} ${seed}`);
+  }
+
   async #order(order) {
     this.process.stdin.write(`${order}\n`);
     const { value } = await this.#answers.next();

@@ -1,0 +1,196 @@
+// From a change of the screen to the canvas of a page: the program's page, noVNC and a floor, in turns
+// in one browser. Prints a table, and puts it into a document if one is named.
+// Usage: glass.mjs PROGRAM [DOCUMENT.md]
+
+import { readFileSync, writeFileSync } from 'node:fs';
+import { dirname } from 'node:path';
+
+import { HostPage } from '../../tests/e2e/browser/support/HostPage.mjs';
+import { ScreenChanger } from '../../tests/e2e/browser/support/ScreenChanger.mjs';
+import { VirtualScreen } from '../../tests/e2e/browser/support/VirtualScreen.mjs';
+import { startFloor, startNoVnc, startPage } from './peers.mjs';
+import { processesNamed, processorTime } from './processes.mjs';
+
+const [program, document] = process.argv.slice(2);
+const screenChanger = `${dirname(program)}/../../../tests/e2e/browser/screen_changer`;
+const turns = Number(process.env.QUORVIN_TURNS ?? 3);
+const changesATurn = 40;
+
+const still = {
+  caret: [400, 320, 8, 16],
+  'a line of text': [400, 480, 600, 16],
+  'a field of 128 x 128': [800, 640, 128, 128],
+};
+
+const pause = (ms) => new Promise((resolve) => setTimeout(resolve, ms));
+const now = () => performance.timeOrigin + performance.now();
+
+// In the page: at which animation frame the canvas has that grey at that place.
+function awaitGrey([selector, x, y, grey]) {
+  return new Promise((resolve) => {
+    const look = () => {
+      const canvas = document.querySelector(selector);
+      const [red] = canvas.getContext('2d').getImageData(x, y, 1, 1).data;
+      if (Math.abs(red - grey) < 60) resolve(performance.timeOrigin + performance.now());
+      else requestAnimationFrame(look);
+    };
+    look();
+  });
+}
+
+// In the page: how many animation frames had something new in a column of the canvas.
+function countNewFrames([selector, x, ms]) {
+  return new Promise((resolve) => {
+    const end = performance.now() + ms;
+    let [last, count] = ['', 0];
+    const look = () => {
+      if (performance.now() >= end) return resolve(count);
+      requestAnimationFrame(look);
+      const canvas = document.querySelector(selector);
+      if (!canvas) return; // a peer that has given up shows nothing more
+      const column = canvas.getContext('2d').getImageData(x, 0, 1, canvas.height).data;
+      const sum = column.reduce((all, byte, at) => (all * 31 + byte * (at & 7)) >>> 0, 7);
+      if (sum !== last) ++count;
+      last = sum;
+    };
+    look();
+  });
+}
+
+const browserProcesses = () => processesNamed('chromium'); // nobody else runs one here
+
+class Turn {
+  constructor(peer, page, changer, results) {
+    Object.assign(this, { peer, page, changer, results });
+    this.bytes = 0;
+    page.on('websocket', (socket) =>
+      socket.on('framereceived', ({ payload }) => {
+        this.bytes += payload.length;
+      }),
+    );
+  }
+
+  add(what, measure, value) {
+    const key = `${what}|${measure}|${this.peer.name}`;
+    (this.results[key] ??= []).push(value);
+  }
+
+  async fill(rect, grey) {
+    await this.changer.fill(rect, grey * 0x010101);
+    this.peer.changed(rect, grey);
+  }
+
+  async latency(what, rect) {
+    console.error(`  ${what}`);
+    const [x, y] = [rect[0] + 4, rect[1] + 4];
+    const before = this.bytes;
+    for (let change = 0; change < changesATurn; ++change) {
+      const grey = change % 2 === 0 ? 0 : 255;
+      const seen = this.page.evaluate(awaitGrey, [this.peer.canvas, x, y, grey]);
+      await pause(40 + ((change * 37) % 50));
+      const begin = now();
+      await this.fill(rect, grey);
+      this.add(what, 'ms', (await seen) - begin);
+    }
+    this.add(what, 'kB', (this.bytes - before) / changesATurn / 1000);
+  }
+
+  // A window that moves, or text that scrolls: `draw` is called 30 times a second.
+  async motion(what, draw) {
+    console.error(`  ${what}`);
+    const ms = 4000;
+    const before = [
+      this.bytes,
+      processorTime(browserProcesses()),
+      processorTime(this.peer.processes()),
+    ];
+    const counted = this.page.evaluate(countNewFrames, [this.peer.canvas, 700, ms]);
+    const begin = now();
+    for (let step = 0; now() < begin + ms; ++step) {
+      await draw(step);
+      await pause(Math.max(0, begin + ((step + 1) * 1000) / 30 - now()));
+    }
+    const frames = await Promise.race([counted, pause(3 * ms).then(() => null)]);
+    if (frames === null) throw new Error(`${this.peer.name} shows nothing more while ${what}`);
+    this.add(what, 'frames a second', (frames * 1000) / ms);
+    this.add(what, 'kB', (this.bytes - before[0]) / frames / 1000);
+    const share = (roots, at) => ((processorTime(roots) - before[at]) / ms) * 100_000;
+    this.add(what, 'browser, % of a core', share(browserProcesses(), 1));
+    this.add(what, 'servers, % of a core', share(this.peer.processes(), 2));
+  }
+}
+
+async function measure(peer, browser, changer, results) {
+  console.error(`measuring ${peer.name}`);
+  const page = await browser.page.context().newPage();
+  const turn = new Turn(peer, page, changer, results);
+  await changer.desktop(1);
+  await peer.open(page);
+  await pause(3000);
+  for (const [what, rect] of Object.entries(still)) {
+    if (!peer.isFloor || what.startsWith('a field')) await turn.latency(what, rect);
+  }
+  if (!peer.isFloor) {
+    await turn.motion('a moving window', (step) =>
+      changer.fill([200 + (step % 40) * 8, 200, 960, 540], (step * 4321) & 0xffffff),
+    );
+    await turn.motion('typing', (step) =>
+      step % 3 === 0
+        ? changer.fill([696, 500, 8, 16], step % 6 === 0 ? 0x202428 : 0xfcfcfa)
+        : undefined,
+    );
+    await turn.motion('scrolling', (step) => changer.scroll(18, step));
+  }
+  await page.close();
+}
+
+const median = (values) => [...values].sort((a, b) => a - b)[values.length >> 1];
+const high = (values) => [...values].sort((a, b) => a - b)[Math.floor(values.length * 0.95)];
+
+function tableOf(results) {
+  const lines = [
+    '| What changes | Measured | Shown by | Median | 95th percentile |',
+    '|---|---|---|---:|---:|',
+  ];
+  for (const [key, values] of Object.entries(results)) {
+    const [what, measured, name] = key.split('|');
+    const last = measured === 'ms' ? high(values).toFixed(1) : '';
+    lines.push(`| ${what} | ${measured} | ${name} | ${median(values).toFixed(1)} | ${last} |`);
+  }
+  return lines;
+}
+
+function put(lines) {
+  const text = readFileSync(document, 'utf8');
+  const [begin, end] = ['<!-- glass -->\n', '<!-- end of glass -->'];
+  const from = text.indexOf(begin) + begin.length;
+  if (from < begin.length) throw new Error(`${document} has no table for this`);
+  const to = text.indexOf(end, from);
+  writeFileSync(document, text.slice(0, from) + `\n${lines.join('\n')}\n\n` + text.slice(to));
+}
+
+const results = {};
+const screen = await VirtualScreen.start(1920, 1080);
+const changer = new ScreenChanger(screenChanger, screen.environment);
+const browser = await HostPage.open('about:blank');
+for (let round = 0; round < turns; ++round) {
+  for (const start of [startPage, startNoVnc, startFloor]) {
+    const peer = await start(screen, program);
+    try {
+      await measure(peer, browser, changer, results);
+    } finally {
+      await peer.stop();
+    }
+  }
+}
+await browser.close();
+await changer.close();
+await screen.stop();
+const order = Object.entries(results).sort(([a], [b]) => {
+  const rank = (key) => key.split('|').slice(0, 2).join('|');
+  return rank(a).localeCompare(rank(b));
+});
+const lines = tableOf(Object.fromEntries(order));
+console.log(lines.join('\n'));
+if (document) put(lines);
+process.exit(0);

@@ -1,0 +1,33 @@
+// What the processes of a measurement are and cost, from proc(5).
+
+import { readFileSync, readdirSync } from 'node:fs';
+
+const ticksASecond = 100; // sysconf(_SC_CLK_TCK) of every Linux that this runs on
+
+function read(process, file) {
+  try {
+    return readFileSync(`/proc/${process}/${file}`, 'utf8');
+  } catch {
+    return ''; // it has just ended
+  }
+}
+
+const allProcesses = () =>
+  readdirSync('/proc').filter((entry) => /^\d+$/.test(entry)).map(Number);
+
+// By the name that a process gives itself, or the beginning of that.
+export function processesNamed(...names) {
+  return allProcesses().filter((process) => {
+    const own = read(process, 'comm').trim();
+    return own !== '' && names.some((name) => own.startsWith(name));
+  });
+}
+
+// Seconds that these processes have had.
+export function processorTime(processes) {
+  const ticks = processes.map((process) => {
+    const fields = read(process, 'stat').split(') ')[1]?.split(' ') ?? [];
+    return Number(fields[11] ?? 0) + Number(fields[12] ?? 0);
+  });
+  return ticks.reduce((all, count) => all + count, 0) / ticksASecond;
+}
