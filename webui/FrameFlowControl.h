@@ -2,11 +2,9 @@
 
 #include <chrono>
 #include <cstdint>
-#include <memory>
 #include <optional>
 
 #include "platform/Data.h"
-#include "webui/delta/SegmentedJpeg.h"
 
 namespace quorvin::webui {
 
@@ -15,7 +13,6 @@ using FrameClock = std::chrono::steady_clock;
 struct Frame {
   Data payload;
   FrameClock::time_point arrivedAt;
-  std::shared_ptr<const SegmentedJpeg> segments = {};  // of a payload that has any
 };
 
 // Flow control by credit for the frames to one page: at most two that the page has not acknowledged

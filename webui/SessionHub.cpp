@@ -206,10 +206,7 @@ bool SessionHub::inputTaken() const {
 
 void SessionHub::handleFrame(Data payload) {
   if (!session.active()) return;
-  newestFrame = Frame{payload, FrameClock::now()};
-  if (auto segments = SegmentedJpeg::parse(std::move(payload))) {
-    newestFrame->segments = std::make_shared<const SegmentedJpeg>(std::move(*segments));
-  }
+  newestFrame = Frame{std::move(payload), FrameClock::now()};
   for (auto& [id, page] : pages) {
     if (page.visibility.picture) offer(page, *newestFrame);
   }
@@ -221,7 +218,14 @@ void SessionHub::offer(Page& page, const Frame& frame) {
 
 void SessionHub::sendFrame(Page& page, const Frame& frame) {
   page.connection->sendText(frameText(ageMsOf(frame)));
-  page.connection->sendBinary(page.deltas.next(frame.payload, frame.segments));
+  page.connection->sendBinary(page.deltas.next(frame.payload, segmentsOf(frame.payload)));
+}
+
+std::shared_ptr<const SegmentedJpeg> SessionHub::segmentsOf(const Data& payload) {
+  if (newestSegments && newestSegments->file().data() == payload.data()) return newestSegments;
+  auto parsed = SegmentedJpeg::parse(payload);
+  newestSegments = parsed ? std::make_shared<const SegmentedJpeg>(std::move(*parsed)) : nullptr;
+  return newestSegments;
 }
 
 void SessionHub::handleStreamError(const FlutterError& error) {
@@ -236,6 +240,7 @@ void SessionHub::sessionChanged() {
   if (!session.active()) {
     // A picture of a session that is over must not turn up in a page.
     newestFrame.reset();
+    newestSegments.reset();
     for (auto& [id, page] : pages) {
       page.flowControl.dropWaiting();
       page.deltas.forget();

@@ -85,8 +85,11 @@ class SessionHub {
 
   void handleFrame(Data payload);
   void handleStreamError(const FlutterError& error);
-  static void offer(Page& page, const Frame& frame);
-  static void sendFrame(Page& page, const Frame& frame);
+  void offer(Page& page, const Frame& frame);
+  void sendFrame(Page& page, const Frame& frame);
+  // Null when the payload has none. Found once for all pages that a frame goes to, and not for one
+  // that goes to none.
+  [[nodiscard]] std::shared_ptr<const SegmentedJpeg> segmentsOf(const Data& payload);
 
   void releaseInput(Page& page);
   [[nodiscard]] bool inputTaken() const;
@@ -103,6 +106,7 @@ class SessionHub {
   std::map<PageId, Page> pages;
   PageId lastPageId = 0;
   std::optional<Frame> newestFrame;  // of the running session, for pages that come later
+  std::shared_ptr<const SegmentedJpeg> newestSegments;  // that were found last
   std::string announcedState;
   bool listening = false;
   MainLoopSource absence;

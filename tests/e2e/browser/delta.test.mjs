@@ -10,7 +10,6 @@ import { HostPage } from './support/HostPage.mjs';
 import { Random } from './support/Random.mjs';
 import { ScreenChanger } from './support/ScreenChanger.mjs';
 import { VirtualScreen } from './support/VirtualScreen.mjs';
-import { until } from './support/until.mjs';
 import { compareWithWhole, joinAsAnotherPage } from './support/wholeFrame.mjs';
 
 const release = new URL('../../../build/release/', import.meta.url);
@@ -31,16 +30,6 @@ const sizes = [
   [250, 131],
 ];
 const qualities = [40, 72, 95];
-
-async function apply(page, settings) {
-  for (const [name, value] of Object.entries(settings)) {
-    await page.page.fill(`#settings-form [name=${name}]`, String(value));
-  }
-  await page.page.click('#apply-settings');
-  await until('the settings to be in force', async () =>
-    /^Applied/.test(await page.text('#settings-result')),
-  );
-}
 
 
 // From a caret to a part of the screen, anywhere, also where it ends.
@@ -83,7 +72,7 @@ for (const size of sizes) {
       await page.page.evaluate(joinAsAnotherPage);
       const each = Math.ceil(steps / sizes.length / qualities.length);
       for (const quality of qualities) {
-        await apply(page, { jpeg_quality: quality });
+        await page.apply({ jpeg_quality: quality });
         for (let step = 0; step < each; ++step) {
           await change(changer, random, size);
           const wrong = await page.page.evaluate(compareWithWhole);

@@ -96,16 +96,6 @@ async function changeAndLook(what, change) {
   await awaitTheScreenOnThePage(what);
 }
 
-async function apply(settings) {
-  for (const [name, value] of Object.entries(settings)) {
-    await page.page.fill(`#settings-form [name=${name}]`, String(value));
-  }
-  await page.page.click('#apply-settings');
-  await until('the settings to be in force', async () =>
-    /^Applied/.test(await page.text('#settings-result')),
-  );
-}
-
 // The same places every time, so that a run can be repeated: within rows of blocks, across their
 // borders, at the edges of the picture, and several at once.
 const smallChanges = {
@@ -166,7 +156,7 @@ test('many changes that follow each other at once end in the screen as it is', a
 test('another quality is one of the whole picture, and changes go on from there', async () => {
   for (const quality of [50, 90]) {
     await changer.desktop(quality);
-    await apply({ jpeg_quality: quality });
+    await page.apply({ jpeg_quality: quality });
     await awaitTheScreenOnThePage(`quality ${quality}`);
     await make('a column as high as the screen', `at quality ${quality}`);
     await make('three places at once', `at quality ${quality}`);
@@ -176,7 +166,7 @@ test('another quality is one of the whole picture, and changes go on from there'
 test('another size is one of the whole picture, and changes go on from there', async () => {
   for (const maxWidth of [640, 1920, 700]) {
     await changer.desktop(maxWidth);
-    await apply({ max_width: maxWidth });
+    await page.apply({ max_width: maxWidth });
     await until('the size', async () => (await page.pictureSize())[0] === Math.min(maxWidth, width));
     await awaitTheScreenOnThePage(`the picture of at most ${maxWidth} columns`);
     await make('a column as high as the screen', `at ${maxWidth} columns`);

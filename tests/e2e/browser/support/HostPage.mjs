@@ -79,6 +79,16 @@ export class HostPage {
     });
   }
 
+  async apply(settings) {
+    for (const [name, value] of Object.entries(settings)) {
+      await this.page.fill(`#settings-form [name=${name}]`, String(value));
+    }
+    await this.page.click('#apply-settings');
+    await until('the settings to be in force', async () =>
+      /^Applied/.test(await this.text('#settings-result')),
+    );
+  }
+
   text(selector) {
     return this.page.$eval(selector, (element) => element.textContent.trim());
   }

@@ -4,7 +4,7 @@
 export async function joinAsAnotherPage() {
   const socket = new WebSocket(new URL('ws', location.href.replace(/^http/, 'ws')));
   socket.binaryType = 'arraybuffer';
-  const other = { frames: 0, newest: null, shownFrames: -1 };
+  const other = { frames: 0, newest: null, seenFrames: 0 };
   socket.onmessage = ({ data }) => {
     if (data instanceof ArrayBuffer) {
       ++other.frames;
