@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/ScreenCapture.h"
 #include "platform/Value.h"
 
 namespace quorvin {
@@ -26,5 +27,12 @@ struct PictureSettings {
 // string keys or a setting is missing, of another type or out of range. A number with a whole
 // value counts as an integer, whichever way it was sent; a boolean never does.
 [[nodiscard]] std::optional<PictureSettings> parsePictureSettings(const Value& arguments);
+
+// The stream settings for a display of the given size in points: the frame keeps the display's
+// proportions, fits both limits and is never larger than the display. Values that a stream cannot
+// express stop the process.
+[[nodiscard]] StreamConfiguration makeStreamConfiguration(const PictureSettings& settings,
+                                                          std::int64_t displayWidth,
+                                                          std::int64_t displayHeight);
 
 }  // namespace quorvin

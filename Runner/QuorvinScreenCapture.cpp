@@ -4,7 +4,7 @@
 #include <cassert>
 #include <utility>
 
-#include "Runner/StreamGeometry.h"
+#include "Runner/PictureSettings.h"
 #include "platform/Fatal.h"
 
 namespace quorvin {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "Runner/StreamGeometry.h"
+#include "Runner/PictureSettings.h"
 
 namespace quorvin {
 namespace {
