@@ -11,7 +11,7 @@
 #include <variant>
 
 #include "platform/flutter/LinkFrame.h"
-#include "platform/flutter/StandardMethodCodec.h"
+#include "platform/flutter/StandardCodec.h"
 
 namespace quorvin {
 namespace {

@@ -8,7 +8,7 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/flutter/StandardMethodCodec.h"
+#include "platform/flutter/StandardCodec.h"
 
 namespace quorvin::webui {
 
@@ -31,10 +31,10 @@ std::string describe(int error) {
   return std::generic_category().message(error);
 }
 
-FlutterReply replyFromPayload(const std::optional<Bytes>& payload) {
-  if (!payload) return FlutterMethodNotImplemented{};
+FlutterReply replyFrom(const LinkFrame& frame) {
+  if (frame.type == LinkFrameType::emptyReply) return FlutterMethodNotImplemented{};
   try {
-    auto envelope = decodeEnvelope(*payload);
+    auto envelope = decodeEnvelope(frame.payload);
     if (auto* error = std::get_if<FlutterError>(&envelope)) return std::move(*error);
     return std::get<Value>(std::move(envelope));
   } catch (const CodecError&) {
@@ -44,31 +44,46 @@ FlutterReply replyFromPayload(const std::optional<Bytes>& payload) {
 
 }  // namespace
 
-LinkClient::LinkClient(FileDescriptor linkSocket, MessageHandler onMessage, CloseHandler onClosed)
+HostClient::HostClient(FileDescriptor linkSocket, Handlers givenHandlers)
     : socket(std::move(linkSocket)),
-      onMessage(std::move(onMessage)),
-      onClosed(std::move(onClosed)),
+      handlers(std::move(givenHandlers)),
       readBuffer(readBufferSize) {
   g_unix_set_fd_nonblocking(socket.get(), TRUE, nullptr);
   readable = MainLoopSource::onDescriptor(nullptr, socket.get(), G_IO_IN,
                                           MainLoopSource::whileTrue([this] { return read(); }));
 }
 
-void LinkClient::request(std::string_view channel, Bytes payload, ReplyHandler onReply) {
-  if (!open) return;
-  const auto id = unusedId();
-  unanswered.emplace(id, std::move(onReply));
-  enqueue({LinkFrameType::message, id, std::string(channel), std::move(payload)});
+void HostClient::call(const FlutterMethodCall& call, FlutterResult onReply) {
+  request(hostChannel, call, std::move(onReply));
 }
 
-std::uint32_t LinkClient::unusedId() {
+void HostClient::listen(std::function<void(bool)> onReply) {
+  request(framesChannel, {"listen", {}}, [onReply = std::move(onReply)](const FlutterReply& reply) {
+    onReply(std::holds_alternative<Value>(reply));
+  });
+}
+
+void HostClient::cancel() {
+  request(framesChannel, {"cancel", {}}, [](const FlutterReply&) {});
+}
+
+void HostClient::request(std::string_view channel, const FlutterMethodCall& call,
+                         FlutterResult onReply) {
+  if (!open) return;
+  const LinkFrame message{LinkFrameType::message, unusedId(), std::string(channel),
+                          encodeMethodCall(call)};
+  unanswered.emplace(message.id, std::move(onReply));
+  enqueue(message);
+}
+
+std::uint32_t HostClient::unusedId() {
   do {
     ++lastId;
   } while (lastId == 0 || unanswered.contains(lastId));
   return lastId;
 }
 
-bool LinkClient::read() {
+bool HostClient::read() {
   for (int reads = 0; open && reads < readsPerTurnMax; ++reads) {
     const auto count = recv(socket.get(), readBuffer.data(), readBuffer.size(), MSG_DONTWAIT);
     if (count < 0 && wouldBlock(errno)) break;
@@ -82,11 +97,11 @@ bool LinkClient::read() {
   return open;
 }
 
-bool LinkClient::handleReadBytes(std::span<const std::uint8_t> bytes) {
+bool HostClient::handleReadBytes(std::span<const std::uint8_t> bytes) {
   try {
     reader.append(bytes);
     while (auto frame = reader.next()) {
-      handleFrame(std::move(*frame));
+      handleFrame(*frame);
       if (!open) return false;
     }
   } catch (const LinkError& error) {
@@ -95,33 +110,37 @@ bool LinkClient::handleReadBytes(std::span<const std::uint8_t> bytes) {
   return open;
 }
 
-void LinkClient::handleFrame(LinkFrame frame) {
-  if (frame.type == LinkFrameType::message) {
-    handleMessage(std::move(frame));
-  } else {
-    handleReply(std::move(frame));
-  }
-}
-
-void LinkClient::handleMessage(LinkFrame message) {
+void HostClient::handleFrame(const LinkFrame& frame) {
+  if (frame.type != LinkFrameType::message) return handleReply(frame);
   // This user interface answers nothing; a sender that wants a reply is told so at once.
-  if (message.id != 0) enqueue({LinkFrameType::emptyReply, message.id, {}, {}});
-  onMessage(message.channel, std::move(message.payload));
+  if (frame.id != 0) enqueue({LinkFrameType::emptyReply, frame.id, {}, {}});
+  // Everything else that the host sends (the window's life cycle) concerns no page.
+  if (frame.channel == framesChannel && !frame.payload.empty()) handleEvent(frame.payload);
 }
 
-void LinkClient::handleReply(LinkFrame reply) {
+void HostClient::handleReply(const LinkFrame& reply) {
   const auto waiting = unanswered.find(reply.id);
   if (waiting == unanswered.end()) throw LinkError("a reply to a message that was never sent");
   const auto onReply = std::move(waiting->second);
   unanswered.erase(waiting);
-  if (reply.type == LinkFrameType::emptyReply) {
-    onReply(std::nullopt);
-  } else {
-    onReply(std::move(reply.payload));
+  onReply(replyFrom(reply));
+}
+
+void HostClient::handleEvent(const Bytes& payload) const {
+  try {
+    const auto event = decodeEnvelope(payload);
+    if (const auto* error = std::get_if<FlutterError>(&event)) {
+      handlers.onStreamError(*error);
+    } else if (const auto* frame = std::get<Value>(event).as<Data>()) {
+      handlers.onFrame(*frame);
+    }
+  } catch (const CodecError&) {
+    // What this program cannot read it cannot show; the next event may be fine.
+    return;
   }
 }
 
-void LinkClient::enqueue(const LinkFrame& frame) {
+void HostClient::enqueue(const LinkFrame& frame) {
   auto bytes = encodeLinkFrame(frame);
   queuedBytes += bytes.size();
   if (queuedBytes > queuedBytesMax) {
@@ -136,7 +155,7 @@ void LinkClient::enqueue(const LinkFrame& frame) {
 }
 
 // Returns whether there is more to write once the socket takes it.
-bool LinkClient::write() {
+bool HostClient::write() {
   while (open && !writeQueue.empty()) {
     const auto rest = std::span(writeQueue.front()).subspan(writtenOfFirst);
     const auto count = send(socket.get(), rest.data(), rest.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
@@ -154,7 +173,7 @@ bool LinkClient::write() {
   return false;
 }
 
-void LinkClient::closeLink(const std::string& reason) {
+void HostClient::closeLink(const std::string& reason) {
   if (!open) return;
   open = false;
   readable.cancel();
@@ -162,62 +181,15 @@ void LinkClient::closeLink(const std::string& reason) {
   pendingClose.cancel();
   unanswered.clear();
   writeQueue.clear();
-  onClosed(reason);
+  handlers.onClosed(reason);
 }
 
 // Closing from within a request would call back into whoever is making it.
-void LinkClient::closeSoon(const std::string& reason) {
+void HostClient::closeSoon(const std::string& reason) {
   if (!open || pendingClose.isActive()) return;
   pendingClose =
       MainLoopSource::onTimeout(nullptr, std::chrono::milliseconds(0),
                                 MainLoopSource::once([this, reason] { closeLink(reason); }));
-}
-
-HostClient::HostClient(FileDescriptor socket, Handlers givenHandlers)
-    : handlers(std::move(givenHandlers)),
-      link(
-          std::move(socket),
-          [this](std::string_view channel, const Bytes& payload) {
-            handleMessage(channel, payload);
-          },
-          [this](const std::string& reason) { handlers.onClosed(reason); }) {}
-
-void HostClient::call(const FlutterMethodCall& call, FlutterResult onReply) {
-  invoke(hostChannel, call, std::move(onReply));
-}
-
-void HostClient::listen(std::function<void(bool)> onReply) {
-  invoke(framesChannel, {"listen", {}}, [onReply = std::move(onReply)](const FlutterReply& reply) {
-    onReply(std::holds_alternative<Value>(reply));
-  });
-}
-
-void HostClient::cancel() {
-  invoke(framesChannel, {"cancel", {}}, [](const FlutterReply&) {});
-}
-
-void HostClient::invoke(std::string_view channel, const FlutterMethodCall& call,
-                        FlutterResult onReply) {
-  link.request(channel, encodeMethodCall(call),
-               [onReply = std::move(onReply)](const std::optional<Bytes>& payload) {
-                 onReply(replyFromPayload(payload));
-               });
-}
-
-// Everything else that the host sends (the window's life cycle) concerns no page.
-void HostClient::handleMessage(std::string_view channel, const Bytes& payload) const {
-  if (channel != framesChannel || payload.empty()) return;
-  try {
-    const auto event = decodeEnvelope(payload);
-    if (const auto* error = std::get_if<FlutterError>(&event)) {
-      handlers.onStreamError(*error);
-    } else if (const auto* frame = std::get<Value>(event).as<Data>()) {
-      handlers.onFrame(*frame);
-    }
-  } catch (const CodecError&) {
-    // What this program cannot read it cannot show; the next event may be fine.
-    return;
-  }
 }
 
 }  // namespace quorvin::webui

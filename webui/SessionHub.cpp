@@ -34,7 +34,7 @@ bool HeldInputFlag::take() {
   return std::exchange(mayHoldInput, false);
 }
 
-SessionHub::SessionHub(FileDescriptor linkSocket, LinkClient::CloseHandler onLinkClosed,
+SessionHub::SessionHub(FileDescriptor linkSocket, HostClient::CloseHandler onLinkClosed,
                        std::chrono::milliseconds absenceMax,
                        std::chrono::milliseconds questionInterval)
     : absenceLimit(absenceMax),

@@ -47,8 +47,8 @@ class SessionHub {
   static_assert(customerAbsenceMax + 2 * PageConnection::questionInterval <
                 std::chrono::seconds(15));
 
-  // Takes over the UI link. `onLinkClosed` as in LinkClient.
-  SessionHub(FileDescriptor linkSocket, LinkClient::CloseHandler onLinkClosed,
+  // Takes over the UI link. `onLinkClosed` as in HostClient.
+  SessionHub(FileDescriptor linkSocket, HostClient::CloseHandler onLinkClosed,
              std::chrono::milliseconds absenceMax = customerAbsenceMax,
              std::chrono::milliseconds questionInterval = PageConnection::questionInterval);
 

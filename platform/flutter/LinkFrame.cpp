@@ -3,8 +3,7 @@
 #include <cstddef>
 #include <utility>
 
-#include "platform/flutter/StandardMessageCodec.h"
-#include "platform/flutter/StandardMethodCodec.h"
+#include "platform/flutter/StandardCodec.h"
 #include "platform/flutter/Utf8.h"
 
 namespace quorvin {

@@ -9,7 +9,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/flutter/StandardMessageCodec.h"
+#include "platform/flutter/StandardCodec.h"
 #import "platform/macos/Bridging.h"
 
 namespace quorvin {

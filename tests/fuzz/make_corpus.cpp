@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "platform/flutter/LinkFrame.h"
-#include "platform/flutter/StandardMethodCodec.h"
+#include "platform/flutter/StandardCodec.h"
 #include "webui/tests/TestJpeg.h"
 
 namespace {

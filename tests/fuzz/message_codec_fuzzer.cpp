@@ -7,7 +7,7 @@
 #include <span>
 
 #include "platform/Fatal.h"
-#include "platform/flutter/StandardMessageCodec.h"
+#include "platform/flutter/StandardCodec.h"
 
 using namespace quorvin;  // NOLINT: a program of one file
 

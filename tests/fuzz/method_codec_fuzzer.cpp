@@ -8,7 +8,7 @@
 
 #include "platform/Fatal.h"
 #include "platform/flutter/LinkFrame.h"
-#include "platform/flutter/StandardMethodCodec.h"
+#include "platform/flutter/StandardCodec.h"
 
 using namespace quorvin;  // NOLINT: a program of one file
 

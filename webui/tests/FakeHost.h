@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "platform/flutter/LinkFrame.h"
-#include "platform/flutter/StandardMethodCodec.h"
+#include "platform/flutter/StandardCodec.h"
 #include "platform/unix/FileDescriptor.h"
 #include "platform/unix/MainLoopSource.h"
 

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "webui/JsonValue.h"
+#include "webui/PageMessage.h"
 
 namespace quorvin::webui {
 namespace {

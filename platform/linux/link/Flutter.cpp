@@ -7,7 +7,7 @@
 
 #include "platform/Fatal.h"
 #include "platform/Interface.h"
-#include "platform/flutter/StandardMethodCodec.h"
+#include "platform/flutter/StandardCodec.h"
 #include "platform/flutter/Utf8.h"
 
 namespace quorvin {

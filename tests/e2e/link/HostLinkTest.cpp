@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/flutter/StandardMethodCodec.h"
+#include "platform/flutter/StandardCodec.h"
 #include "tests/e2e/link/HostHarness.h"
 #include "tests/e2e/link/ScreenNoise.h"
 

@@ -12,7 +12,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/flutter/StandardMethodCodec.h"
+#include "platform/flutter/StandardCodec.h"
 
 namespace quorvin {
 namespace {

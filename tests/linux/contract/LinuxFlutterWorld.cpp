@@ -5,7 +5,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/flutter/StandardMethodCodec.h"
+#include "platform/flutter/StandardCodec.h"
 #include "platform/linux/link/Flutter.h"
 #include "tests/contract/FlutterContract.h"
 #include "tests/linux/link/LinkPeer.h"

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/flutter/StandardMethodCodec.h"
+#include "platform/flutter/StandardCodec.h"
 #include "platform/linux/link/Flutter.h"
 #include "tests/linux/link/LinkPeer.h"
 #include "tests/linux/link/TestLoop.h"

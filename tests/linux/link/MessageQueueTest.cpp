@@ -5,8 +5,8 @@
 #include <string>
 
 #include "platform/flutter/LinkFrame.h"
-#include "platform/flutter/StandardMethodCodec.h"
-#include "platform/linux/link/MessageQueue.h"
+#include "platform/flutter/StandardCodec.h"
+#include "platform/linux/link/UiLink.h"
 
 namespace quorvin {
 namespace {

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/flutter/StandardMessageCodec.h"
+#include "platform/flutter/StandardCodec.h"
 #import "platform/macos/Bridging.h"
 #include "tests/macos/standin/StandInTest.h"
 

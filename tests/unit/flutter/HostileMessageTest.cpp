@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/flutter/StandardMessageCodec.h"
+#include "platform/flutter/StandardCodec.h"
 #include "tests/unit/flutter/HexBytes.h"
 
 namespace quorvin {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/flutter/LinkFrame.h"
-#include "platform/flutter/StandardMethodCodec.h"
+#include "platform/flutter/StandardCodec.h"
 #include "tests/unit/flutter/HexBytes.h"
 
 namespace quorvin {

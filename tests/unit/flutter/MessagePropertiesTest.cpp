@@ -5,8 +5,7 @@
 #include <random>
 
 #include "platform/flutter/LinkFrame.h"
-#include "platform/flutter/StandardMessageCodec.h"
-#include "platform/flutter/StandardMethodCodec.h"
+#include "platform/flutter/StandardCodec.h"
 #include "tests/unit/flutter/RandomValue.h"
 
 namespace quorvin {

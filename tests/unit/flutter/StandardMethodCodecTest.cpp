@@ -5,7 +5,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/flutter/StandardMethodCodec.h"
+#include "platform/flutter/StandardCodec.h"
 #include "tests/unit/flutter/HexBytes.h"
 
 namespace quorvin {

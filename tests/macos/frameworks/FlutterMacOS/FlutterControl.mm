@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/flutter/StandardMethodCodec.h"
+#include "platform/flutter/StandardCodec.h"
 #include "tests/macos/standin/CallLog.h"
 
 namespace standin {
