@@ -4,6 +4,7 @@
 
 #include "launchctl/CommandLine.h"
 #include "launchctl/LaunchctlError.h"
+#include "tests/linux/launchctl/LaunchctlHarness.h"
 
 namespace quorvin::launchctl {
 namespace {
@@ -29,6 +30,15 @@ TEST(CommandLine, TakesAFileForTheLoginOfThisUser) {
 TEST(CommandLine, KnowsHelpAndVersion) {
   EXPECT_EQ(parseCommandLine({"--help"}, user).command, Command::help);
   EXPECT_EQ(parseCommandLine({"--version"}, user).command, Command::version);
+}
+
+TEST(CommandLine, PrintsHelpAndVersion) {
+  const auto help = runProgram({QUORVIN_LAUNCHCTL, "--help"});
+  EXPECT_EQ(help.status, 0);
+  EXPECT_EQ(help.output, usageText());
+  const auto version = runProgram({QUORVIN_LAUNCHCTL, "--version"});
+  EXPECT_EQ(version.status, 0);
+  EXPECT_TRUE(version.output.starts_with("quorvin-launchctl ")) << version.output;
 }
 
 TEST(CommandLine, RefusesWhatItDoesNotUnderstand) {

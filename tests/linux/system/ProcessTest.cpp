@@ -1,13 +1,16 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "platform/linux/system/Process.h"
+#include "tests/TemporaryFolder.h"
 
 namespace quorvin {
 namespace {
@@ -46,6 +49,20 @@ LinuxProcess plainProcess() {
 
 TEST(LinuxProcess, IsNoMacOS) {
   EXPECT_FALSE(plainProcess().isMacOSAtLeast(0, 0));
+}
+
+TEST(ActivityServices, FindTheBusInTheRuntimeFolderUnlessTheEnvironmentNamesOne) {
+  const TemporaryFolder folder;
+  unsetenv("DBUS_SESSION_BUS_ADDRESS");
+  setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 1);
+  (void)folder.write("bus", "");
+  EXPECT_EQ(ActivityServices::fromEnvironment().busAddress, "");
+  std::filesystem::remove(folder.path("bus"));
+  ASSERT_EQ(mknod(folder.path("bus").c_str(), S_IFSOCK | S_IRUSR, 0), 0);
+  EXPECT_EQ(ActivityServices::fromEnvironment().busAddress,
+            "unix:path=" + folder.path("bus").string());
+  setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/other", 1);
+  EXPECT_EQ(ActivityServices::fromEnvironment().busAddress, "unix:path=/other");
 }
 
 TEST(LinuxProcess, SurvivesAStandardErrorThatNobodyReads) {
