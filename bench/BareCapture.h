@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/capture/X11SharedMemory.h"
+#include "platform/linux/capture/X11ScreenReader.h"
 #include "platform/linux/frame/PixelRegion.h"
 #include "platform/linux/x11/X11Connection.h"
 

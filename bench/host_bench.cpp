@@ -15,8 +15,7 @@
 #include "bench/Desktop.h"
 #include "bench/Measures.h"
 #include "platform/linux/capture/X11ScreenReader.h"
-#include "platform/linux/capture/X11SharedMemory.h"
-#include "platform/linux/x11/X11Server.h"
+#include "platform/linux/x11/X11Connection.h"
 #include "tests/e2e/link/HostHarness.h"
 #include "tests/linux/capture/ScreenPainter.h"
 
@@ -75,7 +74,8 @@ void bareFetchAndEncode(benchmark::State& state) {
   const std::unique_ptr<void, decltype(&tjDestroy)> compressor(tjInitCompress(), &tjDestroy);
   std::vector<unsigned char> file(tjBufSize(widthPx, heightPx, TJSAMP_420));
   const auto fetchAndEncode = [&] {
-    if (!reader.read(PixelRegion(wholeOf(image.size)), image)) state.SkipWithError("no pixels");
+    reader.requestPixels(PixelRegion(wholeOf(image.size)), image);
+    if (!reader.waitForPixels()) state.SkipWithError("no pixels");
     auto* bytes = file.data();
     auto size = static_cast<unsigned long>(file.size());  // NOLINT: the library's own type
     tjCompress2(compressor.get(), image.memory.get(), widthPx,

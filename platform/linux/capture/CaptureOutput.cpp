@@ -14,7 +14,7 @@ namespace quorvin {
 
 namespace {
 
-// A sample as the worker delivers it: always valid, with its one attachment. Any thread.
+// A sample as the stream delivers it: always valid, with its one attachment. Any thread.
 class LinuxCaptureSample final : public CaptureSample {
  public:
   LinuxCaptureSample(std::int64_t frameStatus, MediaTime time, std::shared_ptr<CapturedFrame> frame)

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "platform/linux/capture/X11SharedMemory.h"
+#include "platform/linux/capture/X11ScreenReader.h"
 
 namespace quorvin {
 

@@ -1,12 +1,19 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <string>
 
 #include "platform/ScreenCapture.h"
-#include "platform/linux/capture/CaptureSettings.h"
 
 namespace quorvin {
+
+// What the captures of this process have asked of the X server so far. Any thread.
+struct CaptureCounters {
+  std::atomic<std::uint64_t> polls = 0;  // times that a stream asked what had changed
+  std::atomic<std::uint64_t> fetchedBytes = 0;
+};
 
 // Captures the monitors of an X11 screen. A display is a monitor as RANDR 1.5 defines it, or the
 // whole screen on a server without it; a point is a pixel. Needs a screen of depth 24 or 30; makes

@@ -1,11 +1,151 @@
 #include "platform/linux/capture/X11ScreenReader.h"
 
+#include <libyuv/convert_argb.h>
+#include <libyuv/planar_functions.h>
+#include <sys/ipc.h>
+#include <sys/mman.h>
+#include <sys/shm.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <xcb/shm.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
+#include <optional>
+
+#include "platform/linux/x11/X11Error.h"
 
 namespace quorvin {
+
+// --- The memory that pixels are read into
+
+namespace {
+
+Error outOfMemory() {
+  return x11Error(X11ErrorCode::noResources,
+                  "The system has no memory left for the pictures of the screen.");
+}
+
+PixelMemory map(std::size_t sizeBytes, int flags, int descriptor) {
+  void* pages = mmap(nullptr, sizeBytes, PROT_READ | PROT_WRITE, flags, descriptor, 0);
+  if (pages == MAP_FAILED) throw outOfMemory();
+  return {static_cast<std::uint8_t*>(pages), [sizeBytes](std::uint8_t* mapped) {
+            munmap(mapped, sizeBytes);
+          }};
+}
+
+// A System V segment, which goes away by itself once everybody has detached from it.
+class SystemVPixelMemory {
+ public:
+  explicit SystemVPixelMemory(std::size_t sizeBytes)
+      : id(shmget(IPC_PRIVATE, sizeBytes, IPC_CREAT | S_IRUSR | S_IWUSR)) {
+    if (id < 0) throw outOfMemory();
+    void* attached = shmat(id, nullptr, 0);
+    if (attached == reinterpret_cast<void*>(-1)) {  // NOLINT(performance-no-int-to-ptr)
+      shmctl(id, IPC_RMID, nullptr);
+      throw outOfMemory();
+    }
+    pages = PixelMemory(static_cast<std::uint8_t*>(attached),
+                        [](std::uint8_t* address) { shmdt(address); });
+  }
+  SystemVPixelMemory(const SystemVPixelMemory&) = delete;
+  SystemVPixelMemory& operator=(const SystemVPixelMemory&) = delete;
+  // Forbids further attaching by marking the segment for removal.
+  ~SystemVPixelMemory() { shmctl(id, IPC_RMID, nullptr); }
+
+  [[nodiscard]] std::uint32_t identifier() const { return static_cast<std::uint32_t>(id); }
+  [[nodiscard]] const PixelMemory& memory() const { return pages; }
+
+ private:
+  int id;
+  PixelMemory pages;
+};
+
+constexpr std::uint8_t writable = 0;
+
+void attach(X11Connection& connection, PixelImage& image, xcb_void_cookie_t request,
+            xcb_shm_seg_t segment) {
+  if (!connection.succeeded(request)) {
+    throw x11Error(X11ErrorCode::noResources,
+                   "The X server does not share memory with this program.");
+  }
+  image.segment = segment;
+  image.attachment = std::shared_ptr<const void>(
+      &connection, [segment](X11Connection* server) { xcb_shm_detach(server->get(), segment); });
+}
+
+void shareByDescriptor(X11Connection& connection, PixelImage& image, std::size_t sizeBytes) {
+  SharedPixelMemory shared = allocateSharedPixelMemory(sizeBytes);
+  image.memory = std::move(shared.memory);
+  const xcb_shm_seg_t segment = xcb_generate_id(connection.get());
+  // libxcb closes the descriptor once it has been sent.
+  attach(
+      connection, image,
+      xcb_shm_attach_fd_checked(connection.get(), segment, shared.descriptor.release(), writable),
+      segment);
+}
+
+void shareBySystemV(X11Connection& connection, PixelImage& image, std::size_t sizeBytes) {
+  const SystemVPixelMemory shared(sizeBytes);
+  image.memory = shared.memory();
+  const xcb_shm_seg_t segment = xcb_generate_id(connection.get());
+  attach(connection, image,
+         xcb_shm_attach_checked(connection.get(), segment, shared.identifier(), writable), segment);
+}
+
+bool works(X11Connection& connection, X11Transport transport) {
+  try {
+    [[maybe_unused]] const PixelImage trial = makeSharedImage(connection, transport, {16, 16});
+    return true;
+  } catch (const Error&) {
+    return false;
+  }
+}
+
+}  // namespace
+
+PixelMemory allocatePixelMemory(std::size_t sizeBytes) {
+  return map(sizeBytes, MAP_PRIVATE | MAP_ANONYMOUS, -1);
+}
+
+SharedPixelMemory allocateSharedPixelMemory(std::size_t sizeBytes) {
+  FileDescriptor descriptor(memfd_create("screen-pixels", MFD_CLOEXEC));
+  if (!descriptor.isOpen() || ftruncate(descriptor.get(), static_cast<off_t>(sizeBytes)) != 0) {
+    throw outOfMemory();
+  }
+  PixelMemory memory = map(sizeBytes, MAP_SHARED, descriptor.get());
+  return {std::move(memory), std::move(descriptor)};
+}
+
+X11Transport chooseTransport(X11Connection& connection, const X11Extensions& extensions) {
+  // A segment number means something else, or nothing, to a server on another machine.
+  if (!extensions.sharedMemory || !connection.isLocal()) return X11Transport::replies;
+  if (extensions.sharedMemoryByDescriptor && works(connection, X11Transport::descriptor)) {
+    return X11Transport::descriptor;
+  }
+  return works(connection, X11Transport::systemV) ? X11Transport::systemV : X11Transport::replies;
+}
+
+PixelImage makeSharedImage(X11Connection& connection, X11Transport transport, PixelSize size) {
+  PixelImage image;
+  image.size = size;
+  const std::size_t sizeBytes = image.offsetBytes(0, size.height);
+  switch (transport) {
+    case X11Transport::descriptor:
+      shareByDescriptor(connection, image, sizeBytes);
+      break;
+    case X11Transport::systemV:
+      shareBySystemV(connection, image, sizeBytes);
+      break;
+    case X11Transport::replies:
+      image.memory = allocatePixelMemory(sizeBytes);
+      break;
+  }
+  return image;
+}
+
+// --- Reading
 
 namespace {
 
@@ -23,6 +163,86 @@ std::size_t bytesOf(const PixelRect& rect) {
 
 std::size_t rowBytes(const PixelRect& rect) {
   return static_cast<std::size_t>(rect.width) * bytesPerPixel;
+}
+
+const xcb_visualtype_t* findVisual(const xcb_screen_t& screen, xcb_visualid_t id) {
+  auto depths = xcb_screen_allowed_depths_iterator(&screen);
+  for (; depths.rem > 0; xcb_depth_next(&depths)) {
+    auto visuals = xcb_depth_visuals_iterator(depths.data);
+    for (; visuals.rem > 0; xcb_visualtype_next(&visuals)) {
+      if (visuals.data->visual_id == id) return visuals.data;
+    }
+  }
+  return nullptr;
+}
+
+// Zero when the server has no format of that depth.
+int bitsPerPixel(const xcb_setup_t& setup, int depth) {
+  auto formats = xcb_setup_pixmap_formats_iterator(&setup);
+  for (; formats.rem > 0; xcb_format_next(&formats)) {
+    if (formats.data->depth == depth) return formats.data->bits_per_pixel;
+  }
+  return 0;
+}
+
+bool hasNativeByteOrder(const xcb_setup_t& setup) {
+  return std::endian::native == std::endian::little &&
+         setup.image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST;
+}
+
+bool hasMasks(const xcb_visualtype_t& visual, std::uint32_t red, std::uint32_t green,
+              std::uint32_t blue) {
+  return visual.red_mask == red && visual.green_mask == green && visual.blue_mask == blue;
+}
+
+std::optional<X11PixelFormat> formatOf(int depth, const xcb_visualtype_t& visual) {
+  if (depth == 24 && hasMasks(visual, 0xff0000, 0xff00, 0xff)) return X11PixelFormat::x8r8g8b8;
+  if (depth == 30 && hasMasks(visual, 0x3ff00000, 0xffc00, 0x3ff)) {
+    return X11PixelFormat::x2r10g10b10;
+  }
+  if (depth == 30 && hasMasks(visual, 0x3ff, 0xffc00, 0x3ff00000)) {
+    return X11PixelFormat::x2b10g10r10;
+  }
+  return {};
+}
+
+// Throws Error when the root window's pixels are of a kind that is not understood.
+X11PixelFormat rootPixelFormat(X11Connection& connection) {
+  const xcb_setup_t& setup = *xcb_get_setup(connection.get());
+  const xcb_screen_t& screen = connection.screen();
+  const auto* visual = findVisual(screen, screen.root_visual);
+  std::optional<X11PixelFormat> format;
+  if (visual != nullptr && hasNativeByteOrder(setup) &&
+      bitsPerPixel(setup, screen.root_depth) == 32) {
+    format = formatOf(screen.root_depth, *visual);
+  }
+  if (!format) {
+    throw x11Error(X11ErrorCode::unsupportedScreen,
+                   "The screen cannot be captured: its pixels have a depth of " +
+                       std::to_string(screen.root_depth) +
+                       " bits or an order of colours that is not supported. Use a "
+                       "screen of depth 24 or 30.");
+  }
+  return *format;
+}
+
+// Writes `width` by `height` pixels with 8 bits a colour, blue first. Strides are in bytes. The
+// areas must not overlap.
+void convertPixels(X11PixelFormat format, const std::uint8_t* source, std::size_t sourceStride,
+                   std::uint8_t* target, std::size_t targetStride, int width, int height) {
+  const int from = static_cast<int>(sourceStride);
+  const int to = static_cast<int>(targetStride);
+  switch (format) {
+    case X11PixelFormat::x8r8g8b8:
+      libyuv::ARGBCopy(source, from, target, to, width, height);
+      break;
+    case X11PixelFormat::x2r10g10b10:
+      libyuv::AR30ToARGB(source, from, target, to, width, height);
+      break;
+    case X11PixelFormat::x2b10g10r10:
+      libyuv::AB30ToARGB(source, from, target, to, width, height);
+      break;
+  }
 }
 
 }  // namespace

@@ -12,7 +12,6 @@
 #include "platform/linux/input/XTestWriter.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11Monitors.h"
-#include "platform/linux/x11/X11Server.h"
 #include "platform/unix/ThreadCheck.h"
 
 namespace quorvin {

@@ -2,6 +2,7 @@
 
 #include <xcb/randr.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/linux/x11/X11Error.h"
@@ -21,6 +22,11 @@ PixelRect rootArea(X11Connection& connection) {
 
 DisplayID identify(const xcb_randr_monitor_info_t& monitor) {
   return monitor.nOutput > 0 ? *xcb_randr_monitor_info_outputs(&monitor) : monitor.name;
+}
+
+Error displayGone() {
+  return x11Error(X11ErrorCode::displayGone,
+                  "The display that was being captured is no longer connected.");
 }
 
 }  // namespace
@@ -64,6 +70,43 @@ void X11MonitorWatch::handle(const xcb_generic_event_t& event) {
 
 bool X11MonitorWatch::takeChange() {
   return std::exchange(changed, false);
+}
+
+X11DisplayTracker::X11DisplayTracker(X11Connection& connection, const X11Extensions& extensions,
+                                     DisplayID display)
+    : connection(connection),
+      extensions(extensions),
+      display(display),
+      watch(connection, extensions) {
+  const auto found = find();
+  if (!found) throw displayGone();
+  lastArea = *found;
+}
+
+bool X11DisplayTracker::update(Time now) {
+  if (!watch.takeChange() && now < deadline()) return false;
+  const auto found = find();
+  if (!found) {
+    if (!missingSince) missingSince = now;
+    if (now >= deadline()) throw displayGone();
+    return false;
+  }
+  // After an absence the pixels are others even at the same place.
+  const bool differs = missingSince.has_value() || *found != lastArea;
+  missingSince.reset();
+  lastArea = *found;
+  return differs;
+}
+
+X11DisplayTracker::Time X11DisplayTracker::deadline() const {
+  return missingSince ? *missingSince + timeout : Time::max();
+}
+
+std::optional<PixelRect> X11DisplayTracker::find() {
+  const auto monitors = listMonitors(connection, extensions);
+  const auto monitor = std::ranges::find(monitors, display, &X11Monitor::id);
+  if (monitor == monitors.end()) return {};
+  return monitor->area;
 }
 
 }  // namespace quorvin

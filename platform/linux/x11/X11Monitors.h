@@ -1,12 +1,12 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <vector>
 
 #include "platform/ScreenCapture.h"
 #include "platform/linux/frame/PixelRegion.h"
 #include "platform/linux/x11/X11Connection.h"
-#include "platform/linux/x11/X11Server.h"
 
 namespace quorvin {
 
@@ -36,6 +36,39 @@ class X11MonitorWatch {
   xcb_window_t root;
   std::optional<X11Extensions::Events> randr;
   bool changed = false;
+};
+
+// Keeps track of where one display lies while modes, arrangements and cables change. A change of
+// mode takes a display away for a moment, so it counts as gone only when it stays away. Used by
+// the connection's thread; the connection must outlive it.
+class X11DisplayTracker {
+ public:
+  using Time = std::chrono::steady_clock::time_point;
+
+  static constexpr std::chrono::nanoseconds timeout = std::chrono::seconds(1);
+
+  // Throws Error when there is no such display.
+  X11DisplayTracker(X11Connection& connection, const X11Extensions& extensions, DisplayID display);
+
+  void handle(const xcb_generic_event_t& event) { watch.handle(event); }
+  // Takes notice of the changes so far; true when the area is another one. Throws Error once the
+  // display is gone.
+  [[nodiscard]] bool update(Time now);
+  [[nodiscard]] bool isPresent() const { return !missingSince; }
+  // Where the display lies, or lay when it was last there.
+  [[nodiscard]] const PixelRect& area() const { return lastArea; }
+  // When to update even without an event.
+  [[nodiscard]] Time deadline() const;
+
+ private:
+  [[nodiscard]] std::optional<PixelRect> find();
+
+  X11Connection& connection;
+  const X11Extensions& extensions;
+  DisplayID display;
+  X11MonitorWatch watch;
+  PixelRect lastArea;
+  std::optional<Time> missingSince;
 };
 
 }  // namespace quorvin

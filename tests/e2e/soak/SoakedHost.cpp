@@ -5,7 +5,7 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "platform/linux/capture/CaptureSettings.h"
+#include "platform/linux/capture/CaptureSession.h"
 
 namespace quorvin {
 

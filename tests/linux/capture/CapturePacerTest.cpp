@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/linux/capture/CapturePacer.h"
+#include "platform/linux/capture/CaptureSession.h"
 
 namespace quorvin {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "platform/linux/capture/CaptureSettings.h"
+#include "platform/linux/capture/CaptureSession.h"
 
 namespace quorvin {
 namespace {

@@ -23,7 +23,8 @@ class FrameComposerTest : public testing::TestWithParam<PixelSize> {
  protected:
   FrameComposerTest() {
     painter.fillAll(amber);
-    static_cast<void>(damage.take(screen));
+    damage.request();
+    static_cast<void>(damage.waitForReply(screen));
     composer.configure(screen, GetParam(), 3);
   }
 
@@ -235,7 +236,8 @@ TEST_P(FrameComposerTest, AReadingThatFailsBeginsANewSeries) {
   ASSERT_TRUE(resize(320, 240));
   painter.fillAll(blue);
   // The composer must not depend on being told that all of it is new.
-  static_cast<void>(damage.take(screen));
+  damage.request();
+  static_cast<void>(damage.waitForReply(screen));
   const auto second = compose();
   ASSERT_TRUE(second);
   EXPECT_EQ(rowsChangedSince(*first, *second), (Rows{{0, GetParam().height}}));
@@ -274,7 +276,8 @@ class TornQuestionTest : public testing::TestWithParam<PixelSize> {
 
   TornQuestionTest() {
     painter.fillAll(amber);
-    static_cast<void>(damage.take(screen));
+    damage.request();
+    static_cast<void>(damage.waitForReply(screen));
     composer.configure(display, GetParam(), 3);
   }
 

@@ -202,6 +202,21 @@ TEST(StreamFrame, ConvertsTenBitsAColourToEight) {
   EXPECT_TRUE(harness.recorder->waitForColour(250, 100, green));
 }
 
+// As some graphics drivers have them.
+TEST(StreamFrame, ConvertsTenBitsAColourWithBlueHighest) {
+  CaptureHarness harness({"-screen", "0", "320x240x30", "-extension", "MIT-SHM"},
+                         CaptureHarness::Way::throughProxy);
+  harness.proxy->exchangeRedAndBlue();
+  const std::uint32_t ones = 0x3ff;
+  harness.painter.fillAll(ones << 20);
+  ASSERT_TRUE(harness.start(CaptureHarness::usualConfiguration()));
+  EXPECT_TRUE(harness.recorder->waitForColour(250, 100, blue));
+  harness.painter.fillAll(ones << 10);
+  EXPECT_TRUE(harness.recorder->waitForColour(250, 100, green));
+  harness.painter.fillAll(ones);
+  EXPECT_TRUE(harness.recorder->waitForColour(250, 100, red));
+}
+
 TEST(StreamFrame, RefusesAScreenWithTooFewColours) {
   CaptureHarness harness({"-screen", "0", "320x240x16"});
   harness.makeStream(CaptureHarness::usualConfiguration());

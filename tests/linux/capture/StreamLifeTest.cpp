@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <future>
 
@@ -18,6 +19,22 @@ std::optional<Error> startError(ScreenStream& stream) {
 std::int64_t number(std::optional<Error> error) {
   return error ? error->code : 0;
 }
+
+// While it exists, this process can open nothing more.
+class NoDescriptors {
+ public:
+  NoDescriptors() {
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit standardOnes{3, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &standardOnes);
+  }
+  NoDescriptors(const NoDescriptors&) = delete;
+  NoDescriptors& operator=(const NoDescriptors&) = delete;
+  ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &before); }
+
+ private:
+  rlimit before{};
+};
 
 TEST(StreamLife, NoSampleFollowsTheCompletionOfStop) {
   CaptureHarness harness;
@@ -292,6 +309,45 @@ TEST(StreamLife, AnUnsoundNewConfigurationChangesNothing) {
   harness.painter.fillAll(0x654321);
   ASSERT_TRUE(harness.recorder->waitForColour(0, 0, 0x654321));
   EXPECT_EQ(harness.recorder->frames().back().size, (PixelSize{320, 240}));
+}
+
+TEST(StreamLife, SaysThatTheSystemHasNothingLeftAndWorksOnceItHas) {
+  CaptureHarness harness;
+  const auto display = harness.displays().front();
+  harness.stream =
+      harness.capture.makeStream({display}, CaptureHarness::usualConfiguration(), harness.delegate);
+  const auto addOutput = [&harness] {
+    return harness.stream->addStreamOutput(harness.recorder, StreamOutputType::screen,
+                                           harness.queue);
+  };
+  {
+    const NoDescriptors nothingLeft;
+    EXPECT_EQ(number(addOutput()), 9);
+    EXPECT_EQ(number(startError(*harness.stream)), 9);
+  }
+  EXPECT_EQ(addOutput(), std::nullopt);
+  EXPECT_EQ(startError(*harness.stream), std::nullopt);
+  EXPECT_TRUE(harness.recorder->waitForFrames(1));
+}
+
+// A frame of another size needs memory that the server shares.
+TEST(StreamLife, EndsWithOneErrorWhenANewSizeCannotBeHad) {
+  CaptureHarness harness;
+  ASSERT_TRUE(harness.start(CaptureHarness::usualConfiguration()));
+  ASSERT_TRUE(harness.recorder->waitForFrames(1));
+  auto configuration = CaptureHarness::usualConfiguration();
+  configuration.width = 160;
+  configuration.height = 120;
+  {
+    const NoDescriptors nothingLeft;
+    harness.stream->updateConfiguration(configuration, {});
+    ASSERT_TRUE(harness.delegate->waitForStop());
+  }
+  const auto errors = harness.delegate->errors();
+  ASSERT_EQ(errors.size(), 1U);
+  EXPECT_EQ(errors[0].code, 9);
+  EXPECT_EQ(startError(*harness.stream), std::nullopt);
+  EXPECT_TRUE(harness.recorder->waitForFrames(2));
 }
 
 TEST(StreamLife, AConfigurationGivenBeforeTheStartCounts) {

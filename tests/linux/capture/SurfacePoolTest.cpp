@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
-#include "platform/linux/capture/SurfacePool.h"
+#include "platform/linux/capture/FrameComposer.h"
 #include "tests/linux/capture/TestImages.h"
 
 namespace quorvin {

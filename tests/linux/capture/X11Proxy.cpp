@@ -4,6 +4,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <optional>
@@ -96,7 +97,25 @@ std::optional<std::vector<std::uint8_t>> nextRequest(int client) {
   return request;
 }
 
-void passReplies(int server, int client) {
+// What a server says first, in eight bytes and so many words as the last two of them tell: its
+// visuals among other things, with three masks each.
+std::vector<std::uint8_t> serversGreeting(int server, bool exchangesColours) {
+  std::vector<std::uint8_t> greeting;
+  if (!receive(server, greeting, 8)) return {};
+  if (!receive(server, greeting, numberAt<std::uint16_t>(greeting, 6) * 4)) return {};
+  for (std::size_t at = 8; exchangesColours && at + 12 <= greeting.size(); at += 4) {
+    if (numberAt<std::uint32_t>(greeting, at) != 0x3ff00000 ||
+        numberAt<std::uint32_t>(greeting, at + 8) != 0x3ff) {
+      continue;
+    }
+    std::swap_ranges(&greeting[at], &greeting[at + 4], &greeting[at + 8]);
+  }
+  return greeting;
+}
+
+void passReplies(int server, int client, bool exchangesColours) {
+  const auto greeting = serversGreeting(server, exchangesColours);
+  sendAll(client, greeting.data(), greeting.size());
   std::array<std::uint8_t, 65'536> chunk{};
   ssize_t count = 0;
   do {
@@ -151,8 +170,9 @@ void X11Proxy::accept() {
     connection.client = std::move(client);
     connection.server = connectTo(serverPath);
     connection.requests = std::thread([this, &connection] { passRequests(connection); });
-    connection.replies = std::thread(
-        [&connection] { passReplies(connection.server.get(), connection.client.get()); });
+    connection.replies = std::thread([&connection, exchanges = exchangesColours.load()] {
+      passReplies(connection.server.get(), connection.client.get(), exchanges);
+    });
   }
 }
 

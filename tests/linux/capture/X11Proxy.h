@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -31,6 +32,8 @@ class X11Proxy {
   // Lets nothing pass on any connection that follows the next request with these opcodes.
   void holdAfter(std::uint8_t major, std::uint8_t minor);
   void letPass();
+  // Tells whoever connects from now on that pixels have their colours in the other order.
+  void exchangeRedAndBlue() { exchangesColours = true; }
 
  private:
   struct Connection {
@@ -48,6 +51,8 @@ class X11Proxy {
   const std::string name = unusedDisplay();
   const std::string serverPath;
   FileDescriptor listener;
+
+  std::atomic<bool> exchangesColours = false;
 
   std::mutex mutex;  // guards what follows
   std::condition_variable changed;

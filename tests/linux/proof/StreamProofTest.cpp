@@ -13,7 +13,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/capture/CaptureSettings.h"
+#include "platform/linux/capture/CaptureSession.h"
+#include "platform/linux/capture/ScreenCapture.h"
 #include "tests/EnvironmentNumber.h"
 #include "tests/linux/capture/CaptureHarness.h"
 #include "tests/linux/proof/RandomPainter.h"

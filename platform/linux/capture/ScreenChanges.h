@@ -5,10 +5,12 @@
 
 #include <cstdint>
 #include <deque>
+#include <memory>
+#include <optional>
 
+#include "platform/linux/capture/CursorOverlay.h"
 #include "platform/linux/frame/DamageHistory.h"
 #include "platform/linux/x11/X11Connection.h"
-#include "platform/linux/x11/X11Server.h"
 
 namespace quorvin {
 
@@ -48,12 +50,6 @@ class X11DamageMonitor {
   // Waits for the oldest reply that is pending; empty if none is. Only the damage within this area
   // of the root window, in coordinates relative to the area.
   [[nodiscard]] Damage waitForReply(const PixelRect& area);
-  // Both at once, when no reply is pending. Pixels fetched after it are at least as
-  // new as the changes it names.
-  [[nodiscard]] Damage take(const PixelRect& area) {
-    request();
-    return waitForReply(area);
-  }
 
  private:
   X11Connection& connection;
@@ -65,6 +61,51 @@ class X11DamageMonitor {
   std::uint32_t takenAt = 0;  // number of the request that took the last changes
   bool pending = false;
   PixelRect reported;
+};
+
+// Where the pointer is, in coordinates of the root window, and what it looks like.
+struct X11Cursor {
+  int x = 0;
+  int y = 0;
+  std::shared_ptr<const CursorImage> image;  // a new object for each new shape; null if unknown
+
+  friend bool operator==(const X11Cursor&, const X11Cursor&) = default;
+};
+
+// Notices that the pointer moved or changed its shape. Used by the connection's thread; the
+// connection must outlive it.
+class X11CursorMonitor {
+ public:
+  X11CursorMonitor(X11Connection& connection, const X11Extensions& extensions);
+  X11CursorMonitor(const X11CursorMonitor&) = delete;
+  X11CursorMonitor& operator=(const X11CursorMonitor&) = delete;
+  ~X11CursorMonitor();
+
+  void handle(const xcb_generic_event_t& event);
+  // True when an event said that `current` may differ from what it was.
+  [[nodiscard]] bool isPending() const { return moved || reshaped; }
+  // False when the server has no means to tell of motion, so that one has to poll.
+  [[nodiscard]] bool hearsMotion() const { return input.has_value(); }
+  // Sends the requests without waiting, so that the replies come along with others.
+  void request();
+  // Waits for the replies, and sends the requests if nobody has. Empty while the pointer is on
+  // another screen or the connection broke.
+  [[nodiscard]] std::optional<X11Cursor> current();
+
+ private:
+  void select(bool wanted);
+  [[nodiscard]] std::shared_ptr<const CursorImage> takeImage(
+      xcb_xfixes_get_cursor_image_cookie_t cookie);
+  void discardReplies();
+
+  X11Connection& connection;
+  std::optional<X11Extensions::Events> fixes;
+  std::optional<X11Extensions::Requests> input;
+  std::shared_ptr<const CursorImage> image;
+  bool moved = true;
+  bool reshaped = true;
+  std::optional<xcb_query_pointer_cookie_t> pointerCookie;
+  std::optional<xcb_xfixes_get_cursor_image_cookie_t> imageCookie;
 };
 
 }  // namespace quorvin
