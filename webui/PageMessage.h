@@ -45,7 +45,8 @@ namespace quorvin::webui {
 //                                                  any page takes mouse and keyboard
 //   {"event":"error","code","message","details"}   an error of the frame stream
 //   {"event":"frame","ageMs":n}                    the next binary message is a frame that came
-//                                                  from the host n milliseconds ago
+//                                                  from the host n milliseconds ago; not sent
+//                                                  for one that has not waited
 //   {"event":"question","word":"..."}              whether the page's script works, and has got
 //                                                  whatever came before; a page that owes an
 //                                                  answer shows nobody a Stop button

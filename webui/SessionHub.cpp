@@ -217,7 +217,7 @@ void SessionHub::offer(Page& page, const Frame& frame) {
 }
 
 void SessionHub::sendFrame(Page& page, const Frame& frame) {
-  page.connection->sendText(frameText(ageMsOf(frame)));
+  if (const auto ageMs = ageMsOf(frame); ageMs > 0) page.connection->sendText(frameText(ageMs));
   page.connection->sendBinary(page.deltas.next(frame.payload, segmentsOf(frame.payload)));
 }
 

@@ -20,7 +20,7 @@ export class Connection extends EventTarget {
   #lastId = 0;
   #calls = new Map();
   #retryMs = retryFirstMs;
-  #announcedAgeMs = 0;
+  #announcedAgeMs = 0; // of the next picture
   #frames = 0; // that came over this socket
   #shown = null;
 
@@ -88,6 +88,7 @@ export class Connection extends EventTarget {
   #received(data) {
     if (data instanceof ArrayBuffer) {
       const arrivedAt = performance.now() - this.#announcedAgeMs;
+      this.#announcedAgeMs = 0;
       this.#emit('picture', {bytes: data, number: ++this.#frames, arrivedAt});
       return;
     }

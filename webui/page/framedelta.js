@@ -1,5 +1,5 @@
 // JPEG files that arrive whole or as what has changed in them since the one before, and what of
-// them has to be decoded. docs/delta-form.md describes the delta, ITU-T T.81 (Annex B, E.1.4) the
+// them has to be decoded. A file is an array of its pieces in order. docs/delta-form.md describes the delta, ITU-T T.81 (Annex B, E.1.4) the
 // file and its restart segments.
 
 const deltaMagic = [0x51, 0x4e, 0x44, 0x4a]; // "QNDJ"
@@ -49,14 +49,13 @@ export class KeptFile {
     return this.#parts.reduce((sum, part) => sum + part.length, 0);
   }
 
-  // Makes the whole file, now or when others have followed.
+  // The whole file, whatever follows.
   snapshot() {
-    const parts = [...this.#parts];
-    return () => blobOf(parts);
+    return [...this.#parts];
   }
 
   // Takes a delta, which becomes the frame of that number. Returns pieces that show what has
-  // changed, [{blob, from: [x, y], to: [x, y], size: [width, height]}] in pixels; or null where the
+  // changed, [{file, from: [x, y], to: [x, y], size: [width, height]}] in pixels; or null where the
   // whole file is as quickly decoded. Throws RangeError for what is no delta to this file, and then
   // keeps nothing.
   apply(buffer, number) {
@@ -120,7 +119,7 @@ export class KeptFile {
     const [innerLeft, innerTop, innerRight, innerBottom] = pixelsOf(rect, grid);
     const to = [Math.max(innerLeft - 1, left), Math.max(innerTop - 1, top)];
     return {
-      blob: this.#smallFile(halo, right - left, bottom - top),
+      file: this.#smallFile(halo, right - left, bottom - top),
       from: [to[0] - left, to[1] - top],
       to,
       size: [Math.min(innerRight + 1, right) - to[0], Math.min(innerBottom + 1, bottom) - to[1]],
@@ -143,11 +142,9 @@ export class KeptFile {
       }
     }
     parts[parts.length - 1] = Uint8Array.of(0xff, marker.endOfImage);
-    return blobOf(parts);
+    return parts;
   }
 }
-
-const blobOf = (parts) => new Blob(parts, {type: 'image/jpeg'});
 
 // {headerBytes, sizeAt, width, height, segmentWidth, segmentHeight, across, down}: where the size is
 // said, sizes in pixels, counts of segments. Throws RangeError for a file without such a grid.

@@ -4,6 +4,7 @@
 import {KeptFile, isDelta, isJpeg} from './framedelta.js';
 import {isH264} from './h264.js';
 import {H264Decoder, H264Unsupported} from './h264decoder.js';
+import {decodeJpeg} from './jpegdecoder.js';
 import {Statistics} from './statistics.js';
 import {explain} from './texts.js';
 
@@ -132,8 +133,9 @@ export class Picture {
       this.#kept.forget();
       return {format: 'JPEG', wholeBytes: bytes.byteLength, drawings: null};
     }
+    const decoding = pieces && decodePieces(pieces);
     const [whole, wholeBytes] = [this.#kept.snapshot(), this.#kept.byteLength];
-    const drawings = await (pieces ? decodePieces(pieces) : decodeWhole(whole()));
+    const drawings = await (decoding ?? decodeWhole(whole));
     return {format: 'JPEG', wholeBytes, drawings, whole, isPart: pieces !== null};
   }
 
@@ -158,7 +160,7 @@ export class Picture {
   async #mend(decoded) {
     if (!decoded.isPart || (this.#isCurrent && decoded.drawings !== null)) return;
     for (const {image} of decoded.drawings ?? []) image.close();
-    decoded.drawings = await decodeWhole(decoded.whole());
+    decoded.drawings = await decodeWhole(decoded.whole);
   }
 
   #show({format, wholeBytes, drawings, decodeMs}, wireBytes, arrivedAt) {
@@ -251,16 +253,13 @@ export class Picture {
 // What is drawn, [{image, from, to, size, isWhole}], of which whoever draws closes each `image`; null
 // for what cannot be read.
 
-async function decodeWhole(blob) {
-  const image = await createImageBitmap(blob).catch(() => null);
+async function decodeWhole(file) {
+  const image = await decodeJpeg(file);
   return image && [wholeOf({image, width: image.width, height: image.height})];
 }
 
-// One decoder for everything: others round colours another way.
 async function decodePieces(pieces) {
-  const images = await Promise.all(
-    pieces.map(({blob}) => createImageBitmap(blob).catch(() => null)),
-  );
+  const images = await Promise.all(pieces.map(({file}) => decodeJpeg(file)));
   if (images.every((image) => image !== null)) {
     return pieces.map(({from, to, size}, index) => ({image: images[index], from, to, size}));
   }

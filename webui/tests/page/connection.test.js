@@ -19,6 +19,24 @@ class RecordingSocket {
   }
 }
 
+test('an announced age is that of the next picture and of no other', () => {
+  globalThis.location = {href: 'http://127.0.0.1:8765/0123/'};
+  globalThis.WebSocket = RecordingSocket;
+  const connection = new Connection();
+  const ages = [];
+  connection.addEventListener('picture', ({detail}) =>
+    ages.push(performance.now() - detail.arrivedAt),
+  );
+  connection.open();
+  const socket = RecordingSocket.last;
+  socket.onopen();
+  socket.onmessage({data: '{"event":"frame","ageMs":60000}'});
+  socket.onmessage({data: new ArrayBuffer(1)});
+  socket.onmessage({data: new ArrayBuffer(1)});
+  assert.ok(ages[0] >= 60_000);
+  assert.ok(ages[1] < 30_000);
+});
+
 test('a question is answered at once with its word, and concerns nobody else', () => {
   globalThis.location = {href: 'http://127.0.0.1:8765/0123/'};
   globalThis.WebSocket = RecordingSocket;
