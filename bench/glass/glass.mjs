@@ -1,20 +1,23 @@
-// From a change of the screen to the canvas of a page: the program's page, noVNC and a floor, in turns
-// in one browser. Prints a table, and puts it into a document if one is named.
+// From a change of the screen to the canvas of a page, and from a key in the page to a program on the
+// screen: the program's page, noVNC and a floor, in turns in one browser. Prints a table, and puts it into a document if one is named.
 // Usage: glass.mjs PROGRAM [DOCUMENT.md]
 
 import { readFileSync, writeFileSync } from 'node:fs';
 import { dirname } from 'node:path';
+import { createInterface } from 'node:readline';
 
 import { HostPage } from '../../tests/e2e/browser/support/HostPage.mjs';
+import { InputWindow } from '../../tests/e2e/browser/support/InputWindow.mjs';
 import { ScreenChanger } from '../../tests/e2e/browser/support/ScreenChanger.mjs';
 import { VirtualScreen } from '../../tests/e2e/browser/support/VirtualScreen.mjs';
-import { startFloor, startNoVnc, startPage } from './peers.mjs';
-import { processesNamed, processorTime } from './processes.mjs';
+import { startFloor, startNoVnc, startPage, startPageWithH264 } from './peers.mjs';
+import { processesNamed, processorTime, threadsTime } from './processes.mjs';
 
 const [program, document] = process.argv.slice(2);
-const screenChanger = `${dirname(program)}/../../../tests/e2e/browser/screen_changer`;
+const helpers = `${dirname(program)}/../../../tests/e2e/browser`;
 const turns = Number(process.env.QUORVIN_TURNS ?? 3);
 const changesATurn = 40;
+const ownShare = 'quorvin-webui, ms a frame';
 
 const still = {
   caret: [400, 320, 8, 16],
@@ -57,6 +60,15 @@ function countNewFrames([selector, x, ms]) {
   });
 }
 
+// In the page: when the key that is pressed next is.
+function awaitKey() {
+  return new Promise((resolve) => {
+    const pressed = ({ timeStamp }) => resolve(performance.timeOrigin + timeStamp);
+    window.addEventListener('keydown', pressed, { capture: true, once: true });
+  });
+}
+
+const webuiProcesses = () => processesNamed('quorvin-webui');
 const browserProcesses = () => processesNamed('chromium'); // nobody else runs one here
 
 class Turn {
@@ -95,6 +107,27 @@ class Turn {
     this.add(what, 'kB', (this.bytes - before) / changesATurn / 1000);
   }
 
+  async keys() {
+    console.error('  keys');
+    const place = [0, 0, 400, 300];
+    const window = await InputWindow.open(`${helpers}/input_window`, screen.environment, place);
+    let arrived = () => {};
+    createInterface({ input: window.process.stdout }).on('line', (line) => {
+      if (JSON.parse(line).type === 'keyDown') arrived(now());
+    });
+    await this.peer.control(this.page);
+    for (let key = 0; key < changesATurn; ++key) {
+      const pressed = this.page.evaluate(awaitKey);
+      const seen = new Promise((resolve) => {
+        arrived = resolve;
+      });
+      await pause(40 + ((key * 37) % 50));
+      await this.page.keyboard.press('a');
+      this.add('a key, from the page to a program', 'ms', (await seen) - (await pressed));
+    }
+    await window.close();
+  }
+
   // A window that moves, or text that scrolls: `draw` is called 30 times a second.
   async motion(what, draw) {
     console.error(`  ${what}`);
@@ -103,6 +136,7 @@ class Turn {
       this.bytes,
       processorTime(browserProcesses()),
       processorTime(this.peer.processes()),
+      threadsTime(webuiProcesses()),
     ];
     const counted = this.page.evaluate(countNewFrames, [this.peer.canvas, 700, ms]);
     const begin = now();
@@ -117,6 +151,8 @@ class Turn {
     const share = (roots, at) => ((processorTime(roots) - before[at]) / ms) * 100_000;
     this.add(what, 'browser, % of a core', share(browserProcesses(), 1));
     this.add(what, 'servers, % of a core', share(this.peer.processes(), 2));
+    const own = threadsTime(webuiProcesses()) - before[3];
+    if (own > 0) this.add(what, ownShare, (own * 1000) / frames);
   }
 }
 
@@ -128,9 +164,9 @@ async function measure(peer, browser, changer, results) {
   await peer.open(page);
   await pause(3000);
   for (const [what, rect] of Object.entries(still)) {
-    if (!peer.isFloor || what.startsWith('a field')) await turn.latency(what, rect);
+    if (peer.shows.includes('still') || what.startsWith('a field')) await turn.latency(what, rect);
   }
-  if (!peer.isFloor) {
+  if (peer.shows.includes('motion')) {
     await turn.motion('a moving window', (step) =>
       changer.fill([200 + (step % 40) * 8, 200, 960, 540], (step * 4321) & 0xffffff),
     );
@@ -141,6 +177,7 @@ async function measure(peer, browser, changer, results) {
     );
     await turn.motion('scrolling', (step) => changer.scroll(18, step));
   }
+  if (peer.shows.includes('keys')) await turn.keys();
   await page.close();
 }
 
@@ -155,7 +192,8 @@ function tableOf(results) {
   for (const [key, values] of Object.entries(results)) {
     const [what, measured, name] = key.split('|');
     const last = measured === 'ms' ? high(values).toFixed(1) : '';
-    lines.push(`| ${what} | ${measured} | ${name} | ${median(values).toFixed(1)} | ${last} |`);
+    const digits = measured === ownShare ? 2 : 1;
+    lines.push(`| ${what} | ${measured} | ${name} | ${median(values).toFixed(digits)} | ${last} |`);
   }
   return lines;
 }
@@ -171,10 +209,10 @@ function put(lines) {
 
 const results = {};
 const screen = await VirtualScreen.start(1920, 1080);
-const changer = new ScreenChanger(screenChanger, screen.environment);
+const changer = new ScreenChanger(`${helpers}/screen_changer`, screen.environment);
 const browser = await HostPage.open('about:blank');
 for (let round = 0; round < turns; ++round) {
-  for (const start of [startPage, startNoVnc, startFloor]) {
+  for (const start of [startPage, startNoVnc, startFloor, startPageWithH264]) {
     const peer = await start(screen, program);
     try {
       await measure(peer, browser, changer, results);

@@ -10,22 +10,38 @@ import { spawnChild } from '../../tests/e2e/browser/support/children.mjs';
 import { until } from '../../tests/e2e/browser/support/until.mjs';
 import { processesNamed } from './processes.mjs';
 
-// {name, isFloor, canvas, processes(), open(page), changed(rect, colour), stop()}: `canvas` is a
-// selector, `processes` gives the ids of the servers, and `changed` is told of every change of the
-// screen.
+// {name, shows, canvas, processes(), open(page), control(page), changed(rect, colour), stop()}: `shows`
+// is what of the measurements it takes part in, `canvas` a selector, `processes` gives the ids of the
+// servers, `control` takes mouse and keyboard, and `changed` is told of every change of the screen.
 
 export async function startPage(screen, program) {
   const host = await Host.start(program, screen.environment);
   return {
     name: 'the page',
+    shows: ['still', 'motion', 'keys'],
     canvas: '#picture',
     processes: () => processesNamed('quorvin-'),
     async open(page) {
       await page.goto(host.address);
       await page.click('#allow-button');
     },
+    control: (page) => page.click('#view-only:not(:disabled)[aria-pressed=true]'),
     changed() {},
     stop: () => host.destroy(),
+  };
+}
+
+export async function startPageWithH264(screen, program) {
+  const peer = await startPage(screen, program);
+  return {
+    ...peer,
+    name: 'the page with H.264',
+    shows: ['still'],
+    async open(page) {
+      await peer.open(page);
+      await page.selectOption('#codec', 'h264');
+      await page.click('#apply-settings:not(:disabled)');
+    },
   };
 }
 
@@ -40,9 +56,11 @@ export async function startNoVnc(screen) {
   await until('noVNC', () => fetch(`http://127.0.0.1:${web}/vnc_lite.html`).catch(() => null));
   return {
     name: 'noVNC with x0vncserver',
+    shows: ['still', 'motion', 'keys'],
     canvas: '#screen canvas',
     processes: () => processesNamed('X0tigervnc', 'websockify'),
     open: (page) => page.goto(`http://127.0.0.1:${web}/vnc_lite.html?scale=true`),
+    control: (page) => page.click('#screen canvas'),
     changed() {},
     async stop() {
       const running = servers.filter((server) => (server.exitCode ?? server.signalCode) === null);
@@ -91,7 +109,7 @@ export async function startFloor(screen) {
   return {
     name: 'three bytes: the floor',
     canvas: '#floor',
-    isFloor: true,
+    shows: ['field'],
     processes: () => [],
     open: (page) => page.goto(`http://127.0.0.1:${server.address().port}/`),
     changed([x, y], colour) {

@@ -31,3 +31,12 @@ export function processorTime(processes) {
   });
   return ticks.reduce((all, count) => all + count, 0) / ticksASecond;
 }
+
+// The same to the nanosecond, of the threads that they have now.
+export function threadsTime(processes) {
+  const threads = processes.flatMap((process) =>
+    readdirSync(`/proc/${process}/task`).map((thread) => `${process}/task/${thread}`),
+  );
+  const times = threads.map((thread) => Number(read(thread, 'schedstat').split(' ')[0]));
+  return times.reduce((all, time) => all + time, 0) / 1e9;
+}
