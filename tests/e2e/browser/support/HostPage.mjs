@@ -1,8 +1,8 @@
-import { chromium } from 'playwright-core';
+import { chromium, firefox } from 'playwright-core';
 
 import { until } from './until.mjs';
 
-const browserArguments = [
+const chromiumArguments = [
   '--no-sandbox',
   '--disable-gpu',
   '--disable-quic',
@@ -12,17 +12,27 @@ const browserArguments = [
   '--disable-sync',
 ];
 
+const isFirefox = process.env.QUORVIN_BROWSER === 'firefox';
+
+function launch(onScreen) {
+  const options = { headless: onScreen === null, env: onScreen ?? process.env };
+  if (isFirefox) {
+    const executablePath = '/usr/bin/firefox-esr';
+    return firefox.launch({ ...options, channel: 'moz-firefox', executablePath });
+  }
+  return chromium.launch({
+    ...options,
+    executablePath: process.env.QUORVIN_CHROMIUM ?? '/usr/bin/chromium',
+    args: [...chromiumArguments, '--window-position=0,0', '--window-size=1280,900'],
+  });
+}
+
 // The page of the program under test, in a real browser.
 export class HostPage {
   // With the environment of a screen the browser shows itself there, in a window that fills it.
   // `prepare` gets the browser's page before it loads anything.
   static async open(address, { onScreen = null, prepare = async () => {} } = {}) {
-    const browser = await chromium.launch({
-      executablePath: process.env.QUORVIN_CHROMIUM ?? '/usr/bin/chromium',
-      headless: onScreen === null,
-      env: onScreen ?? process.env,
-      args: [...browserArguments, '--window-position=0,0', '--window-size=1280,900'],
-    });
+    const browser = await launch(onScreen);
     const viewport = onScreen === null ? { width: 1280, height: 900 } : null;
     const context = await browser.newContext({ viewport });
     const page = await context.newPage();
@@ -94,7 +104,7 @@ export class HostPage {
   }
 
   async screenshot(path) {
-    await this.page.screenshot({ path });
+    if (!isFirefox) await this.page.screenshot({ path }); // there a style is added, which the page forbids
   }
 
   close() {
