@@ -76,9 +76,7 @@ class JpegContext final : public ImageContext {
 }  // namespace
 
 JpegThreads JpegThreads::ofThisMachine() {
-  JpegThreads threads;
-  threads.count = std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, threadsMax);
-  return threads;
+  return {.count = std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, threadsMax)};
 }
 
 std::optional<Data> JpegEncoder::encode(const CapturedFrame& frame, int quality) {
