@@ -1,8 +1,8 @@
 // From a change of the screen to the canvas of a page, and from a key in the page to a program on the
-// screen: the program's page, noVNC and a floor, in turns in one browser. Prints a table, and puts it into a document if one is named.
+// screen: the program's page, noVNC and a floor, in turns in one browser. Prints a table and a picture,
+// and puts both into a document if one is named.
 // Usage: glass.mjs PROGRAM [DOCUMENT.md]
 
-import { readFileSync, writeFileSync } from 'node:fs';
 import { dirname } from 'node:path';
 import { createInterface } from 'node:readline';
 
@@ -12,12 +12,12 @@ import { ScreenChanger } from '../../tests/e2e/browser/support/ScreenChanger.mjs
 import { VirtualScreen } from '../../tests/e2e/browser/support/VirtualScreen.mjs';
 import { startFloor, startNoVnc, startPage, startPageWithH264 } from './peers.mjs';
 import { processesNamed, processorTime, threadsTime } from './processes.mjs';
+import { pictureOf, renew, tableOf } from './report.mjs';
 
 const [program, document] = process.argv.slice(2);
 const helpers = `${dirname(program)}/../../../tests/e2e/browser`;
 const turns = Number(process.env.QUORVIN_TURNS ?? 3);
 const changesATurn = 40;
-const ownShare = 'quorvin-webui, ms a frame';
 
 const still = {
   caret: [400, 320, 8, 16],
@@ -83,8 +83,8 @@ class Turn {
   }
 
   add(what, measure, value) {
-    const key = `${what}|${measure}|${this.peer.name}`;
-    (this.results[key] ??= []).push(value);
+    const row = (this.results[`${what}|${measure}`] ??= {});
+    (row[this.peer.name] ??= []).push(value);
   }
 
   async fill(rect, grey) {
@@ -152,7 +152,7 @@ class Turn {
     this.add(what, 'browser, % of a core', share(browserProcesses(), 1));
     this.add(what, 'servers, % of a core', share(this.peer.processes(), 2));
     const own = threadsTime(webuiProcesses()) - before[3];
-    if (own > 0) this.add(what, ownShare, (own * 1000) / frames);
+    if (own > 0) this.add(what, 'quorvin-webui, ms a frame', (own * 1000) / frames);
   }
 }
 
@@ -181,32 +181,6 @@ async function measure(peer, browser, changer, results) {
   await page.close();
 }
 
-const median = (values) => [...values].sort((a, b) => a - b)[values.length >> 1];
-const high = (values) => [...values].sort((a, b) => a - b)[Math.floor(values.length * 0.95)];
-
-function tableOf(results) {
-  const lines = [
-    '| What changes | Measured | Shown by | Median | 95th percentile |',
-    '|---|---|---|---:|---:|',
-  ];
-  for (const [key, values] of Object.entries(results)) {
-    const [what, measured, name] = key.split('|');
-    const last = measured === 'ms' ? high(values).toFixed(1) : '';
-    const digits = measured === ownShare ? 2 : 1;
-    lines.push(`| ${what} | ${measured} | ${name} | ${median(values).toFixed(digits)} | ${last} |`);
-  }
-  return lines;
-}
-
-function put(lines) {
-  const text = readFileSync(document, 'utf8');
-  const [begin, end] = ['<!-- glass -->\n', '<!-- end of glass -->'];
-  const from = text.indexOf(begin) + begin.length;
-  if (from < begin.length) throw new Error(`${document} has no table for this`);
-  const to = text.indexOf(end, from);
-  writeFileSync(document, text.slice(0, from) + `\n${lines.join('\n')}\n\n` + text.slice(to));
-}
-
 const results = {};
 const screen = await VirtualScreen.start(1920, 1080);
 const changer = new ScreenChanger(`${helpers}/screen_changer`, screen.environment);
@@ -224,11 +198,7 @@ for (let round = 0; round < turns; ++round) {
 await browser.close();
 await changer.close();
 await screen.stop();
-const order = Object.entries(results).sort(([a], [b]) => {
-  const rank = (key) => key.split('|').slice(0, 2).join('|');
-  return rank(a).localeCompare(rank(b));
-});
-const lines = tableOf(Object.fromEntries(order));
+const lines = [...tableOf(results), '', ...pictureOf(results)];
 console.log(lines.join('\n'));
-if (document) put(lines);
+if (document) renew(document, lines);
 process.exit(0);
