@@ -133,6 +133,13 @@ WALLS = [
         "and the standard library",
     ),
     Wall(
+        r"webui/trust/.+",
+        rf"webui/trust/.+|{UNIX}|{SEAM}",
+        True,
+        "webui/trust/ may include only itself, the headers directly in platform/, platform/unix/ "
+        "and libraries",
+    ),
+    Wall(
         r"webui/.+",
         rf"webui/.+|{CODECS}|{UNIX}|{SEAM}",
         True,

@@ -79,6 +79,14 @@ class CheckWalls(StyleCheckCase):
         for header in ('"Runner/A.h"', '"platform/linux/A.h"', '"platform/macos/A.h"'):
             self.assert_crosses("webui/A.cpp", header)
 
+    def test_what_trust_is_made_of_knows_nothing_of_the_rest(self):
+        self.assert_allowed(
+            "webui/trust/A.cpp", '"webui/trust/A.h"', '"platform/Data.h"', "<sodium.h>", "<map>"
+        )
+        for header in ('"webui/A.h"', '"webui/delta/A.h"', '"platform/flutter/A.h"', '"Runner/A.h"'):
+            self.assert_crosses("webui/trust/A.cpp", header)
+        self.assert_allowed("webui/A.cpp", '"webui/trust/A.h"')
+
     def test_the_registrar_of_agents_stands_alone(self):
         self.assert_allowed("launchctl/A.cpp", '"launchctl/A.h"', "<plist/plist.h>", "<vector>")
         for header in ('"Runner/A.h"', '"platform/Data.h"', '"platform/linux/A.h"', '"webui/A.h"'):
