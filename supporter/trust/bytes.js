@@ -1,0 +1,32 @@
+// Bytes in and out of texts.
+
+export const utf8 = (text) => new TextEncoder().encode(text);
+export const textOf = (bytes) => new TextDecoder('utf-8', {fatal: true}).decode(bytes);
+
+export function joined(...parts) {
+  const bytes = new Uint8Array(parts.reduce((length, part) => length + part.length, 0));
+  let at = 0;
+  for (const part of parts) {
+    bytes.set(part, at);
+    at += part.length;
+  }
+  return bytes;
+}
+
+export function equal(a, b) {
+  let difference = a.length ^ b.length;
+  for (let index = 0; index < a.length; ++index) difference |= a[index] ^ b[index];
+  return difference === 0;
+}
+
+// Base64 for addresses, without padding (RFC 4648, section 5).
+export const toBase64Url = (bytes) =>
+  btoa(String.fromCharCode(...bytes)).replace(/[+]/g, '-').replace(/[/]/g, '_').replace(/=/g, '');
+
+// Nothing unless the text is the one way to write this many bytes.
+export function fromBase64Url(text, length) {
+  if (!/^[\w-]*$/.test(text) || text.length !== Math.ceil((length * 4) / 3)) return undefined;
+  const binary = atob(text.replace(/-/g, '+').replace(/_/g, '/'));
+  const bytes = Uint8Array.from(binary, (character) => character.charCodeAt(0));
+  return toBase64Url(bytes) === text ? bytes : undefined;
+}
