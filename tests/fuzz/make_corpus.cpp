@@ -109,6 +109,24 @@ void writeSegments(const std::filesystem::path& folder) {
   write(folder, "no-grid", webui::TestJpeg{.intervalMcus = 3}.file());
 }
 
+void writeTrust(const std::filesystem::path& folder) {
+  // What happens, a byte each with what it needs: sent, changed, dropped, repeated, reflected.
+  write(folder / "sealed_channel", "in-order", {0, 3, 0, 0, 0, 200});
+  write(folder / "sealed_channel", "changed", {0, 3, 1, 9, 4, 0, 1});
+  write(folder / "sealed_channel", "dropped", {0, 3, 2, 0, 1});
+  write(folder / "sealed_channel", "repeated", {0, 3, 3, 0, 1});
+  write(folder / "sealed_channel", "reflected", {4, 5, 0, 1});
+  write(folder / "sealed_channel", "raw", {5, 24, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 3});
+  const std::string hello =
+      "{\"type\":\"hello\",\"name\":\"A\\u202eb\",\"opening\":"
+      "\"AAECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHh8\"}";
+  write(folder / "invitation", "hello", Bytes(hello.begin(), hello.end()));
+  write(folder / "invitation", "allowed", {0, 0, 1, 3, 4, 3, 5, 9});
+  write(folder / "invitation", "resumed", {0, 0, 1, 3, 4, 6, 0, 2, 1, 3, 5, 4});
+  write(folder / "invitation", "wrong-codes", {0, 7, 2, 7, 2, 7, 2});
+  write(folder / "invitation", "expired", {0, 0, 8, 255, 8, 255, 8, 255, 1, 3});
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -125,6 +143,7 @@ int main(int argc, char** argv) {
     writePropertyLists(folder / "property_list");
     writeUnits(folder / "h264_payload");
     writeSegments(folder / "segmented_jpeg");
+    writeTrust(folder);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "make_corpus: %s\n", error.what());
     return 1;
