@@ -352,6 +352,17 @@ TEST_F(SessionHubTest, ReplyToNothingBreaksTheLink) {
   EXPECT_NE(*linkClosed, "");
 }
 
+TEST_F(SessionHubTest, SecondReplyToACallBreaksTheLink) {
+  int answers = 0;
+  hub.askWhetherUnattended([&answers](bool) { ++answers; });
+  ASSERT_TRUE(runUntil([&] { return host.count("capabilities") == 1; }));
+  const auto call = *host.last("capabilities");
+  host.reply(call, Value());
+  host.reply(call, Value());
+  ASSERT_TRUE(runUntil([&] { return linkClosed.has_value(); }));
+  EXPECT_EQ(answers, 1);
+}
+
 TEST_F(SessionHubTest, UnreadableEventsAndOtherChannelsHarmNothing) {
   const auto page = openLivePage();
   host.send({LinkFrameType::message, 0, "com.quorvin.support/frames", {0xFF}});
