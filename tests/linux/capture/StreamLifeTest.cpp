@@ -1,7 +1,12 @@
 #include <gtest/gtest.h>
+#include <seccomp.h>
 #include <sys/resource.h>
 
+#include <cerrno>
+#include <csignal>
 #include <future>
+#include <memory>
+#include <thread>
 
 #include "tests/linux/capture/CaptureHarness.h"
 #include "tests/linux/capture/SessionHarness.h"
@@ -20,19 +25,31 @@ std::int64_t number(std::optional<Error> error) {
   return error ? error->code : 0;
 }
 
-// While it exists, this process can open nothing more.
-class NoDescriptors {
+// Makes the system refuse what the calling thread is to be woken by, for as long as that lives.
+void refuseEventDescriptors() {
+  const std::unique_ptr<void, decltype(&seccomp_release)> filter(seccomp_init(SCMP_ACT_ALLOW),
+                                                                 &seccomp_release);
+  ASSERT_EQ(seccomp_rule_add(filter.get(), SCMP_ACT_ERRNO(EMFILE), SCMP_SYS(eventfd2), 0), 0);
+  ASSERT_EQ(seccomp_load(filter.get()), 0);
+}
+
+// While it exists, this process can make no file larger, nor memory that it shares.
+class NoGrowth {
  public:
-  NoDescriptors() {
-    getrlimit(RLIMIT_NOFILE, &before);
-    const rlimit standardOnes{3, before.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &standardOnes);
+  NoGrowth() {
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit none{0, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &none);
   }
-  NoDescriptors(const NoDescriptors&) = delete;
-  NoDescriptors& operator=(const NoDescriptors&) = delete;
-  ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &before); }
+  NoGrowth(const NoGrowth&) = delete;
+  NoGrowth& operator=(const NoGrowth&) = delete;
+  ~NoGrowth() {
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+  }
 
  private:
+  void (*handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
   rlimit before{};
 };
 
@@ -320,11 +337,11 @@ TEST(StreamLife, SaysThatTheSystemHasNothingLeftAndWorksOnceItHas) {
     return harness.stream->addStreamOutput(harness.recorder, StreamOutputType::screen,
                                            harness.queue);
   };
-  {
-    const NoDescriptors nothingLeft;
+  std::thread([&] {
+    refuseEventDescriptors();
     EXPECT_EQ(number(addOutput()), 9);
     EXPECT_EQ(number(startError(*harness.stream)), 9);
-  }
+  }).join();
   EXPECT_EQ(addOutput(), std::nullopt);
   EXPECT_EQ(startError(*harness.stream), std::nullopt);
   EXPECT_TRUE(harness.recorder->waitForFrames(1));
@@ -339,7 +356,7 @@ TEST(StreamLife, EndsWithOneErrorWhenANewSizeCannotBeHad) {
   configuration.width = 160;
   configuration.height = 120;
   {
-    const NoDescriptors nothingLeft;
+    const NoGrowth nothingLeft;
     harness.stream->updateConfiguration(configuration, {});
     ASSERT_TRUE(harness.delegate->waitForStop());
   }
