@@ -22,7 +22,11 @@ export async function joinAsAnotherPage() {
   other.askForWhole = async () => {
     other.newest = null;
     socket.send(JSON.stringify({ whole: true }));
-    while (other.newest === null) await new Promise((resolve) => setTimeout(resolve, 2));
+    const deadline = performance.now() + 10_000;
+    while (other.newest === null) {
+      if (performance.now() > deadline) throw new Error('no whole frame came');
+      await new Promise((resolve) => setTimeout(resolve, 2));
+    }
     return other.newest;
   };
   window.otherPage = other;
