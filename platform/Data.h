@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -30,6 +31,11 @@ class Data {
   [[nodiscard]] const std::uint8_t* data() const { return view.data(); }
   [[nodiscard]] std::size_t size() const { return view.size(); }
   [[nodiscard]] bool empty() const { return view.empty(); }
+
+  // Some of the bytes, in the same storage.
+  [[nodiscard]] Data slice(std::size_t begin, std::size_t count) const {
+    return {owner, view.subspan(begin, count)};
+  }
 
   friend bool operator==(const Data& a, const Data& b) {
     return std::ranges::equal(a.view, b.view);

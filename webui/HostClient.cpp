@@ -17,7 +17,7 @@ namespace {
 constexpr std::string_view hostChannel = "com.quorvin.support/host";
 constexpr std::string_view framesChannel = "com.quorvin.support/frames";
 
-constexpr std::size_t readBufferSize = std::size_t{256} * 1024;
+constexpr std::size_t readSize = std::size_t{256} * 1024;
 // So many reads before other sources of the main loop get their turn.
 constexpr int readsPerTurnMax = 16;
 // A host that stops reading must not make this program grow without end.
@@ -45,9 +45,7 @@ FlutterReply replyFrom(const LinkFrame& frame) {
 }  // namespace
 
 HostClient::HostClient(FileDescriptor linkSocket, Handlers givenHandlers)
-    : socket(std::move(linkSocket)),
-      handlers(std::move(givenHandlers)),
-      readBuffer(readBufferSize) {
+    : socket(std::move(linkSocket)), handlers(std::move(givenHandlers)) {
   g_unix_set_fd_nonblocking(socket.get(), TRUE, nullptr);
   readable = MainLoopSource::onDescriptor(nullptr, socket.get(), G_IO_IN,
                                           MainLoopSource::whileTrue([this] { return read(); }));
@@ -85,23 +83,24 @@ std::uint32_t HostClient::unusedId() {
 
 bool HostClient::read() {
   for (int reads = 0; open && reads < readsPerTurnMax; ++reads) {
-    const auto count = recv(socket.get(), readBuffer.data(), readBuffer.size(), MSG_DONTWAIT);
+    const auto room = reader.room(readSize);
+    const auto count = recv(socket.get(), room.data(), room.size(), MSG_DONTWAIT);
     if (count < 0 && wouldBlock(errno)) break;
     if (count <= 0) {
       // A host that dies with messages of ours unread resets the connection: an end like another.
       closeLink(count == 0 || errno == ECONNRESET ? "" : describe(errno));
       break;
     }
-    if (!handleReadBytes(std::span(readBuffer).first(static_cast<std::size_t>(count)))) break;
+    reader.received(static_cast<std::size_t>(count));
+    if (!handleReadBytes()) break;
   }
   return open;
 }
 
-bool HostClient::handleReadBytes(std::span<const std::uint8_t> bytes) {
+bool HostClient::handleReadBytes() {
   try {
-    reader.append(bytes);
     while (auto frame = reader.next()) {
-      handleFrame(*frame);
+      handleFrame(std::move(*frame));
       if (!open) return false;
     }
   } catch (const LinkError& error) {
@@ -110,12 +109,14 @@ bool HostClient::handleReadBytes(std::span<const std::uint8_t> bytes) {
   return open;
 }
 
-void HostClient::handleFrame(const LinkFrame& frame) {
+void HostClient::handleFrame(LinkFrame frame) {
   if (frame.type != LinkFrameType::message) return handleReply(frame);
   // This user interface answers nothing; a sender that wants a reply is told so at once.
   if (frame.id != 0) enqueue({LinkFrameType::emptyReply, frame.id, {}, {}});
   // Everything else that the host sends (the window's life cycle) concerns no page.
-  if (frame.channel == framesChannel && !frame.payload.empty()) handleEvent(frame.payload);
+  if (frame.channel == framesChannel && !frame.payload.empty()) {
+    handleEvent(Data(std::move(frame.payload)));
+  }
 }
 
 void HostClient::handleReply(const LinkFrame& reply) {
@@ -126,9 +127,9 @@ void HostClient::handleReply(const LinkFrame& reply) {
   onReply(replyFrom(reply));
 }
 
-void HostClient::handleEvent(const Bytes& payload) const {
+void HostClient::handleEvent(const Data& payload) const {
   try {
-    const auto event = decodeEnvelope(payload);
+    const auto event = decodeSharedEnvelope(payload);
     if (const auto* error = std::get_if<FlutterError>(&event)) {
       handlers.onStreamError(*error);
     } else if (const auto* frame = std::get<Value>(event).as<Data>()) {

@@ -46,10 +46,10 @@ class HostClient {
   void request(std::string_view channel, const FlutterMethodCall& call, FlutterResult onReply);
   std::uint32_t unusedId();
   bool read();
-  bool handleReadBytes(std::span<const std::uint8_t> bytes);
-  void handleFrame(const LinkFrame& frame);
+  bool handleReadBytes();
+  void handleFrame(LinkFrame frame);
   void handleReply(const LinkFrame& reply);
-  void handleEvent(const Bytes& payload) const;
+  void handleEvent(const Data& payload) const;
   void enqueue(const LinkFrame& frame);
   bool write();
   void closeLink(const std::string& reason);
@@ -57,7 +57,6 @@ class HostClient {
 
   FileDescriptor socket;
   Handlers handlers;
-  Bytes readBuffer;
   LinkFrameReader reader;
   std::deque<Bytes> writeQueue;
   std::size_t writtenOfFirst = 0;

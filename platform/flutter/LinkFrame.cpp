@@ -1,5 +1,6 @@
 #include "platform/flutter/LinkFrame.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 
@@ -133,13 +134,24 @@ Bytes encodeEventLinkFrame(std::string_view channel, const Value& event) {
 
 void LinkFrameReader::append(std::span<const std::uint8_t> bytes) {
   if (failure) return;
-  buffer.insert(buffer.end(), bytes.begin(), bytes.end());
+  std::ranges::copy(bytes, room(bytes.size()).begin());
+  received(bytes.size());
+}
+
+std::span<std::uint8_t> LinkFrameReader::room(std::size_t size) {
+  if (buffer.size() - filled < size) {
+    // As much as a vector takes when it grows by itself.
+    buffer.reserve(std::max(filled + size, 2 * filled));
+    buffer.resize(filled + size);
+  }
+  return std::span(buffer).subspan(filled, size);
 }
 
 std::optional<LinkFrame> LinkFrameReader::next() {
   if (failure) throw LinkError(*failure);
   try {
-    const auto available = std::span<const std::uint8_t>(buffer).subspan(consumed);
+    const auto available =
+        std::span<const std::uint8_t>(buffer).subspan(consumed, filled - consumed);
     const auto length = checkStart(available);
     if (!length || available.size() - lengthSize < *length) return std::nullopt;
     LinkFrame frame = parseBody(available.subspan(lengthSize, *length));
@@ -149,6 +161,8 @@ std::optional<LinkFrame> LinkFrameReader::next() {
   } catch (const LinkError& error) {
     failure = error;
     buffer = Bytes();
+    filled = 0;
+    consumed = 0;
     throw;
   }
 }
@@ -156,14 +170,14 @@ std::optional<LinkFrame> LinkFrameReader::next() {
 // Moves what is left to the front, but only when that is no more than what goes: every byte
 // received is thus moved once on average, however many frames come at a time.
 void LinkFrameReader::discardConsumed() {
-  const std::size_t left = buffer.size() - consumed;
-  if (consumed < left) return;
-  const auto leftStart = buffer.begin() + static_cast<std::ptrdiff_t>(consumed);
+  if (consumed < filled - consumed) return;
+  const auto left = std::span(buffer).subspan(consumed, filled - consumed);
   if (buffer.capacity() > keptCapacityMax) {
-    buffer = Bytes(leftStart, buffer.end());
+    buffer = Bytes(left.begin(), left.end());
   } else {
-    buffer.erase(buffer.begin(), leftStart);
+    std::ranges::copy(left, buffer.begin());
   }
+  filled -= consumed;
   consumed = 0;
 }
 

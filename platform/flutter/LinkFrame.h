@@ -59,6 +59,11 @@ class LinkFrameReader {
  public:
   void append(std::span<const std::uint8_t> bytes);
 
+  // Where so many of the bytes that come next may be written, which is sooner done than handing
+  // them over: until the next call of another member. `received` says how many were.
+  [[nodiscard]] std::span<std::uint8_t> room(std::size_t size);
+  void received(std::size_t size) { filled += size; }
+
   // The next complete frame, or nothing until more bytes come. Throws LinkError when the stream
   // breaks the format; as frame borders are lost then, every later call throws as well.
   [[nodiscard]] std::optional<LinkFrame> next();
@@ -67,7 +72,8 @@ class LinkFrameReader {
   void discardConsumed();
 
   Bytes buffer;
-  std::size_t consumed = 0;  // bytes at the front of `buffer` that were handed out already
+  std::size_t filled = 0;    // bytes of `buffer` that came
+  std::size_t consumed = 0;  // of these, at the front, those that were handed out already
   std::optional<LinkError> failure;
 };
 

@@ -186,6 +186,10 @@ class Writer {
 MessageReader::MessageReader(std::span<const std::uint8_t> message)
     : message(message), valuesLeft(std::min(message.size(), messageValuesMax)) {}
 
+MessageReader::MessageReader(const Data& message) : MessageReader(message.bytes()) {
+  storage = message;
+}
+
 void MessageReader::fail(const char* what) const {
   throw CodecError(what, position);
 }
@@ -232,6 +236,7 @@ std::string MessageReader::readTextContent() {
 
 Data MessageReader::readBytes() {
   const auto bytes = take(readSize());
+  if (storage) return storage->slice(position - bytes.size(), bytes.size());
   return Data(Bytes(bytes.begin(), bytes.end()));
 }
 
@@ -383,6 +388,22 @@ FlutterError readError(MessageReader& reader) {
   return error;
 }
 
+FlutterEvent readEnvelope(MessageReader& reader) {
+  FlutterEvent event;
+  switch (reader.readByte()) {
+    case successMark:
+      event = reader.readValue();
+      break;
+    case errorMark:
+      event = readError(reader);
+      break;
+    default:
+      throw CodecError("unknown envelope", 0);
+  }
+  reader.expectEnd();
+  return event;
+}
+
 }  // namespace
 
 Bytes encodeMethodCall(const FlutterMethodCall& call) {
@@ -411,19 +432,12 @@ Bytes encodeErrorEnvelope(const FlutterError& error) {
 
 FlutterEvent decodeEnvelope(std::span<const std::uint8_t> message) {
   MessageReader reader(message);
-  FlutterEvent event;
-  switch (reader.readByte()) {
-    case successMark:
-      event = reader.readValue();
-      break;
-    case errorMark:
-      event = readError(reader);
-      break;
-    default:
-      throw CodecError("unknown envelope", 0);
-  }
-  reader.expectEnd();
-  return event;
+  return readEnvelope(reader);
+}
+
+FlutterEvent decodeSharedEnvelope(const Data& message) {
+  MessageReader reader(message);
+  return readEnvelope(reader);
 }
 
 }  // namespace quorvin

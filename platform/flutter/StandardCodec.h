@@ -58,6 +58,8 @@ class CodecError : public std::runtime_error {
 class MessageReader {
  public:
   explicit MessageReader(std::span<const std::uint8_t> message);
+  // Byte lists stay in the message's storage, which they keep.
+  explicit MessageReader(const Data& message);
 
   [[nodiscard]] bool atEnd() const { return position == message.size(); }
   // Throws unless the whole message has been read.
@@ -88,6 +90,7 @@ class MessageReader {
   [[noreturn]] void fail(const char* what) const;
 
   std::span<const std::uint8_t> message;
+  std::optional<Data> storage;
   std::size_t position = 0;
   // How many values lists and maps may still announce. As each takes a byte at least, storage
   // reserved for them stays in proportion to the message, however sizes are nested.
@@ -140,5 +143,7 @@ inline constexpr std::uint8_t errorMark = 1;
 // A stack trace behind an error's details, which some senders add, is checked and dropped. The
 // empty message ("not implemented", "end of stream") is no envelope and thus an error here.
 [[nodiscard]] FlutterEvent decodeEnvelope(std::span<const std::uint8_t> message);
+// The same; byte lists stay in the message's storage, which they keep.
+[[nodiscard]] FlutterEvent decodeSharedEnvelope(const Data& message);
 
 }  // namespace quorvin

@@ -74,6 +74,24 @@ TEST(LinkFrameReader, PutsFramesTogetherWhereverTheStreamIsSplit) {
   }
 }
 
+TEST(LinkFrameReader, TakesWhatIsWrittenIntoItsRoom) {
+  const Bytes stream = encoded(sampleFrames());
+  for (std::size_t count = 1; count <= stream.size(); ++count) {
+    LinkFrameReader reader;
+    std::vector<LinkFrame> frames;
+    for (auto rest = std::span(stream); !rest.empty();) {
+      const auto piece = rest.first(std::min(count, rest.size()));
+      rest = rest.subspan(piece.size());
+      const auto room = reader.room(piece.size() + 7);  // more than comes
+      ASSERT_EQ(room.size(), piece.size() + 7);
+      std::ranges::copy(piece, room.begin());
+      reader.received(piece.size());
+      for (auto& frame : takeAll(reader)) frames.push_back(std::move(frame));
+    }
+    EXPECT_EQ(frames, sampleFrames()) << count;
+  }
+}
+
 TEST(LinkFrameReader, GivesAFrameWithItsLastByteAndNoSooner) {
   const Bytes stream = encoded(sampleFrames());
   std::vector<std::size_t> ends;

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -71,6 +72,17 @@ TEST(SuccessEnvelope, CountsAlignmentFromItsOwnFirstByte) {
 TEST(SuccessEnvelope, IsReadBack) {
   const Value value = Map{{"frame", Data({0xFF, 0xD8})}, {"width", 1280.5}};
   EXPECT_EQ(decodeEnvelope(encodeSuccessEnvelope(value)), FlutterEvent(value));
+}
+
+TEST(SuccessEnvelope, ThatIsSharedLeavesByteListsWhereTheyAre) {
+  std::optional<Data> message(encodeSuccessEnvelope(Data({0xFF, 0xD8, 0xD9})));
+  const auto* begin = message->data();
+  const auto event = decodeSharedEnvelope(*message);
+  message.reset();
+  const auto* bytes = std::get<Value>(event).as<Data>();
+  ASSERT_NE(bytes, nullptr);
+  EXPECT_EQ(bytes->data(), begin + 3);
+  EXPECT_EQ(*bytes, Data({0xFF, 0xD8, 0xD9}));
 }
 
 TEST(ErrorEnvelope, IsAOneFollowedByCodeMessageAndDetails) {
