@@ -37,19 +37,16 @@ void refuseEventDescriptors() {
 class NoGrowth {
  public:
   NoGrowth() {
+    std::signal(SIGXFSZ, SIG_IGN);
     getrlimit(RLIMIT_FSIZE, &before);
     const rlimit none{0, before.rlim_max};
     setrlimit(RLIMIT_FSIZE, &none);
   }
   NoGrowth(const NoGrowth&) = delete;
   NoGrowth& operator=(const NoGrowth&) = delete;
-  ~NoGrowth() {
-    setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, handler);
-  }
+  ~NoGrowth() { setrlimit(RLIMIT_FSIZE, &before); }
 
  private:
-  void (*handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
   rlimit before{};
 };
 
