@@ -41,8 +41,8 @@ bool equalInConstantTime(std::string_view given, std::string_view expected) {
   return difference == 0;
 }
 
-AccessRules::AccessRules(std::uint16_t port, std::string token)
-    : host("127.0.0.1:" + std::to_string(port)), token(std::move(token)) {}
+AccessRules::AccessRules(std::uint16_t port, PageTokens tokens)
+    : host("127.0.0.1:" + std::to_string(port)), tokens(std::move(tokens)) {}
 
 bool AccessRules::hostAllowed(std::string_view hostHeader) const {
   return hostHeader == host;
@@ -52,16 +52,21 @@ bool AccessRules::originAllowed(std::string_view originHeader) const {
   return originHeader.starts_with(scheme) && originHeader.substr(scheme.size()) == host;
 }
 
-std::optional<std::string> AccessRules::resourceOf(std::string_view path) const {
+std::optional<AccessRules::Resource> AccessRules::resourceOf(std::string_view path) const {
   if (!path.starts_with('/')) return std::nullopt;
   path.remove_prefix(1);
   const auto slash = path.find('/');
   if (slash == std::string_view::npos) return std::nullopt;
-  if (!equalInConstantTime(path.substr(0, slash), token)) return std::nullopt;
-  return std::string(path.substr(slash + 1));
+  const auto token = path.substr(0, slash);
+  const bool isCustomers = equalInConstantTime(token, tokens.customer);
+  const bool isSupporters = equalInConstantTime(token, tokens.supporter);
+  if (!isCustomers && !isSupporters) return std::nullopt;
+  return Resource{isCustomers ? PageRole::customer : PageRole::supporter,
+                  std::string(path.substr(slash + 1))};
 }
 
-std::string AccessRules::address() const {
+std::string AccessRules::address(PageRole role) const {
+  const auto& token = role == PageRole::customer ? tokens.customer : tokens.supporter;
   return std::string(scheme) + host + "/" + token + "/";
 }
 

@@ -14,6 +14,16 @@ namespace quorvin::webui {
 // Takes the same time for every text of the right length.
 [[nodiscard]] bool equalInConstantTime(std::string_view given, std::string_view expected);
 
+// Whose page it is, each at an address of its own.
+enum class PageRole : std::uint8_t { customer, supporter };
+
+// The secrets in the addresses. Whoever knows the customer's may allow and stop sharing, and has
+// the supporter's as well; the supporter's leads nowhere else.
+struct PageTokens {
+  std::string customer = makeToken();
+  std::string supporter = makeToken();
+};
+
 // Who may talk to the local web server. It listens on the loopback interface only, but other
 // users of the machine and every page in the user's browser can reach that too: the secret in the
 // path keeps out the first, the Host and Origin headers (names that a foreign page cannot forge,
@@ -21,22 +31,27 @@ namespace quorvin::webui {
 // it goes by: "localhost" may lead to ::1, where the same port can be somebody else's.
 class AccessRules {
  public:
-  AccessRules(std::uint16_t port, std::string token);
+  // What a path asks for, and as whom: `name` is "" for the role's page itself.
+  struct Resource {
+    PageRole role = PageRole::supporter;
+    std::string name;
+  };
+
+  explicit AccessRules(std::uint16_t port, PageTokens tokens = {});
 
   [[nodiscard]] bool hostAllowed(std::string_view hostHeader) const;
   [[nodiscard]] bool originAllowed(std::string_view originHeader) const;
-  // What follows the token and its slash: "" for the page itself. Nothing if the path does not
-  // begin with the right token; "/<token>" alone gives nothing as well.
-  [[nodiscard]] std::optional<std::string> resourceOf(std::string_view path) const;
+  // Nothing if the path does not begin with a right token; "/<token>" alone gives nothing as well.
+  [[nodiscard]] std::optional<Resource> resourceOf(std::string_view path) const;
 
   // The page's address.
-  [[nodiscard]] std::string address() const;
+  [[nodiscard]] std::string address(PageRole role) const;
   // The value of the Content-Security-Policy header.
   [[nodiscard]] std::string contentPolicy() const;
 
  private:
   std::string host;
-  std::string token;
+  PageTokens tokens;
 };
 
 }  // namespace quorvin::webui

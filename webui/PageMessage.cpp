@@ -189,9 +189,14 @@ PageMessage parsePageMessage(std::string_view text) {
     return PageAnswer{word->get<std::string>()};
   }
   if (flagOf(*document, "whole")) return PageWholeFrame{};
-  return PageProtocolError{std::nullopt,
-                           "A message calls, acknowledges, answers, asks for a whole frame or says "
-                           "what is shown."};
+  if (const auto allowed = document->find("control");
+      allowed != document->end() && allowed->is_boolean()) {
+    return PageControl{allowed->get<bool>()};
+  }
+  return PageProtocolError{
+      std::nullopt,
+      "A message calls, acknowledges, answers, asks for a whole frame, or says "
+      "what is shown or who has control."};
 }
 
 std::string replyText(std::int64_t id, const FlutterReply& reply) {
@@ -207,17 +212,18 @@ std::string replyText(std::int64_t id, const FlutterReply& reply) {
 }
 
 std::string protocolErrorText(const PageProtocolError& problem) {
-  const FlutterError error{"bad_message", problem.message, {}};
+  const FlutterError error{problem.code, problem.message, {}};
   return textOfJson(
       {{"id", problem.id ? json(*problem.id) : json(nullptr)}, {"error", jsonFromError(error)}});
 }
 
-std::string stateText(const SessionTracker& session, bool input) {
+std::string stateText(const SessionTracker& session, bool input, bool control) {
   return textOfJson({{"event", "state"},
                      {"session", nameOf(session.state())},
                      {"error", session.error() ? jsonFromError(*session.error()) : json(nullptr)},
                      {"settings", jsonFromValue(session.settings())},
-                     {"input", input}});
+                     {"input", input},
+                     {"control", control}});
 }
 
 std::string streamErrorText(const FlutterError& error) {

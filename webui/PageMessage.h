@@ -30,19 +30,30 @@ namespace quorvin::webui {
 //                                                  frame is to come whole
 //   {"answer":"..."}                               the word of a question, at once, and by the
 //                                                  script that works the Stop button
+//   {"control":bool}                               whether supporters' pages may use mouse and
+//                                                  keyboard, which they may at first; false lifts
+//                                                  what they hold and refuses "injectInput" from
+//                                                  them until it is true again
+//
+// A supporter's page has these rights: it calls "capabilities", "configureStream", "injectInput"
+// and "releaseInput" only, its `customer` in "show" counts for nothing, and "control" is the
+// customer's. Whatever else it asks for is answered with the error "not_allowed". A customer's page
+// may do all.
 //
 // To the page, JSON texts:
 //
 //   {"id":n,"result":...}                          the answers to a call: one of the three
 //   {"id":n,"error":{"code","message","details"}}
 //   {"id":n,"notImplemented":true}
-//   {"id":null,"error":{...}}                      the last text was none of the above
+//   {"id":null,"error":{...}}                      the last text was none of the above, or not
+//                                                  for this page to send
 //   {"event":"state","session":"idle"|"starting"|"live"|"ended","error":{...}|null,
-//    "settings":{...}|null,"input":bool}           sent first of all and on every change; `error`
-//                                                  says why a session ended by itself or never
+//    "settings":{...}|null,"input":bool,           sent first of all and on every change; `error`
+//    "control":bool}                               says why a session ended by itself or never
 //                                                  began, `settings` are the ones in force or null
 //                                                  for the host's own defaults, `input` whether
-//                                                  any page takes mouse and keyboard
+//                                                  any page takes mouse and keyboard, `control`
+//                                                  whether supporters' pages may
 //   {"event":"error","code","message","details"}   an error of the frame stream
 //   {"event":"frame","ageMs":n}                    the next binary message is a frame that came
 //                                                  from the host n milliseconds ago; not sent
@@ -76,13 +87,17 @@ struct PageAnswer {
   std::string word;
 };
 struct PageWholeFrame {};
+struct PageControl {
+  bool allowed = false;
+};
 // Why a text was refused, and the id of the call if it is one.
 struct PageProtocolError {
   std::optional<std::int64_t> id;
   std::string message;
+  std::string code = "bad_message";
 };
 using PageMessage = std::variant<PageCall, PageAcknowledgement, PageVisibility, PageAnswer,
-                                 PageWholeFrame, PageProtocolError>;
+                                 PageWholeFrame, PageControl, PageProtocolError>;
 
 // Never throws. Calls of methods that the host does not offer come back as PageProtocolError.
 [[nodiscard]] PageMessage parsePageMessage(std::string_view text);
@@ -91,7 +106,7 @@ using PageMessage = std::variant<PageCall, PageAcknowledgement, PageVisibility, 
 
 [[nodiscard]] std::string replyText(std::int64_t id, const FlutterReply& reply);
 [[nodiscard]] std::string protocolErrorText(const PageProtocolError& problem);
-[[nodiscard]] std::string stateText(const SessionTracker& session, bool input);
+[[nodiscard]] std::string stateText(const SessionTracker& session, bool input, bool control);
 [[nodiscard]] std::string streamErrorText(const FlutterError& error);
 [[nodiscard]] std::string frameText(std::int64_t ageMs);
 [[nodiscard]] std::string questionText(const std::string& word);

@@ -1,6 +1,7 @@
 #include "webui/SessionHub.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
 #include <utility>
 #include <variant>
@@ -16,6 +17,12 @@ bool presses(const Value& event) {
 }
 
 constexpr std::size_t pagesMax = 8;
+// Supporters leave room for a page with a Stop button.
+constexpr std::ptrdiff_t supportersMax = 4;
+
+constexpr std::array<std::string_view, 4> supportersMethods = {"capabilities", "configureStream",
+                                                               "injectInput", "releaseInput"};
+
 constexpr std::size_t unansweredCallsMax = 64;
 
 std::int64_t ageMsOf(const Frame& frame) {
@@ -39,7 +46,7 @@ SessionHub::SessionHub(FileDescriptor linkSocket, HostClient::CloseHandler onLin
                        std::chrono::milliseconds questionInterval)
     : absenceLimit(absenceMax),
       questionInterval(questionInterval),
-      announcedState(stateText(session, false)),
+      announcedState(stateText(session, false, controlAllowed)),
       host(std::move(linkSocket), {[this](Data payload) { handleFrame(std::move(payload)); },
                                    [this](const FlutterError& error) { handleStreamError(error); },
                                    std::move(onLinkClosed)}) {}
@@ -56,14 +63,21 @@ void SessionHub::askWhetherUnattended(std::function<void(bool)> onAnswer) {
 
 // --- Pages
 
-void SessionHub::addPage(SoupWebsocketConnection* socket) {
-  if (pages.size() >= pagesMax) {
+bool SessionHub::hasPlaceFor(PageRole role) const {
+  const auto supporters = std::ranges::count_if(
+      pages, [](const auto& entry) { return entry.second.role == PageRole::supporter; });
+  return pages.size() < pagesMax && (role == PageRole::customer || supporters < supportersMax);
+}
+
+void SessionHub::addPage(SoupWebsocketConnection* socket, PageRole role) {
+  if (!hasPlaceFor(role)) {
     soup_websocket_connection_close(socket, SOUP_WEBSOCKET_CLOSE_POLICY_VIOLATION,
                                     "too many pages");
     return;
   }
   const auto id = ++lastPageId;
   auto& page = pages[id];
+  page.role = role;
   page.connection = std::make_unique<PageConnection>(
       socket,
       PageConnection::Handlers{[this, id](std::string_view text) { handleText(id, text); },
@@ -115,6 +129,7 @@ void SessionHub::handle(PageId id, const PageVisibility& message) {
   auto& page = pages.at(id);
   const bool framesAppear = message.picture && !page.visibility.picture;
   page.visibility = message;
+  if (page.role == PageRole::supporter) page.visibility.customer = false;
   if (!message.input) releaseInput(page);
   if (!message.picture) page.flowControl.dropWaiting();
   if (framesAppear && newestFrame) offer(page, *newestFrame);
@@ -122,7 +137,33 @@ void SessionHub::handle(PageId id, const PageVisibility& message) {
   reviewAbsence();
 }
 
+void SessionHub::handle(PageId id, const PageControl& message) {
+  if (pages.at(id).role == PageRole::supporter) {
+    handle(id,
+           PageProtocolError{std::nullopt, "Control is the customer's to give.", "not_allowed"});
+    return;
+  }
+  controlAllowed = message.allowed;
+  for (auto& [otherId, page] : pages) {
+    if (!mayInject(page)) releaseInput(page);
+  }
+  announceState();
+}
+
 // --- Calls
+
+std::optional<FlutterError> SessionHub::refusalOf(const Page& page,
+                                                  const FlutterMethodCall& call) const {
+  if (page.role == PageRole::supporter &&
+      std::ranges::find(supportersMethods, call.method) == supportersMethods.end()) {
+    return FlutterError{"not_allowed", "Only the customer's page may do this.", {}};
+  }
+  // What the customer is told about mouse and keyboard holds for every page.
+  if (call.method == "injectInput" && !mayInject(page)) {
+    return FlutterError{"input_not_authorized", "This page only watches.", {}};
+  }
+  return std::nullopt;
+}
 
 void SessionHub::handle(PageId id, const PageCall& message) {
   auto& page = pages.at(id);
@@ -130,10 +171,8 @@ void SessionHub::handle(PageId id, const PageCall& message) {
     handle(id, PageProtocolError{message.id, "Too many calls wait for their answers."});
     return;
   }
-  // What the customer is told about mouse and keyboard holds for every page.
-  if (message.call.method == "injectInput" && !page.visibility.input) {
-    page.connection->sendText(
-        replyText(message.id, FlutterError{"input_not_authorized", "This page only watches.", {}}));
+  if (const auto refusal = refusalOf(page, message.call)) {
+    page.connection->sendText(replyText(message.id, *refusal));
     return;
   }
   page.heldInput.sent(message.call);
@@ -197,9 +236,12 @@ void SessionHub::releaseInput(Page& page) {
   if (page.heldInput.take()) host.call({"releaseInput", {}}, [](const FlutterReply&) {});
 }
 
+bool SessionHub::mayInject(const Page& page) const {
+  return page.visibility.input && (controlAllowed || page.role == PageRole::customer);
+}
+
 bool SessionHub::inputTaken() const {
-  return std::ranges::any_of(pages,
-                             [](const auto& entry) { return entry.second.visibility.input; });
+  return std::ranges::any_of(pages, [this](const auto& entry) { return mayInject(entry.second); });
 }
 
 // --- Frames
@@ -252,7 +294,7 @@ void SessionHub::sessionChanged() {
 }
 
 void SessionHub::announceState() {
-  auto state = stateText(session, inputTaken());
+  auto state = stateText(session, inputTaken(), controlAllowed);
   if (state == announcedState) return;
   announcedState = std::move(state);
   for (const auto& [id, page] : pages) page.connection->sendText(announcedState);

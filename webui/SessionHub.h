@@ -14,6 +14,7 @@
 #include "platform/Flutter.h"
 #include "platform/unix/FileDescriptor.h"
 #include "platform/unix/MainLoopSource.h"
+#include "webui/AccessRules.h"
 #include "webui/FrameFlowControl.h"
 #include "webui/HostClient.h"
 #include "webui/PageConnection.h"
@@ -38,7 +39,8 @@ class HeldInputFlag {
 
 // Connects the pages with the host: passes calls and answers on, shares frames and the state of
 // the session out to every page, lifts what a page that goes away has left pressed, and ends a
-// session whose customer can no longer press Stop. On the main loop's thread.
+// session whose customer can no longer press Stop. What a supporter's page may do is decided here,
+// whatever its scripts send. On the main loop's thread.
 class SessionHub {
  public:
   // A session goes on for so long with no page that offers its Stop button: enough to reload one.
@@ -52,13 +54,14 @@ class SessionHub {
              std::chrono::milliseconds absenceMax = customerAbsenceMax,
              std::chrono::milliseconds questionInterval = PageConnection::questionInterval);
 
-  void addPage(SoupWebsocketConnection* socket);
+  void addPage(SoupWebsocketConnection* socket, PageRole role);
 
   // Asks the host whether it runs unattended; `onAnswer` gets false as well when it cannot say.
   void askWhetherUnattended(std::function<void(bool)> onAnswer);
 
  private:
   struct Page {
+    PageRole role = PageRole::supporter;
     std::unique_ptr<PageConnection> connection;
     FrameFlowControl flowControl;
     FrameDeltas deltas;
@@ -75,8 +78,13 @@ class SessionHub {
   void handle(PageId id, const PageVisibility& message);
   void handle(PageId id, const PageAnswer& message);
   void handle(PageId id, const PageWholeFrame& message);
+  void handle(PageId id, const PageControl& message);
   void handle(PageId id, const PageProtocolError& message);
 
+  [[nodiscard]] bool hasPlaceFor(PageRole role) const;
+  // Nothing when the page has the right to make the call.
+  [[nodiscard]] std::optional<FlutterError> refusalOf(const Page& page,
+                                                      const FlutterMethodCall& call) const;
   void callHost(const FlutterMethodCall& call, FlutterResult onReply);
   void start(const FlutterMethodCall& call, FlutterResult onReply);
   void stop(std::optional<FlutterError> why, FlutterResult onReply);
@@ -92,6 +100,7 @@ class SessionHub {
   [[nodiscard]] std::shared_ptr<const SegmentedJpeg> segmentsOf(const Data& payload);
 
   void releaseInput(Page& page);
+  [[nodiscard]] bool mayInject(const Page& page) const;
   [[nodiscard]] bool inputTaken() const;
 
   void sessionChanged();
@@ -107,6 +116,7 @@ class SessionHub {
   PageId lastPageId = 0;
   std::optional<Frame> newestFrame;  // of the running session, for pages that come later
   std::shared_ptr<const SegmentedJpeg> newestSegments;  // that were found last
+  bool controlAllowed = true;                           // for supporters' pages, by the customer
   std::string announcedState;
   bool listening = false;
   MainLoopSource absence;

@@ -30,11 +30,12 @@ struct PageAsset {
   std::string_view content;  // lives as long as the program
 };
 
-// The file of the page with this name ("" is the page itself), as built into the program.
-std::optional<PageAsset> findPageAsset(std::string_view name) {
-  if (name.empty()) name = "index.html";
+// As built into the program. What is no page serves both roles.
+std::optional<PageAsset> findPageAsset(const AccessRules::Resource& resource) {
+  std::string_view name = resource.name;
   // A slash at the end would be overlooked.
-  if (name.find('/') != std::string_view::npos) return std::nullopt;
+  if (name.find('/') != std::string_view::npos || name.ends_with(".html")) return std::nullopt;
+  if (name.empty()) name = resource.role == PageRole::customer ? "index.html" : "supporter.html";
   const auto path = "/com/quorvin/webui/" + std::string(name);
   const GlibPtr<GBytes> bytes(g_resource_lookup_data(quorvin_page_get_resource(), path.c_str(),
                                                      G_RESOURCE_LOOKUP_FLAGS_NONE, nullptr));
@@ -46,6 +47,13 @@ std::optional<PageAsset> findPageAsset(std::string_view name) {
 }
 
 constexpr std::string_view webSocketResource = "ws";
+// Leads the customer's browser to the supporter's page, and nobody back.
+constexpr std::string_view supporterResource = "supporter";
+
+bool leadsToSupporter(const AccessRules::Resource& resource) {
+  return resource.role == PageRole::customer && resource.name == supporterResource;
+}
+
 constexpr const char* everyPath = "/";
 constexpr const char* plainText = "text/plain; charset=utf-8";
 constexpr std::string_view nothingHere = "Nothing is here.\n";
@@ -75,7 +83,7 @@ WebServer::WebServer(PageHandler onPage, std::chrono::milliseconds requestTimeMa
       // Paths stay as they were sent: there is one way only to write each of ours.
       server(soup_server_new("raw-paths", TRUE, nullptr)),
       door(server.get()),
-      rules(door.port(), makeToken()) {
+      rules(door.port()) {
   soup_server_add_early_handler(server.get(), everyPath, onHeaders, this, nullptr);
   soup_server_add_handler(server.get(), everyPath, onRequest, this, nullptr);
   door.open(
@@ -102,7 +110,8 @@ void WebServer::onUpgraded(SoupServerMessage* message, gpointer self) {
 
 bool WebServer::serves(std::string_view target) const {
   const auto resource = rules.resourceOf(target);
-  return resource && (*resource == webSocketResource || findPageAsset(*resource));
+  return resource && (resource->name == webSocketResource || leadsToSupporter(*resource) ||
+                      findPageAsset(*resource));
 }
 
 // Before anything of a request but its headers has been read.
@@ -114,30 +123,38 @@ void WebServer::screen(SoupServerMessage* message, const char* path) const {
     soup_message_headers_replace(headers, name.c_str(), value.c_str());
   }
   const std::string_view method = soup_server_message_get_method(message);
+  const auto resource = rules.resourceOf(path);
   if (!rules.hostAllowed(headerOf(message, "Host"))) {
     refuse(message, SOUP_STATUS_FORBIDDEN, "This address is not served.\n");
   } else if (method != "GET" && method != "HEAD") {
     soup_message_headers_replace(headers, "Allow", "GET, HEAD");
     refuse(message, SOUP_STATUS_METHOD_NOT_ALLOWED, "This can only be read.\n");
-  } else if (rules.resourceOf(path) == webSocketResource &&
+  } else if (resource && resource->name == webSocketResource &&
              !rules.originAllowed(headerOf(message, "Origin"))) {
     refuse(message, SOUP_STATUS_FORBIDDEN, "Another page may not connect.\n");
   }
 }
 
 void WebServer::answer(SoupServerMessage* message, const char* path) {
-  const auto resource = rules.resourceOf(path).value_or(std::string());
-  if (resource == webSocketResource) {
+  const auto resource = rules.resourceOf(path);
+  if (!resource) return;
+  if (resource->name == webSocketResource) {
     if (soup_websocket_server_process_handshake(message, nullptr, nullptr, nullptr, nullptr)) {
       g_signal_connect(message, "wrote-informational", G_CALLBACK(onUpgraded), this);
     }
-  } else if (const auto asset = findPageAsset(resource)) {
+  } else if (leadsToSupporter(*resource)) {
+    soup_message_headers_replace(soup_server_message_get_response_headers(message), "Location",
+                                 rules.address(PageRole::supporter).c_str());
+    respond(message, SOUP_STATUS_FOUND, plainText, "");
+  } else if (const auto asset = findPageAsset(*resource)) {
     respond(message, SOUP_STATUS_OK, asset->type, asset->content);
   }
 }
 
 // Once the handshake has been answered.
 void WebServer::openPage(SoupServerMessage* message) {
+  const auto resource = rules.resourceOf(g_uri_get_path(soup_server_message_get_uri(message)));
+  if (!resource) return;
   door.letStay(message);
   const auto held = referTo(message);
   const GlibPtr<GIOStream> stream(soup_server_message_steal_connection(message));
@@ -145,7 +162,7 @@ void WebServer::openPage(SoupServerMessage* message) {
   const GlibPtr<SoupWebsocketConnection> page(soup_websocket_connection_new(
       stream.get(), soup_server_message_get_uri(message), SOUP_WEBSOCKET_CONNECTION_SERVER, nullptr,
       nullptr, g_list_prepend(nullptr, bounds)));
-  onPage(page.get());
+  onPage(page.get(), resource->role);
 }
 
 WebServer::Headers WebServer::commonHeaders() const {

@@ -16,14 +16,14 @@
 
 namespace quorvin::webui {
 
-// Serves the page, its assets and its WebSocket on the loopback interface, to those whom the
-// access rules let in. On the main loop's thread.
+// Serves the customer's and the supporter's page, their assets and their WebSockets on the loopback
+// interface, to those whom the access rules let in. On the main loop's thread.
 class WebServer {
  public:
   // Called with the WebSocket of every page that opens one; the server keeps no hold on it.
-  using PageHandler = std::function<void(SoupWebsocketConnection*)>;
+  using PageHandler = std::function<void(SoupWebsocketConnection*, PageRole)>;
 
-  // Throws std::runtime_error when there is no free port, or no random token to be had.
+  // Throws std::runtime_error when there is no free port, or no random tokens to be had.
   explicit WebServer(PageHandler onPage,
                      std::chrono::milliseconds requestTimeMax = FrontDoor::requestTimeMax);
   ~WebServer();

@@ -67,7 +67,9 @@ int serve(FileDescriptor link) {
     }
     quit();
   });
-  const WebServer server([&](SoupWebsocketConnection* connection) { hub.addPage(connection); });
+  const WebServer server(
+      [&](SoupWebsocketConnection* connection, PageRole role) { hub.addPage(connection, role); });
+  const auto address = server.access().address(PageRole::customer);
 
   MainLoopSource endTimer;
   const auto interrupts = MainLoopSource::onSignal(nullptr, SIGINT, [&] {
@@ -82,8 +84,8 @@ int serve(FileDescriptor link) {
   const auto terminations = MainLoopSource::onSignal(nullptr, SIGTERM, endOnRequest);
   const auto hangUps = MainLoopSource::onSignal(nullptr, SIGHUP, endOnRequest);
 
-  const AddressFile file(server.port(), server.access().address());
-  announce(server.access().address());
+  const AddressFile file(server.port(), address);
+  announce(address);
   browser.setPage(file.path());
   // Nothing that a stranger says is read before this.
   if constexpr (QUORVIN_CONFINED) confine();

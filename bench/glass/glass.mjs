@@ -158,7 +158,7 @@ class Turn {
 
 async function measure(peer, browser, changer, results) {
   console.error(`measuring ${peer.name}`);
-  const page = await browser.page.context().newPage();
+  const page = await browser.customer.context().newPage();
   const turn = new Turn(peer, page, changer, results);
   await changer.desktop(1);
   await peer.open(page);
@@ -184,7 +184,7 @@ async function measure(peer, browser, changer, results) {
 const results = {};
 const screen = await VirtualScreen.start(1920, 1080);
 const changer = new ScreenChanger(`${helpers}/screen_changer`, screen.environment);
-const browser = await HostPage.open('about:blank');
+const browser = await HostPage.openCustomer('about:blank');
 for (let round = 0; round < turns; ++round) {
   for (const start of [startPage, startNoVnc, startFloor, startPageWithH264]) {
     const peer = await start(screen, program);

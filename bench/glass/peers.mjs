@@ -16,18 +16,25 @@ import { processesNamed } from './processes.mjs';
 
 export async function startPage(screen, program) {
   const host = await Host.start(program, screen.environment);
+  let customer;
   return {
     name: 'the page',
     shows: ['still', 'motion', 'keys'],
     canvas: '#picture',
     processes: () => processesNamed('quorvin-'),
     async open(page) {
-      await page.goto(host.address);
-      await page.click('#allow-button');
+      customer = await page.context().newPage();
+      await customer.goto(host.address);
+      await customer.click('#allow-button');
+      await page.bringToFront();
+      await page.goto(await customer.$eval('#show-supporter', ({ href }) => href));
     },
     control: (page) => page.click('#view-only:not(:disabled)[aria-pressed=true]'),
     changed() {},
-    stop: () => host.destroy(),
+    async stop() {
+      await customer?.close();
+      await host.destroy();
+    },
   };
 }
 

@@ -216,9 +216,9 @@ TEST_F(WebUiAttackOnTheDoor, NothingIsServedButTheOneAddress) {
   std::vector<std::string> requests;
   for (const auto& target :
        {std::string("/"), std::string("*"), std::string("//"), "/" + webUi.token, "/." + root,
-        "/x/.." + root, "/%2e" + root, root + "main.js/", root + "./", root + "?", root + "#",
-        root + "..%2f", "http://" + webUi.authority() + root, "http://" + webUi.authority(),
-        root + std::string(2000, 'x'), "\\" + webUi.token + "\\",
+        "/x/.." + root, "/%2e" + root, root + "customerpage.js/", root + "./", root + "?",
+        root + "#", root + "..%2f", "http://" + webUi.authority() + root,
+        "http://" + webUi.authority(), root + std::string(2000, 'x'), "\\" + webUi.token + "\\",
         "/" + std::string(32, '0') + "/"}) {
     requests.push_back(webUi.request(target));
   }
@@ -265,7 +265,7 @@ TEST_F(WebUiAttackOnTheDoor, PagesOfOthersGetNoWebSocket) {
 
 TEST_F(WebUiAttackOnTheDoor, OneConnectionServesOneRequest) {
   const auto answer =
-      webUi.answer(webUi.request(webUi.root() + "main.js") + webUi.request(webUi.root()) +
+      webUi.answer(webUi.request(webUi.root() + "customerpage.js") + webUi.request(webUi.root()) +
                    webUi.handshake("http://" + webUi.authority()));
   EXPECT_EQ(answer.find("<title>"), std::string::npos);
   EXPECT_EQ(answer.find(" 101 "), std::string::npos);
@@ -338,6 +338,36 @@ TEST_F(WebUiAttackByAPage, PingsWhoseAnswersAreNeverReadAreBounded) {
   const auto ping = webSocketFrame(wholePing, std::string(125, 'x'));
   EXPECT_TRUE(isStopped(*page, many(ping, 1000), attackBytes));
   expectNothingTaken();
+}
+
+TEST_F(WebUiAttackByAPage, SupportersPageStartsNothingAndGetsNoFurther) {
+  const auto customers = webUi.token;
+  const auto answer = webUi.answer(webUi.request(webUi.root() + "supporter"));
+  ASSERT_TRUE(isAnswered(answer, 302)) << answer;
+  const auto place = answer.find("Location: http://" + webUi.authority() + "/");
+  ASSERT_NE(place, std::string::npos) << answer;
+  webUi.token = answer.substr(answer.find(webUi.authority() + "/") + webUi.authority().size() + 1,
+                              customers.size());
+  ASSERT_NE(webUi.token, customers);
+  EXPECT_TRUE(isAnswered(webUi.answer(webUi.request(webUi.root())), 200));
+  EXPECT_FALSE(webUi.servesItsUser());
+  for (const auto* path : {"customer", "index.html", "supporter", "..", "../"}) {
+    EXPECT_TRUE(isAnswered(webUi.answer(webUi.request(webUi.root() + path)), 404)) << path;
+  }
+  const auto page = webUi.openPage();
+  for (const auto* call :
+       {R"({"id":9,"method":"startCapture","arguments":{"locallyAuthorized":true}})",
+        R"({"id":9,"method":"requestPermissions"})", R"({"control":true})"}) {
+    ASSERT_TRUE(page->say(webSocketFrame(wholeText, call)));
+  }
+  ASSERT_TRUE(page->say(webSocketFrame(wholeText, R"({"id":10,"method":"nothing"})")));
+  const auto heard = page->hear("\"id\":10");
+  EXPECT_EQ(heard.find("\"session\":\"starting\""), std::string::npos) << heard;
+  EXPECT_EQ(heard.find("\"result\""), std::string::npos) << heard;
+  EXPECT_NE(heard.find("not_allowed"), std::string::npos) << heard;
+  EXPECT_EQ(heard.find(customers), std::string::npos);
+  webUi.token = customers;
+  EXPECT_TRUE(webUi.servesItsUser());
 }
 
 TEST_F(WebUiAttackByAPage, EightPagesAreEnough) {

@@ -53,6 +53,11 @@ export class Connection extends EventTarget {
     this.#send({show: sides});
   }
 
+  // For the customer's page: whether supporters may use mouse and keyboard.
+  allowControl(allowed) {
+    this.#send({control: allowed});
+  }
+
   acknowledgePicture() {
     this.#send({ack: 1});
   }
@@ -122,4 +127,17 @@ export class Connection extends EventTarget {
   #emit(type, detail) {
     this.dispatchEvent(new CustomEvent(type, {detail}));
   }
+}
+
+// Says in an element of the page whether it is connected.
+export function showConnection(connection, element) {
+  const show = (state, text) => {
+    element.dataset.state = state;
+    element.textContent = text;
+  };
+  connection.addEventListener('open', () => show('connected', 'Connected'));
+  connection.addEventListener('closed', ({detail}) => {
+    const seconds = Math.ceil(detail.retryMs / 1000);
+    show('disconnected', `Connection lost, trying again in ${seconds} s`);
+  });
 }

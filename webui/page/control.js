@@ -21,6 +21,7 @@ const hints = {
   watching:
     'You are only watching. Switch View only off to use this computer’s mouse and keyboard. Leave it ' +
     'on if this page is open on the very screen that you see: your own mouse pointer would jump.',
+  refused: 'You can only watch now: control was taken back on the customer’s page.',
   unfocused: 'Click the picture to use its mouse and keyboard.',
   taking: `Your mouse and keyboard work in the picture. ${escapeShortcut} or a click outside leaves it.`,
 };
@@ -32,6 +33,7 @@ export class Control {
   #switch = byId('view-only');
   #connected = false;
   #live = false;
+  #allowed = false; // by the customer
   #viewOnly = true;
   #onSwitched;
   #queue;
@@ -81,10 +83,12 @@ export class Control {
     this.#review();
   }
 
-  showSession(session) {
+  // `allowed` is whether the customer lets supporters use mouse and keyboard.
+  showSession(session, allowed) {
     this.#live = session === 'live';
+    this.#allowed = allowed;
     // Whoever allows the next session has not seen anybody take the mouse.
-    if (!this.#live && !this.#viewOnly) this.#switchTo(true);
+    if (!(this.#live && allowed) && !this.#viewOnly) this.#switchTo(true);
     this.#review();
   }
 
@@ -226,7 +230,7 @@ export class Control {
   }
 
   #review() {
-    const canSwitch = this.#connected && this.#live;
+    const canSwitch = this.#connected && this.#live && this.#allowed;
     this.#switch.disabled = !canSwitch;
     this.#switch.setAttribute('aria-pressed', String(this.#viewOnly));
     this.#menu.setEnabled(this.#isReady);
@@ -238,6 +242,7 @@ export class Control {
 
   #mood() {
     if (!this.#connected || !this.#live) return 'off';
+    if (!this.#allowed) return 'refused';
     if (this.#viewOnly) return 'watching';
     return this.#isTaking ? 'taking' : 'unfocused';
   }

@@ -1,5 +1,5 @@
 // The customer's side: who can see the screen, the permissions, and the buttons that allow and
-// stop a session.
+// stop a session, or keep mouse and keyboard from the supporter.
 
 import {explain, sentence} from './texts.js';
 
@@ -29,12 +29,12 @@ const headlines = {
   },
 };
 
-// Where nobody sits at the computer, whoever opens this page is the supporter.
+// Where nobody sits at the computer, whoever opens this page comes to support it.
 const unattendedHeadlines = {
   ...headlines,
   idle: {
     what: 'Unattended access is on.',
-    next: 'A session starts by itself when a supporter connects.',
+    next: 'A session starts by itself when this page is opened.',
   },
   live: {
     what: 'A supporter is connected to this unattended computer.',
@@ -43,13 +43,19 @@ const unattendedHeadlines = {
   controlled: {
     what: 'A supporter is connected to this unattended computer.',
     next:
-      'Its mouse and keyboard can be used from here. The session started by itself, as the owner of ' +
+      'The supporter can use its mouse and keyboard. The session started by itself, as the owner of ' +
       'the account allowed, and can be stopped here.',
   },
   ended: {
     what: 'The unattended session has ended.',
-    next: 'Start it again here, or connect again later.',
+    next: 'Start it again here, or open this page again later.',
   },
+};
+
+const controlTexts = {
+  watched: 'Allow watching only',
+  controlled: 'Take back control',
+  refused: 'Allow control again',
 };
 
 const byId = (id) => document.getElementById(id);
@@ -57,19 +63,16 @@ const byId = (id) => document.getElementById(id);
 export class CustomerSide {
   #connection;
   #unattended = false;
-  #session = 'unknown';
-  #input = false;
+  #state = null; // as the server told it last
   #startsByItself = false; // once for each connection: a session that was stopped stays stopped
-  #onUnattended;
   #permissionsAsked = false;
   #allGranted = false;
 
-  // `onUnattended` is told for each connection whether the host runs unattended.
-  constructor(connection, onUnattended) {
+  constructor(connection) {
     this.#connection = connection;
-    this.#onUnattended = onUnattended;
     byId('allow-button').onclick = () => this.#allow();
     byId('stop-button').onclick = () => this.#stop();
+    byId('control-button').onclick = () => this.#connection.allowControl(!this.#state.control);
     byId('desktop-link').onclick = () => this.#makeDesktopLink();
     byId('request-permissions').onclick = () => this.#askForPermissions();
     document.addEventListener('visibilitychange', () => this.#refreshPermissions());
@@ -90,26 +93,27 @@ export class CustomerSide {
     } catch {
       byId('device-name').textContent = 'this computer';
     }
-    this.#onUnattended(this.#unattended);
     if (!this.#unattended) return;
     byId('allow-button').textContent = 'Start the session';
+    byId('show-supporter').textContent = 'Open the supporter’s page';
     this.#startsByItself = true;
-    if (this.#session !== 'unknown') this.showSession(this.#session, null, this.#input);
+    if (this.#state) this.showSession(this.#state);
   }
 
   disconnected() {
-    this.#session = 'unknown';
+    this.#state = null;
     byId('desktop-link').disabled = true;
     this.#show('unknown', headlines.unknown, false);
     byId('allow-button').disabled = true;
     byId('stop-button').disabled = true;
+    byId('control-button').disabled = true;
   }
 
-  // `session` is one of the server's states, `error` why it ended, or null, `input` whether any
-  // supporter's page may use the mouse and keyboard.
-  showSession(session, error, input) {
-    this.#session = session;
-    this.#input = input;
+  // The server's event: `session` is one of its states, `error` why it ended, or null, `input`
+  // whether any supporter's page may use the mouse and keyboard, `control` whether one could.
+  showSession(state) {
+    this.#state = state;
+    const {session, error, input} = state;
     byId('desktop-link').disabled = false;
     const texts = this.#unattended ? unattendedHeadlines : headlines;
     const text = session === 'live' && input ? texts.controlled : texts[session];
@@ -125,7 +129,16 @@ export class CustomerSide {
     // Whoever works with the keyboard keeps their place when one button takes the other's.
     if (running && focused === allow) stop.focus();
     if (!running && focused === stop) allow.focus();
+    this.#showControl();
     if (this.#startsByItself) this.#startUnattended(running);
+  }
+
+  #showControl() {
+    const {session, input, control} = this.#state;
+    const button = byId('control-button');
+    button.hidden = session !== 'live';
+    button.disabled = false;
+    button.textContent = controlTexts[control ? (input ? 'controlled' : 'watched') : 'refused'];
   }
 
   #startUnattended(running) {

@@ -54,6 +54,10 @@ const texts = {
     what: 'The computer did not accept that input.',
     next: 'Try again.',
   },
+  not_allowed: {
+    what: 'A supporter cannot do that.',
+    next: 'Only the customer’s page can.',
+  },
   input_echo: {
     what: 'This page is open on the very screen that it controls.',
     next: 'What you did came back to the page, so View only is on again. Open the page on another screen.',

@@ -8,9 +8,10 @@ namespace quorvin::webui {
 namespace {
 
 const std::string token = "0123456789abcdef0123456789abcdef";
+const std::string supportersToken = "fedcba9876543210fedcba9876543210";
 
 AccessRules rules() {
-  return {8765, token};
+  return AccessRules(8765, {token, supportersToken});
 }
 
 TEST(AccessRules, TokenIs128RandomBitsInHexadecimal) {
@@ -50,13 +51,24 @@ TEST(AccessRules, OnlyOwnPagesAreAnOrigin) {
 }
 
 TEST(AccessRules, OnlyPathsBehindTheTokenLeadSomewhere) {
-  EXPECT_EQ(rules().resourceOf("/" + token + "/"), "");
-  EXPECT_EQ(rules().resourceOf("/" + token + "/app.css"), "app.css");
+  EXPECT_EQ(rules().resourceOf("/" + token + "/")->name, "");
+  EXPECT_EQ(rules().resourceOf("/" + token + "/app.css")->name, "app.css");
   for (const auto& path : {std::string(), std::string("/"), std::string("/app.css"), "/" + token,
                            token + "/", "//" + token + "/", "/" + token + "0/",
                            "/0" + token.substr(1, 30) + "0/", "/" + token.substr(1) + "/"}) {
     EXPECT_FALSE(rules().resourceOf(path)) << path;
   }
+}
+
+TEST(AccessRules, TheTokenTellsTheRole) {
+  for (const auto* name : {"", "ws", "app.css"}) {
+    EXPECT_EQ(rules().resourceOf("/" + token + "/" + name)->role, PageRole::customer);
+    EXPECT_EQ(rules().resourceOf("/" + supportersToken + "/" + name)->role, PageRole::supporter);
+  }
+  EXPECT_EQ(rules().address(PageRole::customer), "http://127.0.0.1:8765/" + token + "/");
+  EXPECT_EQ(rules().address(PageRole::supporter), "http://127.0.0.1:8765/" + supportersToken + "/");
+  const AccessRules random(8765);
+  EXPECT_NE(random.address(PageRole::customer), random.address(PageRole::supporter));
 }
 
 TEST(AccessRules, PolicyLetsNothingInFromElsewhere) {

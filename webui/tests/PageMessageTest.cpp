@@ -59,10 +59,15 @@ TEST(PageMessage, ReadsAcknowledgementsAndWhatIsShown) {
   EXPECT_FALSE(parsedAs<PageVisibility>(R"({"show":{"input":"true"}})").input);
 }
 
+TEST(PageMessage, ReadsWhetherControlIsAllowed) {
+  EXPECT_TRUE(parsedAs<PageControl>(R"({"control":true})").allowed);
+  EXPECT_FALSE(parsedAs<PageControl>(R"({"control":false})").allowed);
+}
+
 TEST(PageMessage, RefusesEverythingElse) {
   for (const auto* text : {"", "null", "[]", "{}", "7", "{\"ack\":0}", "{\"ack\":-1}",
-                           "{\"ack\":1.0}", "{\"ack\":9223372036854775807}", "{\"show\":true}",
-                           "{\"id\":1,\"method\":7}", "{\"id\":1"}) {
+                           "{\"ack\":1.0}", "{\"control\":1}", "{\"ack\":9223372036854775807}",
+                           "{\"show\":true}", "{\"id\":1,\"method\":7}", "{\"id\":1"}) {
     parsedAs<PageProtocolError>(text);
   }
 }
@@ -83,10 +88,12 @@ TEST(PageMessage, WritesStreamErrorsWithTheirDetails) {
 
 TEST(PageMessage, WritesTheStateOfTheSession) {
   SessionTracker session;
-  EXPECT_EQ(stateText(session, false),
-            R"({"error":null,"event":"state","input":false,"session":"idle","settings":null})");
-  EXPECT_EQ(stateText(session, true),
-            R"({"error":null,"event":"state","input":true,"session":"idle","settings":null})");
+  EXPECT_EQ(stateText(session, false, true),
+            R"({"control":true,"error":null,"event":"state","input":false,"session":"idle",)"
+            R"("settings":null})");
+  EXPECT_EQ(stateText(session, true, false),
+            R"({"control":false,"error":null,"event":"state","input":true,"session":"idle",)"
+            R"("settings":null})");
 }
 
 }  // namespace

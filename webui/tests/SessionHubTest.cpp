@@ -18,7 +18,7 @@ TEST_F(SessionHubTest, GreetsAPageWithTheStateOfTheSession) {
 }
 
 TEST_F(SessionHubTest, RefusesAPageFromElsewhere) {
-  const TestPage page(server.access().address(), "http://example.com");
+  const TestPage page(server.access().address(PageRole::customer), "http://example.com");
   EXPECT_FALSE(page.connected());
 }
 

@@ -36,13 +36,15 @@ class SessionHubTest : public testing::Test {
     host.answer("stopCapture", Value());
   }
 
-  std::unique_ptr<TestPage> openPage() {
-    const auto address = server.access().address();
+  std::unique_ptr<TestPage> openPage(PageRole role = PageRole::customer) {
+    const auto address = server.access().address(role);
     const auto origin = address.substr(0, address.find('/', std::string("http://").size()));
     auto page = std::make_unique<TestPage>(address, origin.c_str());
     EXPECT_TRUE(page->connected());
     return page;
   }
+
+  std::unique_ptr<TestPage> openSupportersPage() { return openPage(PageRole::supporter); }
 
   std::unique_ptr<TestPage> openLivePage() {
     host.answer("startCapture", Value());
@@ -64,8 +66,8 @@ class SessionHubTest : public testing::Test {
   FakeHost host;
   std::optional<std::string> linkClosed;
   SessionHub hub;
-  WebServer server{[this](SoupWebsocketConnection* socket) {
-    hub.addPage(socket);
+  WebServer server{[this](SoupWebsocketConnection* socket, PageRole role) {
+    hub.addPage(socket, role);
   }};
 };
 

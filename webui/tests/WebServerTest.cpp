@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,9 +14,16 @@ namespace {
 class WebServerTest : public testing::Test {
  protected:
   explicit WebServerTest(std::chrono::milliseconds requestTimeMax = FrontDoor::requestTimeMax)
-      : server([this](SoupWebsocketConnection*) { ++pagesOpened; }, requestTimeMax) {}
+      : server(
+            [this](SoupWebsocketConnection*, PageRole role) {
+              ++pagesOpened;
+              lastRole = role;
+            },
+            requestTimeMax) {}
 
-  [[nodiscard]] std::string address() const { return server.access().address(); }
+  [[nodiscard]] std::string address(PageRole role = PageRole::customer) const {
+    return server.access().address(role);
+  }
   [[nodiscard]] std::string authority() const {
     const auto start = std::string("http://").size();
     return address().substr(start, address().find('/', start) - start);
@@ -25,9 +33,10 @@ class WebServerTest : public testing::Test {
         std::stoi(authority().substr(std::string("127.0.0.1:").size())));
   }
   // The path of the page with its token.
-  [[nodiscard]] std::string root() const {
-    return address().substr(address().find('/', std::string("http://").size()));
+  [[nodiscard]] std::string root(PageRole role = PageRole::customer) const {
+    return address(role).substr(address(role).find('/', std::string("http://").size()));
   }
+  [[nodiscard]] std::string supportersRoot() const { return root(PageRole::supporter); }
   [[nodiscard]] std::string request(const std::string& method, const std::string& path,
                                     const std::string& host, const std::string& more = "") const {
     return rawRequest(port(), method + " " + path + " HTTP/1.1\r\nHost: " + host + "\r\n" + more);
@@ -47,6 +56,7 @@ class WebServerTest : public testing::Test {
   }
 
   int pagesOpened = 0;
+  std::optional<PageRole> lastRole;
   WebServer server;
 };
 
@@ -55,18 +65,50 @@ TEST_F(WebServerTest, ServesThePageAndItsAssetsBehindTheToken) {
   EXPECT_EQ(statusOf(page), 200);
   EXPECT_NE(page.find("Content-Type: text/html; charset=utf-8"), std::string::npos);
   EXPECT_NE(page.find("<title>Quorvin Support</title>"), std::string::npos);
-  EXPECT_NE(get(root() + "main.js").find("Content-Type: text/javascript"), std::string::npos);
+  EXPECT_NE(get(root() + "customerpage.js").find("Content-Type: text/javascript"),
+            std::string::npos);
   EXPECT_NE(get(root() + "app.css").find("Content-Type: text/css"), std::string::npos);
   EXPECT_NE(get(root() + "icon.svg").find("Content-Type: image/svg+xml"), std::string::npos);
 }
 
+TEST_F(WebServerTest, ServesEachRoleItsOwnPageOnly) {
+  constexpr auto allow = "id=\"allow-button\"";
+  constexpr auto picture = "id=\"picture\"";
+  const auto customers = get(root());
+  EXPECT_NE(customers.find(allow), std::string::npos);
+  EXPECT_EQ(customers.find(picture), std::string::npos);
+  const auto supporters = get(supportersRoot());
+  EXPECT_EQ(statusOf(supporters), 200);
+  EXPECT_NE(supporters.find(picture), std::string::npos);
+  EXPECT_EQ(supporters.find(allow), std::string::npos);
+  EXPECT_EQ(statusOf(get(supportersRoot() + "app.css")), 200);
+  for (const auto& path : {root(), supportersRoot()}) {
+    EXPECT_EQ(statusOf(get(path + "index.html")), 404) << path;
+    EXPECT_EQ(statusOf(get(path + "supporter.html")), 404) << path;
+  }
+}
+
+TEST_F(WebServerTest, LeadsFromTheCustomersPageToTheSupportersAndNotBack) {
+  const auto answer = get(root() + "supporter");
+  EXPECT_EQ(statusOf(answer), 302);
+  EXPECT_NE(answer.find("Location: " + address(PageRole::supporter) + "\r\n"), std::string::npos);
+  EXPECT_EQ(statusOf(get(supportersRoot() + "supporter")), 404);
+  EXPECT_EQ(statusOf(get(supportersRoot() + "customer")), 404);
+  EXPECT_EQ(statusOf(request("GET", root() + "supporter", "example.com")), 403);
+  EXPECT_EQ(statusOf(request("POST", root() + "supporter", authority())), 405);
+  const auto token = root().substr(1, root().size() - 2);
+  for (const auto* name : {"", "supporterpage.js", "app.css", "nothing"}) {
+    EXPECT_EQ(get(supportersRoot() + name).find(token), std::string::npos) << name;
+  }
+}
+
 TEST_F(WebServerTest, KnowsOneWayOnlyToWriteEachPath) {
-  ASSERT_EQ(statusOf(get(root() + "main.js")), 200);
+  ASSERT_EQ(statusOf(get(root() + "customerpage.js")), 200);
   for (const auto& path :
-       {"/." + root(), "/x/.." + root(), "/" + root(), root() + ".", root() + "./main.js",
-        root() + "main.js/", root() + "main.js?", root() + "main.js#x", root() + "?x=1",
-        root() + "main%2Ejs", root() + "../" + root().substr(1), address(), address() + "main.js",
-        root() + "main.js HTTP/1.1"}) {
+       {"/." + root(), "/x/.." + root(), "/" + root(), root() + ".", root() + "./customerpage.js",
+        root() + "customerpage.js/", root() + "customerpage.js?", root() + "customerpage.js#x",
+        root() + "?x=1", root() + "customerpage%2Ejs", root() + "../" + root().substr(1), address(),
+        address() + "customerpage.js", root() + "customerpage.js HTTP/1.1"}) {
     const auto answer = get(path);
     EXPECT_EQ(statusOf(answer), 404) << path;
     EXPECT_EQ(answer.find("<html"), std::string::npos) << path;
@@ -117,14 +159,20 @@ TEST_F(WebServerTest, CanOnlyBeRead) {
 }
 
 TEST_F(WebServerTest, OpensWebSocketsForItsOwnPages) {
-  EXPECT_EQ(statusOf(handshake(root() + "ws", "Origin: http://" + authority() + "\r\n")), 101);
+  const auto own = "Origin: http://" + authority() + "\r\n";
+  EXPECT_EQ(statusOf(handshake(root() + "ws", own)), 101);
   EXPECT_EQ(pagesOpened, 1);
+  EXPECT_EQ(lastRole, PageRole::customer);
+  EXPECT_EQ(statusOf(handshake(supportersRoot() + "ws", own)), 101);
+  EXPECT_EQ(pagesOpened, 2);
+  EXPECT_EQ(lastRole, PageRole::supporter);
 }
 
 TEST_F(WebServerTest, RefusesWebSocketsOfOtherPages) {
   for (const auto* origin : {"", "Origin: null\r\n", "Origin: http://example.com\r\n",
                              "Origin: http://127.0.0.1\r\n", "Origin: http://localhost:8765\r\n"}) {
     EXPECT_EQ(statusOf(handshake(root() + "ws", origin)), 403) << origin;
+    EXPECT_EQ(statusOf(handshake(supportersRoot() + "ws", origin)), 403) << origin;
   }
   const auto own = "Origin: http://" + authority() + "\r\n";
   EXPECT_EQ(statusOf(handshake("/ws", own)), 404);
@@ -145,8 +193,8 @@ TEST_F(WebServerTest, PlainRequestForTheWebSocketIsRefused) {
 }
 
 TEST_F(WebServerTest, SecondServerTakesTheNextFreePort) {
-  const WebServer second([](SoupWebsocketConnection*) {});
-  EXPECT_NE(second.access().address().substr(0, 22), address().substr(0, 22));
+  const WebServer second([](SoupWebsocketConnection*, PageRole) {});
+  EXPECT_NE(second.access().address(PageRole::customer).substr(0, 22), address().substr(0, 22));
   EXPECT_EQ(statusOf(get(root())), 200);
 }
 
@@ -165,7 +213,8 @@ TEST_F(WebServerTest, ServesWhoeverKnowsTheTokenWhenStrangersTakeUpEveryPlace) {
 
 TEST_F(WebServerTest, ReadsARequestThatComesInPieces) {
   const auto socket = connectTo(port());
-  const auto request = "GET " + root() + "main.js HTTP/1.1\r\nHost: " + authority() + "\r\n\r\n";
+  const auto request =
+      "GET " + root() + "customerpage.js HTTP/1.1\r\nHost: " + authority() + "\r\n\r\n";
   for (const auto character : request) {
     sendAll(socket, std::string_view(&character, 1));
     while (g_main_context_iteration(nullptr, FALSE) != FALSE) {

@@ -74,8 +74,7 @@ for (const size of sizes) {
     try {
       await changer.setCursor(24, 0x804020, 5);
       await changer.desktop(seed);
-      await page.page.click('#allow-button');
-      await page.awaitState('live');
+      await page.allow();
       await page.page.evaluate(joinAsAnotherPage);
       const each = Math.ceil(steps / sizes.length / qualities.length);
       for (const quality of qualities) {

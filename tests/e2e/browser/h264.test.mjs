@@ -119,8 +119,7 @@ async function awaitScreen(colour) {
 }
 
 test('a session begins with JPEG, and the statistics say so', async () => {
-  await page.page.click('#allow-button');
-  await page.awaitState('live');
+  await page.allow();
   await page.page.click('#toggle-stats');
   await until('the format', async () => (await page.text('#stats-format')) === 'JPEG');
 });

@@ -23,7 +23,7 @@ const artifacts = fileURLToPath(new URL('../artifacts/', import.meta.url));
 
 // So small that the page shows each of its pixels larger than one of its own.
 const [width, height] = [640, 400];
-const tall = { width: 1280, height: 900 };
+const tall = { width: 1000, height: 900 };
 const flat = { width: 1280, height: 500 };
 
 let screen;
@@ -36,8 +36,7 @@ before(async () => {
   screen = await VirtualScreen.start(width, height);
   host = await Host.start(program, screen.environment);
   page = await HostPage.open(host.address);
-  await page.page.click('#allow-button');
-  await page.awaitState('live');
+  await page.allow();
   await until('the picture', async () => (await page.pictureSize())[0] === width);
   remote = await InputWindow.open(inputWindow, screen.environment, [0, 0, width, height]);
 });
@@ -94,9 +93,37 @@ async function letGo() {
   await keyboard().up('ShiftLeft');
 }
 
+// In the supporter's page: another one, that sends whatever it likes.
+async function joinAsHostilePage() {
+  const socket = new WebSocket(new URL('ws', location.href.replace(/^http/, 'ws')));
+  await new Promise((resolve) => {
+    socket.onopen = resolve;
+  });
+  // Resolves with the code of the error, if it is one.
+  const answerTo = (message) =>
+    new Promise((resolve) => {
+      socket.onmessage = ({ data }) => {
+        const { id, error } = JSON.parse(data);
+        if (id !== undefined) resolve(error?.code);
+      };
+      socket.send(JSON.stringify(message));
+    });
+  const press = (keyCode) =>
+    answerTo({ id: 1, method: 'injectInput', arguments: { action: 'keyDown', keyCode } });
+  const consent = { locallyAuthorized: true, unattended: true };
+  window.hostile = {
+    press,
+    start: () => answerTo({ id: 2, method: 'startCapture', arguments: consent }),
+    stop: () => answerTo({ id: 3, method: 'stopCapture' }),
+    giveControl: () => answerTo({ control: true }),
+    leave: () => socket.close(),
+  };
+  socket.send(JSON.stringify({ show: { customer: true, picture: false, input: true } }));
+}
+
 test('a supporter only watches at first', async () => {
   assert.equal(await viewOnly(), 'true');
-  assert.match(await page.text('#session-advice'), /only watches/);
+  assert.match(await page.customerText('#session-advice'), /only watches/);
   await clickAt(10, 10);
   await mouse().wheel(0, 500);
   await keyboard().press('KeyX');
@@ -112,9 +139,9 @@ test('a supporter only watches at first', async () => {
 
 test('the customer is told that mouse and keyboard are shared', async () => {
   await until('the headline', async () =>
-    /mouse and keyboard/.test(await page.text('#session-state')),
+    /mouse and keyboard/.test(await page.customerText('#session-state')),
   );
-  assert.match(await page.text('#session-advice'), /can use your mouse and keyboard/);
+  assert.match(await page.customerText('#session-advice'), /can use your mouse and keyboard/);
 });
 
 test('a click arrives at exactly the pixel that was clicked', async () => {
@@ -342,7 +369,7 @@ test('nothing stays down when the page is loaded anew, which then only watches',
   await letGo();
   await page.awaitState('live');
   assert.equal(await viewOnly(), 'true');
-  assert.match(await page.text('#session-advice'), /only watches/);
+  assert.match(await page.customerText('#session-advice'), /only watches/);
 });
 
 test('nothing stays down when another supporter’s browser goes away', async () => {
@@ -351,13 +378,13 @@ test('nothing stays down when another supporter’s browser goes away', async ()
   await until('the picture', async () => (await other.pictureSize())[0] === width);
   await takeControl(other);
   await until('the customer to be told', async () =>
-    /can use your mouse/.test(await page.text('#session-advice')),
+    /can use your mouse/.test(await page.customerText('#session-advice')),
   );
   await holdShiftAndButton(other);
   await other.close();
   await remote.awaitNothingHeld();
   await until('the customer to be told', async () =>
-    /only watches/.test(await page.text('#session-advice')),
+    /only watches/.test(await page.customerText('#session-advice')),
   );
 });
 
@@ -380,18 +407,63 @@ test('nothing stays down and nothing is sent once View only is on', async () => 
   ]);
 });
 
+const whenControlIs = (text) => `#control-button:text-is("${text}")`;
+
+test('control that is taken back lifts what is held, and no page gets round that', async () => {
+  await page.page.click('#view-only');
+  await page.page.evaluate(joinAsHostilePage);
+  const hostile = (what, ...args) =>
+    page.page.evaluate(([what, args]) => window.hostile[what](...args), [what, args]);
+  assert.equal(await hostile('press', 7), undefined);
+  await until('the key to be held', async () => (await remote.held()).keys.length === 1);
+  await page.customer.click(whenControlIs('Take back control'));
+  await remote.awaitNothingHeld();
+  remote.forget();
+  assert.equal(await hostile('press', 7), 'input_not_authorized');
+  assert.equal(await hostile('giveControl'), 'not_allowed');
+  assert.equal(await hostile('press', 7), 'input_not_authorized');
+  assert.equal(await hostile('stop'), 'not_allowed');
+  assert.equal(await hostile('start'), 'not_allowed');
+  await hostile('leave');
+  assert.equal(await page.sessionState(), 'live');
+  assert.deepEqual(remote.ofType('keyDown'), []);
+  await page.customer.click(whenControlIs('Allow control again'));
+  await takeControl();
+});
+
+test('the page of a supporter who may only watch says so', async () => {
+  await holdShiftAndButton();
+  await page.customer.click(whenControlIs('Take back control'));
+  await remote.awaitNothingHeld();
+  await letGo();
+  await until('View only to be on', async () => (await viewOnly()) === 'true');
+  assert.equal(await page.page.isDisabled('#view-only'), true);
+  assert.match(await page.text('#control-hint'), /control was taken back/);
+  await until('the customer to be told', async () =>
+    /only watches/.test(await page.customerText('#session-advice')),
+  );
+  await page.customer.click(whenControlIs('Allow control again'));
+  await takeControl();
+  remote.forget();
+  await keyboard().press('KeyC');
+  await remote.take(1, 'keyUp');
+  assert.deepEqual(
+    remote.ofType('keyDown').map(({ symbol }) => symbol),
+    ['c'],
+  );
+});
+
 test('input ends with the session and the next one begins without it', async () => {
   await holdShiftAndButton();
-  await page.page.evaluate(() => document.getElementById('stop-button').click());
+  await page.customer.evaluate(() => document.getElementById('stop-button').click());
   await page.awaitState('ended');
   await remote.awaitNothingHeld();
   await letGo();
   assert.equal(await viewOnly(), 'true');
   assert.equal(await page.page.isDisabled('#view-only'), true);
-  await page.page.click('#allow-button');
-  await page.awaitState('live');
+  await page.allow();
   assert.equal(await viewOnly(), 'true');
-  assert.match(await page.text('#session-advice'), /only watches/);
+  assert.match(await page.customerText('#session-advice'), /only watches/);
 });
 
 test('the page had nothing to complain about', () => {

@@ -38,8 +38,7 @@ before(async () => {
   await changer.movePointer(700, 550);
   await changer.desktop(1);
   page = await HostPage.open(host.address);
-  await page.page.click('#allow-button');
-  await page.awaitState('live');
+  await page.allow();
 });
 
 after(async () => {

@@ -26,8 +26,7 @@ before(async () => {
   screen = await VirtualScreen.start(1280, 900);
   host = await Host.start(program, screen.environment);
   page = await HostPage.open(host.address, { onScreen: screen.environment });
-  await page.page.click('#allow-button');
-  await page.awaitState('live');
+  await page.allow();
   await until('the picture', async () => (await page.pictureSize())[0] === 1280);
 });
 

@@ -64,10 +64,10 @@ test('an address without the right token is refused', async () => {
 test('the file that a browser is handed leads to the page', async () => {
   const { port } = new URL(host.address);
   const file = join(host.home, 'com.quorvin.support', `page-${port}.html`);
-  const visitor = await HostPage.open(pathToFileURL(file).href);
+  const visitor = await HostPage.openCustomer(pathToFileURL(file).href);
   try {
-    await visitor.page.waitForURL(host.address);
-    await visitor.page.waitForSelector('#permission-screen[data-granted=true]');
+    await visitor.customer.waitForURL(host.address);
+    await visitor.customer.waitForSelector('#permission-screen[data-granted=true]');
     assert.deepEqual(visitor.complaints, []);
   } finally {
     await visitor.close();
@@ -75,17 +75,33 @@ test('the file that a browser is handed leads to the page', async () => {
 });
 
 test('the page shows the device, its permissions and that nothing is shared', async () => {
-  await until('the device name', async () => (await page.text('#device-name')) === computerName());
-  await page.page.waitForSelector('#permission-screen[data-granted=true]');
-  await page.page.waitForSelector('#permission-input[data-granted=true]');
+  await until(
+    'the device name',
+    async () => (await page.customerText('#device-name')) === computerName(),
+  );
+  await page.customer.waitForSelector('#permission-screen[data-granted=true]');
+  await page.customer.waitForSelector('#permission-input[data-granted=true]');
   await page.awaitState('idle');
-  assert.equal(await page.page.isVisible('#stop-button'), false);
-  await page.screenshot(`${artifacts}idle.png`);
+  assert.equal(await page.customer.isVisible('#stop-button'), false);
+  await page.screenshot(`${artifacts}idle.png`, page.customer);
+});
+
+test('the customer’s page leads to the supporter’s, which does not lead back', async () => {
+  const [opened] = await Promise.all([
+    page.customer.context().waitForEvent('page'),
+    page.customer.click('#show-supporter'),
+  ]);
+  await opened.waitForSelector('#picture-badge');
+  assert.equal(opened.url(), page.page.url());
+  assert.notEqual(opened.url(), host.address);
+  assert.equal(await opened.evaluate(() => window.opener), null);
+  const [, token] = new URL(host.address).pathname.split('/');
+  assert.equal((await opened.content()).includes(token), false);
+  await opened.close();
 });
 
 test('Allow makes the session live and shows the screen', async () => {
-  await page.page.click('#allow-button');
-  await page.awaitState('live');
+  await page.allow();
   await until('the picture', async () => (await page.pictureSize())[0] === screenSize[0]);
   assert.deepEqual(await page.pictureSize(), screenSize);
   await page.awaitColour(0.2, 0.8, navy);
@@ -128,32 +144,32 @@ test('a screen that stays the same is said to', async () => {
 });
 
 test('Stop ends the session and takes the picture away', async () => {
-  await page.page.click('#stop-button');
+  await page.customer.click('#stop-button');
   await page.awaitState('ended');
   await page.page.waitForSelector('#picture-badge[data-state=off]');
   await page.awaitColour(0.2, 0.8, black);
-  assert.equal(await page.page.isVisible('#stop-button'), false);
-  await page.screenshot(`${artifacts}ended.png`);
+  assert.equal(await page.customer.isVisible('#stop-button'), false);
+  await page.screenshot(`${artifacts}ended.png`, page.customer);
 });
 
 test('a new session starts with settings of its own', async () => {
   screen.paint('steelblue');
   screen.open('xclock', '-update', '1', '-geometry', '340x340+90+90');
   screen.open('xeyes', '-geometry', '360x220+80+620');
-  await page.page.click('#allow-button');
-  await page.awaitState('live');
+  await page.allow();
   await page.awaitColour(0.02, 0.98, [70, 130, 180]);
   assert.deepEqual(await page.pictureSize(), screenSize);
   await page.page.waitForSelector('#picture-badge[data-state=live]');
   await page.page.evaluate(() => window.scrollTo(0, 0));
   await page.screenshot(`${artifacts}page.png`);
+  await page.screenshot(`${artifacts}customer.png`, page.customer);
 });
 
 test('a copy that is not installed makes no link on the Desktop', async () => {
-  await page.page.click('#desktop-link');
+  await page.customer.click('#desktop-link');
   await until('the refusal', async () =>
     /not installed.*Move Quorvin Support to Applications/.test(
-      await page.text('#desktop-link-result'),
+      await page.customerText('#desktop-link-result'),
     ),
   );
 });
@@ -166,7 +182,9 @@ test('an interrupt ends everything and leaves nothing behind', async () => {
   assert.equal(await host.interrupt(), 0, host.output);
   await until('the last process to end', () => !host.leftProcesses());
   await assert.rejects(fetch(host.address));
-  await until('the page to notice', async () =>
-    /closed|lost|ended|disconnected|gone/i.test(await page.text('#connection-state')),
-  );
+  for (const noticing of [page.page, page.customer]) {
+    await until('the page to notice', async () =>
+      /closed|lost|ended|disconnected|gone/i.test(await page.text('#connection-state', noticing)),
+    );
+  }
 });

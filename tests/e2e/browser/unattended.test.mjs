@@ -1,5 +1,5 @@
 // An unattended run of an installed copy: nobody allows anything, the session starts by itself when
-// a supporter's page connects, and both sides are told so.
+// the page is opened, and both sides are told so.
 
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
@@ -85,36 +85,36 @@ test('installing has written the login agent and registered it', () => {
   });
 });
 
-test('the session starts by itself when a supporter connects', async () => {
+test('the session starts by itself when the page is opened', async () => {
   await page.awaitState('live');
   await page.awaitColour(0.2, 0.8, [0, 0, 128]);
 });
 
 test('both sides are told that nobody is there', async () => {
-  assert.match(await page.text('#session-state'), /unattended/i);
-  assert.equal(await page.text('#device-name'), 'Front desk');
+  assert.match(await page.customerText('#session-state'), /unattended/i);
+  assert.equal(await page.customerText('#device-name'), 'Front desk');
   screen.paint('orange');
   await until('the badge', async () => /· unattended$/.test(await page.text('#picture-badge')));
-  await page.screenshot(`${artifacts}unattended.png`);
+  await page.screenshot(`${artifacts}unattended.png`, page.customer);
 });
 
 test('a session that was stopped stays stopped', async () => {
-  await page.page.click('#stop-button');
+  await page.customer.click('#stop-button');
   await page.awaitState('ended');
-  assert.match(await page.text('#session-state'), /unattended/i);
+  assert.match(await page.customerText('#session-state'), /unattended/i);
 });
 
-test('it starts again when the supporter connects again', async () => {
-  await page.page.reload();
+test('it starts again when the page is opened again', async () => {
+  await page.customer.reload();
   await page.awaitState('live');
 });
 
 test('an installed copy puts a link to itself on the Desktop, once', async () => {
   const link = join(host.home, 'Desktop', 'Quorvin Support.app');
   for (const time of ['made', 'found']) {
-    await page.page.click('#desktop-link');
+    await page.customer.click('#desktop-link');
     await until(`the link to be ${time}`, async () =>
-      /is on your Desktop/.test(await page.text('#desktop-link-result')),
+      /is on your Desktop/.test(await page.customerText('#desktop-link-result')),
     );
     assert.equal(readlinkSync(link), join(host.home, installed));
     assert.ok(existsSync(join(link, 'Contents')));

@@ -36,8 +36,7 @@ before(async () => {
   page = await HostPage.open(host.address, {
     prepare: (opened) => opened.addInitScript(takeHoldOfFrames),
   });
-  await page.page.click('#allow-button');
-  await page.awaitState('live');
+  await page.allow();
   await page.page.evaluate(() => (window.hold.isOther = true));
   await page.page.evaluate(joinAsAnotherPage);
   await page.page.evaluate(() => (window.hold.isOther = false));
@@ -116,7 +115,7 @@ test('a page that has lost its connection shows what has changed when it is back
   await evaluate(() => window.hold.socket.close());
   await change(5);
   await page.page.waitForSelector('#connection-state[data-state=connected]');
-  await page.awaitState('live');
+  await page.page.waitForSelector('#stage[data-picture=shown]');
   await expectExact();
   await expectDeltasAgain();
 });

@@ -27,33 +27,54 @@ function launch(onScreen) {
   });
 }
 
-// The page of the program under test, in a real browser.
+// The pages of the program under test, in a real browser: `customer` and `page`, the supporter's.
 export class HostPage {
   // With the environment of a screen the browser shows itself there, in a window that fills it.
-  // `prepare` gets the browser's page before it loads anything.
+  // `prepare` gets the supporter's page before it loads anything.
   static async open(address, { onScreen = null, prepare = async () => {} } = {}) {
-    const browser = await launch(onScreen);
-    const viewport = onScreen === null ? { width: 1280, height: 900 } : null;
-    const context = await browser.newContext({ viewport });
-    const page = await context.newPage();
-    const hostPage = new HostPage(browser, page);
-    await prepare(page);
-    await page.goto(address);
+    const hostPage = await HostPage.openCustomer(address, { onScreen });
+    await hostPage.openSupporter(prepare);
     return hostPage;
   }
 
-  constructor(browser, page) {
+  // Without a supporter's page.
+  static async openCustomer(address, { onScreen = null } = {}) {
+    const browser = await launch(onScreen);
+    const viewport = onScreen === null ? { width: 1280, height: 900 } : null;
+    const context = await browser.newContext({ viewport });
+    const hostPage = new HostPage(browser, await context.newPage());
+    await hostPage.customer.goto(address);
+    return hostPage;
+  }
+
+  constructor(browser, customer) {
     this.browser = browser;
-    this.page = page;
+    this.customer = customer;
     this.complaints = [];
+    this.#listenTo(customer);
+  }
+
+  #listenTo(page) {
     page.on('pageerror', (error) => this.complaints.push(String(error)));
     page.on('console', (message) => {
       if (message.type() === 'error') this.complaints.push(message.text());
     });
   }
 
+  async openSupporter(prepare = async () => {}) {
+    this.page = await this.customer.context().newPage();
+    this.#listenTo(this.page);
+    await prepare(this.page);
+    await this.page.goto(await this.customer.$eval('#show-supporter', ({ href }) => href));
+  }
+
+  async allow() {
+    await this.customer.click('#allow-button');
+    await this.awaitState('live');
+  }
+
   sessionState() {
-    return this.page.getAttribute('#session-state', 'data-state');
+    return this.customer.getAttribute('#session-state', 'data-state');
   }
 
   awaitState(wanted) {
@@ -99,12 +120,16 @@ export class HostPage {
     );
   }
 
-  text(selector) {
-    return this.page.$eval(selector, (element) => element.textContent.trim());
+  text(selector, on = this.page) {
+    return on.$eval(selector, (element) => element.textContent.trim());
   }
 
-  async screenshot(path) {
-    if (!isFirefox) await this.page.screenshot({ path }); // there a style is added, which the page forbids
+  customerText(selector) {
+    return this.text(selector, this.customer);
+  }
+
+  async screenshot(path, of = this.page) {
+    if (!isFirefox) await of.screenshot({ path }); // there a style is added, which the page forbids
   }
 
   close() {
