@@ -2,7 +2,6 @@
 // the whole file of the newest frame, pixel for pixel, as another page gets it from the same host.
 
 import assert from 'node:assert/strict';
-import { fileURLToPath } from 'node:url';
 import { test } from 'node:test';
 
 import { Host } from './support/Host.mjs';
@@ -10,15 +9,8 @@ import { HostPage } from './support/HostPage.mjs';
 import { Random } from './support/Random.mjs';
 import { ScreenChanger } from './support/ScreenChanger.mjs';
 import { VirtualScreen } from './support/VirtualScreen.mjs';
+import { program, screenChanger } from './support/built.mjs';
 import { compareWithWhole, joinAsAnotherPage } from './support/wholeFrame.mjs';
-
-const release = new URL('../../../build/release/', import.meta.url);
-const program =
-  process.env.QUORVIN_HOST ??
-  fileURLToPath(new URL('Quorvin Support.app/Contents/Linux/quorvin-support', release));
-const screenChanger =
-  process.env.QUORVIN_SCREEN_CHANGER ??
-  fileURLToPath(new URL('tests/e2e/browser/screen_changer', release));
 
 const steps = Number(process.env.QUORVIN_DELTA_STEPS ?? 225);
 const seed = Number(process.env.QUORVIN_SEED ?? 1);

@@ -3,24 +3,14 @@
 
 import assert from 'node:assert/strict';
 import { mkdirSync } from 'node:fs';
-import { fileURLToPath } from 'node:url';
 import { after, before, test } from 'node:test';
 
 import { Host } from './support/Host.mjs';
 import { HostPage } from './support/HostPage.mjs';
 import { Payloads, decodeWithFfmpeg } from './support/Payloads.mjs';
 import { VirtualScreen } from './support/VirtualScreen.mjs';
+import { artifacts, program } from './support/built.mjs';
 import { until } from './support/until.mjs';
-
-const program =
-  process.env.QUORVIN_HOST ??
-  fileURLToPath(
-    new URL(
-      '../../../build/release/Quorvin Support.app/Contents/Linux/quorvin-support',
-      import.meta.url,
-    ),
-  );
-const artifacts = fileURLToPath(new URL('../artifacts/', import.meta.url));
 
 const screenSize = [1001, 751]; // which no encoder takes as it is
 const places = [

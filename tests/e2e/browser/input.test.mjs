@@ -3,23 +3,14 @@
 
 import assert from 'node:assert/strict';
 import { mkdirSync } from 'node:fs';
-import { fileURLToPath } from 'node:url';
 import { after, before, beforeEach, test } from 'node:test';
 
 import { Host } from './support/Host.mjs';
 import { HostPage } from './support/HostPage.mjs';
 import { InputWindow } from './support/InputWindow.mjs';
 import { VirtualScreen } from './support/VirtualScreen.mjs';
+import { artifacts, inputWindow, program } from './support/built.mjs';
 import { until } from './support/until.mjs';
-
-const release = new URL('../../../build/release/', import.meta.url);
-const program =
-  process.env.QUORVIN_HOST ??
-  fileURLToPath(new URL('Quorvin Support.app/Contents/Linux/quorvin-support', release));
-const inputWindow =
-  process.env.QUORVIN_INPUT_WINDOW ??
-  fileURLToPath(new URL('tests/e2e/browser/input_window', release));
-const artifacts = fileURLToPath(new URL('../artifacts/', import.meta.url));
 
 // So small that the page shows each of its pixels larger than one of its own.
 const [width, height] = [640, 400];

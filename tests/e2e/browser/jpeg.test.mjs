@@ -3,7 +3,6 @@
 // tests build on one another.
 
 import assert from 'node:assert/strict';
-import { fileURLToPath } from 'node:url';
 import { after, before, test } from 'node:test';
 
 import { Host } from './support/Host.mjs';
@@ -11,15 +10,8 @@ import { HostPage } from './support/HostPage.mjs';
 import { ScreenChanger } from './support/ScreenChanger.mjs';
 import { ScreenPicture, blocksOf, largestDifference } from './support/ScreenPicture.mjs';
 import { VirtualScreen } from './support/VirtualScreen.mjs';
+import { program, screenChanger } from './support/built.mjs';
 import { until } from './support/until.mjs';
-
-const release = new URL('../../../build/release/', import.meta.url);
-const program =
-  process.env.QUORVIN_HOST ??
-  fileURLToPath(new URL('Quorvin Support.app/Contents/Linux/quorvin-support', release));
-const screenChanger =
-  process.env.QUORVIN_SCREEN_CHANGER ??
-  fileURLToPath(new URL('tests/e2e/browser/screen_changer', release));
 
 const [width, height] = [803, 605]; // the last block of each row and column is no whole one
 const paper = 0xfcfcfa;

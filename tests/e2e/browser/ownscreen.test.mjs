@@ -1,22 +1,13 @@
 // A page that is open on the very screen that it controls, so that what it sends comes back to it.
 
 import assert from 'node:assert/strict';
-import { fileURLToPath } from 'node:url';
 import { after, before, test } from 'node:test';
 
 import { Host } from './support/Host.mjs';
 import { HostPage } from './support/HostPage.mjs';
 import { VirtualScreen } from './support/VirtualScreen.mjs';
+import { program } from './support/built.mjs';
 import { until } from './support/until.mjs';
-
-const program =
-  process.env.QUORVIN_HOST ??
-  fileURLToPath(
-    new URL(
-      '../../../build/release/Quorvin Support.app/Contents/Linux/quorvin-support',
-      import.meta.url,
-    ),
-  );
 
 let screen;
 let host;

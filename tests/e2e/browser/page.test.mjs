@@ -5,23 +5,14 @@ import assert from 'node:assert/strict';
 import { existsSync, mkdirSync, readFileSync } from 'node:fs';
 import { hostname } from 'node:os';
 import { join } from 'node:path';
-import { fileURLToPath, pathToFileURL } from 'node:url';
+import { pathToFileURL } from 'node:url';
 import { after, before, test } from 'node:test';
 
 import { Host } from './support/Host.mjs';
 import { HostPage } from './support/HostPage.mjs';
 import { VirtualScreen } from './support/VirtualScreen.mjs';
+import { artifacts, program } from './support/built.mjs';
 import { until } from './support/until.mjs';
-
-const program =
-  process.env.QUORVIN_HOST ??
-  fileURLToPath(
-    new URL(
-      '../../../build/release/Quorvin Support.app/Contents/Linux/quorvin-support',
-      import.meta.url,
-    ),
-  );
-const artifacts = fileURLToPath(new URL('../artifacts/', import.meta.url));
 
 const screenSize = [1600, 1000];
 const black = [0, 0, 0];

@@ -5,24 +5,15 @@ import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
 import { cpSync, existsSync, mkdirSync, readFileSync, readlinkSync, writeFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
-import { fileURLToPath } from 'node:url';
 import { after, before, test } from 'node:test';
 
 import { Host } from './support/Host.mjs';
 import { HostPage } from './support/HostPage.mjs';
 import { VirtualScreen } from './support/VirtualScreen.mjs';
+import { artifacts, program as builtProgram } from './support/built.mjs';
 import { until } from './support/until.mjs';
 
-const builtProgram =
-  process.env.QUORVIN_HOST ??
-  fileURLToPath(
-    new URL(
-      '../../../build/release/Quorvin Support.app/Contents/Linux/quorvin-support',
-      import.meta.url,
-    ),
-  );
 const builtBundle = dirname(dirname(dirname(builtProgram)));
-const artifacts = fileURLToPath(new URL('../artifacts/', import.meta.url));
 const installed = 'Applications/Quorvin Support.app';
 const program = `${installed}/Contents/Linux/quorvin-support`;
 

@@ -1,7 +1,6 @@
 // Whatever comes in between, a page at rest shows the whole file of the newest frame, pixel for pixel.
 
 import assert from 'node:assert/strict';
-import { fileURLToPath } from 'node:url';
 import { after, before, test } from 'node:test';
 
 import { Host } from './support/Host.mjs';
@@ -9,16 +8,9 @@ import { HostPage } from './support/HostPage.mjs';
 import { Random } from './support/Random.mjs';
 import { ScreenChanger } from './support/ScreenChanger.mjs';
 import { VirtualScreen } from './support/VirtualScreen.mjs';
+import { program, screenChanger } from './support/built.mjs';
 import { until } from './support/until.mjs';
 import { compareWithWhole, joinAsAnotherPage } from './support/wholeFrame.mjs';
-
-const release = new URL('../../../build/release/', import.meta.url);
-const program =
-  process.env.QUORVIN_HOST ??
-  fileURLToPath(new URL('Quorvin Support.app/Contents/Linux/quorvin-support', release));
-const screenChanger =
-  process.env.QUORVIN_SCREEN_CHANGER ??
-  fileURLToPath(new URL('tests/e2e/browser/screen_changer', release));
 
 const [width, height] = [1003, 611];
 const random = new Random(Number(process.env.QUORVIN_SEED ?? 1));
