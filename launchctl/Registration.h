@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "launchctl/AgentFile.h"
-#include "launchctl/ManagedFile.h"
+#include "launchctl/LoginFiles.h"
 #include "launchctl/UserManager.h"
 #include "platform/unix/FileDescriptor.h"
 

@@ -10,7 +10,7 @@
 #include "launchctl/AgentFile.h"
 #include "launchctl/CommandLine.h"
 #include "launchctl/LaunchctlError.h"
-#include "launchctl/ManagedFile.h"
+#include "launchctl/LoginFiles.h"
 #include "launchctl/Registration.h"
 #include "platform/unix/GlibPtr.h"
 #include "platform/unix/ProgramStart.h"

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "launchctl/AgentFile.h"
 #include "launchctl/LaunchctlError.h"
-#include "launchctl/PropertyList.h"
 
 using namespace quorvin::launchctl;  // NOLINT: a program of one file
 
