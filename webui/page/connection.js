@@ -67,8 +67,9 @@ export class Connection extends EventTarget {
     this.#send({whole: true});
   }
 
+  // What is sent while the socket closes goes nowhere, and a browser complains of it.
   #send(message) {
-    this.#socket?.send(JSON.stringify(message));
+    if (this.#socket?.readyState === WebSocket.OPEN) this.#socket.send(JSON.stringify(message));
   }
 
   #opened(socket) {

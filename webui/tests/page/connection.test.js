@@ -6,7 +6,9 @@ import {test} from 'node:test';
 import {Connection} from '../../page/connection.js';
 
 class RecordingSocket {
+  static OPEN = 1;
   static last = null;
+  readyState = RecordingSocket.OPEN;
   sent = [];
 
   constructor(address) {
@@ -18,6 +20,19 @@ class RecordingSocket {
     this.sent.push(JSON.parse(text));
   }
 }
+
+test('nothing is sent while the connection closes', () => {
+  globalThis.location = {href: 'http://127.0.0.1:8765/0123/'};
+  globalThis.WebSocket = RecordingSocket;
+  const connection = new Connection();
+  connection.open();
+  const socket = RecordingSocket.last;
+  socket.onopen();
+  connection.acknowledgePicture();
+  socket.readyState = 2;
+  connection.acknowledgePicture();
+  assert.deepEqual(socket.sent, [{ack: 1}]);
+});
 
 test('an announced age is that of the next picture and of no other', () => {
   globalThis.location = {href: 'http://127.0.0.1:8765/0123/'};
