@@ -216,9 +216,9 @@ TEST_F(WebUiAttackOnTheDoor, NothingIsServedButTheOneAddress) {
   std::vector<std::string> requests;
   for (const auto& target :
        {std::string("/"), std::string("*"), std::string("//"), "/" + webUi.token, "/." + root,
-        "/x/.." + root, "/%2e" + root, root + "customerpage.js/", root + "./", root + "?",
-        root + "#", root + "..%2f", "http://" + webUi.authority() + root,
-        "http://" + webUi.authority(), root + std::string(2000, 'x'), "\\" + webUi.token + "\\",
+        "/x/.." + root, "/%2e" + root, root + "customer.js/", root + "./", root + "?", root + "#",
+        root + "..%2f", "http://" + webUi.authority() + root, "http://" + webUi.authority(),
+        root + std::string(2000, 'x'), "\\" + webUi.token + "\\",
         "/" + std::string(32, '0') + "/"}) {
     requests.push_back(webUi.request(target));
   }
@@ -265,7 +265,7 @@ TEST_F(WebUiAttackOnTheDoor, PagesOfOthersGetNoWebSocket) {
 
 TEST_F(WebUiAttackOnTheDoor, OneConnectionServesOneRequest) {
   const auto answer =
-      webUi.answer(webUi.request(webUi.root() + "customerpage.js") + webUi.request(webUi.root()) +
+      webUi.answer(webUi.request(webUi.root() + "customer.js") + webUi.request(webUi.root()) +
                    webUi.handshake("http://" + webUi.authority()));
   EXPECT_EQ(answer.find("<title>"), std::string::npos);
   EXPECT_EQ(answer.find(" 101 "), std::string::npos);

@@ -1,6 +1,7 @@
-// The customer's side: who can see the screen, the permissions, and the buttons that allow and
+// The customer's page: who can see the screen, the permissions, and the buttons that allow and
 // stop a session, or keep mouse and keyboard from the supporter.
 
+import {Connection, showConnection} from './connection.js';
 import {explain, sentence} from './texts.js';
 
 const permissionsPollMs = 4000;
@@ -60,7 +61,7 @@ const controlTexts = {
 
 const byId = (id) => document.getElementById(id);
 
-export class CustomerSide {
+class CustomerSide {
   #connection;
   #unattended = false;
   #state = null; // as the server told it last
@@ -223,3 +224,15 @@ function showPermission(id, granted) {
   const text = granted ? 'Granted' : 'Not granted';
   if (verdict.textContent !== text) verdict.textContent = text;
 }
+
+const connection = new Connection();
+const customer = new CustomerSide(connection);
+
+showConnection(connection, document.getElementById('connection-state'));
+connection.addEventListener('open', () => customer.connected());
+connection.addEventListener('closed', () => customer.disconnected());
+connection.addEventListener('state', ({detail}) => customer.showSession(detail));
+
+// A page in the background can be brought back to press Stop.
+connection.show({customer: true, picture: false, input: false});
+connection.open();

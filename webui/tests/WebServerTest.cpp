@@ -65,8 +65,7 @@ TEST_F(WebServerTest, ServesThePageAndItsAssetsBehindTheToken) {
   EXPECT_EQ(statusOf(page), 200);
   EXPECT_NE(page.find("Content-Type: text/html; charset=utf-8"), std::string::npos);
   EXPECT_NE(page.find("<title>Quorvin Support</title>"), std::string::npos);
-  EXPECT_NE(get(root() + "customerpage.js").find("Content-Type: text/javascript"),
-            std::string::npos);
+  EXPECT_NE(get(root() + "customer.js").find("Content-Type: text/javascript"), std::string::npos);
   EXPECT_NE(get(root() + "app.css").find("Content-Type: text/css"), std::string::npos);
   EXPECT_NE(get(root() + "icon.svg").find("Content-Type: image/svg+xml"), std::string::npos);
 }
@@ -103,12 +102,12 @@ TEST_F(WebServerTest, LeadsFromTheCustomersPageToTheSupportersAndNotBack) {
 }
 
 TEST_F(WebServerTest, KnowsOneWayOnlyToWriteEachPath) {
-  ASSERT_EQ(statusOf(get(root() + "customerpage.js")), 200);
+  ASSERT_EQ(statusOf(get(root() + "customer.js")), 200);
   for (const auto& path :
-       {"/." + root(), "/x/.." + root(), "/" + root(), root() + ".", root() + "./customerpage.js",
-        root() + "customerpage.js/", root() + "customerpage.js?", root() + "customerpage.js#x",
-        root() + "?x=1", root() + "customerpage%2Ejs", root() + "../" + root().substr(1), address(),
-        address() + "customerpage.js", root() + "customerpage.js HTTP/1.1"}) {
+       {"/." + root(), "/x/.." + root(), "/" + root(), root() + ".", root() + "./customer.js",
+        root() + "customer.js/", root() + "customer.js?", root() + "customer.js#x", root() + "?x=1",
+        root() + "customerpage%2Ejs", root() + "../" + root().substr(1), address(),
+        address() + "customer.js", root() + "customer.js HTTP/1.1"}) {
     const auto answer = get(path);
     EXPECT_EQ(statusOf(answer), 404) << path;
     EXPECT_EQ(answer.find("<html"), std::string::npos) << path;
@@ -214,7 +213,7 @@ TEST_F(WebServerTest, ServesWhoeverKnowsTheTokenWhenStrangersTakeUpEveryPlace) {
 TEST_F(WebServerTest, ReadsARequestThatComesInPieces) {
   const auto socket = connectTo(port());
   const auto request =
-      "GET " + root() + "customerpage.js HTTP/1.1\r\nHost: " + authority() + "\r\n\r\n";
+      "GET " + root() + "customer.js HTTP/1.1\r\nHost: " + authority() + "\r\n\r\n";
   for (const auto character : request) {
     sendAll(socket, std::string_view(&character, 1));
     while (g_main_context_iteration(nullptr, FALSE) != FALSE) {

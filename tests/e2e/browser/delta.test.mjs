@@ -10,7 +10,7 @@ import { Random } from './support/Random.mjs';
 import { ScreenChanger } from './support/ScreenChanger.mjs';
 import { VirtualScreen } from './support/VirtualScreen.mjs';
 import { program, screenChanger } from './support/built.mjs';
-import { compareWithWhole, joinAsAnotherPage } from './support/wholeFrame.mjs';
+import { compareWithWhole, joinAsAnotherPage, takeHoldOfFrames } from './support/wholeFrame.mjs';
 
 const steps = Number(process.env.QUORVIN_DELTA_STEPS ?? 225);
 const seed = Number(process.env.QUORVIN_SEED ?? 1);
@@ -22,21 +22,6 @@ const sizes = [
   [250, 131],
 ];
 const qualities = [40, 72, 95];
-
-// In the page, before its own scripts.
-function countDeltas() {
-  window.deltas = 0;
-  const {set} = Object.getOwnPropertyDescriptor(WebSocket.prototype, 'onmessage');
-  Object.defineProperty(WebSocket.prototype, 'onmessage', {
-    set(handle) {
-      set.call(this, (event) => {
-        const isFrame = event.data instanceof ArrayBuffer && event.data.byteLength > 4;
-        if (isFrame && new DataView(event.data).getUint32(0) === 0x514e444a) ++window.deltas;
-        handle(event);
-      });
-    },
-  });
-}
 
 // From a caret to a part of the screen, anywhere, also where it ends.
 async function change(changer, random, [width, height]) {
@@ -61,7 +46,7 @@ for (const size of sizes) {
     const host = await Host.start(program, screen.environment);
     const changer = new ScreenChanger(screenChanger, screen.environment);
     const page = await HostPage.open(host.address, {
-      prepare: (opened) => opened.addInitScript(countDeltas),
+      prepare: (opened) => opened.addInitScript(takeHoldOfFrames),
     });
     try {
       await changer.setCursor(24, 0x804020, 5);
@@ -77,7 +62,7 @@ for (const size of sizes) {
           assert.equal(wrong, null, `quality ${quality}, step ${step}, seed ${seed}`);
         }
       }
-      const deltas = await page.page.evaluate(() => window.deltas);
+      const deltas = await page.page.evaluate(() => window.hold.deltas);
       assert.ok(deltas > (each * qualities.length) / 2, `only ${deltas} deltas came`);
       assert.deepEqual(page.complaints, []);
     } finally {

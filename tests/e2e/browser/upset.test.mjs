@@ -10,7 +10,7 @@ import { ScreenChanger } from './support/ScreenChanger.mjs';
 import { VirtualScreen } from './support/VirtualScreen.mjs';
 import { program, screenChanger } from './support/built.mjs';
 import { until } from './support/until.mjs';
-import { compareWithWhole, joinAsAnotherPage } from './support/wholeFrame.mjs';
+import { compareWithWhole, joinAsAnotherPage, takeHoldOfFrames } from './support/wholeFrame.mjs';
 
 const [width, height] = [1003, 611];
 const random = new Random(Number(process.env.QUORVIN_SEED ?? 1));
@@ -29,9 +29,7 @@ before(async () => {
     prepare: (opened) => opened.addInitScript(takeHoldOfFrames),
   });
   await page.allow();
-  await page.page.evaluate(() => (window.hold.isOther = true));
   await page.page.evaluate(joinAsAnotherPage);
-  await page.page.evaluate(() => (window.hold.isOther = false));
 });
 
 after(async () => {
@@ -40,32 +38,6 @@ after(async () => {
   await host?.destroy();
   await screen?.stop();
 });
-
-// In the page, before its own scripts: `hold` knows its newest socket, can lose what comes over it,
-// and counts deltas and requests for whole frames.
-function takeHoldOfFrames() {
-  window.hold = { socket: null, isOther: false, toLose: 0, deltas: 0, wholeRequests: 0 };
-  const { set } = Object.getOwnPropertyDescriptor(WebSocket.prototype, 'onmessage');
-  Object.defineProperty(WebSocket.prototype, 'onmessage', {
-    set(handle) {
-      if (window.hold.isOther) return set.call(this, handle);
-      window.hold.socket = this;
-      set.call(this, (event) => {
-        const isDelta =
-          event.data instanceof ArrayBuffer && new DataView(event.data).getUint32(0) === 0x514e444a;
-        if (isDelta) ++window.hold.deltas;
-        if (!isDelta || window.hold.toLose === 0) return handle(event);
-        --window.hold.toLose;
-        this.send(JSON.stringify({ ack: 1 }));
-      });
-    },
-  });
-  const { send } = WebSocket.prototype;
-  WebSocket.prototype.send = function (text) {
-    if (this === window.hold.socket && text.includes('whole')) ++window.hold.wholeRequests;
-    send.call(this, text);
-  };
-}
 
 async function change(times = 1) {
   for (let time = 0; time < times; ++time) {

@@ -1,9 +1,36 @@
 // Functions that run in the page under test.
 
+// Before its own scripts: `hold` knows the page's newest socket, can lose what comes over it, and
+// counts deltas and requests for whole frames.
+export function takeHoldOfFrames() {
+  window.hold = { socket: null, toLose: 0, deltas: 0, wholeRequests: 0 };
+  const { set } = Object.getOwnPropertyDescriptor(WebSocket.prototype, 'onmessage');
+  Object.defineProperty(WebSocket.prototype, 'onmessage', {
+    set(handle) {
+      if (this.isAnotherPages) return set.call(this, handle);
+      window.hold.socket = this;
+      set.call(this, (event) => {
+        const isFrame = event.data instanceof ArrayBuffer && event.data.byteLength > 4;
+        const isDelta = isFrame && new DataView(event.data).getUint32(0) === 0x514e444a;
+        if (isDelta) ++window.hold.deltas;
+        if (!isDelta || window.hold.toLose === 0) return handle(event);
+        --window.hold.toLose;
+        this.send(JSON.stringify({ ack: 1 }));
+      });
+    },
+  });
+  const { send } = WebSocket.prototype;
+  WebSocket.prototype.send = function (text) {
+    if (this === window.hold.socket && text.includes('whole')) ++window.hold.wholeRequests;
+    send.call(this, text);
+  };
+}
+
 // A second page of the host, which asks for whole frames only.
 export async function joinAsAnotherPage() {
   const socket = new WebSocket(new URL('ws', location.href.replace(/^http/, 'ws')));
   socket.binaryType = 'arraybuffer';
+  socket.isAnotherPages = true;
   const other = { frames: 0, newest: null, seenFrames: 0 };
   socket.onmessage = ({ data }) => {
     if (data instanceof ArrayBuffer) {
