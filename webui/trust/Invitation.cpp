@@ -31,13 +31,27 @@ bool opens(const Hello& hello, const Nonce& nonce) {
   return sodium_memcmp(hash.data(), nonce.data(), hash.size()) == 0;
 }
 
+void requireLibrary() {
+  if (sodium_init() < 0) throw std::runtime_error("the cryptographic library is of no use");
+}
+
 }  // namespace
 
 Invitation::Invitation(RandomBytes randomBytes, Time now)
     : random(std::move(randomBytes)), currentDeadline(now + validFor) {
-  if (sodium_init() < 0) throw std::runtime_error("the cryptographic library is of no use");
+  requireLibrary();
   random(ownSid);
   random(passwords[Way::link].bytes());
+  makeCode();
+}
+
+Invitation::Invitation(RandomBytes randomBytes, const DeviceLink& device)
+    : random(std::move(randomBytes)), standing(true), ownSid(device.sid) {
+  requireLibrary();
+  std::ranges::copy(device.secret.bytes(), passwords[Way::link].bytes().begin());
+}
+
+void Invitation::makeCode() {
   // Of 64 bits, so that all codes are equally likely to one part in 10^9.
   Secret<8> bits;
   random(bits.bytes());
@@ -50,6 +64,11 @@ Invitation::Invitation(RandomBytes randomBytes, Time now)
     digit = static_cast<std::uint8_t>('0' + number % 10);
     number /= 10;
   }
+}
+
+void Invitation::withdrawCode() {
+  passwords.erase(Way::code);
+  codePlace.clear();
 }
 
 std::string Invitation::code() const {
@@ -132,7 +151,7 @@ void Invitation::onHello(Attempt attempt, ByteView content, Time now, Effects& e
   const auto message = attempt.channel.open(content);
   const auto hello = message ? readHello(*message) : std::nullopt;
   if (!hello || !opens(*hello, attempt.transcript.supporterNonce)) {
-    const bool tooMany = attempt.way != Way::resumption && ++tries == triesMax;
+    const bool tooMany = !standing && attempt.way != Way::resumption && ++tries == triesMax;
     if (tooMany) finish(Stage::tooManyTries);
     return decline(attempt.transcript.supporterNonce,
                    tooMany ? Decline::tooManyTries : Decline::wrong, effects);

@@ -47,14 +47,24 @@ class Invitation {
     bool resumed = false;          // over a new channel
   };
 
+  // What opens a computer that is left alone, to whoever has it.
+  struct DeviceLink {
+    Sid sid{};
+    Secret<32> secret;
+  };
+
   // Throws std::runtime_error, as everything here, when the library or `random` is of no use.
   Invitation(RandomBytes random, Time now);
+  // Has a link only, which no time and no wrong try makes void: nobody guesses 256 bits.
+  Invitation(RandomBytes random, const DeviceLink& device);
 
   // "482 913 5072", and an address with a fragment; empty when they are of no use any more.
   [[nodiscard]] std::string code() const;
   [[nodiscard]] std::string link(std::string_view page) const;
-  // The code's first four digits. No two invitations at a broker may have the same.
+  // The code's first four digits, if any. No two invitations at a broker may have the same.
   [[nodiscard]] const std::string& place() const { return codePlace; }
+  // For one that finds no place at its broker: the link stays good.
+  void withdrawCode();
   [[nodiscard]] const Sid& sid() const { return ownSid; }
   [[nodiscard]] Stage stage() const { return current; }
   [[nodiscard]] int failedTries() const { return tries; }
@@ -82,6 +92,7 @@ class Invitation {
     SealedChannel channel;
   };
 
+  void makeCode();
   void onJoin(const Envelope& join, Effects& effects);
   void onHello(Attempt attempt, ByteView content, Time now, Effects& effects);
   void onMessage(ByteView content, Time now, Effects& effects);
@@ -95,6 +106,7 @@ class Invitation {
   RandomBytes random;
   Stage current = Stage::waiting;
   std::optional<Time> currentDeadline;
+  bool standing = false;  // nothing but a supporter ends the waiting
   int tries = 0;
   Sid ownSid{};
   std::string codePlace;

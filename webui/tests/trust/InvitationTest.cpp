@@ -63,6 +63,36 @@ TEST_F(InvitationTest, HasACodeAndALink) {
   EXPECT_NE(invitation.code(), Invitation(systemRandom, start).code());
 }
 
+TEST_F(InvitationTest, KeepsItsLinkWhenThereIsNoPlaceForACode) {
+  auto byCode = withCode();
+  auto byLink = TestSupporter::withLink(invitation.link("x"));
+  invitation.withdrawCode();
+  EXPECT_EQ(invitation.code() + invitation.place(), "");
+  EXPECT_EQ(declineOf(byCode), "declined 6");
+  EXPECT_TRUE(introduced(byLink).ask);
+}
+
+TEST_F(InvitationTest, OfADeviceWaitsHoweverLongAndWhateverIsTried) {
+  Invitation::DeviceLink device;
+  device.sid.fill(7);
+  systemRandom(device.secret.bytes());
+  invitation = Invitation(systemRandom, device);
+  EXPECT_EQ(invitation.code() + invitation.place(), "");
+  EXPECT_EQ(invitation.sid(), device.sid);
+  EXPECT_FALSE(invitation.deadline());
+  now += std::chrono::years(1);
+  for (int tried = 0; tried < 2 * Invitation::triesMax; ++tried) {
+    TestSupporter wrong(Way::link, Bytes(32), "link");
+    EXPECT_EQ(told(wrong, introduced(wrong)), "declined 2");
+  }
+  auto supporter = TestSupporter::withLink(invitation.link("x"));
+  ASSERT_TRUE(introduced(supporter).ask);
+  // The question to be answered is as for any other.
+  EXPECT_EQ(invitation.deadline(), now + Invitation::questionFor);
+  EXPECT_EQ(told(supporter, invitation.answer(Answer::control, now)),
+            R"({"type":"allowed","control":true})");
+}
+
 TEST_F(InvitationTest, AsksByNameAndWithTheSameWords) {
   for (const bool byLink : {false, true}) {
     Invitation another(systemRandom, start);
@@ -380,7 +410,7 @@ TEST_F(InvitationTest, CannotBeResumedBeforeTheCustomerHasAllowed) {
 }
 
 TEST(Invitation, IsNotMadeWithoutRandomBytesForItsShare) {
-  Invitation invitation(GivenBytes({}), {});
+  Invitation invitation(GivenBytes({}), Invitation::Time());
   auto supporter = TestSupporter::withCode(invitation.code());
   EXPECT_THROW((void)invitation.receive(supporter.join(), {}), std::runtime_error);
 }

@@ -87,7 +87,8 @@ json sessions() {
   const auto supporters = counted(2 * 64, 50);
   const Bytes first = joined({ByteView(supporters).first(64)});
   const Bytes second = joined({ByteView(supporters).last(64)});
-  Invitation byCode(GivenBytes(random), {}), byLink(GivenBytes(random), {});
+  const Invitation::Time start;
+  Invitation byCode(GivenBytes(random), start), byLink(GivenBytes(random), start);
   made["code"] = byCode.code();
   made["link"] = byLink.link("https://place.example/");
   auto withCode = TestSupporter::withCode(byCode.code(), GivenBytes(first));
