@@ -1,10 +1,8 @@
 #include "webui/AddressFile.h"
 
-#include <fcntl.h>
 #include <glib.h>
 #include <sys/stat.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <system_error>
@@ -31,10 +29,6 @@ std::string baseFolder() {
   return g_get_user_state_dir();
 }
 
-void check(bool isDone, int error = errno) {
-  if (!isDone) throw std::system_error(error, std::generic_category());
-}
-
 std::string pageLeadingTo(const std::string& address) {
   return "<!DOCTYPE html>\n<meta charset=\"utf-8\">\n<title>Quorvin Support</title>\n"
          "<meta http-equiv=\"refresh\" content=\"0; url=" +
@@ -47,7 +41,8 @@ AddressFile::AddressFile(std::uint16_t port, const std::string& address)
     : name("page-" + std::to_string(port) + ".html") {
   const auto folderPath = baseFolder() + folderName;
   try {
-    write(folderPath, pageLeadingTo(address));
+    folder.emplace(folderPath);
+    folder->write(name, pageLeadingTo(address));
     filePath = folderPath + "/" + name;
   } catch (const std::system_error& error) {
     std::fprintf(stderr, "quorvin-webui: no file with the page's address in %s: %s\n",
@@ -56,26 +51,7 @@ AddressFile::AddressFile(std::uint16_t port, const std::string& address)
 }
 
 AddressFile::~AddressFile() {
-  if (!filePath.empty()) unlinkat(folder.get(), name.c_str(), 0);
-}
-
-void AddressFile::write(const std::string& folderPath, const std::string& content) {
-  check(g_mkdir_with_parents(folderPath.c_str(), onlyMine) == 0);
-  folder =
-      FileDescriptor(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-  check(folder.get() >= 0);
-  struct stat found {};
-  check(fstat(folder.get(), &found) == 0);
-  check(isMine(found), EPERM);
-  check(fchmod(folder.get(), onlyMine) == 0);
-  const auto newName = name + ".new";
-  unlinkat(folder.get(), newName.c_str(), 0);
-  const FileDescriptor file(openat(folder.get(), newName.c_str(),
-                                   O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-  check(file.get() >= 0);
-  check(::write(file.get(), content.data(), content.size()) ==
-        static_cast<ssize_t>(content.size()));
-  check(renameat(folder.get(), newName.c_str(), folder.get(), name.c_str()) == 0);
+  if (!filePath.empty()) folder->remove(name);
 }
 
 }  // namespace quorvin::webui

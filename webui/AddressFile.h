@@ -1,9 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
-#include "platform/unix/FileDescriptor.h"
+#include "webui/PrivateFolder.h"
 
 namespace quorvin::webui {
 
@@ -18,15 +19,15 @@ class AddressFile {
   AddressFile(std::uint16_t port, const std::string& address);
   // Removes it.
   ~AddressFile();
+  AddressFile(const AddressFile&) = delete;
+  AddressFile& operator=(const AddressFile&) = delete;
 
   // Empty if there is none.
   [[nodiscard]] const std::string& path() const { return filePath; }
 
  private:
-  void write(const std::string& folderPath, const std::string& content);
-
   std::string name;
-  FileDescriptor folder;
+  std::optional<PrivateFolder> folder;
   std::string filePath;
 };
 
