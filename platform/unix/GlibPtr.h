@@ -15,6 +15,7 @@ struct GlibDelete {
   void operator()(GKeyFile* file) const { g_key_file_free(file); }
   void operator()(GMainContext* context) const { g_main_context_unref(context); }
   void operator()(GMainLoop* loop) const { g_main_loop_unref(loop); }
+  void operator()(GUri* uri) const { g_uri_unref(uri); }
   template <typename Object>
   void operator()(Object* object) const {
     g_object_unref(object);
