@@ -3,6 +3,7 @@
 #include <sys/random.h>
 
 #include <array>
+#include <charconv>
 #include <stdexcept>
 #include <utility>
 
@@ -12,6 +13,16 @@ namespace {
 
 constexpr std::size_t tokenBytes = 16;
 constexpr std::string_view scheme = "http://";
+constexpr std::string_view guestPrefix = "guest-";
+
+// There is one way only to write each number.
+std::optional<RemoteId> guestOf(std::string_view name) {
+  if (!name.starts_with(guestPrefix)) return std::nullopt;
+  name.remove_prefix(guestPrefix.size());
+  RemoteId id = 0;
+  const auto read = std::from_chars(name.data(), name.data() + name.size(), id);
+  return read.ec == std::errc() && std::to_string(id) == name ? std::optional(id) : std::nullopt;
+}
 
 }  // namespace
 
@@ -61,8 +72,11 @@ std::optional<AccessRules::Resource> AccessRules::resourceOf(std::string_view pa
   const bool isCustomers = equalInConstantTime(token, tokens.customer);
   const bool isSupporters = equalInConstantTime(token, tokens.supporter);
   if (!isCustomers && !isSupporters) return std::nullopt;
-  return Resource{isCustomers ? PageRole::customer : PageRole::supporter,
-                  std::string(path.substr(slash + 1))};
+  const auto name = path.substr(slash + 1);
+  if (const auto guest = isCustomers ? guestOf(name) : std::nullopt) {
+    return Resource{{PageRole::guest, *guest}, std::string(webSocket)};
+  }
+  return Resource{{isCustomers ? PageRole::customer : PageRole::supporter}, std::string(name)};
 }
 
 std::string AccessRules::address(PageRole role) const {

@@ -14,8 +14,17 @@ namespace quorvin::webui {
 // Takes the same time for every text of the right length.
 [[nodiscard]] bool equalInConstantTime(std::string_view given, std::string_view expected);
 
-// Whose page it is, each at an address of its own.
-enum class PageRole : std::uint8_t { customer, supporter };
+// Whose page it is. The customer's and the supporter's are at an address each; a guest's is on
+// another computer, and comes by way of a customer's page.
+enum class PageRole : std::uint8_t { customer, supporter, guest };
+
+// A supporter on another computer, by a number that is new for each.
+using RemoteId = std::uint32_t;
+
+struct PageOwner {
+  PageRole role = PageRole::supporter;
+  RemoteId remote = 0;  // a guest's
+};
 
 // The secrets in the addresses. Whoever knows the customer's may allow and stop sharing, and has
 // the supporter's as well; the supporter's leads nowhere else.
@@ -31,9 +40,12 @@ struct PageTokens {
 // it goes by: "localhost" may lead to ::1, where the same port can be somebody else's.
 class AccessRules {
  public:
-  // What a path asks for, and as whom: `name` is "" for the role's page itself.
-  struct Resource {
-    PageRole role = PageRole::supporter;
+  // The name of every page's WebSocket.
+  static constexpr std::string_view webSocket = "ws";
+
+  // What a path asks for, and as whom: `name` is "" for the role's page itself. A guest has a
+  // WebSocket only, "guest-<number>" behind the customer's token.
+  struct Resource : PageOwner {
     std::string name;
   };
 
@@ -44,7 +56,7 @@ class AccessRules {
   // Nothing if the path does not begin with a right token; "/<token>" alone gives nothing as well.
   [[nodiscard]] std::optional<Resource> resourceOf(std::string_view path) const;
 
-  // The page's address.
+  // The address of the customer's or the supporter's page.
   [[nodiscard]] std::string address(PageRole role) const;
   // The value of the Content-Security-Policy header.
   [[nodiscard]] std::string contentPolicy() const;

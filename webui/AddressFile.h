@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/unix/PrivateFolder.h"
+#include "webui/PrivateFolder.h"
 
 namespace quorvin::webui {
 

@@ -37,8 +37,10 @@ namespace quorvin::webui {
 //
 // A supporter's page has these rights: it calls "capabilities", "configureStream", "injectInput"
 // and "releaseInput" only, its `customer` in "show" counts for nothing, and "control" is the
-// customer's. Whatever else it asks for is answered with the error "not_allowed". A customer's page
-// may do all.
+// customer's. Whatever else it asks for is answered with the error "not_allowed". A guest's page
+// has the same rights, but mouse and keyboard only while they were given to it as well. A
+// customer's page may do all. "releaseInput" of a page that holds nothing is answered, and does
+// nothing.
 //
 // To the page, JSON texts:
 //
@@ -53,7 +55,9 @@ namespace quorvin::webui {
 //                                                  began, `settings` are the ones in force or null
 //                                                  for the host's own defaults, `input` whether
 //                                                  any page takes mouse and keyboard, `control`
-//                                                  whether supporters' pages may
+//                                                  whether this page may if it is a supporter's or
+//                                                  a guest's, and to a customer's whether
+//                                                  supporters' may
 //   {"event":"error","code","message","details"}   an error of the frame stream
 //   {"event":"frame","ageMs":n}                    the next binary message is a frame that came
 //                                                  from the host n milliseconds ago; not sent

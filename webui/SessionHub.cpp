@@ -46,7 +46,6 @@ SessionHub::SessionHub(FileDescriptor linkSocket, HostClient::CloseHandler onLin
                        std::chrono::milliseconds questionInterval)
     : absenceLimit(absenceMax),
       questionInterval(questionInterval),
-      announcedState(stateText(session, false, controlAllowed)),
       host(std::move(linkSocket), {[this](Data payload) { handleFrame(std::move(payload)); },
                                    [this](const FlutterError& error) { handleStreamError(error); },
                                    std::move(onLinkClosed)}) {}
@@ -63,21 +62,26 @@ void SessionHub::askWhetherUnattended(std::function<void(bool)> onAnswer) {
 
 // --- Pages
 
-bool SessionHub::hasPlaceFor(PageRole role) const {
+const char* SessionHub::reasonAgainst(const PageOwner& owner) const {
+  if (owner.role == PageRole::guest && !admitted.contains(owner.remote)) {
+    return "no such guest is connected";
+  }
   const auto supporters = std::ranges::count_if(
-      pages, [](const auto& entry) { return entry.second.role == PageRole::supporter; });
-  return pages.size() < pagesMax && (role == PageRole::customer || supporters < supportersMax);
+      pages, [](const auto& entry) { return entry.second.owner.role != PageRole::customer; });
+  const bool isFull =
+      pages.size() >= pagesMax || (owner.role != PageRole::customer && supporters >= supportersMax);
+  return isFull ? "too many pages" : nullptr;
 }
 
-void SessionHub::addPage(SoupWebsocketConnection* socket, PageRole role) {
-  if (!hasPlaceFor(role)) {
-    soup_websocket_connection_close(socket, SOUP_WEBSOCKET_CLOSE_POLICY_VIOLATION,
-                                    "too many pages");
+void SessionHub::addPage(SoupWebsocketConnection* socket, const PageOwner& owner) {
+  if (owner.role == PageRole::guest) removePageOf(owner.remote);
+  if (const char* reason = reasonAgainst(owner)) {
+    soup_websocket_connection_close(socket, SOUP_WEBSOCKET_CLOSE_POLICY_VIOLATION, reason);
     return;
   }
   const auto id = ++lastPageId;
   auto& page = pages[id];
-  page.role = role;
+  page.owner = owner;
   page.connection = std::make_unique<PageConnection>(
       socket,
       PageConnection::Handlers{[this, id](std::string_view text) { handleText(id, text); },
@@ -89,8 +93,26 @@ void SessionHub::addPage(SoupWebsocketConnection* socket, PageRole role) {
                                  removePage(id);
                                }},
       questionInterval);
-  page.connection->sendText(announcedState);
+  announceState();
   reviewListening();
+}
+
+void SessionHub::removePageOf(RemoteId guest) {
+  const auto page = std::ranges::find_if(pages, [guest](const auto& entry) {
+    return entry.second.owner.role == PageRole::guest && entry.second.owner.remote == guest;
+  });
+  if (page != pages.end()) removePage(page->first);
+}
+
+void SessionHub::admit(RemoteId guest, bool control) {
+  admitted[guest] = control;
+  releaseWhatIsNotAllowed();
+  announceState();
+}
+
+void SessionHub::dismiss(RemoteId guest) {
+  admitted.erase(guest);
+  removePageOf(guest);
 }
 
 void SessionHub::removePage(PageId id) {
@@ -129,7 +151,7 @@ void SessionHub::handle(PageId id, const PageVisibility& message) {
   auto& page = pages.at(id);
   const bool framesAppear = message.picture && !page.visibility.picture;
   page.visibility = message;
-  if (page.role == PageRole::supporter) page.visibility.customer = false;
+  if (page.owner.role != PageRole::customer) page.visibility.customer = false;
   if (!message.input) releaseInput(page);
   if (!message.picture) page.flowControl.dropWaiting();
   if (framesAppear && newestFrame) offer(page, *newestFrame);
@@ -138,15 +160,13 @@ void SessionHub::handle(PageId id, const PageVisibility& message) {
 }
 
 void SessionHub::handle(PageId id, const PageControl& message) {
-  if (pages.at(id).role == PageRole::supporter) {
+  if (pages.at(id).owner.role != PageRole::customer) {
     handle(id,
            PageProtocolError{std::nullopt, "Control is the customer's to give.", "not_allowed"});
     return;
   }
   controlAllowed = message.allowed;
-  for (auto& [otherId, page] : pages) {
-    if (!mayInject(page)) releaseInput(page);
-  }
+  releaseWhatIsNotAllowed();
   announceState();
 }
 
@@ -154,7 +174,7 @@ void SessionHub::handle(PageId id, const PageControl& message) {
 
 std::optional<FlutterError> SessionHub::refusalOf(const Page& page,
                                                   const FlutterMethodCall& call) const {
-  if (page.role == PageRole::supporter &&
+  if (page.owner.role != PageRole::customer &&
       std::ranges::find(supportersMethods, call.method) == supportersMethods.end()) {
     return FlutterError{"not_allowed", "Only the customer's page may do this.", {}};
   }
@@ -173,6 +193,11 @@ void SessionHub::handle(PageId id, const PageCall& message) {
   }
   if (const auto refusal = refusalOf(page, message.call)) {
     page.connection->sendText(replyText(message.id, *refusal));
+    return;
+  }
+  // The host would lift what other pages hold.
+  if (message.call.method == "releaseInput" && !page.heldInput.holds()) {
+    page.connection->sendText(replyText(message.id, Value()));
     return;
   }
   page.heldInput.sent(message.call);
@@ -236,8 +261,18 @@ void SessionHub::releaseInput(Page& page) {
   if (page.heldInput.take()) host.call({"releaseInput", {}}, [](const FlutterReply&) {});
 }
 
+void SessionHub::releaseWhatIsNotAllowed() {
+  for (auto& [id, page] : pages) {
+    if (!mayInject(page)) releaseInput(page);
+  }
+}
+
+bool SessionHub::hasControl(const Page& page) const {
+  return controlAllowed && (page.owner.role != PageRole::guest || admitted.at(page.owner.remote));
+}
+
 bool SessionHub::mayInject(const Page& page) const {
-  return page.visibility.input && (controlAllowed || page.role == PageRole::customer);
+  return page.visibility.input && (page.owner.role == PageRole::customer || hasControl(page));
 }
 
 bool SessionHub::inputTaken() const {
@@ -294,10 +329,13 @@ void SessionHub::sessionChanged() {
 }
 
 void SessionHub::announceState() {
-  auto state = stateText(session, inputTaken(), controlAllowed);
-  if (state == announcedState) return;
-  announcedState = std::move(state);
-  for (const auto& [id, page] : pages) page.connection->sendText(announcedState);
+  const bool input = inputTaken();
+  for (auto& [id, page] : pages) {
+    auto state = stateText(session, input, hasControl(page));
+    if (state == page.announcedState) continue;
+    page.announcedState = std::move(state);
+    page.connection->sendText(page.announcedState);
+  }
 }
 
 // Without a listener the host forgets why a session ended, so that this program listens for as

@@ -30,7 +30,9 @@ class HeldInputFlag {
   // To be told of each call that goes to the host.
   void sent(const FlutterMethodCall& call);
 
-  // Whether something may be down, which is then the caller's to lift.
+  // Whether something may be down.
+  [[nodiscard]] bool holds() const { return mayHoldInput; }
+  // The same, which is then the caller's to lift.
   [[nodiscard]] bool take();
 
  private:
@@ -39,8 +41,8 @@ class HeldInputFlag {
 
 // Connects the pages with the host: passes calls and answers on, shares frames and the state of
 // the session out to every page, lifts what a page that goes away has left pressed, and ends a
-// session whose customer can no longer press Stop. What a supporter's page may do is decided here,
-// whatever its scripts send. On the main loop's thread.
+// session whose customer can no longer press Stop. What a supporter's and a guest's page may do is
+// decided here, whatever their scripts send. On the main loop's thread.
 class SessionHub {
  public:
   // A session goes on for so long with no page that offers its Stop button: enough to reload one.
@@ -54,15 +56,22 @@ class SessionHub {
              std::chrono::milliseconds absenceMax = customerAbsenceMax,
              std::chrono::milliseconds questionInterval = PageConnection::questionInterval);
 
-  void addPage(SoupWebsocketConnection* socket, PageRole role);
+  void addPage(SoupWebsocketConnection* socket, const PageOwner& owner);
+
+  // Lets a guest's page in, of which the newest counts; `control` is whether it may use mouse and
+  // keyboard while supporters may at all. Called again when that changes.
+  void admit(RemoteId guest, bool control);
+  // Puts the guest's page out.
+  void dismiss(RemoteId guest);
 
   // Asks the host whether it runs unattended; `onAnswer` gets false as well when it cannot say.
   void askWhetherUnattended(std::function<void(bool)> onAnswer);
 
  private:
   struct Page {
-    PageRole role = PageRole::supporter;
+    PageOwner owner;
     std::unique_ptr<PageConnection> connection;
+    std::string announcedState;
     FrameFlowControl flowControl;
     FrameDeltas deltas;
     PageVisibility visibility;
@@ -72,6 +81,9 @@ class SessionHub {
   using PageId = std::uint64_t;
 
   void removePage(PageId id);
+  void removePageOf(RemoteId guest);
+  // Nothing when there is a place for it.
+  [[nodiscard]] const char* reasonAgainst(const PageOwner& owner) const;
   void handleText(PageId id, std::string_view text);
   void handle(PageId id, const PageCall& message);
   void handle(PageId id, const PageAcknowledgement& message);
@@ -81,7 +93,6 @@ class SessionHub {
   void handle(PageId id, const PageControl& message);
   void handle(PageId id, const PageProtocolError& message);
 
-  [[nodiscard]] bool hasPlaceFor(PageRole role) const;
   // Nothing when the page has the right to make the call.
   [[nodiscard]] std::optional<FlutterError> refusalOf(const Page& page,
                                                       const FlutterMethodCall& call) const;
@@ -100,6 +111,9 @@ class SessionHub {
   [[nodiscard]] std::shared_ptr<const SegmentedJpeg> segmentsOf(const Data& payload);
 
   void releaseInput(Page& page);
+  void releaseWhatIsNotAllowed();
+  // Whether the customer lets this page use mouse and keyboard.
+  [[nodiscard]] bool hasControl(const Page& page) const;
   [[nodiscard]] bool mayInject(const Page& page) const;
   [[nodiscard]] bool inputTaken() const;
 
@@ -116,8 +130,8 @@ class SessionHub {
   PageId lastPageId = 0;
   std::optional<Frame> newestFrame;  // of the running session, for pages that come later
   std::shared_ptr<const SegmentedJpeg> newestSegments;  // that were found last
-  bool controlAllowed = true;                           // for supporters' pages, by the customer
-  std::string announcedState;
+  bool controlAllowed = true;         // for all supporters' pages, by the customer
+  std::map<RemoteId, bool> admitted;  // guests, and whether control was given to each
   bool listening = false;
   MainLoopSource absence;
   HostClient host;  // last, so that nothing it calls has gone before it

@@ -46,7 +46,6 @@ std::optional<PageAsset> findPageAsset(const AccessRules::Resource& resource) {
   return PageAsset{typeOf(name), {content, size}};
 }
 
-constexpr std::string_view webSocketResource = "ws";
 // Leads the customer's browser to the supporter's page, and nobody back.
 constexpr std::string_view supporterResource = "supporter";
 
@@ -110,7 +109,7 @@ void WebServer::onUpgraded(SoupServerMessage* message, gpointer self) {
 
 bool WebServer::serves(std::string_view target) const {
   const auto resource = rules.resourceOf(target);
-  return resource && (resource->name == webSocketResource || leadsToSupporter(*resource) ||
+  return resource && (resource->name == AccessRules::webSocket || leadsToSupporter(*resource) ||
                       findPageAsset(*resource));
 }
 
@@ -129,7 +128,7 @@ void WebServer::screen(SoupServerMessage* message, const char* path) const {
   } else if (method != "GET" && method != "HEAD") {
     soup_message_headers_replace(headers, "Allow", "GET, HEAD");
     refuse(message, SOUP_STATUS_METHOD_NOT_ALLOWED, "This can only be read.\n");
-  } else if (resource && resource->name == webSocketResource &&
+  } else if (resource && resource->name == AccessRules::webSocket &&
              !rules.originAllowed(headerOf(message, "Origin"))) {
     refuse(message, SOUP_STATUS_FORBIDDEN, "Another page may not connect.\n");
   }
@@ -138,7 +137,7 @@ void WebServer::screen(SoupServerMessage* message, const char* path) const {
 void WebServer::answer(SoupServerMessage* message, const char* path) {
   const auto resource = rules.resourceOf(path);
   if (!resource) return;
-  if (resource->name == webSocketResource) {
+  if (resource->name == AccessRules::webSocket) {
     if (soup_websocket_server_process_handshake(message, nullptr, nullptr, nullptr, nullptr)) {
       g_signal_connect(message, "wrote-informational", G_CALLBACK(onUpgraded), this);
     }
@@ -162,7 +161,7 @@ void WebServer::openPage(SoupServerMessage* message) {
   const GlibPtr<SoupWebsocketConnection> page(soup_websocket_connection_new(
       stream.get(), soup_server_message_get_uri(message), SOUP_WEBSOCKET_CONNECTION_SERVER, nullptr,
       nullptr, g_list_prepend(nullptr, bounds)));
-  onPage(page.get(), resource->role);
+  onPage(page.get(), *resource);
 }
 
 WebServer::Headers WebServer::commonHeaders() const {

@@ -21,7 +21,7 @@ namespace quorvin::webui {
 class WebServer {
  public:
   // Called with the WebSocket of every page that opens one; the server keeps no hold on it.
-  using PageHandler = std::function<void(SoupWebsocketConnection*, PageRole)>;
+  using PageHandler = std::function<void(SoupWebsocketConnection*, const PageOwner&)>;
 
   // Throws std::runtime_error when there is no free port, or no random tokens to be had.
   explicit WebServer(PageHandler onPage,

@@ -67,8 +67,9 @@ int serve(FileDescriptor link) {
     }
     quit();
   });
-  const WebServer server(
-      [&](SoupWebsocketConnection* connection, PageRole role) { hub.addPage(connection, role); });
+  const WebServer server([&](SoupWebsocketConnection* connection, const PageOwner& owner) {
+    hub.addPage(connection, owner);
+  });
   const auto address = server.access().address(PageRole::customer);
 
   MainLoopSource endTimer;

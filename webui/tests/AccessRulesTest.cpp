@@ -71,6 +71,21 @@ TEST(AccessRules, TheTokenTellsTheRole) {
   EXPECT_NE(random.address(PageRole::customer), random.address(PageRole::supporter));
 }
 
+TEST(AccessRules, GuestHasAWebSocketBehindTheCustomersToken) {
+  for (const RemoteId id : {0U, 7U, 4294967295U}) {
+    const auto resource = rules().resourceOf("/" + token + "/guest-" + std::to_string(id));
+    EXPECT_EQ(resource->role, PageRole::guest);
+    EXPECT_EQ(resource->remote, id);
+    EXPECT_EQ(resource->name, AccessRules::webSocket);
+  }
+  for (const auto* name : {"guest-", "guest-07", "guest-+7", "guest--7", "guest-7 ", "guest-7/",
+                           "guest-x", "guest-4294967296", "guest", "Guest-7"}) {
+    EXPECT_EQ(rules().resourceOf("/" + token + "/" + name)->role, PageRole::customer) << name;
+    EXPECT_EQ(rules().resourceOf("/" + token + "/" + name)->name, name);
+  }
+  EXPECT_EQ(rules().resourceOf("/" + supportersToken + "/guest-7")->role, PageRole::supporter);
+}
+
 TEST(AccessRules, PolicyLetsNothingInFromElsewhere) {
   const auto policy = rules().contentPolicy();
   EXPECT_TRUE(policy.starts_with("default-src 'none'; "));

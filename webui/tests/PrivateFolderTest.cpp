@@ -7,7 +7,7 @@
 #include <string>
 #include <system_error>
 
-#include "platform/unix/PrivateFolder.h"
+#include "webui/PrivateFolder.h"
 
 namespace quorvin::webui {
 namespace {

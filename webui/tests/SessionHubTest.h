@@ -36,12 +36,17 @@ class SessionHubTest : public testing::Test {
     host.answer("stopCapture", Value());
   }
 
-  std::unique_ptr<TestPage> openPage(PageRole role = PageRole::customer) {
+  std::unique_ptr<TestPage> openPage(PageRole role = PageRole::customer,
+                                     const std::string& resource = "ws") {
     const auto address = server.access().address(role);
     const auto origin = address.substr(0, address.find('/', std::string("http://").size()));
-    auto page = std::make_unique<TestPage>(address, origin.c_str());
+    auto page = std::make_unique<TestPage>(address, origin.c_str(), resource);
     EXPECT_TRUE(page->connected());
     return page;
+  }
+
+  std::unique_ptr<TestPage> openGuestsPage(RemoteId guest) {
+    return openPage(PageRole::customer, "guest-" + std::to_string(guest));
   }
 
   std::unique_ptr<TestPage> openSupportersPage() { return openPage(PageRole::supporter); }
@@ -66,8 +71,8 @@ class SessionHubTest : public testing::Test {
   FakeHost host;
   std::optional<std::string> linkClosed;
   SessionHub hub;
-  WebServer server{[this](SoupWebsocketConnection* socket, PageRole role) {
-    hub.addPage(socket, role);
+  WebServer server{[this](SoupWebsocketConnection* socket, const PageOwner& owner) {
+    hub.addPage(socket, owner);
   }};
 };
 

@@ -18,9 +18,11 @@ namespace quorvin::webui {
 // and acknowledges nothing by itself.
 class TestPage {
  public:
-  TestPage(std::string address, const char* origin) : session(soup_session_new()) {
+  TestPage(std::string address, const char* origin, const std::string& resource = "ws")
+      : session(soup_session_new()) {
     address.replace(0, 4, "ws");
-    const GlibPtr<SoupMessage> message(soup_message_new(SOUP_METHOD_GET, (address + "ws").c_str()));
+    const GlibPtr<SoupMessage> message(
+        soup_message_new(SOUP_METHOD_GET, (address + resource).c_str()));
     soup_session_websocket_connect_async(session.get(), message.get(), origin, nullptr,
                                          G_PRIORITY_DEFAULT, nullptr, onConnected, this);
     runUntil([this] { return answered; });

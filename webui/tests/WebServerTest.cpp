@@ -15,9 +15,9 @@ class WebServerTest : public testing::Test {
  protected:
   explicit WebServerTest(std::chrono::milliseconds requestTimeMax = FrontDoor::requestTimeMax)
       : server(
-            [this](SoupWebsocketConnection*, PageRole role) {
+            [this](SoupWebsocketConnection*, const PageOwner& owner) {
               ++pagesOpened;
-              lastRole = role;
+              lastOwner = owner;
             },
             requestTimeMax) {}
 
@@ -56,7 +56,7 @@ class WebServerTest : public testing::Test {
   }
 
   int pagesOpened = 0;
-  std::optional<PageRole> lastRole;
+  PageOwner lastOwner;
   WebServer server;
 };
 
@@ -161,10 +161,22 @@ TEST_F(WebServerTest, OpensWebSocketsForItsOwnPages) {
   const auto own = "Origin: http://" + authority() + "\r\n";
   EXPECT_EQ(statusOf(handshake(root() + "ws", own)), 101);
   EXPECT_EQ(pagesOpened, 1);
-  EXPECT_EQ(lastRole, PageRole::customer);
+  EXPECT_EQ(lastOwner.role, PageRole::customer);
   EXPECT_EQ(statusOf(handshake(supportersRoot() + "ws", own)), 101);
   EXPECT_EQ(pagesOpened, 2);
-  EXPECT_EQ(lastRole, PageRole::supporter);
+  EXPECT_EQ(lastOwner.role, PageRole::supporter);
+  EXPECT_EQ(statusOf(handshake(root() + "guest-5", own)), 101);
+  EXPECT_EQ(lastOwner.role, PageRole::guest);
+  EXPECT_EQ(lastOwner.remote, 5U);
+}
+
+TEST_F(WebServerTest, HasNothingForAGuestButItsWebSocket) {
+  const auto own = "Origin: http://" + authority() + "\r\n";
+  EXPECT_EQ(statusOf(request("GET", root() + "guest-5", authority(), own)), 400);
+  EXPECT_EQ(statusOf(get(root() + "guest-5/")), 404);
+  EXPECT_EQ(statusOf(handshake(supportersRoot() + "guest-5", own)), 404);
+  EXPECT_EQ(statusOf(handshake(root() + "guest-x", own)), 404);
+  EXPECT_EQ(pagesOpened, 0);
 }
 
 TEST_F(WebServerTest, RefusesWebSocketsOfOtherPages) {
@@ -172,6 +184,7 @@ TEST_F(WebServerTest, RefusesWebSocketsOfOtherPages) {
                              "Origin: http://127.0.0.1\r\n", "Origin: http://localhost:8765\r\n"}) {
     EXPECT_EQ(statusOf(handshake(root() + "ws", origin)), 403) << origin;
     EXPECT_EQ(statusOf(handshake(supportersRoot() + "ws", origin)), 403) << origin;
+    EXPECT_EQ(statusOf(handshake(root() + "guest-5", origin)), 403) << origin;
   }
   const auto own = "Origin: http://" + authority() + "\r\n";
   EXPECT_EQ(statusOf(handshake("/ws", own)), 404);
@@ -192,7 +205,7 @@ TEST_F(WebServerTest, PlainRequestForTheWebSocketIsRefused) {
 }
 
 TEST_F(WebServerTest, SecondServerTakesTheNextFreePort) {
-  const WebServer second([](SoupWebsocketConnection*, PageRole) {});
+  const WebServer second([](SoupWebsocketConnection*, const PageOwner&) {});
   EXPECT_NE(second.access().address(PageRole::customer).substr(0, 22), address().substr(0, 22));
   EXPECT_EQ(statusOf(get(root())), 200);
 }

@@ -1,4 +1,4 @@
-#include "platform/unix/PrivateFolder.h"
+#include "webui/PrivateFolder.h"
 
 #include <fcntl.h>
 #include <glib.h>
@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <system_error>
 
-namespace quorvin {
+namespace quorvin::webui {
 
 namespace {
 
@@ -70,4 +70,4 @@ void PrivateFolder::remove(const std::string& name) const noexcept {
   unlinkat(folder.get(), name.c_str(), 0);
 }
 
-}  // namespace quorvin
+}  // namespace quorvin::webui
