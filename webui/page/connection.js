@@ -1,5 +1,6 @@
-// The page's WebSocket: calls with answers, events, pictures, and a new attempt with growing
-// pauses whenever it is lost. What crosses it is described in the server's PageMessage.h.
+// The page's connection to the program: calls with answers, events, pictures. It is a WebSocket to
+// the page's own server, with a new attempt after growing pauses whenever it is lost, or whatever
+// else carries the same messages. They are described in the server's PageMessage.h.
 
 const retryFirstMs = 500;
 const retryLongestMs = 10_000;
@@ -12,30 +13,48 @@ export class CallError extends Error {
   }
 }
 
-// Events: "open", "closed" ({retryMs}), "state", "streamerror" (the server's message each) and
-// "picture" ({bytes, number: of this connection's frames, from 1, arrivedAt: when the host sent it,
-// on the clock of performance.now()}).
+// The server's events, and what they are called here.
+const events = new Map([
+  ['state', 'state'],
+  ['error', 'streamerror'],
+  ['remote', 'remote'],
+  ['signal', 'signal'],
+  ['log', 'log'],
+  ['reduced', 'reduced'],
+]);
+
+// To the page's own server, in the page's name or another.
+export function openSocket(name = 'ws') {
+  const address = new URL(name, location.href);
+  address.protocol = 'ws:';
+  const socket = new WebSocket(address);
+  socket.binaryType = 'arraybuffer';
+  return socket;
+}
+
+// Events: "open", "closed" ({retryMs}, null when there is no other attempt), those above (the
+// server's message each) and "picture" ({bytes, number: of this connection's frames, from 1,
+// arrivedAt: when the host sent it, on the clock of performance.now()}).
 export class Connection extends EventTarget {
-  #socket = null;
+  #carrier = null;
   #lastId = 0;
   #calls = new Map();
   #retryMs = retryFirstMs;
   #announcedAgeMs = 0; // of the next picture
-  #frames = 0; // that came over this socket
+  #frames = 0; // that came over this carrier
   #shown = null;
 
-  open() {
-    const address = new URL('ws', location.href);
-    address.protocol = 'ws:';
-    const socket = new WebSocket(address);
-    socket.binaryType = 'arraybuffer';
-    socket.onopen = () => this.#opened(socket);
-    socket.onmessage = ({data}) => this.#received(data);
-    socket.onclose = () => this.#closed();
+  // `carrier` is like a WebSocket: send(), readyState, onopen, onmessage, onclose. Without one it is
+  // a WebSocket, which is opened again whenever it is lost.
+  open(carrier = null) {
+    const used = carrier ?? openSocket();
+    used.onopen = () => this.#opened(used);
+    used.onmessage = ({data}) => this.#received(data);
+    used.onclose = () => this.#closed(carrier === null);
   }
 
   get isOpen() {
-    return this.#socket !== null;
+    return this.#carrier !== null;
   }
 
   // Resolves with the result; rejects with a CallError.
@@ -43,51 +62,49 @@ export class Connection extends EventTarget {
     if (!this.isOpen) return Promise.reject(new CallError({code: 'disconnected'}));
     const id = ++this.#lastId;
     const answer = new Promise((resolve, reject) => this.#calls.set(id, {resolve, reject}));
-    this.#send({id, method, arguments: args});
+    this.tell({id, method, arguments: args});
     return answer;
   }
 
   // Tells the server which sides of the session this page offers, now and after reconnecting.
   show(sides) {
     this.#shown = sides;
-    this.#send({show: sides});
-  }
-
-  // For the customer's page: whether supporters may use mouse and keyboard.
-  allowControl(allowed) {
-    this.#send({control: allowed});
+    this.tell({show: sides});
   }
 
   acknowledgePicture() {
-    this.#send({ack: 1});
+    this.tell({ack: 1});
   }
 
   // For a page that cannot make use of deltas.
   requestWholePicture() {
-    this.#send({whole: true});
+    this.tell({whole: true});
   }
 
-  // What is sent while the socket closes goes nowhere, and a browser complains of it.
-  #send(message) {
-    if (this.#socket?.readyState === WebSocket.OPEN) this.#socket.send(JSON.stringify(message));
+  // Sends what has no answer. What is sent while the carrier closes goes nowhere, and a browser
+  // complains of it.
+  tell(message) {
+    if (this.#carrier?.readyState === WebSocket.OPEN) this.#carrier.send(JSON.stringify(message));
   }
 
-  #opened(socket) {
-    this.#socket = socket;
+  #opened(carrier) {
+    this.#carrier = carrier;
     this.#frames = 0;
     this.#retryMs = retryFirstMs;
-    if (this.#shown) this.#send({show: this.#shown});
+    if (this.#shown) this.tell({show: this.#shown});
     this.#emit('open');
   }
 
-  #closed() {
-    this.#socket = null;
+  #closed(opensAgain) {
+    this.#carrier = null;
     const calls = [...this.#calls.values()];
     this.#calls.clear();
     for (const {reject} of calls) reject(new CallError({code: 'disconnected'}));
-    const retryMs = this.#retryMs;
-    this.#retryMs = Math.min(retryMs * 2, retryLongestMs);
-    setTimeout(() => this.open(), retryMs);
+    const retryMs = opensAgain ? this.#retryMs : null;
+    if (opensAgain) {
+      this.#retryMs = Math.min(retryMs * 2, retryLongestMs);
+      setTimeout(() => this.open(), retryMs);
+    }
     this.#emit('closed', {retryMs});
   }
 
@@ -102,11 +119,9 @@ export class Connection extends EventTarget {
     if (message.event === 'frame') {
       this.#announcedAgeMs = message.ageMs;
     } else if (message.event === 'question') {
-      this.#send({answer: message.word});
-    } else if (message.event === 'state') {
-      this.#emit('state', message);
-    } else if (message.event === 'error') {
-      this.#emit('streamerror', message);
+      this.tell({answer: message.word});
+    } else if (events.has(message.event)) {
+      this.#emit(events.get(message.event), message);
     } else {
       this.#answered(message);
     }

@@ -68,3 +68,29 @@ test('a question is answered at once with its word, and concerns nobody else', (
   assert.deepEqual(socket.sent, [{answer: '5eed'}]);
   assert.deepEqual(events, []);
 });
+
+test('what else carries it is used like a socket, and is not opened again', () => {
+  const connection = new Connection();
+  const heard = [];
+  for (const type of ['open', 'state', 'reduced', 'closed']) {
+    connection.addEventListener(type, ({detail}) => heard.push([type, detail?.retryMs]));
+  }
+  const carrier = {readyState: 1, sent: [], send: (text) => carrier.sent.push(text)};
+  RecordingSocket.last = null;
+  connection.open(carrier);
+  carrier.onopen();
+  connection.acknowledgePicture();
+  carrier.onmessage({data: '{"event":"state"}'});
+  carrier.onmessage({data: '{"event":"reduced"}'});
+  carrier.onmessage({data: '{"event":"closed"}'});
+  carrier.onclose();
+  assert.deepEqual(carrier.sent, ['{"ack":1}']);
+  assert.deepEqual(heard, [
+    ['open', undefined],
+    ['state', undefined],
+    ['reduced', undefined],
+    ['closed', null],
+  ]);
+  assert.equal(connection.isOpen, false);
+  assert.equal(RecordingSocket.last, null);
+});
