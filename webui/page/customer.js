@@ -2,6 +2,8 @@
 // stop a session, or keep mouse and keyboard from the supporter.
 
 import {Connection, showConnection} from './connection.js';
+import {Guests} from './guests.js';
+import {Invitations} from './invite.js';
 import {explain, sentence} from './texts.js';
 
 const permissionsPollMs = 4000;
@@ -64,16 +66,20 @@ const byId = (id) => document.getElementById(id);
 class CustomerSide {
   #connection;
   #unattended = false;
+  #onStop;
   #state = null; // as the server told it last
   #startsByItself = false; // once for each connection: a session that was stopped stays stopped
   #permissionsAsked = false;
   #allGranted = false;
+  #guests = 0;
 
-  constructor(connection) {
+  // `onStop` is told when everything is to end.
+  constructor(connection, onStop) {
     this.#connection = connection;
-    byId('allow-button').onclick = () => this.#allow();
+    this.#onStop = onStop;
+    byId('allow-button').onclick = () => this.allow();
     byId('stop-button').onclick = () => this.#stop();
-    byId('control-button').onclick = () => this.#connection.allowControl(!this.#state.control);
+    byId('control-button').onclick = () => this.#connection.tell({control: !this.#state.control});
     byId('desktop-link').onclick = () => this.#makeDesktopLink();
     byId('request-permissions').onclick = () => this.#askForPermissions();
     document.addEventListener('visibilitychange', () => this.#refreshPermissions());
@@ -125,13 +131,26 @@ class CustomerSide {
     const focused = document.activeElement;
     allow.hidden = running;
     allow.disabled = false;
-    stop.hidden = !running;
+    stop.hidden = !running && this.#guests === 0;
+    stop.textContent = this.#guests > 0 ? 'Stop all' : 'Stop sharing';
     stop.disabled = false;
     // Whoever works with the keyboard keeps their place when one button takes the other's.
     if (running && focused === allow) stop.focus();
     if (!running && focused === stop) allow.focus();
     this.#showControl();
     if (this.#startsByItself) this.#startUnattended(running);
+  }
+
+  // How many supporters on other computers there are; Stop ends their connections as well.
+  showGuests(count) {
+    this.#guests = count;
+    if (this.#state) this.showSession(this.#state);
+  }
+
+  // Whoever allows a supporter to see the screen shares it, and with whom to work it as well.
+  allowGuest(withControl) {
+    if (withControl && !this.#state?.control) this.#connection.tell({control: true});
+    if (!['starting', 'live'].includes(this.#state?.session)) this.allow();
   }
 
   #showControl() {
@@ -144,7 +163,7 @@ class CustomerSide {
 
   #startUnattended(running) {
     this.#startsByItself = false;
-    if (!running) this.#allow();
+    if (!running) this.allow();
   }
 
   #show(state, {what, next, detail}, isError) {
@@ -161,7 +180,7 @@ class CustomerSide {
         : '';
   }
 
-  async #allow() {
+  async allow() {
     // The outcome reaches every page as the session's state, this one included.
     const consent = this.#unattended ? {unattended: true} : {locallyAuthorized: true};
     await this.#connection.call('startCapture', consent).catch(() => {});
@@ -169,6 +188,7 @@ class CustomerSide {
   }
 
   async #stop() {
+    this.#onStop();
     await this.#connection.call('stopCapture').catch(() => {});
   }
 
@@ -226,12 +246,37 @@ function showPermission(id, granted) {
 }
 
 const connection = new Connection();
-const customer = new CustomerSide(connection);
+const guests = new Guests(connection);
+const customer = new CustomerSide(connection, () => invitations.endAll());
+const invitations = new Invitations(connection, customer);
 
 showConnection(connection, document.getElementById('connection-state'));
-connection.addEventListener('open', () => customer.connected());
-connection.addEventListener('closed', () => customer.disconnected());
-connection.addEventListener('state', ({detail}) => customer.showSession(detail));
+connection.addEventListener('open', () => {
+  customer.connected();
+  tellWhetherInFront();
+});
+connection.addEventListener('closed', () => {
+  guests.disconnected();
+  invitations.disconnected();
+  customer.disconnected();
+});
+connection.addEventListener('state', ({detail}) => {
+  customer.showSession(detail);
+  invitations.showState(detail);
+});
+connection.addEventListener('remote', ({detail}) => {
+  guests.review(detail);
+  invitations.show(detail);
+});
+connection.addEventListener('signal', ({detail}) => guests.take(detail));
+connection.addEventListener('log', ({detail}) => invitations.showLog(detail.entries));
+
+// Whoever does not see the page is told in another way when somebody asks.
+function tellWhetherInFront() {
+  connection.tell({front: !document.hidden && document.hasFocus()});
+}
+for (const type of ['focus', 'blur']) window.addEventListener(type, tellWhetherInFront);
+document.addEventListener('visibilitychange', tellWhetherInFront);
 
 // A page in the background can be brought back to press Stop.
 connection.show({customer: true, picture: false, input: false});

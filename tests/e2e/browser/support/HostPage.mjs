@@ -12,19 +12,27 @@ const chromiumArguments = [
   '--disable-sync',
 ];
 
+const chromiumOptions = {
+  executablePath: process.env.QUORVIN_CHROMIUM ?? '/usr/bin/chromium',
+  args: [...chromiumArguments, '--window-position=0,0', '--window-size=1280,900'],
+};
+
 const isFirefox = process.env.QUORVIN_BROWSER === 'firefox';
 
-function launch(onScreen) {
+export function launch(onScreen = null) {
   const options = { headless: onScreen === null, env: onScreen ?? process.env };
   if (isFirefox) {
     const executablePath = '/usr/bin/firefox-esr';
     return firefox.launch({ ...options, channel: 'moz-firefox', executablePath });
   }
-  return chromium.launch({
-    ...options,
-    executablePath: process.env.QUORVIN_CHROMIUM ?? '/usr/bin/chromium',
-    args: [...chromiumArguments, '--window-position=0,0', '--window-size=1280,900'],
-  });
+  return chromium.launch({ ...options, ...chromiumOptions });
+}
+
+// A Chromium that can be killed.
+export async function launchServer() {
+  const server = await chromium.launchServer(chromiumOptions);
+  const connect = () => chromium.connect(server.wsEndpoint());
+  return { connect, kill: () => server.kill() };
 }
 
 // The pages of the program under test, in a real browser: `customer` and `page`, the supporter's.

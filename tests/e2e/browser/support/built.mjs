@@ -10,6 +10,8 @@ export const screenChanger =
   process.env.QUORVIN_SCREEN_CHANGER ?? built('tests/e2e/browser/screen_changer');
 export const inputWindow =
   process.env.QUORVIN_INPUT_WINDOW ?? built('tests/e2e/browser/input_window');
+export const keyTableFolder =
+  process.env.QUORVIN_KEY_TABLE_FOLDER ?? built('webui/generated/');
 
 // Where pictures of the page are left to be looked at.
 export const artifacts = fileURLToPath(new URL('../../artifacts/', import.meta.url));

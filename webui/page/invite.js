@@ -1,0 +1,224 @@
+// Invitations of supporters on other computers, on the customer's page: what to hand on, the question
+// before anybody sees anything, and who is connected.
+
+import {explainStage, problems} from './remotetexts.js';
+
+const qrBorder = 4; // modules
+// What has just appeared under somebody's mouse was not what they meant to press.
+const answersAfterMs = 700;
+
+const byId = (id) => document.getElementById(id);
+
+// Text that stays the same is not set again, so that screen readers do not repeat it.
+function setText(element, text) {
+  if (element.textContent !== text) element.textContent = text;
+}
+
+const clockOf = (ms) => {
+  const seconds = Math.max(0, Math.round(ms / 1000));
+  return `${Math.floor(seconds / 60)}:${String(seconds % 60).padStart(2, '0')}`;
+};
+
+export class Invitations {
+  #connection;
+  #customer;
+  #rows = new Map(); // by the session's id
+  #state = null; // of the session on this computer
+
+  // `customer` can allowGuest(withControl), and is told of guests with showGuests(count).
+  constructor(connection, customer) {
+    this.#connection = connection;
+    this.#customer = customer;
+    byId('invite-button').onclick = () => connection.tell({invite: true});
+    byId('log-button').onclick = () => this.#toggleLog();
+    setInterval(() => this.#review(), 1000);
+  }
+
+  // The server's event.
+  show({configured, problem, detail, page, sessions}) {
+    byId('remote').hidden = false;
+    const {what, next} = problems[configured ? problem : 'unconfigured'] ?? {what: '', next: ''};
+    setText(byId('remote-problem'), [what, detail && `(${detail})`, next].filter(Boolean).join(' '));
+    byId('invite-button').disabled = !configured;
+    for (const [id, row] of this.#rows) {
+      if (sessions.every((session) => session.id !== id)) this.#remove(id, row);
+    }
+    for (const session of sessions) this.#rowOf(session.id).show(session, page);
+    this.#customer.showGuests(this.#with('connected', 'lost').length);
+    document.title = `${this.#with('asking').length > 0 ? 'Question · ' : ''}Quorvin Support`;
+    this.#review();
+    if (!byId('log').hidden) this.#connection.tell({log: true});
+  }
+
+  // Of the session on this computer, as the server tells it.
+  showState(state) {
+    this.#state = state;
+    this.#review();
+  }
+
+  disconnected() {
+    for (const [id, row] of this.#rows) this.#remove(id, row);
+    this.#customer.showGuests(0);
+    byId('remote').hidden = true;
+  }
+
+  endAll() {
+    const open = this.#with('preparing', 'waiting', 'asking', 'connected', 'lost');
+    for (const {session} of open) this.#connection.tell({remote: session.id, end: true});
+  }
+
+  // Each {atMs, text}, the newest first.
+  showLog(entries) {
+    byId('log').replaceChildren(...entries.map(logRow));
+  }
+
+  #with(...stages) {
+    return [...this.#rows.values()].filter(({session}) => stages.includes(session.stage));
+  }
+
+  #rowOf(id) {
+    if (!this.#rows.has(id)) {
+      const answer = (message) => this.#answer(id, message);
+      const row = new Row(answer, (text) => setText(byId('remote-news'), text));
+      byId('remote-sessions').prepend(row.element);
+      this.#rows.set(id, row);
+    }
+    return this.#rows.get(id);
+  }
+
+  #answer(id, message) {
+    this.#connection.tell({remote: id, ...message});
+    const isAllowed = message.answer === 'watch' || message.answer === 'control';
+    const withControl = message.answer === 'control' || message.control === true;
+    if (isAllowed || withControl) this.#customer.allowGuest(withControl);
+  }
+
+  #remove(id, row) {
+    const hadFocus = row.element.contains(document.activeElement);
+    row.element.remove();
+    this.#rows.delete(id);
+    if (hadFocus) byId('invite-button').focus();
+  }
+
+  #review() {
+    for (const row of this.#rows.values()) row.review(this.#state);
+  }
+
+  #toggleLog() {
+    const log = byId('log');
+    log.hidden = !log.hidden;
+    byId('log-button').setAttribute('aria-expanded', String(!log.hidden));
+    if (!log.hidden) this.#connection.tell({log: true});
+  }
+}
+
+// One invitation, from its code to the supporter who came with it.
+class Row {
+  element = byId('guest-template').content.firstElementChild.cloneNode(true);
+  session = null;
+  #page;
+  #toldAt; // on the clock of performance.now()
+  #askedAt = 0;
+  #state = null;
+  #news;
+
+  // `answer` sends what is to be done, `news` says something to those who listen to the page.
+  constructor(answer, news) {
+    this.#news = news;
+    const whenClicked = (name, message) => {
+      this.#part(name).onclick = () => answer(message());
+    };
+    whenClicked('watch', () => ({answer: 'watch'}));
+    whenClicked('both', () => ({answer: 'control'}));
+    whenClicked('refuse', () => ({answer: 'refuse'}));
+    whenClicked('control', () => ({control: !this.session.control}));
+    whenClicked('end', () => ({end: true}));
+    this.#part('copy').onclick = () => this.#copy();
+  }
+
+  show(session, page) {
+    const before = this.session?.stage;
+    this.session = session;
+    this.#page = page;
+    this.#toldAt = performance.now();
+    const {stage, code, link, qr, words} = session;
+    this.element.dataset.stage = stage;
+    this.#part('invitation').hidden = stage !== 'waiting';
+    this.#part('question').hidden = stage !== 'asking';
+    this.#part('code').hidden = code === '';
+    setText(this.#part('code'), code);
+    if (this.#part('link').value !== link) this.#part('link').value = link;
+    if (stage === 'waiting' && before !== stage) this.#draw(qr ?? []);
+    if (stage === 'asking' && before !== stage) this.#ask();
+    setText(this.#part('words'), (words ?? []).join(' · '));
+    const isOver = explainStage(session).isOver;
+    this.#part('actions').hidden = isOver || stage === 'asking';
+    this.#part('control').hidden = stage !== 'connected';
+    setText(this.#part('control'), session.control ? 'Take back control' : 'Give control');
+    setText(this.#part('end'), session.name ? 'Disconnect' : 'Withdraw this invitation');
+    if (before !== stage) this.#news(explainStage(session).what);
+  }
+
+  // `state` is that of the session on this computer, or null.
+  review(state) {
+    this.#state = state;
+    const passedMs = performance.now() - this.#toldAt;
+    const {stage, expiresInMs, sinceMs} = this.session;
+    const connectedMs = sinceMs === null ? null : sinceMs + passedMs;
+    const terms = {sinceMs: connectedMs, state, page: this.#page};
+    const {what, next} = explainStage(this.session, terms);
+    setText(this.#part('title'), what);
+    setText(this.#part('advice'), next);
+    const expires = stage === 'waiting' && expiresInMs !== null;
+    const left = expires ? `Good for another ${clockOf(expiresInMs - passedMs)} minutes` : '';
+    setText(this.#part('countdown'), left);
+    const tooSoon = performance.now() < this.#askedAt + answersAfterMs - 1;
+    for (const name of ['watch', 'both']) this.#part(name).disabled = tooSoon;
+  }
+
+  #part(name) {
+    return this.element.querySelector(`[data-part=${name}]`);
+  }
+
+  #ask() {
+    this.#askedAt = performance.now();
+    setTimeout(() => this.review(this.#state), answersAfterMs);
+    this.element.scrollIntoView({block: 'nearest'});
+  }
+
+  async #copy() {
+    const input = this.#part('link');
+    try {
+      await navigator.clipboard.writeText(input.value);
+      setText(this.#part('copied'), 'Copied. Send it to your supporter only.');
+    } catch {
+      input.focus();
+      input.select();
+      setText(this.#part('copied'), 'Press Ctrl+C to copy the link.');
+    }
+  }
+
+  #draw(rows) {
+    const qr = this.#part('qr');
+    const side = rows.length + 2 * qrBorder;
+    qr.toggleAttribute('hidden', rows.length === 0);
+    qr.setAttribute('viewBox', `0 0 ${side} ${side}`);
+    const dark = [];
+    rows.forEach((row, y) => {
+      for (const {index, 0: run} of row.matchAll(/1+/g)) {
+        dark.push(`M${index + qrBorder} ${y + qrBorder}h${run.length}v1h-${run.length}z`);
+      }
+    });
+    qr.firstElementChild.setAttribute('d', dark.join(''));
+  }
+}
+
+function logRow({atMs, text}) {
+  const row = document.createElement('li');
+  const time = document.createElement('time');
+  const at = new Date(atMs);
+  time.dateTime = at.toISOString();
+  time.textContent = at.toLocaleString();
+  row.append(time, text);
+  return row;
+}
