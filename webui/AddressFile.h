@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "webui/PrivateFolder.h"
+#include "platform/unix/PrivateFolder.h"
 
 namespace quorvin::webui {
 

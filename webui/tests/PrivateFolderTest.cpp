@@ -7,7 +7,7 @@
 #include <string>
 #include <system_error>
 
-#include "webui/PrivateFolder.h"
+#include "platform/unix/PrivateFolder.h"
 
 namespace quorvin::webui {
 namespace {

@@ -1,4 +1,4 @@
-#include "webui/PrivateFolder.h"
+#include "platform/unix/PrivateFolder.h"
 
 #include <fcntl.h>
 #include <glib.h>
@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <system_error>
 
-namespace quorvin::webui {
+namespace quorvin {
 
 namespace {
 
@@ -70,4 +70,4 @@ void PrivateFolder::remove(const std::string& name) const noexcept {
   unlinkat(folder.get(), name.c_str(), 0);
 }
 
-}  // namespace quorvin::webui
+}  // namespace quorvin

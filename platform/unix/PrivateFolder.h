@@ -4,7 +4,7 @@
 
 #include "platform/unix/FileDescriptor.h"
 
-namespace quorvin::webui {
+namespace quorvin {
 
 // A folder that only this user gets into, whatever the mask (umask) says. What fails throws
 // std::system_error.
@@ -25,4 +25,4 @@ class PrivateFolder {
   FileDescriptor folder;
 };
 
-}  // namespace quorvin::webui
+}  // namespace quorvin
