@@ -48,6 +48,11 @@ export class Guest {
     return this.#attempt.nonce;
   }
 
+  // The invitation's, once it is known: with a code that is after the offer.
+  get sid() {
+    return this.#invitation.sid;
+  }
+
   async #begin(way, password) {
     const opening = this.#random(new Uint8Array(nonceBytes));
     const nonce = new Uint8Array(await crypto.subtle.digest('SHA-256', opening));

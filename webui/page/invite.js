@@ -1,7 +1,7 @@
 // Invitations of supporters on other computers, on the customer's page: what to hand on, the question
 // before anybody sees anything, and who is connected.
 
-import {explainStage, problems} from './remotetexts.js';
+import {explainStage, logSentence, problems} from './remotetexts.js';
 
 const qrBorder = 4; // modules
 // What has just appeared under somebody's mouse was not what they meant to press.
@@ -67,7 +67,7 @@ export class Invitations {
     for (const {session} of open) this.#connection.tell({remote: session.id, end: true});
   }
 
-  // Each {atMs, text}, the newest first.
+  // As they are in the log, the newest first.
   showLog(entries) {
     byId('log').replaceChildren(...entries.map(logRow));
   }
@@ -213,12 +213,11 @@ class Row {
   }
 }
 
-function logRow({atMs, text}) {
+function logRow(entry) {
   const row = document.createElement('li');
   const time = document.createElement('time');
-  const at = new Date(atMs);
-  time.dateTime = at.toISOString();
-  time.textContent = at.toLocaleString();
-  row.append(time, text);
+  time.dateTime = entry.time;
+  time.textContent = new Date(entry.time).toLocaleString();
+  row.append(time, logSentence(entry));
   return row;
 }

@@ -1,56 +1,9 @@
-// Puts the supporter's page together: the picture, mouse and keyboard in it, and its settings.
+// The supporter's page on the shared computer itself.
 
 import {Connection, showConnection} from './connection.js';
-import {Control} from './control.js';
-import {Picture} from './picture.js';
-import {Settings} from './settings.js';
+import {makeView} from './view.js';
 
 const connection = new Connection();
-const settings = new Settings(connection);
-const picture = new Picture(
-  () => settings.fallBack(),
-  () => connection.requestWholePicture(),
-);
-const control = new Control(connection, showSides);
-
-// A page in the background needs no pictures.
-function showSides() {
-  connection.show({customer: false, picture: !document.hidden, input: !control.viewOnly});
-}
-
-async function askWhetherUnattended() {
-  const capabilities = await connection.call('capabilities').catch(() => ({}));
-  picture.setUnattended(capabilities.unattended === true);
-}
-
 showConnection(connection, document.getElementById('connection-state'));
-
-connection.addEventListener('open', () => {
-  askWhetherUnattended();
-  picture.connected();
-  control.connected();
-});
-
-connection.addEventListener('closed', () => {
-  picture.disconnected();
-  control.disconnected();
-  settings.disconnected();
-});
-
-connection.addEventListener('state', ({detail}) => {
-  picture.showSession(detail.session);
-  control.showSession(detail.session, detail.control);
-  settings.showSession(detail.session, detail.settings);
-});
-
-connection.addEventListener('picture', async ({detail}) => {
-  try {
-    await picture.draw(detail.bytes, detail.arrivedAt, detail.number);
-  } finally {
-    connection.acknowledgePicture();
-  }
-});
-
-document.addEventListener('visibilitychange', showSides);
-showSides();
+makeView(connection);
 connection.open();

@@ -45,6 +45,7 @@ test('what is no piece is refused', () => {
   const wrong = [
     new ArrayBuffer(0),
     pieceOf(2, 10),
+    pieceOf(2, contentMax),
     pieceOf(0, contentMax - 1),
     pieceOf(0, contentMax + 1),
     pieceOf(1, contentMax + 1),

@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import {test} from 'node:test';
 
-import {explainStage} from '../../page/remotetexts.js';
+import {explainStage, logSentence} from '../../page/remotetexts.js';
 
 const session = {name: 'Ann', code: '', control: false, path: 'direct'};
 const live = {session: 'live', control: true};
@@ -51,4 +51,18 @@ test('a name cannot turn round the words beside it', () => {
   for (const stage of ['asking', 'connected', 'lost', 'refused', 'gone', 'ended']) {
     assert.match(say({stage, name: '\u05d0\u05d1'}).what, /\u2068\u05d0\u05d1\u2069/u);
   }
+});
+
+test('the log is told in sentences', () => {
+  const entry = {name: 'Ann', control: false, path: 'relayed', why: null};
+  const said = (fields) => logSentence({...entry, ...fields}).replace(/[\u2068\u2069]/gu, '');
+  assert.equal(said({event: 'allowed'}), 'Ann was allowed to watch.');
+  assert.equal(said({event: 'allowed', control: true}), 'Ann was allowed to watch and control.');
+  assert.equal(said({event: 'connected'}), 'Ann was connected through a relay.');
+  assert.equal(said({event: 'control'}), 'Control was taken back from Ann.');
+  assert.equal(said({event: 'refused', why: 'unanswered'}), 'Ann got no answer.');
+  assert.equal(said({event: 'refused', why: 'customer'}), 'Ann was refused.');
+  assert.equal(said({event: 'ended', name: '', why: 'expired'}), 'The invitation expired.');
+  assert.equal(said({event: 'ended', why: 'left'}), 'Ann left.');
+  assert.equal(said({event: 'of tomorrow'}), 'of tomorrow');
 });

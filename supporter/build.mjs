@@ -1,0 +1,64 @@
+// Builds the page into dist/, or the folder that is named: what a web server needs to give away, but
+// for place.json.
+
+import {spawnSync} from 'node:child_process';
+import {copyFileSync, mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync} from 'node:fs';
+import {tmpdir} from 'node:os';
+import {join} from 'node:path';
+import {fileURLToPath} from 'node:url';
+
+import {build} from 'esbuild';
+
+const here = (path) => fileURLToPath(new URL(path, import.meta.url));
+const read = (path) => readFileSync(here(path), 'utf8');
+const dist = process.argv[2] ?? here('dist/');
+
+function replaced(text, part, by) {
+  if (text.split(part).length !== 2) throw new Error(`the markup has no single ${part}`);
+  return text.replace(part, () => by);
+}
+
+// The view of the shared screen is that of a supporter on the same computer, and says more.
+function markup() {
+  const [view] = read('../webui/page/supporter.html').match(/ *<section.*<\/section>\n/s);
+  const more =
+    '  <div><dt>Way</dt><dd id="stats-way">–</dd></div>\n' +
+    '          <div><dt>ms there and back</dt><dd id="stats-trip">–</dd></div>\n        </dl>';
+  const trouble = '<p id="control-trouble"';
+  const reduced = `<p id="reduced" class="fine" role="status"></p>\n        ${trouble}`;
+  const said = replaced(replaced(view, '</dl>', more), trouble, reduced);
+  const hidden = replaced(said, '<section ', '<section id="view" hidden ');
+  return replaced(read('index.html'), '    <!-- the shared screen -->\n', hidden);
+}
+
+function keyTable(folder) {
+  const table = join(folder, 'keycodes.js');
+  const args = ['-B', here('../tools/browser_keycodes.py'), here('../platform/mac-keycodes.csv'), table];
+  const {status, error} = spawnSync('python3', args, {stdio: 'inherit'});
+  if (status !== 0) throw error ?? new Error('the key table was not made');
+  return table;
+}
+
+const generated = mkdtempSync(join(tmpdir(), 'quorvin-page-'));
+try {
+  rmSync(dist, {recursive: true, force: true});
+  mkdirSync(dist, {recursive: true});
+  writeFileSync(join(dist, 'index.html'), markup());
+  const styles = ['../webui/page/app.css', '../webui/page/supporter.css', 'page.css'];
+  writeFileSync(join(dist, 'page.css'), styles.map(read).join('\n'));
+  copyFileSync(here('../webui/page/icon.svg'), join(dist, 'icon.svg'));
+  const path = keyTable(generated);
+  await build({
+    entryPoints: [here('main.js')],
+    outfile: join(dist, 'page.js'),
+    bundle: true,
+    format: 'esm',
+    minify: true,
+    legalComments: 'linked',
+    target: 'es2022',
+    plugins: [{name: 'key table', setup: (build) => build.onResolve({filter: /keycodes\.js$/}, () => ({path}))}],
+    logLevel: 'warning',
+  });
+} finally {
+  rmSync(generated, {recursive: true});
+}

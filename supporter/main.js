@@ -1,0 +1,123 @@
+// Puts the page of a supporter on another computer together: the first view, and then what a
+// supporter on the same computer has.
+
+import mqtt from 'mqtt';
+
+import {Connection} from '../webui/page/connection.js';
+import {Peer} from '../webui/page/peer.js';
+import {makeView} from '../webui/page/view.js';
+import {Help} from './help.js';
+import {Signalling} from './signalling.js';
+import {explainReduction, explainStage, linkProblems} from './texts.js';
+import {Guest} from './trust/guest.js';
+import {cleanName, parseCode, parseLink} from './trust/invitation.js';
+
+const pathEveryMs = 1000;
+
+const byId = (id) => document.getElementById(id);
+const setText = (id, text) => {
+  if (byId(id).textContent !== text) byId(id).textContent = text;
+};
+
+const connection = new Connection();
+let help = null;
+let link = readLink();
+
+function readLink() {
+  const fragment = location.hash;
+  if (fragment.length < 2) return null;
+  const parsed = parseLink(fragment);
+  setText('link-problem', linkProblems[parsed ? parsed.outcome : 'unreadable'] ?? '');
+  return parsed?.way ? parsed : null;
+}
+
+// What was opened stays in the browser's memory no longer than it is good for.
+function forgetLink() {
+  link = null;
+  history.replaceState(null, '', location.pathname);
+}
+
+function readPlace() {
+  const options = {cache: 'no-store', signal: AbortSignal.timeout(10_000)};
+  return fetch('place.json', options).then((response) => response.json());
+}
+
+function check(input, isValid) {
+  input.setAttribute('aria-invalid', String(!isValid));
+  const hint = byId(input.getAttribute('aria-describedby'));
+  hint.dataset.kind = isValid ? 'neutral' : 'bad';
+  if (!isValid) input.focus();
+  return isValid;
+}
+
+function ask() {
+  const name = cleanName(byId('name').value);
+  const invitation = link ?? parseCode(byId('code').value);
+  const codeIsValid = check(byId('code'), Boolean(invitation));
+  if (!check(byId('name'), name !== undefined) || !codeIsValid) return;
+  help = new Help({
+    guest: new Guest(invitation, name),
+    digits: invitation.place,
+    connection,
+    readPlace,
+    openSignalling: (options) => Signalling.open(mqtt.connect, options),
+    makePeer: (options) => new Peer(options),
+    onChange: show,
+  });
+  help.join();
+}
+
+function show() {
+  const stage = help?.stage;
+  const {what, next} = stage ? explainStage(stage) : {what: '', next: ''};
+  const isOver = help?.isOver ?? true;
+  if (stage === 'asked') forgetLink();
+  byId('ask-form').hidden = stage !== undefined;
+  byId('by-code').hidden = link !== null;
+  byId('by-link').hidden = link === null;
+  byId('first').hidden = stage === 'connected';
+  byId('progress').hidden = stage === undefined;
+  byId('progress').dataset.stage = isOver ? 'over' : stage;
+  setText('stage-what', what);
+  setText('stage-next', next);
+  setText('words', stage === 'asked' ? help.words.join(' · ') : '');
+  byId('again').hidden = !isOver;
+  byId('leave').hidden = isOver;
+  // The view stays while what it shows may come back.
+  if (stage === 'connected') byId('view').hidden = false;
+  else if (isOver) byId('view').hidden = true;
+  showChip(stage, isOver);
+}
+
+function showChip(stage, isOver) {
+  const states = {connected: ['connected', 'Connected'], resuming: ['disconnected', 'Resuming…']};
+  const [state, text] = states[stage] ?? (isOver ? ['off', 'Not connected'] : ['connecting', 'Connecting…']);
+  byId('connection-state').dataset.state = state;
+  setText('connection-state', text);
+}
+
+async function showPath() {
+  const path = await help?.peer?.path().catch(() => null);
+  setText('stats-way', path ? {direct: 'direct', relayed: 'relayed'}[path.way] : '–');
+  setText('stats-trip', path && path.roundTripMs >= 0 ? path.roundTripMs.toFixed(0) : '–');
+}
+
+byId('ask-form').onsubmit = (event) => {
+  event.preventDefault();
+  ask();
+};
+byId('again').onclick = () => {
+  help = null;
+  show();
+  byId('name').focus();
+};
+byId('leave').onclick = () => help.leave();
+window.addEventListener('hashchange', () => {
+  link = readLink();
+  show();
+});
+connection.addEventListener('reduced', ({detail}) => setText('reduced', explainReduction(detail)));
+connection.addEventListener('closed', () => setText('reduced', ''));
+setInterval(showPath, pathEveryMs);
+makeView(connection);
+show();
