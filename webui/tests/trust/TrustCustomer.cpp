@@ -23,7 +23,7 @@ Invitation::Effects effectsOf(Invitation& invitation, const std::string& line) {
 }  // namespace
 
 int main() {
-  Invitation invitation(systemRandom, {});
+  Invitation invitation(systemRandom, Invitation::Time{});
   std::cout << invitation.link("https://place.example/") << '\n' << invitation.code() << std::endl;
   for (std::string line; std::getline(std::cin, line);) {
     const auto effects = effectsOf(invitation, line);
