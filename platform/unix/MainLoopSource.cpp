@@ -56,9 +56,12 @@ MainLoopSource MainLoopSource::attach(GMainContext* context, GSource* source, GS
 
 MainLoopSource MainLoopSource::onDescriptor(GMainContext* context, int descriptor,
                                             GIOCondition conditions, Handler handler) {
+  auto* source = g_unix_fd_source_new(descriptor, conditions);
+  // Otherwise GLib takes the descriptor out of the loop for each call, which rouses the loop twice.
+  // No handler runs the loop itself.
+  g_source_set_can_recurse(source, TRUE);
   // GLib calls a descriptor source's function with its real signature.
-  return attach(context, g_unix_fd_source_new(descriptor, conditions),
-                G_SOURCE_FUNC(&runForDescriptor), std::move(handler));
+  return attach(context, source, G_SOURCE_FUNC(&runForDescriptor), std::move(handler));
 }
 
 MainLoopSource MainLoopSource::onTurn(GMainContext* context, int priority, Handler handler) {

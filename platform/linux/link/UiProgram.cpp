@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <tuple>
 #include <utility>
 
 #include "platform/unix/MainLoopSource.h"
@@ -23,6 +24,9 @@ std::pair<FileDescriptor, FileDescriptor> makeSocketPair() {
     throw StartUpError(
         "The link to the user interface cannot be made: " + std::string(g_strerror(errno)) + ".");
   }
+  // A frame that finds room in one piece rouses the user interface once. Some systems grant less.
+  constexpr int bufferBytes = 1024 * 1024;
+  std::ignore = ::setsockopt(ends[0], SOL_SOCKET, SO_SNDBUF, &bufferBytes, sizeof bufferBytes);
   return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 

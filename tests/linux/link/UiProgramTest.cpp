@@ -142,6 +142,18 @@ TEST_F(UiProgramTest, HasTheLinkAsDescriptorThreeAndNoneOfOurs) {
   EXPECT_EQ(readAll(socket), "fd 3\n");
 }
 
+int sendBufferOf(const FileDescriptor& socket) {
+  int bytes = 0;
+  socklen_t size = sizeof bytes;
+  EXPECT_EQ(::getsockopt(socket.get(), SOL_SOCKET, SO_SNDBUF, &bytes, &size), 0);
+  return bytes;
+}
+
+TEST_F(UiProgramTest, HasALinkThatTakesMoreThanOthersDo) {
+  UiProgram program(script("exit 0\n"));
+  EXPECT_GT(sendBufferOf(program.takeSocket()), sendBufferOf(makePair(SOCK_STREAM)[0]));
+}
+
 TEST_F(UiProgramTest, ClosesTheLinkWhenItEnds) {
   UiProgram program(script("exit 7\n"));
   const auto socket = program.takeSocket();
