@@ -17,7 +17,8 @@ namespace {
 constexpr std::string_view hostChannel = "com.quorvin.support/host";
 constexpr std::string_view framesChannel = "com.quorvin.support/frames";
 
-constexpr std::size_t readSize = std::size_t{256} * 1024;
+// Most frames fit.
+constexpr std::size_t readSize = std::size_t{512} * 1024;
 // So many reads before other sources of the main loop get their turn.
 constexpr int readsPerTurnMax = 16;
 // A host that stops reading must not make this program grow without end.
@@ -34,7 +35,7 @@ std::string describe(int error) {
 FlutterReply replyFrom(const LinkFrame& frame) {
   if (frame.type == LinkFrameType::emptyReply) return FlutterMethodNotImplemented{};
   try {
-    auto envelope = decodeEnvelope(frame.payload);
+    auto envelope = decodeEnvelope(frame.payload.bytes());
     if (auto* error = std::get_if<FlutterError>(&envelope)) return std::move(*error);
     return std::get<Value>(std::move(envelope));
   } catch (const CodecError&) {
@@ -69,7 +70,7 @@ void HostClient::request(std::string_view channel, const FlutterMethodCall& call
                          FlutterResult onReply) {
   if (!open) return;
   const LinkFrame message{LinkFrameType::message, unusedId(), std::string(channel),
-                          encodeMethodCall(call)};
+                          Data(encodeMethodCall(call))};
   unanswered.emplace(message.id, std::move(onReply));
   enqueue(message);
 }
@@ -92,7 +93,7 @@ bool HostClient::read() {
       break;
     }
     reader.received(static_cast<std::size_t>(count));
-    if (!handleReadBytes()) break;
+    if (!handleReadBytes() || static_cast<std::size_t>(count) < room.size()) break;
   }
   return open;
 }
@@ -100,7 +101,7 @@ bool HostClient::read() {
 bool HostClient::handleReadBytes() {
   try {
     while (auto frame = reader.next()) {
-      handleFrame(std::move(*frame));
+      handleFrame(*frame);
       if (!open) return false;
     }
   } catch (const LinkError& error) {
@@ -109,13 +110,13 @@ bool HostClient::handleReadBytes() {
   return open;
 }
 
-void HostClient::handleFrame(LinkFrame frame) {
+void HostClient::handleFrame(const LinkFrame& frame) {
   if (frame.type != LinkFrameType::message) return handleReply(frame);
   // This user interface answers nothing; a sender that wants a reply is told so at once.
   if (frame.id != 0) enqueue({LinkFrameType::emptyReply, frame.id, {}, {}});
   // Everything else that the host sends (the window's life cycle) concerns no page.
   if (frame.channel == framesChannel && !frame.payload.empty()) {
-    handleEvent(Data(std::move(frame.payload)));
+    handleEvent(frame.payload);
   }
 }
 

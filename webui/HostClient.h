@@ -47,7 +47,7 @@ class HostClient {
   std::uint32_t unusedId();
   bool read();
   bool handleReadBytes();
-  void handleFrame(LinkFrame frame);
+  void handleFrame(const LinkFrame& frame);
   void handleReply(const LinkFrame& reply);
   void handleEvent(const Data& payload) const;
   void enqueue(const LinkFrame& frame);

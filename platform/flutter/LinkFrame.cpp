@@ -20,6 +20,10 @@ constexpr std::size_t messageHeadSize = typeSize + idSize + channelLengthSize;
 // A buffer this large is given back once its bytes have been handed out; smaller ones are kept
 // for the next frame.
 constexpr std::size_t keptCapacityMax = std::size_t{1} * 1024 * 1024;
+// A payload this large takes its buffer along, which costs less than a copy.
+constexpr std::size_t takenBytesMin = std::size_t{64} * 1024;
+// One that is shown, one to compare the next with, one that waits.
+constexpr std::size_t lentMax = 3;
 
 template <typename T>
 void appendNumber(Bytes& out, T value) {
@@ -97,18 +101,19 @@ std::optional<std::size_t> checkStart(std::span<const std::uint8_t> available) {
 }
 
 // `body` is a whole frame behind its length and has passed checkStart.
-LinkFrame parseBody(std::span<const std::uint8_t> body) {
+LinkFrame parseBody(const Data& body) {
+  const auto bytes = body.bytes();
   LinkFrame frame;
-  frame.type = checkedType(body.front());
-  frame.id = fromLittleEndian<std::uint32_t>(&body[typeSize]);
-  auto rest = body.subspan(typeSize + idSize);
+  frame.type = checkedType(bytes.front());
+  frame.id = fromLittleEndian<std::uint32_t>(&bytes[typeSize]);
+  std::size_t headSize = typeSize + idSize;
   if (frame.type == LinkFrameType::message) {
-    const std::size_t channelLength = fromLittleEndian<std::uint16_t>(rest.data());
-    frame.channel = asText(rest.subspan(channelLengthSize, channelLength));
+    const std::size_t channelLength = fromLittleEndian<std::uint16_t>(&bytes[headSize]);
+    frame.channel = asText(bytes.subspan(messageHeadSize, channelLength));
     if (!isUtf8(frame.channel)) throw LinkError("channel name is not UTF-8");
-    rest = rest.subspan(channelLengthSize + channelLength);
+    headSize = messageHeadSize + channelLength;
   }
-  frame.payload.assign(rest.begin(), rest.end());
+  frame.payload = body.slice(headSize, bytes.size() - headSize);
   return frame;
 }
 
@@ -119,7 +124,8 @@ Bytes encodeLinkFrame(const LinkFrame& frame) {
     throw LinkError("empty reply with a payload");
   }
   Bytes out = startFrame(frame.type, frame.id, frame.channel, frame.payload.size());
-  out.insert(out.end(), frame.payload.begin(), frame.payload.end());
+  const auto payload = frame.payload.bytes();
+  out.insert(out.end(), payload.begin(), payload.end());
   return out;
 }
 
@@ -139,43 +145,60 @@ void LinkFrameReader::append(std::span<const std::uint8_t> bytes) {
 }
 
 std::span<std::uint8_t> LinkFrameReader::room(std::size_t size) {
-  if (buffer.size() - filled < size) {
+  if (buffer->size() - filled < size) {
     // As much as a vector takes when it grows by itself.
-    buffer.reserve(std::max(filled + size, 2 * filled));
-    buffer.resize(filled + size);
+    buffer->reserve(std::max(filled + size, 2 * filled));
+    buffer->resize(filled + size);
   }
-  return std::span(buffer).subspan(filled, size);
+  return std::span(*buffer).subspan(filled, size);
 }
 
 std::optional<LinkFrame> LinkFrameReader::next() {
   if (failure) throw LinkError(*failure);
   try {
     const auto available =
-        std::span<const std::uint8_t>(buffer).subspan(consumed, filled - consumed);
+        std::span<const std::uint8_t>(*buffer).subspan(consumed, filled - consumed);
     const auto length = checkStart(available);
     if (!length || available.size() - lengthSize < *length) return std::nullopt;
-    LinkFrame frame = parseBody(available.subspan(lengthSize, *length));
+    const auto body = available.subspan(lengthSize, *length);
     consumed += lengthSize + *length;
+    const bool isTaken = consumed == filled && *length >= takenBytesMin;
+    LinkFrame frame =
+        parseBody(isTaken ? Data(buffer, body) : Data(Bytes(body.begin(), body.end())));
+    if (isTaken) replaceBuffer();
     discardConsumed();
     return frame;
   } catch (const LinkError& error) {
     failure = error;
-    buffer = Bytes();
+    *buffer = Bytes();
     filled = 0;
     consumed = 0;
     throw;
   }
 }
 
+// A payload has the buffer now. One that nobody holds any more serves again: fresh memory would be
+// cleared first, page by page.
+void LinkFrameReader::replaceBuffer() {
+  filled = 0;
+  consumed = 0;
+  if (buffer->capacity() <= keptCapacityMax) lent.push_back(std::move(buffer));
+  const auto spare =
+      std::ranges::find_if(lent, [](const auto& former) { return former.use_count() == 1; });
+  buffer = spare != lent.end() ? *spare : std::make_shared<Bytes>();
+  if (spare != lent.end()) lent.erase(spare);
+  if (lent.size() > lentMax) lent.erase(lent.begin());
+}
+
 // Moves what is left to the front, but only when that is no more than what goes: every byte
 // received is thus moved once on average, however many frames come at a time.
 void LinkFrameReader::discardConsumed() {
   if (consumed < filled - consumed) return;
-  const auto left = std::span(buffer).subspan(consumed, filled - consumed);
-  if (buffer.capacity() > keptCapacityMax) {
-    buffer = Bytes(left.begin(), left.end());
+  const auto left = std::span(*buffer).subspan(consumed, filled - consumed);
+  if (buffer->capacity() > keptCapacityMax) {
+    *buffer = Bytes(left.begin(), left.end());
   } else {
-    std::ranges::copy(left, buffer.begin());
+    std::ranges::copy(left, buffer->begin());
   }
   filled -= consumed;
   consumed = 0;

@@ -2,11 +2,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/Data.h"
 #include "platform/Value.h"
@@ -33,7 +35,7 @@ struct LinkFrame {
   LinkFrameType type = LinkFrameType::message;
   std::uint32_t id = 0;
   std::string channel;  // of messages; empty in replies
-  Bytes payload;
+  Data payload;
 
   friend bool operator==(const LinkFrame&, const LinkFrame&) = default;
 };
@@ -54,7 +56,8 @@ class LinkError : public std::runtime_error {
 [[nodiscard]] Bytes encodeEventLinkFrame(std::string_view channel, const Value& event);
 
 // Cuts the frames out of a byte stream that arrives in pieces of any size. Holds no more memory
-// than a small multiple of the bytes received and not yet handed out. One thread at a time.
+// than a small multiple of the bytes received and not yet handed out, and a few buffers for the
+// next ones. One thread at a time, which is also where payloads are let go of.
 class LinkFrameReader {
  public:
   void append(std::span<const std::uint8_t> bytes);
@@ -69,10 +72,12 @@ class LinkFrameReader {
   [[nodiscard]] std::optional<LinkFrame> next();
 
  private:
+  void replaceBuffer();
   void discardConsumed();
 
-  Bytes buffer;
-  std::size_t filled = 0;    // bytes of `buffer` that came
+  std::shared_ptr<Bytes> buffer = std::make_shared<Bytes>();
+  std::vector<std::shared_ptr<Bytes>> lent;  // that payloads may be in
+  std::size_t filled = 0;                    // bytes of `buffer` that came
   std::size_t consumed = 0;  // of these, at the front, those that were handed out already
   std::optional<LinkError> failure;
 };

@@ -61,10 +61,11 @@ void writeCallsAndEnvelopes(const std::filesystem::path& folder) {
 }
 
 void writeStreams(const std::filesystem::path& folder) {
-  const std::vector<LinkFrame> frames = {{LinkFrameType::message, 0, "flutter/lifecycle", {1, 2}},
-                                         {LinkFrameType::reply, 1, "", {3, 4, 5}},
-                                         {LinkFrameType::emptyReply, 2, "", {}},
-                                         {LinkFrameType::message, 3, "", {}}};
+  const std::vector<LinkFrame> frames = {
+      {LinkFrameType::message, 0, "flutter/lifecycle", Data(Bytes{1, 2})},
+      {LinkFrameType::reply, 1, "", Data(Bytes{3, 4, 5})},
+      {LinkFrameType::emptyReply, 2, "", {}},
+      {LinkFrameType::message, 3, "", {}}};
   Bytes stream = {2, 1, 5};  // two lengths: pieces of one and of five bytes
   for (const auto& frame : frames) {
     const Bytes bytes = encodeLinkFrame(frame);

@@ -35,7 +35,7 @@ Bytes encodeEvent(const FlutterEvent& event) {
 // The short cut for events must write what the long way writes.
 void checkEventFrame(const Value& event, const Bytes& envelope) {
   const Bytes frame = encodeEventLinkFrame("events", event);
-  if (frame != encodeLinkFrame({LinkFrameType::message, 0, "events", envelope})) {
+  if (frame != encodeLinkFrame({LinkFrameType::message, 0, "events", Data(envelope)})) {
     fatalError("an event frame differs from the frame of its envelope");
   }
 }

@@ -51,9 +51,9 @@ class FakeHost {
   // Answers a call that was left unanswered.
   void reply(const Call& call, const FlutterReply& reply) const {
     if (const auto* value = std::get_if<Value>(&reply)) {
-      send({LinkFrameType::reply, call.id, {}, encodeSuccessEnvelope(*value)});
+      send({LinkFrameType::reply, call.id, {}, Data(encodeSuccessEnvelope(*value))});
     } else if (const auto* error = std::get_if<FlutterError>(&reply)) {
-      send({LinkFrameType::reply, call.id, {}, encodeErrorEnvelope(*error)});
+      send({LinkFrameType::reply, call.id, {}, Data(encodeErrorEnvelope(*error))});
     } else {
       send({LinkFrameType::emptyReply, call.id, {}, {}});
     }
@@ -63,7 +63,8 @@ class FakeHost {
     sendBytes(encodeEventLinkFrame("com.quorvin.support/frames", Data(std::move(payload))));
   }
   void sendStreamError(const FlutterError& error) const {
-    send({LinkFrameType::message, 0, "com.quorvin.support/frames", encodeErrorEnvelope(error)});
+    send({LinkFrameType::message, 0, "com.quorvin.support/frames",
+          Data(encodeErrorEnvelope(error))});
   }
   void send(const LinkFrame& frame) const { sendBytes(encodeLinkFrame(frame)); }
 
@@ -109,7 +110,7 @@ class FakeHost {
 
   void record(const LinkFrame& frame) {
     if (frame.type != LinkFrameType::message) return;
-    recorded.push_back({frame.channel, decodeMethodCall(frame.payload), frame.id});
+    recorded.push_back({frame.channel, decodeMethodCall(frame.payload.bytes()), frame.id});
     const auto answer = answers.find(recorded.back().call.method);
     if (answer != answers.end()) reply(recorded.back(), answer->second);
   }

@@ -365,10 +365,11 @@ TEST_F(SessionHubTest, SecondReplyToACallBreaksTheLink) {
 
 TEST_F(SessionHubTest, UnreadableEventsAndOtherChannelsHarmNothing) {
   const auto page = openLivePage();
-  host.send({LinkFrameType::message, 0, "com.quorvin.support/frames", {0xFF}});
+  host.send({LinkFrameType::message, 0, "com.quorvin.support/frames", Data(Bytes{0xFF})});
   host.send({LinkFrameType::message, 0, "com.quorvin.support/frames", {}});
   const std::string text = "AppLifecycleState.hidden";
-  host.send({LinkFrameType::message, 0, "flutter/lifecycle", Bytes(text.begin(), text.end())});
+  host.send(
+      {LinkFrameType::message, 0, "flutter/lifecycle", Data(Bytes(text.begin(), text.end()))});
   host.sendFrame({1});
   EXPECT_TRUE(runUntil([&] { return !page->frames.empty(); }));
   EXPECT_FALSE(linkClosed);

@@ -196,7 +196,7 @@ void LinuxMessenger::onMessage(const LinkFrame& message) {
   const auto entry = handlers.find(message.channel);
   if (entry == handlers.end()) return answer(std::nullopt);
   const auto handler = entry->second;  // stays while it runs, even if it removes itself
-  handler->onMessage(message.payload, std::move(answer));
+  handler->onMessage(message.payload.bytes(), std::move(answer));
 }
 
 MessageAnswer LinuxMessenger::makeAnswer(std::uint32_t id) {

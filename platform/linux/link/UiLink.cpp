@@ -174,7 +174,7 @@ void UiLink::reply(std::uint32_t id, std::optional<Bytes> payload) {
   LinkFrame frame{.type = LinkFrameType::emptyReply, .id = id, .channel = {}, .payload = {}};
   if (payload) {
     frame.type = LinkFrameType::reply;
-    frame.payload = *std::move(payload);
+    frame.payload = Data(*std::move(payload));
   }
   try {
     push(encodeLinkFrame(frame));
@@ -197,7 +197,7 @@ void UiLink::sendMessage(std::string_view channel, Bytes payload) {
     push(encodeLinkFrame({.type = LinkFrameType::message,
                           .id = 0,
                           .channel = std::string(channel),
-                          .payload = std::move(payload)}));
+                          .payload = Data(std::move(payload))}));
   } catch (const LinkError&) {
     // Nobody waits for it.
     return;

@@ -84,8 +84,8 @@ TEST_F(HostLink, HasNoSuchMethodOrChannel) {
 }
 
 TEST_F(HostLink, AnswersAPayloadItCannotDecode) {
-  client().sendBytes(
-      encodeLinkFrame({LinkFrameType::message, 77, LinkClient::methodChannel, {0xC7, 0x00, 0x11}}));
+  client().sendBytes(encodeLinkFrame(
+      {LinkFrameType::message, 77, LinkClient::methodChannel, Data(Bytes{0xC7, 0x00, 0x11})}));
   EXPECT_EQ(client().waitForReply(77), FlutterReply(FlutterMethodNotImplemented()));
   EXPECT_NE(asMap(client().call("permissions")), nullptr);
 }

@@ -22,7 +22,7 @@ constexpr std::size_t chunkSize = std::size_t{256} * 1024;
 FlutterReply replyOf(const LinkFrame& frame) {
   if (frame.type == LinkFrameType::emptyReply) return FlutterMethodNotImplemented();
   return std::visit([](const auto& outcome) { return FlutterReply(outcome); },
-                    decodeEnvelope(frame.payload));
+                    decodeEnvelope(frame.payload.bytes()));
 }
 
 }  // namespace
@@ -44,7 +44,7 @@ std::uint32_t LinkClient::send(const std::string& channel, const std::string& me
   sendBytes(encodeLinkFrame({.type = LinkFrameType::message,
                              .id = id,
                              .channel = channel,
-                             .payload = encodeMethodCall({method, arguments})}));
+                             .payload = Data(encodeMethodCall({method, arguments}))}));
   return id;
 }
 
@@ -141,11 +141,12 @@ bool LinkClient::receive(Clock::time_point deadline) {
 void LinkClient::sort(const LinkFrame& frame) {
   if (frame.type == LinkFrameType::message) {
     if (frame.channel == frameChannel) {
-      events.push_back(decodeEnvelope(frame.payload));
+      events.push_back(decodeEnvelope(frame.payload.bytes()));
       ++eventsSinceReply;
     }
     if (frame.channel == lifecycleChannel) {
-      lifecycleStates.emplace_back(frame.payload.begin(), frame.payload.end());
+      const auto bytes = frame.payload.bytes();
+      lifecycleStates.emplace_back(bytes.begin(), bytes.end());
     }
   } else {
     replies.insert_or_assign(frame.id, replyOf(frame));

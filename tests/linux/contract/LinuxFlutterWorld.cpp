@@ -16,7 +16,7 @@ namespace {
 
 UiReply toUiReply(const LinkFrame& frame) {
   if (frame.type == LinkFrameType::emptyReply) return NullReply();
-  auto answer = decodeEnvelope(frame.payload);
+  auto answer = decodeEnvelope(frame.payload.bytes());
   if (auto* error = std::get_if<FlutterError>(&answer)) return std::move(*error);
   return std::get<Value>(std::move(answer));
 }
@@ -73,7 +73,8 @@ class LinuxFlutterWorld final : public FlutterWorld {
     peer.receive();
     for (const auto& frame : std::exchange(peer.frames, {})) {
       if (frame.type == LinkFrameType::message) {
-        messages[frame.channel].push_back(frame.payload);
+        const auto bytes = frame.payload.bytes();
+        messages[frame.channel].emplace_back(bytes.begin(), bytes.end());
       } else {
         replies[frame.id].add(toUiReply(frame));
       }

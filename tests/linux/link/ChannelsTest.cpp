@@ -78,7 +78,8 @@ class ChannelsTest : public testing::Test {
     peer.receive();
     std::vector<FlutterEvent> all;
     for (const auto& frame : peer.frames) {
-      if (frame.type == LinkFrameType::message) all.push_back(decodeEnvelope(frame.payload));
+      if (frame.type == LinkFrameType::message)
+        all.push_back(decodeEnvelope(frame.payload.bytes()));
     }
     return all;
   }
@@ -88,14 +89,15 @@ class ChannelsTest : public testing::Test {
     call(methods, "anything");
     std::vector<std::string> all;
     for (const auto& frame : peer.frames) {
-      if (frame.channel == texts) all.emplace_back(frame.payload.begin(), frame.payload.end());
+      const auto bytes = frame.payload.bytes();
+      if (frame.channel == texts) all.emplace_back(bytes.begin(), bytes.end());
     }
     return all;
   }
 
   static void expectSuccess(const LinkFrame& reply, const Value& value) {
     ASSERT_EQ(reply.type, LinkFrameType::reply);
-    EXPECT_EQ(decodeEnvelope(reply.payload), FlutterEvent(value));
+    EXPECT_EQ(decodeEnvelope(reply.payload.bytes()), FlutterEvent(value));
   }
 
   TestLoop loop;

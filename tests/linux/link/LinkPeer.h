@@ -43,7 +43,7 @@ class LinkPeer {
   }
 
   bool sendMessage(const std::string& channel, std::uint32_t id, Bytes payload) const {
-    return send({LinkFrameType::message, id, channel, std::move(payload)});
+    return send({LinkFrameType::message, id, channel, Data(std::move(payload))});
   }
 
   // Takes at most `limit` of the bytes that have arrived.

@@ -12,7 +12,7 @@ namespace quorvin {
 namespace {
 
 Bytes replyFrame(std::uint32_t id, std::size_t payloadSize = 1) {
-  return encodeLinkFrame({LinkFrameType::reply, id, {}, Bytes(payloadSize, 0xAB)});
+  return encodeLinkFrame({LinkFrameType::reply, id, {}, Data(Bytes(payloadSize, 0xAB))});
 }
 
 Value frameOf(std::uint8_t mark, std::size_t size = 8) {
@@ -28,7 +28,7 @@ std::vector<std::string> drain(MessageQueue& queue) {
     queue.wrote(bytes.size());
     while (const auto frame = reader.next()) {
       if (frame->type == LinkFrameType::message) {
-        const auto event = std::get<Value>(decodeEnvelope(frame->payload));
+        const auto event = std::get<Value>(decodeEnvelope(frame->payload.bytes()));
         const auto* data = event.as<Data>();
         seen.push_back("event " + std::to_string(data->bytes()[0]) + " of " + frame->channel);
       } else {
@@ -114,7 +114,7 @@ TEST(MessageQueue, FinishesAnEventThatHasBegunBeforeAnythingElse) {
   queue.wrote(rest.size());
   const auto first = reader.next();
   ASSERT_TRUE(first.has_value());
-  EXPECT_EQ(std::get<Value>(decodeEnvelope(first->payload)), frameOf(1, 1000));
+  EXPECT_EQ(std::get<Value>(decodeEnvelope(first->payload.bytes())), frameOf(1, 1000));
   EXPECT_EQ(drain(queue), (Seen{"reply 7", "event 3 of frames"}));
 }
 

@@ -62,7 +62,7 @@ class UiLinkTest : public testing::Test {
   }
 
   static std::uint8_t markOf(const LinkFrame& frame) {
-    return std::get<Value>(decodeEnvelope(frame.payload)).as<Data>()->bytes()[0];
+    return std::get<Value>(decodeEnvelope(frame.payload.bytes())).as<Data>()->bytes()[0];
   }
 
   TestLoop loop;
@@ -80,17 +80,17 @@ TEST_F(UiLinkTest, HandsMessagesOnInTheOrderSent) {
   ASSERT_TRUE(runUntilMessages(150));
   for (std::uint32_t id = 1; id <= 150; ++id) EXPECT_EQ(messages[id - 1].id, id);
   EXPECT_EQ(messages[6].channel, "channel");
-  EXPECT_EQ(messages[6].payload, Bytes{7});
+  EXPECT_EQ(messages[6].payload, Data(Bytes{7}));
 }
 
 TEST_F(UiLinkTest, PutsSplitMessagesTogether) {
-  const auto bytes = encodeLinkFrame({LinkFrameType::message, 9, "channel", Bytes(20, 5)});
+  const auto bytes = encodeLinkFrame({LinkFrameType::message, 9, "channel", Data(Bytes(20, 5))});
   for (const auto byte : bytes) {
     ASSERT_EQ(peer.sendBytes(std::span(&byte, 1)), 1U);
     loop.runUntilIdle();
   }
   ASSERT_TRUE(runUntilMessages(1));
-  EXPECT_EQ(messages[0].payload, Bytes(20, 5));
+  EXPECT_EQ(messages[0].payload, Data(Bytes(20, 5)));
 }
 
 TEST_F(UiLinkTest, SendsEachReplyOnce) {
@@ -103,7 +103,7 @@ TEST_F(UiLinkTest, SendsEachReplyOnce) {
   loop.runUntilIdle();
   peer.receive();
   ASSERT_EQ(peer.frames.size(), 1U);
-  EXPECT_EQ(peer.frames[0], (LinkFrame{LinkFrameType::reply, 4, {}, {1, 2}}));
+  EXPECT_EQ(peer.frames[0], (LinkFrame{LinkFrameType::reply, 4, {}, Data(Bytes{1, 2})}));
 }
 
 TEST_F(UiLinkTest, SendsTheNullReplyWithoutData) {
@@ -173,7 +173,7 @@ TEST_F(UiLinkTest, MayBeClosedByAMessageItBrings) {
 }
 
 TEST_F(UiLinkTest, ClosesOnAReplyNobodyAskedFor) {
-  ASSERT_TRUE(peer.send({LinkFrameType::reply, 1, {}, {0, 0}}));
+  ASSERT_TRUE(peer.send({LinkFrameType::reply, 1, {}, Data(Bytes{0, 0})}));
   expectClosed();
 }
 
@@ -259,7 +259,7 @@ TEST_F(UiLinkTest, SendsNoEventFromBeforeAMessageAfterIt) {
   link->sendEvent(frames, eventOf(9));
   ASSERT_TRUE(runUntilFrames(3));
   EXPECT_EQ(markOf(peer.frames[0]), 1);
-  EXPECT_EQ(peer.frames[1], (LinkFrame{LinkFrameType::message, 0, "text", {1, 2}}));
+  EXPECT_EQ(peer.frames[1], (LinkFrame{LinkFrameType::message, 0, "text", Data(Bytes{1, 2})}));
   EXPECT_EQ(markOf(peer.frames[2]), 9);
 }
 
@@ -267,7 +267,7 @@ TEST_F(UiLinkTest, DropsAMessageThatIsTooLongForAFrame) {
   link->sendMessage("text", Bytes(linkFrameLengthMax, 'x'));
   link->sendMessage("text", {1});
   ASSERT_TRUE(runUntilFrames(1));
-  EXPECT_EQ(peer.frames[0].payload, Bytes{1});
+  EXPECT_EQ(peer.frames[0].payload, Data(Bytes{1}));
   EXPECT_TRUE(link->isOpen());
 }
 
@@ -288,7 +288,7 @@ TEST_F(UiLinkTest, DeliversALargeReplyToASlowReader) {
     loop.runUntilIdle();
     ASSERT_FALSE(peer.sawClose());
   }
-  EXPECT_EQ(peer.frames[0].payload, large);
+  EXPECT_EQ(peer.frames[0].payload, Data(large));
 }
 
 // Asks for `count` replies of 4 MiB without reading any.
@@ -339,7 +339,8 @@ TEST_F(UiLinkTest, LeavesOthersTheirTurnsDuringAFlood) {
 
 TEST_F(UiLinkTest, HandlesAllOfAFlood) {
   Bytes flood;
-  const auto message = encodeLinkFrame({LinkFrameType::message, 0, "channel", {1, 2, 3}});
+  const auto message =
+      encodeLinkFrame({LinkFrameType::message, 0, "channel", Data(Bytes{1, 2, 3})});
   for (int count = 0; count < 20'000; ++count) {
     flood.insert(flood.end(), message.begin(), message.end());
   }

@@ -19,12 +19,12 @@ using testing::HasSubstr;
 using testing::ThrowsMessage;
 
 std::vector<LinkFrame> sampleFrames() {
-  return {{LinkFrameType::message, 0, "flutter/lifecycle", {1, 2, 3}},
+  return {{LinkFrameType::message, 0, "flutter/lifecycle", Data(Bytes{1, 2, 3})},
           {LinkFrameType::message, 0xFFFFFFFF, "", {}},
-          {LinkFrameType::reply, 1, "", {9, 8, 7, 6}},
+          {LinkFrameType::reply, 1, "", Data(Bytes{9, 8, 7, 6})},
           {LinkFrameType::reply, 2, "", {}},
           {LinkFrameType::emptyReply, 3, "", {}},
-          {LinkFrameType::message, 4, "gr\xC3\xBC\xC3\x9F", Bytes(300, 0xAA)}};
+          {LinkFrameType::message, 4, "gr\xC3\xBC\xC3\x9F", Data(Bytes(300, 0xAA))}};
 }
 
 Bytes encoded(const std::vector<LinkFrame>& frames) {
@@ -128,14 +128,56 @@ void expectTwoFramesAgainAndAgain(const LinkFrame& first, const LinkFrame& secon
 }
 
 TEST(LinkFrameReader, LosesNothingWhereItKeepsItsBufferForTheNextFrame) {
-  expectTwoFramesAgainAndAgain({LinkFrameType::reply, 5, "", Bytes(700'000, 1)},
-                               {LinkFrameType::reply, 6, "", Bytes(3, 2)});
+  expectTwoFramesAgainAndAgain({LinkFrameType::reply, 5, "", Data(Bytes(700'000, 1))},
+                               {LinkFrameType::reply, 6, "", Data(Bytes(3, 2))});
 }
 
 TEST(LinkFrameReader, LosesNothingWhereItGivesALargeBufferBack) {
-  expectTwoFramesAgainAndAgain({LinkFrameType::reply, 5, "", Bytes(1'500'000, 1)},
-                               {LinkFrameType::reply, 6, "", Bytes(3, 2)});
+  expectTwoFramesAgainAndAgain({LinkFrameType::reply, 5, "", Data(Bytes(1'500'000, 1))},
+                               {LinkFrameType::reply, 6, "", Data(Bytes(3, 2))});
 }
+
+// --- Memory
+
+// Appends a frame with that payload and takes it.
+LinkFrame passed(LinkFrameReader& reader, const Bytes& payload) {
+  reader.append(encodeLinkFrame({LinkFrameType::reply, 1, "", Data(payload)}));
+  return reader.next().value();
+}
+
+TEST(LinkFrameReader, DoesNotCopyALargePayload) {
+  constexpr std::size_t headSize = 9;
+  const auto bytes = encodeLinkFrame({LinkFrameType::reply, 1, "", Data(Bytes(100'000, 1))});
+  LinkFrameReader reader;
+  const auto room = reader.room(bytes.size());
+  std::ranges::copy(bytes, room.begin());
+  reader.received(bytes.size());
+  EXPECT_EQ(reader.next().value().payload.data(), room.data() + headSize);
+}
+
+TEST(LinkFrameReader, LeavesPayloadsAloneThatAreHeld) {
+  LinkFrameReader reader;
+  std::vector<LinkFrame> held;
+  for (std::uint8_t filling = 0; filling < 20; ++filling) {
+    held.push_back(passed(reader, Bytes(100'000, filling)));
+    if (filling % 3 == 2) held.erase(held.begin());
+  }
+  for (const auto& frame : held) {
+    EXPECT_EQ(frame.payload, Data(Bytes(100'000, frame.payload.bytes().back())));
+  }
+  EXPECT_EQ(held.front().payload.bytes().front(), 6);
+}
+
+TEST(LinkFrameReader, UsesTheMemoryOfAPayloadAgainThatIsNotHeld) {
+  constexpr std::size_t headSize = 9;
+  const Bytes large(700'000, 1);
+  LinkFrameReader reader;
+  const auto* const first = passed(reader, large).payload.data();
+  const auto second = passed(reader, large);
+  EXPECT_EQ(reader.room(1).data(), first - headSize);
+}
+
+// --- Bytes that are no frames
 
 TEST(LinkFrameReader, RefusesALengthOutOfRangeAtOnce) {
   expectRefused(hex("00 00 00 00"), "length out of range: 0");
@@ -145,7 +187,7 @@ TEST(LinkFrameReader, RefusesALengthOutOfRangeAtOnce) {
 }
 
 TEST(LinkFrameReader, TakesTheLargestLength) {
-  const LinkFrame largest{LinkFrameType::reply, 1, "", Bytes(linkFrameLengthMax - 5, 0x5A)};
+  const LinkFrame largest{LinkFrameType::reply, 1, "", Data(Bytes(linkFrameLengthMax - 5, 0x5A))};
   LinkFrameReader reader;
   reader.append(encodeLinkFrame(largest));
   EXPECT_TRUE(reader.next() == largest);

@@ -15,7 +15,7 @@ void expectUnwritable(const LinkFrame& frame) {
 }
 
 TEST(LinkFrame, OfAMessageCarriesItsChannel) {
-  EXPECT_EQ(encodeLinkFrame({LinkFrameType::message, 0x12345678, "ab", {0xEE, 0xFF}}),
+  EXPECT_EQ(encodeLinkFrame({LinkFrameType::message, 0x12345678, "ab", Data(Bytes{0xEE, 0xFF})}),
             hex("0B 00 00 00 00 78 56 34 12 02 00 61 62 EE FF"));
 }
 
@@ -25,7 +25,7 @@ TEST(LinkFrame, OfAMessageMayBeEmptyExceptForItsHead) {
 }
 
 TEST(LinkFrame, OfAReplyHasNoChannel) {
-  EXPECT_EQ(encodeLinkFrame({LinkFrameType::reply, 7, "", {0xEE}}),
+  EXPECT_EQ(encodeLinkFrame({LinkFrameType::reply, 7, "", Data(Bytes{0xEE})}),
             hex("06 00 00 00 01 07 00 00 00 EE"));
   EXPECT_EQ(encodeLinkFrame({LinkFrameType::reply, 7, "", {}}), hex("05 00 00 00 01 07 00 00 00"));
   EXPECT_EQ(encodeLinkFrame({LinkFrameType::emptyReply, 7, "", {}}),
@@ -33,7 +33,7 @@ TEST(LinkFrame, OfAReplyHasNoChannel) {
 }
 
 TEST(LinkFrame, ThatAReaderWouldRefuseCannotBeWritten) {
-  expectUnwritable({LinkFrameType::emptyReply, 7, "", {1}});
+  expectUnwritable({LinkFrameType::emptyReply, 7, "", Data(Bytes{1})});
   expectUnwritable({LinkFrameType::reply, 7, "channel", {}});
   expectUnwritable({LinkFrameType::emptyReply, 7, "channel", {}});
   expectUnwritable({LinkFrameType::message, 0, "\xFF", {}});
@@ -46,15 +46,16 @@ TEST(LinkFrame, TakesAChannelNameOf16BitsLength) {
 }
 
 TEST(LinkFrame, HasALengthLimit) {
-  LinkFrame frame{LinkFrameType::reply, 1, "", Bytes(linkFrameLengthMax - 5)};
+  LinkFrame frame{LinkFrameType::reply, 1, "", Data(Bytes(linkFrameLengthMax - 5))};
   EXPECT_EQ(encodeLinkFrame(frame).size(), 4U + linkFrameLengthMax);
-  frame.payload.push_back(0);
+  frame.payload = Data(Bytes(linkFrameLengthMax - 4));
   expectUnwritable(frame);
 }
 
 TEST(EventLinkFrame, IsAMessageWithoutIdThatHoldsASuccessEnvelope) {
   const Value event = Map{{"frame", Data({0xFF, 0xD8, 0xD9})}, {"width", 1280.0}, {"n", 3}};
-  const LinkFrame sameFrame{LinkFrameType::message, 0, "events", encodeSuccessEnvelope(event)};
+  const LinkFrame sameFrame{LinkFrameType::message, 0, "events",
+                            Data(encodeSuccessEnvelope(event))};
   EXPECT_EQ(encodeEventLinkFrame("events", event), encodeLinkFrame(sameFrame));
 }
 
@@ -63,7 +64,7 @@ TEST(EventLinkFrame, CountsAlignmentFromTheEnvelopeWhateverTheHeadMeasures) {
     const std::string channel(length, 'c');
     const Bytes payload = hex("00 06 00 00 00 00 00 00 00 00 00 00 00 00 F0 3F");
     EXPECT_EQ(encodeEventLinkFrame(channel, 1.0),
-              encodeLinkFrame({LinkFrameType::message, 0, channel, payload}));
+              encodeLinkFrame({LinkFrameType::message, 0, channel, Data(payload)}));
   }
 }
 
