@@ -300,8 +300,7 @@ void SessionHub::sendFrame(Page& page, const Frame& frame) {
 
 std::shared_ptr<const SegmentedJpeg> SessionHub::segmentsOf(const Data& payload) {
   if (newestSegments && newestSegments->file().data() == payload.data()) return newestSegments;
-  auto parsed = SegmentedJpeg::parse(payload);
-  newestSegments = parsed ? std::make_shared<const SegmentedJpeg>(std::move(*parsed)) : nullptr;
+  newestSegments = SegmentedJpeg::parse(payload, newestSegments);
   return newestSegments;
 }
 

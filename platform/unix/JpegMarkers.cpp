@@ -44,11 +44,17 @@ std::size_t findCodedData(std::span<const std::uint8_t> file) {
   return 0;
 }
 
+std::size_t findEnd(std::span<const std::uint8_t> coded, std::size_t begin, std::size_t segment,
+                    std::size_t segments) {
+  const auto end = behindMarker(coded, begin);
+  return end != 0 && coded[end - 1] == markerBehind(segment, segments) ? end : 0;
+}
+
 bool findEnds(std::span<const std::uint8_t> coded, std::span<std::size_t> ends) {
   std::size_t position = 0;
   for (std::size_t segment = 0; segment < ends.size(); ++segment) {
-    position = behindMarker(coded, position);
-    if (position == 0 || coded[position - 1] != markerBehind(segment, ends.size())) return false;
+    position = findEnd(coded, position, segment, ends.size());
+    if (position == 0) return false;
     ends[segment] = position;
   }
   return position == coded.size();

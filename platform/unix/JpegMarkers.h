@@ -23,8 +23,12 @@ inline constexpr std::size_t markerBytes = 2;
 // itself (B.1.1.4). 0 when there is no such place.
 [[nodiscard]] std::size_t findCodedData(std::span<const std::uint8_t> file);
 
-// Where so many segments end, each with the marker behind it. False when what is found are not just
-// their markers.
+// Where the segment that begins there ends, with the marker behind it; 0 when that is not the next
+// marker.
+[[nodiscard]] std::size_t findEnd(std::span<const std::uint8_t> coded, std::size_t begin,
+                                  std::size_t segment, std::size_t segments);
+
+// Where so many segments end. False when what is found are not just their markers.
 [[nodiscard]] bool findEnds(std::span<const std::uint8_t> coded, std::span<std::size_t> ends);
 
 }  // namespace quorvin

@@ -23,14 +23,6 @@ void append(Bytes& bytes, std::span<const std::uint8_t> more) {
   bytes.insert(bytes.end(), more.begin(), more.end());
 }
 
-std::vector<std::size_t> changedSegments(const SegmentedJpeg& base, const SegmentedJpeg& next) {
-  std::vector<std::size_t> changed;
-  for (std::size_t i = 0; i < next.count(); ++i) {
-    if (!std::ranges::equal(base.segment(i), next.segment(i))) changed.push_back(i);
-  }
-  return changed;
-}
-
 // Beyond three quarters of the file the receiver would spend more on putting it together than the
 // rest of it costs on the way.
 bool pays(std::size_t deltaBytes, std::size_t fileBytes) {
@@ -42,7 +34,7 @@ bool pays(std::size_t deltaBytes, std::size_t fileBytes) {
 std::optional<Bytes> deltaBetween(const SegmentedJpeg& base, const SegmentedJpeg& next,
                                   std::uint32_t baseNumber) {
   if (base.count() != next.count() || !std::ranges::equal(base.header(), next.header())) return {};
-  const auto changed = changedSegments(base, next);
+  const auto changed = next.changesSince(base);
   std::size_t size = headBytes + changed.size() * entryBytes;
   for (const std::size_t i : changed) size += next.segment(i).size();
   if (!pays(size, next.file().size())) return {};

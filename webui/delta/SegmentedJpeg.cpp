@@ -68,24 +68,56 @@ Grid gridOf(std::span<const std::uint8_t> header) {
 
 }  // namespace
 
-std::optional<SegmentedJpeg> SegmentedJpeg::parse(Data payload) {
+std::shared_ptr<const SegmentedJpeg> SegmentedJpeg::parse(
+    Data payload, const std::shared_ptr<const SegmentedJpeg>& before) {
   constexpr std::uint8_t startOfImage = 0xD8;
   const auto bytes = payload.bytes();
-  if (bytes.size() < markerBytes || bytes[0] != 0xFF || bytes[1] != startOfImage) return {};
-  SegmentedJpeg parsed;
-  parsed.headerBytes = findCodedData(bytes);
-  if (parsed.headerBytes == 0) return {};
-  const std::size_t count = gridOf(bytes.first(parsed.headerBytes)).segments();
-  if (count == 0 || count > segmentsMax) return {};
-  parsed.ends.resize(count);
-  if (!findEnds(bytes.subspan(parsed.headerBytes), parsed.ends)) return {};
-  parsed.bytes = std::move(payload);
+  if (bytes.size() < markerBytes || bytes[0] != 0xFF || bytes[1] != startOfImage) return nullptr;
+  auto parsed = std::make_shared<SegmentedJpeg>();
+  parsed->headerBytes = findCodedData(bytes);
+  parsed->bytes = std::move(payload);
+  if (parsed->headerBytes == 0) return nullptr;
+  const std::size_t count = gridOf(parsed->header()).segments();
+  if (count == 0 || count > segmentsMax) return nullptr;
+  parsed->ends.resize(count);
+  const bool isAlike = before && std::ranges::equal(before->header(), parsed->header());
+  if (!parsed->findSegments(isAlike ? before.get() : nullptr)) return nullptr;
+  if (isAlike) parsed->comparedWith = before;
   return parsed;
+}
+
+// Bytes that are those of a whole segment end where that does, since no marker is within.
+bool SegmentedJpeg::findSegments(const SegmentedJpeg* before) {
+  const auto coded = bytes.bytes().subspan(headerBytes);
+  std::size_t begin = 0;
+  for (std::size_t i = 0; i < ends.size(); ++i) {
+    const auto known = before != nullptr ? before->segment(i) : std::span<const std::uint8_t>();
+    const auto rest = coded.subspan(begin);
+    if (!known.empty() && known.size() <= rest.size() &&
+        std::ranges::equal(known, rest.first(known.size()))) {
+      begin += known.size();
+    } else {
+      begin = findEnd(coded, begin, i, ends.size());
+      if (begin == 0) return false;
+      changes.push_back(i);
+    }
+    ends[i] = begin;
+  }
+  return begin == coded.size();
 }
 
 std::span<const std::uint8_t> SegmentedJpeg::segment(std::size_t index) const {
   const std::size_t begin = index == 0 ? 0 : ends[index - 1];
   return bytes.bytes().subspan(headerBytes + begin, ends[index] - begin);
+}
+
+std::vector<std::size_t> SegmentedJpeg::changesSince(const SegmentedJpeg& base) const {
+  if (comparedWith.lock().get() == &base) return changes;
+  std::vector<std::size_t> changed;
+  for (std::size_t i = 0; i < count(); ++i) {
+    if (!std::ranges::equal(base.segment(i), segment(i))) changed.push_back(i);
+  }
+  return changed;
 }
 
 }  // namespace quorvin::webui

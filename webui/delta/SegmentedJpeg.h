@@ -2,7 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -17,8 +17,10 @@ class SegmentedJpeg {
   // Far more than a screen has.
   static constexpr std::size_t segmentsMax = 65'536;
 
-  // Nothing for any other payload. Looks at markers only and decodes nothing.
-  [[nodiscard]] static std::optional<SegmentedJpeg> parse(Data payload);
+  // Null for any other payload. Looks at markers only and decodes nothing. What is as in the file
+  // `before` is compared with that instead of searched; the outcome is the same without one.
+  [[nodiscard]] static std::shared_ptr<const SegmentedJpeg> parse(
+      Data payload, const std::shared_ptr<const SegmentedJpeg>& before = nullptr);
 
   [[nodiscard]] const Data& file() const { return bytes; }
   // From SOI to SOS.
@@ -28,11 +30,17 @@ class SegmentedJpeg {
   [[nodiscard]] std::size_t count() const { return ends.size(); }
   // Its coded data with the marker behind it.
   [[nodiscard]] std::span<const std::uint8_t> segment(std::size_t index) const;
+  // The segments that differ from those of a file with the same header.
+  [[nodiscard]] std::vector<std::size_t> changesSince(const SegmentedJpeg& base) const;
 
  private:
+  [[nodiscard]] bool findSegments(const SegmentedJpeg* before);
+
   Data bytes;
   std::size_t headerBytes = 0;
   std::vector<std::size_t> ends;  // counted from the end of the header
+  std::weak_ptr<const SegmentedJpeg> comparedWith;
+  std::vector<std::size_t> changes;  // since then
 };
 
 }  // namespace quorvin::webui

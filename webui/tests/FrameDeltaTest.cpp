@@ -10,20 +10,19 @@
 namespace quorvin::webui {
 namespace {
 
-std::optional<SegmentedJpeg> parse(const Bytes& file) {
-  return SegmentedJpeg::parse(Data(file));
+using Parsed = std::shared_ptr<const SegmentedJpeg>;
+
+Parsed parse(const Bytes& file, const Parsed& before = nullptr) {
+  return SegmentedJpeg::parse(Data(file), before);
 }
-std::optional<SegmentedJpeg> parse(const TestJpeg& jpeg) {
-  return parse(jpeg.file());
-}
-std::shared_ptr<const SegmentedJpeg> shared(const TestJpeg& jpeg) {
-  return std::make_shared<const SegmentedJpeg>(parse(jpeg).value());
+Parsed parse(const TestJpeg& jpeg, const Parsed& before = nullptr) {
+  return parse(jpeg.file(), before);
 }
 Bytes bytesOf(std::span<const std::uint8_t> bytes) {
   return {bytes.begin(), bytes.end()};
 }
 Bytes sentAs(FrameDeltas& deltas, const TestJpeg& jpeg) {
-  return bytesOf(deltas.next(Data(jpeg.file()), shared(jpeg)).bytes());
+  return bytesOf(deltas.next(Data(jpeg.file()), parse(jpeg)).bytes());
 }
 
 // Long enough for a delta of some of them to pay.
@@ -67,6 +66,57 @@ TEST(SegmentedJpeg, IsNoFileThatIsCutShortOrOutOfOrder) {
   auto file = whole;
   std::ranges::replace(file, std::uint8_t{0xD1}, std::uint8_t{0xD2});
   EXPECT_FALSE(parse(file));
+}
+
+std::vector<Bytes> segmentsOf(const SegmentedJpeg& jpeg) {
+  std::vector<Bytes> segments;
+  for (std::size_t i = 0; i < jpeg.count(); ++i) segments.push_back(bytesOf(jpeg.segment(i)));
+  return segments;
+}
+
+void expectTheSameWith(const Parsed& before, const Bytes& file) {
+  const auto alone = parse(file);
+  const auto compared = parse(file, before);
+  ASSERT_EQ(compared != nullptr, alone != nullptr);
+  if (!alone) return;
+  EXPECT_EQ(segmentsOf(*compared), segmentsOf(*alone));
+  if (alone->count() == before->count()) {
+    EXPECT_EQ(compared->changesSince(*before), alone->changesSince(*before));
+  }
+}
+
+TEST(SegmentedJpeg, IsTheSameWhateverItIsComparedWith) {
+  std::mt19937 random(1);
+  auto jpeg = wide();
+  Parsed before = parse(jpeg);
+  for (int step = 0; step < 1000; ++step) {
+    for (auto changes = random() % 4; changes > 0; --changes) {
+      jpeg.segments[random() % jpeg.segments.size()] =
+          Bytes(random() % 50, static_cast<std::uint8_t>(random() % 255));
+    }
+    expectTheSameWith(before, jpeg.file());
+    auto broken = jpeg.file();
+    broken[random() % broken.size()] =
+        static_cast<std::uint8_t>(random() % 3 == 0 ? 0xFF : random());
+    expectTheSameWith(before, broken);
+    broken.resize(random() % broken.size());
+    expectTheSameWith(before, broken);
+    before = parse(jpeg, before);
+  }
+  expectTheSameWith(before, TestJpeg().file());
+}
+
+TEST(SegmentedJpeg, KnowsItsChangesSinceAnyOtherFile) {
+  auto jpeg = wide();
+  const auto first = parse(jpeg);
+  jpeg.segments[1] = {9};
+  const auto second = parse(jpeg, first);
+  jpeg.segments[2] = {9};
+  const auto third = parse(jpeg, second);
+  EXPECT_EQ(third->changesSince(*second), (std::vector<std::size_t>{2}));
+  EXPECT_EQ(third->changesSince(*first), (std::vector<std::size_t>{1, 2}));
+  EXPECT_EQ(first->changesSince(*third), (std::vector<std::size_t>{1, 2}));
+  EXPECT_TRUE(third->changesSince(*third).empty());
 }
 
 // --- Deltas
@@ -127,8 +177,7 @@ Bytes applied(const SegmentedJpeg& base, const Bytes& delta) {
     for (std::size_t i = 0; i < 4; ++i) number = number << 8U | delta.at(at + i);
     return number;
   };
-  std::vector<Bytes> segments;
-  for (std::size_t i = 0; i < base.count(); ++i) segments.push_back(bytesOf(base.segment(i)));
+  std::vector<Bytes> segments = segmentsOf(base);
   const std::size_t changes = numberAt(12);
   std::size_t at = 16 + 8 * changes;
   for (std::size_t entry = 0; entry < changes; ++entry) {
@@ -147,14 +196,14 @@ TEST(FrameDelta, MakesTheNextFileWhateverChanges) {
   auto jpeg = wide();
   int deltas = 0;
   for (int step = 0; step < 1000; ++step) {
-    const auto base = parse(jpeg).value();
+    const auto base = parse(jpeg);
     for (auto changes = random() % 6; changes > 0; --changes) {
       jpeg.segments[random() % jpeg.segments.size()] =
           Bytes(random() % 60, static_cast<std::uint8_t>(random() % 255));
     }
-    const auto delta = deltaBetween(base, parse(jpeg).value(), 1);
+    const auto delta = deltaBetween(*base, *parse(jpeg, base), 1);
     if (!delta) continue;
-    EXPECT_EQ(applied(base, *delta), jpeg.file()) << step;
+    EXPECT_EQ(applied(*base, *delta), jpeg.file()) << step;
     ++deltas;
   }
   EXPECT_GT(deltas, 500);
