@@ -86,6 +86,20 @@ installPackages() {
   logged packages-install "${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive \
     apt-get install -y --no-install-recommends "${missing[@]}" ||
     fail "the packages could not be installed; see build/logs/packages-install.log." || return
+  endNewServices "${missing[@]}"
+}
+
+# endNewServices PACKAGE...: the tests start servers of their own; those that Debian starts with a
+# package that has just come are nobody's.
+endNewServices() {
+  local package
+  [[ -d /run/systemd/system ]] || return 0
+  for package in "$@"; do
+    case "$package" in
+      mosquitto | coturn) "${asRoot[@]}" systemctl disable --now --quiet "$package" ;;
+      nginx-light) "${asRoot[@]}" systemctl disable --now --quiet nginx ;;
+    esac
+  done
 }
 
 # Ends the processes given by id, those of their process groups included, and waits until they
