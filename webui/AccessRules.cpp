@@ -13,6 +13,14 @@ namespace {
 
 constexpr std::size_t tokenBytes = 16;
 constexpr std::string_view scheme = "http://";
+
+// Of an address with a path. Nothing for what a policy would read as more than one source.
+std::string_view originOf(std::string_view address) {
+  const auto hostBegin = address.find("://") + 3;
+  const auto origin = address.substr(0, address.find('/', hostBegin));
+  const auto usual = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.:/[]-_";
+  return origin.find_first_not_of(usual) == std::string_view::npos ? origin : std::string_view();
+}
 constexpr std::string_view guestPrefix = "guest-";
 
 // There is one way only to write each number.
@@ -52,8 +60,10 @@ bool equalInConstantTime(std::string_view given, std::string_view expected) {
   return difference == 0;
 }
 
-AccessRules::AccessRules(std::uint16_t port, PageTokens tokens)
-    : host("127.0.0.1:" + std::to_string(port)), tokens(std::move(tokens)) {}
+AccessRules::AccessRules(std::uint16_t port, std::string_view place, PageTokens tokens)
+    : host("127.0.0.1:" + std::to_string(port)),
+      placeOrigin(originOf(place)),
+      tokens(std::move(tokens)) {}
 
 bool AccessRules::hostAllowed(std::string_view hostHeader) const {
   return hostHeader == host;
@@ -87,7 +97,7 @@ std::string AccessRules::address(PageRole role) const {
 std::string AccessRules::contentPolicy() const {
   return "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' blob: data:; "
          "connect-src 'self' ws://" +
-         host + "; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
+         host + " " + placeOrigin + "; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
 }
 
 }  // namespace quorvin::webui

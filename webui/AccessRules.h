@@ -49,7 +49,9 @@ class AccessRules {
     std::string name;
   };
 
-  explicit AccessRules(std::uint16_t port, PageTokens tokens = {});
+  // `place` is the address of the page of supporters on other computers, beside which the
+  // customer's page may read more, or empty.
+  explicit AccessRules(std::uint16_t port, std::string_view place = {}, PageTokens tokens = {});
 
   [[nodiscard]] bool hostAllowed(std::string_view hostHeader) const;
   [[nodiscard]] bool originAllowed(std::string_view originHeader) const;
@@ -63,6 +65,7 @@ class AccessRules {
 
  private:
   std::string host;
+  std::string placeOrigin;
   PageTokens tokens;
 };
 

@@ -77,12 +77,13 @@ void refuse(SoupServerMessage* message, guint status, std::string_view why) {
 
 }  // namespace
 
-WebServer::WebServer(PageHandler onPage, std::chrono::milliseconds requestTimeMax)
+WebServer::WebServer(PageHandler onPage, std::string_view place,
+                     std::chrono::milliseconds requestTimeMax)
     : onPage(std::move(onPage)),
       // Paths stay as they were sent: there is one way only to write each of ours.
       server(soup_server_new("raw-paths", TRUE, nullptr)),
       door(server.get()),
-      rules(door.port()) {
+      rules(door.port(), place) {
   soup_server_add_early_handler(server.get(), everyPath, onHeaders, this, nullptr);
   soup_server_add_handler(server.get(), everyPath, onRequest, this, nullptr);
   door.open(

@@ -24,7 +24,8 @@ class WebServer {
   using PageHandler = std::function<void(SoupWebsocketConnection*, const PageOwner&)>;
 
   // Throws std::runtime_error when there is no free port, or no random tokens to be had.
-  explicit WebServer(PageHandler onPage,
+  // `place` as for AccessRules.
+  explicit WebServer(PageHandler onPage, std::string_view place = {},
                      std::chrono::milliseconds requestTimeMax = FrontDoor::requestTimeMax);
   ~WebServer();
 

@@ -11,7 +11,7 @@ const std::string token = "0123456789abcdef0123456789abcdef";
 const std::string supportersToken = "fedcba9876543210fedcba9876543210";
 
 AccessRules rules() {
-  return AccessRules(8765, {token, supportersToken});
+  return AccessRules(8765, {}, {token, supportersToken});
 }
 
 TEST(AccessRules, TokenIs128RandomBitsInHexadecimal) {
@@ -92,6 +92,20 @@ TEST(AccessRules, PolicyLetsNothingInFromElsewhere) {
   EXPECT_NE(policy.find("frame-ancestors 'none'"), std::string::npos);
   EXPECT_EQ(policy.find("unsafe"), std::string::npos);
   EXPECT_EQ(policy.find('*'), std::string::npos);
+}
+
+TEST(AccessRules, ThePageMayReadWhatIsBesideTheSupportersPage) {
+  const auto sources = [](const char* place) {
+    const auto policy = AccessRules(8765, place).contentPolicy();
+    const auto from = policy.find("connect-src");
+    return policy.substr(from, policy.find(';', from) - from);
+  };
+  const std::string own = "connect-src 'self' ws://127.0.0.1:8765 ";
+  EXPECT_EQ(sources("https://help.example.org/page/"), own + "https://help.example.org");
+  EXPECT_EQ(sources("http://127.0.0.1:8080"), own + "http://127.0.0.1:8080");
+  for (const auto* place : {"", "https://a *", "https://a;script-src", "https://a,b/", "*"}) {
+    EXPECT_EQ(sources(place), own) << place;
+  }
 }
 
 }  // namespace

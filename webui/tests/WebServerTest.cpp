@@ -19,7 +19,7 @@ class WebServerTest : public testing::Test {
               ++pagesOpened;
               lastOwner = owner;
             },
-            requestTimeMax) {}
+            {}, requestTimeMax) {}
 
   [[nodiscard]] std::string address(PageRole role = PageRole::customer) const {
     return server.access().address(role);
