@@ -1,9 +1,13 @@
 #include "webui/Confinement.h"
 
 #include <fcntl.h>
+#include <linux/landlock.h>
 #include <sched.h>
 #include <seccomp.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,6 +16,8 @@
 #include <memory>
 #include <stdexcept>
 #include <type_traits>
+
+#include "platform/unix/FileDescriptor.h"
 
 namespace quorvin::webui {
 
@@ -38,7 +44,8 @@ constexpr std::array otherProcesses{SCMP_SYS(ptrace),
                                     SCMP_SYS(shmget),
                                     SCMP_SYS(msgget),
                                     SCMP_SYS(semget)};
-constexpr std::array sockets{SCMP_SYS(socket), SCMP_SYS(connect), SCMP_SYS(bind), SCMP_SYS(listen)};
+constexpr std::array outgoingSockets{SCMP_SYS(socket), SCMP_SYS(connect)};
+constexpr std::array incomingSockets{SCMP_SYS(bind), SCMP_SYS(listen)};
 constexpr std::array fileChanges{
     SCMP_SYS(creat),     SCMP_SYS(truncate),  SCMP_SYS(rename),    SCMP_SYS(renameat),
     SCMP_SYS(renameat2), SCMP_SYS(link),      SCMP_SYS(linkat),    SCMP_SYS(symlink),
@@ -108,16 +115,47 @@ void limit(__rlimit_resource resource, rlim_t most) {
   if (setrlimit(resource, &wanted) != 0) throw std::runtime_error("a limit cannot be set");
 }
 
+// Everything but these is out of reach: the name service's settings, some of them kept by who looks
+// after the network, its parts and the system's certificates.
+void readOnlyForNames() {
+  constexpr auto reading = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_READ_DIR;
+  landlock_ruleset_attr handled{};
+  handled.handled_access_fs = reading | LANDLOCK_ACCESS_FS_EXECUTE |
+                              LANDLOCK_ACCESS_FS_REMOVE_FILE | LANDLOCK_ACCESS_FS_REMOVE_DIR;
+  const FileDescriptor rules(
+      static_cast<int>(syscall(SYS_landlock_create_ruleset, &handled, sizeof handled, 0)));
+  if (!rules.isOpen()) return;  // a kernel that does not know how
+  for (const char* path :
+       {"/etc", "/usr", "/run/systemd/resolve", "/run/resolvconf", "/run/NetworkManager"}) {
+    const FileDescriptor folder(::open(path, O_PATH | O_CLOEXEC));
+    landlock_path_beneath_attr allowed{reading, folder.get()};
+    if (folder.isOpen()) {
+      syscall(SYS_landlock_add_rule, rules.get(), LANDLOCK_RULE_PATH_BENEATH, &allowed, 0);
+    }
+  }
+  if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
+      syscall(SYS_landlock_restrict_self, rules.get(), 0) != 0) {
+    throw std::runtime_error("the system does not confine this program (landlock)");
+  }
+}
+
 }  // namespace
 
-void confine() {
+void confine(Network network) {
+  if (network == Network::outgoing) readOnlyForNames();
   limit(RLIMIT_NOFILE, descriptorsMax);
   limit(RLIMIT_DATA, memoryMax);
   limit(RLIMIT_CORE, 0);
   Filter filter;
   filter.refuse(programs);
   filter.refuse(otherProcesses);
-  filter.refuse(sockets);
+  filter.refuse(incomingSockets);
+  if (network == Network::none) {
+    filter.refuse(outgoingSockets);
+  } else {
+    // The user's other programs listen on local ones.
+    filter.refuseWhere(SCMP_SYS(socket), argument(0, SCMP_CMP_EQ, AF_UNIX));
+  }
   filter.refuse(fileChanges);
   filter.refuse(kernelParts);
   filter.refuse(unreadable, ENOSYS);

@@ -1,10 +1,13 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/landlock.h>
+#include <netinet/in.h>
 #include <sched.h>
 #include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,6 +18,7 @@
 #include <string>
 #include <thread>
 
+#include "tests/TemporaryFolder.h"
 #include "webui/Confinement.h"
 
 namespace quorvin::webui {
@@ -32,9 +36,9 @@ int statusIn(const std::function<int()>& work) {
 }
 
 // The error of a call in a confined process; 0 when it succeeds.
-int errorOf(const std::function<bool()>& call) {
-  return statusIn([&call] {
-    confine();
+int errorOf(const std::function<bool()>& call, Network network = Network::none) {
+  return statusIn([&] {
+    confine(network);
     return call() ? good : errno;
   });
 }
@@ -130,6 +134,40 @@ TEST(Confinement, LimitsDescriptorsAndMemory) {
               return malloc(twoGib) == nullptr ? errno : good;  // NOLINT: whether it can be had
             }),
             ENOMEM);
+}
+
+int errorWithNetworkOf(const std::function<bool()>& call) {
+  return errorOf(call, Network::outgoing);
+}
+
+TEST(Confinement, LetsConnectionsOutOverTheNetworkOnly) {
+  EXPECT_EQ(errorWithNetworkOf([] {
+              const int made = socket(AF_INET6, SOCK_STREAM, 0);
+              sockaddr_in6 nobody{};
+              nobody.sin6_family = AF_INET6;
+              nobody.sin6_addr = in6addr_loopback;
+              return connect(made, reinterpret_cast<sockaddr*>(&nobody), sizeof nobody) == 0;
+            }),
+            ECONNREFUSED);
+  EXPECT_EQ(errorWithNetworkOf([] { return socket(AF_UNIX, SOCK_STREAM, 0) >= 0; }), EPERM);
+  EXPECT_EQ(errorWithNetworkOf([] {
+              const int made = socket(AF_INET, SOCK_STREAM, 0);
+              return made < 0 || listen(made, 1) == 0;
+            }),
+            EPERM);
+  EXPECT_EQ(errorWithNetworkOf(startProgram), EPERM);
+}
+
+TEST(Confinement, ReadsWithANetworkOnlyWhatHostsAreFoundBy) {
+  if (syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) < 0) {
+    GTEST_SKIP() << "this kernel has no Landlock";
+  }
+  EXPECT_EQ(errorWithNetworkOf([] { return open("/etc/hosts", O_RDONLY) >= 0; }), good);
+  const TemporaryFolder folder;
+  const auto file = folder.write("mine", "");
+  EXPECT_EQ(errorWithNetworkOf([&] { return open(file.c_str(), O_RDONLY) >= 0; }), EACCES);
+  EXPECT_EQ(errorWithNetworkOf([&] { return unlink(file.c_str()) == 0; }), EACCES);
+  EXPECT_EQ(errorWithNetworkOf([] { return open("/proc/self/maps", O_RDONLY) >= 0; }), EACCES);
 }
 
 }  // namespace
