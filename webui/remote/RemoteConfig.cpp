@@ -1,17 +1,14 @@
 #include "webui/remote/RemoteConfig.h"
 
-#include <fcntl.h>
 #include <glib.h>
-#include <sys/stat.h>
 
 #include <array>
-#include <cerrno>
-#include <cstring>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
-#include "platform/unix/FileDescriptor.h"
 #include "platform/unix/GlibPtr.h"
+#include "platform/unix/PrivateFolder.h"
 #include "platform/unix/ProgramStart.h"
 
 namespace quorvin::webui {
@@ -20,7 +17,6 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr std::size_t fileBytesMax = 65'536;
 constexpr std::uint16_t encryptedPort = 8883;
 constexpr std::uint16_t plainPort = 1883;
 
@@ -29,16 +25,17 @@ void require(bool holds, const std::string& otherwise) {
 }
 
 struct Address {
-  std::string scheme, host;
+  std::string scheme, host, path;
   int port = -1;
-  bool isPlain = false;  // nothing but these and a path
+  bool isPlain = false;  // nothing but these
 };
 
 // Without a host when it is no address.
 Address parseAddress(const std::string& text) {
   const GlibPtr<GUri> uri(g_uri_parse(text.c_str(), G_URI_FLAGS_NONE, nullptr));
   if (!uri || g_uri_get_host(uri.get()) == nullptr) return {};
-  return {g_uri_get_scheme(uri.get()), g_uri_get_host(uri.get()), g_uri_get_port(uri.get()),
+  return {g_uri_get_scheme(uri.get()), g_uri_get_host(uri.get()), g_uri_get_path(uri.get()),
+          g_uri_get_port(uri.get()),
           g_uri_get_userinfo(uri.get()) == nullptr && g_uri_get_query(uri.get()) == nullptr &&
               g_uri_get_fragment(uri.get()) == nullptr};
 }
@@ -46,9 +43,8 @@ Address parseAddress(const std::string& text) {
 RemoteConfig::Broker parseBroker(const std::string& text) {
   const auto address = parseAddress(text);
   const bool isEncrypted = address.scheme == "mqtts";
-  const auto end = text.substr(text.find("://") + 1).find_first_of('/', 2);
   require((isEncrypted || address.scheme == "mqtt") && !address.host.empty() && address.isPlain &&
-              address.port != 0 && end == std::string::npos,
+              address.path.size() <= 1 && address.port != 0,
           "\"broker\" has to be mqtts://HOST:8883 or mqtt://HOST:1883");
   const auto usual = isEncrypted ? encryptedPort : plainPort;
   return {isEncrypted, address.host,
@@ -77,21 +73,6 @@ std::string text(const Json& value, const std::string& key) {
   return value.get<std::string>();
 }
 
-std::optional<std::string> contentOf(const std::string& path) {
-  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!file.isOpen() && errno == ENOENT) return std::nullopt;
-  require(file.isOpen(), "it cannot be read: " + std::string(std::strerror(errno)));
-  struct stat found {};
-  require(::fstat(file.get(), &found) == 0 && S_ISREG(found.st_mode), "it has to be a file");
-  require(found.st_uid == ::geteuid() && (found.st_mode & (S_IRWXG | S_IRWXO)) == 0,
-          "it has to be yours, and no one else may read or write it; say: chmod 600 " + path);
-  std::string content(fileBytesMax + 1, '\0');
-  const auto size = ::read(file.get(), content.data(), content.size());
-  require(size >= 0 && std::cmp_less_equal(size, fileBytesMax), "it is longer than 64 KiB");
-  content.resize(static_cast<std::size_t>(size));
-  return content;
-}
-
 }  // namespace
 
 RemoteConfig parseRemoteConfig(const Json& settings) {
@@ -115,13 +96,16 @@ RemoteConfig parseRemoteConfig(const Json& settings) {
   return config;
 }
 
-std::optional<RemoteConfig> readRemoteConfig(const std::string& file) {
+std::optional<RemoteConfig> readRemoteConfig(const std::filesystem::path& file) {
+  if (!exists(file)) return std::nullopt;
   try {
-    const auto content = contentOf(file);
-    if (!content) return std::nullopt;
-    return parseRemoteConfig(Json::parse(*content, nullptr, false));
+    const auto content = PrivateFolder(file.parent_path()).read(file.filename());
+    return parseRemoteConfig(Json::parse(content, nullptr, false));
+  } catch (const std::system_error&) {
+    throw std::runtime_error("only you may be able to read and write it; say: chmod 600 " +
+                             file.string());
   } catch (const std::runtime_error& error) {
-    throw std::runtime_error(file + ": " + error.what());
+    throw std::runtime_error(file.string() + ": " + error.what());
   }
 }
 
@@ -135,8 +119,8 @@ std::optional<RemoteConfig> readRemoteConfig() {
     if (!value.empty()) settings[key] = std::move(value);
   }
   if (!settings.contains("broker")) {
-    return readRemoteConfig(g_get_user_config_dir() +
-                            std::string("/com.quorvin.support/remote.json"));
+    return readRemoteConfig(std::filesystem::path(g_get_user_config_dir()) / "com.quorvin.support" /
+                            "remote.json");
   }
   try {
     return parseRemoteConfig(settings);

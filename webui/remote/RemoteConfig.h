@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -26,9 +27,9 @@ struct RemoteConfig {
 // on this computer also http), and, if wanted, "iceServers" and "caFile".
 [[nodiscard]] RemoteConfig parseRemoteConfig(const nlohmann::json& settings);
 
-// A file that belongs to this user, and that nobody else can read or write, as it may hold a
-// password. Nothing when there is none.
-[[nodiscard]] std::optional<RemoteConfig> readRemoteConfig(const std::string& file);
+// A file of up to 4 KiB in a folder of this user's own, as it may hold a password. Nothing when
+// there is none.
+[[nodiscard]] std::optional<RemoteConfig> readRemoteConfig(const std::filesystem::path& file);
 
 // Of QUORVIN_REMOTE_BROKER, QUORVIN_REMOTE_PAGE and QUORVIN_REMOTE_CA_FILE when the first is set,
 // else of com.quorvin.support/remote.json in the user's folder for settings.
