@@ -9,7 +9,14 @@
 namespace quorvin::webui {
 
 // What travels over a broker; docs/invitation.md has the bytes.
-enum class Kind : std::uint8_t { join = 1, offer = 2, sealed = 3, declined = 4 };
+enum class Kind : std::uint8_t {
+  join = 1,
+  offer = 2,
+  sealed = 3,
+  declined = 4,
+  claim = 5,  // this and the next are between customers, about a place at a broker
+  claimed = 6,
+};
 
 // How a supporter shows that it was invited; a resumption follows on one that was allowed.
 enum class Way : std::uint8_t { link = 1, code = 2, resumption = 3 };
