@@ -6,6 +6,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
+#include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -18,6 +21,8 @@
 #include "webui/Confinement.h"
 #include "webui/SessionHub.h"
 #include "webui/WebServer.h"
+#include "webui/remote/RemoteConfig.h"
+#include "webui/remote/SignallingLink.h"
 
 // The user interface's stand-in on Linux: a page in the user's own browser, served from this
 // program, which the host starts with one end of the UI link.
@@ -51,9 +56,32 @@ void announce(const std::string& address) {
   std::fflush(stdout);
 }
 
+struct Remote {
+  std::optional<RemoteConfig> config;
+  std::unique_ptr<Signalling> signalling;  // if there is a config
+};
+
+// What is wrong with it keeps nobody on this computer from anything.
+Remote startRemote() {
+  const auto program =
+      std::filesystem::read_symlink("/proc/self/exe").replace_filename("quorvin-signalling");
+  try {
+    auto config = readRemoteConfig();
+    if (!config) return {};
+    auto signalling = std::make_unique<SignallingLink>(
+        startSignalling(program, *config),
+        [](auto bytes) { randombytes_buf(bytes.data(), bytes.size()); });
+    return {std::move(config), std::move(signalling)};
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "quorvin-webui: no supporter on another computer: %s\n", error.what());
+    return {};
+  }
+}
+
 // Returns the exit status.
 int serve(FileDescriptor link) {
   BrowserLauncher browser(link);
+  const auto remote = startRemote();
   const quorvin::GlibPtr<GMainLoop> loop(g_main_loop_new(nullptr, FALSE));
   const auto quit = [&] {
     g_main_loop_quit(loop.get());

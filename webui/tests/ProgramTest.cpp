@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -34,15 +35,18 @@ std::array<FileDescriptor, 2> socketPair() {
 // standard error in one stream that the test reads.
 class Program {
  public:
-  // `linkVariable` is an entry of its environment, or null for none.
-  explicit Program(const char* linkVariable) {
+  // `linkVariable` and the others are entries of its environment, the first null for none.
+  explicit Program(const char* linkVariable, const std::vector<const char*>& others = {}) {
     auto link = socketPair();
     auto out = socketPair();
     host = std::move(link[0]);
     output = std::move(out[0]);
     const auto runtime = "XDG_RUNTIME_DIR=" + folder.path().string();
+    std::vector<const char*> environment{"QUORVIN_WEBUI_OPEN=0", runtime.c_str()};
+    environment.insert(environment.end(), others.begin(), others.end());
+    environment.insert(environment.end(), {linkVariable, nullptr});
     process = forkChild();
-    if (process == 0) run(link[1].get(), out[1].get(), runtime.c_str(), linkVariable);
+    if (process == 0) run(link[1].get(), out[1].get(), environment.data());
   }
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
@@ -61,6 +65,8 @@ class Program {
   void closeLink() { host.reset(); }
   void interrupt() const { kill(process, SIGINT); }
   void terminate() const { kill(process, SIGTERM); }
+  void killAtOnce() const { kill(process, SIGKILL); }
+  [[nodiscard]] std::vector<pid_t> children() const { return childrenOf(process); }
 
   // The next line it prints, without its end; empty at the end of the output.
   std::string readLine() {
@@ -90,12 +96,11 @@ class Program {
 
  private:
   // In the forked child, where nothing may allocate: other tests may have left threads behind.
-  [[noreturn]] static void run(int link, int out, const char* runtime, const char* linkVariable) {
+  [[noreturn]] static void run(int link, int out, const char* const* environment) {
     dup2(out, STDOUT_FILENO);
     dup2(out, STDERR_FILENO);
     dup2(link, 3);
-    std::array<const char*, 4> environment{"QUORVIN_WEBUI_OPEN=0", runtime, linkVariable, nullptr};
-    execle(QUORVIN_WEBUI_PROGRAM, "quorvin-webui", nullptr, environment.data());
+    execle(QUORVIN_WEBUI_PROGRAM, "quorvin-webui", nullptr, environment);
     _exit(127);
   }
 
@@ -179,6 +184,32 @@ TEST(Program, EndsWhenAskedTo) {
   ASSERT_TRUE(program.speaks());
   program.terminate();
   EXPECT_EQ(program.exitStatus(), 0);
+}
+
+constexpr const char* page = "QUORVIN_REMOTE_PAGE=http://localhost:8080/";
+
+TEST(Program, StartsSignallingThatEndsWithIt) {
+  Program program(goodLink, {"QUORVIN_REMOTE_BROKER=mqtt://127.0.0.1:1", page});
+  program.readLine();
+  ASSERT_EQ(program.children().size(), 1U);
+  const auto signalling = program.children().front();
+  EXPECT_EQ(
+      std::filesystem::read_symlink("/proc/" + std::to_string(signalling) + "/exe").filename(),
+      "quorvin-signalling");
+  const FileDescriptor handle(static_cast<int>(syscall(SYS_pidfd_open, signalling, 0)));
+  program.killAtOnce();
+  pollfd end{handle.get(), POLLIN, 0};
+  EXPECT_EQ(poll(&end, 1, deadlineMs), 1);
+}
+
+TEST(Program, ServesItsPageWithoutABrokerThatIsNone) {
+  Program program(goodLink, {"QUORVIN_REMOTE_BROKER=https://broker.example", page});
+  EXPECT_EQ(
+      program.readLine(),
+      "quorvin-webui: no supporter on another computer: QUORVIN_REMOTE_...: \"broker\" has to "
+      "be mqtts://HOST:8883 or mqtt://HOST:1883");
+  EXPECT_TRUE(program.readLine().starts_with("Quorvin Support: open http://127.0.0.1:"));
+  EXPECT_TRUE(program.children().empty());
 }
 
 }  // namespace
