@@ -95,9 +95,9 @@ int serve(FileDescriptor link) {
     }
     quit();
   });
-  const WebServer server([&](SoupWebsocketConnection* connection, const PageOwner& owner) {
-    hub.addPage(connection, owner);
-  });
+  const WebServer server([&](SoupWebsocketConnection* connection,
+                             const PageOwner& owner) { hub.addPage(connection, owner); },
+                         remote.config ? remote.config->page : "");
   const auto address = server.access().address(PageRole::customer);
 
   MainLoopSource endTimer;
