@@ -23,13 +23,8 @@ export class Help {
   stage = 'joining';
   words = null;
   peer = null;
+  #given;
   #guest;
-  #placeDigits;
-  #connection;
-  #readPlace;
-  #openSignalling;
-  #makePeer;
-  #onChange;
   #place = null;
   #signalling = null;
   #isOpen = false; // the signalling
@@ -38,18 +33,13 @@ export class Help {
   #timers = {};
 
   // `guest` is a Guest, `digits` what its code begins with, if it has one, and `connection` the
-  // page's Connection. `readPlace` resolves with {broker, iceServers},
-  // `openSignalling` as Signalling.open does, `makePeer` makes a Peer.
-  constructor({guest, digits, connection, readPlace, openSignalling, makePeer, onChange}) {
-    this.#guest = guest;
-    this.#placeDigits = digits;
-    this.#connection = connection;
-    this.#readPlace = readPlace;
-    this.#openSignalling = openSignalling;
-    this.#makePeer = makePeer;
-    this.#onChange = onChange;
-    connection.addEventListener('open', () => this.#connected());
-    connection.addEventListener('closed', () => this.#disconnected());
+  // page's Connection. `readPlace` resolves with {broker, iceServers}, `openSignalling` as
+  // Signalling.open does, `makePeer` makes a Peer, `onChange` is told of every stage.
+  constructor(given) {
+    this.#given = given;
+    this.#guest = given.guest;
+    given.connection.addEventListener('open', () => this.#connected());
+    given.connection.addEventListener('closed', () => this.#disconnected());
   }
 
   get isOver() {
@@ -69,12 +59,10 @@ export class Help {
   #enter(stage) {
     this.stage = stage;
     const [ms, ending] = limits[stage] ?? [];
-    this.#wait('stage', ms, () => this.#end(this.#isOpen ? ending : this.#endingUnopened(ending)));
-    this.#onChange();
-  }
-
-  #endingUnopened(ending) {
-    return ending === 'noAnswer' ? 'unreachable' : ending;
+    this.#wait('stage', ms, () =>
+      this.#end(stage === 'joining' && !this.#isOpen ? 'unreachable' : ending),
+    );
+    this.#given.onChange();
   }
 
   #end(stage) {
@@ -103,8 +91,8 @@ export class Help {
       this.#wait('attempt', attemptMaxMs, ifCurrent(() => this.#resume()));
     }
     try {
-      this.#place = await this.#readPlace();
-      const signalling = await this.#openSignalling({
+      this.#place = await this.#given.readPlace();
+      const signalling = await this.#given.openSignalling({
         broker: this.#place.broker,
         nonce: this.#guest.nonce,
         onOpen: ifCurrent(() => this.#opened(first)),
@@ -127,7 +115,7 @@ export class Help {
 
   #send(bytes) {
     const {sid} = this.#guest;
-    if (bytes) this.#signalling?.send({sid, place: this.#placeDigits}, bytes);
+    if (bytes) this.#signalling?.send({sid, place: this.#given.digits}, bytes);
   }
 
   #closed() {
@@ -203,8 +191,8 @@ export class Help {
     this.#dropPeer();
     if (this.stage === 'connected') this.#enter('connecting');
     const tell = (signal) => this.#say({type: 'signal', signal});
-    this.peer = this.#makePeer({iceServers: this.#place.iceServers ?? [], offers: false, tell});
-    this.#connection.open(this.peer.carrier);
+    this.peer = this.#given.makePeer({iceServers: this.#place.iceServers ?? [], offers: false, tell});
+    this.#given.connection.open(this.peer.carrier);
     this.peer.take(offer);
   }
 

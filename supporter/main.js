@@ -90,15 +90,14 @@ function show() {
 }
 
 function showChip(stage, isOver) {
-  const states = {connected: ['connected', 'Connected'], resuming: ['disconnected', 'Resuming…']};
-  const [state, text] = states[stage] ?? (isOver ? ['off', 'Not connected'] : ['connecting', 'Connecting…']);
-  byId('connection-state').dataset.state = state;
-  setText('connection-state', text);
+  const texts = {connected: 'Connected', resuming: 'Resuming…'};
+  byId('connection-state').dataset.state = {resuming: 'disconnected'}[stage] ?? stage;
+  setText('connection-state', texts[stage] ?? (isOver ? 'Not connected' : 'Connecting…'));
 }
 
 async function showPath() {
   const path = await help?.peer?.path().catch(() => null);
-  setText('stats-way', path ? {direct: 'direct', relayed: 'relayed'}[path.way] : '–');
+  setText('stats-way', path?.way ?? '–');
   setText('stats-trip', path && path.roundTripMs >= 0 ? path.roundTripMs.toFixed(0) : '–');
 }
 

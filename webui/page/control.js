@@ -21,7 +21,7 @@ const hints = {
   watching:
     'You are only watching. Switch View only off to use this computer’s mouse and keyboard. Leave it ' +
     'on if this page is open on the very screen that you see: your own mouse pointer would jump.',
-  refused: 'You can only watch now: control was taken back on the customer’s page.',
+  refused: 'You can only watch now: control is not given, or was taken back, on the customer’s page.',
   unfocused: 'Click the picture to use its mouse and keyboard.',
   taking: `Your mouse and keyboard work in the picture. ${escapeShortcut} or a click outside leaves it.`,
 };

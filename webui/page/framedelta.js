@@ -1,6 +1,6 @@
 // JPEG files that arrive whole or as what has changed in them since the one before, and what of
-// them has to be decoded. A file is an array of its pieces in order. docs/delta-form.md describes the
-// delta, ITU-T T.81 (Annex B, E.1.4) the file and its restart segments.
+// them has to be decoded. A file is an array of its pieces in order. docs/delta-form.md describes the delta, ITU-T T.81 (Annex B, E.1.4) the
+// file and its restart segments.
 
 const deltaMagic = [0x51, 0x4e, 0x44, 0x4a]; // "QNDJ"
 const headBytes = 16;
@@ -46,7 +46,7 @@ export class KeptFile {
 
   // Of the whole file.
   get byteLength() {
-    return lengthOf(this.#parts);
+    return this.#parts.reduce((sum, part) => sum + part.length, 0);
   }
 
   // The whole file, whatever follows.
@@ -129,27 +129,22 @@ export class KeptFile {
   // A file of its own: the header with another size, and the segments with markers of their new
   // places.
   #smallFile({left, top, right, bottom}, width, height) {
-    const parts = [this.#parts[0]];
-    for (let row = top; row < bottom; ++row) {
-      const begin = 1 + row * this.#grid.across;
-      parts.push(...this.#parts.slice(begin + left, begin + right));
-    }
-    const file = new Uint8Array(lengthOf(parts));
-    let end = 0;
-    parts.forEach((part, index) => {
-      file.set(part, end);
-      end += part.length;
-      if (index > 0) file[end - 1] = marker.restart + ((index - 1) % 8);
-    });
-    file[end - 1] = marker.endOfImage;
-    const size = new DataView(file.buffer, this.#grid.sizeAt, 4);
+    const header = this.#parts[0].slice();
+    const size = new DataView(header.buffer, this.#grid.sizeAt, 4);
     size.setUint16(0, height);
     size.setUint16(2, width);
-    return [file];
+    const parts = [header];
+    for (let row = top; row < bottom; ++row) {
+      for (let column = left; column < right; ++column) {
+        const segment = this.#parts[1 + row * this.#grid.across + column];
+        const behind = marker.restart + ((parts.length >> 1) % 8);
+        parts.push(segment.subarray(0, -2), Uint8Array.of(0xff, behind));
+      }
+    }
+    parts[parts.length - 1] = Uint8Array.of(0xff, marker.endOfImage);
+    return parts;
   }
 }
-
-const lengthOf = (parts) => parts.reduce((sum, part) => sum + part.length, 0);
 
 // {headerBytes, sizeAt, width, height, segmentWidth, segmentHeight, across, down}: where the size is
 // said, sizes in pixels, counts of segments. Throws RangeError for a file without such a grid.

@@ -1,7 +1,7 @@
 // Invitations of supporters on other computers, on the customer's page: what to hand on, the question
 // before anybody sees anything, and who is connected.
 
-import {explainStage, logSentence, problems} from './remotetexts.js';
+import {explainStage, logLine, problems} from './remotetexts.js';
 
 const qrBorder = 4; // modules
 // What has just appeared under somebody's mouse was not what they meant to press.
@@ -125,19 +125,20 @@ class Row {
   // `answer` sends what is to be done, `news` says something to those who listen to the page.
   constructor(answer, news) {
     this.#news = news;
-    const whenClicked = (name, message) => {
-      this.#part(name).onclick = () => answer(message());
+    const messages = {
+      watch: () => answer({answer: 'watch'}),
+      both: () => answer({answer: 'control'}),
+      refuse: () => answer({answer: 'refuse'}),
+      control: () => answer({control: !this.session.control}),
+      end: () => answer({end: true}),
+      copy: () => this.#copy(),
     };
-    whenClicked('watch', () => ({answer: 'watch'}));
-    whenClicked('both', () => ({answer: 'control'}));
-    whenClicked('refuse', () => ({answer: 'refuse'}));
-    whenClicked('control', () => ({control: !this.session.control}));
-    whenClicked('end', () => ({end: true}));
-    this.#part('copy').onclick = () => this.#copy();
+    for (const [name, act] of Object.entries(messages)) this.#part(name).onclick = act;
   }
 
   show(session, page) {
     const before = this.session?.stage;
+    const hadFocus = this.element.contains(document.activeElement);
     this.session = session;
     this.#page = page;
     this.#toldAt = performance.now();
@@ -156,7 +157,10 @@ class Row {
     this.#part('control').hidden = stage !== 'connected';
     setText(this.#part('control'), session.control ? 'Take back control' : 'Give control');
     setText(this.#part('end'), session.name ? 'Disconnect' : 'Withdraw this invitation');
-    if (before !== stage) this.#news(explainStage(session).what);
+    if (before === stage) return;
+    this.#news(explainStage(session).what);
+    // What had the focus may be gone; whoever works with the keyboard goes on from here.
+    if (hadFocus) this.element.focus({preventScroll: true});
   }
 
   // `state` is that of the session on this computer, or null.
@@ -188,14 +192,9 @@ class Row {
 
   async #copy() {
     const input = this.#part('link');
-    try {
-      await navigator.clipboard.writeText(input.value);
-      setText(this.#part('copied'), 'Copied. Send it to your supporter only.');
-    } catch {
-      input.focus();
-      input.select();
-      setText(this.#part('copied'), 'Press Ctrl+C to copy the link.');
-    }
+    input.select();
+    await navigator.clipboard.writeText(input.value);
+    setText(this.#part('copied'), 'Copied. Send it to your supporter only.');
   }
 
   #draw(rows) {
@@ -218,6 +217,6 @@ function logRow(entry) {
   const time = document.createElement('time');
   time.dateTime = entry.time;
   time.textContent = new Date(entry.time).toLocaleString();
-  row.append(time, logSentence(entry));
+  row.append(time, ' · ', logLine(entry));
   return row;
 }

@@ -10,20 +10,15 @@ const inlineBytesMax = 'toBase64' in Uint8Array.prototype ? 32_768 : 0;
 export async function decodeJpeg(file) {
   const byteLength = file.reduce((sum, piece) => sum + piece.length, 0);
   const isSmall = byteLength <= inlineBytesMax;
-  const source = isSmall
-    ? await loaded(joined(file, byteLength))
-    : new Blob(file, {type: 'image/jpeg'});
-  return createImageBitmap(source).catch(() => null);
+  const source = isSmall ? loaded(joined(file, byteLength)) : new Blob(file, {type: 'image/jpeg'});
+  return createImageBitmap(await source).catch(() => null);
 }
 
-// The file is often there at the end of the task, long before the event that says so.
-async function loaded(bytes) {
-  const image = new Image();
-  image.src = `data:image/jpeg;base64,${bytes.toBase64()}`;
-  await null;
-  if (image.complete && image.naturalWidth > 0) return image;
+function loaded(bytes) {
   return new Promise((resolve) => {
+    const image = new Image();
     image.onload = image.onerror = () => resolve(image); // there is no bitmap of one with an error
+    image.src = `data:image/jpeg;base64,${bytes.toBase64()}`;
   });
 }
 

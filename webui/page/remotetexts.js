@@ -95,31 +95,18 @@ function durationOf(ms) {
   return minutes === 1 ? 'a minute' : `${minutes} minutes`;
 }
 
-const ways = {direct: 'directly', relayed: 'through a relay'};
-const endings = {
-  left: (name) => `${name} left.`,
-  stopped: (name) => `${name} was disconnected, as everything was stopped.`,
-  disconnected: (name) => `${name} was disconnected.`,
-  gone: (name) => `The connection to ${name} was lost.`,
-  withdrawn: () => 'The invitation was withdrawn.',
-  expired: () => 'The invitation expired.',
-  tooManyTries: () => 'The invitation was closed after three wrong codes.',
-};
-const happenings = {
-  invited: () => 'An invitation was made.',
-  asked: (name) => `${name} asked to see the screen.`,
-  allowed: (name, {control}) => `${name} was allowed to watch${control ? ' and control' : ''}.`,
-  connected: (name, {path}) => `${name} was connected ${ways[path]}.`,
-  control: (name, {control}) =>
-    control ? `${name} was given control.` : `Control was taken back from ${name}.`,
-  lost: (name) => `The connection to ${name} was interrupted.`,
-  resumed: (name) => `The connection to ${name} came back.`,
-  refused: (name, {why}) =>
-    why === 'unanswered' ? `${name} got no answer.` : `${name} was refused.`,
-  ended: (name, {why}) => (endings[why] ?? (() => `It ended with ${name}.`))(name),
+const entryWords = {
+  invited: 'invitation made',
+  relayed: 'through a relay',
+  unanswered: 'not answered',
+  page: 'noticed here',
+  supporter: 'noticed there',
+  tooManyTries: 'after three wrong codes',
 };
 
 // An entry of the session log, as the server tells it.
-export function logSentence(entry) {
-  return happenings[entry.event]?.(isolated(entry.name), entry) ?? entry.event;
+export function logLine({name, event, control, path, why}) {
+  const rights = ['allowed', 'control'].includes(event) && (control ? 'may control' : 'only watches');
+  const parts = [event, rights, path, why === event ? '' : why].map((part) => entryWords[part] ?? part);
+  return [name && isolated(name), ...parts].filter(Boolean).join(' · ');
 }

@@ -118,6 +118,9 @@ for (const [name, answer] of [['watch', 'watch'], ['both', 'control'], ['refuse'
       assert.deepEqual(heard('startCapture')[0].arguments, { locallyAuthorized: true });
     }
     assert.equal(program.has({ control: true }), answer === 'control');
+    program.sendRemote([{ ...connected, carrier: false }]);
+    await until('the next stage', () => part('control').isVisible());
+    assert.equal(await page.evaluate(() => document.activeElement.className), 'guest');
   });
 }
 
@@ -164,5 +167,5 @@ test('what has happened is shown on demand, as text', async () => {
   const entry = { time: '2026-01-02T03:04:05Z', event: 'asked', name: '<b>Ann</b>' };
   program.send({ event: 'log', entries: [entry] });
   await page.waitForSelector('#log li');
-  assert.match(await page.textContent('#log li'), /2026.*<b>Ann<\/b>.* asked to see the screen/);
+  assert.match(await page.textContent('#log li'), /2026.*<b>Ann<\/b>.* · asked/);
 });

@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import {test} from 'node:test';
 
-import {explainStage, logSentence} from '../../page/remotetexts.js';
+import {explainStage, logLine} from '../../page/remotetexts.js';
 
 const session = {name: 'Ann', code: '', control: false, path: 'direct'};
 const live = {session: 'live', control: true};
@@ -53,16 +53,13 @@ test('a name cannot turn round the words beside it', () => {
   }
 });
 
-test('the log is told in sentences', () => {
-  const entry = {name: 'Ann', control: false, path: 'relayed', why: null};
-  const said = (fields) => logSentence({...entry, ...fields}).replace(/[\u2068\u2069]/gu, '');
-  assert.equal(said({event: 'allowed'}), 'Ann was allowed to watch.');
-  assert.equal(said({event: 'allowed', control: true}), 'Ann was allowed to watch and control.');
-  assert.equal(said({event: 'connected'}), 'Ann was connected through a relay.');
-  assert.equal(said({event: 'control'}), 'Control was taken back from Ann.');
-  assert.equal(said({event: 'refused', why: 'unanswered'}), 'Ann got no answer.');
-  assert.equal(said({event: 'refused', why: 'customer'}), 'Ann was refused.');
-  assert.equal(said({event: 'ended', name: '', why: 'expired'}), 'The invitation expired.');
-  assert.equal(said({event: 'ended', why: 'left'}), 'Ann left.');
-  assert.equal(said({event: 'of tomorrow'}), 'of tomorrow');
+test('the log is told in few words', () => {
+  const entry = {name: 'Ann', control: false, path: null, why: null};
+  const said = (fields) => logLine({...entry, ...fields}).replace(/[\u2068\u2069]/gu, '');
+  assert.equal(said({event: 'invited', name: ''}), 'invitation made');
+  assert.equal(said({event: 'allowed'}), 'Ann · allowed · only watches');
+  assert.equal(said({event: 'control', control: true}), 'Ann · control · may control');
+  assert.equal(said({event: 'connected', path: 'relayed'}), 'Ann · connected · through a relay');
+  assert.equal(said({event: 'ended', why: 'tooManyTries'}), 'Ann · ended · after three wrong codes');
+  assert.equal(said({event: 'lost', why: 'lost'}), 'Ann · lost');
 });
