@@ -9,18 +9,22 @@ namespace {
 constexpr std::int64_t unacknowledgedMax = 2;
 }  // namespace
 
+bool FrameFlowControl::open() const {
+  return gate ? gate() : unacknowledged < unacknowledgedMax;
+}
+
 std::optional<Frame> FrameFlowControl::offer(const Frame& frame) {
-  if (unacknowledged >= unacknowledgedMax) {
-    waiting = frame;
-    return std::nullopt;
-  }
-  ++unacknowledged;
-  return frame;
+  waiting = frame;
+  return due();
 }
 
 std::optional<Frame> FrameFlowControl::acknowledge(std::int64_t count) {
   unacknowledged = std::max<std::int64_t>(0, unacknowledged - count);
-  if (!waiting || unacknowledged >= unacknowledgedMax) return std::nullopt;
+  return due();
+}
+
+std::optional<Frame> FrameFlowControl::due() {
+  if (!waiting || !open()) return std::nullopt;
   ++unacknowledged;
   return std::exchange(waiting, std::nullopt);
 }

@@ -43,5 +43,28 @@ TEST(FrameFlowControl, DroppedFrameIsNotSentLater) {
   EXPECT_FALSE(flowControl.acknowledge(1));
 }
 
+TEST(FrameFlowControl, GateDecidesInThePlaceOfTheCount) {
+  bool open = true;
+  FrameFlowControl flowControl([&open] { return open; });
+  for (std::uint8_t number = 1; number <= 9; ++number) {
+    EXPECT_EQ(numberOf(flowControl.offer(numbered(number))), number);
+  }
+  open = false;
+  EXPECT_FALSE(flowControl.offer(numbered(10)));
+  EXPECT_FALSE(flowControl.acknowledge(9));
+  open = true;
+  EXPECT_EQ(numberOf(flowControl.due()), 10);
+  EXPECT_FALSE(flowControl.due());
+}
+
+TEST(FrameFlowControl, WhatWaitedIsNotSentAfterANewerOne) {
+  bool open = false;
+  FrameFlowControl flowControl([&open] { return open; });
+  EXPECT_FALSE(flowControl.offer(numbered(1)));
+  open = true;
+  EXPECT_EQ(numberOf(flowControl.offer(numbered(2))), 2);
+  EXPECT_FALSE(flowControl.due());
+}
+
 }  // namespace
 }  // namespace quorvin::webui
