@@ -5,6 +5,7 @@ import {textOf, utf8} from './trust/bytes.js';
 
 const attemptMaxMs = 8_000; // of a resumption
 const retryMs = 1_000;
+const wordMs = 500; // for the customer’s side to say that it meant to end the connection
 const failuresMax = 2; // peer connections in a row that never stood
 
 // How long a stage may take, and how it ends then.
@@ -135,6 +136,7 @@ export class Help {
   }
 
   async #received(attempt, bytes) {
+    const before = this.#guest.state;
     const {send, words, message} = await this.#guest.receive(bytes);
     if (attempt !== this.#attempt) return;
     this.#send(send);
@@ -145,12 +147,12 @@ export class Help {
       this.#enter('asked');
     } else if (message) {
       this.#heard(message);
-    } else if (state === 'allowed') {
+    } else if (state === 'allowed' && before !== state) {
       this.#wait('attempt', null);
-      if (this.stage === 'asked' || this.stage === 'resuming') this.#enter('connecting');
+      this.#enter('connecting');
     } else if (state === 'lost') {
       this.#resume();
-    } else if (!['joining', 'asked', 'resuming'].includes(state)) {
+    } else if (!['joining', 'asked', 'allowed', 'resuming'].includes(state)) {
       this.#end(state);
     }
   }
@@ -211,8 +213,9 @@ export class Help {
   #disconnected() {
     if (!this.peer) return;
     this.#dropPeer();
-    if (this.stage === 'connecting' && ++this.#failures >= failuresMax) this.#end('noWay');
-    else this.#resume();
+    if (this.stage === 'connecting' && ++this.#failures >= failuresMax) return this.#end('noWay');
+    this.#enter('resuming');
+    this.#wait('attempt', wordMs, () => this.#resume());
   }
 }
 

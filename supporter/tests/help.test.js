@@ -216,14 +216,17 @@ test('a place or a broker that cannot be reached is told apart from a wrong code
 });
 
 const losses = {
-  'the data channels': (set) => set.peers[0].close(),
+  'the data channels': (set) => {
+    set.peers[0].close();
+    return set.pass(500);
+  },
   'the broker': (set) => set.link().onClosed(),
   'the customer’s word': (set) => set.receive({state: 'lost'}),
 };
 for (const [what, lose] of Object.entries(losses)) {
   test(`a session lost by ${what} is resumed over another attempt`, async (context) => {
     const set = await connected(context);
-    lose(set);
+    await lose(set);
     await settled();
     assert.equal(set.help.stage, 'resuming');
     assert.ok(set.peers[0].isClosed);
@@ -242,10 +245,21 @@ for (const [what, lose] of Object.entries(losses)) {
   });
 }
 
+test('a connection that the customer’s side meant to end is not resumed', async (context) => {
+  const set = await connected(context);
+  set.peers[0].close();
+  await set.receive({}); // somebody else's
+  assert.equal(set.help.stage, 'resuming');
+  await set.receive(json({type: 'ended', why: 'disconnected'}));
+  assert.equal(set.help.stage, 'disconnected');
+  assert.equal(set.links.length, 1);
+  assert.deepEqual(set.waitsFor(), []);
+});
+
 test('it tries again and again to resume, for 30 seconds', async (context) => {
   const set = await connected(context);
   set.peers[0].close();
-  await settled();
+  await set.pass(500);
   set.link().onClosed();
   await set.pass(1000);
   assert.equal(set.links.length, 3);
@@ -284,7 +298,7 @@ test('when no connection ever stands it says so', async (context) => {
   await set.receive({state: 'allowed'});
   await set.receive(offer);
   set.peers[0].close();
-  await settled();
+  await set.pass(500);
   assert.equal(set.help.stage, 'resuming');
   set.link().onOpen();
   await set.receive({state: 'allowed'});
@@ -307,7 +321,7 @@ test('a connection that stood lets others fail again', async (context) => {
   for (let time = 0; time < 2; ++time) {
     for (const stands of [false, true]) {
       set.peers.at(-1).close();
-      await settled();
+      await set.pass(500);
       assert.equal(set.help.stage, 'resuming');
       await set.receive({state: 'allowed'});
       await set.receive(offer);

@@ -149,7 +149,7 @@ class CustomerSide {
 
   // Whoever allows a supporter to see the screen shares it, and with whom to work it as well.
   allowGuest(withControl) {
-    if (withControl && !this.#state?.control) this.#connection.tell({control: true});
+    if (withControl) this.#connection.tell({control: true});
     if (!['starting', 'live'].includes(this.#state?.session)) this.allow();
   }
 
