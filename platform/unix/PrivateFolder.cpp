@@ -66,6 +66,16 @@ std::string PrivateFolder::read(const std::string& name) const {
   return {content.data(), static_cast<std::size_t>(size)};
 }
 
+FileDescriptor PrivateFolder::hold(const std::string& name) const {
+  FileDescriptor file(openat(folder.get(), name.c_str(),
+                             O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
+  check(file.get() >= 0);
+  const auto status = statusOf(file);
+  checkOwner(S_ISREG(status.st_mode) && status.st_uid == geteuid() && status.st_nlink == 1);
+  check(fchmod(file.get(), 0600) == 0);
+  return file;
+}
+
 void PrivateFolder::remove(const std::string& name) const noexcept {
   unlinkat(folder.get(), name.c_str(), 0);
 }

@@ -18,6 +18,9 @@ class PrivateFolder {
   // Up to 4 KiB; empty when there is no such file. Refuses what is no plain file of this user's,
   // and what others may read or write.
   [[nodiscard]] std::string read(const std::string& name) const;
+  // The file, to be read and written for as long as it is held; made if it is not there. Refuses
+  // what is no plain file of this user's, and closes it to others.
+  [[nodiscard]] FileDescriptor hold(const std::string& name) const;
   // If there is such a file, and it can be removed.
   void remove(const std::string& name) const noexcept;
 
