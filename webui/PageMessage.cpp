@@ -159,6 +159,37 @@ PageMessage parseShows(const json& sides) {
                         flagOf(sides, "input")};
 }
 
+// Nothing when it is none of theirs.
+std::optional<RemoteMessage> remoteMessageOf(const json& object, RemoteId id) {
+  const auto value = [&](const char* key) {
+    const auto found = object.find(key);
+    return found != object.end() ? *found : json();
+  };
+  const auto answer = value("answer");
+  if (answer == "watch") return RemoteAnswer{id, Invitation::Answer::watch};
+  if (answer == "control") return RemoteAnswer{id, Invitation::Answer::control};
+  if (answer == "refuse") return RemoteAnswer{id, Invitation::Answer::refuse};
+  if (const auto signal = value("signal"); isSignal(signal)) {
+    return RemoteSignal{id, textOfJson(signal)};
+  }
+  const auto path = value("path");
+  if (path == "direct" || path == "relayed") return RemotePath{id, path.get<std::string>()};
+  if (value("lost") == true) return RemoteLost{id};
+  if (const auto control = value("control"); control.is_boolean()) {
+    return RemoteControl{id, control.get<bool>()};
+  }
+  if (value("end") == true) return RemoteEnd{id};
+  return std::nullopt;
+}
+
+PageMessage parseRemote(const json& object, const json& remote) {
+  const auto id = integerOf(remote);
+  if (id && *id >= 0 && *id <= std::numeric_limits<RemoteId>::max()) {
+    if (auto message = remoteMessageOf(object, static_cast<RemoteId>(*id))) return *message;
+  }
+  return PageProtocolError{std::nullopt, "This cannot be said of a supporter."};
+}
+
 json jsonFromError(const FlutterError& error) {
   return {{"code", error.code},
           {"message", error.message ? json(*error.message) : json(nullptr)},
@@ -179,6 +210,9 @@ PageMessage parsePageMessage(std::string_view text) {
   if (const auto method = document->find("method"); method != document->end()) {
     return parseCall(*document, *method);
   }
+  if (const auto remote = document->find("remote"); remote != document->end()) {
+    return parseRemote(*document, *remote);
+  }
   if (const auto count = document->find("ack"); count != document->end()) {
     return parseAcknowledgement(*count);
   }
@@ -193,10 +227,15 @@ PageMessage parsePageMessage(std::string_view text) {
       allowed != document->end() && allowed->is_boolean()) {
     return PageControl{allowed->get<bool>()};
   }
+  if (flagOf(*document, "invite")) return RemoteInvite{};
+  if (flagOf(*document, "log")) return RemoteLog{};
+  if (const auto front = document->find("front"); front != document->end() && front->is_boolean()) {
+    return RemoteFront{front->get<bool>()};
+  }
   return PageProtocolError{
       std::nullopt,
-      "A message calls, acknowledges, answers, asks for a whole frame, or says "
-      "what is shown or who has control."};
+      "A message calls, acknowledges, answers, asks for a whole frame, says what is "
+      "shown or who has control, or is about supporters on other computers."};
 }
 
 std::string replyText(std::int64_t id, const FlutterReply& reply) {

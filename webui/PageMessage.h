@@ -11,6 +11,7 @@
 #include "platform/Flutter.h"
 #include "platform/Value.h"
 #include "webui/SessionTracker.h"
+#include "webui/remote/RemotePages.h"
 
 namespace quorvin::webui {
 
@@ -35,12 +36,31 @@ namespace quorvin::webui {
 //                                                  what they hold and refuses "injectInput" from
 //                                                  them until it is true again
 //
+// about supporters on other computers, of which each has a number, `remote`:
+//
+//   {"invite":true}                                makes an invitation; with four that are not over
+//                                                  it does nothing
+//   {"remote":n,"answer":"watch"|"control"|        whether the supporter who asks is let in; this
+//               "refuse"}                          page is its carrier then
+//   {"remote":n,"signal":{...}}                    for the supporter: {"description":{...}} or
+//                                                  {"candidate":{...}|null}. This and the next two
+//                                                  count of the carrier only
+//   {"remote":n,"path":"direct"|"relayed"}         the peer connection stands, and how
+//   {"remote":n,"lost":true}                       it stands no more; the supporter may resume
+//   {"remote":n,"control":bool}                    whether this supporter may use mouse and
+//                                                  keyboard, while supporters may at all
+//   {"remote":n,"end":true}                        withdraws the invitation, refuses whoever asks,
+//                                                  disconnects whoever is connected
+//   {"log":true}                                   what happened lately
+//   {"front":bool}                                 whether somebody looks at the page; while nobody
+//                                                  looks at any, the desktop tells what is up
+//
 // A supporter's page has these rights: it calls "capabilities", "configureStream", "injectInput"
 // and "releaseInput" only, its `customer` in "show" counts for nothing, and "control" is the
-// customer's. Whatever else it asks for is answered with the error "not_allowed". A guest's page
-// has the same rights, but mouse and keyboard only while they were given to it as well. A
-// customer's page may do all. "releaseInput" of a page that holds nothing is answered, and does
-// nothing.
+// customer's. Whatever else it asks for is answered with the error "not_allowed". A guest's page,
+// the WebSocket "guest-n" beside the customer's, has the same rights, but mouse and keyboard only
+// while they were given to it as well. A customer's page may do all. "releaseInput" of a page that
+// holds nothing is answered, and does nothing.
 //
 // To the page, JSON texts:
 //
@@ -65,6 +85,25 @@ namespace quorvin::webui {
 //   {"event":"question","word":"..."}              whether the page's script works, and has got
 //                                                  whatever came before; a page that owes an
 //                                                  answer shows nobody a Stop button
+//   {"event":"remote","configured":bool,           to customers' pages, after the first "state" and
+//    "problem":null|"unreachable"|                 on every change. Without a broker `configured`
+//    is "certificateWrong"|"refused","detail":"...",  false; `problem` is with the broker, `detail`
+//    a "page":"...","iceServers":[...]|null,         text for people about either. `page` is where
+//    a "sessions":[{"id":n,"stage":"...",            code is entered. Sessions that are over stay
+//    for "code":"...","link":"...","qr":["01..."],     a minute, or until the next invitation. A
+//    stage "expiresInMs":n|null,"name":"...",            is "preparing", "waiting", "asking",
+//    "connected", "words":[...]|null,"control":bool,            "lost", "expired", "tooManyTries",
+//    "refused", "sinceMs":n|null,                             "gone" or "ended". `code`, `link` and
+//    `qr`, its "path":null|"direct"|"relayed",               rows, are empty but while it is
+//    "waiting"; "carrier":bool}]}                             `sinceMs` have passed since the
+//    customer's answer;
+//                                                  `carrier`: this page has the peer connection.
+//                                                  After "lost" a new one is to be made
+//   {"event":"signal","remote":n,"signal":{...}}   to the carrier, from the supporter
+//   {"event":"log","entries":[{"time":"...",       the newest hundred, the newest first; `event` is
+//    "event":"...","remote":n,"name":"...",        "invited", "asked", "allowed", "refused",
+//    "path":...,"control":bool,"why":...}]}        "connected", "control", "lost", "resumed" or
+//                                                  "ended"
 //
 // and binary messages: frames as the host sent them, or deltas to the frame before
 // (docs/delta-form.md). At most two are unacknowledged; frames that come meanwhile replace each
@@ -101,7 +140,7 @@ struct PageProtocolError {
   std::string code = "bad_message";
 };
 using PageMessage = std::variant<PageCall, PageAcknowledgement, PageVisibility, PageAnswer,
-                                 PageWholeFrame, PageControl, PageProtocolError>;
+                                 PageWholeFrame, PageControl, RemoteMessage, PageProtocolError>;
 
 // Never throws. Calls of methods that the host does not offer come back as PageProtocolError.
 [[nodiscard]] PageMessage parsePageMessage(std::string_view text);

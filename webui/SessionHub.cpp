@@ -95,6 +95,7 @@ void SessionHub::addPage(SoupWebsocketConnection* socket, const PageOwner& owner
       questionInterval);
   announceState();
   reviewListening();
+  if (owner.role == PageRole::customer && customers.onOpened) customers.onOpened(id);
 }
 
 void SessionHub::removePageOf(RemoteId guest) {
@@ -110,17 +111,24 @@ void SessionHub::admit(RemoteId guest, bool control) {
   announceState();
 }
 
+void SessionHub::sendText(PageId customer, const std::string& text) {
+  const auto page = pages.find(customer);
+  if (page != pages.end()) page->second.connection->sendText(text);
+}
+
 void SessionHub::dismiss(RemoteId guest) {
   admitted.erase(guest);
   removePageOf(guest);
 }
 
 void SessionHub::removePage(PageId id) {
+  const auto role = pages.at(id).owner.role;
   releaseInput(pages.at(id));
   pages.erase(id);
   announceState();
   reviewListening();
   reviewAbsence();
+  if (role == PageRole::customer && customers.onClosed) customers.onClosed(id);
 }
 
 void SessionHub::handleText(PageId id, std::string_view text) {
@@ -168,6 +176,14 @@ void SessionHub::handle(PageId id, const PageControl& message) {
   controlAllowed = message.allowed;
   releaseWhatIsNotAllowed();
   announceState();
+}
+
+void SessionHub::handle(PageId id, const RemoteMessage& message) {
+  if (pages.at(id).owner.role != PageRole::customer) {
+    handle(id, PageProtocolError{std::nullopt, "This is for the customer's page.", "not_allowed"});
+  } else if (customers.onMessage) {
+    customers.onMessage(id, message);
+  }
 }
 
 // --- Calls

@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/Flutter.h"
 #include "platform/unix/FileDescriptor.h"
@@ -21,6 +22,7 @@
 #include "webui/PageMessage.h"
 #include "webui/SessionTracker.h"
 #include "webui/delta/FrameDelta.h"
+#include "webui/remote/RemotePages.h"
 
 namespace quorvin::webui {
 
@@ -43,7 +45,7 @@ class HeldInputFlag {
 // the session out to every page, lifts what a page that goes away has left pressed, and ends a
 // session whose customer can no longer press Stop. What a supporter's and a guest's page may do is
 // decided here, whatever their scripts send. On the main loop's thread.
-class SessionHub {
+class SessionHub : public RemotePages {
  public:
   // A session goes on for so long with no page that offers its Stop button: enough to reload one.
   static constexpr std::chrono::milliseconds customerAbsenceMax{10'000};
@@ -58,11 +60,10 @@ class SessionHub {
 
   void addPage(SoupWebsocketConnection* socket, const PageOwner& owner);
 
-  // Lets a guest's page in, of which the newest counts; `control` is whether it may use mouse and
-  // keyboard while supporters may at all. Called again when that changes.
-  void admit(RemoteId guest, bool control);
-  // Puts the guest's page out.
-  void dismiss(RemoteId guest);
+  void watchCustomers(Handlers handlers) override { customers = std::move(handlers); }
+  void sendText(PageId customer, const std::string& text) override;
+  void admit(RemoteId guest, bool control) override;
+  void dismiss(RemoteId guest) override;
 
   // Asks the host whether it runs unattended; `onAnswer` gets false as well when it cannot say.
   void askWhetherUnattended(std::function<void(bool)> onAnswer);
@@ -78,7 +79,6 @@ class SessionHub {
     HeldInputFlag heldInput;
     std::size_t unansweredCalls = 0;
   };
-  using PageId = std::uint64_t;
 
   void removePage(PageId id);
   void removePageOf(RemoteId guest);
@@ -91,6 +91,7 @@ class SessionHub {
   void handle(PageId id, const PageAnswer& message);
   void handle(PageId id, const PageWholeFrame& message);
   void handle(PageId id, const PageControl& message);
+  void handle(PageId id, const RemoteMessage& message);
   void handle(PageId id, const PageProtocolError& message);
 
   // Nothing when the page has the right to make the call.
@@ -127,6 +128,7 @@ class SessionHub {
   std::chrono::milliseconds questionInterval;
   SessionTracker session;
   std::map<PageId, Page> pages;
+  Handlers customers;
   PageId lastPageId = 0;
   std::optional<Frame> newestFrame;  // of the running session, for pages that come later
   std::shared_ptr<const SegmentedJpeg> newestSegments;  // that were found last

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <exception>
 #include <filesystem>
 #include <memory>
@@ -21,7 +22,10 @@
 #include "webui/Confinement.h"
 #include "webui/SessionHub.h"
 #include "webui/WebServer.h"
+#include "webui/remote/Notifier.h"
 #include "webui/remote/RemoteConfig.h"
+#include "webui/remote/RemoteSupport.h"
+#include "webui/remote/SessionLog.h"
 #include "webui/remote/SignallingLink.h"
 
 // The user interface's stand-in on Linux: a page in the user's own browser, served from this
@@ -37,8 +41,9 @@ using namespace quorvin::webui;
 // long to end in its own order.
 constexpr std::chrono::seconds interruptTimeout{3};
 
-// GLib's, and those that it and libsoup may have at work at the same time.
-constexpr std::size_t threadsToStartWith = 4;
+// GLib's and that of the session bus, and those that GLib and libsoup may have at work at the same
+// time.
+constexpr std::size_t threadsToStartWith = 5;
 
 FileDescriptor takeLink() {
   const auto number = quorvin::environmentVariable(quorvin::uiDescriptorVariable);
@@ -59,6 +64,7 @@ void announce(const std::string& address) {
 struct Remote {
   std::optional<RemoteConfig> config;
   std::unique_ptr<Signalling> signalling;  // if there is a config
+  std::string problem;
 };
 
 // What is wrong with it keeps nobody on this computer from anything.
@@ -71,10 +77,10 @@ Remote startRemote() {
     auto signalling = std::make_unique<SignallingLink>(
         startSignalling(program, *config),
         [](auto bytes) { randombytes_buf(bytes.data(), bytes.size()); });
-    return {std::move(config), std::move(signalling)};
+    return {std::move(config), std::move(signalling), {}};
   } catch (const std::exception& error) {
     std::fprintf(stderr, "quorvin-webui: no supporter on another computer: %s\n", error.what());
-    return {};
+    return {{}, {}, error.what()};
   }
 }
 
@@ -95,6 +101,18 @@ int serve(FileDescriptor link) {
     }
     quit();
   });
+  // Without a broker nothing happens that would have to be told or kept.
+  std::optional<RemoteSupport> support;
+  SessionLog log(remote.config ? g_get_user_state_dir() + std::string("/com.quorvin.support") : "",
+                 [] { return std::time(nullptr); });
+  Notifier notifier(remote.config ? sessionBusAddress() : "", [&] { support->stopAll(); });
+  support.emplace(
+      RemoteSupport::Outside{
+          hub, remote.signalling.get(), log,
+          [&](const std::string& title, const std::string& text) { notifier.show(title, text); },
+          [](auto bytes) { randombytes_buf(bytes.data(), bytes.size()); },
+          std::chrono::steady_clock::now},
+      remote.config, remote.problem);
   const WebServer server([&](SoupWebsocketConnection* connection,
                              const PageOwner& owner) { hub.addPage(connection, owner); },
                          remote.config ? remote.config->page : "");

@@ -64,10 +64,48 @@ TEST(PageMessage, ReadsWhetherControlIsAllowed) {
   EXPECT_FALSE(parsedAs<PageControl>(R"({"control":false})").allowed);
 }
 
+template <typename T>
+T remoteFrom(std::string_view text) {
+  const auto message = parsedAs<RemoteMessage>(text);
+  EXPECT_TRUE(std::holds_alternative<T>(message)) << text;
+  return std::holds_alternative<T>(message) ? std::get<T>(message) : T{};
+}
+
+TEST(PageMessage, ReadsWhatIsSaidOfSupportersOnOtherComputers) {
+  using Answer = Invitation::Answer;
+  remoteFrom<RemoteInvite>(R"({"invite":true})");
+  remoteFrom<RemoteLog>(R"({"log":true})");
+  EXPECT_TRUE(remoteFrom<RemoteFront>(R"({"front":true})").inFront);
+  EXPECT_FALSE(remoteFrom<RemoteFront>(R"({"front":false})").inFront);
+  EXPECT_EQ(remoteFrom<RemoteAnswer>(R"({"remote":7,"answer":"watch"})").answer, Answer::watch);
+  EXPECT_EQ(remoteFrom<RemoteAnswer>(R"({"remote":7,"answer":"control"})").answer, Answer::control);
+  EXPECT_EQ(remoteFrom<RemoteAnswer>(R"({"remote":7,"answer":"refuse"})").answer, Answer::refuse);
+  EXPECT_EQ(remoteFrom<RemoteSignal>(R"({"remote":7,"signal":{"candidate":null}})").signal,
+            R"({"candidate":null})");
+  EXPECT_EQ(remoteFrom<RemotePath>(R"({"remote":7,"path":"relayed"})").path, "relayed");
+  EXPECT_EQ(remoteFrom<RemoteLost>(R"({"remote":4294967295,"lost":true})").remote, 4294967295U);
+  EXPECT_TRUE(remoteFrom<RemoteControl>(R"({"remote":7,"control":true})").given);
+  EXPECT_EQ(remoteFrom<RemoteEnd>(R"({"remote":7,"end":true})").remote, 7U);
+}
+
+TEST(PageMessage, WhatCannotBeSaidOfASupporterIsSaidOfNobody) {
+  for (const auto* rest : {R"("control":1)", R"("answer":"yes")", R"("answer":true)",
+                           R"("signal":{"candidate":[1]})", R"("path":"short")", R"("lost":false)",
+                           R"("end":1)", R"("ack":1)", R"("whole":true)", R"("show":{})"}) {
+    parsedAs<PageProtocolError>(R"({"remote":7,)" + std::string(rest) + "}");
+  }
+  for (const auto* id : {"null", "-1", "4294967296", "7.0", "\"7\"", "true"}) {
+    const auto remote = R"({"remote":)" + std::string(id);
+    parsedAs<PageProtocolError>(remote + R"(,"control":true})");
+    parsedAs<PageProtocolError>(remote + R"(,"answer":"control"})");
+  }
+}
+
 TEST(PageMessage, RefusesEverythingElse) {
-  for (const auto* text : {"", "null", "[]", "{}", "7", "{\"ack\":0}", "{\"ack\":-1}",
-                           "{\"ack\":1.0}", "{\"control\":1}", "{\"ack\":9223372036854775807}",
-                           "{\"show\":true}", "{\"id\":1,\"method\":7}", "{\"id\":1"}) {
+  for (const auto* text :
+       {"", "null", "[]", "{}", "7", "{\"ack\":0}", "{\"ack\":-1}", "{\"ack\":1.0}",
+        "{\"control\":1}", "{\"ack\":9223372036854775807}", "{\"show\":true}", "{\"invite\":1}",
+        "{\"log\":false}", "{\"front\":1}", "{\"id\":1,\"method\":7}", "{\"id\":1"}) {
     parsedAs<PageProtocolError>(text);
   }
 }

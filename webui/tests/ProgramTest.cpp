@@ -18,6 +18,7 @@
 #include "platform/unix/FileDescriptor.h"
 #include "tests/ChildProgram.h"
 #include "tests/TemporaryFolder.h"
+#include "webui/tests/TestPage.h"
 
 namespace quorvin::webui {
 namespace {
@@ -42,7 +43,8 @@ class Program {
     host = std::move(link[0]);
     output = std::move(out[0]);
     const auto runtime = "XDG_RUNTIME_DIR=" + folder.path().string();
-    std::vector<const char*> environment{"QUORVIN_WEBUI_OPEN=0", runtime.c_str()};
+    const auto state = "XDG_STATE_HOME=" + folder.path("state").string();
+    std::vector<const char*> environment{"QUORVIN_WEBUI_OPEN=0", runtime.c_str(), state.c_str()};
     environment.insert(environment.end(), others.begin(), others.end());
     environment.insert(environment.end(), {linkVariable, nullptr});
     process = forkChild();
@@ -67,6 +69,8 @@ class Program {
   void terminate() const { kill(process, SIGTERM); }
   void killAtOnce() const { kill(process, SIGKILL); }
   [[nodiscard]] std::vector<pid_t> children() const { return childrenOf(process); }
+
+  [[nodiscard]] std::filesystem::path stateFolder() const { return folder.path("state"); }
 
   // The next line it prints, without its end; empty at the end of the output.
   std::string readLine() {
@@ -118,6 +122,11 @@ class Program {
   bool ended = false;
 };
 
+std::string addressIn(const std::string& line) {
+  constexpr std::string_view before = "Quorvin Support: open ";
+  return line.substr(before.size(), line.find(" in a") - before.size());
+}
+
 TEST(Program, NeedsALinkToAHost) {
   constexpr const char* notSet = "is not set; start quorvin-support, which starts this program";
   constexpr const char* noNumber = "is not a descriptor number.";
@@ -148,12 +157,10 @@ TEST(Program, PrintsItsAddressAndEndsWithTheHost) {
 
 TEST(Program, KeepsItsAddressInAFileUntilItEnds) {
   Program program(goodLink);
-  const auto line = program.readLine();
+  const auto address = addressIn(program.readLine());
   ASSERT_EQ(program.files().size(), 1U);
   std::ostringstream content;
   content << std::ifstream(program.files().front()).rdbuf();
-  constexpr std::string_view before = "Quorvin Support: open ";
-  const auto address = line.substr(before.size(), line.find(" in a") - before.size());
   EXPECT_NE(content.str().find(address), std::string::npos);
   program.terminate();
   EXPECT_EQ(program.exitStatus(), 0);
@@ -200,6 +207,31 @@ TEST(Program, StartsSignallingThatEndsWithIt) {
   program.killAtOnce();
   pollfd end{handle.get(), POLLIN, 0};
   EXPECT_EQ(poll(&end, 1, deadlineMs), 1);
+}
+
+// What it needs for that it has taken before it was confined.
+TEST(Program, InvitesAndKeepsALogOnceItServes) {
+  Program program(goodLink, {"QUORVIN_REMOTE_BROKER=mqtt://127.0.0.1:1", page});
+  const auto address = addressIn(program.readLine());
+  const TestPage customer(address,
+                          address.substr(0, address.rfind('/', address.size() - 2)).c_str());
+  ASSERT_TRUE(customer.connected());
+  customer.send(R"({"invite":true})");
+  EXPECT_TRUE(runUntil([&] {
+    const auto event = customer.find({{"event", "remote"}});
+    return !event.is_null() && event["problem"] == "unreachable";
+  }));
+  EXPECT_EQ(customer.find({{"event", "remote"}})["sessions"][0]["stage"], "preparing");
+  customer.send(R"({"log":true})");
+  EXPECT_EQ(customer.waitFor({{"event", "log"}})["entries"][0]["event"], "invited");
+  EXPECT_TRUE(
+      std::filesystem::exists(program.stateFolder() / "com.quorvin.support/sessions.jsonl"));
+}
+
+TEST(Program, KeepsNoLogWithoutABroker) {
+  Program program(goodLink);
+  program.readLine();
+  EXPECT_FALSE(std::filesystem::exists(program.stateFolder()));
 }
 
 TEST(Program, ServesItsPageWithoutABrokerThatIsNone) {
