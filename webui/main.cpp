@@ -41,9 +41,8 @@ using namespace quorvin::webui;
 // long to end in its own order.
 constexpr std::chrono::seconds interruptTimeout{3};
 
-// GLib's and that of the session bus, and those that GLib and libsoup may have at work at the same
-// time.
-constexpr std::size_t threadsToStartWith = 5;
+// GLib's, and those that it and libsoup may have at work at the same time.
+constexpr std::size_t threadsToStartWith = 4;
 
 FileDescriptor takeLink() {
   const auto number = quorvin::environmentVariable(quorvin::uiDescriptorVariable);
@@ -105,7 +104,8 @@ int serve(FileDescriptor link) {
   std::optional<RemoteSupport> support;
   SessionLog log(remote.config ? g_get_user_state_dir() + std::string("/com.quorvin.support") : "",
                  [] { return std::time(nullptr); });
-  Notifier notifier(remote.config ? sessionBusAddress() : "", [&] { support->stopAll(); });
+  const NotifierProcess notifier(remote.config ? sessionBusAddress() : "",
+                                 [&] { support->stopAll(); });
   support.emplace(
       RemoteSupport::Outside{
           hub, remote.signalling.get(), log,

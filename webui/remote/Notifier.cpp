@@ -1,11 +1,17 @@
 #include "webui/remote/Notifier.h"
 
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <string_view>
 #include <utility>
 
-#include "platform/unix/MainLoopSource.h"
 #include "platform/unix/ProgramStart.h"
 
 namespace quorvin::webui {
@@ -21,26 +27,33 @@ struct VariantDelete {
 };
 using VariantPtr = std::unique_ptr<GVariant, VariantDelete>;
 
-void onConnected(GObject* /*source*/, GAsyncResult* result, gpointer connection) {
-  *static_cast<GAsyncResult**>(connection) = static_cast<GAsyncResult*>(g_object_ref(result));
+constexpr auto connectionFlags = static_cast<GDBusConnectionFlags>(
+    G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+
+constexpr unsigned connectingMaxSeconds = 10;
+constexpr std::size_t orderBytesMax = 4096;
+constexpr char betweenTexts = '\0';
+
+// Of the process that shows notifications; the other end has gone when there is no order.
+bool carryOut(const FileDescriptor& orders, Notifier& notifier) {
+  std::string order(orderBytesMax, betweenTexts);
+  const auto size = ::recv(orders.get(), order.data(), order.size(), 0);
+  if (size <= 0) ::_exit(EXIT_SUCCESS);
+  order.resize(static_cast<std::size_t>(size));
+  const auto end = std::min(order.find(betweenTexts), order.size() - 1);
+  notifier.show(order.substr(0, end), order.substr(end + 1));
+  return true;
 }
 
-// Waits in a context of its own, in which nothing else of the program runs.
-GlibPtr<GDBusConnection> connectTo(const std::string& address, std::chrono::milliseconds timeMax) {
-  const MainContext context;
-  const GlibPtr<GCancellable> cancellable(g_cancellable_new());
-  const auto limit = MainLoopSource::onTimeout(context.get(), timeMax, MainLoopSource::once([&] {
-                                                 g_cancellable_cancel(cancellable.get());
-                                               }));
-  GAsyncResult* result = nullptr;
-  constexpr auto flags =
-      static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                        G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-  g_dbus_connection_new_for_address(address.c_str(), flags, nullptr, cancellable.get(), onConnected,
-                                    &result);
-  while (result == nullptr) g_main_context_iteration(context.get(), TRUE);
-  const GlibPtr<GAsyncResult> owned(result);
-  return GlibPtr<GDBusConnection>(g_dbus_connection_new_for_address_finish(result, nullptr));
+[[noreturn]] void serve(const FileDescriptor& orders, const std::string& busAddress) {
+  const MainContext context;      // the default one has the sources of the process before
+  ::alarm(connectingMaxSeconds);  // ends a process that nobody would end otherwise
+  Notifier notifier(busAddress, [&] { ::send(orders.get(), "s", 1, MSG_NOSIGNAL); });
+  ::alarm(0);
+  const auto readable = MainLoopSource::onDescriptor(
+      context.get(), orders.get(), G_IO_IN,
+      MainLoopSource::whileTrue([&] { return carryOut(orders, notifier); }));
+  while (true) g_main_context_iteration(context.get(), TRUE);
 }
 
 }  // namespace
@@ -55,10 +68,10 @@ std::string sessionBusAddress() {
   return std::string("unix:path=") + escaped.get();
 }
 
-Notifier::Notifier(const std::string& busAddress, std::function<void()> onStop,
-                   std::chrono::milliseconds timeMax)
-    : onStop(std::move(onStop)) {
-  if (!busAddress.empty()) connection = connectTo(busAddress, timeMax);
+Notifier::Notifier(const std::string& busAddress, std::function<void()> onStop)
+    : onStop(std::move(onStop)),
+      connection(g_dbus_connection_new_for_address_sync(busAddress.c_str(), connectionFlags,
+                                                        nullptr, nullptr, nullptr)) {
   if (!connection) return;
   subscription = g_dbus_connection_signal_subscribe(
       connection.get(), service, service, "ActionInvoked", object, nullptr,
@@ -107,6 +120,39 @@ void Notifier::onAction(GDBusConnection* /*connection*/, const char* /*sender*/,
   g_variant_get(arguments, "(u&s)", &id, &action);
   const auto& notifier = *static_cast<Notifier*>(self);
   if (notifier.shown.contains(id) && std::string_view(action) == stopAction) notifier.onStop();
+}
+
+NotifierProcess::NotifierProcess(const std::string& busAddress, std::function<void()> onStop) {
+  std::array<int, 2> ends{};
+  if (busAddress.empty() ||
+      ::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+    return;
+  }
+  orders = FileDescriptor(ends[0]);
+  const FileDescriptor taken(ends[1]);
+  const pid_t child = ::fork();
+  if (child == 0) {
+    // A child of a child is not this process' to wait for.
+    if (::fork() != 0) ::_exit(EXIT_SUCCESS);
+    constexpr int first = STDERR_FILENO + 1;
+    const FileDescriptor kept(::dup2(taken.get(), first));
+    ::close_range(first + 1, ~0U, 0);
+    serve(kept, busAddress);
+  }
+  if (child > 0) ::waitpid(child, nullptr, 0);
+  stops = MainLoopSource::onDescriptor(
+      nullptr, orders.get(), G_IO_IN, MainLoopSource::whileTrue([this, onStop = std::move(onStop)] {
+        char word = 0;
+        if (::recv(orders.get(), &word, sizeof word, MSG_DONTWAIT) <= 0) return false;
+        onStop();
+        return true;
+      }));
+}
+
+// A process that does not take its orders is not waited for.
+void NotifierProcess::show(const std::string& title, const std::string& text) const {
+  const auto order = title + betweenTexts + text;
+  static_cast<void>(::send(orders.get(), order.data(), order.size(), MSG_NOSIGNAL | MSG_DONTWAIT));
 }
 
 }  // namespace quorvin::webui

@@ -2,12 +2,13 @@
 
 #include <gio/gio.h>
 
-#include <chrono>
 #include <functional>
 #include <set>
 #include <string>
 
+#include "platform/unix/FileDescriptor.h"
 #include "platform/unix/GlibPtr.h"
+#include "platform/unix/MainLoopSource.h"
 
 namespace quorvin::webui {
 
@@ -17,14 +18,11 @@ namespace quorvin::webui {
 
 // Shows the desktop's notifications (org.freedesktop.Notifications,
 // https://specifications.freedesktop.org/notification-spec/) with a button "Stop". Without a bus or
-// a service, or with one that does not answer, nothing is shown. On the main loop's thread.
+// a service nothing is shown. On the main loop's thread.
 class Notifier {
  public:
-  static constexpr std::chrono::milliseconds connectingMax{2'000};
-
-  // Connects, which takes no longer than `connectingMax`; no socket is opened later.
-  Notifier(const std::string& busAddress, std::function<void()> onStop,
-           std::chrono::milliseconds timeMax = connectingMax);
+  // Waits for the bus.
+  Notifier(const std::string& busAddress, std::function<void()> onStop);
   Notifier(const Notifier&) = delete;
   Notifier& operator=(const Notifier&) = delete;
   ~Notifier();
@@ -43,6 +41,21 @@ class Notifier {
   GlibPtr<GCancellable> calls{g_cancellable_new()};
   guint subscription = 0;
   std::set<guint32> shown;
+};
+
+// A process of its own that has a Notifier. Whoever reads a stranger's bytes does without the
+// session bus, over which programs can be started. Ends with this object.
+class NotifierProcess {
+ public:
+  // Makes the process, which must be done before there is a second thread; it keeps nothing open.
+  // Without an address there is none, and nothing is shown.
+  NotifierProcess(const std::string& busAddress, std::function<void()> onStop);
+
+  void show(const std::string& title, const std::string& text) const;
+
+ private:
+  FileDescriptor orders;
+  MainLoopSource stops;
 };
 
 }  // namespace quorvin::webui

@@ -162,13 +162,40 @@ TEST(Notifier, DoesWithoutABusAndWithoutAService) {
   Notifier(bus.address(), [] {}).show("Ann asks", "text");
 }
 
-TEST(Notifier, DoesNotWaitForABusThatHangs) {
+// In a process of its own, that has no threads yet.
+void useNotifierProcess() {
+  const SessionBus bus;
+  int stops = 0;
+  const NotifierProcess notifier(bus.address(), [&] { ++stops; });
+  FakeDesktop desktop(bus);
+  notifier.show("Ann asks", "Answer on the page.");
+  const bool isShown = runUntil([&] { return !desktop.shown.empty(); });
+  const bool isStopped = runUntil([&] {
+    desktop.press(FakeDesktop::firstId, "stop");
+    return stops > 0;
+  });
+  const bool isSame =
+      isShown && desktop.shown[0].find("'Ann asks', 'Answer on the page.'") != std::string::npos;
+  std::exit(isSame && isStopped ? EXIT_SUCCESS : EXIT_FAILURE);
+}
+
+TEST(NotifierProcessDeathTest, ShowsAndStopsLikeANotifier) {
+  testing::GTEST_FLAG(death_test_style) = "threadsafe";
+  EXPECT_EXIT(useNotifierProcess(), testing::ExitedWithCode(EXIT_SUCCESS), "");
+}
+
+TEST(NotifierProcessDeathTest, IsNotWaitedForWhenItsBusHangs) {
+  testing::GTEST_FLAG(death_test_style) = "threadsafe";
   const TemporaryFolder folder;
   const auto path = folder.path("bus").string();
   const SilentServer silent(path);
-  Notifier(
-      "unix:path=" + path, [] {}, std::chrono::milliseconds(1))
-      .show("Ann", "text");
+  EXPECT_EXIT(
+      {
+        const NotifierProcess notifier("unix:path=" + path, [] {});
+        for (int count = 0; count < 10'000; ++count) notifier.show("Ann asks", "text");
+        std::exit(EXIT_SUCCESS);
+      },
+      testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 
 class SessionBusAddressTest : public testing::Test {
