@@ -15,6 +15,7 @@ namespace quorvin::webui {
 
 namespace {
 
+using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 using Word = SignallingWord;
 
@@ -24,8 +25,8 @@ constexpr int onceInOrder = 2;  // MQTT's quality of service
 constexpr int atLeastOnce = 1;
 constexpr int subscriptionFailed = 0x80;
 constexpr std::size_t unconfirmedMax = 256;
-constexpr std::chrono::milliseconds firstPause{500};
-constexpr std::chrono::milliseconds longestPause{30'000};
+constexpr milliseconds firstPause{1000};
+constexpr milliseconds longestPause{30'000};
 constexpr std::chrono::seconds leaveTimeout{2};
 constexpr std::array<std::uint8_t, 1> goneSign{1};
 
@@ -46,6 +47,10 @@ std::string goneTopicOf(const ClientId& client) {
   std::array<std::uint8_t, SHA256_DIGEST_LENGTH> digest{};
   SHA256(bytesOf(name).data(), name.size(), digest.data());
   return "quorvin/1/gone/" + hex(std::span(digest).first<std::tuple_size_v<ClientId>>());
+}
+
+milliseconds upToHalfOf(milliseconds time) {
+  return milliseconds(randombytes_uniform(static_cast<std::uint32_t>(time.count() / 2)));
 }
 
 BrokerConnection& at(void* self) {
@@ -115,8 +120,10 @@ void BrokerConnection::watch(const ClientId& supporter) {
 
 void BrokerConnection::leave() {
   const std::scoped_lock lock(mutex);
+  if (leavesBy) return;
   leavesBy = steady_clock::now() + leaveTimeout;
-  leaveWhenDone();
+  // A broker forgets the last will of a client that leaves in order.
+  publishNow(goneTopic, goneSign);
   changed.notify_all();
 }
 
@@ -127,29 +134,27 @@ bool BrokerConnection::hasEndedBy(steady_clock::time_point time) const {
 
 void BrokerConnection::run() {
   auto pause = firstPause;
-  for (;;) {
-    const int result = connectOnce();
-    const int systemError = errno;
-    std::unique_lock lock(mutex);
-    if (leavesBy) break;
+  std::unique_lock lock(mutex);
+  do {
     lock.unlock();
-    reportTrouble(result, systemError);
-    pause = std::exchange(isOpen, false) ? firstPause : std::min(pause * 2, longestPause);
+    pause = connectOnce() ? firstPause : std::min(pause * 2, longestPause);
     lock.lock();
-    if (changed.wait_for(lock, pause, [this] { return leavesBy.has_value(); })) break;
-  }
-  const std::scoped_lock lock(mutex);
+    // A broker that comes back is not to have all of its clients at the same moment.
+    changed.wait_for(lock, pause - upToHalfOf(pause), [this] { return leavesBy.has_value(); });
+  } while (!leavesBy);
   hasEnded = true;
   changed.notify_all();
 }
 
-// Returns when there is no connection any more, and why.
-int BrokerConnection::connectOnce() {
+// Returns when there is no connection any more; whether there has been one.
+bool BrokerConnection::connectOnce() {
+  isOpen = false;
   refusal.clear();
   int result =
       mosquitto_connect_async(client.get(), broker.host.c_str(), broker.port, keepAliveSeconds);
   while (result == MOSQ_ERR_SUCCESS && goesOn()) result = mosquitto_loop(client.get(), turnMs, 1);
-  return result;
+  reportTrouble(result, errno);
+  return isOpen;
 }
 
 bool BrokerConnection::goesOn() {
@@ -183,17 +188,6 @@ void BrokerConnection::publishNow(const std::string& topic, ByteView payload) {
   if (result == MOSQ_ERR_SUCCESS || result == MOSQ_ERR_NO_CONN) ++unconfirmed;
 }
 
-// A broker forgets the last will of a client that leaves in order, and passes on what is sent only
-// once it was confirmed twice.
-void BrokerConnection::leaveWhenDone() {
-  if (!leavesBy || unconfirmed > 0) return;
-  if (!std::exchange(hasSaidGone, true)) {
-    publishNow(goneTopic, goneSign);
-  } else {
-    mosquitto_disconnect(client.get());
-  }
-}
-
 void BrokerConnection::onConnected(int code) {
   if (code != 0) {
     refusal = mosquitto_connack_string(code);
@@ -215,18 +209,15 @@ void BrokerConnection::onSubscribed(std::span<const int> granted) {
     mosquitto_disconnect(client.get());
     return;
   }
-  {
-    const std::scoped_lock lock(mutex);
-    if (std::exchange(isOpen, true)) return;  // but now another supporter is watched
-    leaveWhenDone();
-  }
-  report(Reach::open, {});
+  // Another supporter is watched from now on, that is all, if it has been open.
+  if (!std::exchange(isOpen, true)) report(Reach::open, {});
 }
 
 void BrokerConnection::onPublished() {
   const std::scoped_lock lock(mutex);
   if (unconfirmed > 0) --unconfirmed;
-  leaveWhenDone();
+  // It has not passed on what was not confirmed twice.
+  if (leavesBy && unconfirmed == 0) mosquitto_disconnect(client.get());
 }
 
 void BrokerConnection::onMessage(const mosquitto_message& message) {

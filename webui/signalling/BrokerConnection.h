@@ -54,13 +54,12 @@ class BrokerConnection {
 
   void setUp(const std::string& place);
   void run();
-  [[nodiscard]] int connectOnce();
+  bool connectOnce();
   [[nodiscard]] bool goesOn();
   void reportTrouble(int result, int systemError);
   void report(Reach reach, std::string_view detail);
   void publish(const std::string& topic, ByteView payload);
   void publishNow(const std::string& topic, ByteView payload);
-  void leaveWhenDone();
   void onConnected(int code);
   void onSubscribed(std::span<const int> granted);
   void onPublished();
@@ -72,13 +71,12 @@ class BrokerConnection {
   std::unique_ptr<mosquitto, Destroy> client;
 
   std::string refusal;       // the broker's, of this attempt; the thread's own
+  bool isOpen = false;       // in this attempt; as that, the thread's own
   mutable std::mutex mutex;  // for all that follows
   mutable std::condition_variable changed;
-  bool isOpen = false;
   std::optional<ClientId> watched;
   std::string watchedTopic;
   std::size_t unconfirmed = 0;
-  bool hasSaidGone = false;
   bool hasEnded = false;
   std::optional<std::chrono::steady_clock::time_point> leavesBy;
   std::thread thread;

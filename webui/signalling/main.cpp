@@ -50,7 +50,7 @@ class Places {
   void leave() {
     const auto end = steady_clock::now() + leaveTimeout;
     for (auto& [number, place] : places) place.leave();
-    for (auto& [number, place] : places) place.hasEndedBy(end);
+    std::erase_if(places, [end](const auto& place) { return place.second.hasEndedBy(end); });
   }
 
  private:
