@@ -64,7 +64,7 @@ export class Signalling {
 
   async watch(sid) {
     const topic = await goneTopic(hex(sid));
-    if (!this.#isOver) this.#client.subscribe(topic, {qos: 1});
+    if (!this.#isOver) this.#client.subscribe(topic, {qos: 2});
   }
 
   // To the customer of an invitation: by `sid`, or as long as that is not known by `place`.
@@ -73,11 +73,12 @@ export class Signalling {
     if (!this.#isOver) this.#client.publish(topic, bytes, {qos: 2});
   }
 
-  // In order: what was sent still goes out, and the customer is told.
+  // In order: what was sent still goes out, and then the customer is told, as only what has the same
+  // quality overtakes nothing.
   leave() {
     if (this.#isOver) return;
     this.#isOver = true;
-    this.#client.publish(this.#gone, Uint8Array.of(1), {qos: 1});
+    this.#client.publish(this.#gone, Uint8Array.of(1), {qos: 2});
     this.#client.end();
   }
 }
