@@ -250,6 +250,39 @@ TEST(Signalling, IsToldWhenItMayNotListen) {
   EXPECT_TRUE(becomes(listener, Reach::refused));
 }
 
+// Says a file's content to the client whom `sidOf` of 1 names.
+void publish(const TestBroker& broker, const std::string& file, const std::string& option) {
+  ChildProgram publisher;
+  publisher.words = {QUORVIN_MOSQUITTO_PUB,
+                     "-p",
+                     std::to_string(broker.port()),
+                     option,
+                     "-f",
+                     file,
+                     "-q",
+                     "1",
+                     "-t",
+                     "quorvin/1/01010101010101010101010101010101"};
+  int status = -1;
+  ::waitpid(startProgram(std::move(publisher)), &status, 0);
+  ASSERT_EQ(status, 0);
+}
+
+TEST(Signalling, PassesOnNothingThatIsKeptOrTooLong) {
+  const TestBroker broker;
+  const TemporaryFolder folder;
+  publish(broker, folder.write("kept", "kept"), "--retain");
+  Client client(at(broker.port()));
+  Listener listener(*client.link, 1);
+  ASSERT_TRUE(becomes(listener, Reach::open));
+  constexpr auto notKept = "--quiet";
+  publish(broker, folder.write("long", std::string(envelopeBytesMax + 1, 'x')), notKept);
+  const std::string longest(envelopeBytesMax, 'x');
+  publish(broker, folder.write("longest", longest), notKept);
+  ASSERT_TRUE(runUntil([&] { return !listener.messages.empty(); }));
+  EXPECT_THAT(listener.messages, ElementsAre(Bytes(longest.begin(), longest.end())));
+}
+
 TEST(Signalling, FindsItsBrokerByName) {
   const TestBroker broker;
   Client client(at(broker.port(), "localhost"));
