@@ -84,13 +84,14 @@ class Session {
     must(!effects.ask || (!asker && supporterKnows), "asked twice, or for a stranger");
     for (const auto& bytes : effects.send) {
       must(bytes.size() >= 35 && (bytes[1] != 3 || asker), "sent what depends on a key");
+      if (bytes[1] == 4 && (bytes[34] == 2 || bytes[34] == 4)) ++wrongTries;
     }
     if (effects.ask) asker = supporter;
     must(allowed || !(effects.message || effects.resumed), "carried what nobody has allowed");
     const auto stage = invitation.stage();
     must(before < Stage::expired || stage == before, "began again");
-    must((stage == Stage::tooManyTries) == (invitation.failedTries() == Invitation::triesMax),
-         "has another number of tries");
+    must(stage != Stage::tooManyTries || wrongTries >= Invitation::triesMax,
+         "was void before three wrong tries");
     must(invitation.seal({}).has_value() == (stage == Stage::connected), "sealed too early");
     must(invitation.code().empty() == (stage != Stage::waiting), "forgot nothing");
     before = stage;
@@ -98,6 +99,7 @@ class Session {
 
   using Stage = Invitation::Stage;
   Invitation::Time now{};
+  int wrongTries = 0;
   std::mt19937_64 engine;  // the same for every input, so that each can be replayed
   RandomBytes random = [this](std::span<std::uint8_t> bytes) {
     for (auto& byte : bytes) byte = static_cast<std::uint8_t>(engine());

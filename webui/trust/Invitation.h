@@ -67,7 +67,6 @@ class Invitation {
   void withdrawCode();
   [[nodiscard]] const Sid& sid() const { return ownSid; }
   [[nodiscard]] Stage stage() const { return current; }
-  [[nodiscard]] int failedTries() const { return tries; }
   // When to call `timePassed` at the latest.
   [[nodiscard]] std::optional<Time> deadline() const { return currentDeadline; }
 

@@ -41,7 +41,6 @@ class SealedChannel {
   [[nodiscard]] std::optional<Bytes> seal(ByteView message);
   // Nothing for everything but the other party's next message, which ends the channel for good.
   [[nodiscard]] std::optional<Bytes> open(ByteView sealed);
-  [[nodiscard]] bool ended() const { return over; }
 
  private:
   struct Direction {
