@@ -102,6 +102,13 @@ endNewServices() {
   done
 }
 
+nodeIsRecent() {
+  local version
+  command -v npm >/dev/null && version=$(node --version 2>/dev/null) || return 1
+  version=${version#v}
+  ((${version%%.*} >= 18))
+}
+
 # Ends the processes given by id, those of their process groups included, and waits until they
 # are gone. Only for processes that this script started as jobs of their own group (set -m).
 endProcessGroups() {
