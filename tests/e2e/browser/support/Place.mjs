@@ -1,3 +1,4 @@
+import { spawnSync } from 'node:child_process';
 import { mkdtempSync, rmSync, writeFileSync } from 'node:fs';
 import { connect, createServer } from 'node:net';
 import { tmpdir } from 'node:os';
@@ -9,14 +10,16 @@ import { spawnChild } from './children.mjs';
 import { until } from './until.mjs';
 
 const accessList = fileURLToPath(new URL('../../../../deploy/files/acl', import.meta.url));
-const distFolder = fileURLToPath(new URL('../../../../supporter/dist/', import.meta.url));
+const builder = fileURLToPath(new URL('../../../../supporter/build.mjs', import.meta.url));
 
 // A place on this computer: a broker with a deployed one's access list, and the page of supporters.
 export class Place {
   static async start() {
-    await import('../../../../supporter/build.mjs');
     const place = new Place();
     place.folder = mkdtempSync(join(tmpdir(), 'quorvin-place-'));
+    const page = join(place.folder, 'page');
+    const built = spawnSync(process.execPath, [builder, page], { encoding: 'utf8' });
+    if (built.status !== 0) throw new Error(`the page was not built: ${built.stderr}`);
     const [port, browsersPort] = await freePorts(2);
     const config = [
       ...['user root', 'allow_anonymous true', `acl_file ${accessList}`, 'log_type error'],
@@ -28,7 +31,7 @@ export class Place {
     writeFileSync(join(place.folder, 'place.json'), JSON.stringify(known));
     place.port = port;
     await place.startBroker();
-    place.files = await serveFiles(distFolder, place.folder);
+    place.files = await serveFiles(page, place.folder);
     return place;
   }
 
