@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <memory>
@@ -191,6 +192,7 @@ TEST(NotifierProcessDeathTest, IsNotWaitedForWhenItsBusHangs) {
   const SilentServer silent(path);
   EXPECT_EXIT(
       {
+        ::alarm(5);  // sooner than the other process gives up
         const NotifierProcess notifier("unix:path=" + path, [] {});
         for (int count = 0; count < 10'000; ++count) notifier.show("Ann asks", "text");
         std::exit(EXIT_SUCCESS);
