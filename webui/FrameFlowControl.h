@@ -34,6 +34,7 @@ class FrameFlowControl {
   [[nodiscard]] std::optional<Frame> acknowledge(std::int64_t count);
   // The same where a gate may have opened by itself.
   [[nodiscard]] std::optional<Frame> due();
+  [[nodiscard]] bool frameWaits() const { return waiting.has_value(); }
   void dropWaiting() { waiting.reset(); }
 
  private:

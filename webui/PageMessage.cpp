@@ -155,8 +155,8 @@ PageMessage parseAcknowledgement(const json& count) {
 
 PageMessage parseShows(const json& sides) {
   if (!sides.is_object()) return PageProtocolError{std::nullopt, "What a page shows is an object."};
-  return PageVisibility{flagOf(sides, "customer"), flagOf(sides, "picture"),
-                        flagOf(sides, "input")};
+  return PageVisibility{flagOf(sides, "customer"), flagOf(sides, "picture"), flagOf(sides, "input"),
+                        flagOf(sides, "h264")};
 }
 
 // Nothing when it is none of theirs.
@@ -273,6 +273,12 @@ std::string streamErrorText(const FlutterError& error) {
 
 std::string frameText(std::int64_t ageMs) {
   return textOfJson({{"event", "frame"}, {"ageMs", ageMs}});
+}
+
+std::string reducedText(int steps) {
+  return textOfJson({{"event", "reduced"},
+                     {"why", steps > 0 ? json("network") : json(nullptr)},
+                     {"steps", steps}});
 }
 
 std::string questionText(const std::string& word) {

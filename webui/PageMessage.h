@@ -23,10 +23,11 @@ namespace quorvin::webui {
 //   own
 //   {"ack":n}                                      n frames (1 or more) were drawn or given up
 //   {"show":{"customer":bool,"picture":bool,       which sides of the session the page shows: the
-//            "input":bool}}                        customer's with its Stop button, the picture;
+//            "input":bool,"h264":bool}}            customer's with its Stop button, the picture;
 //                                                  and whether its picture takes mouse and
 //                                                  keyboard: "injectInput" of a page that has not
-//                                                  said so is refused
+//                                                  said so is refused; whether it can show H.264
+//                                                  that nobody has chosen
 //   {"whole":true}                                 the page cannot make use of deltas: the newest
 //                                                  frame is to come whole
 //   {"answer":"..."}                               the word of a question, at once, and by the
@@ -82,6 +83,9 @@ namespace quorvin::webui {
 //   {"event":"frame","ageMs":n}                    the next binary message is a frame that came
 //                                                  from the host n milliseconds ago; not sent
 //                                                  for one that has not waited
+//   {"event":"reduced","why":"network"|null,       to a guest: by how many steps the picture is
+//   less
+//    "steps":n}                                    than was chosen, which `settings` go on telling
 //   {"event":"question","word":"..."}              whether the page's script works, and has got
 //                                                  whatever came before; a page that owes an
 //                                                  answer shows nobody a Stop button
@@ -125,6 +129,7 @@ struct PageVisibility {
   bool customer = false;
   bool picture = false;
   bool input = false;
+  bool h264 = false;
 };
 struct PageAnswer {
   std::string word;
@@ -152,6 +157,7 @@ using PageMessage = std::variant<PageCall, PageAcknowledgement, PageVisibility, 
 [[nodiscard]] std::string stateText(const SessionTracker& session, bool input, bool control);
 [[nodiscard]] std::string streamErrorText(const FlutterError& error);
 [[nodiscard]] std::string frameText(std::int64_t ageMs);
+[[nodiscard]] std::string reducedText(int steps);
 [[nodiscard]] std::string questionText(const std::string& word);
 
 // What the messages are made of.

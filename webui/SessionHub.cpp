@@ -43,9 +43,10 @@ bool HeldInputFlag::take() {
 
 SessionHub::SessionHub(FileDescriptor linkSocket, HostClient::CloseHandler onLinkClosed,
                        std::chrono::milliseconds absenceMax,
-                       std::chrono::milliseconds questionInterval)
+                       std::chrono::milliseconds questionInterval, PictureRate::Timing timing)
     : absenceLimit(absenceMax),
       questionInterval(questionInterval),
+      rates([this] { reviewRates(); }, std::move(timing)),
       host(std::move(linkSocket), {[this](Data payload) { handleFrame(std::move(payload)); },
                                    [this](const FlutterError& error) { handleStreamError(error); },
                                    std::move(onLinkClosed)}) {}
@@ -93,6 +94,7 @@ void SessionHub::addPage(SoupWebsocketConnection* socket, const PageOwner& owner
                                  removePage(id);
                                }},
       questionInterval);
+  if (owner.role == PageRole::guest) addRate(page, id);
   announceState();
   reviewListening();
   if (owner.role == PageRole::customer && customers.onOpened) customers.onOpened(id);
@@ -125,6 +127,7 @@ void SessionHub::removePage(PageId id) {
   const auto role = pages.at(id).owner.role;
   releaseInput(pages.at(id));
   pages.erase(id);
+  reviewRates();
   announceState();
   reviewListening();
   reviewAbsence();
@@ -146,6 +149,7 @@ void SessionHub::handle(PageId id, const PageAnswer& message) {
 
 void SessionHub::handle(PageId id, const PageAcknowledgement& message) {
   auto& page = pages.at(id);
+  if (page.rate) page.rate->acknowledged(message.count);
   if (const auto frame = page.flowControl.acknowledge(message.count)) sendFrame(page, *frame);
 }
 
@@ -163,6 +167,7 @@ void SessionHub::handle(PageId id, const PageVisibility& message) {
   if (!message.input) releaseInput(page);
   if (!message.picture) page.flowControl.dropWaiting();
   if (framesAppear && newestFrame) offer(page, *newestFrame);
+  reviewRates();
   announceState();
   reviewAbsence();
 }
@@ -263,12 +268,17 @@ void SessionHub::stop(std::optional<FlutterError> why, FlutterResult onReply) {
 }
 
 void SessionHub::configure(const FlutterMethodCall& call, FlutterResult onReply) {
-  host.call(call, [this, number = session.sessionNumber(), settings = call.arguments,
-                   onReply = std::move(onReply)](const FlutterReply& reply) {
-    if (std::holds_alternative<Value>(reply)) session.settingsAccepted(number, settings);
-    onReply(reply);
-    sessionChanged();
-  });
+  const auto asked = rates.reduced(call.arguments);
+  host.call({call.method, asked},
+            [this, number = session.sessionNumber(), asked, settings = call.arguments,
+             onReply = std::move(onReply)](const FlutterReply& reply) {
+              if (std::holds_alternative<Value>(reply)) {
+                session.settingsAccepted(number, settings);
+                askedSettings = asked;
+              }
+              onReply(reply);
+              sessionChanged();
+            });
 }
 
 // --- Mouse and keyboard
@@ -306,12 +316,46 @@ void SessionHub::handleFrame(Data payload) {
 }
 
 void SessionHub::offer(Page& page, const Frame& frame) {
-  if (const auto next = page.flowControl.offer(frame)) sendFrame(page, *next);
+  const auto next = page.flowControl.offer(frame);
+  if (page.rate) page.rate->offered(!next);
+  if (next) sendFrame(page, *next);
 }
 
 void SessionHub::sendFrame(Page& page, const Frame& frame) {
   if (const auto ageMs = ageMsOf(frame); ageMs > 0) page.connection->sendText(frameText(ageMs));
-  page.connection->sendBinary(page.deltas.next(frame.payload, segmentsOf(frame.payload)));
+  const auto data = page.deltas.next(frame.payload, segmentsOf(frame.payload));
+  if (page.rate) page.rate->sent(data.size(), frame.payload.size());
+  page.connection->sendBinary(data);
+}
+
+void SessionHub::sendDue(PageId id) {
+  auto& page = pages.at(id);
+  if (const auto frame = page.flowControl.due()) {
+    sendFrame(page, *frame);
+  } else if (page.flowControl.frameWaits()) {
+    page.rate->awaitOpening();
+  }
+}
+
+void SessionHub::addRate(Page& page, PageId id) {
+  page.rate = std::make_unique<PictureRate::Guest>(rates, [this, id] { sendDue(id); });
+  page.flowControl = FrameFlowControl([rate = page.rate.get()] { return rate->open(); });
+}
+
+void SessionHub::reviewRates() {
+  const bool mayBeVideo = std::ranges::all_of(pages, [](const auto& entry) {
+    return !entry.second.visibility.picture || entry.second.visibility.h264;
+  });
+  rates.choose(session.settings(), mayBeVideo);
+  for (auto& [id, page] : pages) {
+    if (!page.rate || std::exchange(page.toldSteps, rates.steps()) == rates.steps()) continue;
+    page.connection->sendText(reducedText(rates.steps()));
+  }
+  if (session.state() != SessionState::live) return;
+  auto wanted = rates.reduced(session.settings());
+  if (wanted == askedSettings) return;
+  askedSettings = std::move(wanted);
+  host.call({"configureStream", askedSettings}, [](const FlutterReply&) {});
 }
 
 std::shared_ptr<const SegmentedJpeg> SessionHub::segmentsOf(const Data& payload) {
@@ -330,6 +374,7 @@ void SessionHub::handleStreamError(const FlutterError& error) {
 
 void SessionHub::sessionChanged() {
   if (!session.active()) {
+    askedSettings = PictureRate::hostDefaults();
     // A picture of a session that is over must not turn up in a page.
     newestFrame.reset();
     newestSegments.reset();
@@ -338,6 +383,7 @@ void SessionHub::sessionChanged() {
       page.deltas.forget();
     }
   }
+  reviewRates();
   announceState();
   reviewListening();
   reviewAbsence();

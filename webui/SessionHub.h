@@ -22,6 +22,7 @@
 #include "webui/PageMessage.h"
 #include "webui/SessionTracker.h"
 #include "webui/delta/FrameDelta.h"
+#include "webui/remote/PictureRate.h"
 #include "webui/remote/RemotePages.h"
 
 namespace quorvin::webui {
@@ -56,7 +57,8 @@ class SessionHub : public RemotePages {
   // Takes over the UI link. `onLinkClosed` as in HostClient.
   SessionHub(FileDescriptor linkSocket, HostClient::CloseHandler onLinkClosed,
              std::chrono::milliseconds absenceMax = customerAbsenceMax,
-             std::chrono::milliseconds questionInterval = PageConnection::questionInterval);
+             std::chrono::milliseconds questionInterval = PageConnection::questionInterval,
+             PictureRate::Timing timing = {});
 
   void addPage(SoupWebsocketConnection* socket, const PageOwner& owner);
 
@@ -73,6 +75,8 @@ class SessionHub : public RemotePages {
     PageOwner owner;
     std::unique_ptr<PageConnection> connection;
     std::string announcedState;
+    std::unique_ptr<PictureRate::Guest> rate;  // of a guest's page
+    int toldSteps = 0;
     FrameFlowControl flowControl;
     FrameDeltas deltas;
     PageVisibility visibility;
@@ -107,6 +111,10 @@ class SessionHub : public RemotePages {
   void handleStreamError(const FlutterError& error);
   void offer(Page& page, const Frame& frame);
   void sendFrame(Page& page, const Frame& frame);
+  void sendDue(PageId id);
+  void addRate(Page& page, PageId id);
+  // Asks the host for what guests' rates allow, and tells guests of it.
+  void reviewRates();
   // Null when the payload has none. Found once for all pages that a frame goes to, and not for one
   // that goes to none.
   [[nodiscard]] std::shared_ptr<const SegmentedJpeg> segmentsOf(const Data& payload);
@@ -127,6 +135,8 @@ class SessionHub : public RemotePages {
   std::chrono::milliseconds absenceLimit;
   std::chrono::milliseconds questionInterval;
   SessionTracker session;
+  PictureRate rates;
+  Value askedSettings = PictureRate::hostDefaults();  // of the host, last in this session
   std::map<PageId, Page> pages;
   Handlers customers;
   PageId lastPageId = 0;

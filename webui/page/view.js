@@ -7,15 +7,20 @@ import {Settings} from './settings.js';
 
 export function makeView(connection) {
   const settings = new Settings(connection);
+  let h264 = 'VideoDecoder' in globalThis;
   const picture = new Picture(
-    () => settings.fallBack(),
+    () => {
+      h264 = false;
+      showSides();
+      settings.fallBack();
+    },
     () => connection.requestWholePicture(),
   );
   const control = new Control(connection, showSides);
 
   // A page in the background needs no pictures.
   function showSides() {
-    connection.show({customer: false, picture: !document.hidden, input: !control.viewOnly});
+    connection.show({customer: false, picture: !document.hidden, input: !control.viewOnly, h264});
   }
 
   async function askWhetherUnattended() {

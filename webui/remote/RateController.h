@@ -40,6 +40,7 @@ class RateController {
 
   // A frame has come, and whether it waits, perhaps in the place of another one.
   void offered(bool waits, Time now);
+  [[nodiscard]] bool frameWaits() const { return holds; }
   // `bytes` went for a frame that has `wholeBytes` as a file of its own.
   void sent(std::size_t bytes, std::size_t wholeBytes, Time now);
   // So many frames more have been drawn. Those that were never sent do not count.

@@ -27,10 +27,11 @@ class SessionHubTest : public testing::Test {
  protected:
   explicit SessionHubTest(
       std::chrono::milliseconds absenceMax = SessionHub::customerAbsenceMax,
-      std::chrono::milliseconds questionInterval = PageConnection::questionInterval)
+      std::chrono::milliseconds questionInterval = PageConnection::questionInterval,
+      PictureRate::Timing timing = {})
       : hub(
             host.takeClientEnd(), [this](const std::string& reason) { linkClosed = reason; },
-            absenceMax, questionInterval) {
+            absenceMax, questionInterval, std::move(timing)) {
     host.answer("listen", Value());
     host.answer("cancel", Value());
     host.answer("stopCapture", Value());
