@@ -13,7 +13,6 @@ writeDemoBroker() {
   cat >"$demoFolder/mosquitto.conf" <<END
 listener $demoBroker 127.0.0.1
 listener $demoWebSocket 127.0.0.1
-bind_interface lo
 socket_domain ipv4
 protocol websockets
 allow_anonymous true

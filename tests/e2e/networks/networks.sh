@@ -95,7 +95,7 @@ if ((EUID != 0)); then user=(--user --map-root-user); fi
 
 check() {
   unshare "${user[@]}" --mount --net true 2>/dev/null || fail "there are no namespaces here."
-  [[ -c /dev/net/tun ]] || fail "there is no /dev/net/tun here."
+  [[ -r /dev/net/tun && -w /dev/net/tun ]] || fail "/dev/net/tun is not there to be used."
 }
 
 run() {
