@@ -10,6 +10,7 @@
 
 #include "platform/unix/GlibPtr.h"
 #include "platform/unix/ProgramStart.h"
+#include "webui/HiddenBrowser.h"
 
 namespace quorvin::webui {
 namespace {
@@ -36,13 +37,20 @@ void openInBrowser(const std::string& file) {
 }
 
 constexpr std::size_t pageBytesMax = 4096;
+constexpr char onDesktop = 'o';
+constexpr char hidden = 'h';
 
 [[noreturn]] void carryOut(const FileDescriptor& orders) {
   std::array<char, pageBytesMax> page{};
   const auto size = ::recv(orders.get(), page.data(), page.size(), 0);
   char word = 0;
   if (size > 0 && ::recv(orders.get(), &word, sizeof word, 0) > 0) {
-    openInBrowser(std::string(page.data(), static_cast<std::size_t>(size)));
+    const std::string file(page.data(), static_cast<std::size_t>(size));
+    if (word == hidden) {
+      runHiddenBrowser(file, orders);
+    } else {
+      openInBrowser(file);
+    }
   }
   ::_exit(EXIT_SUCCESS);
 }
@@ -70,7 +78,11 @@ void BrowserLauncher::setPage(const std::string& page) {
 }
 
 void BrowserLauncher::open() {
-  static_cast<void>(::send(orders.get(), "o", 1, MSG_NOSIGNAL));
+  static_cast<void>(::send(orders.get(), &onDesktop, 1, MSG_NOSIGNAL));
+}
+
+void BrowserLauncher::openHidden() {
+  static_cast<void>(::send(orders.get(), &hidden, 1, MSG_NOSIGNAL));
 }
 
 }  // namespace quorvin::webui

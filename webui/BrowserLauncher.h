@@ -18,6 +18,8 @@ class BrowserLauncher {
   // The file to open. What is opened can be read in a command line by every user of the machine.
   void setPage(const std::string& page);
   void open();
+  // In a browser that nobody sees, until `end` or this object's end.
+  void openHidden();
   void end() { orders.reset(); }
 
  private:
