@@ -10,8 +10,10 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "platform/unix/GlibPtr.h"
@@ -20,8 +22,10 @@
 #include "webui/AddressFile.h"
 #include "webui/BrowserLauncher.h"
 #include "webui/Confinement.h"
+#include "webui/HiddenBrowser.h"
 #include "webui/SessionHub.h"
 #include "webui/WebServer.h"
+#include "webui/remote/DeviceLinkFile.h"
 #include "webui/remote/Notifier.h"
 #include "webui/remote/RemoteConfig.h"
 #include "webui/remote/RemoteSupport.h"
@@ -60,6 +64,14 @@ void announce(const std::string& address) {
   std::fflush(stdout);
 }
 
+void fillRandomly(std::span<std::uint8_t> bytes) {
+  randombytes_buf(bytes.data(), bytes.size());
+}
+
+std::string settingsFolder() {
+  return g_get_user_config_dir() + std::string("/com.quorvin.support");
+}
+
 struct Remote {
   std::optional<RemoteConfig> config;
   std::unique_ptr<Signalling> signalling;  // if there is a config
@@ -73,9 +85,8 @@ Remote startRemote() {
   try {
     auto config = readRemoteConfig();
     if (!config) return {};
-    auto signalling = std::make_unique<SignallingLink>(
-        startSignalling(program, *config),
-        [](auto bytes) { randombytes_buf(bytes.data(), bytes.size()); });
+    auto signalling =
+        std::make_unique<SignallingLink>(startSignalling(program, *config), fillRandomly);
     return {std::move(config), std::move(signalling), {}};
   } catch (const std::exception& error) {
     std::fprintf(stderr, "quorvin-webui: no supporter on another computer: %s\n", error.what());
@@ -83,10 +94,47 @@ Remote startRemote() {
   }
 }
 
+// While files can still be made. Null without a broker.
+std::unique_ptr<DeviceLinkFile> prepareDeviceLink(const Remote& remote) {
+  if (!remote.config) return nullptr;
+  try {
+    return std::make_unique<DeviceLinkFile>(settingsFolder(), fillRandomly);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "quorvin-webui: no device link in %s: %s\n", settingsFolder().c_str(),
+                 error.what());
+    return nullptr;
+  }
+}
+
+void open(RemoteSupport& support, const DeviceLinkFile& file) {
+  try {
+    support.openTo(file.read());
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "quorvin-webui: %s\n", error.what());
+  }
+}
+
+// Returns the exit status.
+int printDeviceLink(bool isNew) {
+  const auto config = readRemoteConfig();
+  if (!config) {
+    throw std::runtime_error("no broker is set; write " + settingsFolder() +
+                             "/remote.json first (docs/remote.md)");
+  }
+  const DeviceLinkFile file(settingsFolder(), fillRandomly);
+  if (isNew) file.replace();
+  const Invitation device(fillRandomly, file.read());
+  std::printf("%s\n", device.link(config->page).c_str());
+  if (hasHiddenBrowser()) return 0;
+  std::fprintf(stderr, "quorvin-webui: the link opens nothing until Chromium is installed here\n");
+  return 0;
+}
+
 // Returns the exit status.
 int serve(FileDescriptor link) {
   BrowserLauncher browser(link);
   const auto remote = startRemote();
+  const auto deviceLink = prepareDeviceLink(remote);
   const quorvin::GlibPtr<GMainLoop> loop(g_main_loop_new(nullptr, FALSE));
   const auto quit = [&] {
     g_main_loop_quit(loop.get());
@@ -106,13 +154,12 @@ int serve(FileDescriptor link) {
                  [] { return std::time(nullptr); });
   const NotifierProcess notifier(remote.config ? sessionBusAddress() : "",
                                  [&] { support->stopAll(); });
-  support.emplace(
-      RemoteSupport::Outside{
-          hub, remote.signalling.get(), log,
-          [&](const std::string& title, const std::string& text) { notifier.show(title, text); },
-          [](auto bytes) { randombytes_buf(bytes.data(), bytes.size()); },
-          std::chrono::steady_clock::now},
-      remote.config, remote.problem);
+  support.emplace(RemoteSupport::Outside{hub, remote.signalling.get(), log,
+                                         [&](const std::string& title, const std::string& text) {
+                                           notifier.show(title, text);
+                                         },
+                                         fillRandomly, std::chrono::steady_clock::now},
+                  remote.config, remote.problem);
   const WebServer server([&](SoupWebsocketConnection* connection,
                              const PageOwner& owner) { hub.addPage(connection, owner); },
                          remote.config ? remote.config->page : "");
@@ -138,6 +185,11 @@ int serve(FileDescriptor link) {
   if constexpr (QUORVIN_CONFINED) confine();
   // At a login nobody asked for a browser window.
   hub.askWhetherUnattended([&](bool unattended) {
+    if (unattended && deviceLink) {
+      open(*support, *deviceLink);
+      deviceLink->watch([&] { open(*support, *deviceLink); });
+      return browser.openHidden();
+    }
     if (!unattended) browser.open();
     browser.end();
   });
@@ -147,9 +199,13 @@ int serve(FileDescriptor link) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
   quorvin::prepareProcess();
+  const std::string_view order = argc == 2 ? argv[1] : "";
   try {
+    if (order == "--device-link" || order == "--new-device-link") {
+      return printDeviceLink(order == "--new-device-link");
+    }
     quorvin::requireThreads(threadsToStartWith);
     return serve(takeLink());
   } catch (const std::exception& error) {

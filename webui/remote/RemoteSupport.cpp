@@ -130,6 +130,34 @@ void RemoteSupport::handle(PageId /*page*/, const RemoteInvite& /*message*/) {
   announce();
 }
 
+void RemoteSupport::openTo(Invitation::DeviceLink link) {
+  device = std::move(link);
+  for (auto& [id, session] : sessions) {
+    if (session.isOfDevice && !isOver(session.stage)) end(id, "stopped");
+  }
+  awaitDeviceGuest();
+}
+
+// When the one before is over and forgotten: a broker knows one client by each link.
+void RemoteSupport::awaitDeviceGuest() {
+  const bool isAwaited = device && std::ranges::any_of(sessions, [this](const auto& entry) {
+                           const auto& session = entry.second;
+                           return session.isOfDevice && session.invitation.sid() == device->sid;
+                         });
+  if (!device || isAwaited || outside.signalling == nullptr) return;
+  const auto id = ++lastId;
+  sessions.emplace(id, Session(Invitation(outside.random, *device), true));
+  listen(id);
+}
+
+void RemoteSupport::admitToDevice(RemoteId id) {
+  auto& session = sessions.at(id);
+  session.control = true;
+  session.carrier = customers.empty() ? std::nullopt : std::optional(*customers.begin());
+  if (!session.carrier) session.aloneSince = outside.now();
+  carryOut(id, session.invitation.answer(Invitation::Answer::control, outside.now()), "deviceLink");
+}
+
 void RemoteSupport::handle(PageId page, const RemoteAnswer& message) {
   auto* session = find(message.remote);
   if (session == nullptr || session->stage != Stage::asking) return;
@@ -278,6 +306,7 @@ void RemoteSupport::carryOut(RemoteId id, const Invitation::Effects& effects,
   if (effects.ask) {
     session.name = effects.ask->name;
     session.words = effects.ask->words;
+    if (session.isOfDevice) return admitToDevice(id);
   }
   // The peer connection has to be made anew, whether or not anybody has noticed its end.
   if (effects.resumed && session.stage == Stage::connected) enter(id, Stage::lost, "supporter");
@@ -295,7 +324,7 @@ void RemoteSupport::enter(RemoteId id, Stage stage, std::string_view why) {
   } else if (stage == Stage::connected) {
     if (!wasLost) session.since = outside.now();
     session.signals = 0;
-    record(wasLost ? "resumed" : "allowed", id);
+    record(wasLost ? "resumed" : "allowed", id, session.isOfDevice ? why : "");
     outside.pages.admit(id, session.control);
   } else {
     outside.pages.dismiss(id);
@@ -334,6 +363,7 @@ void RemoteSupport::stopAll() {
 
 void RemoteSupport::record(std::string_view event, RemoteId id, std::string_view why) {
   const auto& session = sessions.at(id);
+  if (session.isOfDevice && !session.since) return;  // nobody has come
   outside.log.add({{"event", event},
                    {"remote", id},
                    {"name", session.name},
@@ -343,7 +373,8 @@ void RemoteSupport::record(std::string_view event, RemoteId id, std::string_view
 }
 
 void RemoteSupport::notify(const std::string& title, const std::string& text) {
-  if (inFront.empty()) outside.notify(title, text);
+  // The page of a computer left alone is in front of nobody.
+  if (inFront.empty() || device) outside.notify(title, text);
 }
 
 // --- What the pages are told
@@ -354,7 +385,9 @@ void RemoteSupport::announce() {
 
 void RemoteSupport::announceTo(PageId page) {
   auto list = json::array();
-  for (const auto& [id, session] : sessions) list.push_back(describe(id, session, page));
+  for (const auto& [id, session] : sessions) {
+    if (!session.isOfDevice || session.since) list.push_back(describe(id, session, page));
+  }
   outside.pages.sendText(page, textOf({{"event", "remote"},
                                        {"configured", outside.signalling != nullptr},
                                        {"problem", problem},
@@ -407,15 +440,21 @@ void RemoteSupport::timePassed() {
 void RemoteSupport::forgetWhatIsOver(milliseconds shownFor) {
   const auto now = outside.now();
   const auto count = std::erase_if(sessions, [&](const auto& entry) {
-    return entry.second.overSince && now >= *entry.second.overSince + shownFor;
+    const auto& [id, session] = entry;
+    return session.overSince && now >= *session.overSince + std::min(shownFor, restOf(session));
   });
   if (count == 0) return;
   if (sessions.empty()) problem = nullptr;
+  awaitDeviceGuest();
   announce();
 }
 
+milliseconds RemoteSupport::restOf(const Session& session) {
+  return session.isOfDevice ? milliseconds(deviceRest) : overShownFor;
+}
+
 std::optional<Invitation::Time> RemoteSupport::deadlineOf(const Session& session) {
-  if (session.overSince) return *session.overSince + overShownFor;
+  if (session.overSince) return *session.overSince + restOf(session);
   if (session.stage == Stage::connected && session.aloneSince) {
     return *session.aloneSince + Invitation::lostFor;
   }

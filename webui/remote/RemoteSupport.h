@@ -27,6 +27,8 @@ class RemoteSupport {
   // Whatever is over stays in sight for so long, or until the next invitation; a supporter who
   // comes late is told why it is over.
   static constexpr std::chrono::minutes overShownFor{1};
+  // Before the next guest of the device: what was said to this one still goes out.
+  static constexpr std::chrono::seconds deviceRest{1};
   // At so many places that are taken, an invitation does without a code.
   static constexpr int placesMax = 8;
   // Between two connections; a browser sends a few dozen.
@@ -52,15 +54,20 @@ class RemoteSupport {
   ~RemoteSupport();
 
   void stopAll();
+  // Lets in whoever has the link, with control and without a question, one at a time and for as
+  // long as this lives. In the place of the link before, whose guest goes.
+  void openTo(Invitation::DeviceLink link);
   // Called by a timer of its own; when nothing is due it does nothing.
   void timePassed();
 
  private:
   using Stage = Invitation::Stage;
   struct Session {
-    explicit Session(Invitation made) : invitation(std::move(made)) {}
+    explicit Session(Invitation made, bool isOfDevice = false)
+        : invitation(std::move(made)), isOfDevice(isOfDevice) {}
 
     Invitation invitation;
+    bool isOfDevice;
     std::unique_ptr<SignallingPlace> place;
     Stage stage = Stage::waiting;  // that everybody has been told
     bool listening = false;
@@ -94,6 +101,8 @@ class RemoteSupport {
   void tryAnotherPlace(RemoteId id);
   void receive(RemoteId id, ByteView envelope);
   void supporterGone(RemoteId id);
+  void awaitDeviceGuest();
+  void admitToDevice(RemoteId id);
   void handleSupporter(RemoteId id, ByteView message);
 
   // Null when there is none, or it is over.
@@ -110,6 +119,7 @@ class RemoteSupport {
   void announceTo(PageId page);
   [[nodiscard]] nlohmann::json describe(RemoteId id, const Session& session, PageId page) const;
   void forgetWhatIsOver(std::chrono::milliseconds shownFor);
+  [[nodiscard]] static std::chrono::milliseconds restOf(const Session& session);
   [[nodiscard]] static std::optional<Invitation::Time> deadlineOf(const Session& session);
   void schedule();
 
@@ -117,6 +127,7 @@ class RemoteSupport {
   std::optional<RemoteConfig> config;
   nlohmann::json problem;  // null, or its name
   std::string problemDetail;
+  std::optional<Invitation::DeviceLink> device;
   std::map<RemoteId, Session> sessions;
   RemoteId lastId = 0;
   std::set<PageId> customers;
