@@ -55,6 +55,12 @@ const unattendedHeadlines = {
   },
 };
 
+// Where supporters on other computers come with a link, no page begins without one.
+const remoteIdle = {
+  what: 'Unattended access is on.',
+  next: 'A session starts by itself when a supporter comes with the device link.',
+};
+
 const controlTexts = {
   watched: 'Allow watching only',
   controlled: 'Take back control',
@@ -72,12 +78,16 @@ class CustomerSide {
   #permissionsAsked = false;
   #allGranted = false;
   #guests = 0;
+  #isRemote = false; // whether supporters on other computers may come
 
   // `onStop` is told when everything is to end.
   constructor(connection, onStop) {
     this.#connection = connection;
     this.#onStop = onStop;
-    byId('allow-button').onclick = () => this.allow();
+    byId('allow-button').onclick = () => {
+      this.#sharesForGuests = false;
+      this.allow();
+    };
     byId('stop-button').onclick = () => this.#stop();
     byId('control-button').onclick = () => this.#connection.tell({control: !this.#state.control});
     byId('desktop-link').onclick = () => this.#makeDesktopLink();
@@ -87,6 +97,15 @@ class CustomerSide {
     setInterval(() => {
       if (!this.#allGranted) this.#refreshPermissions();
     }, permissionsPollMs);
+  }
+
+  // And for nobody else. Still known when this page is loaded again.
+  get #sharesForGuests() {
+    return sessionStorage.getItem('sharesForGuests') === 'true';
+  }
+
+  set #sharesForGuests(shares) {
+    sessionStorage.setItem('sharesForGuests', String(shares));
   }
 
   async connected() {
@@ -103,7 +122,7 @@ class CustomerSide {
     if (!this.#unattended) return;
     byId('allow-button').textContent = 'Start the session';
     byId('show-supporter').textContent = 'Open the supporter’s page';
-    this.#startsByItself = true;
+    this.#startsByItself = !this.#isRemote;
     if (this.#state) this.showSession(this.#state);
   }
 
@@ -119,13 +138,16 @@ class CustomerSide {
   // The server's event: `session` is one of its states, `error` why it ended, or null, `input`
   // whether any supporter's page may use the mouse and keyboard, `control` whether one could.
   showSession(state) {
-    this.#state = state;
     const {session, error, input} = state;
+    const running = isRunning(state);
+    if (isRunning(this.#state) && !running) this.#sharesForGuests = false;
+    this.#state = state;
     byId('desktop-link').disabled = false;
     const texts = this.#unattended ? unattendedHeadlines : headlines;
-    const text = session === 'live' && input ? texts.controlled : texts[session];
+    const awaitsLink = this.#unattended && this.#isRemote && !running;
+    const shared = session === 'live' && input ? texts.controlled : texts[session];
+    const text = awaitsLink ? remoteIdle : shared;
     this.#show(session, error ? explain(error) : text, Boolean(error));
-    const running = session === 'starting' || session === 'live';
     const allow = byId('allow-button');
     const stop = byId('stop-button');
     const focused = document.activeElement;
@@ -141,16 +163,28 @@ class CustomerSide {
     if (this.#startsByItself) this.#startUnattended(running);
   }
 
-  // How many supporters on other computers there are; Stop ends their connections as well.
-  showGuests(count) {
+  // How many supporters on other computers there are; Stop ends their connections as well. Whatever
+  // was begun for them ends with the last.
+  showGuests(count, {isRemote, isCarrier}) {
+    const begins = isCarrier && this.#guests === 0;
     this.#guests = count;
-    if (this.#state) this.showSession(this.#state);
+    this.#isRemote = isRemote;
+    if (!this.#state || !this.#connection.isOpen) return;
+    this.showSession(this.#state);
+    if (this.#unattended && begins) this.#shareForGuests();
+    if (count === 0 && this.#sharesForGuests) this.#connection.call('stopCapture').catch(() => {});
   }
 
   // Whoever allows a supporter to see the screen shares it, and with whom to work it as well.
   allowGuest(withControl) {
     if (withControl) this.#connection.tell({control: true});
-    if (!['starting', 'live'].includes(this.#state?.session)) this.allow();
+    this.#shareForGuests();
+  }
+
+  #shareForGuests() {
+    if (isRunning(this.#state)) return;
+    this.allow();
+    this.#sharesForGuests = true;
   }
 
   #showControl() {
@@ -236,6 +270,8 @@ class CustomerSide {
       : 'A session needs both. Your system will ask you to confirm.';
   }
 }
+
+const isRunning = (state) => ['starting', 'live'].includes(state?.session);
 
 function showPermission(id, granted) {
   const row = byId(id);

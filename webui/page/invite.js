@@ -25,7 +25,8 @@ export class Invitations {
   #rows = new Map(); // by the session's id
   #state = null; // of the session on this computer
 
-  // `customer` can allowGuest(withControl), and is told of guests with showGuests(count).
+  // `customer` can allowGuest(withControl), and is told of guests with showGuests(count,
+  // {isRemote: whether there can be any, isCarrier: of one of them}).
   constructor(connection, customer) {
     this.#connection = connection;
     this.#customer = customer;
@@ -44,7 +45,9 @@ export class Invitations {
       if (sessions.every((session) => session.id !== id)) this.#remove(id, row);
     }
     for (const session of sessions) this.#rowOf(session.id).show(session, page);
-    this.#customer.showGuests(this.#with('connected', 'lost').length);
+    const guests = this.#with('connected', 'lost');
+    const isCarrier = guests.some(({session}) => session.carrier);
+    this.#customer.showGuests(guests.length, {isRemote: configured, isCarrier});
     document.title = `${this.#with('asking').length > 0 ? 'Question · ' : ''}Quorvin Support`;
     this.#review();
     if (!byId('log').hidden) this.#connection.tell({log: true});
@@ -58,7 +61,7 @@ export class Invitations {
 
   disconnected() {
     for (const [id, row] of this.#rows) this.#remove(id, row);
-    this.#customer.showGuests(0);
+    this.#customer.showGuests(0, {isRemote: false, isCarrier: false});
     byId('remote').hidden = true;
   }
 

@@ -180,12 +180,12 @@ test('and after the broker was lost', async () => {
   await awaitStage('connected');
 });
 
-test('a supporter who is disconnected sees nothing more', async () => {
+test('a supporter who is disconnected sees nothing more, and the sharing ends that began for them', async () => {
   await part('end').click();
   await awaitSupporter('ended your connection');
   assert.equal(await pages.page.isVisible('#view'), false);
   await awaitStage('ended');
-  assert.equal(await pages.sessionState(), 'live');
+  await pages.awaitState('ended');
 });
 
 test('Stop all ends both the connection and the sharing', async () => {

@@ -2,20 +2,16 @@
 // the page is opened, and both sides are told so.
 
 import assert from 'node:assert/strict';
-import { spawnSync } from 'node:child_process';
-import { cpSync, existsSync, mkdirSync, readFileSync, readlinkSync, writeFileSync } from 'node:fs';
-import { dirname, join } from 'node:path';
+import { existsSync, mkdirSync, readFileSync, readlinkSync } from 'node:fs';
+import { join } from 'node:path';
 import { after, before, test } from 'node:test';
 
 import { Host } from './support/Host.mjs';
 import { HostPage } from './support/HostPage.mjs';
+import { bundle as installed, installUnattended, program, run } from './support/Installed.mjs';
 import { VirtualScreen } from './support/VirtualScreen.mjs';
-import { artifacts, program as builtProgram } from './support/built.mjs';
+import { artifacts } from './support/built.mjs';
 import { until } from './support/until.mjs';
-
-const builtBundle = dirname(dirname(dirname(builtProgram)));
-const installed = 'Applications/Quorvin Support.app';
-const program = `${installed}/Contents/Linux/quorvin-support`;
 
 const agentFile = 'Library/LaunchAgents/com.quorvin.support.unattended.plist';
 const unitFile = 'config/systemd/user/com.quorvin.support.unattended.service';
@@ -24,38 +20,16 @@ let screen;
 let host;
 let page;
 
-// Installs the program, and enables unattended access with its own command. Nothing is registered
-// with the login of whoever runs this test: the program for that only says that it was called.
-function prepare(home) {
-  cpSync(builtBundle, join(home, installed), { recursive: true });
-  mkdirSync(join(home, 'Desktop'));
-  writeFileSync(join(home, 'systemctl'), '#!/bin/sh\nexit 0\n', { mode: 0o755 });
-  assert.deepEqual(manage(home, '--install-unattended', '--name', ' Front  desk '), {
-    status: 0,
-    stdout: 'Quorvin unattended access is enabled for "Front desk" and will start at login.\n',
-    stderr: '',
-  });
-}
-
-function manage(home, ...args) {
-  const { status, stdout, stderr } = spawnSync(join(home, program), args, {
-    encoding: 'utf8',
-    env: {
-      ...screen.environment,
-      HOME: home,
-      XDG_CONFIG_HOME: join(home, 'config'),
-      XDG_RUNTIME_DIR: home,
-      QUORVIN_SYSTEMCTL: join(home, 'systemctl'),
-    },
-  });
-  return { status, stdout, stderr };
-}
+const manage = (home, ...args) => run(home, screen.environment, program, ...args);
 
 before(async () => {
   mkdirSync(artifacts, { recursive: true });
   screen = await VirtualScreen.start(1280, 800);
   screen.paint('navy');
-  host = await Host.start(program, screen.environment, { args: ['--unattended'], prepare });
+  host = await Host.start(program, screen.environment, {
+    args: ['--unattended'],
+    prepare: (home) => installUnattended(home, screen.environment),
+  });
   page = await HostPage.open(host.address);
 });
 

@@ -3,8 +3,9 @@
 import { Host } from './Host.mjs';
 import { HostPage } from './HostPage.mjs';
 import { VirtualScreen } from './VirtualScreen.mjs';
+import { program } from './built.mjs';
 
 const screen = await VirtualScreen.start(1280, 800);
-const host = await Host.start(process.env.QUORVIN_HOST, screen.environment);
+const host = await Host.start(program, screen.environment);
 await HostPage.open(host.address);
 console.log(host.home);
