@@ -123,9 +123,9 @@ export class Help {
     this.#signalling = null;
     if (this.stage === 'resuming') {
       this.#wait('attempt', retryMs, () => this.#resume());
-    } else if (this.stage === 'connecting' || this.stage === 'connected') {
+    } else if (this.stage === 'connecting') {
       this.#resume();
-    } else {
+    } else if (this.stage !== 'connected') { // while data flow it is not needed
       this.#end(this.#isOpen ? 'gone' : 'unreachable');
     }
   }

@@ -220,7 +220,6 @@ const losses = {
     set.peers[0].close();
     return set.pass(500);
   },
-  'the broker': (set) => set.link().onClosed(),
   'the customer’s word': (set) => set.receive({state: 'lost'}),
 };
 for (const [what, lose] of Object.entries(losses)) {
@@ -276,10 +275,17 @@ test('it tries again and again to resume, for 30 seconds', async (context) => {
   assert.ok(set.link().hasLeft);
 });
 
-test('a customer whose broker is lost is left alone as long as data flow', async (context) => {
+test('without the broker the session goes on as long as data flow, on both sides', async (context) => {
   const set = await connected(context);
   set.link().onGone();
+  set.link().onClosed();
   assert.equal(set.help.stage, 'connected');
+  assert.equal(set.links.length, 1);
+  assert.ok(!set.peers[0].isClosed);
+  set.peers[0].close();
+  await set.pass(500);
+  assert.equal(set.help.stage, 'resuming');
+  assert.equal(set.links.length, 2);
 });
 
 test('another offer begins another connection, without a resumption', async (context) => {

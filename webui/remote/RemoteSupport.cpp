@@ -265,6 +265,7 @@ void RemoteSupport::receive(RemoteId id, ByteView envelope) {
 
 void RemoteSupport::supporterGone(RemoteId id) {
   auto& session = sessions.at(id);
+  if (!session.path.empty()) return;  // it is the broker that is lost, or the page will notice
   if (session.stage == Stage::asking) session.invitation.end();
   carryOut(id, session.invitation.networkLost(outside.now()), "left");
 }

@@ -2,6 +2,7 @@
 // of a place, and the program on a screen of its own. The tests build on one another.
 
 import assert from 'node:assert/strict';
+import { once } from 'node:events';
 import { mkdirSync } from 'node:fs';
 import { after, before, test } from 'node:test';
 
@@ -170,14 +171,18 @@ test('the supporter comes back by itself after the customer’s page was loaded 
   await awaitStage('connected');
 });
 
-test('and after the broker was lost', async () => {
+test('without the broker the session goes on, and a later one is arranged again', async () => {
   place.broker.kill('SIGKILL');
-  await until('the loss', async () => (await pages.text('#connection-state')) === 'Resuming…');
+  await once(place.broker, 'exit');
+  await changer.scroll(30, 2);
+  await awaitScreenAtSupporter('the screen without a broker');
+  assert.equal(await stage(), 'connected');
+  assert.equal(await pages.text('#connection-state'), 'Connected');
   await place.startBroker();
-  await until('the supporter back', async () => (await pages.text('#connection-state')) === 'Connected');
+  await pages.customer.reload();
+  await pages.page.waitForSelector('#stage[data-picture=none]');
   await awaitPicture();
   await awaitScreenAtSupporter('the screen after that');
-  await awaitStage('connected');
 });
 
 test('a supporter who is disconnected sees nothing more, and the sharing ends that began for them', async () => {

@@ -249,6 +249,14 @@ TEST_F(RemoteSupportTest, LostGuestIsPutOutAndMayResumeWithWhatItHad) {
                            "lost left", "ended gone"}));
 }
 
+TEST_F(RemoteSupportTest, GoesOnWithoutTheSupportersBrokerWhileDataFlow) {
+  connected();
+  pages.say(page, RemotePath{1, "direct"});
+  broker.newest().tellGone();
+  EXPECT_EQ(stage(), "connected");
+  EXPECT_EQ(pages.admitted, (Admitted{{1, true}}));
+}
+
 TEST_F(RemoteSupportTest, ControlThatWasTakenWhileLostStaysTaken) {
   auto supporter = connected();
   pages.say(page, RemoteLost{1});
