@@ -115,8 +115,8 @@ export class Help {
   }
 
   #send(bytes) {
-    const {sid} = this.#guest;
-    if (bytes) this.#signalling?.send({sid, place: this.#given.digits}, bytes);
+    const {inbox} = this.#guest;
+    if (bytes) this.#signalling?.send({inbox, place: this.#given.digits}, bytes);
   }
 
   #closed() {

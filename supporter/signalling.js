@@ -1,21 +1,14 @@
 // One attempt's way to the customer, over an MQTT broker (version 3.1.1). It does not come back once
 // it is lost: the next attempt has a name of its own.
 
-import {utf8} from './trust/bytes.js';
+import {idBytes, idText, sidOf} from './trust/bytes.js';
 
 const prefix = 'quorvin/1/';
 const keepAliveS = 20;
 const connectMaxMs = 10_000;
 
-const hex = (bytes) => Array.from(bytes, (byte) => byte.toString(16).padStart(2, '0')).join('');
-
-export const idOf = (bytes) => hex(bytes.subarray(0, 16));
-
 // Where everybody may read that a client has gone, and nobody sees which.
-async function goneTopic(id) {
-  const digest = await crypto.subtle.digest('SHA-256', utf8(id));
-  return `${prefix}gone/${idOf(new Uint8Array(digest))}`;
-}
+const goneTopic = (sid) => `${prefix}gone/${idText(sid)}`;
 
 export class Signalling {
   #client;
@@ -27,12 +20,12 @@ export class Signalling {
   // onClosed() however it came about, but for leave().
   static async open(connect, {broker, nonce, onOpen, onMessage, onGone, onClosed}) {
     const signalling = new Signalling();
-    const id = idOf(nonce);
-    signalling.#own = `${prefix}${id}`;
-    signalling.#gone = await goneTopic(id);
+    const id = nonce.subarray(0, idBytes);
+    signalling.#own = `${prefix}${idText(id)}`;
+    signalling.#gone = goneTopic(await sidOf(id));
     const client = connect(broker, {
       protocolVersion: 4,
-      clientId: id,
+      clientId: idText(id),
       clean: true,
       keepalive: keepAliveS,
       connectTimeout: connectMaxMs,
@@ -62,14 +55,13 @@ export class Signalling {
     return signalling;
   }
 
-  async watch(sid) {
-    const topic = await goneTopic(hex(sid));
-    if (!this.#isOver) this.#client.subscribe(topic, {qos: 2});
+  watch(sid) {
+    if (!this.#isOver) this.#client.subscribe(goneTopic(sid), {qos: 2});
   }
 
-  // To the customer of an invitation: by `sid`, or as long as that is not known by `place`.
-  send({sid, place}, bytes) {
-    const topic = sid ? `${prefix}${hex(sid)}` : `${prefix}place/${place}`;
+  // To the customer's `inbox`, or as long as that is not known to the `place` of the code.
+  send({inbox, place}, bytes) {
+    const topic = inbox ? `${prefix}${idText(inbox)}` : `${prefix}place/${place}`;
     if (!this.#isOver) this.#client.publish(topic, bytes, {qos: 2});
   }
 

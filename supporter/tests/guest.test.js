@@ -125,7 +125,8 @@ test('an answer that does not open, or is none, ends it', async () => {
   assert.equal(guest.state, 'broken');
   const {key, offer} = sessions.byLink;
   const [sid, customerNonce] = [offer.slice(68, 100), offer.slice(100, 164)].map(fromHex);
-  for (const text of ['', 'null', '{', '{}', '{"type":"resumed"}', '{"type":"hello"}']) {
+  for (const text of ['', 'null', '{', '{}', '{"type":"resumed"}', '{"type":"hello"}', '{"type":"allowed"}',
+    '{"type":"allowed","inbox":"AAAA"}']) {
     const another = await guestAfter('offer');
     const transcript = {sid, supporterNonce: another.nonce, customerNonce};
     const customer = await SealedChannel.start(fromHex(key), transcript, 'customer');

@@ -17,6 +17,7 @@ const offer = json({type: 'signal', signal: {description: {type: 'offer'}}});
 class FakeGuest {
   state = 'joining';
   sid = undefined;
+  inbox = undefined;
   attempts = 0;
   nonce = null;
 
@@ -38,6 +39,7 @@ class FakeGuest {
   async receive({state = this.state, ...effects}) {
     this.state = state;
     if (effects.words) this.sid = sid;
+    if (state === 'allowed') this.inbox = sid;
     return effects;
   }
 
@@ -115,7 +117,7 @@ function setUp(context) {
     },
     openSignalling: async (options) => {
       const link = {...options, sent: [], watched: [], hasLeft: false};
-      link.send = (to, message) => link.sent.push([to.sid ? 'customer' : to.place, message]);
+      link.send = (to, message) => link.sent.push([to.inbox ? 'customer' : to.place, message]);
       link.watch = (whom) => link.watched.push(whom);
       link.leave = () => (link.hasLeft = true);
       links.push(link);
@@ -149,7 +151,7 @@ async function connected(context) {
 test('from the code to the picture', async (context) => {
   const set = await asked(context);
   assert.equal(set.link().broker, 'wss://help.example.org/mqtt');
-  assert.deepEqual(set.link().sent, [['4829', 'join'], ['customer', 'hello']]);
+  assert.deepEqual(set.link().sent, [['4829', 'join'], ['4829', 'hello']]);
   assert.deepEqual(set.link().watched, [sid]);
   assert.deepEqual(set.help.words, ['a', 'b', 'c']);
   await set.receive({state: 'allowed', control: true});
@@ -172,7 +174,7 @@ test('from the code to the picture', async (context) => {
 
 test('whoever comes by link knows whom to watch from the beginning', async (context) => {
   const set = setUp(context);
-  set.guest.sid = sid;
+  set.guest.sid = set.guest.inbox = sid;
   await set.help.join();
   set.link().onOpen();
   assert.deepEqual(set.link().sent, [['customer', 'join']]);

@@ -10,13 +10,13 @@ import {cleanName, parseCode, parseLink} from '../trust/invitation.js';
 const {sessions} = readVectors('trust.json');
 const fragment = new URL(sessions.link).hash;
 
-test('a link has a sid and a secret', () => {
-  const {way, sid, password} = parseLink(fragment);
+test('a link has an inbox and a secret', () => {
+  const {way, inbox, password} = parseLink(fragment);
   assert.equal(way, 'link');
-  assert.equal(sid.length, 16);
+  assert.equal(inbox.length, 16);
   assert.equal(password.length, 32);
-  assert.equal(`#1.${toBase64Url(sid)}.${toBase64Url(password)}`, fragment);
-  assert.deepEqual(parseLink(fragment.slice(1)), {way, sid, password});
+  assert.equal(`#1.${toBase64Url(inbox)}.${toBase64Url(password)}`, fragment);
+  assert.deepEqual(parseLink(fragment.slice(1)), {way, inbox, password});
 });
 
 test('a link of another version is known as one', () => {

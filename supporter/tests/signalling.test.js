@@ -10,6 +10,7 @@ import {Signalling} from '../signalling.js';
 
 const nonce = Uint8Array.from({length: 32}, (_, index) => index);
 const sid = new Uint8Array(16).fill(0xab);
+const goneTopic = `quorvin/1/gone/${'ab'.repeat(16)}`;
 const id = '000102030405060708090a0b0c0d0e0f';
 const goneOf = (text) => `quorvin/1/gone/${createHash('sha256').update(text).digest('hex').slice(0, 32)}`;
 
@@ -72,15 +73,15 @@ test('it is known to the broker by the attempt’s name, and leaves a will', asy
 test('messages go to the place, and to the customer once it is known', async () => {
   const {signalling, client, happened} = await opened();
   signalling.send({place: '4829'}, [1]);
-  signalling.send({place: '4829', sid}, [2]);
+  signalling.send({place: '4829', inbox: sid}, [2]);
   assert.deepEqual(client.published, [
     ['quorvin/1/place/4829', [1], 2],
     [`quorvin/1/${'ab'.repeat(16)}`, [2], 2],
   ]);
-  await signalling.watch(sid);
-  assert.deepEqual(client.subscribed.at(-1).slice(0, 2), [goneOf('ab'.repeat(16)), 2]);
+  signalling.watch(sid);
+  assert.deepEqual(client.subscribed.at(-1).slice(0, 2), [goneTopic, 2]);
   client.emit('message', `quorvin/1/${id}`, Buffer.from([7, 8]));
-  client.emit('message', goneOf('ab'.repeat(16)), Buffer.from([1]));
+  client.emit('message', goneTopic, Buffer.from([1]));
   assert.deepEqual(happened, ['open', ['message', 7, 8], 'gone']);
 });
 
@@ -98,9 +99,9 @@ test('whatever ends it is told once', async () => {
     end(set);
     set.client.emit('close');
     set.client.emit('message', `quorvin/1/${id}`, Buffer.from([7]));
-    set.signalling.send({sid}, [1]);
+    set.signalling.send({inbox: sid}, [1]);
     set.signalling.leave();
-    await set.signalling.watch(sid);
+    set.signalling.watch(sid);
     assert.deepEqual(set.happened, ['closed']);
     assert.equal(set.client.ended, 'at once');
     assert.deepEqual([set.client.published, set.client.subscribed.length], [[], 1]);

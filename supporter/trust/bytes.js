@@ -1,5 +1,7 @@
 // Bytes in and out of texts.
 
+export const idBytes = 16;
+
 export const utf8 = (text) => new TextEncoder().encode(text);
 export const textOf = (bytes) => new TextDecoder('utf-8', {fatal: true}).decode(bytes);
 
@@ -17,6 +19,16 @@ export function equal(a, b) {
   let difference = a.length ^ b.length;
   for (let index = 0; index < a.length; ++index) difference |= a[index] ^ b[index];
   return difference === 0;
+}
+
+// 32 hexadecimal digits, by which a broker knows a client.
+export const idText = (id) =>
+  Array.from(id, (byte) => byte.toString(16).padStart(2, '0')).join('');
+
+// What may be told everybody of the client with this id.
+export async function sidOf(id) {
+  const digest = await crypto.subtle.digest('SHA-256', utf8(idText(id)));
+  return new Uint8Array(digest, 0, idBytes);
 }
 
 // Base64 for addresses, without padding (RFC 4648, section 5).

@@ -1,7 +1,7 @@
 // The supporter's side of one invitation: it says what to send, is given what comes in, and says
 // what that means. docs/invitation.md has the messages.
 
-import {equal, joined, textOf, toBase64Url, utf8} from './bytes.js';
+import {equal, fromBase64Url, idBytes, joined, sidOf, textOf, toBase64Url, utf8} from './bytes.js';
 import {Initiator} from './cpace.js';
 import {SealedChannel, deriveKey, wordsToCompare} from './sealedchannel.js';
 
@@ -11,13 +11,14 @@ const ways = {link: 1, code: 2, resumption: 3};
 const declines = [, 'version', 'wrong', 'expired', 'tooManyTries', 'taken', 'over', 'lost'];
 const nonceBytes = 32;
 const headBytes = 2 + nonceBytes;
-const offerBytes = headBytes + 16 + nonceBytes + 32;
+const offerBytes = headBytes + idBytes + nonceBytes + 32;
 
 export class Guest {
   // 'joining', 'asked' (the customer is), 'allowed', 'resuming', 'lost' (resume now or never), or
   // how it ended: 'refused', a word of `declines`, or 'broken' for an answer that is none.
   state = 'joining';
   #invitation;
+  #sid;
   #name;
   #random;
   #attempt;
@@ -32,7 +33,7 @@ export class Guest {
     this.#random = random;
   }
 
-  // The first message; the answers go to the place or the sid of the invitation.
+  // The first message; the answers go to the inbox, or as long as that is not known to the place.
   join() {
     return this.#begin(this.#invitation.way, this.#invitation.password);
   }
@@ -48,12 +49,18 @@ export class Guest {
     return this.#attempt.nonce;
   }
 
-  // The invitation's, once it is known: with a code that is after the offer.
+  // The customer's, once it is known: with a code that is after the customer has allowed.
+  get inbox() {
+    return this.#invitation.inbox;
+  }
+
+  // By which everybody may know the customer: with a code after the offer.
   get sid() {
-    return this.#invitation.sid;
+    return this.#sid;
   }
 
   async #begin(way, password) {
+    if (this.inbox) this.#sid = await sidOf(this.inbox);
     const opening = this.#random(new Uint8Array(nonceBytes));
     const nonce = new Uint8Array(await crypto.subtle.digest('SHA-256', opening));
     const place = way === 'code' ? ` ${this.#invitation.place}` : '';
@@ -103,12 +110,11 @@ export class Guest {
     if (offer.length !== offerBytes) return this.#end('broken');
     const sid = offer.slice(headBytes, headBytes + 16);
     const customerNonce = offer.slice(headBytes + 16, headBytes + 16 + nonceBytes);
-    const known = this.#invitation.sid;
-    if (known && !equal(known, sid)) return {}; // somebody else's
+    if (this.#sid && !equal(this.#sid, sid)) return {}; // somebody else's
     const said = joined(utf8('customer'), sid, customerNonce);
     const key = await cpace.key(utf8('supporter'), offer.slice(-32), said);
     if (!key) return this.#end('broken');
-    this.#invitation = {...this.#invitation, sid};
+    this.#sid = sid;
     const transcript = {sid, supporterNonce: nonce, customerNonce};
     this.#channel = await SealedChannel.start(key, transcript, 'supporter');
     const words = await wordsToCompare(key, transcript, opening);
@@ -131,9 +137,13 @@ export class Guest {
     const message = await this.#channel.open(sealed);
     if (!message) return this.#end(this.state === 'allowed' ? 'lost' : 'broken');
     if (this.state === 'allowed') return {message};
-    const {type, control} = JSON.parse(textOf(message));
+    const {type, control, inbox} = JSON.parse(textOf(message));
     if (type === 'refused') return this.#end('refused');
     if (type !== (this.state === 'asked' ? 'allowed' : 'resumed')) return this.#end('broken');
+    if (type === 'allowed') {
+      this.#invitation = {...this.#invitation, inbox: fromBase64Url(inbox, idBytes)};
+      if (!this.inbox) return this.#end('broken');
+    }
     this.state = 'allowed';
     return type === 'allowed' ? {control: control === true} : {};
   }

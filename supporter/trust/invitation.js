@@ -4,15 +4,15 @@ import {fromBase64Url, utf8} from './bytes.js';
 
 const nameCharactersMax = 64;
 
-// Of the part of a link behind "#": {way, sid, password}, {outcome: 'version'} for a link of
+// Of the part of a link behind "#": {way, inbox, password}, {outcome: 'version'} for a link of
 // another version, or nothing.
 export function parseLink(fragment) {
-  const [version, sidText = '', secretText = '', ...more] = fragment.replace(/^#/, '').split('.');
+  const [version, inboxText = '', secretText = '', ...more] = fragment.replace(/^#/, '').split('.');
   if (/^[0-9]+$/.test(version) && version !== '1') return {outcome: 'version'};
-  const sid = fromBase64Url(sidText, 16);
+  const inbox = fromBase64Url(inboxText, 16);
   const password = fromBase64Url(secretText, 32);
-  if (version !== '1' || !sid || !password || more.length > 0) return undefined;
-  return {way: 'link', sid, password};
+  if (version !== '1' || !inbox || !password || more.length > 0) return undefined;
+  return {way: 'link', inbox, password};
 }
 
 // Of ten digits, in groups or not: {way, place, password}, or nothing.

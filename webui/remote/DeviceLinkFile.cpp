@@ -10,7 +10,7 @@ namespace quorvin::webui {
 namespace {
 
 constexpr const char* name = "device-link";
-constexpr std::size_t sidBytes = std::tuple_size_v<Sid>;
+constexpr std::size_t inboxBytes = std::tuple_size_v<ClientId>;
 constexpr std::size_t secretBytes = 32;
 
 }  // namespace
@@ -26,19 +26,19 @@ DeviceLinkFile::~DeviceLinkFile() {
 
 Invitation::DeviceLink DeviceLinkFile::read() const {
   auto content = folder.read(name);
-  if (content.size() != sidBytes + secretBytes) {
+  if (content.size() != inboxBytes + secretBytes) {
     throw std::runtime_error(path + " is damaged; make another with --new-device-link");
   }
   Invitation::DeviceLink link;
   const auto bytes = bytesOf(content);
-  std::ranges::copy(bytes.first(sidBytes), link.sid.begin());
-  std::ranges::copy(bytes.subspan(sidBytes), link.secret.bytes().begin());
+  std::ranges::copy(bytes.first(inboxBytes), link.inbox.begin());
+  std::ranges::copy(bytes.subspan(inboxBytes), link.secret.bytes().begin());
   sodium_memzero(content.data(), content.size());
   return link;
 }
 
 void DeviceLinkFile::replace() const {
-  Secret<sidBytes + secretBytes> content;
+  Secret<inboxBytes + secretBytes> content;
   random(content.bytes());
   std::string text(content.bytes().begin(), content.bytes().end());
   folder.write(name, text);

@@ -142,7 +142,7 @@ void RemoteSupport::openTo(Invitation::DeviceLink link) {
 void RemoteSupport::awaitDeviceGuest() {
   const bool isAwaited = device && std::ranges::any_of(sessions, [this](const auto& entry) {
                            const auto& session = entry.second;
-                           return session.isOfDevice && session.invitation.sid() == device->sid;
+                           return session.isOfDevice && session.invitation.inbox() == device->inbox;
                          });
   if (!device || isAwaited || outside.signalling == nullptr) return;
   const auto id = ++lastId;
@@ -226,7 +226,7 @@ void RemoteSupport::handle(PageId page, const RemoteFront& message) {
 void RemoteSupport::listen(RemoteId id) {
   auto& session = sessions.at(id);
   session.place = outside.signalling->listen(
-      session.invitation.sid(), session.invitation.place(),
+      session.invitation.inbox(), session.invitation.place(),
       {[this, id](Reach reach, std::string detail) { reachChanged(id, reach, std::move(detail)); },
        [this, id](ByteView envelope) { receive(id, envelope); },
        [this, id] {

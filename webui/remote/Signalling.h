@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "webui/trust/SealedChannel.h"
+#include "webui/trust/Messages.h"
 
 namespace quorvin::webui {
 
@@ -55,7 +55,7 @@ class Signalling {
 
   // `place` is the four digits at which a supporter joins by code, or empty when there is no code.
   // What listens is destroyed before this is. A handler may destroy it.
-  [[nodiscard]] virtual std::unique_ptr<SignallingPlace> listen(const Sid& sid,
+  [[nodiscard]] virtual std::unique_ptr<SignallingPlace> listen(const ClientId& inbox,
                                                                 const std::string& place,
                                                                 Handlers handlers) = 0;
 };

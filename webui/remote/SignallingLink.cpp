@@ -178,10 +178,11 @@ SignallingLink::SignallingLink(FileDescriptor program, RandomBytes random)
                                           });
 }
 
-std::unique_ptr<SignallingPlace> SignallingLink::listen(const Sid& sid, const std::string& place,
+std::unique_ptr<SignallingPlace> SignallingLink::listen(const ClientId& inbox,
+                                                        const std::string& place,
                                                         Handlers handlers) {
   auto made = std::make_unique<Place>(*this, ++lastNumber, !place.empty(), std::move(handlers));
-  post(Word::listen, lastNumber, joined({sid, bytesOf(place)}));
+  post(Word::listen, lastNumber, joined({inbox, bytesOf(place)}));
   if (!program.isOpen()) made->end();
   return made;
 }

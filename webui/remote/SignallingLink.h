@@ -26,7 +26,8 @@ class SignallingLink : public Signalling {
  public:
   SignallingLink(FileDescriptor program, RandomBytes random);
 
-  [[nodiscard]] std::unique_ptr<SignallingPlace> listen(const Sid& sid, const std::string& place,
+  [[nodiscard]] std::unique_ptr<SignallingPlace> listen(const ClientId& inbox,
+                                                        const std::string& place,
                                                         Handlers handlers) override;
 
  private:

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <optional>
 
-#include "webui/trust/SealedChannel.h"
+#include "webui/trust/Messages.h"
 
 namespace quorvin::webui {
 
@@ -15,7 +15,7 @@ namespace quorvin::webui {
 // sockets: the word, the number of the place that it is about (4 bytes in the machine's order; the
 // first of them chooses it), and what follows. Neither trusts the other with a length.
 enum class SignallingWord : std::uint8_t {
-  listen = 1,        // sid, digits of the place (4, or none)
+  listen = 1,        // inbox, digits of the place (4, or none)
   leave = 2,         //
   send = 3,          // envelope for the supporter that it names
   tellPlace = 4,     // envelope for whoever listens at the place
@@ -25,9 +25,6 @@ enum class SignallingWord : std::uint8_t {
   placeMessage = 8,  // envelope that came to the place
   gone = 9,          // first half of the nonce of the supporter who is watched
 };
-
-// By which a client is known to a broker: a sid, or the first half of a supporter's nonce.
-using ClientId = std::array<std::uint8_t, 16>;
 
 constexpr std::size_t envelopeHeadBytes = 2 + std::tuple_size_v<Nonce>;
 constexpr std::size_t envelopeBytesMax =

@@ -1,7 +1,5 @@
 #include "webui/signalling/BrokerConnection.h"
 
-#include <openssl/sha.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -30,23 +28,13 @@ constexpr milliseconds longestPause{30'000};
 constexpr std::chrono::seconds leaveTimeout{2};
 constexpr std::array<std::uint8_t, 1> goneSign{1};
 
-std::string hex(ByteView bytes) {
-  constexpr std::string_view digits = "0123456789abcdef";
-  std::string text;
-  for (const auto byte : bytes) (text += digits[byte >> 4U]) += digits[byte & 15U];
-  return text;
-}
-
 std::string topicOf(const ClientId& client) {
-  return "quorvin/1/" + hex(client);
+  return "quorvin/1/" + idText(client);
 }
 
 // Names nobody, so that everybody may read it.
 std::string goneTopicOf(const ClientId& client) {
-  const auto name = hex(client);
-  std::array<std::uint8_t, SHA256_DIGEST_LENGTH> digest{};
-  SHA256(bytesOf(name).data(), name.size(), digest.data());
-  return "quorvin/1/gone/" + hex(std::span(digest).first<std::tuple_size_v<ClientId>>());
+  return "quorvin/1/gone/" + idText(sidOf(client));
 }
 
 milliseconds upToHalfOf(milliseconds time) {
@@ -66,7 +54,7 @@ BrokerConnection::BrokerConnection(BrokerAddress broker, const ClientId& self,
       placeTopic(place.empty() ? "" : "quorvin/1/place/" + place),
       goneTopic(goneTopicOf(self)),
       sink(std::move(sink)),
-      client(mosquitto_new(hex(self).c_str(), true, this)) {
+      client(mosquitto_new(idText(self).c_str(), true, this)) {
   if (client == nullptr) throw std::bad_alloc();
   setUp(place);
   thread = std::thread([this] { run(); });

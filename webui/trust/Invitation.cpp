@@ -40,13 +40,13 @@ void requireLibrary() {
 Invitation::Invitation(RandomBytes randomBytes, Time now)
     : random(std::move(randomBytes)), currentDeadline(now + validFor) {
   requireLibrary();
-  random(ownSid);
+  random(ownInbox);
   random(passwords[Way::link].bytes());
   makeCode();
 }
 
 Invitation::Invitation(RandomBytes randomBytes, const DeviceLink& device)
-    : random(std::move(randomBytes)), standing(true), ownSid(device.sid) {
+    : random(std::move(randomBytes)), standing(true), ownInbox(device.inbox) {
   requireLibrary();
   std::ranges::copy(device.secret.bytes(), passwords[Way::link].bytes().begin());
 }
@@ -81,7 +81,7 @@ std::string Invitation::code() const {
 std::string Invitation::link(std::string_view page) const {
   const auto found = passwords.find(Way::link);
   if (found == passwords.end()) return {};
-  return std::string(page) + "#1." + base64Url(ownSid) + "." + base64Url(found->second.bytes());
+  return std::string(page) + "#1." + base64Url(ownInbox) + "." + base64Url(found->second.bytes());
 }
 
 Invitation::Effects Invitation::receive(ByteView bytes, Time now) {
@@ -128,7 +128,7 @@ std::optional<Invitation::Attempt> Invitation::meet(const Envelope& join, Bytes&
   const auto way = static_cast<Way>(join.rest[0]);
   CpaceElement share{};
   std::ranges::copy(join.rest.subspan(1), share.begin());
-  Transcript transcript{ownSid, join.nonce, {}};
+  Transcript transcript{sidOf(ownInbox), join.nonce, {}};
   random(transcript.customerNonce);
   const ByteView password = passwords.at(way).bytes();
   const std::string name = way == Way::link   ? "link"
@@ -138,11 +138,11 @@ std::optional<Invitation::Attempt> Invitation::meet(const Envelope& join, Bytes&
                      joined({bytesOf("quorvin-support/1 "), bytesOf(name)}), join.nonce},
                     random);
   auto key = cpace.key(CpaceRole::responder,
-                       joined({bytesOf("customer"), ownSid, transcript.customerNonce}), share,
-                       bytesOf("supporter"));
+                       joined({bytesOf("customer"), transcript.sid, transcript.customerNonce}),
+                       share, bytesOf("supporter"));
   if (!key) return std::nullopt;
   offer = writeEnvelope(Kind::offer, join.nonce,
-                        joined({ownSid, transcript.customerNonce, cpace.share()}));
+                        joined({transcript.sid, transcript.customerNonce, cpace.share()}));
   SealedChannel channel(key->bytes(), transcript, Party::customer);
   return Attempt{way, transcript, *std::move(key), std::move(channel)};
 }
@@ -199,9 +199,10 @@ Invitation::Effects Invitation::answer(Answer answer, Time now) {
     finish(Stage::refused);
     return effects;
   }
-  sendSealed(answer == Answer::control ? R"({"type":"allowed","control":true})"
-                                       : R"({"type":"allowed","control":false})",
-             effects);
+  const std::string control = answer == Answer::control ? "true" : "false";
+  sendSealed(
+      R"({"type":"allowed","control":)" + control + R"(,"inbox":")" + base64Url(ownInbox) + R"("})",
+      effects);
   passwords[Way::resumption] = deriveKey(guest->key.bytes(), guest->transcript, "resumption");
   guest->key.wipe();
   advance(Stage::connected, std::nullopt);

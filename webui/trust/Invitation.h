@@ -49,7 +49,7 @@ class Invitation {
 
   // What opens a computer that is left alone, to whoever has it.
   struct DeviceLink {
-    Sid sid{};
+    ClientId inbox{};
     Secret<32> secret;
   };
 
@@ -65,7 +65,7 @@ class Invitation {
   [[nodiscard]] const std::string& place() const { return codePlace; }
   // For one that finds no place at its broker: the link stays good.
   void withdrawCode();
-  [[nodiscard]] const Sid& sid() const { return ownSid; }
+  [[nodiscard]] const ClientId& inbox() const { return ownInbox; }
   [[nodiscard]] Stage stage() const { return current; }
   // When to call `timePassed` at the latest.
   [[nodiscard]] std::optional<Time> deadline() const { return currentDeadline; }
@@ -107,7 +107,7 @@ class Invitation {
   std::optional<Time> currentDeadline;
   bool standing = false;  // nothing but a supporter ends the waiting
   int tries = 0;
-  Sid ownSid{};
+  ClientId ownInbox{};
   std::string codePlace;
   std::map<Way, Secret<32>> passwords;  // with which one may join now
   std::optional<Attempt> candidate;     // has joined, and said nothing yet

@@ -38,6 +38,22 @@ bool readOpening(const std::string& text, Nonce& opening) {
 
 }  // namespace
 
+std::string idText(const ClientId& id) {
+  std::string text(2 * id.size() + 1, '\0');
+  sodium_bin2hex(text.data(), text.size(), id.data(), id.size());
+  text.pop_back();  // the zero that ends it
+  return text;
+}
+
+Sid sidOf(const ClientId& id) {
+  const auto text = idText(id);
+  std::array<std::uint8_t, crypto_hash_sha256_BYTES> hash{};
+  crypto_hash_sha256(hash.data(), bytesOf(text).data(), text.size());
+  Sid sid{};
+  std::copy_n(hash.begin(), sid.size(), sid.begin());
+  return sid;
+}
+
 std::optional<Envelope> readEnvelope(ByteView bytes) {
   if (bytes.size() < headBytes) return std::nullopt;
   Envelope envelope{bytes[0], static_cast<Kind>(bytes[1]), {}, bytes.subspan(headBytes)};

@@ -8,6 +8,14 @@
 
 namespace quorvin::webui {
 
+// By which a client is known to a broker, and what is for it is addressed: the inbox of a
+// customer's side, which is told nobody but whoever was invited, or the first half of a supporter's
+// nonce.
+using ClientId = std::array<std::uint8_t, 16>;
+[[nodiscard]] std::string idText(const ClientId& id);  // 32 hexadecimal digits
+// What may be told everybody: the first half of SHA-256 of that text.
+[[nodiscard]] Sid sidOf(const ClientId& id);
+
 // What travels over a broker; docs/invitation.md has the bytes.
 enum class Kind : std::uint8_t {
   join = 1,

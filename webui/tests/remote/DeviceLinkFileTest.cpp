@@ -33,7 +33,7 @@ TEST_F(DeviceLinkFileTest, IsReplacedAsAWhole) {
   const auto before = file.read();
   file.replace();
   const auto after = file.read();
-  EXPECT_NE(before.sid, after.sid);
+  EXPECT_NE(before.inbox, after.inbox);
   EXPECT_FALSE(std::ranges::equal(before.secret.bytes(), after.secret.bytes()));
 }
 

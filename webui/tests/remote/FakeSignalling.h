@@ -14,7 +14,7 @@ namespace quorvin::webui {
 class FakeSignalling : public Signalling {
  public:
   struct Place {
-    Sid sid;
+    ClientId inbox;
     std::string name;
     Handlers handlers;
     std::vector<Bytes> sent;
@@ -36,9 +36,9 @@ class FakeSignalling : public Signalling {
     }
   };
 
-  std::unique_ptr<SignallingPlace> listen(const Sid& sid, const std::string& place,
+  std::unique_ptr<SignallingPlace> listen(const ClientId& inbox, const std::string& place,
                                           Handlers handlers) override {
-    places.push_back(std::make_shared<Place>(Place{sid, place, std::move(handlers), {}, {}}));
+    places.push_back(std::make_shared<Place>(Place{inbox, place, std::move(handlers), {}, {}}));
     return std::make_unique<Listening>(places.back());
   }
 

@@ -75,7 +75,7 @@ TEST_F(RemoteSupportTest, TriesEightPlacesAndThenDoesWithoutACode) {
     auto& before = broker.newest();
     before.reach(Reach::placeTaken);
     EXPECT_TRUE(before.left);
-    EXPECT_NE(broker.newest().sid, before.sid);
+    EXPECT_NE(broker.newest().inbox, before.inbox);
     EXPECT_EQ(broker.newest().name.size(), 4U);
     EXPECT_EQ(stage(), "preparing");
   }

@@ -88,7 +88,7 @@ TEST_F(SignallingLinkTest, TellsTheProgramWhatToDo) {
   const auto listen = hear();
   EXPECT_EQ(listen.word, Word::listen);
   EXPECT_EQ(listen.number, 1U);
-  EXPECT_EQ(listen.content, joined({sidOf(7), bytesOf("4829")}));
+  EXPECT_EQ(listen.content, joined({idOf(7), bytesOf("4829")}));
 
   listener.place->send(envelopeFor(3, "offer"));
   const auto sent = hear();
@@ -263,7 +263,7 @@ TEST_F(SignallingLinkTest, LetsAHandlerDestroyThePlace) {
   const auto listenAnew = [&] {
     destroyed = false;
     place = link.listen(
-        sidOf(1), "1234",
+        idOf(1), "1234",
         {[drop](Reach, const std::string&) { drop(); }, [drop](ByteView) { drop(); }, drop});
     return hear().number;
   };

@@ -9,13 +9,13 @@
 
 namespace quorvin::webui {
 
-inline Sid sidOf(std::uint8_t byte) {
-  Sid sid{};
-  sid.fill(byte);
-  return sid;
+inline ClientId idOf(std::uint8_t byte) {
+  ClientId id{};
+  id.fill(byte);
+  return id;
 }
 
-// Of the supporter whose id `sidOf` makes of the same byte.
+// Of the supporter whose id `idOf` makes of the same byte.
 inline Nonce nonceOf(std::uint8_t byte) {
   Nonce nonce{};
   nonce.fill(byte);
@@ -31,7 +31,7 @@ class Listener {
  public:
   Listener(Signalling& signalling, std::uint8_t sid, const std::string& digits = "")
       : place(signalling.listen(
-            sidOf(sid), digits,
+            idOf(sid), digits,
             {[this](Reach reach, std::string why) {
                reaches.push_back(reach);
                detail = std::move(why);

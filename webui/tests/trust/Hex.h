@@ -22,6 +22,12 @@ inline std::string toHex(ByteView bytes) {
   text.pop_back();
   return text;
 }
+inline std::string base64Url(ByteView bytes) {
+  std::string text(2 * bytes.size() + 1, '\0');
+  sodium_bin2base64(text.data(), text.size(), bytes.data(), bytes.size(),
+                    sodium_base64_VARIANT_URLSAFE_NO_PADDING);
+  return text.c_str();
+}
 inline std::string textOf(ByteView bytes) {
   return {bytes.begin(), bytes.end()};
 }

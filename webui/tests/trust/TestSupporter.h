@@ -54,10 +54,8 @@ class TestSupporter {
     return key.has_value();
   }
   std::string helloText(const std::string& name) const {
-    std::string text(64, '\0');
-    sodium_bin2base64(text.data(), text.size(), opening.data(), opening.size(),
-                      sodium_base64_VARIANT_URLSAFE_NO_PADDING);
-    return nlohmann::ordered_json{{"type", "hello"}, {"name", name}, {"opening", text.c_str()}}
+    return nlohmann::ordered_json{
+        {"type", "hello"}, {"name", name}, {"opening", base64Url(opening)}}
         .dump();
   }
   Bytes hello(const std::string& name) { return seal(helloText(name)); }
