@@ -13,11 +13,11 @@ namespace {
 constexpr double mbit = 125;  // bytes in a millisecond
 constexpr int second = 1000;
 
-// What is promised over any way is tried over many: QUORVIN_SEEDS says how many, QUORVIN_FIRST_SEED
-// where they begin.
+// What is promised over any way is tried over many: QUORVIN_RATE_SEEDS says how many, and
+// QUORVIN_FIRST_RATE_SEED where they begin.
 void forSeeds(const std::function<void(std::uint64_t)>& promise) {
-  const auto first = numberFromEnvironment("QUORVIN_FIRST_SEED").value_or(1);
-  const auto count = numberFromEnvironment("QUORVIN_SEEDS").value_or(30);
+  const auto first = numberFromEnvironment("QUORVIN_FIRST_RATE_SEED").value_or(1);
+  const auto count = numberFromEnvironment("QUORVIN_RATE_SEEDS").value_or(30);
   for (auto seed = first; seed < first + count; ++seed) {
     promise(seed);
     ASSERT_FALSE(testing::Test::HasFailure()) << "seed " << seed;
