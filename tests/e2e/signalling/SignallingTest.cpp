@@ -273,7 +273,7 @@ TEST(Signalling, PassesOnNothingThatIsKeptOrTooLong) {
   const TemporaryFolder folder;
   publish(broker, folder.write("kept", "kept"), "--retain");
   const auto program = startSignalling(QUORVIN_SIGNALLING, at(broker.port()));
-  const auto listen = writePacket(SignallingWord::listen, 1, sidOf(1));
+  const auto listen = writePacket(SignallingWord::listen, 1, idOf(1));
   ASSERT_EQ(::send(program.get(), listen.data(), listen.size(), 0),
             static_cast<ssize_t>(listen.size()));
   PacketBuffer buffer{};
