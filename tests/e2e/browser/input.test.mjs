@@ -429,7 +429,7 @@ test('the page of a supporter who may only watch says so', async () => {
   await letGo();
   await until('View only to be on', async () => (await viewOnly()) === 'true');
   assert.equal(await page.page.isDisabled('#view-only'), true);
-  assert.match(await page.text('#control-hint'), /control was taken back/);
+  assert.match(await page.text('#control-hint'), /was taken back/);
   await until('the customer to be told', async () =>
     /only watches/.test(await page.customerText('#session-advice')),
   );
