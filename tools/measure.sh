@@ -15,7 +15,8 @@ leaves their results in build/results/measured/ and renews the tables of docs/pe
 the results that are there.
 
   PROGRAM         only these: ${programs[*]}, or "glass": the way to the canvas of a page, beside
-                  noVNC, in a browser (installs what that takes)
+                  noVNC, in a browser; or "remote": the same to a supporter on another computer, and
+                  what that costs (both install what they take)
   --trial FOLDER  leaves results and document in that folder instead
   --build FOLDER  takes the programs of that build folder, as they are
 END
@@ -83,14 +84,33 @@ measureGlass() {
     "$(realpath "$buildFolder")/Quorvin Support.app/Contents/Linux/quorvin-support" "$document"
 }
 
+measureRemote() {
+  local built
+  installPackages test virtual-screen
+  logged measure-browser npm ci --prefix tests/e2e/browser --ignore-scripts --no-audit --no-fund
+  logged measure-supporter npm ci --prefix supporter --ignore-scripts --no-audit --no-fund
+  logged measure-build cmake --build "$buildFolder" --target Runner/all quorvin-webui \
+    quorvin-signalling tests/e2e/browser/all wire
+  built=$(realpath "$buildFolder")
+  QUORVIN_WIRE="$built/tests/e2e/networks/wire" \
+    QUORVIN_HOST="$built/Quorvin Support.app/Contents/Linux/quorvin-support" \
+    QUORVIN_SCREEN_CHANGER="$built/tests/e2e/browser/screen_changer" \
+    QUORVIN_INPUT_WINDOW="$built/tests/e2e/browser/input_window" \
+    tests/e2e/networks/networks.sh run node bench/remote/remote.mjs "$document"
+}
+
 measure() {
   local name=$1 program="$buildFolder/bench/$1_bench"
   local -a options=()
-  if [[ "$name" == glass ]]; then
-    measureGlass
-    return
-  fi
   case "$name" in
+    glass)
+      measureGlass
+      return
+      ;;
+    remote)
+      measureRemote
+      return
+      ;;
     codec | delivery | payload) options=("${repetitions[@]}") ;;
   esac
   say "== $name"
@@ -107,7 +127,10 @@ main() {
   build
   waitForRest
   for name in "${programs[@]}"; do measure "$name"; done
-  if [[ "${programs[*]}" != glass ]]; then tools/bench_table.py --renew "$document" "$results"; fi
+  case "${programs[*]}" in
+    glass | remote) ;;
+    *) tools/bench_table.py --renew "$document" "$results" ;;
+  esac
   say "written: $document"
 }
 

@@ -4,7 +4,6 @@
 // Usage: glass.mjs PROGRAM [DOCUMENT.md]
 
 import { dirname } from 'node:path';
-import { createInterface } from 'node:readline';
 
 import { HostPage } from '../../tests/e2e/browser/support/HostPage.mjs';
 import { InputWindow } from '../../tests/e2e/browser/support/InputWindow.mjs';
@@ -13,6 +12,7 @@ import { VirtualScreen } from '../../tests/e2e/browser/support/VirtualScreen.mjs
 import { startFloor, startNoVnc, startPage, startPageWithH264 } from './peers.mjs';
 import { processesNamed, processorTime, threadsTime } from './processes.mjs';
 import { pictureOf, renew, tableOf } from './report.mjs';
+import { changeTimes, keyTimes, now } from './times.mjs';
 
 const [program, document] = process.argv.slice(2);
 const helpers = `${dirname(program)}/../../../tests/e2e/browser`;
@@ -26,20 +26,6 @@ const still = {
 };
 
 const pause = (ms) => new Promise((resolve) => setTimeout(resolve, ms));
-const now = () => performance.timeOrigin + performance.now();
-
-// In the page: at which animation frame the canvas has that grey at that place.
-function awaitGrey([selector, x, y, grey]) {
-  return new Promise((resolve) => {
-    const look = () => {
-      const canvas = document.querySelector(selector);
-      const [red] = canvas.getContext('2d').getImageData(x, y, 1, 1).data;
-      if (Math.abs(red - grey) < 60) resolve(performance.timeOrigin + performance.now());
-      else requestAnimationFrame(look);
-    };
-    look();
-  });
-}
 
 // In the page: how many animation frames had something new in a column of the canvas.
 function countNewFrames([selector, x, ms]) {
@@ -57,14 +43,6 @@ function countNewFrames([selector, x, ms]) {
       last = sum;
     };
     look();
-  });
-}
-
-// In the page: when the key that is pressed next is.
-function awaitKey() {
-  return new Promise((resolve) => {
-    const pressed = ({ timeStamp }) => resolve(performance.timeOrigin + timeStamp);
-    window.addEventListener('keydown', pressed, { capture: true, once: true });
   });
 }
 
@@ -94,16 +72,10 @@ class Turn {
 
   async latency(what, rect) {
     console.error(`  ${what}`);
-    const [x, y] = [rect[0] + 4, rect[1] + 4];
     const before = this.bytes;
-    for (let change = 0; change < changesATurn; ++change) {
-      const grey = change % 2 === 0 ? 0 : 255;
-      const seen = this.page.evaluate(awaitGrey, [this.peer.canvas, x, y, grey]);
-      await pause(40 + ((change * 37) % 50));
-      const begin = now();
-      await this.fill(rect, grey);
-      this.add(what, 'ms', (await seen) - begin);
-    }
+    const fill = (place, grey) => this.fill(place, grey);
+    const times = await changeTimes(this.page, this.peer.canvas, rect, changesATurn, fill);
+    for (const ms of times) this.add(what, 'ms', ms);
     this.add(what, 'kB', (this.bytes - before) / changesATurn / 1000);
   }
 
@@ -111,19 +83,9 @@ class Turn {
     console.error('  keys');
     const place = [0, 0, 400, 300];
     const window = await InputWindow.open(`${helpers}/input_window`, screen.environment, place);
-    let arrived = () => {};
-    createInterface({ input: window.process.stdout }).on('line', (line) => {
-      if (JSON.parse(line).type === 'keyDown') arrived(now());
-    });
     await this.peer.control(this.page);
-    for (let key = 0; key < changesATurn; ++key) {
-      const pressed = this.page.evaluate(awaitKey);
-      const seen = new Promise((resolve) => {
-        arrived = resolve;
-      });
-      await pause(40 + ((key * 37) % 50));
-      await this.page.keyboard.press('a');
-      this.add('a key, from the page to a program', 'ms', (await seen) - (await pressed));
+    for (const ms of await keyTimes(this.page, window, changesATurn)) {
+      this.add('a key, from the page to a program', 'ms', ms);
     }
     await window.close();
   }

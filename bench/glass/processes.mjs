@@ -23,10 +23,23 @@ export function processesNamed(...names) {
   });
 }
 
+// A process and all that it and they have started.
+export function processTree(root) {
+  const parents = allProcesses().map((process) => [process, Number(statusOf(process)[1])]);
+  const tree = [root];
+  for (const parent of tree) {
+    tree.push(...parents.filter(([, own]) => own === parent).map(([process]) => process));
+  }
+  return tree;
+}
+
+// What stands behind the name in a process's `stat`.
+const statusOf = (process) => read(process, 'stat').split(') ')[1]?.split(' ') ?? [];
+
 // Seconds that these processes have had.
 export function processorTime(processes) {
   const ticks = processes.map((process) => {
-    const fields = read(process, 'stat').split(') ')[1]?.split(' ') ?? [];
+    const fields = statusOf(process);
     return Number(fields[11] ?? 0) + Number(fields[12] ?? 0);
   });
   return ticks.reduce((all, count) => all + count, 0) / ticksASecond;

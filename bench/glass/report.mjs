@@ -4,8 +4,8 @@
 import { readFileSync, writeFileSync } from 'node:fs';
 
 const sorted = (values) => [...values].sort((a, b) => a - b);
-const median = (values) => sorted(values)[values.length >> 1];
-const high = (values) => sorted(values)[Math.floor(values.length * 0.95)];
+export const median = (values) => sorted(values)[values.length >> 1];
+export const high = (values) => sorted(values)[Math.floor(values.length * 0.95)];
 
 const peersOf = (results) => [...new Set(Object.values(results).flatMap(Object.keys))];
 
@@ -44,10 +44,10 @@ export function pictureOf(results) {
   ];
 }
 
-// Puts the lines between the document's marks.
-export function renew(document, lines) {
+// Puts the lines between the document's marks of that name.
+export function renew(document, lines, name = 'glass') {
   const text = readFileSync(document, 'utf8');
-  const [begin, end] = ['<!-- glass -->\n', '<!-- end of glass -->'];
+  const [begin, end] = [`<!-- ${name} -->\n`, `<!-- end of ${name} -->`];
   const from = text.indexOf(begin) + begin.length;
   if (from < begin.length) throw new Error(`${document} has no table for this`);
   const to = text.indexOf(end, from);

@@ -15,13 +15,13 @@ import {launchIn, script, startIn} from './networks.mjs';
 
 const builder = fileURLToPath(new URL('../../../../supporter/build.mjs', import.meta.url));
 const capturer = fileURLToPath(new URL('capture.py', import.meta.url));
-const size = [1280, 800];
 
 // Everything that a session needs, each in its network: the place; the host with a screen, a program on
 // it that notes what is typed, and the customer's page.
 export class Session {
-  static async start() {
-    const session = new Session();
+  static async start(size = [1280, 800]) {
+    const session = new this();
+    session.size = size;
     session.folder = mkdtempSync(join(tmpdir(), 'quorvin-session-'));
     const page = join(session.folder, 'page');
     const built = spawnSync('node', [builder, page], {encoding: 'utf8'});
@@ -37,10 +37,14 @@ export class Session {
     };
     session.host = await Host.start(script, environment, {args: ['in', 'customer', program]});
     session.window = await InputWindow.open(inputWindow, session.screen.environment, [0, 0, 200, 200]);
-    session.browser = await launchIn('customer');
-    session.customer = await session.browser.newPage();
-    await session.customer.goto(session.host.address);
+    await session.openCustomer();
     return session;
+  }
+
+  async openCustomer() {
+    this.browser = await launchIn('customer');
+    this.customer = await this.browser.newPage();
+    await this.customer.goto(this.host.address);
   }
 
   part(name) {
@@ -66,7 +70,7 @@ export class Session {
     await supporter.ask(await this.invite());
     await supporter.awaitWords();
     await this.answer(part);
-    await supporter.awaitPicture(size);
+    await supporter.awaitPicture(this.size);
   }
 
   async endAll() {
@@ -163,6 +167,7 @@ function keepChannels() {
   RTCPeerConnection.prototype.createDataChannel = function (...args) {
     const channel = createDataChannel.apply(this, args);
     window.channels.push(channel);
+    window.channels.peer = this;
     return channel;
   };
 }

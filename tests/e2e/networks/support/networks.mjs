@@ -23,7 +23,7 @@ export function setNetworks({nat = 'plain', udp = 'pass', delayMs = 0, lossPerce
 export const startIn = (network, program, args, options) =>
   spawnChild(script, ['in', network, program, ...args], options);
 
-const browserArguments = [
+export const browserArguments = [
   '--no-sandbox',
   '--disable-gpu',
   '--disable-quic',
