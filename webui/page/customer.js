@@ -167,12 +167,13 @@ class CustomerSide {
   // was begun for them ends with the last.
   showGuests(count, {isRemote, isCarrier}) {
     const begins = isCarrier && this.#guests === 0;
+    const ends = count === 0 && this.#guests > 0;
     this.#guests = count;
     this.#isRemote = isRemote;
     if (!this.#state || !this.#connection.isOpen) return;
     this.showSession(this.#state);
     if (this.#unattended && begins) this.#shareForGuests();
-    if (count === 0 && this.#sharesForGuests) this.#connection.call('stopCapture').catch(() => {});
+    if (ends && this.#sharesForGuests) this.#connection.call('stopCapture').catch(() => {});
   }
 
   // Whoever allows a supporter to see the screen shares it, and with whom to work it as well.

@@ -128,11 +128,16 @@ test('whoever listens learns nothing', async () => {
   for (const network of ['customer', 'public']) {
     taps.push(await Wiretap.start(network, session.folder));
   }
-  const supporter = await arrive();
-  await session.helpedBy(supporter);
-  session.screen.paint('orange');
-  await supporter.awaitColour(orange);
-  const [here, there] = [await taps[0].stop(), await taps[1].stop()];
+  let heard;
+  try {
+    const supporter = await arrive();
+    await session.helpedBy(supporter);
+    session.screen.paint('orange');
+    await supporter.awaitColour(orange);
+  } finally {
+    heard = [await taps[0].stop(), await taps[1].stop()];
+  }
+  const [here, there] = heard;
   const jpegHead = Buffer.from('ffd8ffe000104a464946', 'hex');
   // On the customer's own loopback both are to be found, or the search would be worth nothing; as is
   // the broker's traffic in the clear, behind the web server.
