@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdio>
@@ -34,27 +35,25 @@ std::string program() {
 pid_t start(const std::string& file) {
   const GlibPtr<char> uri(g_filename_to_uri(file.c_str(), nullptr, nullptr));
   if (!uri) return 0;
-  auto name = program();
-  auto profile =
-      std::string("--user-data-dir=") + g_get_user_state_dir() + "/com.quorvin.support/browser";
-  std::array<std::string, 6> options = {"--headless=new",
-                                        "--no-first-run",
-                                        "--no-default-browser-check",
-                                        "--disable-background-networking",
-                                        "--disable-component-update",
-                                        "--disable-sync"};
-  std::array<char*, 10> arguments{name.data(), profile.data()};
-  for (std::size_t index = 0; index < options.size(); ++index) {
-    arguments[index + 2] = options[index].data();
-  }
-  arguments[8] = uri.get();
+  std::array<std::string, 9> words = {
+      program(),
+      std::string("--user-data-dir=") + g_get_user_state_dir() + "/com.quorvin.support/browser",
+      "--headless=new",
+      "--no-first-run",
+      "--no-default-browser-check",
+      "--disable-background-networking",
+      "--disable-component-update",
+      "--disable-sync",
+      uri.get()};
+  std::array<char*, words.size() + 1> arguments{};
+  std::ranges::transform(words, arguments.begin(), [](auto& word) { return word.data(); });
   SpawnSetup setup;
   // It has much to say that is nobody's concern.
   posix_spawn_file_actions_addopen(&setup.actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   posix_spawn_file_actions_adddup2(&setup.actions, STDOUT_FILENO, STDERR_FILENO);
   posix_spawn_file_actions_addclosefrom_np(&setup.actions, STDERR_FILENO + 1);
   pid_t browser = 0;
-  const int error = posix_spawnp(&browser, name.c_str(), &setup.actions, &setup.attributes,
+  const int error = posix_spawnp(&browser, arguments[0], &setup.actions, &setup.attributes,
                                  arguments.data(), environ);
   return error == 0 ? browser : 0;
 }

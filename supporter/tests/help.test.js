@@ -7,7 +7,7 @@ import {test} from 'node:test';
 import './support.js';
 import {utf8} from '../trust/bytes.js';
 import {Help} from '../help.js';
-import {explainStage} from '../texts.js';
+import {explainReduction, explainStage} from '../texts.js';
 
 const settled = () => new Promise((resolve) => setImmediate(resolve));
 const json = (message) => ({message: utf8(JSON.stringify(message))});
@@ -361,4 +361,10 @@ test('what makes no sense changes nothing', async (context) => {
   await set.receive({message: new Uint8Array([0xff])});
   assert.equal(set.help.stage, 'connected');
   assert.equal(set.peers.length, 1);
+});
+
+test('a reduced picture is told with its reason, and a whole one not at all', () => {
+  assert.equal(explainReduction({why: null, steps: 0}), '');
+  assert.match(explainReduction({why: 'network', steps: 1}), /^The picture is reduced, because the network/);
+  assert.match(explainReduction({why: 'network', steps: 3}), /^The picture is reduced \(3 steps\), because/);
 });

@@ -100,6 +100,7 @@ check() {
 
 run() {
   check
+  [[ -x ${QUORVIN_WIRE:-} ]] || fail "QUORVIN_WIRE has to name the program \"wire\", which is built beside the tests."
   exec "${script%/*}/../../../tools/end_with_parent.sh" "$PPID" \
     unshare "${user[@]}" --fork --kill-child --pid --mount --propagation private --mount-proc --net \
     "$script" enter "$@"
