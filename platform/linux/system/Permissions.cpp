@@ -2,6 +2,7 @@
 
 #include <glib.h>
 #include <unistd.h>
+#include <xcb/randr.h>
 #include <xcb/xtest.h>
 
 #include <algorithm>
@@ -62,7 +63,27 @@ bool canInject(X11Connection& display) {
   return extension != nullptr && extension->present != 0;
 }
 
-std::string missingDisplayAdvice(const PermissionsEnvironment& environment) {
+// The X server of a Wayland session has the windows of X programs only, and black beside them. It
+// calls its outputs, and so its monitors, XWAYLAND0 and so on.
+bool isXwayland(X11Connection& display) {
+  const auto* extension = xcb_get_extension_data(display.get(), &xcb_randr_id);
+  if (extension == nullptr || extension->present == 0) return false;
+  const auto monitors =
+      x11Reply(xcb_randr_get_monitors_reply, display.get(),
+               xcb_randr_get_monitors(display.get(), display.root(), /*get_active=*/1));
+  if (monitors == nullptr || monitors->nMonitors == 0) return false;
+  const auto first = xcb_randr_get_monitors_monitors_iterator(monitors.get());
+  const auto name = x11Reply(xcb_get_atom_name_reply, display.get(),
+                             xcb_get_atom_name(display.get(), first.data->name));
+  return name != nullptr && std::string_view(xcb_get_atom_name_name(name.get()), name->name_len)
+                                .starts_with("XWAYLAND");
+}
+
+std::string missingDisplayAdvice(const PermissionsEnvironment& environment, bool isXwayland) {
+  if (isXwayland) {
+    return "This Wayland session shows no program the whole screen. Log out, choose an X11 session "
+           "at the login screen (\"GNOME on Xorg\"), and log in again.\n";
+  }
   if (!environment.display.empty()) {
     return "The X display " + environment.display +
            " cannot be opened or its screen cannot be read. Check DISPLAY and XAUTHORITY.\n";
@@ -79,6 +100,7 @@ std::string missingDisplayAdvice(const PermissionsEnvironment& environment) {
 struct DisplayAccess {
   bool canRead = false;
   bool canInject = false;
+  bool isXwayland = false;
 };
 
 }  // namespace
@@ -128,7 +150,11 @@ bool LinuxPermissions::Display::hasAnswered() {
 void LinuxPermissions::Display::start() {
   answer = std::make_shared<DisplayAccess>();
   attempt = std::make_unique<DisplayAttempt>(name, [answer = answer](X11Connection& server) {
-    *answer = {canRead(server), canInject(server)};
+    if (isXwayland(server)) {
+      answer->isXwayland = true;
+    } else {
+      *answer = {canRead(server), canInject(server)};
+    }
     return true;
   });
 }
@@ -183,7 +209,7 @@ bool LinuxPermissions::preflightScreenCaptureAccess() {
 
 bool LinuxPermissions::requestScreenCaptureAccess() {
   if (preflightScreenCaptureAccess()) return true;
-  process.writeToStandardError(missingDisplayAdvice(environment));
+  process.writeToStandardError(missingDisplayAdvice(environment, display->access().isXwayland));
   return false;
 }
 
@@ -198,7 +224,7 @@ bool LinuxPermissions::isProcessTrustedWithOptions(bool prompt) {
                                    ? "The X display " + environment.display +
                                          " takes no remote input: its server has no XTEST "
                                          "extension. Enable that extension.\n"
-                                   : missingDisplayAdvice(environment));
+                                   : missingDisplayAdvice(environment, access.isXwayland));
   return false;
 }
 

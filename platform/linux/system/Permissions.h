@@ -27,7 +27,8 @@ struct PermissionsEnvironment {
 };
 
 // On X11 whoever may connect to the display may see it. So Screen Recording stands for a display
-// that can be opened and read, and Accessibility for one that takes synthetic input (XTEST).
+// that can be opened and read, and Accessibility for one that takes synthetic input (XTEST). The X
+// server of a Wayland session allows neither, as it shows a part of the screen only.
 //
 // The display is asked on a separate thread when this object is made, and the connection is kept. A
 // call only checks the connection, and has a new one opened when it broke. Nothing is granted while

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
+#include <xcb/randr.h>
+#include <xcb/xcb.h>
+#include <xcb/xcbext.h>
 
 #include <array>
 #include <chrono>
@@ -10,6 +13,7 @@
 #include <vector>
 
 #include "platform/linux/system/Permissions.h"
+#include "platform/linux/x11/X11Connection.h"
 #include "tests/TemporaryFolder.h"
 #include "tests/fakes/FakeProcess.h"
 #include "tests/linux/system/MainLoop.h"
@@ -66,6 +70,47 @@ TEST_F(PermissionsTest, SayWhatToDoWithoutADisplay) {
 TEST_F(PermissionsTest, NameWaylandWhereItIsTheReason) {
   EXPECT_FALSE(on("", true)->isProcessTrustedWithOptions(true));
   EXPECT_NE(process.standardError.find("Wayland"), std::string::npos);
+}
+
+using Connection = std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)>;
+
+// Calls the server's monitor so, for as long as the connection is open: a server without clients
+// begins anew. libxcb 1.15's own function for it sends lengths that it has never set.
+Connection nameMonitor(const std::string& display, std::string_view name) {
+  Connection connection(xcb_connect(display.c_str(), nullptr), xcb_disconnect);
+  auto* server = connection.get();
+  const auto root = xcb_setup_roots_iterator(xcb_get_setup(server)).data->root;
+  const auto length = static_cast<std::uint16_t>(name.size());
+  const auto atom = x11Reply(xcb_intern_atom_reply, server,
+                             xcb_intern_atom(server, /*only_if_exists=*/0, length, name.data()));
+  const auto resources = x11Reply(xcb_randr_get_screen_resources_reply, server,
+                                  xcb_randr_get_screen_resources(server, root));
+  struct {
+    xcb_randr_set_monitor_request_t head = {};
+    xcb_randr_monitor_info_t info = {};
+    xcb_randr_output_t output = 0;
+  } request;
+  request.head.window = root;
+  request.info.name = atom->atom;
+  request.info.nOutput = 1;
+  request.info.width = request.info.height = 100;
+  request.output = *xcb_randr_get_screen_resources_outputs(resources.get());
+  const xcb_protocol_request_t kind = {1, &xcb_randr_id, XCB_RANDR_SET_MONITOR, /*isvoid=*/1};
+  // libxcb wants two parts before the first, for what it adds.
+  std::array<iovec, 3> parts = {{{}, {}, {&request, sizeof request}}};
+  xcb_send_request(server, 0, &parts[2], &kind);
+  EXPECT_NE(x11Reply(xcb_get_input_focus_reply, server, xcb_get_input_focus(server)), nullptr);
+  return connection;
+}
+
+TEST_F(PermissionsTest, AreNotGrantedWhereAPartOfTheScreenIsAllThereIs) {
+  const XServer server;
+  const auto connection = nameMonitor(server.display(), "XWAYLAND0");
+  auto permissions = on(server.display(), true);
+  EXPECT_FALSE(permissions->isProcessTrusted());
+  EXPECT_FALSE(permissions->requestScreenCaptureAccess());
+  EXPECT_NE(process.standardError.find("choose an X11 session"), std::string::npos);
+  EXPECT_FALSE(permissions->isProcessTrustedWithOptions(true));
 }
 
 TEST_F(PermissionsTest, NameTheDisplayThatCannotBeOpened) {
