@@ -45,10 +45,11 @@ std::vector<std::string> HostHarness::environment() const {
 }
 
 std::unique_ptr<HostProcess> HostHarness::startHost(FileDescriptor link,
-                                                    std::vector<std::string> arguments) {
+                                                    std::vector<std::string> arguments,
+                                                    std::string program) {
   auto variables = environment();
   variables.emplace_back("QUORVIN_UI_FD=3");
-  return std::make_unique<HostProcess>(HostProcess::Launch{.program = QUORVIN_HOST,
+  return std::make_unique<HostProcess>(HostProcess::Launch{.program = std::move(program),
                                                            .arguments = std::move(arguments),
                                                            .environment = std::move(variables),
                                                            .link = std::move(link)});
@@ -62,10 +63,11 @@ void HostHarness::enableUnattendedAccess(const std::string& deviceName) const {
                                          << deviceName << "\n";
 }
 
-ConnectedHost::ConnectedHost(HostHarness& harness, std::vector<std::string> arguments) {
+ConnectedHost::ConnectedHost(HostHarness& harness, std::vector<std::string> arguments,
+                             std::string program) {
   auto [ownEnd, hostsEnd] = makeLinkPair();
   client = std::make_unique<LinkClient>(std::move(ownEnd));
-  process = harness.startHost(std::move(hostsEnd), std::move(arguments));
+  process = harness.startHost(std::move(hostsEnd), std::move(arguments), std::move(program));
 }
 
 bool ConnectedHost::startCapture() {
@@ -79,8 +81,8 @@ std::optional<JpegSize> ConnectedHost::nextFrame(LinkClient::Milliseconds within
   return data == nullptr ? std::nullopt : jpegSize(data->bytes());
 }
 
-Map streamSettings(int maxWidth, int maxHeight) {
-  return {{"profile", "balanced"}, {"show_cursor", true},     {"codec", "jpeg"},
+Map streamSettings(int maxWidth, int maxHeight, const char* codec) {
+  return {{"profile", "balanced"}, {"show_cursor", true},     {"codec", codec},
           {"max_width", maxWidth}, {"max_height", maxHeight}, {"fps", 30},
           {"bitrate_mbps", 8},     {"jpeg_quality", 80},      {"queue_depth", 3}};
 }

@@ -28,7 +28,8 @@ class HostHarness {
   [[nodiscard]] std::vector<std::string> environment() const;
   // The real host with this end of a UI link.
   [[nodiscard]] std::unique_ptr<HostProcess> startHost(FileDescriptor link,
-                                                       std::vector<std::string> arguments = {});
+                                                       std::vector<std::string> arguments = {},
+                                                       std::string program = QUORVIN_HOST);
 
   // Lets the account's hosts run unattended, under that name.
   void enableUnattendedAccess(const std::string& deviceName) const;
@@ -40,7 +41,8 @@ class HostHarness {
 // A started host and the user interface that it is connected to.
 class ConnectedHost {
  public:
-  explicit ConnectedHost(HostHarness& harness, std::vector<std::string> arguments = {});
+  explicit ConnectedHost(HostHarness& harness, std::vector<std::string> arguments = {},
+                         std::string program = QUORVIN_HOST);
 
   // Allows sharing and starts it; whether the host agreed.
   bool startCapture();
@@ -52,6 +54,6 @@ class ConnectedHost {
 };
 
 // A whole set of valid stream settings, for frames of at most this size.
-[[nodiscard]] Map streamSettings(int maxWidth, int maxHeight);
+[[nodiscard]] Map streamSettings(int maxWidth, int maxHeight, const char* codec = "jpeg");
 
 }  // namespace quorvin
