@@ -202,6 +202,7 @@ int serve(FileDescriptor link) {
 int main(int argc, char** argv) {
   quorvin::prepareProcess();
   const std::string_view order = argc == 2 ? argv[1] : "";
+  if (quorvin::printVersion(order)) return 0;
   try {
     if (order == "--device-link" || order == "--new-device-link") {
       return printDeviceLink(order == "--new-device-link");

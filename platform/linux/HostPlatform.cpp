@@ -106,6 +106,8 @@ class LinuxPlatform {
 
 LinuxPlatform& makePlatform() {
   prepareProcess();
+  const auto arguments = processArguments();
+  if (arguments.size() == 2 && printVersion(arguments[1])) std::exit(EXIT_SUCCESS);
   nameDisplayAuthority();
   try {
     requireThreads(threadsToStartWith);

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <charconv>
 #include <csignal>
+#include <cstdio>
 #include <future>
 #include <stdexcept>
 #include <system_error>
@@ -82,6 +83,16 @@ void requireThreads(std::size_t count) {
     throw std::system_error(error.code(), "the system has too few threads left");
   }
   end.set_value();
+}
+
+const char* programVersion() {
+  return QUORVIN_VERSION;
+}
+
+bool printVersion(std::string_view onlyArgument) {
+  if (onlyArgument != "--version") return false;
+  std::printf("Quorvin Support %s\n", programVersion());
+  return true;
 }
 
 FileDescriptor takeInheritedUiSocket(const std::string& text) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 
 #include "platform/unix/FileDescriptor.h"
 
@@ -28,6 +29,13 @@ void requireThreads(std::size_t count);
   const char* value = std::getenv(name);
   return value != nullptr ? value : "";
 }
+
+// Prints which version this is when that is what a program's only argument asks for, "--version",
+// and returns whether it did. Beside any other argument it may be that one's value.
+[[nodiscard]] bool printVersion(std::string_view onlyArgument);
+
+// Of the whole program, like "0.1.0".
+[[nodiscard]] const char* programVersion();
 
 // The environment variable that names the descriptor of the UI link to the program that has
 // inherited it.

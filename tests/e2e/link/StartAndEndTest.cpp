@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -56,6 +57,32 @@ TEST_F(StartUp, FailsWithADescriptorThatIsNoLink) {
 TEST_F(StartUp, FailsWithAUserInterfaceThatCannotBeStarted) {
   const auto said = failToStart({"QUORVIN_UI=/nonexistent/user\ninterface"});
   EXPECT_NE(said.find("/nonexistent/user interface"), std::string::npos) << said;
+}
+
+// What a program says and, behind it, the status that it ends with.
+std::string saidBy(const std::string& command) {
+  std::string said(4096, '\0');
+  const auto run = "unset DISPLAY; " + command + " 2>&1; echo $?";
+  auto* const pipe = ::popen(run.c_str(), "r");
+  said.resize(std::fread(said.data(), 1, said.size(), pipe));
+  ::pclose(pipe);
+  return said;
+}
+
+TEST(Version, IsToldWithoutADisplayByBothPrograms) {
+  const std::filesystem::path host = QUORVIN_HOST;
+  for (const auto& program : {host, host.parent_path() / "quorvin-webui"}) {
+    const auto quoted = "'" + program.string() + "'";
+    EXPECT_EQ(saidBy(quoted + " --version"), "Quorvin Support " QUORVIN_VERSION "\n0\n");
+    EXPECT_TRUE(saidBy(quoted + " --Version").ends_with("\n1\n"));
+  }
+}
+
+// It may be the name that somebody gives, or what comes beside a command.
+TEST(Version, IsNotToldBesideAnythingElse) {
+  const auto host = std::string("'") + QUORVIN_HOST + "'";
+  EXPECT_TRUE(saidBy(host + " --help-unattended --version").starts_with("Quorvin unattended"));
+  EXPECT_TRUE(saidBy(host + " --unattended --version").ends_with("first.\n2\n"));
 }
 
 TEST_F(StartUp, RefusesAnUnattendedRunThatIsNotEnabled) {
