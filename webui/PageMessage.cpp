@@ -228,6 +228,7 @@ PageMessage parsePageMessage(std::string_view text) {
     return PageControl{allowed->get<bool>()};
   }
   if (flagOf(*document, "invite")) return RemoteInvite{};
+  if (flagOf(*document, "stopAll")) return RemoteStopAll{};
   if (flagOf(*document, "log")) return RemoteLog{};
   if (const auto front = document->find("front"); front != document->end() && front->is_boolean()) {
     return RemoteFront{front->get<bool>()};

@@ -19,8 +19,7 @@ namespace quorvin::webui {
 //
 // From the page, JSON texts:
 //
-//   {"id":n,"method":"...","arguments":...}        calls the host; n is an integer of the page's
-//   own
+//   {"id":n,"method":"...","arguments":...}        calls the host; the page chooses n, an integer
 //   {"ack":n}                                      n frames (1 or more) were drawn or given up
 //   {"show":{"customer":bool,"picture":bool,       which sides of the session the page shows: the
 //            "input":bool,"h264":bool}}            customer's with its Stop button, the picture;
@@ -52,6 +51,8 @@ namespace quorvin::webui {
 //                                                  keyboard, while supporters may at all
 //   {"remote":n,"end":true}                        withdraws the invitation, refuses whoever asks,
 //                                                  disconnects whoever is connected
+//   {"stopAll":true}                               the same for all of them, who are told that the
+//                                                  customer has stopped sharing
 //   {"log":true}                                   what happened lately
 //   {"front":bool}                                 whether somebody looks at the page; while nobody
 //                                                  looks at any, the desktop tells what is up
@@ -84,25 +85,27 @@ namespace quorvin::webui {
 //                                                  from the host n milliseconds ago; not sent
 //                                                  for one that has not waited
 //   {"event":"reduced","why":"network"|null,       to a guest: by how many steps the picture is
-//   less
-//    "steps":n}                                    than was chosen, which `settings` go on telling
+//    "steps":n}                                    less than was chosen, which `settings` go on
+//                                                  telling
 //   {"event":"question","word":"..."}              whether the page's script works, and has got
 //                                                  whatever came before; a page that owes an
 //                                                  answer shows nobody a Stop button
-//   {"event":"remote","configured":bool,           to customers' pages, after the first "state" and
-//    "problem":null|"unreachable"|                 on every change. Without a broker `configured`
-//    is "certificateWrong"|"refused","detail":"...",  false; `problem` is with the broker, `detail`
-//    a "page":"...","iceServers":[...]|null,         text for people about either. `page` is where
-//    a "sessions":[{"id":n,"stage":"...",            code is entered. Sessions that are over stay
-//    for "code":"...","link":"...","qr":["01..."],     a minute, or until the next invitation. A
-//    stage "expiresInMs":n|null,"name":"...",            is "preparing", "waiting", "asking",
-//    "connected", "words":[...]|null,"control":bool,            "lost", "expired", "tooManyTries",
-//    "refused", "sinceMs":n|null,                             "gone" or "ended". `code`, `link` and
-//    `qr`, its "path":null|"direct"|"relayed",               rows, are empty but while it is
-//    "waiting"; "carrier":bool}]}                             `sinceMs` have passed since the
-//    customer's answer;
-//                                                  `carrier`: this page has the peer connection.
-//                                                  After "lost" a new one is to be made
+//   {"event":"remote","configured":bool,           to customers' pages, after the first "state"
+//    "problem":null|"unreachable"|                 and on every change. Without a broker
+//      "certificateWrong"|"refused",               `configured` is false; `problem` is with the
+//    "detail":"...","full":bool,                   broker, `detail` a text for people about
+//    "page":"...","iceServers":[...]|null,         either. `full`: nobody more can be invited
+//    "sessions":[{"id":n,"stage":"...",            until one of the sessions is over. `page` is
+//      "code":"...","link":"...",                  where a code is entered. Sessions that are over
+//      "qr":["01..."],"expiresInMs":n|null,        stay for a minute, or until the next
+//      "name":"...","words":[...]|null,            invitation. A stage is "preparing", "waiting",
+//      "control":bool,"sinceMs":n|null,            "asking", "connected", "lost", "expired",
+//      "path":null|"direct"|"relayed",             "tooManyTries", "refused", "gone" or "ended".
+//      "carrier":bool}]}                           `code`, `link` and `qr`, its rows, are empty
+//                                                  but while it is "waiting"; `sinceMs` have
+//                                                  passed since the customer's answer; `carrier`:
+//                                                  this page has the peer connection. After "lost"
+//                                                  a new one is to be made
 //   {"event":"signal","remote":n,"signal":{...}}   to the carrier, from the supporter
 //   {"event":"log","entries":[{"time":"...",       the newest hundred, the newest first; `event` is
 //    "event":"...","remote":n,"name":"...",        "invited", "asked", "allowed", "refused",

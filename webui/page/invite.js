@@ -36,11 +36,12 @@ export class Invitations {
   }
 
   // The server's event.
-  show({configured, problem, detail, page, sessions}) {
+  show({configured, problem, detail, full, page, sessions}) {
     byId('remote').hidden = false;
-    const {what, next} = problems[configured ? problem : 'unconfigured'] ?? {what: '', next: ''};
+    const name = configured ? (problem ?? (full ? 'full' : null)) : 'unconfigured';
+    const {what, next} = problems[name] ?? {what: '', next: ''};
     setText(byId('remote-problem'), [what, detail && `(${detail})`, next].filter(Boolean).join(' '));
-    byId('invite-button').disabled = !configured;
+    byId('invite-button').disabled = !configured || full;
     for (const [id, row] of this.#rows) {
       if (sessions.every((session) => session.id !== id)) this.#remove(id, row);
     }
@@ -66,8 +67,7 @@ export class Invitations {
   }
 
   endAll() {
-    const open = this.#with('preparing', 'waiting', 'asking', 'connected', 'lost');
-    for (const {session} of open) this.#connection.tell({remote: session.id, end: true});
+    this.#connection.tell({stopAll: true});
   }
 
   // As they are in the log, the newest first.

@@ -8,6 +8,10 @@ export const problems = {
       'That needs a meeting place, whose addresses are missing in the file remote.json of this ' +
       'program’s settings.',
   },
+  full: {
+    what: 'No further supporter can be invited now.',
+    next: 'Withdraw an invitation or disconnect a supporter first.',
+  },
   unreachable: {
     what: 'The meeting place cannot be reached.',
     next: 'Check this computer’s network; it is tried again by itself.',

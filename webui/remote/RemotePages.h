@@ -36,12 +36,13 @@ struct RemoteControl {
 struct RemoteEnd {
   RemoteId remote = 0;
 };
+struct RemoteStopAll {};
 struct RemoteLog {};
 struct RemoteFront {
   bool inFront = false;
 };
 using RemoteMessage = std::variant<RemoteInvite, RemoteAnswer, RemoteSignal, RemotePath, RemoteLost,
-                                   RemoteControl, RemoteEnd, RemoteLog, RemoteFront>;
+                                   RemoteControl, RemoteEnd, RemoteStopAll, RemoteLog, RemoteFront>;
 
 // Whether it is what one end of a peer connection says to the other: {"description":{...}} or
 // {"candidate":{...} or null}, with nothing nested any deeper.

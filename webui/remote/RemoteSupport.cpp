@@ -209,6 +209,10 @@ void RemoteSupport::handle(PageId /*page*/, const RemoteEnd& message) {
   if (session != nullptr) end(message.remote, session->since ? "disconnected" : "withdrawn");
 }
 
+void RemoteSupport::handle(PageId /*page*/, const RemoteStopAll& /*message*/) {
+  stopAll();
+}
+
 void RemoteSupport::handle(PageId page, const RemoteLog& /*message*/) {
   outside.pages.sendText(page, textOf({{"event", "log"}, {"entries", outside.log.newest()}}));
 }
@@ -386,13 +390,16 @@ void RemoteSupport::announce() {
 
 void RemoteSupport::announceTo(PageId page) {
   auto list = json::array();
+  std::size_t open = 0;
   for (const auto& [id, session] : sessions) {
+    if (!isOver(session.stage)) ++open;
     if (!session.isOfDevice || session.since) list.push_back(describe(id, session, page));
   }
   outside.pages.sendText(page, textOf({{"event", "remote"},
                                        {"configured", outside.signalling != nullptr},
                                        {"problem", problem},
                                        {"detail", problemDetail},
+                                       {"full", open >= sessionsMax},
                                        {"page", config ? config->page : ""},
                                        {"iceServers", config ? config->iceServers : json(nullptr)},
                                        {"sessions", std::move(list)}}));

@@ -91,6 +91,7 @@ class RemoteSupport {
   void handle(PageId page, const RemoteLost& message);
   void handle(PageId page, const RemoteControl& message);
   void handle(PageId page, const RemoteEnd& message);
+  void handle(PageId page, const RemoteStopAll& message);
   void handle(PageId page, const RemoteLog& message);
   void handle(PageId page, const RemoteFront& message);
   void addCustomer(PageId page);

@@ -74,6 +74,7 @@ T remoteFrom(std::string_view text) {
 TEST(PageMessage, ReadsWhatIsSaidOfSupportersOnOtherComputers) {
   using Answer = Invitation::Answer;
   remoteFrom<RemoteInvite>(R"({"invite":true})");
+  remoteFrom<RemoteStopAll>(R"({"stopAll":true})");
   remoteFrom<RemoteLog>(R"({"log":true})");
   EXPECT_TRUE(remoteFrom<RemoteFront>(R"({"front":true})").inFront);
   EXPECT_FALSE(remoteFrom<RemoteFront>(R"({"front":false})").inFront);
@@ -105,7 +106,8 @@ TEST(PageMessage, RefusesEverythingElse) {
   for (const auto* text :
        {"", "null", "[]", "{}", "7", "{\"ack\":0}", "{\"ack\":-1}", "{\"ack\":1.0}",
         "{\"control\":1}", "{\"ack\":9223372036854775807}", "{\"show\":true}", "{\"invite\":1}",
-        "{\"log\":false}", "{\"front\":1}", "{\"id\":1,\"method\":7}", "{\"id\":1"}) {
+        "{\"log\":false}", "{\"stopAll\":1}", "{\"front\":1}", "{\"id\":1,\"method\":7}",
+        "{\"id\":1"}) {
     parsedAs<PageProtocolError>(text);
   }
 }

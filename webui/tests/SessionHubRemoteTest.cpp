@@ -85,7 +85,7 @@ TEST_F(SessionHubRemoteTest, OnlyCustomersPagesRuleAndAreTold) {
          {R"({"invite":true})", R"({"remote":1,"control":true})", R"({"remote":1,"end":true})",
           R"({"remote":1,"lost":true})", R"({"remote":1,"path":"direct"})",
           R"({"remote":1,"answer":"control"})", R"({"remote":1,"signal":{"candidate":null}})",
-          R"({"log":true})", R"({"front":true})"}) {
+          R"({"stopAll":true})", R"({"log":true})", R"({"front":true})"}) {
       (*page)->texts.clear();
       (*page)->send(text);
       EXPECT_EQ(codeOf((*page)->waitFor({{"id", nullptr}})), "not_allowed") << text;

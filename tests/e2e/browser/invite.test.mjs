@@ -137,10 +137,19 @@ test('who is connected is ruled from here, and Stop ends all', async () => {
   await told({ remote: 1, control: false });
   assert.equal(await page.textContent('#stop-button'), 'Stop all');
   await page.click('#stop-button');
-  await told({ remote: 1, end: true });
+  await told({ stopAll: true });
   await until('the stop', () => heard('stopCapture').length === 1);
   program.sendRemote([{ ...connected, stage: 'ended' }]);
   await until('the old name', async () => (await page.textContent('#stop-button')) === 'Stop sharing');
+});
+
+test('as long as no further supporter can be invited, the button says why', async () => {
+  program.sendRemote([session], { full: true });
+  await page.waitForSelector('#invite-button:disabled');
+  assert.match(await page.textContent('#remote-problem'), /No further supporter .* Withdraw/);
+  program.sendRemote([session], { full: false });
+  await page.waitForSelector('#invite-button:enabled');
+  assert.equal(await page.textContent('#remote-problem'), '');
 });
 
 test('a program that is gone takes all of it with it', async () => {

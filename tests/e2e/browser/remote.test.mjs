@@ -200,7 +200,7 @@ test('Stop all ends both the connection and the sharing', async () => {
   await awaitPicture();
   assert.equal(await pages.page.isDisabled('#view-only'), true);
   await pages.customer.click('#stop-button');
-  await awaitSupporter('ended your connection');
+  await awaitSupporter('stopped sharing');
   await until('the end', () => pages.page.isHidden('#view'));
   await pages.awaitState('ended');
 });

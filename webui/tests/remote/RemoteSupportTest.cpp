@@ -211,7 +211,7 @@ TEST_F(RemoteSupportTest, TellsASupporterWhoIsDisconnectedSo) {
   EXPECT_EQ(stage(), "ended");
   EXPECT_EQ(pages.admitted, Admitted());
   auto first = connected();
-  support->stopAll();
+  pages.say(page, RemoteStopAll{});
   EXPECT_EQ(told(first), (json{{"type", "ended"}, {"why", "stopped"}}));
   auto second = connected();
   support.reset();
@@ -343,7 +343,11 @@ TEST_F(RemoteSupportTest, HasFourSessionsAtATime) {
   for (std::size_t count = 1; count <= RemoteSupport::sessionsMax + 1; ++count) {
     pages.say(page, RemoteInvite{});
     EXPECT_EQ(event()["sessions"].size(), std::min(count, RemoteSupport::sessionsMax));
+    EXPECT_EQ(event()["full"], count >= RemoteSupport::sessionsMax);
   }
+  pages.say(page, RemoteEnd{1});
+  EXPECT_EQ(event()["sessions"].size(), RemoteSupport::sessionsMax);
+  EXPECT_EQ(event()["full"], false);
 }
 
 TEST_F(RemoteSupportTest, NotifiesWhileNobodyLooksAtAPage) {
