@@ -61,8 +61,8 @@ namespace quorvin::webui {
 // and "releaseInput" only, its `customer` in "show" counts for nothing, and "control" is the
 // customer's. Whatever else it asks for is answered with the error "not_allowed". A guest's page,
 // the WebSocket "guest-n" beside the customer's, has the same rights, but mouse and keyboard only
-// while they were given to it as well. A customer's page may do all. "releaseInput" of a page that
-// holds nothing is answered, and does nothing.
+// while they were given to it as well. A customer's page may do all. "releaseInput" lifts
+// what the page has pressed, and nothing that another one holds.
 //
 // To the page, JSON texts:
 //

@@ -9,11 +9,26 @@
 namespace quorvin::webui {
 namespace {
 
-bool presses(const Value& event) {
-  const auto* fields = event.as<Map>();
-  const auto* entry = fields != nullptr ? fields->find("action") : nullptr;
-  const auto* action = entry != nullptr ? entry->as<std::string>() : nullptr;
-  return action != nullptr && (*action == "mouseDown" || *action == "keyDown");
+std::string textIn(const Map& event, std::string_view key, const char* otherwise) {
+  const auto* value = event.find(key);
+  const auto* text = value != nullptr ? value->as<std::string>() : nullptr;
+  return text != nullptr ? *text : otherwise;
+}
+
+Value valueIn(const Map& event, std::string_view key) {
+  const auto* value = event.find(key);
+  return value != nullptr ? *value : Value();
+}
+
+// Nothing of another call.
+std::string actionOf(const FlutterMethodCall& call) {
+  const auto* event = call.arguments.as<Map>();
+  return call.method == "injectInput" && event != nullptr ? textIn(*event, "action", "") : "";
+}
+
+void note(List& held, const Value& what, const std::string& action) {
+  if (action.ends_with("Down") || action.ends_with("Up")) std::erase(held, what);
+  if (action.ends_with("Down")) held.push_back(what);
 }
 
 constexpr std::size_t pagesMax = 8;
@@ -32,13 +47,28 @@ std::int64_t ageMsOf(const Frame& frame) {
 
 }  // namespace
 
-void HeldInputFlag::sent(const FlutterMethodCall& call) {
-  if (call.method == "injectInput" && presses(call.arguments)) mayHoldInput = true;
-  if (call.method == "releaseInput") mayHoldInput = false;
+void HeldInput::sent(const FlutterMethodCall& call) {
+  mayHoldInput = mayHoldInput || actionOf(call).ends_with("Down");
 }
 
-bool HeldInputFlag::take() {
-  return std::exchange(mayHoldInput, false);
+void HeldInput::done(const FlutterMethodCall& call) {
+  const auto action = actionOf(call);
+  if (action.empty()) return;
+  const auto& event = *call.arguments.as<Map>();
+  if (action.starts_with("key")) note(keys, valueIn(event, "keyCode"), action);
+  if (!action.starts_with("mouse")) return;
+  note(buttons, textIn(event, "button", "left"), action);
+  x = valueIn(event, "x");
+  y = valueIn(event, "y");
+}
+
+List HeldInput::lifts() const {
+  List events;
+  for (const auto& button : buttons) {
+    events.push_back(Map{{"action", "mouseUp"}, {"x", x}, {"y", y}, {"button", button}});
+  }
+  for (const auto& key : keys) events.push_back(Map{{"action", "keyUp"}, {"keyCode", key}});
+  return events;
 }
 
 SessionHub::SessionHub(FileDescriptor linkSocket, HostClient::CloseHandler onLinkClosed,
@@ -216,23 +246,23 @@ void SessionHub::handle(PageId id, const PageCall& message) {
     page.connection->sendText(replyText(message.id, *refusal));
     return;
   }
-  // The host would lift what other pages hold.
-  if (message.call.method == "releaseInput" && !page.heldInput.holds()) {
+  if (message.call.method == "releaseInput") {
+    releaseInput(page);
     page.connection->sendText(replyText(message.id, Value()));
     return;
   }
   page.heldInput.sent(message.call);
   ++page.unansweredCalls;
-  callHost(message.call, [this, id, callId = message.id](const FlutterReply& reply) {
-    answer(id, callId, reply);
-  });
+  callHost(message.call,
+           [this, id, message](const FlutterReply& reply) { answer(id, message, reply); });
 }
 
-void SessionHub::answer(PageId id, std::int64_t callId, const FlutterReply& reply) {
+void SessionHub::answer(PageId id, const PageCall& message, const FlutterReply& reply) {
   const auto page = pages.find(id);
   if (page == pages.end()) return;
   --page->second.unansweredCalls;
-  page->second.connection->sendText(replyText(callId, reply));
+  if (std::holds_alternative<Value>(reply)) page->second.heldInput.done(message.call);
+  page->second.connection->sendText(replyText(message.id, reply));
 }
 
 void SessionHub::callHost(const FlutterMethodCall& call, FlutterResult onReply) {
@@ -284,7 +314,15 @@ void SessionHub::configure(const FlutterMethodCall& call, FlutterResult onReply)
 // --- Mouse and keyboard
 
 void SessionHub::releaseInput(Page& page) {
-  if (page.heldInput.take()) host.call({"releaseInput", {}}, [](const FlutterReply&) {});
+  const auto held = std::exchange(page.heldInput, {});
+  if (!held.mayHold()) return;
+  const auto ignore = [](const FlutterReply&) {
+  };
+  const bool othersHold =
+      std::ranges::any_of(pages, [](const auto& entry) { return entry.second.heldInput.holds(); });
+  // The host would lift what they hold as well, but knows best what this page has pressed just now.
+  if (!othersHold || page.unansweredCalls > 0) return host.call({"releaseInput", {}}, ignore);
+  for (const auto& event : held.lifts()) host.call({"injectInput", event}, ignore);
 }
 
 void SessionHub::releaseWhatIsNotAllowed() {

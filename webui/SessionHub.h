@@ -27,19 +27,26 @@
 
 namespace quorvin::webui {
 
-// Whether keys or buttons may be down on the host because of what one page has sent.
-class HeldInputFlag {
+// The keys and buttons that are down on the host because of what one page has sent.
+class HeldInput {
  public:
-  // To be told of each call that goes to the host.
+  // To be told of each call that goes to the host, and of each that the host has carried out.
   void sent(const FlutterMethodCall& call);
+  void done(const FlutterMethodCall& call);
 
-  // Whether something may be down.
-  [[nodiscard]] bool holds() const { return mayHoldInput; }
-  // The same, which is then the caller's to lift.
-  [[nodiscard]] bool take();
+  // Whether something may be down, of what was sent.
+  [[nodiscard]] bool mayHold() const { return mayHoldInput; }
+  // Whether something is, of what was carried out.
+  [[nodiscard]] bool holds() const { return !keys.empty() || !buttons.empty(); }
+  // The events that lift that.
+  [[nodiscard]] List lifts() const;
 
  private:
   bool mayHoldInput = false;
+  List keys;
+  List buttons;
+  Value x;  // of the last event with the mouse
+  Value y;
 };
 
 // Connects the pages with the host: passes calls and answers on, shares frames and the state of
@@ -80,7 +87,7 @@ class SessionHub : public RemotePages {
     FrameFlowControl flowControl;
     FrameDeltas deltas;
     PageVisibility visibility;
-    HeldInputFlag heldInput;
+    HeldInput heldInput;
     std::size_t unansweredCalls = 0;
   };
 
@@ -105,7 +112,7 @@ class SessionHub : public RemotePages {
   void start(const FlutterMethodCall& call, FlutterResult onReply);
   void stop(std::optional<FlutterError> why, FlutterResult onReply);
   void configure(const FlutterMethodCall& call, FlutterResult onReply);
-  void answer(PageId id, std::int64_t callId, const FlutterReply& reply);
+  void answer(PageId id, const PageCall& message, const FlutterReply& reply);
 
   void handleFrame(Data payload);
   void handleStreamError(const FlutterError& error);
@@ -119,6 +126,7 @@ class SessionHub : public RemotePages {
   // that goes to none.
   [[nodiscard]] std::shared_ptr<const SegmentedJpeg> segmentsOf(const Data& payload);
 
+  // Lifts what the page holds, and nothing that others do, if that is known.
   void releaseInput(Page& page);
   void releaseWhatIsNotAllowed();
   // Whether the customer lets this page use mouse and keyboard.

@@ -164,6 +164,50 @@ TEST_F(SessionHubGuestsTest, PageThatHoldsNothingLiftsNothingOfAnother) {
   EXPECT_TRUE(runUntil([&] { return host.count("releaseInput") == 1; }));
 }
 
+TEST_F(SessionHubGuestsTest, PageLiftsOnlyWhatItHoldsWhileAnotherHoldsSomething) {
+  const auto customer = openPage();
+  const auto holding = openWorkingGuest(ann);
+  const auto other = openWorkingGuest(bob);
+  const auto inject = [](TestPage& page, const std::string& event) {
+    const auto call = R"({"id":70,"method":"injectInput","arguments":{)" + event + "}}";
+    EXPECT_EQ(codeOf(answerTo(page, call.c_str())), "");
+  };
+  inject(*holding, R"("action":"keyDown","keyCode":56)");
+  for (const auto* event :
+       {R"("action":"keyDown","keyCode":0)", R"("action":"keyDown","keyCode":1)",
+        R"("action":"keyUp","keyCode":0)", R"("action":"mouseDown","x":0.1,"y":0.2)",
+        R"("action":"mouseDown","x":0.1,"y":0.2,"button":"right")",
+        R"("action":"mouseUp","x":0.1,"y":0.2,"button":"left")",
+        R"("action":"mouseMove","x":0.3,"y":1)"}) {
+    inject(*other, event);
+  }
+  const auto before = host.calls().size();
+  EXPECT_TRUE(answerTo(*other, release).contains("result"));
+  settleHost(*customer);
+  std::vector<Value> lifted;
+  for (std::size_t index = before; host.calls()[index].call.method == "injectInput"; ++index) {
+    lifted.push_back(host.calls()[index].call.arguments);
+  }
+  const Map button{{"action", "mouseUp"}, {"x", 0.3}, {"y", 1}, {"button", "right"}};
+  const Map key{{"action", "keyUp"}, {"keyCode", 1}};
+  EXPECT_EQ(lifted, (std::vector<Value>{button, key}));
+  EXPECT_EQ(host.count("releaseInput"), 0U);
+  hub.dismiss(bob);
+  hub.dismiss(ann);
+  EXPECT_TRUE(runUntil([&] { return host.count("releaseInput") == 1; }));
+}
+
+TEST_F(SessionHubGuestsTest, WhatTheHostHasNotAnsweredIsLiftedWithAllThatIsHeld) {
+  const auto holding = openWorkingGuest(ann);
+  const auto other = openWorkingGuest(bob);
+  EXPECT_EQ(codeOf(answerTo(*holding, keyDown)), "");
+  host.forget("injectInput");
+  other->send(keyDown);
+  EXPECT_TRUE(runUntil([&] { return host.count("injectInput") == 2; }));
+  hub.dismiss(bob);
+  EXPECT_TRUE(runUntil([&] { return host.count("releaseInput") == 1; }));
+}
+
 TEST_F(SessionHubGuestsTest, GuestsTakePlacesOfSupporters) {
   std::vector<std::unique_ptr<TestPage>> pages;
   for (int count = 0; count < 3; ++count) settle(*pages.emplace_back(openSupportersPage()));
