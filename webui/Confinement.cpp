@@ -44,8 +44,8 @@ constexpr std::array otherProcesses{SCMP_SYS(ptrace),
                                     SCMP_SYS(shmget),
                                     SCMP_SYS(msgget),
                                     SCMP_SYS(semget)};
-constexpr std::array outgoingSockets{SCMP_SYS(socket), SCMP_SYS(connect)};
-constexpr std::array incomingSockets{SCMP_SYS(bind), SCMP_SYS(listen)};
+constexpr std::array outgoingSockets{SCMP_SYS(socket), SCMP_SYS(bind), SCMP_SYS(connect)};
+constexpr std::array incomingSockets{SCMP_SYS(listen)};
 constexpr std::array fileChanges{
     SCMP_SYS(creat),     SCMP_SYS(truncate),  SCMP_SYS(rename),    SCMP_SYS(renameat),
     SCMP_SYS(renameat2), SCMP_SYS(link),      SCMP_SYS(linkat),    SCMP_SYS(symlink),

@@ -1,5 +1,8 @@
 #include "webui/signalling/BrokerConnection.h"
 
+#include <poll.h>
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -25,6 +28,7 @@ constexpr int subscriptionFailed = 0x80;
 constexpr std::size_t unconfirmedMax = 256;
 constexpr milliseconds firstPause{1000};
 constexpr milliseconds longestPause{30'000};
+constexpr std::chrono::seconds connectTimeout{10};
 constexpr std::chrono::seconds leaveTimeout{2};
 constexpr std::array<std::uint8_t, 1> goneSign{1};
 
@@ -138,11 +142,40 @@ void BrokerConnection::run() {
 bool BrokerConnection::connectOnce() {
   isOpen = false;
   refusal.clear();
-  int result =
-      mosquitto_connect_async(client.get(), broker.host.c_str(), broker.port, keepAliveSeconds);
-  while (result == MOSQ_ERR_SUCCESS && goesOn()) result = mosquitto_loop(client.get(), turnMs, 1);
-  reportTrouble(result, errno);
+  auto trouble = connectFrom(nullptr);
+  // Of a name's addresses the library tries the first only, which may be one of IPv6 that leads
+  // nowhere.
+  if (!isOpen && refusal.empty() && goesOn()) {
+    const auto otherTrouble = connectFrom("0.0.0.0");
+    if (isOpen) trouble = otherTrouble;
+  }
+  reportTrouble(trouble);
   return isOpen;
+}
+
+// `ownAddress` or null as in mosquitto_connect_bind_async.
+std::string BrokerConnection::connectFrom(const char* ownAddress) {
+  int result = mosquitto_connect_bind_async(client.get(), broker.host.c_str(), broker.port,
+                                            keepAliveSeconds, ownAddress);
+  if (result == MOSQ_ERR_SUCCESS) {
+    const int error = awaitAnswer();
+    if (error != 0) return std::strerror(error);
+  }
+  while (result == MOSQ_ERR_SUCCESS && goesOn()) result = mosquitto_loop(client.get(), turnMs, 1);
+  return result == MOSQ_ERR_ERRNO ? std::strerror(errno) : mosquitto_strerror(result);
+}
+
+// What keeps the broker's system from answering, or 0. With TLS the library does not notice, and
+// tries again and again without a pause.
+int BrokerConnection::awaitAnswer() {
+  pollfd answer{mosquitto_socket(client.get()), POLLOUT, 0};
+  const auto end = steady_clock::now() + connectTimeout;
+  while (goesOn() && steady_clock::now() < end && ::poll(&answer, 1, turnMs) == 0) continue;
+  int error = ETIMEDOUT;
+  socklen_t size = sizeof error;
+  if (answer.revents != 0) ::getsockopt(answer.fd, SOL_SOCKET, SO_ERROR, &error, &size);
+  // The library may have been told already.
+  return error == 0 && (answer.revents & (POLLERR | POLLHUP)) != 0 ? ECONNREFUSED : error;
 }
 
 bool BrokerConnection::goesOn() {
@@ -150,12 +183,11 @@ bool BrokerConnection::goesOn() {
   return !leavesBy || (isOpen && steady_clock::now() < *leavesBy);
 }
 
-void BrokerConnection::reportTrouble(int result, int systemError) {
+void BrokerConnection::reportTrouble(std::string_view trouble) {
   const auto complaint = BrokerTls::takeComplaint();
   if (!complaint.empty()) return report(Reach::certificateWrong, complaint);
   if (!refusal.empty()) return report(Reach::refused, refusal);
-  report(Reach::unreachable,
-         result == MOSQ_ERR_ERRNO ? std::strerror(systemError) : mosquitto_strerror(result));
+  report(Reach::unreachable, trouble);
 }
 
 void BrokerConnection::report(Reach reach, std::string_view detail) {

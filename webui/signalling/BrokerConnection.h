@@ -56,7 +56,9 @@ class BrokerConnection {
   void run();
   bool connectOnce();
   [[nodiscard]] bool goesOn();
-  void reportTrouble(int result, int systemError);
+  std::string connectFrom(const char* ownAddress);
+  int awaitAnswer();
+  void reportTrouble(std::string_view trouble);
   void report(Reach reach, std::string_view detail);
   void publish(const std::string& topic, ByteView payload);
   void publishNow(const std::string& topic, ByteView payload);

@@ -152,7 +152,10 @@ TEST(Confinement, LetsConnectionsOutOverTheNetworkOnly) {
   EXPECT_EQ(errorWithNetworkOf([] { return socket(AF_UNIX, SOCK_STREAM, 0) >= 0; }), EPERM);
   EXPECT_EQ(errorWithNetworkOf([] {
               const int made = socket(AF_INET, SOCK_STREAM, 0);
-              return made < 0 || listen(made, 1) == 0;
+              sockaddr_in any{};
+              any.sin_family = AF_INET;
+              if (bind(made, reinterpret_cast<sockaddr*>(&any), sizeof any) != 0) return true;
+              return listen(made, 1) == 0;
             }),
             EPERM);
   EXPECT_EQ(errorWithNetworkOf(startProgram), EPERM);

@@ -77,7 +77,8 @@ makePublic() {
 enter() {
   mount -t tmpfs tmpfs /run || fail "there is no folder of its own here."
   mkdir -p "$work" /run/netns
-  { cat /etc/hosts && echo "198.51.100.10 place.test"; } >"$work/hosts"
+  # The first of its addresses leads nowhere, which is for everybody to find out.
+  { cat /etc/hosts && echo "::1 place.test" && echo "198.51.100.10 place.test"; } >"$work/hosts"
   mount --bind "$work/hosts" /etc/hosts
   ip link set lo up
   shape 0 0 0 200

@@ -217,10 +217,13 @@ TEST(Signalling, BelievesTheRightCertificateOnly) {
 
 TEST(Signalling, SaysWhyNothingIsReached) {
   const auto nobody = FreePort().number;
-  Client noBroker(at(nobody));
-  Listener first(*noBroker.link, 1);
-  EXPECT_TRUE(becomes(first, Reach::unreachable));
-  EXPECT_EQ(first.detail, "Connection refused");
+  const TestCertificate certificate;
+  for (const auto& config : {at(nobody), encryptedAt(nobody, certificate.file())}) {
+    Client noBroker(config);
+    Listener listener(*noBroker.link, 1);
+    EXPECT_TRUE(becomes(listener, Reach::unreachable));
+    EXPECT_EQ(listener.detail, "Connection refused");
+  }
 
   Client noHost(at(nobody, "nobody.invalid"));
   Listener second(*noHost.link, 1);
