@@ -151,7 +151,7 @@ export class Help {
       this.#wait('attempt', null);
       this.#enter('connecting');
     } else if (state === 'lost') {
-      this.#resume();
+      if (!this.#hasFailed()) this.#resume();
     } else if (!['joining', 'asked', 'allowed', 'resuming'].includes(state)) {
       this.#end(state);
     }
@@ -213,9 +213,15 @@ export class Help {
   #disconnected() {
     if (!this.peer) return;
     this.#dropPeer();
-    if (this.stage === 'connecting' && ++this.#failures >= failuresMax) return this.#end('noWay');
+    if (this.#hasFailed()) return;
     this.#enter('resuming');
     this.#wait('attempt', wordMs, () => this.#resume());
+  }
+
+  // Whichever side notices that it cannot be made.
+  #hasFailed() {
+    if (this.stage === 'connecting' && ++this.#failures >= failuresMax) this.#end('noWay');
+    return this.isOver;
   }
 }
 

@@ -219,7 +219,7 @@ test('a place or a broker that cannot be reached is told apart from a wrong code
 
 const losses = {
   'the data channels': (set) => {
-    set.peers[0].close();
+    set.peers.at(-1).close();
     return set.pass(500);
   },
   'the customer’s word': (set) => set.receive({state: 'lost'}),
@@ -301,20 +301,22 @@ test('another offer begins another connection, without a resumption', async (con
   assert.equal(set.help.stage, 'connected');
 });
 
-test('when no connection ever stands it says so', async (context) => {
-  const set = await asked(context);
-  await set.receive({state: 'allowed'});
-  await set.receive(offer);
-  set.peers[0].close();
-  await set.pass(500);
-  assert.equal(set.help.stage, 'resuming');
-  set.link().onOpen();
-  await set.receive({state: 'allowed'});
-  await set.receive(offer);
-  set.peers[1].close();
-  await settled();
-  assert.equal(set.help.stage, 'noWay');
-});
+for (const [what, lose] of Object.entries(losses)) {
+  test(`when no connection ever stands, by ${what}, it says so`, async (context) => {
+    const set = await asked(context);
+    await set.receive({state: 'allowed'});
+    await set.receive(offer);
+    await lose(set);
+    assert.equal(set.help.stage, 'resuming');
+    set.link().onOpen();
+    await set.receive({state: 'allowed'});
+    await set.receive(offer);
+    await lose(set);
+    assert.equal(set.help.stage, 'noWay');
+    assert.equal(set.links.length, 2);
+    assert.ok(set.link().hasLeft);
+  });
+}
 
 test('what is still being read when it ends comes too late', async (context) => {
   const set = await joined(context);

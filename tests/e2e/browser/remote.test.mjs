@@ -55,9 +55,11 @@ const awaitSupporter = (wanted) =>
   until(`the supporter’s "${wanted}"`, async () => (await pages.text('#stage-what')).includes(wanted));
 const awaitPicture = () => pages.page.waitForSelector('#stage[data-picture=shown]');
 
-async function openSupporter(address = place.files.address) {
+// `prepare` gets the page before it loads anything.
+async function openSupporter({ address = place.files.address, prepare = async () => {} } = {}) {
   await pages.page?.context().close();
   pages.page = await (await supportersBrowser.newContext()).newPage();
+  await prepare(pages.page);
   pages.page.on('pageerror', (error) => pages.complaints.push(String(error)));
   await pages.page.goto(address);
   await pages.page.fill('#name', 'Ann Example');
@@ -69,8 +71,8 @@ async function invite() {
   return part('code').textContent();
 }
 
-async function ask(code) {
-  await openSupporter();
+async function ask(code, prepare) {
+  await openSupporter({ prepare });
   await pages.page.fill('#code', code);
   await pages.page.click('#ask-form button');
 }
@@ -100,7 +102,7 @@ test('three wrong codes void an invitation, and each time the supporter is told'
 
 test('whoever comes by link can be refused', async () => {
   await invite();
-  await openSupporter(await part('link').inputValue());
+  await openSupporter({ address: await part('link').inputValue() });
   assert.equal(await pages.page.isVisible('#code'), false);
   await pages.page.click('#ask-form button');
   await awaitStage('asking');
@@ -203,6 +205,56 @@ test('Stop all ends both the connection and the sharing', async () => {
   await awaitSupporter('stopped sharing');
   await until('the end', () => pages.page.isHidden('#view'));
   await pages.awaitState('ended');
+});
+
+// In a page: its descriptions name a certificate that its connections do not have.
+function swapFingerprint() {
+  const { prototype } = RTCPeerConnection;
+  const { get } = Object.getOwnPropertyDescriptor(prototype, 'localDescription');
+  const another = (_, name, byte) => name + (byte === '00' ? '01' : '00');
+  Object.defineProperty(prototype, 'localDescription', {
+    get() {
+      const { type, sdp } = get.call(this);
+      return { type, sdp: sdp.replace(/(a=fingerprint:\S+ )(..)/g, another) };
+    },
+  });
+}
+
+for (const side of ['supporter', 'customer']) {
+  test(`a ${side}’s connection whose certificate is not the one that was named is none`, async () => {
+    const isCustomers = side === 'customer';
+    if (isCustomers) {
+      await pages.customer.addInitScript(swapFingerprint);
+      await pages.customer.reload();
+    }
+    const prepare = (page) => isCustomers || page.addInitScript(swapFingerprint);
+    await ask(await invite(), prepare);
+    await awaitStage('asking');
+    await part('both').click();
+    await awaitSupporter('No way between the two computers');
+    assert.equal(await pages.page.isVisible('#view'), false);
+    assert.match(await part('advice').textContent(), /is being found|30 seconds/);
+    await part('end').click();
+    await awaitStage('ended');
+  });
+}
+
+test('a broker that changes what is sealed lets nobody connect', async () => {
+  const change = (page) =>
+    page.routeWebSocket(/^ws:/, (socket) => {
+      const broker = socket.connectToServer();
+      broker.onMessage((bytes) => {
+        if (bytes.length > 400) bytes[bytes.length >> 1] ^= 1; // of that length are offers
+        socket.send(bytes);
+      });
+    });
+  await ask(await invite(), change);
+  await awaitStage('asking');
+  await part('both').click();
+  await awaitSupporter('No way between the two computers');
+  assert.equal(await pages.page.isVisible('#view'), false);
+  await part('end').click();
+  await awaitStage('ended');
 });
 
 test('the log says what happened, and no page complained', async () => {
