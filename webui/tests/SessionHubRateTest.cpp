@@ -149,6 +149,26 @@ TEST_F(SessionHubRateTest, ChosenPictureComesBackWhenTheLastGuestHasGone) {
   ASSERT_TRUE(runUntil([&] { return asked("jpeg_quality") == 72; }));
 }
 
+TEST_F(SessionHubRateTest, ChosenPictureComesBackOnAScreenThatRests) {
+  const auto customer = openLivePage();
+  const auto guest = openGuest(ann);
+  overload(*guest, *customer);
+  ASSERT_LT(asked("jpeg_quality"), 72);
+  guest->send(R"({"ack":100})");
+  customer->send(R"({"ack":100})");
+  for (int count = 0; count < 400 && asked("jpeg_quality") < 72; ++count) {
+    pass(250);
+    settleReview(*guest);
+  }
+  EXPECT_EQ(asked("jpeg_quality"), 72);
+  EXPECT_EQ(asked("max_width"), 1920);
+  EXPECT_EQ(guest->waitFor({{"event", "reduced"}, {"steps", 0}})["why"], nullptr);
+  const auto before = guest->frames.size();
+  host.sendFrame(frameOf(50'000, 9));  // which the host makes of the same screen
+  ASSERT_TRUE(runUntil([&] { return guest->frames.size() > before; }));
+  EXPECT_EQ(guest->frames.back(), frameOf(50'000, 9));
+}
+
 TEST_F(SessionHubRateTest, NothingIsAskedOfAHostWithoutASession) {
   const auto customer = openLivePage();
   const auto guest = openGuest(ann);

@@ -4,6 +4,8 @@
 import assert from 'node:assert/strict';
 import {after, afterEach, before, test} from 'node:test';
 
+import {ScreenChanger} from '../browser/support/ScreenChanger.mjs';
+import {screenChanger} from '../browser/support/built.mjs';
 import {until} from '../browser/support/until.mjs';
 import {Session, Supporter, Wiretap} from './support/Session.mjs';
 import {setNetworks} from './support/networks.mjs';
@@ -13,10 +15,12 @@ const orange = [255, 165, 0];
 const isWhole = process.env.QUORVIN_NIGHTLY === '1';
 
 let session;
+let changer;
 let supporters = [];
 
 before(async () => {
   session = await Session.start();
+  changer = new ScreenChanger(screenChanger, session.screen.environment);
 });
 
 afterEach(async () => {
@@ -28,10 +32,13 @@ afterEach(async () => {
   session.window.forget();
 });
 
-after(() => session?.stop());
+after(async () => {
+  await changer?.close();
+  await session?.stop();
+});
 
-async function arrive() {
-  const supporter = await Supporter.arrive();
+async function arrive(prepare) {
+  const supporter = await Supporter.arrive(prepare);
   supporters.push(supporter);
   return supporter;
 }
@@ -92,9 +99,67 @@ test('a supporter’s browser that is killed leaves nothing held', async () => {
   await supporter.takeControl();
   await supporter.page.keyboard.down('c');
   await until('the key to be held', async () => (await session.window.held()).keys.length === 1);
-  await supporter.close();
+  await supporter.kill();
   await session.window.awaitNothingHeld();
 });
+
+test('a program that is killed leaves nothing held, and the supporter reads that it has ended', async () => {
+  const supporter = await arrive();
+  await session.helpedBy(supporter);
+  await supporter.takeControl();
+  await supporter.page.keyboard.down('c');
+  await until('the key to be held', async () => (await session.window.held()).keys.length === 1);
+  session.host.process.kill('SIGKILL');
+  await session.window.awaitNothingHeld();
+  await supporter.awaitText(/program has ended/);
+  assert.equal(await supporter.page.isVisible('#view'), false);
+  await session.startHost();
+  await session.customer.goto(session.host.address);
+});
+
+// Changes all of the screen again and again, until the supporter reads that.
+async function scrollUntil(supporter, what, pattern) {
+  let count = 0;
+  await until(what, async () => {
+    await changer.scroll(40, ++count);
+    return pattern.test(await supporter.page.textContent('#reduced'));
+  });
+}
+
+test('why the picture is reduced is to be read as long as the way is too narrow', async () => {
+  const supporter = await arrive();
+  await session.helpedBy(supporter, 'watch');
+  setNetworks({delayMs: 10, rateMbit: 2});
+  await scrollUntil(supporter, 'the reason', /reduced.*network/);
+  setNetworks({delayMs: 10});
+  await scrollUntil(supporter, 'the end of the reason', /^$/);
+});
+
+const withoutVideo = () => delete window.VideoDecoder;
+const codecs = [['JPEG', withoutVideo], ...(isWhole ? [['H.264']] : [])];
+
+for (const [codec, prepare] of codecs) {
+  test(`on a screen that rests, a picture reduced in ${codec} becomes what it was`, async () => {
+    await changer.desktop(1);
+    const supporter = await arrive(prepare);
+    await session.helpedBy(supporter, 'watch');
+    await until('the picture', async () => {
+      await supporter.keepPicture();
+      return (await supporter.distance()) === 0;
+    });
+    setNetworks({delayMs: 10, rateMbit: 2});
+    await scrollUntil(supporter, 'the reason', /reduced.*network/);
+    await changer.desktop(1);
+    let reduced = 0;
+    await until('the picture as it was', async () => {
+      const distance = await supporter.distance();
+      if (distance < 20) reduced = Math.max(reduced, distance);
+      return distance === 0;
+    });
+    assert.ok(reduced > 0, 'it was never seen reduced');
+    assert.equal(await supporter.page.textContent('#reduced'), '');
+  });
+}
 
 test('a second supporter is refused, and three wrong codes end an invitation', async () => {
   const [first, second] = [await arrive(), await arrive()];

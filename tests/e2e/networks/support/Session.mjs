@@ -11,7 +11,7 @@ import {VirtualScreen} from '../../browser/support/VirtualScreen.mjs';
 import {inputWindow, program} from '../../browser/support/built.mjs';
 import {until} from '../../browser/support/until.mjs';
 import {PublicPlace} from './PublicPlace.mjs';
-import {launchIn, script, startIn} from './networks.mjs';
+import {connectTo, launchIn, launchServerIn, script, startIn} from './networks.mjs';
 
 const builder = fileURLToPath(new URL('../../../../supporter/build.mjs', import.meta.url));
 const capturer = fileURLToPath(new URL('capture.py', import.meta.url));
@@ -29,16 +29,21 @@ export class Session {
     session.place = await PublicPlace.start(page);
     session.screen = await VirtualScreen.start(...size);
     session.screen.paint('navy');
-    const environment = {
-      ...session.screen.environment,
-      QUORVIN_REMOTE_BROKER: 'mqtts://place.test:8883',
-      QUORVIN_REMOTE_PAGE: 'https://place.test/',
-      QUORVIN_REMOTE_CA_FILE: session.place.certificate,
-    };
-    session.host = await Host.start(script, environment, {args: ['in', 'customer', program]});
+    await session.startHost();
     session.window = await InputWindow.open(inputWindow, session.screen.environment, [0, 0, 200, 200]);
     await session.openCustomer();
     return session;
+  }
+
+  async startHost() {
+    await this.host?.destroy();
+    const environment = {
+      ...this.screen.environment,
+      QUORVIN_REMOTE_BROKER: 'mqtts://place.test:8883',
+      QUORVIN_REMOTE_PAGE: 'https://place.test/',
+      QUORVIN_REMOTE_CA_FILE: this.place.certificate,
+    };
+    this.host = await Host.start(script, environment, {args: ['in', 'customer', program]});
   }
 
   async openCustomer() {
@@ -89,16 +94,18 @@ export class Session {
 }
 
 export class Supporter {
-  static async arrive() {
-    const browser = await launchIn('supporter');
-    const page = await browser.newPage({ignoreHTTPSErrors: true});
+  // `prepare` is called in the page before its own scripts.
+  static async arrive(prepare = () => {}) {
+    const server = await launchServerIn('supporter');
+    const page = await (await connectTo(server)).newPage({ignoreHTTPSErrors: true});
     await page.addInitScript(keepChannels);
+    await page.addInitScript(prepare);
     await page.goto('https://place.test/');
-    return new Supporter(browser, page);
+    return new Supporter(server, page);
   }
 
-  constructor(browser, page) {
-    this.browser = browser;
+  constructor(server, page) {
+    this.server = server;
     this.page = page;
   }
 
@@ -123,6 +130,24 @@ export class Supporter {
       const shown = await this.page.$eval('#picture', sizeOf);
       return shown.join() === wanted.join();
     });
+  }
+
+  // From now on `distance` is from the picture as it is now: the mean of all pixels.
+  keepPicture() {
+    return this.page.$eval('#picture', (canvas) => {
+      const pixelsOf = () =>
+        canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height).data;
+      const kept = pixelsOf();
+      window.distance = () => {
+        const pixels = pixelsOf();
+        const sum = pixels.reduce((sum, value, at) => sum + Math.abs(value - kept[at]), 0);
+        return pixels.length === kept.length ? sum / pixels.length : null; // of another size
+      };
+    });
+  }
+
+  distance() {
+    return this.page.evaluate(() => window.distance());
   }
 
   colour() {
@@ -156,7 +181,11 @@ export class Supporter {
   }
 
   close() {
-    return this.browser.close();
+    return this.server.close();
+  }
+
+  kill() {
+    return this.server.kill();
   }
 }
 

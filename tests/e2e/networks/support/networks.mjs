@@ -35,9 +35,18 @@ export const browserArguments = [
 // A browser there. Addresses of its machine are hidden, as they are to everybody whom the user has
 // not given a camera. The place's certificate is nobody's.
 export function launchIn(network, options = {}) {
-  return chromium.launch({
-    executablePath: chromiumScript,
-    env: {...process.env, QUORVIN_NETWORK: network, ...options.env},
-    args: browserArguments,
-  });
+  return chromium.launch(optionsIn(network, options));
 }
+
+// One that can be killed.
+export function launchServerIn(network) {
+  return chromium.launchServer(optionsIn(network));
+}
+
+export const connectTo = (server) => chromium.connect(server.wsEndpoint());
+
+const optionsIn = (network, {env} = {}) => ({
+  executablePath: chromiumScript,
+  env: {...process.env, QUORVIN_NETWORK: network, ...env},
+  args: browserArguments,
+});
