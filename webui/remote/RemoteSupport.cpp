@@ -1,6 +1,7 @@
 #include "webui/remote/RemoteSupport.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -31,28 +32,12 @@ bool isOver(Invitation::Stage stage) {
   return stage >= Invitation::Stage::expired;
 }
 
+constexpr std::array<std::string_view, 9> stageNames{"waiting", "asking",  "connected",
+                                                     "lost",    "expired", "tooManyTries",
+                                                     "refused", "gone",    "ended"};
+
 std::string_view nameOf(Invitation::Stage stage) {
-  switch (stage) {
-    case Invitation::Stage::waiting:
-      return "waiting";
-    case Invitation::Stage::asking:
-      return "asking";
-    case Invitation::Stage::connected:
-      return "connected";
-    case Invitation::Stage::lost:
-      return "lost";
-    case Invitation::Stage::expired:
-      return "expired";
-    case Invitation::Stage::tooManyTries:
-      return "tooManyTries";
-    case Invitation::Stage::refused:
-      return "refused";
-    case Invitation::Stage::gone:
-      return "gone";
-    case Invitation::Stage::ended:
-      break;
-  }
-  return "ended";
+  return stageNames[static_cast<std::size_t>(stage)];
 }
 
 json nameOf(Reach reach) {
