@@ -1,10 +1,9 @@
 // Builds the page into dist/, or the folder that is named: what a web server needs to give away, but
 // for place.json.
 
-import {spawnSync} from 'node:child_process';
-import {copyFileSync, mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync} from 'node:fs';
-import {tmpdir} from 'node:os';
-import {join} from 'node:path';
+import {execFileSync} from 'node:child_process';
+import {copyFileSync, mkdirSync, readFileSync, rmSync, writeFileSync} from 'node:fs';
+import {join, resolve} from 'node:path';
 import {fileURLToPath} from 'node:url';
 
 import {build} from 'esbuild';
@@ -31,34 +30,24 @@ function markup() {
   return replaced(read('index.html'), '    <!-- the shared screen -->\n', hidden);
 }
 
-function keyTable(folder) {
-  const table = join(folder, 'keycodes.js');
-  const args = ['-B', here('../tools/browser_keycodes.py'), here('../platform/mac-keycodes.csv'), table];
-  const {status, error} = spawnSync('python3', args, {stdio: 'inherit'});
-  if (status !== 0) throw error ?? new Error('the key table was not made');
-  return table;
-}
-
-const generated = mkdtempSync(join(tmpdir(), 'quorvin-page-'));
-try {
-  rmSync(dist, {recursive: true, force: true});
-  mkdirSync(dist, {recursive: true});
-  writeFileSync(join(dist, 'index.html'), markup());
-  const styles = ['../webui/page/app.css', '../webui/page/supporter.css', 'page.css'];
-  writeFileSync(join(dist, 'page.css'), styles.map(read).join('\n'));
-  copyFileSync(here('../webui/page/icon.svg'), join(dist, 'icon.svg'));
-  const path = keyTable(generated);
-  await build({
-    entryPoints: [here('main.js')],
-    outfile: join(dist, 'page.js'),
-    bundle: true,
-    format: 'esm',
-    minify: true,
-    legalComments: 'linked',
-    target: 'es2022',
-    plugins: [{name: 'key table', setup: (build) => build.onResolve({filter: /keycodes\.js$/}, () => ({path}))}],
-    logLevel: 'warning',
-  });
-} finally {
-  rmSync(generated, {recursive: true});
-}
+rmSync(dist, {recursive: true, force: true});
+mkdirSync(dist, {recursive: true});
+writeFileSync(join(dist, 'index.html'), markup());
+const styles = ['../webui/page/app.css', '../webui/page/supporter.css', 'page.css'];
+writeFileSync(join(dist, 'page.css'), styles.map(read).join('\n'));
+copyFileSync(here('../webui/page/icon.svg'), join(dist, 'icon.svg'));
+const path = resolve(dist, 'keycodes.js');
+const tables = ['../tools/browser_keycodes.py', '../platform/mac-keycodes.csv'].map(here);
+execFileSync('python3', ['-B', ...tables, path]);
+await build({
+  entryPoints: [here('main.js')],
+  outfile: join(dist, 'page.js'),
+  bundle: true,
+  format: 'esm',
+  minify: true,
+  legalComments: 'linked',
+  target: 'es2022',
+  plugins: [{name: 'key table', setup: (build) => build.onResolve({filter: /keycodes\.js$/}, () => ({path}))}],
+  logLevel: 'warning',
+});
+rmSync(path); // it is in page.js
