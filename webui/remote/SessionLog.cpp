@@ -24,18 +24,6 @@ std::string isoTime(std::int64_t seconds) {
   return text.get();
 }
 
-// Whoever else of this user's writes waits until this is gone.
-class Turn {
- public:
-  explicit Turn(int file) : file(file) { ::flock(file, LOCK_EX); }
-  ~Turn() { ::flock(file, LOCK_UN); }
-  Turn(const Turn&) = delete;
-  Turn& operator=(const Turn&) = delete;
-
- private:
-  int file;
-};
-
 }  // namespace
 
 SessionLog::SessionLog(const std::string& folder, Clock now) : now(std::move(now)) {
@@ -51,15 +39,16 @@ SessionLog::SessionLog(const std::string& folder, Clock now) : now(std::move(now
 void SessionLog::add(json entry) {
   if (!file.isOpen()) return;
   entry["time"] = isoTime(now());
-  const Turn turn(file.get());
+  // Whoever else of this user's wants to write waits.
+  ::flock(file.get(), LOCK_EX);
   const auto before = read();
   auto text = before;
   if (!text.empty() && text.back() != '\n') text += '\n';  // of a write that was cut short
   text += entry.dump(-1, ' ', false, json::error_handler_t::replace) + '\n';
-  if (text.size() <= bytesMax)
-    return write(std::string_view(text).substr(before.size()), before.size());
-  const auto firstKept = text.find('\n', text.size() - bytesMax - 1) + 1;
-  write(std::string_view(text).substr(firstKept), 0);
+  const bool isFull = text.size() > bytesMax;
+  const auto firstKept = isFull ? text.find('\n', text.size() - bytesMax - 1) + 1 : before.size();
+  write(std::string_view(text).substr(firstKept), isFull ? 0 : before.size());
+  ::flock(file.get(), LOCK_UN);
 }
 
 json SessionLog::newest() const {
