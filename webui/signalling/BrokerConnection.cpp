@@ -73,7 +73,7 @@ void BrokerConnection::setUp(const std::string& place) {
   mosquitto_threaded_set(made, true);
   mosquitto_int_option(made, MOSQ_OPT_TCP_NODELAY, 1);
   if (broker.tls != nullptr) {
-    mosquitto_void_option(made, MOSQ_OPT_SSL_CTX, broker.tls->context());
+    mosquitto_void_option(made, MOSQ_OPT_SSL_CTX, broker.tls.get());
     mosquitto_int_option(made, MOSQ_OPT_SSL_CTX_WITH_DEFAULTS, 0);  // as it is, that is
   }
   // By which a broker's rules let it listen there.
@@ -184,7 +184,7 @@ bool BrokerConnection::goesOn() {
 }
 
 void BrokerConnection::reportTrouble(std::string_view trouble) {
-  const auto complaint = BrokerTls::takeComplaint();
+  const auto complaint = takeTlsComplaint();
   if (!complaint.empty()) return report(Reach::certificateWrong, complaint);
   if (!refusal.empty()) return report(Reach::refused, refusal);
   report(Reach::unreachable, trouble);

@@ -22,7 +22,7 @@ namespace quorvin::webui {
 struct BrokerAddress {
   std::string host;
   int port;
-  const BrokerTls* tls;  // null: not encrypted
+  std::shared_ptr<SSL_CTX> tls;  // null: not encrypted
 };
 
 // One client of an MQTT 3.1.1 broker (https://docs.oasis-open.org/mqtt/mqtt/v3.1.1/), which listens

@@ -18,7 +18,8 @@ int noteError(int isGood, X509_STORE_CTX* check) {
 
 }  // namespace
 
-BrokerTls::BrokerTls(const std::string& host, const std::string& caFile) {
+std::shared_ptr<SSL_CTX> brokerTls(const std::string& host, const std::string& caFile) {
+  std::shared_ptr<SSL_CTX> owned(SSL_CTX_new(TLS_client_method()), SSL_CTX_free);
   auto* context = owned.get();
   if (context == nullptr) throw std::runtime_error("there is no TLS");
   SSL_CTX_set_min_proto_version(context, TLS1_2_VERSION);
@@ -32,9 +33,10 @@ BrokerTls::BrokerTls(const std::string& host, const std::string& caFile) {
                      : SSL_CTX_load_verify_file(context, caFile.c_str()) == 0) {
     throw std::runtime_error("there are no certificates (PEM) to be read in " + caFile);
   }
+  return owned;
 }
 
-std::string BrokerTls::takeComplaint() {
+std::string takeTlsComplaint() {
   const int error = std::exchange(lastError, X509_V_OK);
   return error == X509_V_OK ? "" : X509_verify_cert_error_string(error);
 }

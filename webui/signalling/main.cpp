@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <exception>
 #include <map>
-#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -88,10 +87,10 @@ void serve(Places& places) {
 void run(std::span<char*> arguments) {
   if (arguments.size() != 5) throw std::runtime_error("only quorvin-webui starts this program");
   const std::string host = arguments[2];
-  std::optional<BrokerTls> tls;
-  if (arguments[1] == std::string_view("mqtts")) tls.emplace(host, arguments[4]);
+  const bool isEncrypted = arguments[1] == std::string_view("mqtts");
   mosquitto_lib_init();
-  Places places({host, std::atoi(arguments[3]), tls ? &*tls : nullptr});
+  Places places(
+      {host, std::atoi(arguments[3]), isEncrypted ? brokerTls(host, arguments[4]) : nullptr});
   if constexpr (QUORVIN_CONFINED) confine(Network::outgoing);
   serve(places);
   places.leave();
