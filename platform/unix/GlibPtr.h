@@ -16,6 +16,8 @@ struct GlibDelete {
   void operator()(GMainContext* context) const { g_main_context_unref(context); }
   void operator()(GMainLoop* loop) const { g_main_loop_unref(loop); }
   void operator()(GUri* uri) const { g_uri_unref(uri); }
+  void operator()(GDateTime* time) const { g_date_time_unref(time); }
+  void operator()(GVariant* variant) const { g_variant_unref(variant); }
   template <typename Object>
   void operator()(Object* object) const {
     g_object_unref(object);

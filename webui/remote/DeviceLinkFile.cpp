@@ -49,15 +49,14 @@ void DeviceLinkFile::watch(std::function<void()> handler) {
   onReplaced = std::move(handler);
   const GlibPtr<GFile> file(g_file_new_for_path(path.c_str()));
   monitor.reset(g_file_monitor_file(file.get(), G_FILE_MONITOR_WATCH_MOVES, nullptr, nullptr));
-  if (monitor) g_signal_connect(monitor.get(), "changed", G_CALLBACK(onEvent), this);
-}
-
-// A new file takes the name of the one before.
-void DeviceLinkFile::onEvent(GFileMonitor* /*monitor*/, GFile* /*file*/, GFile* /*other*/,
-                             GFileMonitorEvent event, gpointer self) {
-  if (event == G_FILE_MONITOR_EVENT_RENAMED || event == G_FILE_MONITOR_EVENT_MOVED_IN) {
-    static_cast<DeviceLinkFile*>(self)->onReplaced();
-  }
+  if (!monitor) return;
+  // A new file takes the name of the one before.
+  const auto onEvent = +[](GFileMonitor*, GFile*, GFile*, GFileMonitorEvent event, gpointer self) {
+    const bool isNew =
+        event == G_FILE_MONITOR_EVENT_RENAMED || event == G_FILE_MONITOR_EVENT_MOVED_IN;
+    if (isNew) static_cast<DeviceLinkFile*>(self)->onReplaced();
+  };
+  g_signal_connect(monitor.get(), "changed", G_CALLBACK(onEvent), this);
 }
 
 }  // namespace quorvin::webui

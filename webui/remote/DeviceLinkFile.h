@@ -28,9 +28,6 @@ class DeviceLinkFile {
   void watch(std::function<void()> onReplaced);
 
  private:
-  static void onEvent(GFileMonitor* monitor, GFile* file, GFile* other, GFileMonitorEvent event,
-                      gpointer self);
-
   std::string path;
   PrivateFolder folder;
   RandomBytes random;

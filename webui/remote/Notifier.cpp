@@ -8,7 +8,6 @@
 #include <array>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -21,11 +20,6 @@ namespace {
 constexpr const char* service = "org.freedesktop.Notifications";
 constexpr const char* object = "/org/freedesktop/Notifications";
 constexpr const char* stopAction = "stop";
-
-struct VariantDelete {
-  void operator()(GVariant* variant) const { g_variant_unref(variant); }
-};
-using VariantPtr = std::unique_ptr<GVariant, VariantDelete>;
 
 constexpr auto connectionFlags = static_cast<GDBusConnectionFlags>(
     G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
@@ -102,7 +96,7 @@ void Notifier::show(const std::string& title, const std::string& text) {
 
 void Notifier::onShown(GObject* connection, GAsyncResult* result, gpointer self) {
   GError* failure = nullptr;
-  const VariantPtr answer(
+  const GlibPtr<GVariant> answer(
       g_dbus_connection_call_finish(G_DBUS_CONNECTION(connection), result, &failure));
   const GlibPtr<GError> error(failure);
   if (!answer) return;  // and perhaps no notifier any more

@@ -18,10 +18,8 @@ using nlohmann::json;
 namespace {
 
 std::string isoTime(std::int64_t seconds) {
-  GDateTime* time = g_date_time_new_from_unix_utc(seconds);
-  const GlibPtr<char> text(g_date_time_format_iso8601(time));
-  g_date_time_unref(time);
-  return text.get();
+  const GlibPtr<GDateTime> time(g_date_time_new_from_unix_utc(seconds));
+  return GlibPtr<char>(g_date_time_format_iso8601(time.get())).get();
 }
 
 }  // namespace
