@@ -47,8 +47,9 @@ class Client {
     link.emplace(startSignalling(QUORVIN_SIGNALLING, config),
                  [](auto bytes) { randombytes_buf(bytes.data(), bytes.size()); });
     const auto after = childrenOf(getpid());
-    process = *std::ranges::find_if(
+    const auto started = std::ranges::find_if(
         after, [&](pid_t child) { return std::ranges::find(before, child) == before.end(); });
+    if (started != after.end()) process = *started;
   }
   Client(const Client&) = delete;
   Client& operator=(const Client&) = delete;
@@ -58,14 +59,17 @@ class Client {
   }
 
   // As a machine that loses power does.
-  void kill() const { ::kill(process, SIGKILL); }
+  void kill() const {
+    ASSERT_NE(process, 0);
+    ::kill(process, SIGKILL);
+  }
   // Whether it does soon.
   [[nodiscard]] bool hasEnded() const {
-    return runUntil([this] { return ::waitpid(process, nullptr, WNOHANG) != 0; });
+    return runUntil([this] { return process == 0 || ::waitpid(process, nullptr, WNOHANG) != 0; });
   }
 
   std::optional<SignallingLink> link;
-  pid_t process = 0;
+  pid_t process = 0;  // or 0 when it had ended before it was looked for
 };
 
 bool becomes(const Listener& listener, Reach reach) {
