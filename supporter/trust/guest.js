@@ -17,8 +17,10 @@ export class Guest {
   // 'joining', 'asked' (the customer is), 'allowed', 'resuming', 'lost' (resume now or never), or
   // how it ended: 'refused', a word of `declines`, or 'broken' for an answer that is none.
   state = 'joining';
+  nonce; // the same bytes for one attempt, by which its messages are known
+  inbox; // the customer's, once it is known: with a code that is after the customer has allowed
+  sid; // by which everybody may know the customer: with a code after the offer
   #invitation;
-  #sid;
   #name;
   #random;
   #attempt;
@@ -29,6 +31,7 @@ export class Guest {
   // `invitation` as parseLink or parseCode gives it, `name` as cleanName does.
   constructor(invitation, name, random = (bytes) => crypto.getRandomValues(bytes)) {
     this.#invitation = invitation;
+    this.inbox = invitation.inbox;
     this.#name = name;
     this.#random = random;
   }
@@ -44,23 +47,8 @@ export class Guest {
     return this.#begin('resumption', this.#resumption);
   }
 
-  // The same bytes for one attempt, by which its messages are known.
-  get nonce() {
-    return this.#attempt.nonce;
-  }
-
-  // The customer's, once it is known: with a code that is after the customer has allowed.
-  get inbox() {
-    return this.#invitation.inbox;
-  }
-
-  // By which everybody may know the customer: with a code after the offer.
-  get sid() {
-    return this.#sid;
-  }
-
   async #begin(way, password) {
-    if (this.inbox) this.#sid = await sidOf(this.inbox);
+    if (this.inbox) this.sid = await sidOf(this.inbox);
     const opening = this.#random(new Uint8Array(nonceBytes));
     const nonce = new Uint8Array(await crypto.subtle.digest('SHA-256', opening));
     const place = way === 'code' ? ` ${this.#invitation.place}` : '';
@@ -68,6 +56,7 @@ export class Guest {
     const inputs = {password, channel, session: nonce};
     const cpace = await Initiator.start(inputs, this.#random(new Uint8Array(32)));
     this.#channel = undefined;
+    this.nonce = nonce;
     this.#attempt = {opening, nonce, cpace, way};
     return this.#envelope('join', [ways[way]], cpace.share);
   }
@@ -110,11 +99,11 @@ export class Guest {
     if (offer.length !== offerBytes) return this.#end('broken');
     const sid = offer.slice(headBytes, headBytes + 16);
     const customerNonce = offer.slice(headBytes + 16, headBytes + 16 + nonceBytes);
-    if (this.#sid && !equal(this.#sid, sid)) return {}; // somebody else's
+    if (this.sid && !equal(this.sid, sid)) return {}; // somebody else's
     const said = joined(utf8('customer'), sid, customerNonce);
     const key = await cpace.key(utf8('supporter'), offer.slice(-32), said);
     if (!key) return this.#end('broken');
-    this.#sid = sid;
+    this.sid = sid;
     const transcript = {sid, supporterNonce: nonce, customerNonce};
     this.#channel = await SealedChannel.start(key, transcript, 'supporter');
     const words = await wordsToCompare(key, transcript, opening);
@@ -141,7 +130,7 @@ export class Guest {
     if (type === 'refused') return this.#end('refused');
     if (type !== (this.state === 'asked' ? 'allowed' : 'resumed')) return this.#end('broken');
     if (type === 'allowed') {
-      this.#invitation = {...this.#invitation, inbox: fromBase64Url(inbox, idBytes)};
+      this.inbox = fromBase64Url(inbox, idBytes);
       if (!this.inbox) return this.#end('broken');
     }
     this.state = 'allowed';
