@@ -58,14 +58,10 @@ BrokerConnection::BrokerConnection(BrokerAddress broker, const ClientId& self,
       placeTopic(place.empty() ? "" : "quorvin/1/place/" + place),
       goneTopic(goneTopicOf(self)),
       sink(std::move(sink)),
-      client(mosquitto_new(idText(self).c_str(), true, this)) {
+      client(mosquitto_new(idText(self).c_str(), true, this), mosquitto_destroy) {
   if (client == nullptr) throw std::bad_alloc();
   setUp(place);
-  thread = std::thread([this] { run(); });
-}
-
-BrokerConnection::~BrokerConnection() {
-  thread.join();
+  thread = std::jthread([this] { run(); });
 }
 
 void BrokerConnection::setUp(const std::string& place) {

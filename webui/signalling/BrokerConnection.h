@@ -27,7 +27,8 @@ struct BrokerAddress {
 
 // One client of an MQTT 3.1.1 broker (https://docs.oasis-open.org/mqtt/mqtt/v3.1.1/), which listens
 // for one invitation; docs/invitation.md has the topics. It has a thread of its own, which connects
-// again by itself, and may be told things by one other.
+// again by itself, and may be told things by one other. Whoever destroys it waits for the thread,
+// so that comes after `hasEndedBy`.
 class BrokerConnection {
  public:
   // In the connection's thread.
@@ -35,10 +36,6 @@ class BrokerConnection {
 
   // Throws std::exception when the system has no memory or no thread for it.
   BrokerConnection(BrokerAddress broker, const ClientId& self, const std::string& place, Sink sink);
-  // Waits for the thread, so it comes after `hasEndedBy`.
-  ~BrokerConnection();
-  BrokerConnection(const BrokerConnection&) = delete;
-  BrokerConnection& operator=(const BrokerConnection&) = delete;
 
   void send(ByteView envelope);
   void tellPlace(ByteView envelope);
@@ -48,10 +45,6 @@ class BrokerConnection {
   bool hasEndedBy(std::chrono::steady_clock::time_point time) const;
 
  private:
-  struct Destroy {
-    void operator()(mosquitto* destroyed) const { mosquitto_destroy(destroyed); }
-  };
-
   void setUp(const std::string& place);
   void run();
   bool connectOnce();
@@ -70,7 +63,7 @@ class BrokerConnection {
   const BrokerAddress broker;
   const std::string ownTopic, placeTopic, goneTopic;  // one that is not wanted is empty
   const Sink sink;
-  std::unique_ptr<mosquitto, Destroy> client;
+  const std::unique_ptr<mosquitto, decltype(&mosquitto_destroy)> client;
 
   std::string refusal;       // the broker's, of this attempt; the thread's own
   bool isOpen = false;       // in this attempt; as that, the thread's own
@@ -81,7 +74,7 @@ class BrokerConnection {
   std::size_t unconfirmed = 0;
   bool hasEnded = false;
   std::optional<std::chrono::steady_clock::time_point> leavesBy;
-  std::thread thread;
+  std::jthread thread;
 };
 
 }  // namespace quorvin::webui
