@@ -223,6 +223,7 @@ PageMessage parsePageMessage(std::string_view text) {
     return PageAnswer{word->get<std::string>()};
   }
   if (flagOf(*document, "whole")) return PageWholeFrame{};
+  if (flagOf(*document, "report")) return PageReport{};
   if (const auto allowed = document->find("control");
       allowed != document->end() && allowed->is_boolean()) {
     return PageControl{allowed->get<bool>()};
@@ -235,7 +236,7 @@ PageMessage parsePageMessage(std::string_view text) {
   }
   return PageProtocolError{
       std::nullopt,
-      "A message calls, acknowledges, answers, asks for a whole frame, says what is "
+      "A message calls, acknowledges, answers, asks for a whole frame or a report, says what is "
       "shown or who has control, or is about supporters on other computers."};
 }
 
@@ -280,6 +281,10 @@ std::string reducedText(int steps) {
   return textOfJson({{"event", "reduced"},
                      {"why", steps > 0 ? json("network") : json(nullptr)},
                      {"steps", steps}});
+}
+
+std::string reportText(const std::string& report) {
+  return textOfJson({{"event", "report"}, {"text", report}});
 }
 
 std::string questionText(const std::string& word) {

@@ -29,6 +29,8 @@ namespace quorvin::webui {
 //                                                  that nobody has chosen
 //   {"whole":true}                                 the page cannot make use of deltas: the newest
 //                                                  frame is to come whole
+//   {"report":true}                                what to show to whoever helps with the program;
+//                                                  customers' pages only
 //   {"answer":"..."}                               the word of a question, at once, and by the
 //                                                  script that works the Stop button
 //   {"control":bool}                               whether supporters' pages may use mouse and
@@ -87,6 +89,7 @@ namespace quorvin::webui {
 //   {"event":"reduced","why":"network"|null,       to a guest: by how many steps the picture is
 //    "steps":n}                                    less than was chosen, which `settings` go on
 //                                                  telling
+//   {"event":"report","text":"..."}                lines to read, with no names or addresses
 //   {"event":"question","word":"..."}              whether the page's script works, and has got
 //                                                  whatever came before; a page that owes an
 //                                                  answer shows nobody a Stop button
@@ -138,6 +141,7 @@ struct PageAnswer {
   std::string word;
 };
 struct PageWholeFrame {};
+struct PageReport {};
 struct PageControl {
   bool allowed = false;
 };
@@ -147,8 +151,9 @@ struct PageProtocolError {
   std::string message;
   std::string code = "bad_message";
 };
-using PageMessage = std::variant<PageCall, PageAcknowledgement, PageVisibility, PageAnswer,
-                                 PageWholeFrame, PageControl, RemoteMessage, PageProtocolError>;
+using PageMessage =
+    std::variant<PageCall, PageAcknowledgement, PageVisibility, PageAnswer, PageWholeFrame,
+                 PageReport, PageControl, RemoteMessage, PageProtocolError>;
 
 // Never throws. Calls of methods that the host does not offer come back as PageProtocolError.
 [[nodiscard]] PageMessage parsePageMessage(std::string_view text);
@@ -161,6 +166,7 @@ using PageMessage = std::variant<PageCall, PageAcknowledgement, PageVisibility, 
 [[nodiscard]] std::string streamErrorText(const FlutterError& error);
 [[nodiscard]] std::string frameText(std::int64_t ageMs);
 [[nodiscard]] std::string reducedText(int steps);
+[[nodiscard]] std::string reportText(const std::string& report);
 [[nodiscard]] std::string questionText(const std::string& word);
 
 // What the messages are made of.

@@ -82,13 +82,19 @@ SessionHub::SessionHub(FileDescriptor linkSocket, HostClient::CloseHandler onLin
                                    std::move(onLinkClosed)}) {}
 
 void SessionHub::askWhetherUnattended(std::function<void(bool)> onAnswer) {
-  host.call({"capabilities", {}}, [onAnswer = std::move(onAnswer)](const FlutterReply& reply) {
-    const auto* value = std::get_if<Value>(&reply);
-    const auto* capabilities = value != nullptr ? value->as<Map>() : nullptr;
-    const auto* entry = capabilities != nullptr ? capabilities->find("unattended") : nullptr;
-    const auto* unattended = entry != nullptr ? entry->as<bool>() : nullptr;
-    onAnswer(unattended != nullptr && *unattended);
-  });
+  host.call(
+      {"capabilities", {}}, [this, onAnswer = std::move(onAnswer)](const FlutterReply& reply) {
+        const auto* value = std::get_if<Value>(&reply);
+        const auto* capabilities = value != nullptr ? value->as<Map>() : nullptr;
+        for (const char* key : {"deviceName", "unattendedName"}) {
+          const auto* entry = capabilities != nullptr ? capabilities->find(key) : nullptr;
+          const auto* name = entry != nullptr ? entry->as<std::string>() : nullptr;
+          if (name != nullptr) helpReport.hide(*name);
+        }
+        const auto* entry = capabilities != nullptr ? capabilities->find("unattended") : nullptr;
+        const auto* unattended = entry != nullptr ? entry->as<bool>() : nullptr;
+        onAnswer(unattended != nullptr && *unattended);
+      });
 }
 
 // --- Pages
@@ -202,6 +208,17 @@ void SessionHub::handle(PageId id, const PageVisibility& message) {
   reviewAbsence();
 }
 
+void SessionHub::handle(PageId id, const PageReport& /*message*/) {
+  if (pages.at(id).owner.role != PageRole::customer) {
+    handle(id, PageProtocolError{std::nullopt, "This is for the customer's page.", "not_allowed"});
+    return;
+  }
+  host.call({"permissions", {}}, [this, id](const FlutterReply& reply) {
+    const auto* permissions = std::get_if<Value>(&reply);
+    sendText(id, reportText(helpReport.text(permissions != nullptr ? *permissions : Value())));
+  });
+}
+
 void SessionHub::handle(PageId id, const PageControl& message) {
   if (pages.at(id).owner.role != PageRole::customer) {
     handle(id,
@@ -258,11 +275,16 @@ void SessionHub::handle(PageId id, const PageCall& message) {
 }
 
 void SessionHub::answer(PageId id, const PageCall& message, const FlutterReply& reply) {
+  if (const auto* error = std::get_if<FlutterError>(&reply)) note(*error);
   const auto page = pages.find(id);
   if (page == pages.end()) return;
   --page->second.unansweredCalls;
   if (std::holds_alternative<Value>(reply)) page->second.heldInput.done(message.call);
   page->second.connection->sendText(replyText(message.id, reply));
+}
+
+void SessionHub::note(const FlutterError& error) {
+  helpReport.add(error.code, error.message.value_or(""));
 }
 
 void SessionHub::callHost(const FlutterMethodCall& call, FlutterResult onReply) {
@@ -403,6 +425,7 @@ std::shared_ptr<const SegmentedJpeg> SessionHub::segmentsOf(const Data& payload)
 }
 
 void SessionHub::handleStreamError(const FlutterError& error) {
+  note(error);
   session.streamFailed(error);
   for (const auto& [id, page] : pages) page.connection->sendText(streamErrorText(error));
   sessionChanged();

@@ -20,6 +20,7 @@
 #include "webui/HostClient.h"
 #include "webui/PageConnection.h"
 #include "webui/PageMessage.h"
+#include "webui/Report.h"
 #include "webui/SessionTracker.h"
 #include "webui/delta/FrameDelta.h"
 #include "webui/remote/PictureRate.h"
@@ -77,6 +78,9 @@ class SessionHub : public RemotePages {
   // Asks the host whether it runs unattended; `onAnswer` gets false as well when it cannot say.
   void askWhetherUnattended(std::function<void(bool)> onAnswer);
 
+  // What customers' pages can ask for. The host's errors are in it, and its names are hidden.
+  [[nodiscard]] Report& report() { return helpReport; }
+
  private:
   struct Page {
     PageOwner owner;
@@ -101,6 +105,7 @@ class SessionHub : public RemotePages {
   void handle(PageId id, const PageVisibility& message);
   void handle(PageId id, const PageAnswer& message);
   void handle(PageId id, const PageWholeFrame& message);
+  void handle(PageId id, const PageReport& message);
   void handle(PageId id, const PageControl& message);
   void handle(PageId id, const RemoteMessage& message);
   void handle(PageId id, const PageProtocolError& message);
@@ -108,6 +113,7 @@ class SessionHub : public RemotePages {
   // Nothing when the page has the right to make the call.
   [[nodiscard]] std::optional<FlutterError> refusalOf(const Page& page,
                                                       const FlutterMethodCall& call) const;
+  void note(const FlutterError& error);
   void callHost(const FlutterMethodCall& call, FlutterResult onReply);
   void start(const FlutterMethodCall& call, FlutterResult onReply);
   void stop(std::optional<FlutterError> why, FlutterResult onReply);
@@ -153,6 +159,7 @@ class SessionHub : public RemotePages {
   bool controlAllowed = true;         // for all supporters' pages, by the customer
   std::map<RemoteId, bool> admitted;  // guests, and whether control was given to each
   bool listening = false;
+  Report helpReport;
   MainLoopSource absence;
   HostClient host;  // last, so that nothing it calls has gone before it
 };

@@ -24,6 +24,7 @@
 #include "webui/Confinement.h"
 #include "webui/HiddenBrowser.h"
 #include "webui/SessionHub.h"
+#include "webui/SystemFacts.h"
 #include "webui/WebServer.h"
 #include "webui/remote/DeviceLinkFile.h"
 #include "webui/remote/Notifier.h"
@@ -131,7 +132,29 @@ int printDeviceLink(bool isNew) {
 }
 
 // Returns the exit status.
+int printReport() {
+  SystemFacts facts({});
+  const quorvin::GlibPtr<GMainLoop> loop(g_main_loop_new(nullptr, FALSE));
+  facts.whenKnown([&](const std::string& found) {
+    std::printf("%sPermissions and errors: in the report on the page of a running program\n",
+                found.c_str());
+    g_main_loop_quit(loop.get());
+  });
+  g_main_loop_run(loop.get());
+  return 0;
+}
+
+// Whatever a report must not tell, but for the host's own names.
+void hideNames(Report& report) {
+  for (const char* name :
+       {g_get_host_name(), g_get_user_name(), g_get_real_name(), g_get_home_dir()}) {
+    report.hide(name);
+  }
+}
+
+// Returns the exit status.
 int serve(FileDescriptor link) {
+  SystemFacts facts(link);
   BrowserLauncher browser(link);
   const auto remote = startRemote();
   const auto deviceLink = prepareDeviceLink(remote);
@@ -148,6 +171,9 @@ int serve(FileDescriptor link) {
     }
     quit();
   });
+  hideNames(hub.report());
+  if (!remote.problem.empty()) hub.report().add("remote", remote.problem);
+  facts.whenKnown([&](const std::string& found) { hub.report().setSystem(found); });
   // Without a broker nothing happens that would have to be told or kept.
   std::optional<RemoteSupport> support;
   SessionLog log(remote.config ? g_get_user_state_dir() + std::string("/com.quorvin.support") : "",
@@ -207,6 +233,7 @@ int main(int argc, char** argv) {
     if (order == "--device-link" || order == "--new-device-link") {
       return printDeviceLink(order == "--new-device-link");
     }
+    if (order == "--report") return printReport();
     quorvin::requireThreads(threadsToStartWith);
     return serve(takeLink());
   } catch (const std::exception& error) {

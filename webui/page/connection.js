@@ -20,6 +20,7 @@ const events = new Map([
   ['remote', 'remote'],
   ['signal', 'signal'],
   ['log', 'log'],
+  ['report', 'report'],
   ['reduced', 'reduced'],
 ]);
 

@@ -4,6 +4,7 @@
 import {Connection, showConnection} from './connection.js';
 import {Guests} from './guests.js';
 import {Invitations} from './invite.js';
+import {showReports} from './report.js';
 import {explain, sentence} from './texts.js';
 
 const permissionsPollMs = 4000;
@@ -287,6 +288,7 @@ const guests = new Guests(connection);
 const customer = new CustomerSide(connection, () => invitations.endAll());
 const invitations = new Invitations(connection, customer);
 
+showReports(connection);
 showConnection(connection, document.getElementById('connection-state'));
 connection.addEventListener('open', () => {
   customer.connected();

@@ -3,7 +3,7 @@
 
 import assert from 'node:assert/strict';
 import { existsSync, mkdirSync, readFileSync } from 'node:fs';
-import { hostname } from 'node:os';
+import { hostname, userInfo } from 'node:os';
 import { join } from 'node:path';
 import { pathToFileURL } from 'node:url';
 import { after, before, test } from 'node:test';
@@ -163,6 +163,29 @@ test('a copy that is not installed makes no link on the Desktop', async () => {
       await page.customerText('#desktop-link-result'),
     ),
   );
+});
+
+test('the report for support has what the program runs on and nobody’s name', async () => {
+  const { customer } = page;
+  await customer.click('#report-button');
+  const text = await until('the report', () => customer.inputValue('#report-text'));
+  for (const line of [
+    /^Program: Quorvin Support \d/m,
+    /^Kernel: Linux \d/m,
+    /^Distribution: \w/m,
+    /^X server: \w.*, release \d+$/m,
+    /^X extensions: XTEST yes DAMAGE yes XFIXES yes MIT-SHM yes RANDR yes$/m,
+    /^Screen Recording: granted$/m,
+    /^Last errors:\n.*min ago: install_first: /m,
+    /^Browser: Mozilla/m,
+  ]) {
+    assert.match(text, line);
+  }
+  for (const name of [hostname(), userInfo().homedir, host.home, '127.0.0.1']) {
+    assert.ok(!text.includes(name), `${name} is in ${text}`);
+  }
+  await customer.click('#report-button');
+  await customer.waitForSelector('#report', { state: 'hidden' });
 });
 
 test('the page had nothing to complain about', () => {
