@@ -165,20 +165,22 @@ std::optional<RemoteMessage> remoteMessageOf(const json& object, RemoteId id) {
     const auto found = object.find(key);
     return found != object.end() ? *found : json();
   };
+  using What = RemoteMessage::What;
   const auto answer = value("answer");
-  if (answer == "watch") return RemoteAnswer{id, Invitation::Answer::watch};
-  if (answer == "control") return RemoteAnswer{id, Invitation::Answer::control};
-  if (answer == "refuse") return RemoteAnswer{id, Invitation::Answer::refuse};
+  if (answer == "watch") return RemoteMessage{What::answer, id, Invitation::Answer::watch};
+  if (answer == "control") return RemoteMessage{What::answer, id, Invitation::Answer::control};
+  if (answer == "refuse") return RemoteMessage{What::answer, id, Invitation::Answer::refuse};
   if (const auto signal = value("signal"); isSignal(signal)) {
-    return RemoteSignal{id, textOfJson(signal)};
+    return RemoteMessage{.what = What::signal, .remote = id, .text = textOfJson(signal)};
   }
-  const auto path = value("path");
-  if (path == "direct" || path == "relayed") return RemotePath{id, path.get<std::string>()};
-  if (value("lost") == true) return RemoteLost{id};
+  if (const auto path = value("path"); path == "direct" || path == "relayed") {
+    return RemoteMessage{.what = What::path, .remote = id, .text = path};
+  }
+  if (value("lost") == true) return RemoteMessage{What::lost, id};
   if (const auto control = value("control"); control.is_boolean()) {
-    return RemoteControl{id, control.get<bool>()};
+    return RemoteMessage{.what = What::control, .remote = id, .is = control};
   }
-  if (value("end") == true) return RemoteEnd{id};
+  if (value("end") == true) return RemoteMessage{What::end, id};
   return std::nullopt;
 }
 
@@ -228,11 +230,11 @@ PageMessage parsePageMessage(std::string_view text) {
       allowed != document->end() && allowed->is_boolean()) {
     return PageControl{allowed->get<bool>()};
   }
-  if (flagOf(*document, "invite")) return RemoteInvite{};
-  if (flagOf(*document, "stopAll")) return RemoteStopAll{};
-  if (flagOf(*document, "log")) return RemoteLog{};
+  if (flagOf(*document, "invite")) return RemoteMessage{RemoteMessage::What::invite};
+  if (flagOf(*document, "stopAll")) return RemoteMessage{RemoteMessage::What::stopAll};
+  if (flagOf(*document, "log")) return RemoteMessage{RemoteMessage::What::log};
   if (const auto front = document->find("front"); front != document->end() && front->is_boolean()) {
-    return RemoteFront{front->get<bool>()};
+    return RemoteMessage{.what = RemoteMessage::What::front, .is = *front};
   }
   return PageProtocolError{
       std::nullopt,

@@ -4,7 +4,6 @@
 #include <functional>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
-#include <variant>
 
 #include "webui/AccessRules.h"
 #include "webui/trust/Invitation.h"
@@ -13,36 +12,17 @@ namespace quorvin::webui {
 
 // What a customer's page says about supporters on other computers; webui/PageMessage.h has the
 // texts.
-struct RemoteInvite {};
-struct RemoteAnswer {
-  RemoteId remote = 0;
+struct RemoteMessage {
+  enum class What { invite, stopAll, log, front, answer, control, end, signal, path, lost };
+
+  What what;
+  RemoteId remote = 0;  // from `answer` on
   Invitation::Answer answer = Invitation::Answer::refuse;
+  bool is = false;     // of `front` and `control`
+  std::string text{};  // of `signal`, as JSON, and `path`
+
+  friend bool operator==(const RemoteMessage&, const RemoteMessage&) = default;
 };
-struct RemoteSignal {
-  RemoteId remote = 0;
-  std::string signal;  // JSON
-};
-struct RemotePath {
-  RemoteId remote = 0;
-  std::string path;
-};
-struct RemoteLost {
-  RemoteId remote = 0;
-};
-struct RemoteControl {
-  RemoteId remote = 0;
-  bool given = false;
-};
-struct RemoteEnd {
-  RemoteId remote = 0;
-};
-struct RemoteStopAll {};
-struct RemoteLog {};
-struct RemoteFront {
-  bool inFront = false;
-};
-using RemoteMessage = std::variant<RemoteInvite, RemoteAnswer, RemoteSignal, RemotePath, RemoteLost,
-                                   RemoteControl, RemoteEnd, RemoteStopAll, RemoteLog, RemoteFront>;
 
 // Whether it is what one end of a peer connection says to the other: {"description":{...}} or
 // {"candidate":{...} or null}, with nothing nested any deeper.

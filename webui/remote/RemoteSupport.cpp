@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <utility>
-#include <variant>
 #include <vector>
 
 #include "webui/remote/QrCode.h"
@@ -66,11 +65,11 @@ RemoteSupport::RemoteSupport(Outside givenOutside, std::optional<RemoteConfig> g
       config(std::move(givenConfig)),
       problemDetail(std::move(problem)) {
   makeLibrariesReady();
-  outside.pages.watchCustomers(
-      {[this](PageId page) { addCustomer(page); }, [this](PageId page) { removeCustomer(page); },
-       [this](PageId page, const RemoteMessage& message) {
-         std::visit([&](const auto& content) { handle(page, content); }, message);
-       }});
+  outside.pages.watchCustomers({[this](PageId page) { addCustomer(page); },
+                                [this](PageId page) { removeCustomer(page); },
+                                [this](PageId page, const RemoteMessage& message) {
+                                  handle(page, message);
+                                }});
 }
 
 RemoteSupport::~RemoteSupport() {
@@ -105,7 +104,32 @@ void RemoteSupport::removeCustomer(PageId page) {
   }
 }
 
-void RemoteSupport::handle(PageId /*page*/, const RemoteInvite& /*message*/) {
+void RemoteSupport::handle(PageId page, const RemoteMessage& message) {
+  using What = RemoteMessage::What;
+  const auto& [what, id, given, is, text] = message;
+  if (what == What::invite) return invite();
+  if (what == What::stopAll) return stopAll();
+  if (what == What::log) {
+    return outside.pages.sendText(page,
+                                  textOf({{"event", "log"}, {"entries", outside.log.newest()}}));
+  }
+  if (what == What::front) {
+    inFront.erase(page);
+    if (is) inFront.insert(page);
+    return;
+  }
+  auto* session = find(id);
+  if (session == nullptr) return;
+  if (what == What::answer) return answer(page, id, given);
+  if (what == What::control) return setControl(id, is);
+  if (what == What::end) return end(id, session->since ? "disconnected" : "withdrawn");
+  if (session->stage != Stage::connected || session->carrier != page) return;
+  if (what == What::signal) return tell(*session, R"({"type":"signal","signal":)" + text + "}");
+  if (what == What::path) return setPath(id, text);
+  carryOut(id, session->invitation.networkLost(outside.now()), "page");
+}
+
+void RemoteSupport::invite() {
   forgetWhatIsOver(milliseconds(0));
   if (outside.signalling == nullptr || sessions.size() >= sessionsMax) return announce();
   const auto id = ++lastId;
@@ -143,71 +167,38 @@ void RemoteSupport::admitToDevice(RemoteId id) {
   carryOut(id, session.invitation.answer(Invitation::Answer::control, outside.now()), "deviceLink");
 }
 
-void RemoteSupport::handle(PageId page, const RemoteAnswer& message) {
-  auto* session = find(message.remote);
-  if (session == nullptr || session->stage != Stage::asking) return;
-  session->control = message.answer == Invitation::Answer::control;
-  session->carrier = page;
-  carryOut(message.remote, session->invitation.answer(message.answer, outside.now()), "customer");
+void RemoteSupport::answer(PageId page, RemoteId id, Invitation::Answer given) {
+  auto& session = sessions.at(id);
+  if (session.stage != Stage::asking) return;
+  session.control = given == Invitation::Answer::control;
+  session.carrier = page;
+  carryOut(id, session.invitation.answer(given, outside.now()), "customer");
 }
 
-void RemoteSupport::handle(PageId page, const RemoteSignal& message) {
-  auto* session = findCarriedBy(page, message.remote);
-  if (session != nullptr) tell(*session, R"({"type":"signal","signal":)" + message.signal + "}");
-}
-
-void RemoteSupport::handle(PageId page, const RemotePath& message) {
-  auto* session = findCarriedBy(page, message.remote);
-  if (session == nullptr || session->path == message.path) return;
-  session->path = message.path;
-  record("connected", message.remote);
-  if (!std::exchange(session->wasConnected, true)) {
-    notify(session->name + " is connected", session->control
-                                                ? "They can use your mouse and keyboard."
-                                                : "They can see your screen while you share it.");
+void RemoteSupport::setPath(RemoteId id, const std::string& path) {
+  auto& session = sessions.at(id);
+  if (session.path == path) return;
+  session.path = path;
+  record("connected", id);
+  if (!std::exchange(session.wasConnected, true)) {
+    notify(session.name + " is connected", session.control
+                                               ? "They can use your mouse and keyboard."
+                                               : "They can see your screen while you share it.");
   }
   announce();
 }
 
-void RemoteSupport::handle(PageId page, const RemoteLost& message) {
-  auto* session = findCarriedBy(page, message.remote);
-  if (session != nullptr) {
-    carryOut(message.remote, session->invitation.networkLost(outside.now()), "page");
-  }
-}
-
-void RemoteSupport::handle(PageId /*page*/, const RemoteControl& message) {
-  auto* session = find(message.remote);
-  if (session == nullptr || !session->since || session->control == message.given) return;
-  session->control = message.given;
-  if (session->stage == Stage::connected) outside.pages.admit(message.remote, message.given);
-  record("control", message.remote);
-  if (message.given) {
-    notify(session->name + " can use your mouse and keyboard",
+void RemoteSupport::setControl(RemoteId id, bool given) {
+  auto& session = sessions.at(id);
+  if (!session.since || session.control == given) return;
+  session.control = given;
+  if (session.stage == Stage::connected) outside.pages.admit(id, given);
+  record("control", id);
+  if (given) {
+    notify(session.name + " can use your mouse and keyboard",
            "Take control back on the page of Quorvin Support.");
   }
   announce();
-}
-
-void RemoteSupport::handle(PageId /*page*/, const RemoteEnd& message) {
-  const auto* session = find(message.remote);
-  if (session != nullptr) end(message.remote, session->since ? "disconnected" : "withdrawn");
-}
-
-void RemoteSupport::handle(PageId /*page*/, const RemoteStopAll& /*message*/) {
-  stopAll();
-}
-
-void RemoteSupport::handle(PageId page, const RemoteLog& /*message*/) {
-  outside.pages.sendText(page, textOf({{"event", "log"}, {"entries", outside.log.newest()}}));
-}
-
-void RemoteSupport::handle(PageId page, const RemoteFront& message) {
-  if (message.inFront) {
-    inFront.insert(page);
-  } else {
-    inFront.erase(page);
-  }
 }
 
 // --- What comes from elsewhere
@@ -280,13 +271,6 @@ void RemoteSupport::handleSupporter(RemoteId id, ByteView bytes) {
 RemoteSupport::Session* RemoteSupport::find(RemoteId id) {
   const auto found = sessions.find(id);
   return found != sessions.end() && !isOver(found->second.stage) ? &found->second : nullptr;
-}
-
-RemoteSupport::Session* RemoteSupport::findCarriedBy(PageId page, RemoteId id) {
-  auto* session = find(id);
-  const bool isCarried =
-      session != nullptr && session->stage == Stage::connected && session->carrier == page;
-  return isCarried ? session : nullptr;
 }
 
 void RemoteSupport::carryOut(RemoteId id, const Invitation::Effects& effects,

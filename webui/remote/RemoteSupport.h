@@ -84,16 +84,11 @@ class RemoteSupport {
     std::optional<Invitation::Time> overSince;
   };
 
-  void handle(PageId page, const RemoteInvite& message);
-  void handle(PageId page, const RemoteAnswer& message);
-  void handle(PageId page, const RemoteSignal& message);
-  void handle(PageId page, const RemotePath& message);
-  void handle(PageId page, const RemoteLost& message);
-  void handle(PageId page, const RemoteControl& message);
-  void handle(PageId page, const RemoteEnd& message);
-  void handle(PageId page, const RemoteStopAll& message);
-  void handle(PageId page, const RemoteLog& message);
-  void handle(PageId page, const RemoteFront& message);
+  void handle(PageId page, const RemoteMessage& message);
+  void invite();
+  void answer(PageId page, RemoteId id, Invitation::Answer given);
+  void setControl(RemoteId id, bool given);
+  void setPath(RemoteId id, const std::string& path);
   void addCustomer(PageId page);
   void removeCustomer(PageId page);
 
@@ -108,7 +103,6 @@ class RemoteSupport {
 
   // Null when there is none, or it is over.
   [[nodiscard]] Session* find(RemoteId id);
-  [[nodiscard]] Session* findCarriedBy(PageId page, RemoteId id);
   void carryOut(RemoteId id, const Invitation::Effects& effects, std::string_view why = {});
   void enter(RemoteId id, Stage stage, std::string_view why);
   void end(RemoteId id, std::string_view why);

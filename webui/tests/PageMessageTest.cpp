@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 
 #include "webui/PageMessage.h"
@@ -64,29 +65,26 @@ TEST(PageMessage, ReadsWhetherControlIsAllowed) {
   EXPECT_FALSE(parsedAs<PageControl>(R"({"control":false})").allowed);
 }
 
-template <typename T>
-T remoteFrom(std::string_view text) {
-  const auto message = parsedAs<RemoteMessage>(text);
-  EXPECT_TRUE(std::holds_alternative<T>(message)) << text;
-  return std::holds_alternative<T>(message) ? std::get<T>(message) : T{};
-}
-
 TEST(PageMessage, ReadsWhatIsSaidOfSupportersOnOtherComputers) {
+  using What = RemoteMessage::What;
   using Answer = Invitation::Answer;
-  remoteFrom<RemoteInvite>(R"({"invite":true})");
-  remoteFrom<RemoteStopAll>(R"({"stopAll":true})");
-  remoteFrom<RemoteLog>(R"({"log":true})");
-  EXPECT_TRUE(remoteFrom<RemoteFront>(R"({"front":true})").inFront);
-  EXPECT_FALSE(remoteFrom<RemoteFront>(R"({"front":false})").inFront);
-  EXPECT_EQ(remoteFrom<RemoteAnswer>(R"({"remote":7,"answer":"watch"})").answer, Answer::watch);
-  EXPECT_EQ(remoteFrom<RemoteAnswer>(R"({"remote":7,"answer":"control"})").answer, Answer::control);
-  EXPECT_EQ(remoteFrom<RemoteAnswer>(R"({"remote":7,"answer":"refuse"})").answer, Answer::refuse);
-  EXPECT_EQ(remoteFrom<RemoteSignal>(R"({"remote":7,"signal":{"candidate":null}})").signal,
-            R"({"candidate":null})");
-  EXPECT_EQ(remoteFrom<RemotePath>(R"({"remote":7,"path":"relayed"})").path, "relayed");
-  EXPECT_EQ(remoteFrom<RemoteLost>(R"({"remote":4294967295,"lost":true})").remote, 4294967295U);
-  EXPECT_TRUE(remoteFrom<RemoteControl>(R"({"remote":7,"control":true})").given);
-  EXPECT_EQ(remoteFrom<RemoteEnd>(R"({"remote":7,"end":true})").remote, 7U);
+  const std::map<std::string_view, RemoteMessage> said{
+      {R"({"invite":true})", {What::invite}},
+      {R"({"stopAll":true})", {What::stopAll}},
+      {R"({"log":true})", {What::log}},
+      {R"({"front":true})", {.what = What::front, .is = true}},
+      {R"({"front":false})", {What::front}},
+      {R"({"remote":7,"answer":"watch"})", {What::answer, 7, Answer::watch}},
+      {R"({"remote":7,"answer":"control"})", {What::answer, 7, Answer::control}},
+      {R"({"remote":7,"answer":"refuse"})", {What::answer, 7, Answer::refuse}},
+      {R"({"remote":7,"signal":{"candidate":null}})",
+       {.what = What::signal, .remote = 7, .text = R"({"candidate":null})"}},
+      {R"({"remote":7,"path":"relayed"})", {.what = What::path, .remote = 7, .text = "relayed"}},
+      {R"({"remote":4294967295,"lost":true})", {What::lost, 4294967295}},
+      {R"({"remote":7,"control":true})", {.what = What::control, .remote = 7, .is = true}},
+      {R"({"remote":7,"end":true})", {What::end, 7}}};
+  for (const auto& [text, message] : said)
+    EXPECT_EQ(parsedAs<RemoteMessage>(text), message) << text;
 }
 
 TEST(PageMessage, WhatCannotBeSaidOfASupporterIsSaidOfNobody) {

@@ -48,8 +48,8 @@ TEST_F(RemoteDeviceTest, LetsInWithoutAQuestionAndTellsOfIt) {
   EXPECT_EQ(session()["stage"], "connected");
   EXPECT_EQ(session()["carrier"], true);
   // The page that nobody sees may well say that it is in front.
-  pages.say(page, RemoteFront{true});
-  pages.say(page, RemotePath{1, "direct"});
+  pages.say(page, {.what = What::front, .is = true});
+  pages.say(page, {.what = What::path, .remote = 1, .text = "direct"});
   EXPECT_EQ(notices, Notices{"Ann is connected"});
   EXPECT_EQ(logged(), (Strings{"allowed deviceLink", "connected"}));
 }
@@ -71,9 +71,9 @@ TEST_F(RemoteDeviceTest, LetsInOneAfterTheOther) {
 
 TEST_F(RemoteDeviceTest, WhoeverIsDisconnectedMayComeAgain) {
   come();
-  pages.say(page, RemoteEnd{1});
+  pages.say(page, {What::end, 1});
   EXPECT_EQ(pages.admitted, Admitted());
-  pages.say(page, RemoteInvite{});  // forgets at once what is over
+  pages.say(page, {What::invite});  // forgets at once what is over
   EXPECT_EQ(broker.places[1]->inbox, linkOf(1).inbox);
 }
 

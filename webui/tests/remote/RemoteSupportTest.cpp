@@ -31,14 +31,14 @@ TEST_F(RemoteSupportTest, WithoutABrokerSaysSoAndInvitesNobody) {
                              }},
       std::nullopt, "remote.json: it has to be a file");
   pages.handlers.onOpened(page);
-  pages.say(page, RemoteInvite{});
+  pages.say(page, {What::invite});
   EXPECT_EQ(event()["configured"], false);
   EXPECT_EQ(event()["detail"], "remote.json: it has to be a file");
   EXPECT_EQ(event()["sessions"], json::array());
 }
 
 TEST_F(RemoteSupportTest, ShowsCodeAndLinkOnceThePlaceIsItsOwn) {
-  pages.say(page, RemoteInvite{});
+  pages.say(page, {What::invite});
   EXPECT_EQ(stage(), "preparing");
   EXPECT_EQ(session()["code"], "");
   EXPECT_EQ(session()["link"], "");
@@ -55,7 +55,7 @@ TEST_F(RemoteSupportTest, ShowsCodeAndLinkOnceThePlaceIsItsOwn) {
 }
 
 TEST_F(RemoteSupportTest, SaysWhatIsWrongWithTheBroker) {
-  pages.say(page, RemoteInvite{});
+  pages.say(page, {What::invite});
   for (const auto& [reach, name] : {std::pair(Reach::unreachable, "unreachable"),
                                     {Reach::certificateWrong, "certificateWrong"},
                                     {Reach::refused, "refused"}}) {
@@ -70,7 +70,7 @@ TEST_F(RemoteSupportTest, SaysWhatIsWrongWithTheBroker) {
 }
 
 TEST_F(RemoteSupportTest, TriesEightPlacesAndThenDoesWithoutACode) {
-  pages.say(page, RemoteInvite{});
+  pages.say(page, {What::invite});
   for (int tried = 1; tried < RemoteSupport::placesMax; ++tried) {
     auto& before = broker.newest();
     before.reach(Reach::placeTaken);
@@ -109,28 +109,28 @@ TEST_F(RemoteSupportTest, LetsTheGuestInWithWhatTheCustomerAllowed) {
   connected(Answer::control);
   EXPECT_EQ(pages.admitted, (Admitted{{1, false}, {2, true}}));
   now += seconds(3);
-  pages.say(page, RemoteControl{1, true});
+  pages.say(page, {.what = What::control, .remote = 1, .is = true});
   EXPECT_EQ(pages.admitted, (Admitted{{1, true}, {2, true}}));
   EXPECT_EQ(session()["control"], true);
   EXPECT_EQ(session()["sinceMs"], 3000);
-  pages.say(page, RemoteControl{2, false});
+  pages.say(page, {.what = What::control, .remote = 2, .is = false});
   EXPECT_EQ(pages.admitted, (Admitted{{1, true}, {2, false}}));
 }
 
 TEST_F(RemoteSupportTest, GivesNoControlBeforeTheCustomerHasAllowed) {
   invited();
-  pages.say(page, RemoteControl{1, true});
+  pages.say(page, {.what = What::control, .remote = 1, .is = true});
   EXPECT_EQ(pages.admitted, Admitted());
   EXPECT_EQ(session()["control"], false);
 }
 
 TEST_F(RemoteSupportTest, TellsASupporterWhoIsRefusedSo) {
   auto refused = invited();
-  pages.say(page, RemoteAnswer{1, Answer::refuse});
+  pages.say(page, {What::answer, 1, Answer::refuse});
   EXPECT_EQ(told(refused)["type"], "refused");
   EXPECT_EQ(stage(), "refused");
   auto withdrawn = invited();
-  pages.say(page, RemoteEnd{2});
+  pages.say(page, {What::end, 2});
   EXPECT_EQ(told(withdrawn)["type"], "refused");
   auto waiting = invited();
   pass(Invitation::questionFor);
@@ -143,7 +143,7 @@ TEST_F(RemoteSupportTest, TellsASupporterWhoIsRefusedSo) {
 TEST_F(RemoteSupportTest, WithdrawsAnInvitationAndTellsWhoComesLate) {
   invite();
   auto late = TestSupporter::withCode(session()["code"]);
-  pages.say(page, RemoteEnd{1});
+  pages.say(page, {What::end, 1});
   EXPECT_EQ(stage(), "ended");
   broker.newest().deliver(late.join());
   EXPECT_EQ(told(late), "declined 6");
@@ -154,7 +154,7 @@ TEST_F(RemoteSupportTest, QuestionOfASupporterWhoIsGoneIsWithdrawn) {
   invited();
   broker.newest().tellGone();
   EXPECT_EQ(stage(), "ended");
-  pages.say(page, RemoteAnswer{1, Answer::control});
+  pages.say(page, {What::answer, 1, Answer::control});
   EXPECT_EQ(pages.admitted, Admitted());
   EXPECT_EQ(logged().back(), "ended left");
 }
@@ -164,10 +164,10 @@ TEST_F(RemoteSupportTest, CarriesSignalsBetweenTheCarrierAndTheSupporter) {
   auto supporter = connected();
   EXPECT_EQ(session()["carrier"], true);
   EXPECT_EQ(session(0, page + 1)["carrier"], false);
-  pages.say(page, RemoteSignal{1, offer.dump()});
+  pages.say(page, {.what = What::signal, .remote = 1, .text = offer.dump()});
   EXPECT_EQ(told(supporter), (json{{"type", "signal"}, {"signal", offer}}));
   const auto count = broker.newest().sent.size();
-  pages.say(page + 1, RemoteSignal{1, offer.dump()});
+  pages.say(page + 1, {.what = What::signal, .remote = 1, .text = offer.dump()});
   EXPECT_EQ(broker.newest().sent.size(), count);
   say(supporter, {{"type", "signal"}, {"signal", lastCandidate}});
   EXPECT_EQ(pages.last(page, "signal"),
@@ -206,12 +206,12 @@ TEST_F(RemoteSupportTest, EndsWhoSendsMoreSignalsThanABrowser) {
 
 TEST_F(RemoteSupportTest, TellsASupporterWhoIsDisconnectedSo) {
   auto supporter = connected();
-  pages.say(page, RemoteEnd{1});
+  pages.say(page, {What::end, 1});
   EXPECT_EQ(told(supporter), (json{{"type", "ended"}, {"why", "disconnected"}}));
   EXPECT_EQ(stage(), "ended");
   EXPECT_EQ(pages.admitted, Admitted());
   auto first = connected();
-  pages.say(page, RemoteStopAll{});
+  pages.say(page, {What::stopAll});
   EXPECT_EQ(told(first), (json{{"type", "ended"}, {"why", "stopped"}}));
   auto second = connected();
   support.reset();
@@ -230,9 +230,9 @@ TEST_F(RemoteSupportTest, SupporterMayLeave) {
 
 TEST_F(RemoteSupportTest, LostGuestIsPutOutAndMayResumeWithWhatItHad) {
   auto supporter = connected();
-  pages.say(page, RemotePath{1, "direct"});
+  pages.say(page, {.what = What::path, .remote = 1, .text = "direct"});
   EXPECT_EQ(session()["path"], "direct");
-  pages.say(page, RemoteLost{1});
+  pages.say(page, {What::lost, 1});
   EXPECT_EQ(stage(), "lost");
   EXPECT_EQ(session()["path"], nullptr);
   EXPECT_EQ(pages.admitted, Admitted());
@@ -251,7 +251,7 @@ TEST_F(RemoteSupportTest, LostGuestIsPutOutAndMayResumeWithWhatItHad) {
 
 TEST_F(RemoteSupportTest, GoesOnWithoutTheSupportersBrokerWhileDataFlow) {
   connected();
-  pages.say(page, RemotePath{1, "direct"});
+  pages.say(page, {.what = What::path, .remote = 1, .text = "direct"});
   broker.newest().tellGone();
   EXPECT_EQ(stage(), "connected");
   EXPECT_EQ(pages.admitted, (Admitted{{1, true}}));
@@ -259,8 +259,8 @@ TEST_F(RemoteSupportTest, GoesOnWithoutTheSupportersBrokerWhileDataFlow) {
 
 TEST_F(RemoteSupportTest, ControlThatWasTakenWhileLostStaysTaken) {
   auto supporter = connected();
-  pages.say(page, RemoteLost{1});
-  pages.say(page, RemoteControl{1, false});
+  pages.say(page, {What::lost, 1});
+  pages.say(page, {.what = What::control, .remote = 1, .is = false});
   EXPECT_EQ(pages.admitted, Admitted());
   resumed(supporter);
   EXPECT_EQ(pages.admitted, (Admitted{{1, false}}));
@@ -283,7 +283,7 @@ TEST_F(RemoteSupportTest, AnotherPageBecomesTheCarrierWhenOneGoes) {
   EXPECT_EQ(session(0, page + 1)["stage"], "lost");
   EXPECT_EQ(pages.admitted, Admitted());
   auto resuming = resumed(supporter);
-  pages.say(page + 1, RemoteSignal{1, offer.dump()});
+  pages.say(page + 1, {.what = What::signal, .remote = 1, .text = offer.dump()});
   EXPECT_EQ(told(resuming)["signal"], offer);
 }
 
@@ -320,7 +320,7 @@ TEST_F(RemoteSupportTest, ShowsWhatIsOverForAMinuteOrUntilTheNextInvitation) {
   EXPECT_EQ(event()["sessions"].size(), 0U);
   EXPECT_TRUE(broker.newest().left);
   invite();
-  pages.say(page, RemoteEnd{2});
+  pages.say(page, {What::end, 2});
   EXPECT_EQ(event()["sessions"].size(), 1U);
   invite();
   EXPECT_EQ(event()["sessions"].size(), 1U);
@@ -341,11 +341,11 @@ TEST_F(RemoteSupportTest, ThreeWrongCodesAreTooMany) {
 
 TEST_F(RemoteSupportTest, HasFourSessionsAtATime) {
   for (std::size_t count = 1; count <= RemoteSupport::sessionsMax + 1; ++count) {
-    pages.say(page, RemoteInvite{});
+    pages.say(page, {What::invite});
     EXPECT_EQ(event()["sessions"].size(), std::min(count, RemoteSupport::sessionsMax));
     EXPECT_EQ(event()["full"], count >= RemoteSupport::sessionsMax);
   }
-  pages.say(page, RemoteEnd{1});
+  pages.say(page, {What::end, 1});
   EXPECT_EQ(event()["sessions"].size(), RemoteSupport::sessionsMax);
   EXPECT_EQ(event()["full"], false);
 }
@@ -356,32 +356,32 @@ TEST_F(RemoteSupportTest, NotifiesWhileNobodyLooksAtAPage) {
   const auto everything = [this] {
     connected(Answer::watch);
     const auto id = event()["sessions"].back()["id"];
-    pages.say(page, RemotePath{id, "relayed"});
-    pages.say(page, RemotePath{id, "direct"});
-    pages.say(page, RemoteControl{id, true});
-    pages.say(page, RemoteControl{id, false});
-    pages.say(page, RemoteEnd{id});
+    pages.say(page, {.what = What::path, .remote = id, .text = "relayed"});
+    pages.say(page, {.what = What::path, .remote = id, .text = "direct"});
+    pages.say(page, {.what = What::control, .remote = id, .is = true});
+    pages.say(page, {.what = What::control, .remote = id, .is = false});
+    pages.say(page, {What::end, id});
   };
   everything();
   EXPECT_EQ(notices, expected);
   pages.handlers.onOpened(page + 1);
-  pages.say(page + 1, RemoteFront{true});
+  pages.say(page + 1, {.what = What::front, .is = true});
   everything();
   EXPECT_EQ(notices, expected);
   pages.handlers.onClosed(page + 1);
   everything();
   EXPECT_EQ(notices.size(), 2 * expected.size());
-  pages.say(page, RemoteFront{true});
-  pages.say(page, RemoteFront{false});
+  pages.say(page, {.what = What::front, .is = true});
+  pages.say(page, {.what = What::front, .is = false});
   everything();
   EXPECT_EQ(notices.size(), 3 * expected.size());
 }
 
 TEST_F(RemoteSupportTest, LogsWhoMayDoWhatAndHow) {
   connected(Answer::watch);
-  pages.say(page, RemotePath{1, "relayed"});
-  pages.say(page, RemoteControl{1, true});
-  pages.say(page, RemoteLog{});
+  pages.say(page, {.what = What::path, .remote = 1, .text = "relayed"});
+  pages.say(page, {.what = What::control, .remote = 1, .is = true});
+  pages.say(page, {What::log});
   const auto entries = pages.last(page, "log")["entries"];
   EXPECT_EQ(entries, log.newest());
   EXPECT_EQ(entries[0], (json{{"time", "1970-01-01T00:00:00Z"},

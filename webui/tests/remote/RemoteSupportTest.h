@@ -46,6 +46,7 @@ class RemoteSupportTest : public testing::Test {
  protected:
   static constexpr PageId page = 7;
   using Answer = Invitation::Answer;
+  using What = RemoteMessage::What;
   using Admitted = std::map<RemoteId, bool>;
   using Notices = std::vector<std::string>;
 
@@ -70,7 +71,7 @@ class RemoteSupportTest : public testing::Test {
   json stage(std::size_t index = 0) { return session(index)["stage"]; }
 
   void invite() {
-    pages.say(page, RemoteInvite{});
+    pages.say(page, {What::invite});
     broker.newest().reach(Reach::open);
   }
   // Lets the supporter join and say its name.
@@ -89,7 +90,7 @@ class RemoteSupportTest : public testing::Test {
   }
   TestSupporter connected(Answer answer = Answer::control) {
     auto supporter = invited();
-    pages.say(page, RemoteAnswer{event()["sessions"].back()["id"], answer});
+    pages.say(page, {What::answer, event()["sessions"].back()["id"], answer});
     EXPECT_EQ(told(supporter)["type"], "allowed");
     return supporter;
   }
