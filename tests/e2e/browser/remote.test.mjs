@@ -6,6 +6,7 @@ import { once } from 'node:events';
 import { mkdirSync } from 'node:fs';
 import { after, before, test } from 'node:test';
 
+import { assertForEverybody } from './support/Access.mjs';
 import { Host } from './support/Host.mjs';
 import { HostPage, launch } from './support/HostPage.mjs';
 import { InputWindow } from './support/InputWindow.mjs';
@@ -89,6 +90,15 @@ async function awaitScreenAtSupporter(what) {
   });
 }
 
+test('the first view is for everybody, with what was entered wrong as well', async () => {
+  await openSupporter();
+  await assertForEverybody(pages.page, 'first');
+  await pages.page.fill('#code', '12');
+  await pages.page.click('#ask-form button');
+  await pages.page.waitForSelector('#code[aria-invalid=true]');
+  await assertForEverybody(pages.page, 'wrong input');
+});
+
 test('three wrong codes void an invitation, and each time the supporter is told', async () => {
   const code = await invite();
   const wrong = code.replace(/.$/, (digit) => (Number(digit) + 1) % 10);
@@ -98,6 +108,7 @@ test('three wrong codes void an invitation, and each time the supporter is told'
   }
   await awaitStage('tooManyTries');
   assert.match(await part('title').textContent(), /three wrong codes/);
+  await assertForEverybody(pages.page, 'over');
 });
 
 test('whoever comes by link can be refused', async () => {
@@ -120,6 +131,7 @@ test('a supporter with the code is asked about, with the same words on both side
   const words = await part('words').textContent();
   assert.match(words, /^[a-z]+ · [a-z]+ · [a-z]+$/);
   assert.equal(await pages.text('#words'), words);
+  await assertForEverybody(pages.page, 'asked');
   await pages.screenshot(`${artifacts}question.png`, pages.customer);
   await pages.screenshot(`${artifacts}asked.png`);
 });
@@ -137,6 +149,7 @@ test('once allowed, the supporter sees the screen as it is', async () => {
   await pages.page.click('#toggle-stats');
   await until('the round trip', async () => /^\d+$/.test(await pages.text('#stats-trip')));
   assert.equal(await pages.text('#stats-way'), 'direct');
+  await assertForEverybody(pages.page, 'connected');
   await pages.screenshot(`${artifacts}helped.png`, pages.customer);
   await pages.screenshot(`${artifacts}helping.png`);
 });

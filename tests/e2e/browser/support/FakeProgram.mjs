@@ -59,9 +59,15 @@ export class FakeProgram {
   texts = [];
   guests = new Map(); // by the name of their connection: {socket, texts}
   socket = null;
+  #answers = {
+    permissions: { screenRecording: true, accessibility: true },
+    capabilities: { deviceName: 'Study' },
+  };
 
-  static async attach(page) {
+  // `answers` are results by method, where they are others than of a program that is allowed all.
+  static async attach(page, answers = {}) {
     const program = new FakeProgram();
+    Object.assign(program.#answers, answers);
     await page.routeWebSocket(/\/ws$/, (socket) => {
       program.socket = socket;
       socket.onMessage((text) => program.#take(JSON.parse(text)));
@@ -78,14 +84,17 @@ export class FakeProgram {
   #take(message) {
     this.texts.push(message);
     if (message.id && message.method) {
-      const granted = { screenRecording: true, accessibility: true };
-      const result = { permissions: granted, capabilities: { deviceName: 'Study' } }[message.method];
-      this.send({ id: message.id, result: result ?? null });
+      this.send({ id: message.id, result: this.#answers[message.method] ?? null });
     }
   }
 
   send(message) {
     this.socket.send(JSON.stringify(message));
+  }
+
+  sendPicture(bytes) {
+    this.send({ event: 'frame', ageMs: 0 });
+    this.socket.send(bytes);
   }
 
   sendRemote(sessions, rest = {}) {

@@ -1,0 +1,164 @@
+// Every state of the pages on this computer, before a program that the test works, as those meet it
+// who see little, press keys instead of a mouse, or hold a telephone.
+
+import { after, afterEach, before, test } from 'node:test';
+
+import { FakeProgram, idle, pageFolder, serveFiles, session } from './support/FakeProgram.mjs';
+import { assertForEverybody } from './support/Access.mjs';
+import { launch } from './support/HostPage.mjs';
+import { keyTableFolder } from './support/built.mjs';
+import { until } from './support/until.mjs';
+
+const asking = {
+  ...session,
+  stage: 'asking',
+  code: '',
+  link: '',
+  name: 'Ann Example',
+  words: ['abacus', 'harbour', 'pilgrim'],
+};
+const connected = { ...asking, stage: 'connected', words: null, sinceMs: 0, path: 'direct' };
+const live = { ...idle, session: 'live' };
+
+let files;
+let browser;
+let page;
+let program;
+
+before(async () => {
+  files = await serveFiles(pageFolder, keyTableFolder);
+  browser = await launch();
+});
+
+afterEach(() => page?.context().close());
+
+after(async () => {
+  await browser?.close();
+  files?.close();
+});
+
+async function open(name, { options = {}, answers = {} } = {}) {
+  page = await (await browser.newContext(options)).newPage();
+  program = await FakeProgram.attach(page, answers);
+  await page.goto(`${files.address}0123/${name}`);
+  await page.waitForSelector('#connection-state[data-state=connected]');
+}
+
+const openCustomer = (more) => open('', more);
+
+const shared = (state) => `#session[data-state=${state}]`;
+// By what shows that the page is in them.
+const customerStates = {
+  [shared('idle')]: () => program.send(idle),
+  [shared('starting')]: () => program.send({ ...idle, session: 'starting' }),
+  [shared('live')]: () => program.send(live),
+  '#session:has-text("mouse and keyboard are being shared")': () => program.send({ ...live, input: true }),
+  [shared('ended')]: () => program.send({ ...idle, session: 'ended' }),
+  '#session.failed': () =>
+    program.send({ ...idle, session: 'ended', error: { code: 'capture_failed', message: 'No display.' } }),
+  '#remote:has(#invite-button:disabled)': () => program.sendRemote([], { configured: false }),
+  '#remote:has-text("No route")': () =>
+    program.sendRemote([], { problem: 'unreachable', detail: 'No route' }),
+  '[data-stage=waiting]': () => program.sendRemote([{ ...session, qr: ['101', '010', '111'] }]),
+  '[data-stage=asking] [data-part=both]:enabled': () => program.sendRemote([asking]),
+  '[data-stage=connected]': () => {
+    program.send(live);
+    program.sendRemote([connected]);
+  },
+  '[data-stage=lost]': () => program.sendRemote([{ ...connected, stage: 'lost' }]),
+  '[data-stage=expired]': () => program.sendRemote([{ ...session, stage: 'expired' }]),
+};
+
+for (const [shown, enter] of Object.entries(customerStates)) {
+  test(`the customer’s page is for everybody: ${shown}`, async () => {
+    await openCustomer();
+    await page.waitForSelector('#permission-screen[data-granted=true]');
+    enter();
+    await page.waitForSelector(shown);
+    await assertForEverybody(page, shown);
+  });
+}
+
+test('the customer’s page is for everybody: permissions missing', async () => {
+  const answers = { permissions: { screenRecording: false, accessibility: false } };
+  await openCustomer({ answers });
+  await page.waitForSelector('#permission-screen[data-granted=false]');
+  await assertForEverybody(page, 'permissions missing');
+});
+
+test('the customer’s page is for everybody: unattended', async () => {
+  const answers = { capabilities: { unattended: true, unattendedName: 'Front desk' } };
+  await openCustomer({ answers });
+  for (const state of [idle, live]) {
+    program.send(state);
+    await page.waitForSelector(shared(state.session));
+    await assertForEverybody(page, `unattended, ${state.session}`);
+  }
+});
+
+test('the customer’s page is for everybody: the log is open', async () => {
+  await openCustomer();
+  program.sendRemote([]);
+  await page.click('#log-button');
+  const entry = { time: '2026-01-02T03:04:05Z', event: 'asked', name: 'Ann Example' };
+  program.send({ event: 'log', entries: Array(30).fill(entry) });
+  await page.waitForSelector('#log li');
+  await assertForEverybody(page, 'log');
+});
+
+for (const name of ['', 'supporter.html']) {
+  test(`a page whose program is gone is for everybody: ${name || 'the customer’s'}`, async () => {
+    await open(name);
+    await program.socket.close();
+    await page.waitForSelector('#connection-state[data-state=disconnected]');
+    await assertForEverybody(page, 'disconnected');
+  });
+}
+
+async function openSupporter(options) {
+  await open('supporter.html', options);
+}
+
+async function showPicture() {
+  const picture = await page.screenshot({ type: 'jpeg', clip: { x: 0, y: 0, width: 320, height: 200 } });
+  program.send(live);
+  program.sendPicture(picture);
+  await page.waitForSelector('#stage[data-picture=shown]');
+}
+
+test('the supporter’s page is for everybody, from no session to control', async () => {
+  await openSupporter();
+  await assertForEverybody(page, 'no session');
+  program.send({ ...idle, session: 'starting' });
+  await page.waitForSelector('#stage[data-state=starting]');
+  await assertForEverybody(page, 'starting');
+  await showPicture();
+  await assertForEverybody(page, 'picture');
+  await page.click('#view-only');
+  await assertForEverybody(page, 'control');
+  await page.click('#combinations button');
+  await page.waitForSelector('#combination-list:not([hidden])');
+  await assertForEverybody(page, 'list of keys');
+  await page.click('#toggle-stats');
+  await assertForEverybody(page, 'statistics');
+  program.send({ ...live, control: false });
+  await page.waitForSelector('#view-only:disabled');
+  await assertForEverybody(page, 'only watching');
+});
+
+test('the supporter’s page is for everybody: settings refused', async () => {
+  await openSupporter();
+  program.send(live);
+  await page.fill('#max-width', '100');
+  await page.click('#apply-settings');
+  await until('the refusal', () => page.$('#max-width[aria-invalid=true]'));
+  await assertForEverybody(page, 'settings refused');
+});
+
+test('the supporter’s page is for everybody: the picture fills the screen', async () => {
+  await openSupporter();
+  await showPicture();
+  await page.click('#full-screen');
+  await page.waitForSelector('#stage:fullscreen');
+  await assertForEverybody(page, 'full screen');
+});
