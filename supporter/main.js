@@ -4,20 +4,20 @@
 import mqtt from 'mqtt';
 
 import {Connection} from '../webui/page/connection.js';
+import {advice, decimal, loadTexts, onLanguage, say, setText, text} from '../webui/page/language.js';
 import {Peer} from '../webui/page/peer.js';
 import {makeView} from '../webui/page/view.js';
 import {Help} from './help.js';
 import {Signalling} from './signalling.js';
-import {explainReduction, explainStage, linkProblems} from './texts.js';
 import {Guest} from './trust/guest.js';
 import {cleanName, parseCode, parseLink} from './trust/invitation.js';
 
+await loadTexts();
+
 const pathEveryMs = 1000;
+const linkProblems = {version: 'help.linkVersion', unreadable: 'help.linkUnreadable'};
 
 const byId = (id) => document.getElementById(id);
-const setText = (id, text) => {
-  if (byId(id).textContent !== text) byId(id).textContent = text;
-};
 
 const connection = new Connection();
 let help = null;
@@ -27,7 +27,7 @@ function readLink() {
   const fragment = location.hash;
   if (fragment.length < 2) return null;
   const parsed = parseLink(fragment);
-  setText('link-problem', linkProblems[parsed ? parsed.outcome : 'unreadable'] ?? '');
+  say(byId('link-problem'), linkProblems[parsed ? parsed.outcome : 'unreadable'] ?? '');
   return parsed?.way ? parsed : null;
 }
 
@@ -69,7 +69,7 @@ function ask() {
 
 function show() {
   const stage = help?.stage;
-  const {what, next} = stage ? explainStage(stage) : {what: '', next: ''};
+  const {what, next} = stage && stage !== 'connected' ? advice(`stage.${stage}`) : {what: '', next: ''};
   const isOver = help?.isOver ?? true;
   if (stage === 'asked') forgetLink();
   byId('ask-form').hidden = stage !== undefined;
@@ -78,9 +78,9 @@ function show() {
   byId('first').hidden = stage === 'connected';
   byId('progress').hidden = stage === undefined;
   byId('progress').dataset.stage = isOver ? 'over' : stage;
-  setText('stage-what', what);
-  setText('stage-next', next);
-  setText('words', stage === 'asked' ? help.words.join(' · ') : '');
+  setText(byId('stage-what'), what);
+  setText(byId('stage-next'), next);
+  setText(byId('words'), stage === 'asked' ? help.words.join(' · ') : '');
   byId('again').hidden = !isOver;
   byId('leave').hidden = isOver;
   // The view stays while what it shows may come back.
@@ -90,15 +90,15 @@ function show() {
 }
 
 function showChip(stage, isOver) {
-  const texts = {connected: 'Connected', resuming: 'Resuming…'};
+  const said = ['connected', 'resuming'].includes(stage) ? stage : isOver ? 'off' : 'connecting';
   byId('connection-state').dataset.state = {resuming: 'disconnected'}[stage] ?? stage;
-  setText('connection-state', texts[stage] ?? (isOver ? 'Not connected' : 'Connecting…'));
+  say(byId('connection-state'), `connection.${said}`);
 }
 
 async function showPath() {
   const path = await help?.peer?.path().catch(() => null);
-  setText('stats-way', path?.way ?? '–');
-  setText('stats-trip', path && path.roundTripMs >= 0 ? path.roundTripMs.toFixed(0) : '–');
+  setText(byId('stats-way'), path ? text(`statistics.way.${path.way}`) : '–');
+  setText(byId('stats-trip'), path && path.roundTripMs >= 0 ? decimal(path.roundTripMs) : '–');
 }
 
 byId('ask-form').onsubmit = (event) => {
@@ -115,8 +115,11 @@ window.addEventListener('hashchange', () => {
   link = readLink();
   show();
 });
-connection.addEventListener('reduced', ({detail}) => setText('reduced', explainReduction(detail)));
-connection.addEventListener('closed', () => setText('reduced', ''));
+connection.addEventListener('reduced', ({detail: {why, steps}}) => {
+  say(byId('reduced'), why ? 'help.reduced' : '', {count: steps});
+});
+connection.addEventListener('closed', () => say(byId('reduced'), ''));
+onLanguage(show);
 setInterval(showPath, pathEveryMs);
 makeView(connection);
 show();

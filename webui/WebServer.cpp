@@ -22,6 +22,7 @@ const char* typeOf(std::string_view name) {
   if (name.ends_with(".css")) return "text/css; charset=utf-8";
   if (name.ends_with(".js")) return "text/javascript; charset=utf-8";
   if (name.ends_with(".svg")) return "image/svg+xml";
+  if (name.ends_with(".json")) return "application/json";
   return "application/octet-stream";
 }
 

@@ -5,9 +5,10 @@ import assert from 'node:assert/strict';
 import {test} from 'node:test';
 
 import './support.js';
+import {advice, text} from '../../webui/page/language.js';
+import '../../webui/tests/page/english.js';
 import {utf8} from '../trust/bytes.js';
 import {Help} from '../help.js';
-import {explainReduction, explainStage} from '../texts.js';
 
 const settled = () => new Promise((resolve) => setImmediate(resolve));
 const json = (message) => ({message: utf8(JSON.stringify(message))});
@@ -196,7 +197,7 @@ test('every end before the picture is told, and leaves nothing open', async (con
     const set = await until(context);
     await happens(set);
     assert.equal(set.help.stage, stage);
-    assert.ok(set.help.isOver && explainStage(stage).what);
+    assert.ok(set.help.isOver && advice(`stage.${stage}`).what);
     assert.ok(stage === 'gone' || set.link().hasLeft);
     assert.deepEqual(set.waitsFor(), []);
     await set.receive({state: 'asked', words: ['late']});
@@ -365,8 +366,7 @@ test('what makes no sense changes nothing', async (context) => {
   assert.equal(set.peers.length, 1);
 });
 
-test('a reduced picture is told with its reason, and a whole one not at all', () => {
-  assert.equal(explainReduction({why: null, steps: 0}), '');
-  assert.match(explainReduction({why: 'network', steps: 1}), /^The picture is reduced, because the network/);
-  assert.match(explainReduction({why: 'network', steps: 3}), /^The picture is reduced \(3 steps\), because/);
+test('a reduced picture is told with its reason and, where there are more, its steps', () => {
+  assert.match(text('help.reduced', {count: 1}), /^The picture is reduced, because the network/);
+  assert.match(text('help.reduced', {count: 3}), /^The picture is reduced \(3 steps\), because/);
 });

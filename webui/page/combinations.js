@@ -1,17 +1,19 @@
 // Keys that the supporter's browser or system keeps for itself, to be sent from a list.
 
+import {say} from './language.js';
+
 const combinations = [
-  {label: 'Ctrl+Alt+Del', codes: ['ControlLeft', 'AltLeft', 'Delete']},
-  {label: 'Alt+Tab', codes: ['AltLeft', 'Tab']},
-  {label: 'Alt+F4', codes: ['AltLeft', 'F4']},
-  {label: 'Super', codes: ['MetaLeft']},
-  {label: 'Ctrl+W', codes: ['ControlLeft', 'KeyW']},
-  {label: 'Ctrl+T', codes: ['ControlLeft', 'KeyT']},
-  {label: 'Ctrl+N', codes: ['ControlLeft', 'KeyN']},
-  {label: 'Ctrl+Tab', codes: ['ControlLeft', 'Tab']},
-  {label: 'Ctrl+Alt+Home', codes: ['ControlLeft', 'AltLeft', 'Home']},
-  {label: 'F11', codes: ['F11']},
-  {label: 'Escape', codes: ['Escape']},
+  {name: 'ctrlAltDel', codes: ['ControlLeft', 'AltLeft', 'Delete']},
+  {name: 'altTab', codes: ['AltLeft', 'Tab']},
+  {name: 'altF4', codes: ['AltLeft', 'F4']},
+  {name: 'super', codes: ['MetaLeft']},
+  {name: 'ctrlW', codes: ['ControlLeft', 'KeyW']},
+  {name: 'ctrlT', codes: ['ControlLeft', 'KeyT']},
+  {name: 'ctrlN', codes: ['ControlLeft', 'KeyN']},
+  {name: 'ctrlTab', codes: ['ControlLeft', 'Tab']},
+  {name: 'ctrlAltHome', codes: ['ControlLeft', 'AltLeft', 'Home']},
+  {name: 'f11', codes: ['F11']},
+  {name: 'escape', codes: ['Escape']},
 ];
 
 // The host's events of keys that go down one after the other and up in the opposite order.
@@ -47,10 +49,10 @@ export class CombinationMenu {
     if (!enabled) this.#unfold(false);
   }
 
-  #entry({label, codes}, onChosen) {
+  #entry({name, codes}, onChosen) {
     const entry = document.createElement('button');
     entry.type = 'button';
-    entry.textContent = label;
+    say(entry, `keys.${name}`);
     entry.onclick = () => {
       this.#unfold(false);
       onChosen(codes);

@@ -2,6 +2,8 @@
 // the page's own server, with a new attempt after growing pauses whenever it is lost, or whatever
 // else carries the same messages. They are described in the server's PageMessage.h.
 
+import {say} from './language.js';
+
 const retryFirstMs = 500;
 const retryLongestMs = 10_000;
 
@@ -148,13 +150,13 @@ export class Connection extends EventTarget {
 
 // Says in an element of the page whether it is connected.
 export function showConnection(connection, element) {
-  const show = (state, text) => {
+  const show = (state, id, values) => {
     element.dataset.state = state;
-    element.textContent = text;
+    say(element, id, values);
   };
-  connection.addEventListener('open', () => show('connected', 'Connected'));
+  connection.addEventListener('open', () => show('connected', 'connection.connected'));
   connection.addEventListener('closed', ({detail}) => {
     const seconds = Math.ceil(detail.retryMs / 1000);
-    show('disconnected', `Connection lost, trying again in ${seconds} s`);
+    show('disconnected', 'connection.lost', {seconds});
   });
 }

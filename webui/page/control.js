@@ -6,6 +6,7 @@ import {FeedbackLoopDetector} from './feedback.js';
 import {InputQueue} from './inputqueue.js';
 import {Keyboard, isEscapeShortcut} from './keyboard.js';
 import {keyCodes} from './keycodes.js';
+import {onLanguage, say, setText, text} from './language.js';
 import {Pointer} from './pointer.js';
 import {sentence} from './texts.js';
 import {Wheel} from './wheel.js';
@@ -14,18 +15,6 @@ const troubleShownMs = 6000;
 
 const system = navigator.userAgentData?.platform ?? navigator.platform;
 const isMac = /mac/i.test(system);
-const escapeShortcut = isMac ? 'Control+Option+Home' : 'Ctrl+Alt+Home';
-
-const hints = {
-  off: '',
-  watching:
-    'You are only watching. Switch View only off to use this computer’s mouse and keyboard. Leave it ' +
-    'on if this page is open on the very screen that you see: your own mouse pointer would jump.',
-  refused: 'You can only watch now: control is not given, or was taken back, on the customer’s page.',
-  unfocused: 'Click the picture to use its mouse and keyboard.',
-  taking: `Your mouse and keyboard work in the picture. ${escapeShortcut} or a click outside leaves it.`,
-};
-
 const byId = (id) => document.getElementById(id);
 
 export class Control {
@@ -64,6 +53,7 @@ export class Control {
     this.#switch.onclick = () => this.#switchTo(!this.#viewOnly);
     this.#listenToPicture();
     this.#listenToWindow();
+    onLanguage(() => this.#review()); // the shortcut's name
     this.#review();
   }
 
@@ -221,8 +211,7 @@ export class Control {
   #showTrouble(error) {
     if (error.code === 'input_overflow') this.#forgetGestures();
     const notice = byId('control-trouble');
-    const text = sentence(error);
-    if (notice.textContent !== text) notice.textContent = text;
+    setText(notice, sentence(error));
     clearTimeout(this.#troubleTimer);
     this.#troubleTimer = setTimeout(() => {
       notice.textContent = '';
@@ -234,14 +223,14 @@ export class Control {
     this.#switch.disabled = !canSwitch;
     this.#switch.setAttribute('aria-pressed', String(this.#viewOnly));
     this.#menu.setEnabled(this.#isReady);
-    const hint = byId('control-hint');
-    const text = hints[this.#mood()];
-    if (hint.textContent !== text) hint.textContent = text;
+    const mood = this.#mood();
+    const shortcut = text(isMac ? 'control.escapeOnMac' : 'control.escape');
+    say(byId('control-hint'), mood && `control.${mood}`, {shortcut});
     this.#reviewPicture();
   }
 
   #mood() {
-    if (!this.#connected || !this.#live) return 'off';
+    if (!this.#connected || !this.#live) return '';
     if (!this.#allowed) return 'refused';
     if (this.#viewOnly) return 'watching';
     return this.#isTaking ? 'taking' : 'unfocused';

@@ -4,69 +4,19 @@
 import {Connection, showConnection} from './connection.js';
 import {Guests} from './guests.js';
 import {Invitations} from './invite.js';
+import {advice, hasText, loadTexts, onLanguage, say, setText} from './language.js';
 import {showReports} from './report.js';
 import {explain, sentence} from './texts.js';
 
+await loadTexts();
+
 const permissionsPollMs = 4000;
 
-const headlines = {
-  idle: {
-    what: 'Nobody can see your screen.',
-    next: 'Allow the session when your supporter asks you to. You can stop it at any time.',
-  },
-  starting: {what: 'Starting the session…', next: 'Your screen will be visible in a moment.'},
-  live: {
-    what: 'Your screen is being shared.',
-    next: 'Your supporter sees everything on it, but only watches. Stop whenever you like.',
-  },
-  controlled: {
-    what: 'Your screen, mouse and keyboard are being shared.',
-    next: 'Your supporter can use your mouse and keyboard. Stop whenever you like.',
-  },
-  ended: {
-    what: 'Sharing has stopped.',
-    next: 'Nobody can see your screen any more.',
-  },
-  unknown: {
-    what: 'Quorvin Support cannot be reached.',
-    next: 'If your screen was being shared, that stops by itself within ten seconds.',
-  },
-};
-
 // Where nobody sits at the computer, whoever opens this page comes to support it.
-const unattendedHeadlines = {
-  ...headlines,
-  idle: {
-    what: 'Unattended access is on.',
-    next: 'A session starts by itself when this page is opened.',
-  },
-  live: {
-    what: 'A supporter is connected to this unattended computer.',
-    next: 'The session started by itself, as the owner of the account allowed. It can be stopped here.',
-  },
-  controlled: {
-    what: 'A supporter is connected to this unattended computer.',
-    next:
-      'The supporter can use its mouse and keyboard. The session started by itself, as the owner of ' +
-      'the account allowed, and can be stopped here.',
-  },
-  ended: {
-    what: 'The unattended session has ended.',
-    next: 'Start it again here, or open this page again later.',
-  },
-};
-
-// Where supporters on other computers come with a link, no page begins without one.
-const remoteIdle = {
-  what: 'Unattended access is on.',
-  next: 'A session starts by itself when a supporter comes with the device link.',
-};
-
-const controlTexts = {
-  watched: 'Allow watching only',
-  controlled: 'Take back control',
-  refused: 'Allow control again',
-};
+function headlineOf(name, isUnattended) {
+  const isOwn = isUnattended && hasText(`unattended.${name}.what`);
+  return isOwn ? advice(`unattended.${name}`) : advice(`headline.${name}`);
+}
 
 const byId = (id) => document.getElementById(id);
 
@@ -98,6 +48,10 @@ class CustomerSide {
     setInterval(() => {
       if (!this.#allGranted) this.#refreshPermissions();
     }, permissionsPollMs);
+    onLanguage(() => {
+      if (this.#state) this.showSession(this.#state);
+      else if (byId('session').dataset.state === 'unknown') this.disconnected();
+    });
   }
 
   // And for nobody else. Still known when this page is loaded again.
@@ -114,15 +68,14 @@ class CustomerSide {
     try {
       const capabilities = await this.#connection.call('capabilities');
       this.#unattended = capabilities.unattended === true;
-      byId('device-name').textContent = this.#unattended
-        ? capabilities.unattendedName
-        : capabilities.deviceName;
+      const {unattendedName, deviceName} = capabilities;
+      setText(byId('device-name'), this.#unattended ? unattendedName : deviceName);
     } catch {
-      byId('device-name').textContent = 'this computer';
+      say(byId('device-name'), 'customer.thisComputer');
     }
     if (!this.#unattended) return;
-    byId('allow-button').textContent = 'Start the session';
-    byId('show-supporter').textContent = 'Open the supporter’s page';
+    say(byId('allow-button'), 'customer.start');
+    say(byId('show-supporter'), 'customer.openSupporter');
     this.#startsByItself = !this.#isRemote;
     if (this.#state) this.showSession(this.#state);
   }
@@ -130,7 +83,7 @@ class CustomerSide {
   disconnected() {
     this.#state = null;
     byId('desktop-link').disabled = true;
-    this.#show('unknown', headlines.unknown, false);
+    this.#show('unknown', headlineOf('unknown'), false);
     byId('allow-button').disabled = true;
     byId('stop-button').disabled = true;
     byId('control-button').disabled = true;
@@ -144,18 +97,18 @@ class CustomerSide {
     if (isRunning(this.#state) && !running) this.#sharesForGuests = false;
     this.#state = state;
     byId('desktop-link').disabled = false;
-    const texts = this.#unattended ? unattendedHeadlines : headlines;
+    // Where supporters on other computers come with a link, no page begins without one.
     const awaitsLink = this.#unattended && this.#isRemote && !running;
-    const shared = session === 'live' && input ? texts.controlled : texts[session];
-    const text = awaitsLink ? remoteIdle : shared;
-    this.#show(session, error ? explain(error) : text, Boolean(error));
+    const shared = session === 'live' && input ? 'controlled' : session;
+    const headline = headlineOf(awaitsLink ? 'awaitsLink' : shared, this.#unattended);
+    this.#show(session, error ? explain(error) : headline, Boolean(error));
     const allow = byId('allow-button');
     const stop = byId('stop-button');
     const focused = document.activeElement;
     allow.hidden = running;
     allow.disabled = false;
     stop.hidden = !running && this.#guests === 0;
-    stop.textContent = this.#guests > 0 ? 'Stop all' : 'Stop sharing';
+    say(stop, this.#guests > 0 ? 'customer.stopAll' : 'customer.stop');
     stop.disabled = false;
     // Whoever works with the keyboard keeps their place when one button takes the other's.
     if (running && focused === allow) stop.focus();
@@ -194,7 +147,7 @@ class CustomerSide {
     const button = byId('control-button');
     button.hidden = session !== 'live';
     button.disabled = false;
-    button.textContent = controlTexts[control ? (input ? 'controlled' : 'watched') : 'refused'];
+    say(button, `rights.${control ? (input ? 'controlled' : 'watched') : 'refused'}`);
   }
 
   #startUnattended(running) {
@@ -204,16 +157,13 @@ class CustomerSide {
 
   #show(state, {what, next, detail}, isError) {
     const headline = byId('session-state');
-    headline.textContent = what;
+    setText(headline, what);
     headline.dataset.state = state;
     byId('session-advice').textContent = [detail, next].filter(Boolean).join(' ');
     const section = byId('session');
     section.dataset.state = state;
     section.classList.toggle('failed', isError);
-    byId('session-note').textContent =
-      state === 'starting' || state === 'live'
-        ? 'Closing this page stops sharing after ten seconds.'
-        : '';
+    say(byId('session-note'), ['starting', 'live'].includes(state) ? 'customer.closing' : '');
   }
 
   async allow() {
@@ -230,12 +180,12 @@ class CustomerSide {
 
   async #makeDesktopLink() {
     const result = byId('desktop-link-result');
-    result.textContent = '';
+    say(result, '');
     try {
       await this.#connection.call('createDesktopShortcut');
-      result.textContent = 'A link to Quorvin Support is on your Desktop.';
+      say(result, 'customer.desktopLinkMade');
     } catch (error) {
-      result.textContent = sentence(error);
+      setText(result, sentence(error));
     }
   }
 
@@ -244,7 +194,7 @@ class CustomerSide {
     try {
       this.#showPermissions(await this.#connection.call('requestPermissions'));
     } catch (error) {
-      byId('permissions-advice').textContent = sentence(error);
+      setText(byId('permissions-advice'), sentence(error));
     }
   }
 
@@ -262,14 +212,8 @@ class CustomerSide {
     showPermission('permission-input', accessibility);
     this.#allGranted = screenRecording && accessibility;
     byId('request-permissions').hidden = this.#allGranted;
-    byId('permissions-advice').textContent = this.#permissionsAdvice();
-  }
-
-  #permissionsAdvice() {
-    if (this.#allGranted) return '';
-    return this.#permissionsAsked
-      ? 'Turn on Quorvin Support in your system’s privacy settings, then come back to this page.'
-      : 'A session needs both. Your system will ask you to confirm.';
+    const needed = this.#permissionsAsked ? 'permissions.asked' : 'permissions.needed';
+    say(byId('permissions-advice'), this.#allGranted ? '' : needed);
   }
 }
 
@@ -278,9 +222,7 @@ const isRunning = (state) => ['starting', 'live'].includes(state?.session);
 function showPermission(id, granted) {
   const row = byId(id);
   row.dataset.granted = String(granted);
-  const verdict = row.querySelector('.verdict');
-  const text = granted ? 'Granted' : 'Not granted';
-  if (verdict.textContent !== text) verdict.textContent = text;
+  say(row.querySelector('.verdict'), granted ? 'permissions.granted' : 'permissions.notGranted');
 }
 
 const connection = new Connection();

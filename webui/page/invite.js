@@ -1,28 +1,26 @@
 // Invitations of supporters on other computers, on the customer's page: what to hand on, the question
 // before anybody sees anything, and who is connected.
 
-import {explainStage, logLine, problems} from './remotetexts.js';
+import {decimal, locale, onLanguage, say, setText, text} from './language.js';
+import {explainProblem, explainStage, logLine} from './remotetexts.js';
 
+const product = document.title;
 const qrBorder = 4; // modules
 // What has just appeared under somebody's mouse was not what they meant to press.
 const answersAfterMs = 700;
 
 const byId = (id) => document.getElementById(id);
 
-// Text that stays the same is not set again, so that screen readers do not repeat it.
-function setText(element, text) {
-  if (element.textContent !== text) element.textContent = text;
-}
-
 const clockOf = (ms) => {
   const seconds = Math.max(0, Math.round(ms / 1000));
-  return `${Math.floor(seconds / 60)}:${String(seconds % 60).padStart(2, '0')}`;
+  return `${decimal(Math.floor(seconds / 60))}:${decimal(seconds % 60, 0, 2)}`;
 };
 
 export class Invitations {
   #connection;
   #customer;
   #rows = new Map(); // by the session's id
+  #event = null;
   #state = null; // of the session on this computer
 
   // `customer` can allowGuest(withControl), and is told of guests with showGuests(count,
@@ -33,13 +31,15 @@ export class Invitations {
     byId('invite-button').onclick = () => connection.tell({invite: true});
     byId('log-button').onclick = () => this.#toggleLog();
     setInterval(() => this.#review(), 1000);
+    onLanguage(() => this.#event && this.show(this.#event));
   }
 
   // The server's event.
-  show({configured, problem, detail, full, page, sessions}) {
+  show(event) {
+    const {configured, detail, full, page, sessions} = event;
+    this.#event = event;
     byId('remote').hidden = false;
-    const name = configured ? (problem ?? (full ? 'full' : null)) : 'unconfigured';
-    const {what, next} = problems[name] ?? {what: '', next: ''};
+    const {what, next} = explainProblem(event);
     setText(byId('remote-problem'), [what, detail && `(${detail})`, next].filter(Boolean).join(' '));
     byId('invite-button').disabled = !configured || full;
     for (const [id, row] of this.#rows) {
@@ -49,7 +49,8 @@ export class Invitations {
     const guests = this.#with('connected', 'lost');
     const isCarrier = guests.some(({session}) => session.carrier);
     this.#customer.showGuests(guests.length, {isRemote: configured, isCarrier});
-    document.title = `${this.#with('asking').length > 0 ? 'Question · ' : ''}Quorvin Support`;
+    const isAsked = this.#with('asking').length > 0;
+    document.title = isAsked ? text('remote.question', {title: product}) : product;
     this.#review();
     if (!byId('log').hidden) this.#connection.tell({log: true});
   }
@@ -61,6 +62,7 @@ export class Invitations {
   }
 
   disconnected() {
+    this.#event = null;
     for (const [id, row] of this.#rows) this.#remove(id, row);
     this.#customer.showGuests(0, {isRemote: false, isCarrier: false});
     byId('remote').hidden = true;
@@ -158,8 +160,8 @@ class Row {
     const isOver = explainStage(session).isOver;
     this.#part('actions').hidden = isOver || stage === 'asking';
     this.#part('control').hidden = stage !== 'connected';
-    setText(this.#part('control'), session.control ? 'Take back control' : 'Give control');
-    setText(this.#part('end'), session.name ? 'Disconnect' : 'Withdraw this invitation');
+    say(this.#part('control'), session.control ? 'rights.controlled' : 'rights.give');
+    say(this.#part('end'), session.name ? 'remote.disconnect' : 'remote.withdraw');
     if (before === stage) return;
     this.#news(explainStage(session).what);
     // What had the focus may be gone; whoever works with the keyboard goes on from here.
@@ -177,7 +179,7 @@ class Row {
     setText(this.#part('title'), what);
     setText(this.#part('advice'), next);
     const expires = stage === 'waiting' && expiresInMs !== null;
-    const left = expires ? `Good for another ${clockOf(expiresInMs - passedMs)} minutes` : '';
+    const left = expires ? text('remote.goodFor', {left: clockOf(expiresInMs - passedMs)}) : '';
     setText(this.#part('countdown'), left);
     const tooSoon = performance.now() < this.#askedAt + answersAfterMs - 1;
     for (const name of ['watch', 'both']) this.#part(name).disabled = tooSoon;
@@ -197,7 +199,7 @@ class Row {
     const input = this.#part('link');
     input.select();
     await navigator.clipboard.writeText(input.value);
-    setText(this.#part('copied'), 'Copied. Send it to your supporter only.');
+    say(this.#part('copied'), 'remote.copied');
   }
 
   #draw(rows) {
@@ -219,7 +221,7 @@ function logRow(entry) {
   const row = document.createElement('li');
   const time = document.createElement('time');
   time.dateTime = entry.time;
-  time.textContent = new Date(entry.time).toLocaleString();
+  time.textContent = new Date(entry.time).toLocaleString(locale);
   row.append(time, ' · ', logLine(entry));
   return row;
 }

@@ -5,34 +5,13 @@ import {KeptFile, isDelta, isJpeg} from './framedelta.js';
 import {isH264} from './h264.js';
 import {H264Decoder, H264Unsupported} from './h264decoder.js';
 import {decodeJpeg} from './jpegdecoder.js';
+import {decimal, say, setText, text} from './language.js';
 import {Statistics} from './statistics.js';
-import {explain} from './texts.js';
 
 const staleAfterMs = 2000;
 const reviewEveryMs = 250;
 
 const byId = (id) => document.getElementById(id);
-
-const badges = {
-  off: 'No session',
-  starting: 'Starting',
-  live: 'Live',
-  waiting: 'Waiting',
-  disconnected: 'Not connected',
-};
-
-const emptyTexts = {
-  off: 'The picture appears here once the customer allows the session.',
-  starting: 'Waiting for the first picture…',
-  live: '',
-  waiting: '',
-  disconnected: 'Not connected. The picture returns with the connection.',
-};
-
-const unattendedEmptyTexts = {
-  ...emptyTexts,
-  off: 'The picture appears here once the unattended session has started.',
-};
 
 export class Picture {
   #unattended = false;
@@ -150,7 +129,7 @@ export class Picture {
     } catch (error) {
       if (!(error instanceof H264Unsupported)) throw error;
       if (generation !== this.#generation) return;
-      this.#problem = explain({code: 'h264_unsupported'}).what;
+      this.#problem = 'error.h264_unsupported.what';
       this.#review();
       this.#onUnsupported();
     }
@@ -165,7 +144,7 @@ export class Picture {
 
   #show({format, wholeBytes, drawings, decodeMs}, wireBytes, arrivedAt) {
     this.#isCurrent = drawings !== null;
-    this.#problem = drawings === null ? 'The last picture could not be read.' : '';
+    this.#problem = drawings === null ? 'picture.unreadable' : '';
     if (drawings !== null) {
       for (const drawing of drawings) this.#put(drawing);
       this.#format = format;
@@ -213,20 +192,21 @@ export class Picture {
     stage.dataset.state = state;
     stage.dataset.picture = this.#shownSince === null ? 'none' : 'shown';
     const inSession = state === 'live' || state === 'waiting';
-    setText('picture-badge', badges[state] + (this.#unattended && inSession ? ' · unattended' : ''));
+    const badge = text(`picture.badge.${state}`);
+    const isUnattended = this.#unattended && inSession;
+    setText(byId('picture-badge'), isUnattended ? text('picture.unattended', {badge}) : badge);
     byId('picture-badge').dataset.state = state;
-    setText('empty', (this.#unattended ? unattendedEmptyTexts : emptyTexts)[state]);
-    setText('notice', state === 'waiting' ? this.#notice(now) : '');
+    const emptiness = this.#unattended && state === 'off' ? 'unattended' : state;
+    say(byId('empty'), inSession ? '' : `picture.empty.${emptiness}`);
+    setText(byId('notice'), state === 'waiting' ? this.#notice(now) : '');
     byId('notice').hidden = state !== 'waiting';
     this.#showStats(now);
   }
 
   #notice(now) {
-    if (this.#problem) return this.#problem;
+    if (this.#problem) return text(this.#problem);
     const seconds = Math.floor((now - (this.#shownSince ?? this.#liveSince)) / 1000);
-    return this.#shownSince === null
-      ? `No picture for ${seconds} s — the screen may be still`
-      : `No new picture for ${seconds} s — the screen may be still`;
+    return text(this.#shownSince === null ? 'picture.none' : 'picture.noNew', {seconds});
   }
 
   #toggleStats() {
@@ -239,14 +219,17 @@ export class Picture {
   #showStats(now) {
     const seen = this.#shownSince !== null;
     const {perSecond, megabitsPerSecond, each} = this.#statistics.over(now);
-    setText('stats-format', seen ? this.#format : '–');
-    setText('stats-rate', seen ? perSecond.toFixed(1) : '–');
-    setText('stats-bits', seen ? megabitsPerSecond.toFixed(1) : '–');
-    setText('stats-size', each === null ? '–' : kilobytes(each.wireBytes));
-    setText('stats-whole', each === null ? '–' : kilobytes(each.wholeBytes));
-    setText('stats-decode', each === null ? '–' : each.decodeMs.toFixed(1));
-    setText('stats-age', seen ? `${((now - this.#shownSince) / 1000).toFixed(1)} s` : '–');
-    setText('stats-extent', seen ? `${this.#canvas.width} × ${this.#canvas.height}` : '–');
+    const show = (name, value) => setText(byId(`stats-${name}`), value ?? '–');
+    show('format', seen ? this.#format : null);
+    show('rate', seen ? tenths(perSecond) : null);
+    show('bits', seen ? tenths(megabitsPerSecond) : null);
+    show('size', each && kilobytes(each.wireBytes));
+    show('whole', each && kilobytes(each.wholeBytes));
+    show('decode', each && tenths(each.decodeMs));
+    const seconds = seen && tenths((now - this.#shownSince) / 1000);
+    show('age', seen ? text('statistics.seconds', {seconds}) : null);
+    const {width, height} = this.#canvas;
+    show('extent', seen ? `${decimal(width)} × ${decimal(height)}` : null);
   }
 }
 
@@ -271,13 +254,8 @@ function wholeOf({image, width, height}) {
   return {image, from: [0, 0], to: [0, 0], size: [width, height], isWhole: true};
 }
 
-const kilobytes = (bytes) => (bytes / 1000).toFixed(bytes < 10_000 ? 1 : 0);
-
-// Text that stays the same is not set again, so that screen readers do not repeat it.
-function setText(id, text) {
-  const element = byId(id);
-  if (element.textContent !== text) element.textContent = text;
-}
+const tenths = (value) => decimal(value, 1);
+const kilobytes = (bytes) => decimal(bytes / 1000, bytes < 10_000 ? 1 : 0);
 
 function toggleFullScreen() {
   if (document.fullscreenElement) {

@@ -1,5 +1,7 @@
 // What the customer can read and send to whoever helps with the program.
 
+import {say} from './language.js';
+
 const byId = (id) => document.getElementById(id);
 
 export function showReports(connection) {
@@ -8,7 +10,7 @@ export function showReports(connection) {
   const show = (shown) => {
     byId('report').hidden = !shown;
     button.setAttribute('aria-expanded', String(shown));
-    byId('report-copied').textContent = '';
+    say(byId('report-copied'), '');
   };
   button.onclick = () => {
     if (byId('report').hidden) connection.tell({report: true});
@@ -17,7 +19,7 @@ export function showReports(connection) {
   byId('report-copy').onclick = async () => {
     text.select();
     await navigator.clipboard.writeText(text.value);
-    byId('report-copied').textContent = 'Copied.';
+    say(byId('report-copied'), 'report.copied');
   };
   connection.addEventListener('report', ({detail}) => {
     text.value = `${detail.text}Browser: ${navigator.userAgent}\n`;

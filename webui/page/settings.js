@@ -1,25 +1,17 @@
 // The supporter's picture settings: three profiles that fill in every setting, and the form that
 // sends them to the host.
 
+import {say, setText} from './language.js';
 import {sentence} from './texts.js';
 
 const profiles = {
-  fast: {
-    hint: 'Small pictures that arrive quickly, for slow connections.',
-    values: {max_width: 1280, max_height: 800, fps: 30, bitrate_mbps: 3, jpeg_quality: 55, queue_depth: 2},
-  },
-  balanced: {
-    hint: 'Good for most sessions.',
-    values: {max_width: 1920, max_height: 1200, fps: 30, bitrate_mbps: 7, jpeg_quality: 72, queue_depth: 3},
-  },
-  sharp: {
-    hint: 'Fine text and detail, for fast connections.',
-    values: {max_width: 3840, max_height: 2160, fps: 24, bitrate_mbps: 16, jpeg_quality: 90, queue_depth: 3},
-  },
+  fast: {max_width: 1280, max_height: 800, fps: 30, bitrate_mbps: 3, jpeg_quality: 55, queue_depth: 2},
+  balanced: {max_width: 1920, max_height: 1200, fps: 30, bitrate_mbps: 7, jpeg_quality: 72, queue_depth: 3},
+  sharp: {max_width: 3840, max_height: 2160, fps: 24, bitrate_mbps: 16, jpeg_quality: 90, queue_depth: 3},
 };
 const common = {show_cursor: true, codec: 'jpeg'};
 // What a new session begins with; the host does not say.
-const hostDefaults = {profile: 'balanced', ...common, ...profiles.balanced.values};
+const hostDefaults = {profile: 'balanced', ...common, ...profiles.balanced};
 
 const byId = (id) => document.getElementById(id);
 
@@ -77,7 +69,7 @@ export class Settings {
 
   #changed(input) {
     this.#fellBack = false;
-    if (input.name === 'profile') this.#fill({...this.#read(), ...profiles[input.value].values});
+    if (input.name === 'profile') this.#fill({...this.#read(), ...profiles[input.value]});
     this.#check(input);
     this.#review();
   }
@@ -108,10 +100,8 @@ export class Settings {
     const valid = !Number.isNaN(input.valueAsNumber) && input.checkValidity();
     input.setAttribute('aria-invalid', String(!valid));
     const hint = byId(input.getAttribute('aria-describedby'));
-    hint.dataset.range ??= hint.textContent;
-    hint.textContent = valid
-      ? hint.dataset.range
-      : `Enter a whole number from ${input.min} to ${input.max}.`;
+    hint.dataset.range ??= hint.dataset.text;
+    say(hint, valid ? hint.dataset.range : 'settings.outOfRange', {min: input.min, max: input.max});
     return valid;
   }
 
@@ -120,23 +110,29 @@ export class Settings {
   }
 
   #review() {
-    byId('profile-hint').textContent = profiles[this.#form.elements.profile.value].hint;
+    say(byId('profile-hint'), `settings.hint.${this.#form.elements.profile.value}`);
     byId('apply-settings').disabled = !this.#live;
-    this.#say(this.#status(), 'neutral');
+    if (this.#live && this.#fellBack) this.#explain({code: 'h264_unsupported'}, 'neutral');
+    else this.#say(this.#status());
   }
 
   #status() {
-    if (!this.#live) return 'Settings can be applied during a session.';
-    if (this.#fellBack) return sentence({code: 'h264_unsupported'});
+    if (!this.#live) return 'settings.idle';
     const values = this.#read();
     const same = Object.keys(values).every((name) => values[name] === this.#inForce[name]);
-    if (!same) return 'Not applied yet.';
-    return this.#accepted ? 'Applied. These settings are in force.' : 'These settings are in force.';
+    if (!same) return 'settings.changed';
+    return this.#accepted ? 'settings.applied' : 'settings.inForce';
   }
 
-  #say(text, kind) {
+  #say(id, kind = 'neutral') {
     const result = byId('settings-result');
-    if (result.textContent !== text) result.textContent = text;
+    say(result, id);
+    result.dataset.kind = kind;
+  }
+
+  #explain(error, kind) {
+    const result = byId('settings-result');
+    setText(result, sentence(error));
     result.dataset.kind = kind;
   }
 
@@ -144,16 +140,16 @@ export class Settings {
     const wrong = this.#numbers().filter((input) => !this.#check(input));
     if (wrong.length > 0) {
       wrong[0].focus();
-      this.#say('Invalid picture settings. Correct the marked ones first.', 'bad');
+      this.#say('settings.invalid', 'bad');
       return;
     }
-    this.#say('Applying…', 'neutral');
+    this.#say('settings.applying');
     this.#fellBack = false;
     this.#fallBackTried = false;
     this.#applying = true;
     const applied = await this.#send(this.#read());
     this.#applying = false;
-    if (applied) this.#say('Applied. These settings are in force.', 'neutral');
+    if (applied) this.#say('settings.applied');
   }
 
   // Resolves with whether the host has accepted; what went wrong is said.
@@ -162,7 +158,7 @@ export class Settings {
       await this.#connection.call('configureStream', settings);
       return true;
     } catch (error) {
-      this.#say(sentence(error), 'bad');
+      this.#explain(error, 'bad');
       return false;
     }
   }

@@ -3,6 +3,7 @@
 import assert from 'node:assert/strict';
 import {test} from 'node:test';
 
+import './english.js';
 import {explainStage, logLine} from '../../page/remotetexts.js';
 
 const session = {name: 'Ann', code: '', control: false, path: 'direct'};
