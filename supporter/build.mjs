@@ -2,7 +2,7 @@
 // for place.json.
 
 import {execFileSync} from 'node:child_process';
-import {copyFileSync, mkdirSync, readFileSync, rmSync, writeFileSync} from 'node:fs';
+import {copyFileSync, cpSync, mkdirSync, readFileSync, rmSync, writeFileSync} from 'node:fs';
 import {join, resolve} from 'node:path';
 import {fileURLToPath} from 'node:url';
 
@@ -21,8 +21,8 @@ function replaced(text, part, by) {
 function markup() {
   const [view] = read('../webui/page/supporter.html').match(/ *<section.*<\/section>\n/s);
   const more =
-    '  <div><dt>Way</dt><dd id="stats-way">–</dd></div>\n' +
-    '          <div><dt>ms there and back</dt><dd id="stats-trip">–</dd></div>\n        </dl>';
+    '  <div><dt data-text="statistics.way"></dt><dd id="stats-way">–</dd></div>\n' +
+    '          <div><dt data-text="statistics.trip"></dt><dd id="stats-trip">–</dd></div>\n        </dl>';
   const trouble = '<p id="control-trouble"';
   const reduced = `<p id="reduced" class="fine" role="status"></p>\n        ${trouble}`;
   const said = replaced(replaced(view, '</dl>', more), trouble, reduced);
@@ -36,6 +36,7 @@ writeFileSync(join(dist, 'index.html'), markup());
 const styles = ['../webui/page/app.css', '../webui/page/supporter.css', 'page.css'];
 writeFileSync(join(dist, 'page.css'), styles.map(read).join('\n'));
 copyFileSync(here('../webui/page/icon.svg'), join(dist, 'icon.svg'));
+cpSync(here('../webui/languages/'), dist, {recursive: true});
 const path = resolve(dist, 'keycodes.js');
 const tables = ['../tools/browser_keycodes.py', '../platform/mac-keycodes.csv'].map(here);
 execFileSync('python3', ['-B', ...tables, path]);

@@ -12,7 +12,13 @@ import {join} from 'node:path';
 const [page, address, port, brokerPort, certificate, key] = process.argv.slice(2);
 const isSecure = certificate !== undefined;
 const place = {broker: `${isSecure ? 'wss' : 'ws'}://${address}:${port}/mqtt`, iceServers: []};
-const types = {html: 'text/html', css: 'text/css', js: 'text/javascript', svg: 'image/svg+xml'};
+const types = {
+  html: 'text/html',
+  css: 'text/css',
+  js: 'text/javascript',
+  json: 'application/json',
+  svg: 'image/svg+xml',
+};
 
 function serve(request, response) {
   const [, name] = /^\/([a-z]+\.[a-z]+)?(?:[?].*)?$/.exec(request.url) ?? [null, ' '];

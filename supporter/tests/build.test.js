@@ -22,7 +22,7 @@ test('the page is built from the markup of the page on the same computer', (cont
   const files = readdirSync(dist);
   const used = [...markup.matchAll(/(?:src|href)="([^"]*)"/g)].map(([, name]) => name);
   assert.deepEqual([...new Set(used)].sort(), ['icon.svg', 'page.css', 'page.js']);
-  for (const name of used) assert.ok(files.includes(name), name);
+  for (const name of [...used, 'en.json']) assert.ok(files.includes(name), name);
   assert.match(markup, /Content-Security-Policy" content="default-src 'none'; script-src 'self';/);
   assert.equal(/<script(?![^>]* src=)|style=|onclick=/.test(markup), false);
 });

@@ -66,6 +66,7 @@ TEST_F(WebServerTest, ServesThePageAndItsAssetsBehindTheToken) {
   EXPECT_NE(page.find("Content-Type: text/html; charset=utf-8"), std::string::npos);
   EXPECT_NE(page.find("<title>Quorvin Support</title>"), std::string::npos);
   EXPECT_NE(get(root() + "customer.js").find("Content-Type: text/javascript"), std::string::npos);
+  EXPECT_NE(get(root() + "en.json").find("Content-Type: application/json"), std::string::npos);
   EXPECT_NE(get(root() + "app.css").find("Content-Type: text/css"), std::string::npos);
   EXPECT_NE(get(root() + "icon.svg").find("Content-Type: image/svg+xml"), std::string::npos);
 }

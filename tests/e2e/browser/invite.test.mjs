@@ -4,7 +4,7 @@
 import assert from 'node:assert/strict';
 import { after, afterEach, before, beforeEach, test } from 'node:test';
 
-import { FakeProgram, idle, pageFolder, serveFiles, session } from './support/FakeProgram.mjs';
+import { FakeProgram, idle, pageFolders, serveFiles, session } from './support/FakeProgram.mjs';
 import { launch } from './support/HostPage.mjs';
 import { keyTableFolder } from './support/built.mjs';
 import { until } from './support/until.mjs';
@@ -27,7 +27,7 @@ let program;
 let complaints;
 
 before(async () => {
-  files = await serveFiles(pageFolder, keyTableFolder);
+  files = await serveFiles(...pageFolders, keyTableFolder);
   browser = await launch();
 });
 

@@ -27,7 +27,9 @@ export async function serveFiles(...folders) {
   return { address, close: () => server.close() };
 }
 
-export const pageFolder = fileURLToPath(new URL('../../../../webui/page/', import.meta.url));
+export const pageFolders = ['page', 'languages'].map((name) =>
+  fileURLToPath(new URL(`../../../../webui/${name}/`, import.meta.url)),
+);
 
 export const idle = {
   event: 'state',
