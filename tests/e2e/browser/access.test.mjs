@@ -3,7 +3,7 @@
 
 import { after, afterEach, before, test } from 'node:test';
 
-import { FakeProgram, idle, pageFolder, serveFiles, session } from './support/FakeProgram.mjs';
+import { FakeProgram, idle, pageFolders, serveFiles, session } from './support/FakeProgram.mjs';
 import { assertForEverybody } from './support/Access.mjs';
 import { launch } from './support/HostPage.mjs';
 import { keyTableFolder } from './support/built.mjs';
@@ -26,7 +26,7 @@ let page;
 let program;
 
 before(async () => {
-  files = await serveFiles(pageFolder, keyTableFolder);
+  files = await serveFiles(...pageFolders, keyTableFolder);
   browser = await launch();
 });
 
