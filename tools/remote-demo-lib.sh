@@ -71,7 +71,6 @@ explainDemo() {
   say "2. Open $1 in another window or on another computer, and enter the code."
   say "3. Answer the question on the first page."
   if [[ "$1" == https:* ]]; then
-    say "The other browser warns of the certificate, which this computer has made for itself: choose to"
-    say "go on (\"Advanced\"). Do the same once in the first browser: open $1""place.json"
+    say "It warns of the certificate, which this computer has made for itself: choose to go on (\"Advanced\")."
   fi
 }
