@@ -2,7 +2,7 @@
 // file has words for a person in it.
 
 // By the names that they have for themselves.
-export const languages = {en: 'English'};
+export const languages = {en: 'English', de: 'Deutsch'};
 const rightToLeft = ['ar', 'he'];
 const keptAs = 'language';
 
@@ -30,16 +30,35 @@ function spokenLanguage() {
 }
 
 // Puts words into the page, which does not show anything before.
-export async function loadTexts() {
-  const language = spokenLanguage();
+export async function loadTexts(language = spokenLanguage()) {
   const catalogue = await (await fetch(`${language}.json`)).json();
   useTexts(language, catalogue, navigator.languages);
   const root = document.documentElement;
   root.lang = language;
   root.dir = rightToLeft.includes(language) ? 'rtl' : 'ltr';
   textsInto(document);
+  offerLanguages(language);
   delete root.dataset.wordless;
   for (const listener of listeners) listener();
+}
+
+// In the page's menu.
+function offerLanguages(spoken) {
+  const menu = document.getElementById('language');
+  const options = Object.entries(languages).map(([language, name]) => {
+    const option = new Option(name, language, false, language === spoken);
+    option.lang = language;
+    return option;
+  });
+  if (menu.length === 0) menu.append(...options);
+  menu.onchange = async () => {
+    try {
+      await loadTexts(menu.value);
+      localStorage.setItem(keptAs, menu.value);
+    } catch {
+      menu.value = document.documentElement.lang; // the program is gone
+    }
+  };
 }
 
 const listeners = [];

@@ -1,0 +1,136 @@
+// The pages in another language than English: as the browser asks for it, and as it is chosen.
+
+import assert from 'node:assert/strict';
+import { spawnSync } from 'node:child_process';
+import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { after, afterEach, before, beforeEach, test } from 'node:test';
+import { fileURLToPath } from 'node:url';
+
+import { FakeProgram, idle, pageFolders, serveFiles, session } from './support/FakeProgram.mjs';
+import { launch } from './support/HostPage.mjs';
+import { artifacts, keyTableFolder } from './support/built.mjs';
+import { until } from './support/until.mjs';
+
+const builder = fileURLToPath(new URL('../../../supporter/build.mjs', import.meta.url));
+const languages = new URL('../../../webui/languages/', import.meta.url);
+const textsOf = (language) => JSON.parse(readFileSync(new URL(`${language}.json`, languages), 'utf8'));
+const connected = { ...session, stage: 'connected', name: 'Ann', control: true, sinceMs: 0, path: 'direct' };
+const asking = { ...session, id: 2, stage: 'asking', name: 'Ben', words: ['one', 'two', 'three'] };
+const live = { ...idle, session: 'live', input: true };
+
+let folder;
+let files;
+let elsewhere;
+let browser;
+let context;
+let complaints;
+
+before(async () => {
+  folder = mkdtempSync(join(tmpdir(), 'quorvin-languages-'));
+  assert.equal(spawnSync(process.execPath, [builder, folder]).status, 0);
+  files = await serveFiles(...pageFolders, keyTableFolder);
+  elsewhere = await serveFiles(folder);
+  browser = await launch();
+});
+
+beforeEach(() => {
+  complaints = [];
+});
+
+afterEach(async () => {
+  await context.close();
+  assert.deepEqual(complaints, []);
+});
+
+after(async () => {
+  await browser?.close();
+  files?.close();
+  elsewhere?.close();
+  rmSync(folder, { recursive: true });
+});
+
+async function speak(locale) {
+  context = await browser.newContext({ locale, viewport: { width: 1280, height: 900 } });
+}
+
+async function open(address, state = null) {
+  const page = await context.newPage();
+  page.on('pageerror', (error) => complaints.push(String(error)));
+  const program = state && (await FakeProgram.attach(page));
+  await page.goto(address);
+  await page.waitForSelector('html:not([data-wordless])', { state: 'attached' });
+  if (!state) return { page };
+  await until('the page', () => program.socket);
+  program.send(state);
+  return { page, program };
+}
+
+const openCustomers = (state) => open(`${files.address}0123/`, state);
+const openSupporters = (state) => open(`${files.address}0123/supporter.html`, state);
+const says = (page, selector, text) =>
+  until(text, async () => (await page.textContent(selector)) === text);
+const choose = (page, language) => page.selectOption('#language', language);
+const picture = (page, name) => page.screenshot({ path: join(artifacts, `${name}.png`), fullPage: true });
+
+async function assertNothingOverlaps(page) {
+  const wide = await page.evaluate(() => document.documentElement.scrollWidth > innerWidth);
+  assert.equal(wide, false);
+  const clipped = await page.evaluate(() =>
+    [...document.querySelectorAll('button, h1, h2, .chip')]
+      .filter((element) => element.offsetParent && element.scrollWidth > element.clientWidth + 1)
+      .map((element) => element.textContent),
+  );
+  assert.deepEqual(clipped, []);
+}
+
+for (const [language, direction, locale] of [['de', 'ltr', 'de-AT']]) {
+  const texts = textsOf(language);
+
+  test(`${language}: the customer’s page is as the browser asks for it`, async () => {
+    await speak(locale);
+    const { page, program } = await openCustomers(live);
+    program.sendRemote([connected, asking]);
+    await says(page, '#session-state', texts['headline.controlled.what']);
+    await says(page, '#invite-button', texts['remote.invite']);
+    assert.equal(await page.getAttribute('html', 'lang'), language);
+    assert.equal(await page.getAttribute('html', 'dir'), direction);
+    await assertNothingOverlaps(page);
+    await picture(page, `customer-${language}`);
+  });
+
+  test(`${language}: so are the supporters’ pages`, async () => {
+    await speak(locale);
+    const { page } = await openSupporters(live);
+    await says(page, '#view-only', texts['control.viewOnly']);
+    assert.equal(await page.title(), texts['picture.title']);
+    await page.click('#toggle-stats');
+    await assertNothingOverlaps(page);
+    await picture(page, `supporter-${language}`);
+    const { page: other } = await open(elsewhere.address);
+    await says(other, '#first-heading', texts['help.heading']);
+    await assertNothingOverlaps(other);
+    await picture(other, `elsewhere-${language}`);
+  });
+}
+
+test('a choice changes all that is shown, and is kept', async () => {
+  await speak('fr-FR');
+  const { page, program } = await openCustomers(live);
+  program.sendRemote([connected]);
+  const [english, german] = ['en', 'de'].map(textsOf);
+  await says(page, '#session-state', english['headline.controlled.what']);
+  await choose(page, 'de');
+  await says(page, '#session-state', german['headline.controlled.what']);
+  await says(page, '#connection-state', german['connection.connected']);
+  await says(page, '#stop-button', german['customer.stopAll']);
+  await says(page, '.guest [data-part=end]', german['remote.disconnect']);
+  await until('the guest', async () => (await page.textContent('.guest h3')).endsWith('benutzen.'));
+  const { page: supporters } = await openSupporters(idle);
+  await says(supporters, '#picture-badge', german['picture.badge.off']);
+  await choose(supporters, 'en');
+  await says(supporters, '#picture-badge', english['picture.badge.off']);
+  await page.reload();
+  assert.equal(await page.getAttribute('html', 'lang'), 'en');
+});
