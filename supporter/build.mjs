@@ -40,6 +40,8 @@ cpSync(here('../webui/languages/'), dist, {recursive: true});
 const path = resolve(dist, 'keycodes.js');
 const tables = ['../tools/browser_keycodes.py', '../platform/mac-keycodes.csv'].map(here);
 execFileSync('python3', ['-B', ...tables, path]);
+const help = ['../tools/troubleshooting.py', '../docs/troubleshooting.md'].map(here);
+execFileSync('python3', ['-B', ...help, join(dist, 'help.html'), 'page.css']);
 await build({
   entryPoints: [here('main.js')],
   outfile: join(dist, 'page.js'),

@@ -35,7 +35,8 @@ struct PageAsset {
 std::optional<PageAsset> findPageAsset(const AccessRules::Resource& resource) {
   std::string_view name = resource.name;
   // A slash at the end would be overlooked.
-  if (name.find('/') != std::string_view::npos || name.ends_with(".html")) return std::nullopt;
+  const bool isRolesPage = name.ends_with(".html") && name != "help.html";
+  if (name.find('/') != std::string_view::npos || isRolesPage) return std::nullopt;
   if (name.empty()) name = resource.role == PageRole::customer ? "index.html" : "supporter.html";
   const auto path = "/com/quorvin/webui/" + std::string(name);
   const GlibPtr<GBytes> bytes(g_resource_lookup_data(quorvin_page_get_resource(), path.c_str(),

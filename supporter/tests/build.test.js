@@ -23,6 +23,9 @@ test('the page is built from the markup of the page on the same computer', (cont
   const used = [...markup.matchAll(/(?:src|href)="([^"]*)"/g)].map(([, name]) => name);
   assert.deepEqual([...new Set(used)].sort(), ['icon.svg', 'page.css', 'page.js']);
   for (const name of [...used, 'en.json']) assert.ok(files.includes(name), name);
+  const help = readFileSync(join(dist, 'help.html'), 'utf8');
+  assert.match(help, /<link rel="stylesheet" href="page.css">/);
+  assert.match(help, /id="stage.noWay"/);
   assert.match(markup, /Content-Security-Policy" content="default-src 'none'; script-src 'self';/);
   assert.equal(/<script(?![^>]* src=)|style=|onclick=/.test(markup), false);
 });

@@ -141,6 +141,19 @@ TEST_F(WebServerTest, HasNoOtherFiles) {
   EXPECT_EQ(statusOf(get(root() + "%2e%2e/app.css")), 404);
 }
 
+TEST_F(WebServerTest, ServesHelpToBothAndNoOtherPageByItsName) {
+  for (const auto role : {PageRole::customer, PageRole::supporter}) {
+    const auto address = server.access().address(role);
+    const auto path = address.substr(address.find('/', std::string("http://").size()));
+    const auto help = get(path + "help.html");
+    EXPECT_EQ(statusOf(help), 200);
+    EXPECT_NE(help.find("Content-Type: text/html"), std::string::npos);
+    EXPECT_NE(help.find("id=\"error.capture_failed\""), std::string::npos);
+    EXPECT_EQ(statusOf(get(path + "index.html")), 404);
+    EXPECT_EQ(statusOf(get(path + "supporter.html")), 404);
+  }
+}
+
 TEST_F(WebServerTest, RefusesNamesThatOnlyResolveToThisMachine) {
   const auto portText = std::to_string(port());
   for (const auto& host :
