@@ -4,6 +4,7 @@
 import mqtt from 'mqtt';
 
 import {Connection} from '../webui/page/connection.js';
+import {linkHelp} from '../webui/page/helplink.js';
 import {advice, decimal, loadTexts, onLanguage, say, setText, text} from '../webui/page/language.js';
 import {Peer} from '../webui/page/peer.js';
 import {makeView} from '../webui/page/view.js';
@@ -27,7 +28,9 @@ function readLink() {
   const fragment = location.hash;
   if (fragment.length < 2) return null;
   const parsed = parseLink(fragment);
-  say(byId('link-problem'), linkProblems[parsed ? parsed.outcome : 'unreadable'] ?? '');
+  const problem = linkProblems[parsed ? parsed.outcome : 'unreadable'] ?? '';
+  say(byId('link-problem'), problem);
+  linkHelp(byId('link-problem'), problem);
   return parsed?.way ? parsed : null;
 }
 
@@ -69,7 +72,7 @@ function ask() {
 
 function show() {
   const stage = help?.stage;
-  const {what, next} = stage && stage !== 'connected' ? advice(`stage.${stage}`) : {what: '', next: ''};
+  const said = stage && stage !== 'connected' ? advice(`stage.${stage}`) : {what: '', next: ''};
   const isOver = help?.isOver ?? true;
   if (stage === 'asked') forgetLink();
   byId('ask-form').hidden = stage !== undefined;
@@ -78,8 +81,9 @@ function show() {
   byId('first').hidden = stage === 'connected';
   byId('progress').hidden = stage === undefined;
   byId('progress').dataset.stage = isOver ? 'over' : stage;
-  setText(byId('stage-what'), what);
-  setText(byId('stage-next'), next);
+  setText(byId('stage-what'), said.what);
+  setText(byId('stage-next'), said.next);
+  linkHelp(byId('stage-next'), said.id);
   setText(byId('words'), stage === 'asked' ? help.words.join(' · ') : '');
   byId('again').hidden = !isOver;
   byId('leave').hidden = isOver;

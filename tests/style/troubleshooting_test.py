@@ -115,6 +115,14 @@ class TheTable(unittest.TestCase):
         said = {code: says for code, says, *_ in table() if "`" not in says}
         self.assertEqual(said, errors_of_pages())
 
+    def test_is_what_the_pages_link_to(self):
+        source = (root / "webui/page/helplink.js").read_text("utf-8")
+        linked = re.compile("".join(re.findall(r"'(\^[^']*|\|[^']*)'", source)).replace("\\\\", "\\"))
+        texts = {name.removesuffix(".what") for name in catalogue()} - {"error.more"}
+        codes = set(errors_of_pages()) - {"connection.lost", "picture.unreadable"}
+        self.assertEqual({name for name in texts if linked.match(name)} & codes, codes)
+        self.assertEqual({name for name in texts if linked.match(name)} - codes, set())
+
     def test_says_what_programs_and_scripts_say_and_nothing_else(self):
         rows = {says: code for code, cell, *_ in table() if "`" in cell
                 for says in re.findall(r"`([^`]*)`", cell)}

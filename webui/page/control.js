@@ -3,12 +3,13 @@
 
 import {CombinationMenu, strokesOf} from './combinations.js';
 import {FeedbackLoopDetector} from './feedback.js';
+import {linkHelp} from './helplink.js';
 import {InputQueue} from './inputqueue.js';
 import {Keyboard, isEscapeShortcut} from './keyboard.js';
 import {keyCodes} from './keycodes.js';
 import {onLanguage, say, setText, text} from './language.js';
 import {Pointer} from './pointer.js';
-import {sentence} from './texts.js';
+import {explain, sentence} from './texts.js';
 import {Wheel} from './wheel.js';
 
 const troubleShownMs = 6000;
@@ -212,9 +213,11 @@ export class Control {
     if (error.code === 'input_overflow') this.#forgetGestures();
     const notice = byId('control-trouble');
     setText(notice, sentence(error));
+    linkHelp(notice, explain(error).id);
     clearTimeout(this.#troubleTimer);
     this.#troubleTimer = setTimeout(() => {
       notice.textContent = '';
+      linkHelp(notice, '');
     }, troubleShownMs);
   }
 

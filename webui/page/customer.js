@@ -3,6 +3,7 @@
 
 import {Connection, showConnection} from './connection.js';
 import {Guests} from './guests.js';
+import {linkHelp} from './helplink.js';
 import {Invitations} from './invite.js';
 import {advice, hasText, loadTexts, onLanguage, say, setText} from './language.js';
 import {showReports} from './report.js';
@@ -155,11 +156,12 @@ class CustomerSide {
     if (!running) this.allow();
   }
 
-  #show(state, {what, next, detail}, isError) {
+  #show(state, {id, what, next, detail}, isError) {
     const headline = byId('session-state');
     setText(headline, what);
     headline.dataset.state = state;
     byId('session-advice').textContent = [detail, next].filter(Boolean).join(' ');
+    linkHelp(byId('session-advice'), id);
     const section = byId('session');
     section.dataset.state = state;
     section.classList.toggle('failed', isError);
@@ -181,11 +183,13 @@ class CustomerSide {
   async #makeDesktopLink() {
     const result = byId('desktop-link-result');
     say(result, '');
+    linkHelp(result, '');
     try {
       await this.#connection.call('createDesktopShortcut');
       say(result, 'customer.desktopLinkMade');
     } catch (error) {
       setText(result, sentence(error));
+      linkHelp(result, explain(error).id);
     }
   }
 
@@ -195,6 +199,7 @@ class CustomerSide {
       this.#showPermissions(await this.#connection.call('requestPermissions'));
     } catch (error) {
       setText(byId('permissions-advice'), sentence(error));
+      linkHelp(byId('permissions-advice'), explain(error).id);
     }
   }
 
@@ -214,6 +219,7 @@ class CustomerSide {
     byId('request-permissions').hidden = this.#allGranted;
     const needed = this.#permissionsAsked ? 'permissions.asked' : 'permissions.needed';
     say(byId('permissions-advice'), this.#allGranted ? '' : needed);
+    linkHelp(byId('permissions-advice'), '');
   }
 }
 

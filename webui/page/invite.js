@@ -1,6 +1,7 @@
 // Invitations of supporters on other computers, on the customer's page: what to hand on, the question
 // before anybody sees anything, and who is connected.
 
+import {linkHelp} from './helplink.js';
 import {decimal, locale, onLanguage, say, setText, text} from './language.js';
 import {explainProblem, explainStage, logLine} from './remotetexts.js';
 
@@ -39,8 +40,9 @@ export class Invitations {
     const {configured, detail, full, page, sessions} = event;
     this.#event = event;
     byId('remote').hidden = false;
-    const {what, next} = explainProblem(event);
+    const {id: reason, what, next} = explainProblem(event);
     setText(byId('remote-problem'), [what, detail && `(${detail})`, next].filter(Boolean).join(' '));
+    linkHelp(byId('remote-problem'), reason);
     byId('invite-button').disabled = !configured || full;
     for (const [id, row] of this.#rows) {
       if (sessions.every((session) => session.id !== id)) this.#remove(id, row);
@@ -175,9 +177,10 @@ class Row {
     const {stage, expiresInMs, sinceMs} = this.session;
     const connectedMs = sinceMs === null ? null : sinceMs + passedMs;
     const terms = {sinceMs: connectedMs, state, page: this.#page};
-    const {what, next} = explainStage(this.session, terms);
+    const {id, what, next} = explainStage(this.session, terms);
     setText(this.#part('title'), what);
     setText(this.#part('advice'), next);
+    linkHelp(this.#part('advice'), id);
     const expires = stage === 'waiting' && expiresInMs !== null;
     const left = expires ? text('remote.goodFor', {left: clockOf(expiresInMs - passedMs)}) : '';
     setText(this.#part('countdown'), left);

@@ -80,10 +80,10 @@ export function text(id, values = {}) {
   });
 }
 
-// What there is to say of something: {what: what it is, next: what to do about it, or ''}.
+// What there is to say of something: {id, what: what it is, next: what to do about it, or ''}.
 export function advice(id, values) {
   const next = `${id}.next`;
-  return {what: text(`${id}.what`, values), next: hasText(next) ? text(next, values) : ''};
+  return {id, what: text(`${id}.what`, values), next: hasText(next) ? text(next, values) : ''};
 }
 
 // A number with so many digits after the point, and at least so many before it.

@@ -1,8 +1,9 @@
 // The supporter's picture settings: three profiles that fill in every setting, and the form that
 // sends them to the host.
 
+import {linkHelp} from './helplink.js';
 import {say, setText} from './language.js';
-import {sentence} from './texts.js';
+import {explain, sentence} from './texts.js';
 
 const profiles = {
   fast: {max_width: 1280, max_height: 800, fps: 30, bitrate_mbps: 3, jpeg_quality: 55, queue_depth: 2},
@@ -127,12 +128,14 @@ export class Settings {
   #say(id, kind = 'neutral') {
     const result = byId('settings-result');
     say(result, id);
+    linkHelp(result, '');
     result.dataset.kind = kind;
   }
 
   #explain(error, kind) {
     const result = byId('settings-result');
     setText(result, sentence(error));
+    linkHelp(result, explain(error).id);
     result.dataset.kind = kind;
   }
 

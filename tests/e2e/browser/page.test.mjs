@@ -188,6 +188,23 @@ test('the report for support has what the program runs on and nobody’s name', 
   await customer.waitForSelector('#report', { state: 'hidden' });
 });
 
+test('an error leads to its row of the help, and nothing else does', async () => {
+  const { customer } = page;
+  const links = () => customer.$$eval('a.more', (all) => all.map((link) => link.href));
+  const rows = ['error.install_first', 'problem.unconfigured'];
+  const addresses = rows.map((row) => new URL(`help.html#${row}`, host.address).href);
+  assert.deepEqual(await links(), addresses);
+  const [help] = await Promise.all([
+    customer.context().waitForEvent('page'),
+    customer.click('#desktop-link-result + a'),
+  ]);
+  const row = help.locator(':target');
+  assert.match(await row.innerText(), /not installed\.[^]*What to do: Run \.\/run --install/);
+  const { y } = await row.boundingBox();
+  assert.ok(y > -1 && y < 600, `the row is at ${y}`);
+  await help.close();
+});
+
 test('the page had nothing to complain about', () => {
   assert.deepEqual(page.complaints, []);
 });
