@@ -2,8 +2,8 @@
 // file has words for a person in it.
 
 // By the names that they have for themselves.
-export const languages = {en: 'English', de: 'Deutsch'};
-const rightToLeft = ['ar', 'he'];
+export const languages = {en: 'English', de: 'Deutsch', ar: 'العربية'};
+const rightToLeft = ['ar'];
 const keptAs = 'language';
 
 let texts = {};

@@ -74,6 +74,9 @@ const says = (page, selector, text) =>
 const choose = (page, language) => page.selectOption('#language', language);
 const picture = (page, name) => page.screenshot({ path: join(artifacts, `${name}.png`), fullPage: true });
 
+const isFromLeft = (page, selector) =>
+  page.evaluate((name) => getComputedStyle(document.querySelector(name)).direction === 'ltr', selector);
+
 async function assertNothingOverlaps(page) {
   const wide = await page.evaluate(() => document.documentElement.scrollWidth > innerWidth);
   assert.equal(wide, false);
@@ -85,17 +88,23 @@ async function assertNothingOverlaps(page) {
   assert.deepEqual(clipped, []);
 }
 
-for (const [language, direction, locale] of [['de', 'ltr', 'de-AT']]) {
+const spoken = [
+  ['de', 'ltr', 'de-AT'],
+  ['ar', 'rtl', 'ar-EG'],
+];
+for (const [language, direction, locale] of spoken) {
   const texts = textsOf(language);
 
   test(`${language}: the customer’s page is as the browser asks for it`, async () => {
     await speak(locale);
     const { page, program } = await openCustomers(live);
-    program.sendRemote([connected, asking]);
+    program.sendRemote([connected, asking, { ...session, id: 3 }]);
     await says(page, '#session-state', texts['headline.controlled.what']);
     await says(page, '#invite-button', texts['remote.invite']);
     assert.equal(await page.getAttribute('html', 'lang'), language);
     assert.equal(await page.getAttribute('html', 'dir'), direction);
+    assert.equal(await isFromLeft(page, '.code'), true);
+    assert.equal(await isFromLeft(page, '#session-state'), direction === 'ltr');
     await assertNothingOverlaps(page);
     await picture(page, `customer-${language}`);
   });
