@@ -266,12 +266,13 @@ TEST_F(InstallAttack, KnowsAnInstalledCopyHoweverItsHomeIsReachedAndNoOther) {
   fs::create_directories(path("outside/Applications"));
   fs::create_directory_symlink(account.home() / bundle,
                                path("outside/Applications/Quorvin Support.app"));
-  for (const auto* home : {"link", "other", "other/../link", "link/../other/"}) {
+  for (const auto* home : {"link", "other", "other/../link", "link/../other/", "outside"}) {
     const auto enabled = account.run({"--install-unattended", "--name", "x"}, path(home));
     EXPECT_EQ(enabled.status, 0) << home << enabled.errors;
     EXPECT_EQ(account.run({"--remove-unattended"}, path(home)).status, 0) << home;
   }
-  const auto refused = account.run({"--install-unattended", "--name", "x"}, path("outside"));
+  const auto refused = account.run({"--install-unattended", "--name", "x"}, account.home(),
+                                   {"env", "HOME=" + path("outside").string()});
   EXPECT_EQ(refused.status, 1);
   EXPECT_THAT(refused.errors, HasSubstr("Move Quorvin Support to Applications"));
 }

@@ -2,9 +2,11 @@
 
 #include <glib.h>
 #include <pwd.h>
+#include <sys/auxv.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cstdlib>
 #include <string>
@@ -51,9 +53,11 @@ void LinuxFiles::takeLock() const {
 
 std::optional<fs::path> LinuxFiles::executableOfProcess() {
   std::error_code error;
-  auto path = fs::read_symlink("/proc/self/exe", error);
+  auto running = fs::read_symlink("/proc/self/exe", error);
   if (error) return {};
-  return path;
+  const auto* started = std::bit_cast<const char*>(getauxval(AT_EXECFN));
+  if (started == nullptr || *started != '/') return running;
+  return fs::equivalent(started, running, error) ? fs::path(started).lexically_normal() : running;
 }
 
 fs::path LinuxFiles::bundlePath() {

@@ -17,8 +17,10 @@ class LinuxFiles final : public Files {
   // before a folder or a file is made, replaced or removed.
   explicit LinuxFiles(std::optional<std::filesystem::path> executable, AccountLock* lock = nullptr);
 
-  // The running executable as the kernel knows it (proc(5)), its links resolved. To be asked at the
-  // start: a file that is replaced later goes by another name.
+  // The running executable: as it was started (getauxval(3)) where that is an absolute path which
+  // still leads to it, so that a bundle may be a link in an Applications folder, or else as the
+  // kernel knows it (proc(5)), its links resolved. To be asked at the start: a file that is
+  // replaced later goes by another name.
   [[nodiscard]] static std::optional<std::filesystem::path> executableOfProcess();
 
   // The folder whose "Contents/Linux" the executable is in, or else the executable's own folder. In

@@ -164,6 +164,31 @@ TEST_F(LinuxFilesTest, KnowsTheExecutableOfTheProcess) {
   EXPECT_TRUE(executable->is_absolute());
 }
 
+// Also run by the next test, in a process that was started through a link.
+TEST(StartedProcessTest, KnowsHowItWasStarted) {
+  const auto executable = LinuxFiles::executableOfProcess().value();
+  EXPECT_TRUE(fs::equivalent(executable, "/proc/self/exe"));
+  const auto* expected = std::getenv("QUORVIN_EXPECTED_EXECUTABLE");
+  EXPECT_EQ(executable, expected != nullptr ? fs::path(expected) : executable);
+}
+
+TEST_F(LinuxFilesTest, KnowsTheLinkThroughWhichTheProcessWasStarted) {
+  const auto program = *LinuxFiles::executableOfProcess();
+  const auto link = folder.path("Applications");
+  fs::create_directory_symlink(program.parent_path(), link);
+  const auto through = link / program.filename();
+  const auto test = "--gtest_filter=StartedProcessTest.*";
+  const auto startedAs = [&](const fs::path& name, const fs::path& expected) {
+    return inChild([&] {
+      setenv("QUORVIN_EXPECTED_EXECUTABLE", expected.c_str(), 1);
+      return execl(name.c_str(), name.c_str(), test, nullptr) == 0;
+    });
+  };
+  EXPECT_EQ(startedAs(through, through), 0);
+  EXPECT_EQ(startedAs(link / "." / program.filename(), through), 0);
+  EXPECT_EQ(startedAs(through.lexically_relative(fs::current_path()), program), 0);
+}
+
 TEST_F(LinuxFilesTest, TakesTheHomeFolderFromTheEnvironmentOrTheUserDatabase) {
   EXPECT_EQ(inChild([&] {
               setenv("HOME", "/home/told", 1);
