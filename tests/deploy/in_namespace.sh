@@ -2,12 +2,12 @@
 # usage: in_namespace.sh COMMAND [ARGUMENT ...]
 #
 # Runs a command as on a server of its own, and ends with its status: with a network in which there
-# is nothing, and in which /etc, /usr/local and /var can be written to without a trace. Needs root.
+# is nothing, and in which /etc, /usr and /var can be written to without a trace. Needs root.
 # Ends with 77 where that cannot be had.
 set -euo pipefail
 
 cannotRun=77
-folders=(/etc /usr/local /var)
+folders=(/etc /usr /var)
 
 fail() {
   printf 'in_namespace.sh: %s\n' "$1" >&2
