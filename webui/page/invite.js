@@ -128,6 +128,7 @@ class Row {
   #askedAt = 0;
   #state = null;
   #news;
+  #isNews = false; // the stage, until it has been said
 
   // `answer` sends what is to be done, `news` says something to those who listen to the page.
   constructor(answer, news) {
@@ -165,7 +166,7 @@ class Row {
     say(this.#part('control'), session.control ? 'rights.controlled' : 'rights.give');
     say(this.#part('end'), session.name ? 'remote.disconnect' : 'remote.withdraw');
     if (before === stage) return;
-    this.#news(explainStage(session).what);
+    this.#isNews = true;
     // What had the focus may be gone; whoever works with the keyboard goes on from here.
     if (hadFocus) this.element.focus({preventScroll: true});
   }
@@ -179,6 +180,10 @@ class Row {
     const terms = {sinceMs: connectedMs, state, page: this.#page};
     const {id, what, next} = explainStage(this.session, terms);
     setText(this.#part('title'), what);
+    // Whether somebody who is connected sees anything is not known before sharing has begun.
+    const isOpen = stage === 'connected' && (state?.session ?? 'starting') === 'starting';
+    if (this.#isNews && !isOpen) this.#news(what);
+    this.#isNews &&= isOpen;
     setText(this.#part('advice'), next);
     linkHelp(this.#part('advice'), id);
     const expires = stage === 'waiting' && expiresInMs !== null;

@@ -1,6 +1,7 @@
 // Every state of the pages on this computer, before a program that the test works, as those meet it
 // who see little, press keys instead of a mouse, or hold a telephone.
 
+import assert from 'node:assert/strict';
 import { after, afterEach, before, test } from 'node:test';
 
 import { FakeProgram, idle, pageFolders, serveFiles, session } from './support/FakeProgram.mjs';
@@ -161,4 +162,41 @@ test('the supporter’s page is for everybody: the picture fills the screen', as
   await page.click('#full-screen');
   await page.waitForSelector('#stage:fullscreen');
   await assertForEverybody(page, 'full screen');
+});
+
+// In a page: keeps what screen readers are given to say.
+function listen() {
+  globalThis.said = [];
+  const observer = new MutationObserver((records) => {
+    const regions = new Set(records.map(({ target }) => target.parentElement?.closest('[role=status], [role=alert]') ?? target.closest?.('[role=status], [role=alert]')));
+    for (const region of regions) {
+      const text = region?.innerText.trim();
+      if (text) globalThis.said.push(text.replace(/[\u2068\u2069]/g, '').replace(/\s+/g, ' '));
+    }
+  });
+  observer.observe(document.body, { subtree: true, childList: true, characterData: true });
+}
+
+test('what changes is announced once, and as it is', async () => {
+  await openCustomer();
+  program.sendRemote([asking]);
+  await page.waitForSelector('[data-part=both]:enabled');
+  await page.evaluate(listen);
+  await page.click('[data-part=both]');
+  const sendTwice = (send) => [send(), send()];
+  sendTwice(() => program.send({ ...idle, session: 'starting' }));
+  sendTwice(() => program.sendRemote([connected]));
+  sendTwice(() => program.send(live));
+  await page.waitForSelector(shared('live'));
+  sendTwice(() => program.sendRemote([{ ...connected, stage: 'ended' }]));
+  await page.waitForSelector('[data-stage=ended]');
+  sendTwice(() => program.send({ ...idle, session: 'ended' }));
+  await page.waitForSelector(shared('ended'));
+  assert.deepEqual(await page.evaluate(() => globalThis.said), [
+    'Starting the session… Your screen will be visible in a moment.',
+    'Your screen is being shared. Your supporter sees everything on it, but only watches. Stop whenever you like.',
+    'Ann Example sees your screen, and only watches.',
+    'Ann Example is not connected any more.',
+    'Sharing has stopped. Nobody can see your screen any more.',
+  ]);
 });
