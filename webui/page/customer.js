@@ -160,7 +160,7 @@ class CustomerSide {
     const headline = byId('session-state');
     setText(headline, what);
     headline.dataset.state = state;
-    byId('session-advice').textContent = [detail, next].filter(Boolean).join(' ');
+    setText(byId('session-advice'), [detail, next].filter(Boolean).join(' '));
     linkHelp(byId('session-advice'), id);
     const section = byId('session');
     section.dataset.state = state;
