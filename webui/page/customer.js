@@ -217,9 +217,14 @@ class CustomerSide {
     showPermission('permission-input', accessibility);
     this.#allGranted = screenRecording && accessibility;
     byId('request-permissions').hidden = this.#allGranted;
-    const needed = this.#permissionsAsked ? 'permissions.asked' : 'permissions.needed';
-    say(byId('permissions-advice'), this.#allGranted ? '' : needed);
+    say(byId('permissions-advice'), this.#allGranted ? '' : this.#neededAdvice());
     linkHelp(byId('permissions-advice'), '');
+  }
+
+  // Linux asks nobody: what is missing there is a display that shows all of the screen.
+  #neededAdvice() {
+    if (navigator.userAgent.includes('Linux')) return 'permissions.display';
+    return this.#permissionsAsked ? 'permissions.asked' : 'permissions.needed';
   }
 }
 

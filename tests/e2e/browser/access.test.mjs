@@ -84,6 +84,7 @@ test('the customer’s page is for everybody: permissions missing', async () => 
   const answers = { permissions: { screenRecording: false, accessibility: false } };
   await openCustomer({ answers });
   await page.waitForSelector('#permission-screen[data-granted=false]');
+  assert.match(await page.textContent('#permissions-advice'), /takes an X11 session/);
   await assertForEverybody(page, 'permissions missing');
 });
 
