@@ -1,4 +1,4 @@
-"""The words of the pages are in the catalogues, all of them and no others."""
+"""The words of pages, notifications and windows are in the catalogues, all of them and no others."""
 
 import json
 import re
@@ -48,6 +48,9 @@ class Catalogues(unittest.TestCase):
         builder = (ROOT / "supporter/build.mjs").read_text(encoding="utf-8")
         named = "".join([*self.markup.values(), builder])
         self.named = re.findall(r'data-text(?:-label)?="([^"]+)"', named)
+        sources = [*(ROOT / "webui/remote").glob("*.cpp"), *(ROOT / "platform").rglob("*.cpp")]
+        programs = "".join(path.read_text(encoding="utf-8") for path in sources)
+        self.named += re.findall(r'desktopText\("([^"]+)"', programs)
         self.groups = {name.split(".")[0] for name in self.english}
 
     def forms_of(self, name):

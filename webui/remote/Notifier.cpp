@@ -11,6 +11,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/unix/DesktopText.h"
 #include "platform/unix/ProgramStart.h"
 
 namespace quorvin::webui {
@@ -84,7 +85,7 @@ void Notifier::show(const std::string& title, const std::string& text) {
   GVariantBuilder actions;
   g_variant_builder_init(&actions, G_VARIANT_TYPE("as"));
   g_variant_builder_add(&actions, "s", stopAction);
-  g_variant_builder_add(&actions, "s", "Stop");
+  g_variant_builder_add(&actions, "s", desktopText("notification.stop").c_str());
   // The text may be read as markup, the title is not.
   const GlibPtr<char> escaped(g_markup_escape_text(text.c_str(), -1));
   g_dbus_connection_call(

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/unix/DesktopText.h"
 #include "webui/remote/QrCode.h"
 
 namespace quorvin::webui {
@@ -181,9 +182,9 @@ void RemoteSupport::setPath(RemoteId id, const std::string& path) {
   session.path = path;
   record("connected", id);
   if (!std::exchange(session.wasConnected, true)) {
-    notify(session.name + " is connected", session.control
-                                               ? "They can use your mouse and keyboard."
-                                               : "They can see your screen while you share it.");
+    notify(desktopText("notification.connected", session.name),
+           session.control ? desktopText("notification.canControl")
+                           : desktopText("notification.canWatch"));
   }
   announce();
 }
@@ -195,8 +196,8 @@ void RemoteSupport::setControl(RemoteId id, bool given) {
   if (session.stage == Stage::connected) outside.pages.admit(id, given);
   record("control", id);
   if (given) {
-    notify(session.name + " can use your mouse and keyboard",
-           "Take control back on the page of Quorvin Support.");
+    notify(desktopText("notification.controls", session.name),
+           desktopText("notification.takeBack"));
   }
   announce();
 }
@@ -294,7 +295,7 @@ void RemoteSupport::enter(RemoteId id, Stage stage, std::string_view why) {
   const bool wasLost = std::exchange(session.stage, stage) == Stage::lost;
   if (stage == Stage::asking) {
     record("asked", id);
-    notify(session.name + " asks to see your screen", "Answer on the page of Quorvin Support.");
+    notify(desktopText("notification.asks", session.name), desktopText("notification.answer"));
   } else if (stage == Stage::connected) {
     if (!wasLost) session.since = outside.now();
     session.signals = 0;

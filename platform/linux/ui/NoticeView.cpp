@@ -1,17 +1,13 @@
 #include "platform/linux/ui/NoticeView.h"
 
 #include <numbers>
+#include <string>
 
+#include "platform/unix/DesktopText.h"
 #include "platform/unix/GlibPtr.h"
 
 namespace quorvin {
 namespace {
-
-constexpr auto heading = "Continue in your browser";
-constexpr auto explanation =
-    "Quorvin Support is open as a page in your web browser. "
-    "Sharing this screen starts and stops there.";
-constexpr auto reminder = "Keep this window open. Closing it ends sharing.";
 
 constexpr int textWidthChars = 46;
 constexpr int pictureWidthPx = 176;
@@ -95,8 +91,8 @@ GtkWidget* makePicture() {
   return picture;
 }
 
-GtkWidget* makeText(const char* text, const char* styleClass) {
-  auto* label = gtk_label_new(text);
+GtkWidget* makeText(const std::string& text, const char* styleClass) {
+  auto* label = gtk_label_new(text.c_str());
   gtk_label_set_line_wrap(GTK_LABEL(label), TRUE);
   gtk_label_set_justify(GTK_LABEL(label), GTK_JUSTIFY_CENTER);
   gtk_label_set_max_width_chars(GTK_LABEL(label), textWidthChars);
@@ -116,9 +112,9 @@ GtkWidget* makeNoticeView() {
     gtk_container_add(GTK_CONTAINER(column), child);
   };
   add(makePicture(), 0);
-  add(makeText(heading, "notice-heading"), 36);
-  add(makeText(explanation, "notice-explanation"), 12);
-  add(makeText(reminder, "notice-reminder"), 36);
+  add(makeText(desktopText("notice.heading"), "notice-heading"), 36);
+  add(makeText(desktopText("notice.explanation"), "notice-explanation"), 12);
+  add(makeText(desktopText("notice.reminder"), "notice-reminder"), 36);
   gtk_widget_show_all(column);
   return column;
 }
