@@ -14,6 +14,8 @@ const combinations = [
   {name: 'ctrlAltHome', codes: ['ControlLeft', 'AltLeft', 'Home']},
   {name: 'f11', codes: ['F11']},
   {name: 'escape', codes: ['Escape']},
+  {name: 'enter', codes: ['Enter']},
+  {name: 'backspace', codes: ['Backspace']},
 ];
 
 // The host's events of keys that go down one after the other and up in the opposite order.

@@ -3,6 +3,7 @@
 
 import {CombinationMenu, strokesOf} from './combinations.js';
 import {FeedbackLoopDetector} from './feedback.js';
+import {listenToFingers} from './fingers.js';
 import {linkHelp} from './helplink.js';
 import {InputQueue} from './inputqueue.js';
 import {Keyboard, isEscapeShortcut} from './keyboard.js';
@@ -10,6 +11,7 @@ import {keyCodes} from './keycodes.js';
 import {onLanguage, say, setText, text} from './language.js';
 import {Pointer} from './pointer.js';
 import {explain, sentence} from './texts.js';
+import {TextLine} from './typing.js';
 import {Wheel} from './wheel.js';
 
 const troubleShownMs = 6000;
@@ -32,6 +34,7 @@ export class Control {
   #wheel = new Wheel();
   #feedback = new FeedbackLoopDetector();
   #menu;
+  #textLine;
   #troubleTimer;
 
   // `onSwitched` is told when `viewOnly` has changed.
@@ -51,6 +54,7 @@ export class Control {
     this.#keyboard = new Keyboard(keyCodes, input, {isMac});
     this.#pointer = new Pointer(this.#canvas, input);
     this.#menu = new CombinationMenu(byId('combinations'), (codes) => this.#strike(codes));
+    this.#textLine = new TextLine((codes) => this.#type(codes));
     this.#switch.onclick = () => this.#switchTo(!this.#viewOnly);
     this.#listenToPicture();
     this.#listenToWindow();
@@ -100,6 +104,11 @@ export class Control {
   }
 
   #listenToPicture() {
+    listenToFingers(this.#canvas, {
+      pointer: this.#pointer,
+      scroll: (turn) => this.#scroll(turn),
+      isReady: () => this.#isReady,
+    });
     const listen = (type, handle, options) =>
       this.#canvas.addEventListener(type, (event) => this.#isTaking && handle(event), options);
     // The press that gives the picture the focus works in it already.
@@ -109,7 +118,7 @@ export class Control {
       this.#canvas.setPointerCapture(event.pointerId);
       this.#pointer.located(event);
     });
-    listen('pointermove', (event) => this.#pointer.moved(event));
+    listen('pointermove', (event) => event.pointerType !== 'touch' && this.#pointer.moved(event));
     listen('pointerup', (event) => this.#pointer.located(event));
     listen('pointercancel', () => this.#release());
     listen('mousedown', (event) => {
@@ -146,8 +155,8 @@ export class Control {
     window.addEventListener('pointermove', (event) => this.#watchPointer(event), {capture: true});
   }
 
-  #watchPointer({screenX, screenY, timeStamp}) {
-    if (!this.#isTaking) return;
+  #watchPointer({screenX, screenY, timeStamp, pointerType}) {
+    if (!this.#isTaking || pointerType === 'touch') return;
     const pointer = {x: screenX, y: screenY};
     if (this.#feedback.pointerAt(pointer, window.screen, timeStamp)) this.#endFeedbackLoop();
   }
@@ -161,6 +170,10 @@ export class Control {
     event.preventDefault();
     // Two fingers that spread on a touchpad come as a wheel with a Control key that nobody holds.
     if (event.ctrlKey && !this.#keyboard.holds('ControlLeft', 'ControlRight')) return;
+    this.#scroll(event);
+  }
+
+  #scroll(event) {
     const turn = this.#wheel.take(event, this.#canvas.clientHeight);
     if (turn) this.#queue.push({action: 'scroll', ...turn});
   }
@@ -183,8 +196,14 @@ export class Control {
     this.#switch.focus();
   }
 
-  #strike(codes) {
+  async #type(codes) {
+    if (!this.#isReady) return false;
     for (const stroke of strokesOf(codes, keyCodes)) this.#queue.push(stroke);
+    return this.#queue.drained();
+  }
+
+  #strike(codes) {
+    this.#type(codes);
     this.#canvas.focus({preventScroll: true});
   }
 
@@ -226,6 +245,7 @@ export class Control {
     this.#switch.disabled = !canSwitch;
     this.#switch.setAttribute('aria-pressed', String(this.#viewOnly));
     this.#menu.setEnabled(this.#isReady);
+    this.#textLine.setEnabled(this.#isReady);
     const mood = this.#mood();
     const shortcut = text(isMac ? 'control.escapeOnMac' : 'control.escape');
     say(byId('control-hint'), mood && `control.${mood}`, {shortcut});

@@ -14,6 +14,7 @@ export class InputQueue {
   #waiting = [];
   #unanswered = 0;
   #pacedUnanswered = new Set();
+  #onDrained = [];
   #held = new Set(); // buttons and key codes that went down and not yet up
   #generation = 0; // counts connections; answers to an older one's calls mean nothing any more
 
@@ -43,12 +44,24 @@ export class InputQueue {
     }
   }
 
+  // Resolves when nothing waits to be sent, with whether all of it was.
+  drained() {
+    if (this.#waiting.length === 0) return Promise.resolve(true);
+    return new Promise((resolve) => this.#onDrained.push(resolve));
+  }
+
+  #reviewDrained(areSent) {
+    if (this.#waiting.length > 0) return;
+    for (const resolve of this.#onDrained.splice(0)) resolve(areSent);
+  }
+
   // Gives up what has not been sent and lifts what is held. Among the former may be what would have
   // lifted something.
   release() {
     const nothingHeld = this.#held.size === 0 && this.#waiting.length === 0;
     this.#waiting = [];
     this.#held.clear();
+    this.#reviewDrained(false);
     if (nothingHeld) return;
     this.#call('releaseInput').catch(() => {});
   }
@@ -60,6 +73,7 @@ export class InputQueue {
     this.#unanswered = 0;
     this.#pacedUnanswered.clear();
     this.#held.clear();
+    this.#reviewDrained(false);
   }
 
   // What the new event says as well need not be said before it.
@@ -78,6 +92,7 @@ export class InputQueue {
       if (this.#pacedUnanswered.has(this.#waiting[0].action)) break;
       this.#send(this.#takeFirst());
     }
+    this.#reviewDrained(true);
   }
 
   #takeFirst() {

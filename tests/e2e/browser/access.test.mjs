@@ -7,7 +7,7 @@ import { after, afterEach, before, test } from 'node:test';
 import { FakeProgram, idle, pageFolders, serveFiles, session } from './support/FakeProgram.mjs';
 import { assertForEverybody } from './support/Access.mjs';
 import { launch } from './support/HostPage.mjs';
-import { keyTableFolder } from './support/built.mjs';
+import { artifacts, keyTableFolder } from './support/built.mjs';
 import { until } from './support/until.mjs';
 
 const asking = {
@@ -117,8 +117,8 @@ for (const name of ['', 'supporter.html']) {
   });
 }
 
-async function openSupporter(options) {
-  await open('supporter.html', options);
+async function openSupporter(more) {
+  await open('supporter.html', more);
 }
 
 async function showPicture() {
@@ -169,7 +169,9 @@ test('the supporter’s page is for everybody: the picture fills the screen', as
 function listen() {
   globalThis.said = [];
   const observer = new MutationObserver((records) => {
-    const regions = new Set(records.map(({ target }) => target.parentElement?.closest('[role=status], [role=alert]') ?? target.closest?.('[role=status], [role=alert]')));
+    const regionOf = ({ target }) =>
+      (target.closest ? target : target.parentElement)?.closest('[role=status], [role=alert]');
+    const regions = new Set(records.map(regionOf));
     for (const region of regions) {
       const text = region?.innerText.trim();
       if (text) globalThis.said.push(text.replace(/[\u2068\u2069]/g, '').replace(/\s+/g, ' '));
@@ -200,4 +202,106 @@ test('what changes is announced once, and as it is', async () => {
     'Ann Example is not connected any more.',
     'Sharing has stopped. Nobody can see your screen any more.',
   ]);
+});
+
+const coarse = { hasTouch: true, isMobile: true, viewport: { width: 360, height: 740 } };
+
+// In a page: what a finger would have to be smaller for.
+function smallTargets() {
+  const targets = [...document.querySelectorAll('button, a[href], input, select')];
+  const placeOf = (target) => (target.type?.match(/radio|checkbox/) ? target.closest('label') : target);
+  return targets
+    .filter((target) => target.checkVisibility({ visibilityProperty: true }))
+    .map((target) => [target.outerHTML.slice(0, 100), placeOf(target).getBoundingClientRect()])
+    .filter(([, { width, height }]) => width < 43.99 || height < 43.99)
+    .map(([html, { width, height }]) => `${width} x ${height}: ${html}`);
+}
+
+test('fingers find everything large enough, and nothing cut', async () => {
+  await openCustomer({ options: coarse });
+  program.send(live);
+  program.sendRemote([session, { ...asking, id: 2 }, { ...connected, id: 3 }]);
+  await page.waitForSelector('[data-stage=connected]');
+  assert.deepEqual(await page.evaluate(smallTargets), []);
+  await page.context().close();
+  await openSupporter({ options: coarse });
+  await showPicture();
+  await page.click('#view-only');
+  await page.click('#combinations button');
+  await page.waitForSelector('#text-line:visible');
+  assert.deepEqual(await page.evaluate(smallTargets), []);
+  await assertForEverybody(page, 'a telephone');
+});
+
+// In a page: what has the focus, and whether that can be seen.
+function focusShown() {
+  const element = document.activeElement;
+  const shown = [element, element.nextElementSibling].filter(Boolean).map((each) => {
+    const { outlineStyle, outlineWidth } = getComputedStyle(each);
+    return outlineStyle !== 'none' && parseFloat(outlineWidth) >= 2;
+  });
+  const { top, bottom } = element.getBoundingClientRect();
+  const isRadio = element.type === 'radio'; // its text is in its place
+  const isInSight = bottom > 0 && top < globalThis.innerHeight;
+  return { name: element.outerHTML.slice(0, 80), isShown: shown[isRadio ? 1 : 0] && isInSight };
+}
+
+async function tabThrough() {
+  const wanted = await page.evaluate(() => {
+    const isReached = (element) =>
+      element.checkVisibility({ visibilityProperty: true }) &&
+      !element.disabled &&
+      (element.type !== 'radio' || element.checked);
+    const all = document.querySelectorAll('button, a[href], input, select, [tabindex="0"]:not(#picture)');
+    return [...all].filter(isReached).length;
+  });
+  const seen = [];
+  for (let step = 0; step < wanted; ++step) {
+    await page.keyboard.press('Tab');
+    seen.push(await page.evaluate(focusShown));
+  }
+  assert.deepEqual(seen.filter(({ isShown }) => !isShown), []);
+  assert.equal(new Set(seen.map(({ name }) => name)).size, wanted);
+}
+
+for (const forcedColors of ['none', 'active']) {
+  test(`the Tab key leads to everything, and it shows (forced colours: ${forcedColors})`, async () => {
+    const options = { forcedColors, viewport: { width: 640, height: 360 } };
+    await openCustomer({ options });
+    program.send(live);
+    program.sendRemote([{ ...session, qr: ['101', '010', '111'] }]);
+    await page.click('#log-button');
+    await page.click('h1');
+    await page.screenshot({ path: `${artifacts}customer-colours-${forcedColors}.png`, fullPage: true });
+    await tabThrough();
+    await page.context().close();
+    await openSupporter({ options });
+    await showPicture();
+    await page.screenshot({ path: `${artifacts}supporter-colours-${forcedColors}.png`, fullPage: true });
+    await tabThrough();
+  });
+}
+
+test('what is switched on shows without colours of the page', async () => {
+  await openSupporter({ options: { forcedColors: 'active' } });
+  await showPicture();
+  const lookOf = () =>
+    page.$eval('#toggle-stats', (button) => {
+      const { borderWidth, borderColor } = getComputedStyle(button);
+      return `${borderWidth} ${borderColor}`;
+    });
+  const before = await lookOf();
+  await page.click('#toggle-stats');
+  assert.notEqual(await lookOf(), before);
+});
+
+test('nothing moves for those who want no motion', async () => {
+  const moving = () =>
+    [...document.querySelectorAll('*')]
+      .filter((element) => /[1-9]/.test(getComputedStyle(element).transitionDuration))
+      .map(({ id, tagName }) => id || tagName);
+  await openSupporter({ options: { reducedMotion: 'no-preference' } });
+  assert.ok((await page.evaluate(moving)).includes('picture'));
+  await page.emulateMedia({ reducedMotion: 'reduce' });
+  assert.deepEqual(await page.evaluate(moving), []);
 });

@@ -159,3 +159,19 @@ test('after a lost connection nothing is held and nothing is owed', async () => 
   for (let code = 0; code < 100; ++code) queue.push(key(code));
   assert.equal(calls.length, 24);
 });
+
+test('whoever waits for room goes on once everything is sent, or given up', async () => {
+  const done = [];
+  const waitFor = (what) => queue.drained().then((areSent) => done.push([what, areSent]));
+  for (let code = 0; code < 30; ++code) queue.push(key(code));
+  waitFor('first');
+  await turnOfTheLoop();
+  assert.deepEqual(done, []);
+  for (let index = 0; index < 6; ++index) await answer(index);
+  assert.deepEqual(done, [['first', true]]);
+  queue.push(key(30));
+  waitFor('second');
+  queue.release();
+  await turnOfTheLoop();
+  assert.deepEqual(done, [['first', true], ['second', false]]);
+});
