@@ -72,7 +72,15 @@ const openSupporters = (state) => open(`${files.address}0123/supporter.html`, st
 const says = (page, selector, text) =>
   until(text, async () => (await page.textContent(selector)) === text);
 const choose = (page, language) => page.selectOption('#language', language);
-const picture = (page, name) => page.screenshot({ path: join(artifacts, `${name}.png`), fullPage: true });
+
+// A picture to be looked at, and a look at what can be measured, on a wide screen and a narrow one.
+async function lookAt(page, name) {
+  await assertNothingOverlaps(page);
+  await page.screenshot({ path: join(artifacts, `${name}.png`), fullPage: true });
+  await page.setViewportSize({ width: 320, height: 800 });
+  await assertNothingOverlaps(page);
+  await page.screenshot({ path: join(artifacts, `${name}-narrow.png`), fullPage: true });
+}
 
 const isFromLeft = (page, selector) =>
   page.evaluate((name) => getComputedStyle(document.querySelector(name)).direction === 'ltr', selector);
@@ -105,8 +113,7 @@ for (const [language, direction, locale] of spoken) {
     assert.equal(await page.getAttribute('html', 'dir'), direction);
     assert.equal(await isFromLeft(page, '.code'), true);
     assert.equal(await isFromLeft(page, '#session-state'), direction === 'ltr');
-    await assertNothingOverlaps(page);
-    await picture(page, `customer-${language}`);
+    await lookAt(page, `customer-${language}`);
   });
 
   test(`${language}: so are the supporters’ pages`, async () => {
@@ -115,12 +122,10 @@ for (const [language, direction, locale] of spoken) {
     await says(page, '#view-only', texts['control.viewOnly']);
     assert.equal(await page.title(), texts['picture.title']);
     await page.click('#toggle-stats');
-    await assertNothingOverlaps(page);
-    await picture(page, `supporter-${language}`);
+    await lookAt(page, `supporter-${language}`);
     const { page: other } = await open(elsewhere.address);
     await says(other, '#first-heading', texts['help.heading']);
-    await assertNothingOverlaps(other);
-    await picture(other, `elsewhere-${language}`);
+    await lookAt(other, `elsewhere-${language}`);
   });
 }
 

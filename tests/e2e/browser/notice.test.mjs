@@ -35,7 +35,7 @@ before(async () => {
   screen = await VirtualScreen.start(800, 600);
   screen.paint('navy');
   place = await Place.start();
-  environment = { ...screen.environment, ...place.environment, LC_ALL: 'C' };
+  environment = { ...screen.environment, ...place.environment, LC_ALL: 'C.UTF-8' };
   bus = start('dbus-daemon', '--session', '--nofork', '--print-address');
   const address = await until('the bus', () => /^unix:.*(?=\n)/.exec(bus.said)?.[0]);
   environment.DBUS_SESSION_BUS_ADDRESS = address;
