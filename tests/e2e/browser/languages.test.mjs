@@ -132,12 +132,14 @@ for (const [language, direction, locale] of spoken) {
 test('a choice changes all that is shown, and is kept', async () => {
   await speak('fr-FR');
   const { page, program } = await openCustomers(live);
-  program.sendRemote([connected]);
+  program.sendRemote([connected], { full: true });
   const [english, german] = ['en', 'de'].map(textsOf);
   await says(page, '#session-state', english['headline.controlled.what']);
   await choose(page, 'de');
   await says(page, '#session-state', german['headline.controlled.what']);
   await says(page, '#connection-state', german['connection.connected']);
+  const full = [german['problem.full.what'], german['problem.full.next']];
+  await says(page, '#remote-problem', full.join(' '));
   await says(page, '#stop-button', german['customer.stopAll']);
   await says(page, '.guest [data-part=end]', german['remote.disconnect']);
   await until('the guest', async () => (await page.textContent('.guest h3')).endsWith('benutzen.'));
