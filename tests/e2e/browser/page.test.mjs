@@ -199,7 +199,7 @@ test('an error leads to its row of the help, and nothing else does', async () =>
     customer.click('#desktop-link-result + a'),
   ]);
   const row = help.locator(':target');
-  assert.match(await row.innerText(), /not installed\.[^]*What to do: Run \.\/run --install/);
+  assert.match(await row.innerText(), /not installed\.[^]*What to do: Run quorvin-support --install/);
   const { y } = await row.boundingBox();
   assert.ok(y > -1 && y < 600, `the row is at ${y}`);
   await help.close();
