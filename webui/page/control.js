@@ -256,6 +256,7 @@ export class Control {
     if (!this.#connected || !this.#live) return '';
     if (!this.#allowed) return 'refused';
     if (this.#viewOnly) return 'watching';
+    if (matchMedia('(pointer: coarse)').matches) return ''; // what fingers do is above the text to type
     return this.#isTaking ? 'taking' : 'unfocused';
   }
 

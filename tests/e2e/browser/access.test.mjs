@@ -1,5 +1,6 @@
-// Every state of the pages on this computer, before a program that the test works, as those meet it
-// who see little, press keys instead of a mouse, or hold a telephone.
+// Every state of the pages on this computer, before a program that the test works, and the first view of
+// the page for supporters elsewhere, as those meet it who see little, press keys instead of a mouse, or
+// hold a telephone.
 
 import assert from 'node:assert/strict';
 import { after, afterEach, before, test } from 'node:test';
@@ -7,6 +8,7 @@ import { after, afterEach, before, test } from 'node:test';
 import { FakeProgram, idle, pageFolders, serveFiles, session } from './support/FakeProgram.mjs';
 import { assertForEverybody } from './support/Access.mjs';
 import { launch } from './support/HostPage.mjs';
+import { Place } from './support/Place.mjs';
 import { artifacts, keyTableFolder } from './support/built.mjs';
 import { until } from './support/until.mjs';
 
@@ -22,12 +24,14 @@ const connected = { ...asking, stage: 'connected', words: null, sinceMs: 0, path
 const live = { ...idle, session: 'live' };
 
 let files;
+let place;
 let browser;
 let page;
 let program;
 
 before(async () => {
   files = await serveFiles(...pageFolders, keyTableFolder);
+  place = await Place.start();
   browser = await launch();
 });
 
@@ -35,6 +39,7 @@ afterEach(() => page?.context().close());
 
 after(async () => {
   await browser?.close();
+  await place?.stop();
   files?.close();
 });
 
@@ -43,6 +48,12 @@ async function open(name, { options = {}, answers = {} } = {}) {
   program = await FakeProgram.attach(page, answers);
   await page.goto(`${files.address}0123/${name}`);
   await page.waitForSelector('#connection-state[data-state=connected]');
+}
+
+async function openElsewhere({ options }) {
+  page = await (await browser.newContext(options)).newPage();
+  await page.goto(place.files.address);
+  await page.waitForSelector('#code:visible');
 }
 
 const openCustomer = (more) => open('', more);
@@ -231,6 +242,10 @@ test('fingers find everything large enough, and nothing cut', async () => {
   await page.waitForSelector('#text-line:visible');
   assert.deepEqual(await page.evaluate(smallTargets), []);
   await assertForEverybody(page, 'a telephone');
+  assert.doesNotMatch(await page.textContent('.control'), /mouse and keyboard|Ctrl/);
+  await page.context().close();
+  await openElsewhere({ options: coarse });
+  assert.deepEqual(await page.evaluate(smallTargets), []);
 });
 
 // In a page: what has the focus, and whether that can be seen.
@@ -278,6 +293,10 @@ for (const forcedColors of ['none', 'active']) {
     await openSupporter({ options });
     await showPicture();
     await page.screenshot({ path: `${artifacts}supporter-colours-${forcedColors}.png`, fullPage: true });
+    await tabThrough();
+    await page.context().close();
+    await openElsewhere({ options });
+    await page.screenshot({ path: `${artifacts}elsewhere-colours-${forcedColors}.png`, fullPage: true });
     await tabThrough();
   });
 }

@@ -29,15 +29,17 @@ async function violations() {
   );
 }
 
-// In a page: what is wider than the window, or than the place that it has.
+// In a page: what is wider than the window, or larger than the place that it has.
 function whatIsCut() {
   const wide = document.scrollingElement.clientWidth;
   const isSeen = (element) => element.checkVisibility({ visibilityProperty: true });
   const isCut = (element) => {
     const { left, right } = element.getBoundingClientRect();
     if (left < 0 || right > wide + 0.5) return true;
-    const hides = getComputedStyle(element).overflowX !== 'visible';
-    return hides && element.tagName !== 'INPUT' && element.scrollWidth > element.clientWidth + 1;
+    if (getComputedStyle(element).overflowX === 'visible' || element.tagName === 'INPUT') return false;
+    const isLow = element.clientHeight + 1 < element.scrollHeight;
+    const isNarrow = element.clientWidth + 1 < element.scrollWidth;
+    return isNarrow || (isLow && getComputedStyle(element).overflowY === 'hidden');
   };
   const elements = [...document.body.querySelectorAll('*')].filter(
     (element) => isSeen(element) && !element.closest('.unseen, svg'),
