@@ -26,6 +26,7 @@ export class Picture {
   #format = ''; // of the picture on show
   #h264 = new H264Decoder();
   #kept = new KeptFile();
+  #awaitsWhole = false; // a delta was lost, and no file has come since
   #isCurrent = false; // whether the canvas shows the frame before the one that is drawn next
   #turn = Promise.resolve(); // settles when the frame before has been dealt with
   #problem = '';
@@ -33,7 +34,7 @@ export class Picture {
   #onLost;
 
   // `onUnsupported` is told of every picture that is given up because the browser cannot show H.264,
-  // `onLost` of every delta that no frame is there for.
+  // `onLost` of a delta that no frame is there for, once until a whole file comes.
   constructor(onUnsupported, onLost) {
     this.#onUnsupported = onUnsupported;
     this.#onLost = onLost;
@@ -103,11 +104,13 @@ export class Picture {
         pieces = this.#kept.apply(bytes, number);
       } catch (error) {
         if (!(error instanceof RangeError)) throw error;
-        this.#onLost();
+        if (!this.#awaitsWhole) this.#onLost();
+        this.#awaitsWhole = true;
         return {isLost: true};
       }
     } else if (isJpeg(bytes)) {
       this.#kept.replace(bytes, number);
+      this.#awaitsWhole = false;
     } else {
       this.#kept.forget();
       return {format: 'JPEG', wholeBytes: bytes.byteLength, drawings: null};
@@ -170,6 +173,7 @@ export class Picture {
     this.#statistics.forget();
     this.#h264.reset();
     this.#kept.forget();
+    this.#awaitsWhole = false;
     this.#isCurrent = false;
     this.#problem = '';
     this.#context.clearRect(0, 0, this.#canvas.width, this.#canvas.height);

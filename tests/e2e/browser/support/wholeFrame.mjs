@@ -1,9 +1,9 @@
 // Functions that run in the page under test.
 
-// Before its own scripts: `hold` knows the page's newest socket, can lose what comes over it, and
-// counts deltas and requests for whole frames.
+// Before its own scripts: `hold` knows the page's newest socket, can lose or repeat deltas that come
+// over it, and counts them and requests for whole frames.
 export function takeHoldOfFrames() {
-  window.hold = { socket: null, toLose: 0, deltas: 0, wholeRequests: 0 };
+  window.hold = { socket: null, toLose: 0, toRepeat: 0, deltas: 0, wholeRequests: 0 };
   const { set } = Object.getOwnPropertyDescriptor(WebSocket.prototype, 'onmessage');
   Object.defineProperty(WebSocket.prototype, 'onmessage', {
     set(handle) {
@@ -13,9 +13,15 @@ export function takeHoldOfFrames() {
         const isFrame = event.data instanceof ArrayBuffer && event.data.byteLength > 4;
         const isDelta = isFrame && new DataView(event.data).getUint32(0) === 0x514e444a;
         if (isDelta) ++window.hold.deltas;
-        if (!isDelta || window.hold.toLose === 0) return handle(event);
-        --window.hold.toLose;
-        this.send(JSON.stringify({ ack: 1 }));
+        if (isDelta && window.hold.toLose > 0) {
+          --window.hold.toLose;
+          this.send(JSON.stringify({ ack: 1 }));
+          return;
+        }
+        handle(event);
+        if (!isDelta || window.hold.toRepeat === 0) return;
+        --window.hold.toRepeat;
+        handle(event);
       });
     },
   });
