@@ -41,6 +41,8 @@ attach() {
   ip netns add "$side"
   ip netns add "$router"
   ip -n "$side" link set lo up
+  # An address that appears by itself a second later is a change of networks to a browser.
+  inNetwork "$side" sysctl -qw net.ipv6.conf.default.disable_ipv6=1
   ip link add eth0 netns "$side" type veth peer name lan netns "$router"
   ip -n "$side" address add "$private.2/24" dev eth0
   ip -n "$router" address add "$private.1/24" dev lan
