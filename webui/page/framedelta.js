@@ -1,6 +1,6 @@
 // JPEG files that arrive whole or as what has changed in them since the one before, and what of
-// them has to be decoded. A file is an array of its pieces in order. docs/delta-form.md describes the delta, ITU-T T.81 (Annex B, E.1.4) the
-// file and its restart segments.
+// them has to be decoded. A file is an array of its pieces in order. docs/delta-form.md describes
+// the delta, ITU-T T.81 (Annex B, E.1.4) the file and its restart segments.
 
 const deltaMagic = [0x51, 0x4e, 0x44, 0x4a]; // "QNDJ"
 const headBytes = 16;

@@ -1,37 +1,31 @@
 // The pages in another language than English: as the browser asks for it, and as it is chosen.
 
 import assert from 'node:assert/strict';
-import { spawnSync } from 'node:child_process';
-import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
-import { tmpdir } from 'node:os';
-import { join } from 'node:path';
+import { readFileSync } from 'node:fs';
 import { after, afterEach, before, beforeEach, test } from 'node:test';
-import { fileURLToPath } from 'node:url';
 
+import { assertNothingCut } from './support/Access.mjs';
 import { FakeProgram, idle, pageFolders, serveFiles, session } from './support/FakeProgram.mjs';
 import { launch } from './support/HostPage.mjs';
+import { Place } from './support/Place.mjs';
 import { artifacts, keyTableFolder } from './support/built.mjs';
 import { until } from './support/until.mjs';
 
-const builder = fileURLToPath(new URL('../../../supporter/build.mjs', import.meta.url));
 const languages = new URL('../../../webui/languages/', import.meta.url);
 const textsOf = (language) => JSON.parse(readFileSync(new URL(`${language}.json`, languages), 'utf8'));
 const connected = { ...session, stage: 'connected', name: 'Ann', control: true, sinceMs: 0, path: 'direct' };
 const asking = { ...session, id: 2, stage: 'asking', name: 'Ben', words: ['one', 'two', 'three'] };
 const live = { ...idle, session: 'live', input: true };
 
-let folder;
 let files;
-let elsewhere;
+let place;
 let browser;
 let context;
 let complaints;
 
 before(async () => {
-  folder = mkdtempSync(join(tmpdir(), 'quorvin-languages-'));
-  assert.equal(spawnSync(process.execPath, [builder, folder]).status, 0);
   files = await serveFiles(...pageFolders, keyTableFolder);
-  elsewhere = await serveFiles(folder);
+  place = await Place.start();
   browser = await launch();
 });
 
@@ -46,9 +40,8 @@ afterEach(async () => {
 
 after(async () => {
   await browser?.close();
+  await place?.stop();
   files?.close();
-  elsewhere?.close();
-  rmSync(folder, { recursive: true });
 });
 
 async function speak(locale) {
@@ -75,26 +68,15 @@ const choose = (page, language) => page.selectOption('#language', language);
 
 // A picture to be looked at, and a look at what can be measured, on a wide screen and a narrow one.
 async function lookAt(page, name) {
-  await assertNothingOverlaps(page);
-  await page.screenshot({ path: join(artifacts, `${name}.png`), fullPage: true });
+  await assertNothingCut(page, name);
+  await page.screenshot({ path: `${artifacts}${name}.png`, fullPage: true });
   await page.setViewportSize({ width: 320, height: 800 });
-  await assertNothingOverlaps(page);
-  await page.screenshot({ path: join(artifacts, `${name}-narrow.png`), fullPage: true });
+  await assertNothingCut(page, `${name}, narrow`);
+  await page.screenshot({ path: `${artifacts}${name}-narrow.png`, fullPage: true });
 }
 
 const isFromLeft = (page, selector) =>
   page.evaluate((name) => getComputedStyle(document.querySelector(name)).direction === 'ltr', selector);
-
-async function assertNothingOverlaps(page) {
-  const wide = await page.evaluate(() => document.documentElement.scrollWidth > innerWidth);
-  assert.equal(wide, false);
-  const clipped = await page.evaluate(() =>
-    [...document.querySelectorAll('button, h1, h2, .chip')]
-      .filter((element) => element.offsetParent && element.scrollWidth > element.clientWidth + 1)
-      .map((element) => element.textContent),
-  );
-  assert.deepEqual(clipped, []);
-}
 
 const spoken = [
   ['de', 'ltr', 'de-AT'],
@@ -123,7 +105,7 @@ for (const [language, direction, locale] of spoken) {
     assert.equal(await page.title(), texts['picture.title']);
     await page.click('#toggle-stats');
     await lookAt(page, `supporter-${language}`);
-    const { page: other } = await open(elsewhere.address);
+    const { page: other } = await open(place.files.address);
     await says(other, '#first-heading', texts['help.heading']);
     await lookAt(other, `elsewhere-${language}`);
   });

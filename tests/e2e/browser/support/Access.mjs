@@ -16,9 +16,13 @@ export async function assertForEverybody(page, state) {
     assert.deepEqual(await page.evaluate(violations), [], `${state}, ${colorScheme}`);
   }
   await page.setViewportSize(narrow);
-  assert.deepEqual(await page.evaluate(whatIsCut), [], `${state}, ${narrow.width} px wide`);
+  await assertNothingCut(page, `${state}, ${narrow.width} px wide`);
   await page.setViewportSize(size);
   await page.emulateMedia({ colorScheme: 'light', reducedMotion: null });
+}
+
+export async function assertNothingCut(page, state) {
+  assert.deepEqual(await page.evaluate(whatIsCut), [], state);
 }
 
 // In a page.
