@@ -190,11 +190,13 @@ void FrontDoor::handOver(Number number) {
                               nullptr);
 }
 
-void FrontDoor::letStay(SoupServerMessage* message) {
+int FrontDoor::letStay(SoupServerMessage* message) {
   const auto* address = soup_server_message_get_remote_address(message);
-  for (auto& [number, guest] : guests) {
-    if (guest.address.get() == address) guest.deadline.cancel();
-  }
+  const auto found = std::ranges::find_if(
+      guests, [address](const auto& entry) { return entry.second.address.get() == address; });
+  if (found == guests.end() || found->second.stream == nullptr) return -1;
+  found->second.deadline.cancel();
+  return g_socket_get_fd(g_socket_connection_get_socket(found->second.stream));
 }
 
 void FrontDoor::onStreamGone(gpointer self, GObject* stream) {

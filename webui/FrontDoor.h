@@ -43,8 +43,9 @@ class FrontDoor {
 
   [[nodiscard]] std::uint16_t port() const { return listeningPort; }
   void open(Rules rules);
-  // The connection of this request may stay for as long as both sides like.
-  void letStay(SoupServerMessage* message);
+  // The connection of this request may stay for as long as both sides like. Returns its socket; -1
+  // when the connection has gone.
+  int letStay(SoupServerMessage* message);
 
  private:
   using Number = std::uint64_t;  // in the order of arrival

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "webui/AccessRules.h"
-#include "webui/MessageBounds.h"
 #include "webui/PageMessage.h"
 
 namespace quorvin::webui {
@@ -19,45 +18,34 @@ constexpr std::size_t messageCost = 256;
 
 }  // namespace
 
-PageConnection::PageConnection(SoupWebsocketConnection* givenSocket, Handlers givenHandlers,
+PageConnection::PageConnection(std::unique_ptr<WebSocket> givenSocket, Handlers handlers,
                                std::chrono::milliseconds interval)
-    : socket(referTo(givenSocket)), handlers(std::move(givenHandlers)) {
-  soup_websocket_connection_set_max_incoming_payload_size(socket.get(), pageMessageBytesMax);
-  g_signal_connect(socket.get(), "message", G_CALLBACK(onMessage), this);
-  g_signal_connect(socket.get(), "error", G_CALLBACK(onError), this);
-  g_signal_connect(socket.get(), "closed", G_CALLBACK(onSocketClosed), this);
+    : socket(std::move(givenSocket)), onAnswering(std::move(handlers.onAnswering)) {
+  socket->listen(
+      {std::move(handlers.onText), std::move(handlers.onBinary), std::move(handlers.onClosed)});
   questions = MainLoopSource::onTimeout(nullptr, interval, [this] {
     checkAnswer();
     return MainLoopSource::Next::again;
   });
 }
 
-PageConnection::~PageConnection() {
-  g_signal_handlers_disconnect_by_data(socket.get(), this);
-  if (open()) soup_websocket_connection_close(socket.get(), SOUP_WEBSOCKET_CLOSE_GOING_AWAY, "");
-}
-
-bool PageConnection::open() const {
-  return soup_websocket_connection_get_state(socket.get()) == SOUP_WEBSOCKET_STATE_OPEN;
-}
-
 void PageConnection::sendText(const std::string& text) {
   if (!maySend()) return;
-  soup_websocket_connection_send_text(socket.get(), text.c_str());
+  socket->sendText(text);
   sent(text.size());
 }
 
 void PageConnection::sendBinary(const Data& data) {
   if (!maySend()) return;
-  soup_websocket_connection_send_binary(socket.get(), data.data(), data.size());
+  socket->sendBinary(data.bytes());
   lastFrameBytes = data.size();
   sent(data.size());
 }
 
 bool PageConnection::maySend() {
-  if (!open()) return false;
+  if (!socket->isOpen()) return false;
   if (unreadBytes <= unreadBytesMax + lastFrameBytes) return true;
-  giveUp(SOUP_WEBSOCKET_CLOSE_POLICY_VIOLATION, "the page does not read");
+  socket->close(WebSocket::CloseCode::policyViolation, "the page does not read");
   return false;
 }
 
@@ -78,8 +66,8 @@ void PageConnection::answered(std::string_view word) {
   if (expectedWord.empty() || word != expectedWord) return;
   expectedWord.clear();
   unreadBytes = sentSinceQuestion;
-  forgetFrames(socket.get());
-  if (std::exchange(overdue, 0) > 0) handlers.onAnswering();
+  socket->forgetFrames();
+  if (std::exchange(overdue, 0) > 0) onAnswering();
   if (unreadBytes > unreadBytesAsked) ask();
 }
 
@@ -87,50 +75,10 @@ void PageConnection::checkAnswer() {
   if (expectedWord.empty()) {
     ask();
   } else if (++overdue == 1) {
-    handlers.onAnswering();
+    onAnswering();
   } else if (overdue == overdueMax) {
-    giveUp(SOUP_WEBSOCKET_CLOSE_GOING_AWAY, "the page does not answer");
+    socket->close(WebSocket::CloseCode::goingAway, "the page does not answer");
   }
-}
-
-void PageConnection::onMessage(SoupWebsocketConnection* /*socket*/, gint type, GBytes* message,
-                               gpointer self) {
-  const auto* page = static_cast<PageConnection*>(self);
-  if (!page->open()) return;
-  if (type != SOUP_WEBSOCKET_DATA_TEXT) {
-    page->handlers.onBinary();
-    return;
-  }
-  gsize size = 0;
-  const auto* text = static_cast<const char*>(g_bytes_get_data(message, &size));
-  page->handlers.onText(std::string_view(text, size));
-}
-
-void PageConnection::onError(SoupWebsocketConnection* /*socket*/, const GError* error,
-                             gpointer self) {
-  // Whatever else fails, "closed" follows.
-  if (error->domain != SOUP_WEBSOCKET_ERROR) return;
-  static_cast<PageConnection*>(self)->giveUp(static_cast<SoupWebsocketCloseCode>(error->code),
-                                             error->message);
-}
-
-void PageConnection::onSocketClosed(SoupWebsocketConnection* /*socket*/, gpointer self) {
-  static_cast<PageConnection*>(self)->reportClosed();
-}
-
-// The library would go on reading until the reason has gone out, which may be never.
-void PageConnection::giveUp(SoupWebsocketCloseCode code, const char* why) {
-  if (!open()) return;
-  soup_websocket_connection_close(socket.get(), static_cast<gushort>(code), why);
-  end = MainLoopSource::onTimeout(nullptr, std::chrono::milliseconds(0),
-                                  MainLoopSource::once([this] { reportClosed(); }));
-}
-
-void PageConnection::reportClosed() {
-  if (std::exchange(reported, true)) return;
-  // Called from a copy, as the call may destroy this connection and its handlers with it.
-  const auto onClosed = handlers.onClosed;
-  onClosed();
 }
 
 }  // namespace quorvin::webui

@@ -1,16 +1,15 @@
 #pragma once
 
-#include <libsoup/soup.h>
-
 #include <chrono>
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "platform/Data.h"
-#include "platform/unix/GlibPtr.h"
 #include "platform/unix/MainLoopSource.h"
+#include "webui/WebSocket.h"
 
 namespace quorvin::webui {
 
@@ -29,16 +28,14 @@ class PageConnection {
     std::function<void()> onBinary;
     // `answering` has changed.
     std::function<void()> onAnswering;
-    // The page has gone, or counts as gone. Called at most once, last of all, and may destroy the
-    // connection.
+    // The page has gone, or counts as gone. Called as a WebSocket's.
     std::function<void()> onClosed;
   };
 
-  PageConnection(SoupWebsocketConnection* socket, Handlers handlers,
+  PageConnection(std::unique_ptr<WebSocket> socket, Handlers handlers,
                  std::chrono::milliseconds interval = questionInterval);
   PageConnection(const PageConnection&) = delete;
   PageConnection& operator=(const PageConnection&) = delete;
-  ~PageConnection();
 
   void sendText(const std::string& text);
   void sendBinary(const Data& data);
@@ -49,27 +46,19 @@ class PageConnection {
   [[nodiscard]] bool answering() const { return overdue == 0; }
 
  private:
-  static void onMessage(SoupWebsocketConnection* socket, gint type, GBytes* message, gpointer self);
-  static void onError(SoupWebsocketConnection* socket, const GError* error, gpointer self);
-  static void onSocketClosed(SoupWebsocketConnection* socket, gpointer self);
-  [[nodiscard]] bool open() const;
   [[nodiscard]] bool maySend();
   void sent(std::size_t bytes);
   void ask();
   void checkAnswer();
-  void giveUp(SoupWebsocketCloseCode code, const char* why);
-  void reportClosed();
 
-  GlibPtr<SoupWebsocketConnection> socket;
-  Handlers handlers;
-  bool reported = false;
+  std::unique_ptr<WebSocket> socket;
+  std::function<void()> onAnswering;
   std::string expectedWord;  // while a question waits for its answer
   int overdue = 0;           // intervals for which it has waited
   std::size_t unreadBytes = 0;
   std::size_t sentSinceQuestion = 0;
   std::size_t lastFrameBytes = 0;
   MainLoopSource questions;
-  MainLoopSource end;
 };
 
 }  // namespace quorvin::webui

@@ -110,17 +110,17 @@ const char* SessionHub::reasonAgainst(const PageOwner& owner) const {
   return isFull ? "too many pages" : nullptr;
 }
 
-void SessionHub::addPage(SoupWebsocketConnection* socket, const PageOwner& owner) {
+void SessionHub::addPage(std::unique_ptr<WebSocket> socket, const PageOwner& owner) {
   if (owner.role == PageRole::guest) removePageOf(owner.remote);
   if (const char* reason = reasonAgainst(owner)) {
-    soup_websocket_connection_close(socket, SOUP_WEBSOCKET_CLOSE_POLICY_VIOLATION, reason);
+    socket->close(WebSocket::CloseCode::policyViolation, reason);
     return;
   }
   const auto id = ++lastPageId;
   auto& page = pages[id];
   page.owner = owner;
   page.connection = std::make_unique<PageConnection>(
-      socket,
+      std::move(socket),
       PageConnection::Handlers{[this, id](std::string_view text) { handleText(id, text); },
                                [this, id] {
                                  handle(id, PageProtocolError{std::nullopt, "A message is text."});

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <libsoup/soup.h>
-
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -68,7 +66,7 @@ class SessionHub : public RemotePages {
              std::chrono::milliseconds questionInterval = PageConnection::questionInterval,
              PictureRate::Timing timing = {});
 
-  void addPage(SoupWebsocketConnection* socket, const PageOwner& owner);
+  void addPage(std::unique_ptr<WebSocket> socket, const PageOwner& owner);
 
   void watchCustomers(Handlers handlers) override { customers = std::move(handlers); }
   void sendText(PageId customer, const std::string& text) override;

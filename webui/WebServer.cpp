@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "platform/unix/GlibPtr.h"
-#include "webui/MessageBounds.h"
 #include "webui/PageMessage.h"
 
 extern "C" {
@@ -157,14 +156,13 @@ void WebServer::answer(SoupServerMessage* message, const char* path) {
 void WebServer::openPage(SoupServerMessage* message) {
   const auto resource = rules.resourceOf(g_uri_get_path(soup_server_message_get_uri(message)));
   if (!resource) return;
-  door.letStay(message);
+  const int descriptor = door.letStay(message);
+  if (descriptor < 0) return;
   const auto held = referTo(message);
-  const GlibPtr<GIOStream> stream(soup_server_message_steal_connection(message));
-  auto* bounds = makeBoundsExtension({pageMessageBytesMax, pageFramesMax});
-  const GlibPtr<SoupWebsocketConnection> page(soup_websocket_connection_new(
-      stream.get(), soup_server_message_get_uri(message), SOUP_WEBSOCKET_CONNECTION_SERVER, nullptr,
-      nullptr, g_list_prepend(nullptr, bounds)));
-  onPage(page.get(), *resource);
+  GlibPtr<GIOStream> stream(soup_server_message_steal_connection(message));
+  onPage(std::make_unique<WebSocket>(std::move(stream), descriptor,
+                                     WebSocket::Bounds{pageMessageBytesMax, pageFramesMax}),
+         *resource);
 }
 
 WebServer::Headers WebServer::commonHeaders() const {

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -13,6 +14,7 @@
 #include "platform/unix/GlibPtr.h"
 #include "webui/AccessRules.h"
 #include "webui/FrontDoor.h"
+#include "webui/WebSocket.h"
 
 namespace quorvin::webui {
 
@@ -20,8 +22,8 @@ namespace quorvin::webui {
 // interface, to those whom the access rules let in. On the main loop's thread.
 class WebServer {
  public:
-  // Called with the WebSocket of every page that opens one; the server keeps no hold on it.
-  using PageHandler = std::function<void(SoupWebsocketConnection*, const PageOwner&)>;
+  // Called with the WebSocket of every page that opens one.
+  using PageHandler = std::function<void(std::unique_ptr<WebSocket>, const PageOwner&)>;
 
   // Throws std::runtime_error when there is no free port, or no random tokens to be had.
   // `place` as for AccessRules.

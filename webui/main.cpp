@@ -186,8 +186,8 @@ int serve(FileDescriptor link) {
                                          },
                                          fillRandomly, std::chrono::steady_clock::now},
                   remote.config, remote.problem);
-  const WebServer server([&](SoupWebsocketConnection* connection,
-                             const PageOwner& owner) { hub.addPage(connection, owner); },
+  const WebServer server([&](std::unique_ptr<WebSocket> socket,
+                             const PageOwner& owner) { hub.addPage(std::move(socket), owner); },
                          remote.config ? remote.config->page : "");
   const auto address = server.access().address(PageRole::customer);
 

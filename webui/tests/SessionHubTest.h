@@ -72,8 +72,8 @@ class SessionHubTest : public testing::Test {
   FakeHost host;
   std::optional<std::string> linkClosed;
   SessionHub hub;
-  WebServer server{[this](SoupWebsocketConnection* socket, const PageOwner& owner) {
-    hub.addPage(socket, owner);
+  WebServer server{[this](std::unique_ptr<WebSocket> socket, const PageOwner& owner) {
+    hub.addPage(std::move(socket), owner);
   }};
 };
 

@@ -15,7 +15,7 @@ class WebServerTest : public testing::Test {
  protected:
   explicit WebServerTest(std::chrono::milliseconds requestTimeMax = FrontDoor::requestTimeMax)
       : server(
-            [this](SoupWebsocketConnection*, const PageOwner& owner) {
+            [this](const std::unique_ptr<WebSocket>&, const PageOwner& owner) {
               ++pagesOpened;
               lastOwner = owner;
             },
@@ -219,7 +219,7 @@ TEST_F(WebServerTest, PlainRequestForTheWebSocketIsRefused) {
 }
 
 TEST_F(WebServerTest, SecondServerTakesTheNextFreePort) {
-  const WebServer second([](SoupWebsocketConnection*, const PageOwner&) {});
+  const WebServer second([](const std::unique_ptr<WebSocket>&, const PageOwner&) {});
   EXPECT_NE(second.access().address(PageRole::customer).substr(0, 22), address().substr(0, 22));
   EXPECT_EQ(statusOf(get(root())), 200);
 }
