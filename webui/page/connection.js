@@ -2,8 +2,10 @@
 // the page's own server, with a new attempt after growing pauses whenever it is lost, or whatever
 // else carries the same messages. They are described in the server's PageMessage.h.
 
+import {isDelta} from './framedelta.js';
 import {say} from './language.js';
 
+const smallPictureBytes = 32 * 1024;
 const retryFirstMs = 500;
 const retryLongestMs = 10_000;
 
@@ -45,12 +47,17 @@ export class Connection extends EventTarget {
   #retryMs = retryFirstMs;
   #announcedAgeMs = 0; // of the next picture
   #frames = 0; // that came over this carrier
+  #drawn = 0; // of these, or given up
+  #acknowledged = 0; // of these
+  #isSmall = false; // the last of these
+  #mayHoldBack = false; // an acknowledgement
   #shown = null;
 
   // `carrier` is like a WebSocket: send(), readyState, onopen, onmessage, onclose. Without one it is
   // a WebSocket, which is opened again whenever it is lost.
   open(carrier = null) {
     const used = carrier ?? openSocket();
+    this.#mayHoldBack = carrier === null;
     used.onopen = () => this.#opened(used);
     used.onmessage = ({data}) => this.#received(data);
     used.onclose = () => this.#closed(carrier === null);
@@ -75,8 +82,13 @@ export class Connection extends EventTarget {
     this.tell({show: sides});
   }
 
+  // Each picture that came is drawn or given up, in their order. Every acknowledgement rouses the
+  // server, so that one may wait for the next picture: of a page that has nothing else to draw. What
+  // carries a connection further tells its rate from acknowledgements.
   acknowledgePicture() {
-    this.tell({ack: 1});
+    ++this.#drawn;
+    const isIdle = this.#drawn === this.#frames && this.#drawn - this.#acknowledged === 1;
+    if (!(isIdle && this.#mayHoldBack && this.#isSmall)) this.#acknowledge();
   }
 
   // For a page that cannot make use of deltas.
@@ -90,9 +102,15 @@ export class Connection extends EventTarget {
     if (this.#carrier?.readyState === WebSocket.OPEN) this.#carrier.send(JSON.stringify(message));
   }
 
+  #acknowledge() {
+    const count = this.#drawn - this.#acknowledged;
+    this.#acknowledged = this.#drawn;
+    if (count > 0) this.tell({ack: count});
+  }
+
   #opened(carrier) {
     this.#carrier = carrier;
-    this.#frames = 0;
+    this.#frames = this.#drawn = this.#acknowledged = 0;
     this.#retryMs = retryFirstMs;
     if (this.#shown) this.tell({show: this.#shown});
     this.#emit('open');
@@ -115,6 +133,9 @@ export class Connection extends EventTarget {
     if (data instanceof ArrayBuffer) {
       const arrivedAt = performance.now() - this.#announcedAgeMs;
       this.#announcedAgeMs = 0;
+      this.#isSmall = isDelta(data) && data.byteLength < smallPictureBytes;
+      // The next may come while a large one is decoded.
+      if (!this.#isSmall) this.#acknowledge();
       this.#emit('picture', {bytes: data, number: ++this.#frames, arrivedAt});
       return;
     }

@@ -21,13 +21,25 @@ class RecordingSocket {
   }
 }
 
-test('nothing is sent while the connection closes', () => {
+function openConnection() {
   globalThis.location = {href: 'http://127.0.0.1:8765/0123/'};
   globalThis.WebSocket = RecordingSocket;
   const connection = new Connection();
   connection.open();
   const socket = RecordingSocket.last;
   socket.onopen();
+  return {connection, socket};
+}
+
+// A delta, by its first bytes, or what is none.
+function picture(bytes, isDelta = true) {
+  const data = new Uint8Array(bytes);
+  if (isDelta) data.set([0x51, 0x4e, 0x44, 0x4a]);
+  return {data: data.buffer};
+}
+
+test('nothing is sent while the connection closes', () => {
+  const {connection, socket} = openConnection();
   connection.acknowledgePicture();
   socket.readyState = 2;
   connection.acknowledgePicture();
@@ -69,6 +81,55 @@ test('a question is answered at once with its word, and concerns nobody else', (
   assert.deepEqual(events, []);
 });
 
+test('the acknowledgement of a small picture waits for the next one', () => {
+  const {connection, socket} = openConnection();
+  for (let count = 0; count < 5; ++count) {
+    socket.onmessage(picture(100));
+    connection.acknowledgePicture();
+  }
+  assert.deepEqual(socket.sent, [{ack: 2}, {ack: 2}]);
+});
+
+test('no acknowledgement waits while there is another picture to draw', () => {
+  const {connection, socket} = openConnection();
+  socket.onmessage(picture(100));
+  socket.onmessage(picture(100));
+  connection.acknowledgePicture();
+  assert.deepEqual(socket.sent, [{ack: 1}]);
+  socket.onmessage(picture(100));
+  connection.acknowledgePicture();
+  assert.deepEqual(socket.sent, [{ack: 1}, {ack: 1}]);
+});
+
+test('no acknowledgement waits for a picture that takes long to draw, or of one', () => {
+  const {connection, socket} = openConnection();
+  for (const long of [picture(100, false), picture(40_000)]) {
+    socket.sent.length = 0;
+    socket.onmessage(picture(100));
+    connection.acknowledgePicture();
+    assert.deepEqual(socket.sent, []);
+    socket.onmessage(long);
+    assert.deepEqual(socket.sent, [{ack: 1}]);
+    connection.acknowledgePicture();
+    assert.deepEqual(socket.sent, [{ack: 1}, {ack: 1}]);
+  }
+});
+
+test('no acknowledgement outlives its connection', () => {
+  const {connection, socket} = openConnection();
+  socket.onmessage(picture(100));
+  connection.acknowledgePicture();
+  socket.onclose();
+  connection.open();
+  const next = RecordingSocket.last;
+  next.onopen();
+  next.onmessage(picture(100));
+  connection.acknowledgePicture();
+  assert.deepEqual(next.sent, []);
+  next.onmessage(picture(100, false));
+  assert.deepEqual(next.sent, [{ack: 1}]);
+});
+
 test('what else carries it is used like a socket, and is not opened again', () => {
   const connection = new Connection();
   const heard = [];
@@ -79,6 +140,7 @@ test('what else carries it is used like a socket, and is not opened again', () =
   RecordingSocket.last = null;
   connection.open(carrier);
   carrier.onopen();
+  carrier.onmessage(picture(100));
   connection.acknowledgePicture();
   carrier.onmessage({data: '{"event":"state"}'});
   carrier.onmessage({data: '{"event":"reduced"}'});
