@@ -2,6 +2,7 @@
 // one when the screen changes, so that a still screen and a stuck one look the same from here.
 
 import {KeptFile, isDelta, isJpeg} from './framedelta.js';
+import {FramePixels} from './framepixels.js';
 import {isH264} from './h264.js';
 import {H264Decoder, H264Unsupported} from './h264decoder.js';
 import {decodeJpeg} from './jpegdecoder.js';
@@ -25,6 +26,7 @@ export class Picture {
   #statistics = new Statistics();
   #format = ''; // of the picture on show
   #h264 = new H264Decoder();
+  #pixels = new FramePixels();
   #kept = new KeptFile();
   #awaitsWhole = false; // a delta was lost, and no file has come since
   #isCurrent = false; // whether the canvas shows the frame before the one that is drawn next
@@ -126,6 +128,7 @@ export class Picture {
       const decoded = await decoding;
       if (!decoded.isLost && generation === this.#generation) {
         await this.#mend(decoded);
+        await this.#convert(decoded);
         if (generation === this.#generation) this.#show(decoded, wireBytes, arrivedAt);
       }
       for (const {image} of decoded.drawings ?? []) image.close();
@@ -145,6 +148,13 @@ export class Picture {
     decoded.drawings = await decodeWhole(decoded.whole);
   }
 
+  async #convert({format, drawings}) {
+    if (format !== 'H.264') return;
+    for (const drawing of drawings ?? []) {
+      drawing.pixels = await this.#pixels.of(drawing.image, drawing.size);
+    }
+  }
+
   #show({format, wholeBytes, drawings, decodeMs}, wireBytes, arrivedAt) {
     this.#isCurrent = drawings !== null;
     this.#problem = drawings === null ? 'picture.unreadable' : '';
@@ -157,14 +167,15 @@ export class Picture {
     this.#review();
   }
 
-  #put({image, from, to, size, isWhole}) {
+  #put({image, pixels, from, to, size, isWhole}) {
     const [width, height] = size;
     if (isWhole && (this.#canvas.width !== width || this.#canvas.height !== height)) {
       this.#canvas.width = width;
       this.#canvas.height = height;
       byId('stage').style.setProperty('--picture-ratio', `${width} / ${height}`);
     }
-    this.#context.drawImage(image, ...from, width, height, ...to, width, height);
+    if (pixels) this.#context.putImageData(pixels, ...to);
+    else this.#context.drawImage(image, ...from, width, height, ...to, width, height);
   }
 
   #clear() {
