@@ -211,7 +211,7 @@ TEST_F(WebSocketTest, WhatIsNotReadWaitsAndComesWhole) {
   EXPECT_TRUE(got() == expected);
 }
 
-TEST_F(WebSocketTest, ReasonDoesNotWaitForWhoDoesNotRead) {
+TEST_F(WebSocketTest, EndDoesNotWaitForWhoDoesNotRead) {
   for (int count = 0; count < 20; ++count) socket->sendBinary(Bytes(100'000, 0));
   socket->close(WebSocket::CloseCode::policyViolation, "the page does not read");
   settle();
