@@ -132,7 +132,9 @@ test('no UDP out of the supporter’s network: to the relay over TCP', async () 
   setNetworks({nat: 'symmetric', udp: 'block'});
   const ends = await connect();
   const [, supporter] = await ends.ways();
-  assert.deepEqual([supporter.own, supporter.protocol], ['relay', 'tcp']);
+  assert.equal(supporter.own, 'relay');
+  // With TLS or without, whichever was quicker.
+  assert.ok(['tcp', 'tls'].includes(supporter.protocol), supporter.protocol);
   await ends.close();
 });
 
