@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -343,12 +344,15 @@ TEST_F(InstallAttack, EndsWithAWordWhateverLiesInThePlaceOfItsFiles) {
       [](const Account& account) {
         return account.registryFolder();
       }};
+  // All copies are there before the first command starts: a process that starts meanwhile has the
+  // file open for writing until its own program runs, and an open file cannot be run.
+  std::deque<Account> accounts;
+  for (std::size_t made = 0; made < places.size(); ++made) accounts.emplace_back(server.display());
   std::vector<std::future<void>> attacks;
   attacks.reserve(places.size());
-  for (const auto& place : places) {
-    attacks.push_back(std::async(std::launch::async, [&] {
-      const Account account(server.display());
-      putThingsInto(place(account), account);
+  for (std::size_t index = 0; index < places.size(); ++index) {
+    attacks.push_back(std::async(std::launch::async, [&account = accounts[index], index, &places] {
+      putThingsInto(places[index](account), account);
     }));
   }
   for (auto& attack : attacks) attack.get();

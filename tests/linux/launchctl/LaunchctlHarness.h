@@ -40,12 +40,14 @@ struct ProgramRun {
   char* output = nullptr;
   char* errors = nullptr;
   int status = 0;
-  const bool started = g_spawn_sync(nullptr, words.data(), environment, G_SPAWN_SEARCH_PATH,
-                                    nullptr, nullptr, &output, &errors, &status, nullptr) != FALSE;
+  GError* failure = nullptr;
+  g_spawn_sync(nullptr, words.data(), environment, G_SPAWN_SEARCH_PATH, nullptr, nullptr, &output,
+               &errors, &status, &failure);
   g_strfreev(environment);
   const std::unique_ptr<char, decltype(&g_free)> ownedOutput(output, g_free);
   const std::unique_ptr<char, decltype(&g_free)> ownedErrors(errors, g_free);
-  if (!started) throw std::runtime_error("cannot start " + command.front());
+  const std::unique_ptr<GError, decltype(&g_error_free)> ownedFailure(failure, g_error_free);
+  if (failure != nullptr) throw std::runtime_error(failure->message);
   return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), output, errors};
 }
 
