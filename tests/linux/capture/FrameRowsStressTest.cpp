@@ -1,3 +1,5 @@
+// QUORVIN_FRAMES sets how many frames each test looks at.
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -5,13 +7,11 @@
 #include <random>
 #include <thread>
 
+#include "tests/EnvironmentNumber.h"
 #include "tests/linux/capture/SessionHarness.h"
 
 namespace quorvin {
 namespace {
-
-// How many frames a test looks at.
-constexpr int rounds = 300;
 
 struct Situation {
   std::vector<std::string> server;  // options of Xvfb
@@ -63,7 +63,8 @@ class FrameRowsStressTest : public testing::TestWithParam<Situation> {
     std::mt19937 random(29);  // NOLINT: the same numbers in every run
     std::deque<FrameCopy> earlier;
     std::deque<std::shared_ptr<CapturedFrame>> kept;
-    for (int round = 0; round < rounds; ++round) {
+    const auto rounds = numberFromEnvironment("QUORVIN_FRAMES").value_or(300);
+    for (std::uint64_t round = 0; round < rounds; ++round) {
       change(random);
       auto frame = harness.nextFrame();
       ASSERT_TRUE(frame);
